@@ -1,0 +1,44 @@
+# What every target of the project shares: warnings, reproducible arithmetic, and where Windows finds its DLLs.
+
+# Warnings and the arithmetic rules of the project: no contraction of a*b+c, so that every compiler and every
+# instruction set computes the same bytes.
+function(tavrix_compile_options target)
+    if(CMAKE_CXX_COMPILER_ID MATCHES "GNU|Clang")
+        target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic -Wconversion -ffp-contract=off)
+        if(TAVRIX_WERROR)
+            target_compile_options(${target} PRIVATE -Werror)
+        endif()
+    elseif(MSVC)
+        target_compile_options(${target} PRIVATE /W4 /fp:precise /utf-8 /EHsc)
+        if(TAVRIX_WERROR)
+            target_compile_options(${target} PRIVATE /WX)
+        endif()
+    endif()
+endfunction()
+
+# A program of the project. A MinGW cross build puts the compiler's runtime DLLs beside it, so that the folder runs as
+# it stands, under Wine or on Windows.
+function(tavrix_add_program target)
+    add_executable(${target} ${ARGN})
+    target_link_libraries(${target} PRIVATE tavrix::tx_geometry)
+    tavrix_compile_options(${target})
+    if(MINGW)
+        target_link_options(${target} PRIVATE -municode)
+    endif()
+endfunction()
+
+# The DLLs of the MinGW runtime that the library and its hosts load; the runtime is shared so that an exception thrown
+# in the library is caught in the host.
+function(tavrix_mingw_runtime out)
+    set(found)
+    foreach(name libstdc++-6.dll libgcc_s_seh-1.dll libwinpthread-1.dll)
+        execute_process(COMMAND ${CMAKE_CXX_COMPILER} -print-file-name=${name}
+            OUTPUT_VARIABLE path OUTPUT_STRIP_TRAILING_WHITESPACE)
+        if(NOT IS_ABSOLUTE "${path}")
+            find_file(tavrix_${name} ${name} PATHS /usr/x86_64-w64-mingw32/lib NO_DEFAULT_PATH)
+            set(path ${tavrix_${name}})
+        endif()
+        list(APPEND found ${path})
+    endforeach()
+    set(${out} ${found} PARENT_SCOPE)
+endfunction()

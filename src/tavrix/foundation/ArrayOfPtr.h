@@ -1,0 +1,67 @@
+#pragma once
+
+#include <type_traits>
+
+#include <tavrix/foundation/Array.h>
+
+namespace tavrix
+{
+
+/// The owning policy of ArrayOfPtr.
+struct TX_YES
+{
+};
+
+/// A growable list of pointers. It owns what it points to and deletes it, unless the policy is TX_NO. An owning list
+/// can be moved but not copied.
+template <class T, class Policy = TX_YES>
+class ArrayOfPtr
+{
+public:
+    static constexpr bool owns = !std::is_same_v<Policy, TX_NO>;
+
+    ArrayOfPtr() noexcept = default;
+    ArrayOfPtr(const ArrayOfPtr& other)
+        requires(!owns)
+    = default;
+    ArrayOfPtr& operator=(const ArrayOfPtr& other)
+        requires(!owns)
+    = default;
+    ArrayOfPtr(ArrayOfPtr&& other) noexcept = default;
+    ArrayOfPtr& operator=(ArrayOfPtr&& other) noexcept = default;
+    ~ArrayOfPtr() { clear(); }
+
+    uint32 size() const noexcept { return _pointers.size(); }
+    bool empty() const noexcept { return _pointers.empty(); }
+    T* const* begin() const noexcept { return _pointers.begin(); }
+    T* const* end() const noexcept { return _pointers.end(); }
+    T* operator[](uint32 i) const noexcept { return _pointers[i]; }
+    T* back() const noexcept { return _pointers.back(); }
+
+    /// Appends the pointer; an owning list takes the object over, also when growing the list fails.
+    void push_back(T* pointer)
+    {
+        try
+        {
+            _pointers.push_back(pointer);
+        }
+        catch (...)
+        {
+            if constexpr (owns) delete pointer;
+            throw;
+        }
+    }
+
+    /// Empties the list; an owning list deletes its objects.
+    void clear() noexcept
+    {
+        if constexpr (owns)
+            for (T* pointer : _pointers) delete pointer;
+        _pointers.clear();
+    }
+
+private:
+    Array<T*> _pointers;
+};
+
+}  // namespace tavrix

@@ -1,0 +1,82 @@
+#pragma once
+
+#include <array>
+#include <limits>
+
+#include <tavrix/foundation/Vector3.h>
+
+namespace tavrix
+{
+
+/// An axis-aligned closed box, held as its min corner and its max corner.
+template <class T>
+struct Box3
+{
+    Vector3<T> min, max;
+
+    /// The box of no points: min at the largest number, max at the smallest.
+    static constexpr Box3 empty()
+    {
+        constexpr T big = std::numeric_limits<T>::max();
+        return {{big, big, big}, {-big, -big, -big}};
+    }
+
+    /// True when min <= p <= max on every axis.
+    constexpr bool contains(const Vector3<T>& p) const
+    {
+        return min.x <= p.x && p.x <= max.x && min.y <= p.y && p.y <= max.y && min.z <= p.z && p.z <= max.z;
+    }
+
+    /// Grows the box to hold the point. A coordinate that is not a number leaves its axis as it was.
+    constexpr void extend(const Vector3<T>& p)
+    {
+        for (uint32 axis = 0; axis < 3; ++axis)
+        {
+            if (p[axis] < min[axis]) min[axis] = p[axis];
+            if (p[axis] > max[axis]) max[axis] = p[axis];
+        }
+    }
+
+    constexpr Vector3<T> center() const { return (min + max) * (T(1) / T(2)); }
+
+    friend constexpr bool operator==(const Box3&, const Box3&) = default;
+};
+
+using Box3F = Box3<float>;
+using Box3D = Box3<double>;
+static_assert(sizeof(Box3F) == 24 && sizeof(Box3D) == 48);
+
+/// The eight corners of a box in the order of the cell corners of the surface extractor: around the low z face
+/// (0,0), (1,0), (1,1), (0,1) in (x, y), then the same around the high z face.
+template <class T>
+struct Box3Points
+{
+    std::array<Vector3<T>, 8> points;
+
+    explicit constexpr Box3Points(const Box3<T>& box)
+    {
+        for (uint32 c = 0; c < 8; ++c)
+        {
+            const bool highX = (c & 3) == 1 || (c & 3) == 2;
+            const bool highY = (c & 3) >= 2;
+            points[c] = {highX ? box.max.x : box.min.x, highY ? box.max.y : box.min.y,
+                         c >= 4 ? box.max.z : box.min.z};
+        }
+    }
+};
+
+/// The eight corners of a box in binary order: corner c takes max x when bit 0 of c is set, max y for bit 1, max z for
+/// bit 2.
+template <class T>
+struct Box3Points_ex
+{
+    std::array<Vector3<T>, 8> points;
+
+    explicit constexpr Box3Points_ex(const Box3<T>& box)
+    {
+        for (uint32 c = 0; c < 8; ++c)
+            points[c] = {c & 1 ? box.max.x : box.min.x, c & 2 ? box.max.y : box.min.y, c & 4 ? box.max.z : box.min.z};
+    }
+};
+
+}  // namespace tavrix

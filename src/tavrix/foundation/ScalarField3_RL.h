@@ -1,0 +1,38 @@
+#pragma once
+
+#include <tavrix/foundation/RenderLayer.h>
+#include <tavrix/platform/Types.h>
+
+namespace tavrix
+{
+
+/// Draws one scalar field. The field passes itself as the address of its first member, the flags word, whose changed bit
+/// tells the render object to fetch the samples anew.
+class TX_GEOMETRY_API ScalarField3_RL : public Service_RL
+{
+public:
+    virtual void initialize(uint32 sizeX, uint32 sizeY, uint32 sizeZ) = 0;
+    virtual void render() = 0;
+    virtual void render(const Color4F& color) = 0;
+};
+
+/// Makes the render object of a scalar field; the field owns it. This base makes dummies.
+class TX_GEOMETRY_API ScalarField3_RL_factory
+{
+public:
+    virtual ~ScalarField3_RL_factory();
+    virtual ScalarField3_RL* create();
+};
+
+/// Draws nothing.
+class TX_GEOMETRY_API ScalarField3_RL_Dummy : public ScalarField3_RL
+{
+public:
+    void initialize(uint32, uint32, uint32) override {}
+    void render() override {}
+    void render(const Color4F&) override {}
+};
+
+extern template class TX_GEOMETRY_API FactoryOwnerT<ScalarField3_RL_factory>;
+
+}  // namespace tavrix

@@ -1,0 +1,25 @@
+#include <tavrix/platform/Memory.h>
+
+#include <cstdint>
+
+#if defined(__linux__)
+#include <sys/mman.h>
+#endif
+
+namespace tavrix
+{
+
+void adviseHugePages([[maybe_unused]] void* block, [[maybe_unused]] std::size_t bytes) noexcept
+{
+#if defined(__linux__) && defined(MADV_HUGEPAGE)
+    constexpr std::uintptr_t hugePage = std::uintptr_t{1} << 21;
+    constexpr std::uintptr_t page = 4096;
+    if (bytes < 2 * hugePage) return;
+    const auto address = reinterpret_cast<std::uintptr_t>(block);
+    const std::uintptr_t first = (address + page - 1) & ~(page - 1);
+    const std::uintptr_t last = (address + bytes) & ~(page - 1);
+    madvise(reinterpret_cast<void*>(first), last - first, MADV_HUGEPAGE);
+#endif
+}
+
+}  // namespace tavrix
