@@ -32,10 +32,18 @@ struct NodeRange
     }
 };
 
-/// Gives `count` consecutive samples the kernel's values, where a squared distance is rowPart + zPart[n]. Distances
-/// beyond the reach change nothing: the maximum takes no negative value and the sum is clamped at 0.
+/// max(v, 0), without a comparison that a compiler would turn into a branch.
+inline float positivePart(float v)
+{
+    const int bits = __builtin_bit_cast(int, v);
+    return __builtin_bit_cast(float, bits & ~(bits >> 31));
+}
+
+/// Gives `count` consecutive samples the kernel's values, where a squared distance is rowPart + zPart[n]. Distances beyond
+/// the reach change nothing: there the maximum gets a negative value and the sum 0.
 template <SplatKernel::Merge merge, class Value>
-inline void splatLanes(Value* samples, const double* zPart, uint32 count, double rowPart, float squaredReach, float scale)
+inline void splatLanes(Value* __restrict samples, const double* __restrict zPart, uint32 count, double rowPart,
+                       float squaredReach, float scale)
 {
     for (uint32 n = 0; n < count; ++n)
     {
@@ -48,7 +56,7 @@ inline void splatLanes(Value* samples, const double* zPart, uint32 count, double
         }
         else
         {
-            const float c = t > 0.0f ? t : 0.0f;
+            const float c = positivePart(t);
             samples[n] += static_cast<Value>(scale * (c * c * c));
         }
     }
