@@ -1,0 +1,266 @@
+#pragma once
+
+#include <array>
+
+#include <tavrix/foundation/Array.h>
+#include <tavrix/foundation/BlockDesc.h>
+#include <tavrix/foundation/Box3.h>
+#include <tavrix/foundation/Mesh_RL.h>
+#include <tavrix/foundation/Wector3.h>
+#include <tavrix/mesh/IndexFacedge.h>
+#include <tavrix/mesh/MeshArrayInf.h>
+#include <tavrix/platform/ArraySet.h>
+
+namespace tavrix
+{
+
+/// How Mesh::copyConnectivityFrom copies: sharing the arrays, or their contents.
+enum class TX_CopyMode
+{
+    Shallow,
+    Deep
+};
+
+/// A triangle mesh: named arrays in the array store, a name, an id, a cached bounding box and an optional
+/// render object.
+///
+/// Face f has the corner positions pos()[t] for the three t of trindexPos()[f] and the corner normals
+/// nor()[u] for the u of trindexNor()[f], so a position may carry several normals. Positions are double,
+/// normals single precision. Connectivity arrays are built on demand (the createSafe_ operations) and thrown
+/// away when the faces change (invalidateConnectivity). Whoever writes through a ref… accessor calls the
+/// invalidate… operation that fits.
+///
+/// Indices inside the arrays are not checked here; hasValidIndices (MeshTopology.h) tells whether they hold.
+/// Meshes may be used by different threads at once, one mesh by one thread; reading one const mesh from
+/// several is safe once its box is valid.
+class TX_GEOMETRY_API Mesh
+{
+public:
+    /// The array slots, in member order; see the typed accessors below.
+    enum class Slot : uint32
+    {
+        Pos,
+        Nor,
+        FaceNor,
+        TrindexPos,
+        TrindexNor,
+        TrindexFacedge,
+        BindexFacedge,
+        BindexPos,
+        PosPosInfo,
+        PosPosData,
+        PosEdgeInfo,
+        PosEdgeData,
+        PosFaceInfo,
+        PosFaceData,
+        NorAllSmoothed
+    };
+    static constexpr uint32 slotCount = 15;
+
+    /// An empty mesh named "Nameless", with its six always-present arrays registered.
+    Mesh();
+    /// As copyFrom with the name.
+    Mesh(const Mesh& other);
+    Mesh(Mesh&& other);
+    Mesh& operator=(const Mesh& other);
+    Mesh& operator=(Mesh&& other);
+    /// As destroy.
+    virtual ~Mesh();
+
+    const TX_String& getName() const { return _name; }
+    void setName(const char* name) { _name = TX_String(name); }
+    void setName(const TX_String& name) { _name = name; }
+    void addSuffixToName(const char* suffix) { _name.append(TX_String(suffix).view()); }
+    void addSuffixToName(const TX_String& suffix) { _name.append(suffix.view()); }
+    uint32 getId() const { return _id; }
+    void setId(uint32 id) { _id = id; }
+    /// Bit 0: the cached box is valid.
+    uint32 getFlags() const { return _flags; }
+
+    uint32 getPosSize() const { return pos().size(); }
+    uint32 getFacesSize() const { return trindexPos().size(); }
+    /// True when there is no face; positions alone do not make a mesh.
+    bool isEmpty() const { return getFacesSize() == 0; }
+
+    /// The smallest box of all positions, from the cache when it is valid; Box3D::empty() without positions.
+    const Box3D& getBox() const;
+    /// Recomputes the cached box and makes it valid.
+    void workBox() const;
+    void invalidateBox() const { _flags &= ~boxValid; }
+
+    // The arrays that always exist. An accessor for writing registers an array that destroy or a release took
+    // away; one for reading answers with an empty array then. A reference holds until its array is released.
+    Array<Vector3D>& refPos();
+    Array<Vector3F>& refNor();
+    Array<Wector3F>& refFaceNor();
+    Array<Index3>& refTrindexPos();
+    Array<Index3>& refTrindexNor();
+    Array<FacedgeTriple>& refTrindexFacedge();
+    const Array<Vector3D>& pos() const;
+    const Array<Vector3F>& nor() const;
+    /// Unit normal and, in the fourth component, the area of each face.
+    const Array<Wector3F>& faceNor() const;
+    const Array<Index3>& trindexPos() const;
+    const Array<Index3>& trindexNor() const;
+
+    // Connectivity and smoothed normals, empty until built.
+    const Array<FacedgeTriple>& trindexFacedge() const;
+    const Array<uint32>& bindexFacedge() const;
+    const Array<uint32>& bindexPos() const;
+    const Array<BlockDesc>& posPosInfo() const;
+    const Array<uint32>& posPosData() const;
+    const Array<BlockDesc>& posEdgeInfo() const;
+    const Array<uint32>& posEdgeData() const;
+    const Array<BlockDesc>& posFaceInfo() const;
+    const Array<uint32>& posFaceData() const;
+    const Array<Vector3F>& norSurface() const;
+
+    const ArrayHandle& getArrPos() const { return handleOf(Slot::Pos); }
+    const ArrayHandle& getArrNor() const { return handleOf(Slot::Nor); }
+    const ArrayHandle& getArrFaceNor() const { return handleOf(Slot::FaceNor); }
+    const ArrayHandle& getArrTrindexPos() const { return handleOf(Slot::TrindexPos); }
+    const ArrayHandle& getArrTrindexNor() const { return handleOf(Slot::TrindexNor); }
+    const ArrayHandle& getArrTrindexFacedge() const { return handleOf(Slot::TrindexFacedge); }
+    const ArrayHandle& getArrBindexPos() const { return handleOf(Slot::BindexPos); }
+    const ArrayHandle& getArrNorSurface() const { return handleOf(Slot::NorAllSmoothed); }
+    const ArrayHandle& getArrPosPosInfo() const { return handleOf(Slot::PosPosInfo); }
+    const ArrayHandle& getArrPosPosData() const { return handleOf(Slot::PosPosData); }
+    /// The handle in any slot; none when the slot holds no array.
+    const ArrayHandle& handleOf(Slot slot) const { return _handles[static_cast<uint32>(slot)]; }
+    const ArraySet<MeshArrayInf>& getArraySet() const { return _arraySet; }
+
+    /// Copies flags and name of the handle's entry into `inf`; false, and `inf` untouched, when it is not
+    /// registered.
+    bool getMeshArrayInf(MeshArrayInf& inf, ArrayHandle handle) const;
+
+    /// Puts an array into a slot from outside, taking over the caller's reference and giving the former
+    /// array's back. When all are in place, focusHandlesToInternalArrays registers them.
+    void setHandle(Slot slot, ArrayHandle handle);
+    /// Registers the arrays in all slots anew, under their names and flags, in the library's order, before
+    /// the extra arrays; empty slots are skipped. It registers "NorAllSmoothed" as PER_FACE where
+    /// createSafe_arrNorSurface says PER_POSITION: the difference is part of the interface and stays.
+    void focusHandlesToInternalArrays();
+
+    /// Registers a new extra array (texture coordinates, velocities, …), which dies with the mesh. A second
+    /// array of the same name may be added; findArray answers with the first.
+    template <class T> Array<T>& addArray(const TX_String& name, uint32 flags = MeshArrayInf::PER_POSITION)
+    {
+        const ArrayHandle handle = TX_ArrayServer::instance().create<Array<T>>();
+        addArray(handle, name, flags | MeshArrayInf::LIFE_CYCLE);
+        return *TX_ArrayServer::instance().get<Array<T>>(handle);
+    }
+    /// Registers an array of the caller's. With LIFE_CYCLE in the flags the mesh takes over the caller's
+    /// reference; without, the array stays the caller's and outlives the mesh.
+    void addArray(ArrayHandle handle, const TX_String& name, uint32 flags);
+    /// The first registered array of that name, slots included; none when there is none.
+    ArrayHandle findArray(const TX_String& name) const;
+    /// The same as a typed array; null when there is none or its elements are of another type.
+    template <class T> Array<T>* findArray(const TX_String& name) const
+    {
+        return TX_ArrayServer::instance().get<Array<T>>(findArray(name));
+    }
+
+    /// Marks a registered extra array as dying with the mesh, which takes over the reference that registered
+    /// it. Arrays in slots always die with the mesh: a host that wants to keep one shares it with the array
+    /// store first.
+    void attachToLifeCycle(ArrayHandle handle);
+    /// Takes the mark away: the array outlives the mesh, and its reference is the caller's to release.
+    void detachFromLifeCycle(ArrayHandle handle);
+    /// Releases a registered array, whatever its mark, and empties the slot that held it; false for none and
+    /// for an array that is not registered here.
+    bool releaseArray(ArrayHandle handle, TX_SAFE);
+    bool releaseArray(ArrayHandle handle);
+    void destroyArray(ArrayHandle handle) { releaseArray(handle); }
+
+    /// Makes `dst` share the array `src` of the other mesh. The entry and the slot of the former `dst`
+    /// follow; a `dst` that was none is registered under the flags and the name of `src`. False, and nothing
+    /// changed, when `src` is no array.
+    bool copyArrayShallow(ArrayHandle& dst, const Mesh& other, ArrayHandle src);
+    /// Copies the contents of `src` into the array `dst`; false unless both exist and have one element type.
+    bool copyArrayDeep(ArrayHandle dst, const Mesh& other, ArrayHandle src);
+    /// As copyArrayShallow: an array that `dst` holds is released first.
+    bool createArrayCopyShallow(ArrayHandle& dst, const Mesh& other, ArrayHandle src);
+    /// Releases the array that `dst` holds and gives it a new one with the contents of `src`, registered
+    /// likewise.
+    bool createArrayCopyDeep(ArrayHandle& dst, const Mesh& other, ArrayHandle src);
+
+    /// Makes this mesh a deep copy: name (if asked for, else "Nameless"), id, flags, box, the six
+    /// always-present arrays and the derived ones that the other mesh holds, except the position-to-face
+    /// lists, which stay behind on purpose. Arrays of this mesh are released first. Copying a mesh onto
+    /// itself does nothing.
+    void copyFrom(const Mesh& other, bool copyName);
+    /// copyFrom, and also the position-to-face lists and the extra arrays; the copies of those die with this
+    /// mesh.
+    void copyAllFrom(const Mesh& other, bool copyName);
+    /// Makes this mesh the connected part (by shared positions) of the other mesh that holds the face
+    /// `seedFace`: its faces in their order, its positions and normals in the order of their old numbers, and
+    /// the face normals. `sourcePositions` receives the old number of every position. Empty when there is no
+    /// such face. O(other mesh).
+    void copyPartialFrom(const Mesh& other, uint32 seedFace, Array<uint32>& sourcePositions);
+    /// Takes the other mesh's connectivity (the arrays TrindexFacedge to PosFaceData), shared or copied; what
+    /// the other mesh does not hold is released here. The faces of both meshes must be the same.
+    void copyConnectivityFrom(TX_CopyMode mode, const Mesh& other);
+    /// Takes over everything but the render object from the other mesh, without copying; the other is left as
+    /// after destroy. This mesh keeps its own render object.
+    void reincarnate(Mesh& other);
+
+    /// Resets name and box and releases all arrays, so that an empty mesh with the six always-present arrays
+    /// remains; id and render object stay.
+    void unreserve();
+    /// Cuts the capacity of every array in a slot down to its size.
+    void reserveTight();
+    /// Ends as a mesh without arrays, name "Nameless", id all ones, box empty, render object deleted. It may
+    /// be filled again: the accessors for writing bring the arrays back.
+    void destroy();
+    void clear() { destroy(); }
+
+    /// Appends the other mesh's positions, normals and faces (a mesh may be added to itself). Face normals,
+    /// normal triples and face-edges are appended when both meshes hold one for every face, and emptied
+    /// otherwise. Everything derived is released, to be rebuilt on demand.
+    void addMesh(const Mesh& other);
+
+    /// Appends name and element counts as text, in six lines.
+    void addStringDescription(TX_String& text) const;
+
+    /// Releases the face-edge neighbours.
+    void invalidateConnectivityBasic();
+    /// Releases the edge list and the adjacency lists; the smoothed normals stay.
+    void invalidateConnectivityDerived();
+    void invalidateConnectivity();
+
+    /// The render object, null until a host or initializeRenderObject supplies one; the mesh owns it.
+    Mesh_RL* getMesh_RL() const { return _renderObject; }
+    void setMesh_RL(Mesh_RL* renderObject);
+    /// Lets the host's factory make a render object when there is none.
+    void initializeRenderObject();
+    /// The forwards to the render object; without one nothing is drawn, and the shader is null.
+    void render() const;
+    void render(const Color4F& color) const;
+    Mesh_RL_Shader* getShader() const;
+    void setShader(Mesh_RL_Shader* shader);
+
+private:
+    static constexpr uint32 boxValid = 1;
+
+    void constructorCommon();
+    void registerAlwaysPresentArrays();
+    void registerSlot(Slot slot);
+    void createSlot(Slot slot);
+    void releaseSlot(Slot slot);
+    void releaseAllArrays();
+    void copySlot(Slot slot, const Mesh& other, TX_CopyMode mode);
+    bool isInSlot(ArrayHandle handle) const;
+    bool substitute(ArrayHandle& dst, ArrayHandle fresh, const Mesh& other, ArrayHandle src);
+    template <class T> Array<T>& require(Slot slot);
+    template <class T> const Array<T>& read(Slot slot) const;
+
+    mutable uint32 _flags = 0;
+    TX_String _name;
+    mutable Box3D _box = Box3D::empty();
+    uint32 _id = noIndex;
+    Mesh_RL* _renderObject = nullptr;
+    ArraySet<MeshArrayInf> _arraySet;
+    std::array<ArrayHandle, slotCount> _handles{};
+};
+
+}  // namespace tavrix

@@ -1,0 +1,30 @@
+#pragma once
+
+#include <tavrix/platform/TX_String.h>
+
+namespace tavrix
+{
+
+/// What a mesh records about one of its arrays: flags and the name under which it is found.
+struct MeshArrayInf
+{
+    enum Flag : uint32
+    {
+        PER_POSITION = 1,
+        BINDEX = 2,
+        PER_FACE = 4,
+        INDEX_TRIPLE = 32,
+        POSITIONS_DATA = 64,
+        BLOCK_INFO = 128,
+        BLOCK_DATA = 256,
+        POINT = 65536,
+        DIRECTION = 131072,
+        SMOOTHED = 524288,
+        LIFE_CYCLE = 0x80000000  ///< an extra array that dies with the mesh
+    };
+
+    uint32 flags = 0;
+    TX_String name;
+};
+
+}  // namespace tavrix

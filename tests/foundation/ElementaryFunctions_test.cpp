@@ -1,0 +1,69 @@
+#include <tavrix/foundation/ElementaryFunctions.h>
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+#include <random>
+
+namespace tavrix
+{
+
+TEST(ElementaryFunctions, ArcCosineIsAccurateOnTheWholeRange)
+{
+    constexpr int steps = 200000;
+    for (int i = -steps; i <= steps; ++i)
+    {
+        const double x = static_cast<double>(i) / steps;
+        ASSERT_NEAR(arcCosine(x), std::acos(x), 1e-15) << x;
+    }
+    for (double gap = 1e-3; gap > 1e-16; gap *= 0.37)
+    {
+        ASSERT_NEAR(arcCosine(1 - gap) / std::acos(1 - gap), 1, 1e-15) << gap;
+        ASSERT_NEAR(arcCosine(gap - 1), std::acos(gap - 1), 1e-15) << gap;
+    }
+    EXPECT_EQ(arcCosine(1), 0);
+    EXPECT_EQ(arcCosine(-1), piValue);
+    EXPECT_EQ(arcCosine(0), piValue / 2);
+}
+
+TEST(ElementaryFunctions, ArcCosineClampsAndKeepsNaN)
+{
+    EXPECT_EQ(arcCosine(1.0000000000000002), 0);
+    EXPECT_EQ(arcCosine(-std::numeric_limits<double>::infinity()), piValue);
+    EXPECT_TRUE(std::isnan(arcCosine(std::numeric_limits<double>::quiet_NaN())));
+}
+
+TEST(ElementaryFunctions, SineCosineIsAccurateFarOut)
+{
+    std::mt19937_64 random(3);
+    for (const double range : {1.0, 10.0, 1e3, 1e6})
+    {
+        std::uniform_real_distribution<double> angle(-range, range);
+        for (int i = 0; i < 50000; ++i)
+        {
+            const double x = angle(random);
+            const auto [s, c] = sineCosine(x);
+            ASSERT_NEAR(s, std::sin(x), 1e-15) << x;
+            ASSERT_NEAR(c, std::cos(x), 1e-15) << x;
+        }
+    }
+    EXPECT_NEAR(sineCosine(-1e9).first, std::sin(-1e9), 1e-6);
+    EXPECT_NEAR(sineCosine(1e9).second, std::cos(1e9), 1e-6);
+}
+
+TEST(ElementaryFunctions, SineCosineAtQuarterTurnsAndBeyondNumbers)
+{
+    EXPECT_EQ(sineCosine(0), std::make_pair(0.0, 1.0));
+    for (int quarter = -9; quarter <= 9; ++quarter)
+    {
+        const auto [s, c] = sineCosine(quarter * (piValue / 2));
+        const int turn = ((quarter % 4) + 4) % 4;
+        EXPECT_NEAR(s, turn == 1 ? 1 : turn == 3 ? -1 : 0, 2e-15);
+        EXPECT_NEAR(c, turn == 0 ? 1 : turn == 2 ? -1 : 0, 2e-15);
+    }
+    EXPECT_TRUE(std::isnan(sineCosine(std::numeric_limits<double>::infinity()).first));
+    EXPECT_TRUE(std::isnan(sineCosine(std::numeric_limits<double>::quiet_NaN()).second));
+}
+
+}  // namespace tavrix

@@ -1,0 +1,119 @@
+#include <gtest/gtest.h>
+
+#include "mesh/TestMeshes.h"
+
+namespace tavrix
+{
+
+namespace
+{
+
+using test::makeTetrahedron;
+
+TX_ArrayServer& server() { return TX_ArrayServer::instance(); }
+
+TEST(MeshArrays, ExtraArraysAreFoundByNameAndType)
+{
+    Mesh mesh;
+    mesh.addArray<Vector3F>("UV_MAP_0").push_back({1, 2, 3});
+    ASSERT_NE(mesh.findArray<Vector3F>("UV_MAP_0"), nullptr);
+    EXPECT_EQ(mesh.findArray<Vector3F>("UV_MAP_0")->size(), 1u);
+    EXPECT_EQ(mesh.findArray<float>("UV_MAP_0"), nullptr);
+    EXPECT_TRUE(mesh.findArray("UV_MAP_1").isNone());
+    EXPECT_EQ(mesh.findArray("Pos"), mesh.getArrPos());
+    MeshArrayInf inf;
+    EXPECT_TRUE(mesh.getMeshArrayInf(inf, mesh.findArray("UV_MAP_0")));
+    EXPECT_EQ(inf.flags, uint32{MeshArrayInf::PER_POSITION} | MeshArrayInf::LIFE_CYCLE);
+    EXPECT_FALSE(mesh.getMeshArrayInf(inf, ArrayHandle{}));
+}
+
+TEST(MeshArrays, TheLifeCycleMarkDecidesWhatOutlivesTheMesh)
+{
+    const ArrayHandle stays = server().create<Array<float>>();
+    const ArrayHandle dies = server().create<Array<float>>();
+    ArrayHandle leaves;
+    {
+        Mesh mesh;
+        mesh.addArray(stays, "stays", 0);
+        mesh.addArray(dies, "dies", 0);
+        mesh.addArray<float>("leaves");
+        leaves = mesh.findArray("leaves");
+        mesh.attachToLifeCycle(dies);
+        mesh.attachToLifeCycle(dies);
+        mesh.detachFromLifeCycle(leaves);
+    }
+    EXPECT_EQ(server().referenceCount(stays), 1u);
+    EXPECT_EQ(server().referenceCount(dies), 0u);
+    EXPECT_EQ(server().referenceCount(leaves), 1u);
+    server().release(stays);
+    server().release(leaves);
+}
+
+TEST(MeshArrays, ReleaseTellsWhetherThereWasAnArrayAndEmptiesTheSlot)
+{
+    Mesh mesh = makeTetrahedron();
+    const ArrayHandle pos = mesh.getArrPos();
+    EXPECT_FALSE(mesh.releaseArray(ArrayHandle{}, TX_SAFE{}));
+    EXPECT_TRUE(mesh.releaseArray(pos, TX_SAFE{}));
+    EXPECT_FALSE(mesh.releaseArray(pos, TX_SAFE{}));
+    EXPECT_TRUE(mesh.getArrPos().isNone());
+    EXPECT_EQ(mesh.getPosSize(), 0u);
+    EXPECT_TRUE(mesh.refPos().empty());
+}
+
+TEST(MeshArrays, ShallowCopiesShareAndDeepCopiesDoNot)
+{
+    const uint32 before = server().arrayCount();
+    {
+        Mesh a = makeTetrahedron();
+        Mesh b;
+        ArrayHandle dst = b.getArrPos();
+        ASSERT_TRUE(b.copyArrayShallow(dst, a, a.getArrPos()));
+        EXPECT_EQ(b.getArrPos(), a.getArrPos());
+        EXPECT_EQ(dst, a.getArrPos());
+        b.refPos()[0].x = 9;
+        EXPECT_EQ(a.pos()[0].x, 9);
+
+        ASSERT_TRUE(b.createArrayCopyDeep(dst, a, a.getArrPos()));
+        EXPECT_NE(b.getArrPos(), a.getArrPos());
+        b.refPos()[0].x = 1;
+        EXPECT_EQ(a.pos()[0].x, 9);
+        ASSERT_TRUE(b.copyArrayDeep(b.getArrPos(), a, a.getArrPos()));
+        EXPECT_EQ(b.pos()[0].x, 9);
+        EXPECT_FALSE(b.copyArrayDeep(b.getArrPos(), a, a.getArrNor())) << "another element type";
+
+        a.addArray<float>("Weights").resize(4);
+        ArrayHandle extra;
+        ASSERT_TRUE(b.createArrayCopyShallow(extra, a, a.findArray("Weights")));
+        EXPECT_EQ(b.findArray("Weights"), extra);
+        EXPECT_FALSE(b.createArrayCopyDeep(extra, a, ArrayHandle{}));
+        EXPECT_EQ(server().referenceCount(extra), 2u);
+    }
+    EXPECT_EQ(server().arrayCount(), before);
+}
+
+TEST(MeshArrays, FocusRegistersHandlesFilledFromOutside)
+{
+    const uint32 before = server().arrayCount();
+    {
+        Mesh mesh;
+        mesh.addArray<float>("Weights");
+        mesh.setHandle(Mesh::Slot::Pos, server().create<Array<Vector3D>>(5u));
+        mesh.setHandle(Mesh::Slot::NorAllSmoothed, server().create<Array<Vector3F>>(5u));
+        mesh.setHandle(Mesh::Slot::BindexPos, server().create<Array<uint32>>(2u));
+        EXPECT_EQ(mesh.getPosSize(), 5u);
+        mesh.focusHandlesToInternalArrays();
+        const char* const expected[] = {"TrindexPos", "TrindexNor",     "Pos",
+                                        "Nor",        "FaceNor",        "TrindexFacedge",
+                                        "BindexPos",  "NorAllSmoothed", "Weights"};
+        ASSERT_EQ(mesh.getArraySet().size(), std::size(expected));
+        for (uint32 i = 0; i < std::size(expected); ++i)
+            EXPECT_EQ(mesh.getArraySet().inf(i).name, TX_String(expected[i]));
+        EXPECT_EQ(mesh.getArraySet().inf(7).flags, 524288u | 131072 | 4);
+    }
+    EXPECT_EQ(server().arrayCount(), before);
+}
+
+}  // namespace
+
+}  // namespace tavrix

@@ -1,0 +1,140 @@
+#include <gtest/gtest.h>
+
+#include "mesh/TestMeshes.h"
+
+namespace tavrix
+{
+
+namespace
+{
+
+using test::makeMesh;
+using test::makeTetrahedron;
+
+TEST(MeshCopy, CopyFromIsDeepAndResetsTheNameUnlessAsked)
+{
+    Mesh source = makeTetrahedron();
+    source.setName("source");
+    source.setId(42);
+    source.getBox();
+    source.addArray<float>("Weights");
+
+    Mesh copy;
+    copy.setName("old");
+    copy.copyFrom(source, false);
+    EXPECT_EQ(copy.getName(), TX_String("Nameless"));
+    EXPECT_EQ(copy.getId(), 42u);
+    EXPECT_EQ(copy.getFlags() & 1, 1u);
+    EXPECT_EQ(copy.getBox(), source.getBox());
+    EXPECT_EQ(copy.pos(), source.pos());
+    EXPECT_EQ(copy.trindexNor(), source.trindexNor());
+    EXPECT_TRUE(copy.findArray("Weights").isNone());
+    copy.refPos()[0].x = -1;
+    EXPECT_EQ(source.pos()[0].x, 0);
+
+    source.invalidateBox();
+    copy = source;
+    EXPECT_EQ(copy.getName(), TX_String("source"));
+    EXPECT_EQ(copy.getFlags() & 1, 0u);
+    copy.copyFrom(copy, false);
+    EXPECT_EQ(copy.getName(), TX_String("source"));
+    EXPECT_EQ(copy.getPosSize(), 4u);
+}
+
+TEST(MeshCopy, CopyingOntoASharedArrayLeavesTheOtherSharerAlone)
+{
+    Mesh a = makeTetrahedron();
+    Mesh b;
+    ArrayHandle dst = b.getArrPos();
+    b.copyArrayShallow(dst, a, a.getArrPos());
+    b.copyFrom(Mesh(), false);
+    EXPECT_EQ(a.getPosSize(), 4u);
+    EXPECT_EQ(b.getPosSize(), 0u);
+}
+
+TEST(MeshCopy, CopyAllTakesTheExtraArrays)
+{
+    const uint32 before = TX_ArrayServer::instance().arrayCount();
+    {
+        Mesh copy;
+        {
+            Mesh source = makeTetrahedron();
+            source.addArray<float>("Weights").assign(4, 0.5f);
+            copy.copyAllFrom(source, true);
+        }
+        ASSERT_NE(copy.findArray<float>("Weights"), nullptr);
+        EXPECT_EQ(*copy.findArray<float>("Weights"), Array<float>(4, 0.5f));
+    }
+    EXPECT_EQ(TX_ArrayServer::instance().arrayCount(), before);
+}
+
+TEST(MeshCopy, PartialCopyTakesOneConnectedPart)
+{
+    Mesh both = makeTetrahedron();
+    Mesh far = makeMesh({{9, 9, 9}, {5, 0, 0}, {6, 0, 0}, {5, 1, 0}}, {{3, 1, 2}});
+    both.addMesh(far);
+    Mesh part;
+    Array<uint32> source;
+    part.copyPartialFrom(both, 4, source);
+    EXPECT_EQ(source, Array<uint32>({5, 6, 7}));
+    EXPECT_EQ(part.trindexPos(), Array<Index3>({{2, 0, 1}}));
+    EXPECT_EQ(part.pos(), Array<Vector3D>({{5, 0, 0}, {6, 0, 0}, {5, 1, 0}}));
+    EXPECT_EQ(part.nor().size(), 3u);
+    both.copyPartialFrom(both, 1, source);
+    EXPECT_EQ(both.trindexPos(), makeTetrahedron().trindexPos());
+    both.copyPartialFrom(part, 1, source);
+    EXPECT_TRUE(both.isEmpty());
+}
+
+TEST(MeshCopy, ReincarnateAndMoveTakeEverythingOver)
+{
+    Mesh source = makeTetrahedron();
+    source.setName("source");
+    source.addArray<float>("Weights");
+    const ArrayHandle pos = source.getArrPos();
+    Mesh taken = makeTetrahedron();
+    taken.reincarnate(source);
+    EXPECT_EQ(taken.getArrPos(), pos);
+    EXPECT_FALSE(taken.findArray("Weights").isNone());
+    EXPECT_EQ(source.getName(), TX_String("Nameless"));
+    EXPECT_TRUE(source.isEmpty());
+
+    Mesh moved = std::move(taken);
+    moved = std::move(moved);
+    EXPECT_EQ(moved.getName(), TX_String("source"));
+    EXPECT_EQ(moved.getArrPos(), pos);
+    taken = std::move(moved);
+    EXPECT_EQ(taken.getFacesSize(), 4u);
+}
+
+TEST(MeshCopy, AddMeshRenumbersWhatItAppends)
+{
+    const auto at = [](uint32 f, uint32 e) { return IndexFacedge::of(f, e); };
+    constexpr IndexFacedge none = IndexFacedge::none();
+    Mesh mesh = makeMesh({{0, 0, 0}, {1, 0, 0}, {0, 1, 0}, {1, 1, 0}}, {{0, 1, 2}, {2, 1, 3}});
+    mesh.refNor().push_back({0, 0, 1});
+    mesh.refTrindexFacedge() = {{none, at(1, 0), none}, {at(0, 1), none, none}};
+    mesh.refFaceNor().assign(2, Wector3F{0, 0, 1, 0.5f});
+    mesh.getBox();
+
+    mesh.addMesh(mesh);
+    EXPECT_EQ(mesh.getFlags() & 1, 0u);
+    EXPECT_EQ(mesh.getPosSize(), 8u);
+    EXPECT_EQ(mesh.nor().size(), 10u);
+    EXPECT_EQ(mesh.trindexPos(), Array<Index3>({{0, 1, 2}, {2, 1, 3}, {4, 5, 6}, {6, 5, 7}}));
+    EXPECT_EQ(mesh.trindexNor(), Array<Index3>({{0, 1, 2}, {2, 1, 3}, {5, 6, 7}, {7, 6, 8}}));
+    EXPECT_EQ(mesh.trindexFacedge()[2], (FacedgeTriple{none, at(3, 0), none}));
+    EXPECT_EQ(mesh.trindexFacedge()[3], (FacedgeTriple{at(2, 1), none, none}));
+    EXPECT_EQ(mesh.faceNor().size(), 4u);
+
+    mesh.addMesh(makeTetrahedron());
+    EXPECT_EQ(mesh.getFacesSize(), 8u);
+    EXPECT_TRUE(mesh.trindexFacedge().empty())
+        << "the tetrahedron has none: face-edges of some faces only would lie";
+    EXPECT_TRUE(mesh.faceNor().empty());
+    EXPECT_EQ(mesh.trindexNor().size(), 8u);
+}
+
+}  // namespace
+
+}  // namespace tavrix
