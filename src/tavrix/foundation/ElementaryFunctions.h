@@ -10,12 +10,19 @@ namespace tavrix
 
 inline constexpr double piValue = 3.141592653589793;
 
+/// On a function that kernels for several instruction sets share: it is never compiled on its own.
+#if defined(__GNUC__)
+#define TX_ALWAYS_INLINE [[gnu::always_inline]] inline
+#else
+#define TX_ALWAYS_INLINE inline
+#endif
+
 /// The angle in [0, pi] whose cosine is x; x is clamped to [-1, 1], and a NaN stays one.
 ///
 /// Error below 1e-15, and the same bits on every system: basic arithmetic and the square root only. With s =
 /// |x| up to 1/2, and s = sqrt((1 - |x|) / 2) beyond (half-angle formula), asin(s) = s + s^3 P(s^2) with a
 /// minimax polynomial P. Free of branches, so that a loop over an array of cosines vectorises.
-inline double arcCosine(double x)
+TX_ALWAYS_INLINE double arcCosine(double x)
 {
     x = x < -1.0 ? -1.0 : x;
     x = x > 1.0 ? 1.0 : x;

@@ -163,16 +163,6 @@ void Mesh::workBox() const
     _flags |= boxValid;
 }
 
-template <class T> Array<T>& Mesh::require(Slot slot)
-{
-    Array<T>* array = server().get<Array<T>>(handleOf(slot));
-    if (array) return *array;
-    releaseSlot(slot);
-    registerAlwaysPresentArrays();
-    if (handleOf(slot).isNone()) createSlot(slot);
-    return *server().get<Array<T>>(handleOf(slot));
-}
-
 template <class T> const Array<T>& Mesh::read(Slot slot) const
 {
     static const Array<T> none;

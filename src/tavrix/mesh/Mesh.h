@@ -219,8 +219,86 @@ public:
     /// otherwise. Everything derived is released, to be rebuilt on demand.
     void addMesh(const Mesh& other);
 
+    /// Makes a mesh of the name, positions and position triples, with normals as createNormals(creaseAngle)
+    /// makes them; creaseAngle in radians. What the mesh held before is released; id and render object stay.
+    void assign(const TX_String& name, const Array<Vector3D>& positions, const Array<Index3>& triples,
+                double creaseAngle);
+    /// Replaces positions, normals and faces by the cube of the box: corner i has max x when bit 0 of i is
+    /// set, max y for bit 1, max z for bit 2; twelve faces, eight smooth normals. Name, id and extra arrays
+    /// stay.
+    void createCubePrimitive(const Box3D& box);
+
+    /// Unit face normals with areas, and vertex normals as angle-weighted averages of them, on bare arrays.
+    ///
+    /// `faceNor` is resized to the faces; `nor` keeps its size, which must cover every index in `trindexNor`.
+    /// A face without area gets the normal (1, 0, 0, 0) and adds nothing. Corner angles are scaled to the sum
+    /// pi; sums run in single precision in face order, so the same input gives the same bytes. A normal that
+    /// no face uses becomes (0, 0, 1), one whose sum vanishes a lie-down normal. O(faces + normals), on the
+    /// caller's thread.
+    static void staticCalculateNormals(const Array<Vector3D>& pos, const Array<Index3>& trindexPos,
+                                       const Array<Index3>& trindexNor, Array<Wector3F>& faceNor,
+                                       Array<Vector3F>& nor);
+    /// Vertex normals alone, indexed as the positions are.
+    static void staticCalculateNormals(const Array<Vector3D>& pos, const Array<Index3>& trindexPos,
+                                       Array<Vector3F>& nor);
+    /// Face normals alone.
+    static void staticCalculateNormals(const Array<Vector3D>& pos, const Array<Index3>& trindexPos,
+                                       Array<Wector3F>& faceNor);
+    /// Gives every zero entry of `nor` a unit direction that lies in the surface: the way outwards, from the
+    /// opposite edges to the corners that use the entry; where that vanishes too, the normal of the first
+    /// face around it that has an area, else (0, 0, 1).
+    static void staticCalculateLieDownNormals(const Array<Vector3D>& pos, const Array<Index3>& trindexPos,
+                                              const Array<Index3>& trindexNor, Array<Vector3F>& nor);
+
+    /// Recomputes "FaceNor" and "Nor" through "TrindexNor", and "NorAllSmoothed" when the mesh holds it.
+    /// Without one normal triple a face the normals are indexed as the positions are; a "Nor" that is too
+    /// short grows.
+    void recalculateNormals();
+    /// The same bytes with the work spread over threads.
+    void recalculateNormalsParallelized(uint32 threadCount);
+    void recalculateFaceNormals();
+    void recalculateVertexesNormals();
+    /// Recalculates the normals unless there is one a face and one for every index in "TrindexNor".
+    void confirmNormalsCalculated();
+    /// Rebuilds "TrindexNor" for the angle and recalculates all normals.
+    void createNormals(double angle);
+    /// Rebuilds "TrindexNor": two corners at a position share a normal when a chain of faces around it joins
+    /// them, each step over an edge of exactly two faces whose normals differ by at most `angle` (radians,
+    /// clamped to [0, pi]). From pi on everything at a position is smooth, and normals are indexed as
+    /// positions are. Otherwise normals are numbered in the order of the faces' corners, and faces without
+    /// area stay apart. `normalCount` receives their number.
+    void recalculateArrTrindexNor_SmoothingGroups(double angle, uint32& normalCount);
+    /// Computes "NorAllSmoothed": one normal a position, smooth over every edge.
+    void calculateVerticesSurfaceNormal(uint32 threadCount = 1);
+    /// The same into an array of the caller's, which is resized to the positions.
+    void calculateVerticesSurfaceNormalExternal(Array<Vector3F>& normals) const;
+    /// Computes "NorAllSmoothed" unless the mesh holds one normal a position already.
+    void createSafe_arrNorSurface();
+
     /// Appends name and element counts as text, in six lines.
     void addStringDescription(TX_String& text) const;
+
+    // Connectivity, built in linear time and only when it is missing. An edge is a pair of different
+    // positions that are neighbouring corners of a face; faces that name a position twice have no edges.
+    // Edges are numbered in the order in which the faces first use them. The indices of the faces must be
+    // valid.
+
+    /// "TrindexFacedge": for each edge of each face the face-edge on the other side, whichever way that one
+    /// runs; none on borders and on edges of three and more faces, where a walk over the surface ends.
+    void createSafe_arrTrindexFacedge();
+    /// "BindexPos": two positions an edge, in the direction of the face that uses it first.
+    void createSafe_arrBindexPos();
+    /// "BindexFacedge": two face-edges an edge (IndexFacedge values), the first use and the one on its other
+    /// side or none.
+    void createSafe_arrBindexFacedge();
+    /// Around each position the positions that an edge joins to it, each once, in the order of the edges'
+    /// numbers. Creates "BindexPos" along with it.
+    void createSafe_PosConnectivityToPos();
+    /// Around each position the numbers of its edges, ascending; entry for entry the edges of
+    /// PosConnectivityToPos. Creates "BindexPos", which holds their ends.
+    void createSafe_PosConnectivityToEdges();
+    /// Around each position the faces that have it as a corner, each once, ascending.
+    void createSafe_PosConnectivityToFaces();
 
     /// Releases the face-edge neighbours.
     void invalidateConnectivityBasic();
@@ -249,9 +327,20 @@ private:
     void releaseSlot(Slot slot);
     void releaseAllArrays();
     void copySlot(Slot slot, const Mesh& other, TX_CopyMode mode);
+    void prepareNormalArrays();
     bool isInSlot(ArrayHandle handle) const;
     bool substitute(ArrayHandle& dst, ArrayHandle fresh, const Mesh& other, ArrayHandle src);
-    template <class T> Array<T>& require(Slot slot);
+    /// The array of a slot for writing, created when the slot holds none.
+    template <class T> Array<T>& require(Slot slot)
+    {
+        if (!TX_ArrayServer::instance().get<Array<T>>(handleOf(slot)))
+        {
+            releaseSlot(slot);
+            registerAlwaysPresentArrays();
+            if (handleOf(slot).isNone()) createSlot(slot);
+        }
+        return *TX_ArrayServer::instance().get<Array<T>>(handleOf(slot));
+    }
     template <class T> const Array<T>& read(Slot slot) const;
 
     mutable uint32 _flags = 0;

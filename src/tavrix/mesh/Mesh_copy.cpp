@@ -1,7 +1,7 @@
 #include <algorithm>
-#include <numeric>
 #include <vector>
 
+#include <tavrix/mesh/detail/UnionFind.h>
 #include <tavrix/mesh/Mesh.h>
 
 namespace tavrix
@@ -10,32 +10,10 @@ namespace tavrix
 namespace
 {
 
-/// Disjoint sets of indices; the smallest member stands for its set.
-class UnionFind
-{
-public:
-    explicit UnionFind(uint32 size) : _parents(size) { std::iota(_parents.begin(), _parents.end(), 0u); }
-
-    uint32 find(uint32 i)
-    {
-        while (_parents[i] != i) i = _parents[i] = _parents[_parents[i]];
-        return i;
-    }
-    void unite(uint32 i, uint32 k)
-    {
-        const uint32 a = find(i);
-        const uint32 b = find(k);
-        _parents[std::max(a, b)] = std::min(a, b);
-    }
-
-private:
-    Array<uint32> _parents;
-};
-
 /// One flag a face: whether it is connected to the seed face by shared positions.
 std::vector<bool> connectedFaces(const Mesh& mesh, uint32 seedFace)
 {
-    UnionFind parts(mesh.getPosSize());
+    detail::UnionFind parts(mesh.getPosSize());
     for (const Index3& t : mesh.trindexPos())
     {
         parts.unite(t.a, t.b);

@@ -1,0 +1,2 @@
+#define TX_SPLAT_VARIANT plain
+#include <tavrix/fields/detail/ParticleSplatKernel.h>

@@ -1,0 +1,158 @@
+#pragma once
+
+#include <concepts>
+#include <limits>
+#include <memory>
+
+#include <tavrix/fields/GridDescription3.h>
+#include <tavrix/foundation/Array.h>
+#include <tavrix/foundation/ScalarField3_RL.h>
+#include <tavrix/platform/Export.h>
+
+namespace tavrix
+{
+
+/// How a field stores its samples.
+enum class ScalarFieldType : uint32
+{
+    Dense = 1,
+    Tiled = 2
+};
+
+/// Which stencil an evaluation at a point uses. Values are trilinear in both modes (the interpolation is symmetric as it
+/// stands); the modes differ for derivatives.
+enum ScalarFieldEvalMode
+{
+    TX_FIELD_EVAL_ASYMMETRIC,
+    TX_FIELD_EVAL_SYMMETRIC
+};
+
+/// What a failed evaluation of a field yields beside the flag false: 3.4028235e38, or the largest value of an integer type.
+template <class Value>
+inline constexpr Value failedValue = std::numeric_limits<Value>::max();
+template <>
+inline constexpr double failedValue<double> = farValue;
+
+/// A 3-D scalar field on the nodes of a regular grid, whatever its storage.
+///
+/// Holds what all storages share: the flags word, the render object, the type and the grid. Indices of nodes are not
+/// checked; a point outside the closed box answers (false, 3.4028235e38). No operation reports errors otherwise.
+template <class Value, class Coord>
+class ScalarField3_base
+{
+public:
+    /// Bit of the flags word: the samples or the grid changed since a reader cleared it.
+    static constexpr uint32 flagChanged = 1;
+
+    virtual ~ScalarField3_base();
+
+    uint32& refFlags() { return _flags; }
+    uint32 getFlags() const { return _flags; }
+    ScalarFieldType getType() const { return _type; }
+
+    const GridDescription3<Coord>& getGrid() const { return _grid; }
+    uint32 sizeX() const { return _grid.sizeX; }
+    uint32 sizeY() const { return _grid.sizeY; }
+    uint32 sizeZ() const { return _grid.sizeZ; }
+    /// Number of samples.
+    uint32 size() const { return _grid.size; }
+    uint32 lastX() const { return _grid.sizeX - 1; }
+    uint32 lastY() const { return _grid.sizeY - 1; }
+    uint32 lastZ() const { return _grid.sizeZ - 1; }
+    const Box3<Coord>& getBox() const { return _grid.box; }
+    /// The largest of the three node separations.
+    Coord getPointSeparation() const { return _grid.largestSeparation; }
+    const Vector3<Coord>& getPointSeparations() const { return _grid.separation; }
+    Box3Points<Coord> getBox3Points() const { return Box3Points<Coord>(_grid.box); }
+    Box3Points_ex<Coord> getBox3Points_ex() const { return Box3Points_ex<Coord>(_grid.box); }
+
+    /// Position of a node.
+    Vector3<Coord> getPoint(uint32 i, uint32 j, uint32 k) const { return _grid.getPoint(i, j, k); }
+    Vector3<Coord> getPoint(const Index3& node) const { return _grid.getPoint(node.a, node.b, node.c); }
+    Vector3<Coord> getPoint(uint32 monoindex) const { return getPoint(_grid.getIndexes(monoindex)); }
+
+    /// Splits a monoindex into (i, j, k).
+    Index3 getIndexes(uint32 monoindex) const { return _grid.getIndexes(monoindex); }
+    void getIndexes(uint32 monoindex, Index3& node) const { node = _grid.getIndexes(monoindex); }
+    void getIndexes(uint32 monoindex, Tuple3<int32, int32, int32>& node) const
+    {
+        const Index3 n = _grid.getIndexes(monoindex);
+        node = {static_cast<int32>(n.a), static_cast<int32>(n.b), static_cast<int32>(n.c)};
+    }
+
+    /// Sizes the grid, centred on the origin, with one separation for every axis; the samples become unspecified.
+    virtual void reset_XYZ(uint32 sizeX, uint32 sizeY, uint32 sizeZ, Coord separation) = 0;
+    /// Frees the samples; the grid has no nodes.
+    virtual void reset_toZeroSize() = 0;
+    /// Hook for storages that need a step after sizing.
+    virtual void initialize() = 0;
+    /// Bytes held for the samples.
+    virtual uint64 getMemoryUsage() const = 0;
+
+    virtual Value get(const Index3& node) const = 0;
+    virtual Value get(uint32 monoindex) const = 0;
+    virtual void set(const Index3& node, Value value) = 0;
+    virtual void set(uint32 monoindex, Value value) = 0;
+
+    /// The value at a point by trilinear interpolation of the eight nodes around it; (false, 3.4028235e38) outside the
+    /// closed box and for a field of no samples. The corner weights are divided by their sum and narrowed to Value.
+    virtual Tuple2<bool, Value> evalSafe(const Vector3<Coord>& point, ScalarFieldEvalMode mode) const = 0;
+    Tuple2<bool, Value> evalSafe(const Vector3<Coord>& point) const
+    {
+        return evalSafe(point, TX_FIELD_EVAL_ASYMMETRIC);
+    }
+    /// As evalSafe, but fails too when one of the eight nodes is below the threshold.
+    virtual Tuple2<bool, Value> evalSafe_useLessThanThreshold(const Vector3<Coord>& point, Value threshold,
+                                                              ScalarFieldEvalMode mode) const = 0;
+    /// As evalSafe, but fails too when one of the eight nodes is above the threshold.
+    virtual Tuple2<bool, Value> evalSafe_useGreaterThanThreshold(const Vector3<Coord>& point, Value threshold,
+                                                                 ScalarFieldEvalMode mode) const = 0;
+
+    /// The value part of evalSafe.
+    Value eval(const Vector3<Coord>& point) const { return evalSafe(point).b; }
+    /// The flag of evalSafe; writes its value.
+    bool eval(const Vector3<Coord>& point, Value& out) const;
+    /// The sample of a node, with true.
+    Tuple2<bool, Value> eval(const Index3& node) const { return {true, get(node)}; }
+
+    /// Moves the box so that its centre is the point.
+    virtual void moveTo(const Vector3<Coord>& point);
+    /// Adds the offset to both corners of the box.
+    virtual void move(const Vector3<Coord>& offset);
+    /// Moves the box so that its min corner m becomes trunc(m / step) step on each axis (towards zero), a whole multiple
+    /// of the step.
+    void alignAbsolute(Coord step);
+
+    /// The render object; null until initializeRenderContext. A copy of a field has none.
+    ScalarField3_RL* getScalarField3_RL() const { return _renderObject.get(); }
+    void initializeRenderContext(uint32 sizeX, uint32 sizeY, uint32 sizeZ);
+    void destroyRenderContext();
+    /// Hands drawing to the render object; nothing happens without one.
+    void render();
+    void render(const Color4F& color);
+
+protected:
+    explicit ScalarField3_base(ScalarFieldType type);
+    ScalarField3_base(const ScalarField3_base& other);
+    ScalarField3_base& operator=(const ScalarField3_base& other);
+
+    uint32 _flags = 0;
+    std::unique_ptr<ScalarField3_RL> _renderObject;
+    ScalarFieldType _type;
+    GridDescription3<Coord> _grid{};
+};
+
+/// Applies a macro to every (Value, Coord) pair for which scalar fields are instantiated.
+#define TX_FOR_EACH_SCALAR_FIELD(M)                                                                           \
+    M(uint8, float) M(uint8, double) M(uint16, float) M(uint16, double) M(uint32, float) M(uint32, double)    \
+    M(int32, float) M(int32, double) M(uint64, float) M(uint64, double) M(float, float) M(float, double)      \
+    M(double, float) M(double, double)
+
+/// The same for the floating-point values.
+#define TX_FOR_EACH_REAL_SCALAR_FIELD(M) M(float, float) M(float, double) M(double, float) M(double, double)
+
+#define TX_DECLARE(Value, Coord) extern template class TX_GEOMETRY_API ScalarField3_base<Value, Coord>;
+TX_FOR_EACH_SCALAR_FIELD(TX_DECLARE)
+#undef TX_DECLARE
+
+}  // namespace tavrix

@@ -1,0 +1,142 @@
+// The kernel loop, compiled once for each instruction set into a namespace of its own (TX_SPLAT_VARIANT). Nothing in here
+// may instantiate an inline function of the standard library: the linker could then pick the wide one for everyone.
+
+#include <math.h>
+
+#include <tavrix/fields/detail/ParticleSplat.h>
+
+namespace tavrix::detail::TX_SPLAT_VARIANT
+{
+
+constexpr uint32 lanes = 8;
+constexpr double farAway = 1e300;
+
+inline double floorOf(double v)
+{
+    const auto truncated = static_cast<double>(static_cast<long long>(v));
+    return truncated > v ? truncated - 1 : truncated;
+}
+
+inline double ceilOf(double v) { return -floorOf(-v); }
+
+/// The nodes [low, high) of one axis within `reach` nodes of the cell that holds a coordinate.
+struct NodeRange
+{
+    uint32 low, high;
+
+    static NodeRange around(double cell, double reach, uint32 low, uint32 high)
+    {
+        const double first = cell - reach, last = cell + reach + 1;
+        return {first > low ? (first < high ? static_cast<uint32>(first) : high) : low,
+                last < high ? (last > low ? static_cast<uint32>(last) : low) : high};
+    }
+};
+
+/// max(v, 0), without a comparison that a compiler would turn into a branch.
+inline float positivePart(float v)
+{
+    const int bits = __builtin_bit_cast(int, v);
+    return __builtin_bit_cast(float, bits & ~(bits >> 31));
+}
+
+/// Gives `count` consecutive samples the kernel's values, where a squared distance is rowPart + zPart[n]. Distances beyond
+/// the reach change nothing: there the maximum gets a negative value and the sum 0.
+template <SplatKernel::Merge merge, class Value>
+inline void splatLanes(Value* __restrict samples, const double* __restrict zPart, uint32 count, double rowPart,
+                       float squaredReach, float scale)
+{
+    for (uint32 n = 0; n < count; ++n)
+    {
+        const auto d2 = static_cast<float>(rowPart + zPart[n]);
+        const float t = 1.0f - d2 / squaredReach;
+        if constexpr (merge == SplatKernel::Merge::Maximum)
+        {
+            const auto v = static_cast<Value>(t * t * t);
+            samples[n] = v > samples[n] ? v : samples[n];
+        }
+        else
+        {
+            const float c = positivePart(t);
+            samples[n] += static_cast<Value>(scale * (c * c * c));
+        }
+    }
+}
+
+/// A run of nodes, in whole groups of lanes where the stored row has room for them.
+template <SplatKernel::Merge merge, class Value>
+inline void splatRun(Value* row, uint32 rowStart, uint32 rowLength, uint32 low, uint32 high, const double* zPart,
+                     uint32 zFirst, double rowPart, float squaredReach, float scale)
+{
+    uint32 start = low - rowStart;
+    const uint32 padded = (high - low + lanes - 1) / lanes * lanes;
+    if (padded > rowLength)
+    {
+        splatLanes<merge>(row + start, zPart + (low - zFirst), high - low, rowPart, squaredReach, scale);
+        return;
+    }
+    if (start > rowLength - padded) start = rowLength - padded;
+    const double* z = zPart + static_cast<std::ptrdiff_t>(start) + static_cast<std::ptrdiff_t>(rowStart) -
+                      static_cast<std::ptrdiff_t>(zFirst);
+    for (uint32 n = 0; n < padded; n += lanes)
+        splatLanes<merge>(row + start + n, z + n, lanes, rowPart, squaredReach, scale);
+}
+
+template <SplatKernel::Merge merge, class Value>
+inline void splatParticle(const SplatTarget<Value>& target, const SplatKernel& kernel, const Particle& particle)
+{
+    const float reach = particle.r * kernel.reach;
+    const float squaredReach = reach * reach;
+    const double limit = squaredReach;
+    const double center[3] = {particle.x, particle.y, particle.z};
+    const double steps = reach / target.largestSeparation;
+    const double reachInNodes = steps < maxReachInNodes ? ceilOf(steps) : maxReachInNodes;
+    double cell[3];
+    NodeRange range[3];
+    for (uint32 axis = 0; axis < 3; ++axis)
+    {
+        cell[axis] = (center[axis] - target.nodes[axis][0]) * target.reciprocal[axis];
+        range[axis] = NodeRange::around(floorOf(cell[axis]), reachInNodes, target.low[axis], target.high[axis]);
+        if (range[axis].low >= range[axis].high) return;
+    }
+
+    double* zPart = target.scratch + lanes;
+    const uint32 zFirst = range[2].low, zCount = range[2].high - zFirst;
+    for (uint32 n = 0; n < lanes; ++n) zPart[static_cast<std::ptrdiff_t>(n) - lanes] = zPart[zCount + n] = farAway;
+    for (uint32 n = 0; n < zCount; ++n)
+    {
+        const double d = target.nodes[2][zFirst + n] - center[2];
+        zPart[n] = d * d;
+    }
+
+    for (uint32 i = range[0].low; i < range[0].high; ++i)
+    {
+        const double dx = target.nodes[0][i] - center[0];
+        for (uint32 j = range[1].low; j < range[1].high; ++j)
+        {
+            const double dy = target.nodes[1][j] - center[1];
+            const double rowPart = dx * dx + dy * dy;
+            if (rowPart > limit) continue;
+            const double half = sqrt(limit - rowPart) * target.reciprocal[2];
+            const NodeRange run = NodeRange::around(floorOf(cell[2]), floorOf(half) + 1, zFirst, zFirst + zCount);
+            if (run.low >= run.high) continue;
+            Value* row = target.samples + (i - target.rowStart[0]) * target.strideX +
+                         (j - target.rowStart[1]) * target.strideY;
+            splatRun<merge>(row, target.rowStart[2], target.rowLength, run.low, run.high, zPart, zFirst, rowPart,
+                            squaredReach, kernel.scale);
+        }
+    }
+}
+
+template <class Value>
+void splat(const SplatTarget<Value>& target, const SplatKernel& kernel, const Particle* particles, std::size_t count)
+{
+    if (kernel.merge == SplatKernel::Merge::Maximum)
+        for (std::size_t n = 0; n < count; ++n) splatParticle<SplatKernel::Merge::Maximum>(target, kernel, particles[n]);
+    else
+        for (std::size_t n = 0; n < count; ++n) splatParticle<SplatKernel::Merge::Sum>(target, kernel, particles[n]);
+}
+
+template void splat(const SplatTarget<float>&, const SplatKernel&, const Particle*, std::size_t);
+template void splat(const SplatTarget<double>&, const SplatKernel&, const Particle*, std::size_t);
+
+}  // namespace tavrix::detail::TX_SPLAT_VARIANT

@@ -1,0 +1,87 @@
+#pragma once
+
+#include <cstddef>
+#include <memory>
+
+#include <tavrix/fields/GridDescription3.h>
+#include <tavrix/foundation/Array.h>
+
+#if defined(__SSE2__) || defined(_M_X64)
+#include <emmintrin.h>
+#endif
+
+namespace tavrix::detail
+{
+
+/// One bit a grid node, set where the sample is not below the threshold; a row of bits for each (i, j), lowest bit first,
+/// closed by at least one zero bit past the last node so that a row can be read one node ahead.
+class SignRows
+{
+public:
+    SignRows(uint32 sizeX, uint32 sizeY, uint32 sizeZ)
+        : _sizeY(sizeY), _words(sizeZ / 64 + 1), _bits(new uint64[std::size_t{sizeX} * sizeY * _words])
+    {
+        adviseHugePages(_bits.get(), std::size_t{sizeX} * sizeY * _words * sizeof(uint64));
+    }
+
+    uint32 wordsPerRow() const { return _words; }
+    uint64* row(uint32 i, uint32 j) { return _bits.get() + (std::size_t{i} * _sizeY + j) * _words; }
+    const uint64* row(uint32 i, uint32 j) const { return _bits.get() + (std::size_t{i} * _sizeY + j) * _words; }
+
+private:
+    uint32 _sizeY;
+    uint32 _words;
+    std::unique_ptr<uint64[]> _bits;
+};
+
+/// The 64 bits "sample >= threshold" of up to 64 consecutive samples.
+template <class T>
+uint64 signWord(const T* samples, uint32 count, T threshold)
+{
+    uint64 word = 0;
+    for (uint32 n = 0; n < count; ++n) word |= uint64{samples[n] >= threshold} << n;
+    return word;
+}
+
+#if defined(__SSE2__) || defined(_M_X64)
+inline uint64 signWord64(const float* samples, float threshold)
+{
+    const __m128 level = _mm_set1_ps(threshold);
+    uint64 word = 0;
+    for (uint32 n = 0; n < 64; n += 4)
+    {
+        const int mask = _mm_movemask_ps(_mm_cmpge_ps(_mm_loadu_ps(samples + n), level));
+        word |= static_cast<uint64>(mask) << n;
+    }
+    return word;
+}
+
+inline uint64 signWord64(const double* samples, double threshold)
+{
+    const __m128d level = _mm_set1_pd(threshold);
+    uint64 word = 0;
+    for (uint32 n = 0; n < 64; n += 2)
+    {
+        const int mask = _mm_movemask_pd(_mm_cmpge_pd(_mm_loadu_pd(samples + n), level));
+        word |= static_cast<uint64>(mask) << n;
+    }
+    return word;
+}
+#else
+template <class T>
+uint64 signWord64(const T* samples, T threshold)
+{
+    return signWord(samples, 64, threshold);
+}
+#endif
+
+/// Fills a row of sign bits from consecutive samples.
+template <class T>
+void classifyRow(const T* samples, uint32 sizeZ, T threshold, uint64* bits)
+{
+    uint32 k = 0;
+    for (; k + 64 <= sizeZ; k += 64) *bits++ = signWord64(samples + k, threshold);
+    *bits = signWord(samples + k, sizeZ - k, threshold);
+}
+
+}  // namespace tavrix::detail

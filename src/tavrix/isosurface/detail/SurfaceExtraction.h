@@ -1,0 +1,157 @@
+#pragma once
+
+#include <tavrix/foundation/ParallelFor.h>
+#include <tavrix/isosurface/detail/MeshCleaning.h>
+#include <tavrix/isosurface/detail/SurfaceTopology.h>
+#include <tavrix/mesh/Mesh.h>
+
+// The extraction of a surface is one template over a source of samples:
+//
+//   const GridDescription3<double>& grid() const;
+//   void classify(uint32 i, uint32 j, uint64* bits) const;        the sign bits of the nodes (i, j, 0 ..)
+//   Vector3D vertex(const EdgeKey& key) const;                    where the surface crosses a grid edge
+//   static constexpr bool hasNormals;  Vector3F normal(const EdgeKey& key) const;
+
+namespace tavrix::detail
+{
+
+/// How a surface is to be extracted.
+struct ExtractionOptions
+{
+    CellRange cells;
+    uint32 threadCount;
+    CancelCallback callback;
+    bool cleanUp;
+};
+
+/// The point at fraction t of a grid edge.
+inline Vector3D pointOnEdge(const GridDescription3<double>& grid, const EdgeKey& key, double t)
+{
+    const Index3 node = grid.getIndexes(key.a);
+    Vector3D point = grid.getPoint(node.a, node.b, node.c);
+    const double end = grid.getCoordinate(key.b, node[key.b] + 1);
+    point[key.b] += t * (end - point[key.b]);
+    return point;
+}
+
+/// Samples in one dense array.
+template <class T>
+class DenseSource
+{
+public:
+    static constexpr bool hasNormals = false;
+
+    DenseSource(const GridDescription3<double>& grid, const T* samples, T threshold)
+        : _grid(grid), _samples(samples), _threshold(threshold)
+    {
+    }
+
+    const GridDescription3<double>& grid() const { return _grid; }
+
+    void classify(uint32 i, uint32 j, uint64* bits) const
+    {
+        classifyRow(_samples + _grid.getMonoindex(i, j, 0), _grid.sizeZ, _threshold, bits);
+    }
+
+    /// The point of the edge where the linear interpolation of its samples meets the threshold.
+    Vector3D vertex(const EdgeKey& key) const
+    {
+        const uint32 step = key.b == 0 ? _grid.sizeYZ : key.b == 1 ? _grid.sizeZ : 1;
+        const double low = static_cast<double>(_samples[key.a]);
+        const double high = static_cast<double>(_samples[key.a + step]);
+        return pointOnEdge(_grid, key, (static_cast<double>(_threshold) - low) / (high - low));
+    }
+
+private:
+    const GridDescription3<double>& _grid;
+    const T* _samples;
+    T _threshold;
+};
+
+/// The sign bits of all nodes that the cells touch; false when the callback stopped the work.
+template <class Source>
+bool classifySamples(const Source& source, const ExtractionOptions& options, SignRows& signs)
+{
+    const CellRange& cells = options.cells;
+    const uint64 planes = uint64{cells.high.a} - cells.low.a + 1;
+    const uint64 perRound = std::max<uint64>((uint64{1} << 25) / source.grid().sizeYZ, 1) *
+                            std::max(options.threadCount, 1u);
+    for (uint64 start = 0; start < planes; start += perRound)
+    {
+        if (cancelled(options.callback)) return false;
+        parallelFor(std::min(perRound, planes - start), options.threadCount,
+                    [&](uint32, uint64 begin, uint64 end)
+                    {
+                        const auto low = static_cast<uint32>(cells.low.a + start + begin);
+                        const auto high = static_cast<uint32>(cells.low.a + start + end);
+                        for (uint32 i = low; i < high; ++i)
+                            for (uint32 j = cells.low.b; j <= cells.high.b; ++j)
+                                source.classify(i, j, signs.row(i, j));
+                    });
+    }
+    return true;
+}
+
+/// Appends vertices and replaces faces; the topology's arrays move into the mesh.
+template <class Source>
+void writeMesh(const Source& source, SurfaceTopology& surface, Mesh& mesh, uint32 threadCount)
+{
+    const uint32 vertexCount = surface.vertices.size();
+    const uint32 oldPositions = mesh.refPos().size();
+    const uint32 oldNormals = mesh.refNor().size();
+    Array<Index3> normalFaces(surface.faces.size());
+    mesh.refPos().resize(Array<Vector3D>::checkedSize(uint64{oldPositions} + vertexCount));
+    mesh.refNor().resize(Array<Vector3F>::checkedSize(uint64{oldNormals} + vertexCount));
+    Vector3D* positions = mesh.refPos().data() + oldPositions;
+    Vector3F* normals = mesh.refNor().data() + oldNormals;
+    parallelFor(vertexCount, threadCount,
+                [&](uint32, uint64 begin, uint64 end)
+                {
+                    for (uint64 v = begin; v < end; ++v)
+                    {
+                        positions[v] = source.vertex(surface.vertices[v]);
+                        if constexpr (Source::hasNormals)
+                            normals[v] = source.normal(surface.vertices[v]);
+                        else
+                            normals[v] = {0, 0, 0};
+                    }
+                });
+    parallelFor(surface.faces.size(), threadCount,
+                [&](uint32, uint64 begin, uint64 end)
+                { std::copy(surface.faces.data() + begin, surface.faces.data() + end, normalFaces.data() + begin); });
+    mesh.refTrindexPos() = std::move(surface.faces);
+    mesh.refTrindexNor() = std::move(normalFaces);
+    mesh.invalidateBox();
+    mesh.invalidateConnectivity();
+}
+
+/// The surface's vertices and faces; empty when there is none or the callback stopped the work.
+template <class Source>
+SurfaceTopology findSurface(const Source& source, const ExtractionOptions& options)
+{
+    if (options.cells.empty()) return {};
+    SignRows signs(source.grid().sizeX, source.grid().sizeY, source.grid().sizeZ);
+    if (!classifySamples(source, options, signs)) return {};
+    return buildSurfaceTopology(source.grid(), signs, options.cells, options.threadCount, options.callback);
+}
+
+/// The whole extraction; the contract is IsosurfaceExtractor3::extractMesh's. A null vertexEdges is not filled.
+/// afterCells(corner count) is called once the faces are known.
+template <class Source, class AfterCells>
+unsigned long extractSurface(const Source& source, const ExtractionOptions& options, Mesh& mesh,
+                             Array<EdgeKey>* vertexEdges, AfterCells afterCells)
+{
+    SurfaceTopology surface = findSurface(source, options);
+    afterCells(surface.cornerCount);
+    if (surface.faces.empty() || cancelled(options.callback)) return 0;
+    writeMesh(source, surface, mesh, options.threadCount);
+    if (vertexEdges) *vertexEdges = std::move(surface.vertices);
+    if (options.cleanUp)
+    {
+        constexpr double mergeFraction = 1.0 / 8192;  // 2^-13
+        cleanMesh(mesh, source.grid().largestSeparation * mergeFraction, options.threadCount);
+    }
+    return mesh.refTrindexPos().size();
+}
+
+}  // namespace tavrix::detail

@@ -1,0 +1,89 @@
+#include <tavrix/mesh/MeshTopology.h>
+
+#include <algorithm>
+
+#include <tavrix/mesh/detail/EdgeTable.h>
+
+namespace tavrix
+{
+
+namespace
+{
+
+bool runsUpwards(const Array<Index3>& faces, uint32 halfEdge)
+{
+    const Index3& t = faces[halfEdge / 3];
+    return t[halfEdge % 3] < t[(halfEdge + 1) % 3];
+}
+
+/// For every edge, the uses upwards minus the uses downwards.
+Array<int32> directionBalances(const detail::EdgeTable& edges, const Array<Index3>& faces)
+{
+    Array<int32> balances(edges.edgeCount, 0);
+    for (uint32 h = 0; h < edges.edgeOfHalfEdge.size(); ++h)
+        if (edges.edgeOfHalfEdge[h] != noIndex)
+            balances[edges.edgeOfHalfEdge[h]] += runsUpwards(faces, h) ? 1 : -1;
+    return balances;
+}
+
+uint32 countUsedPositions(const detail::EdgeTable& edges, const Array<Index3>& faces, uint32 positionCount)
+{
+    Array<uint8> used(positionCount, uint8{0});
+    for (uint32 h = 0; h < edges.edgeOfHalfEdge.size(); ++h)
+        if (edges.edgeOfHalfEdge[h] != noIndex) used[faces[h / 3][h % 3]] = 1;
+    return static_cast<uint32>(std::count(used.begin(), used.end(), uint8{1}));
+}
+
+bool isBelow(const Array<Index3>& triples, uint32 size)
+{
+    return std::all_of(triples.begin(), triples.end(),
+                       [size](const Index3& t) { return t.a < size && t.b < size && t.c < size; });
+}
+
+}  // namespace
+
+MeshTopology computeTopology(const Mesh& mesh)
+{
+    const Array<Index3>& faces = mesh.trindexPos();
+    const detail::EdgeTable edges(faces, mesh.getPosSize());
+    const Array<uint32> uses = edges.useCounts();
+    const Array<int32> balances = directionBalances(edges, faces);
+    MeshTopology topology{};
+    topology.positionCount = countUsedPositions(edges, faces, mesh.getPosSize());
+    topology.edgeCount = edges.edgeCount;
+    for (uint32 f = 0; f < faces.size(); ++f) topology.faceCount += edges.edgeOfHalfEdge[3 * f] != noIndex;
+    for (uint32 e = 0; e < edges.edgeCount; ++e)
+    {
+        topology.boundaryEdgeCount += uses[e] == 1;
+        topology.nonManifoldEdgeCount += uses[e] > 2;
+        topology.inconsistentEdgeCount += uses[e] > 1 && balances[e] != 0;
+    }
+    return topology;
+}
+
+bool hasValidIndices(const Mesh& mesh)
+{
+    const bool fits = mesh.trindexNor().empty() || mesh.trindexNor().size() == mesh.getFacesSize();
+    return fits && isBelow(mesh.trindexPos(), mesh.getPosSize()) &&
+           isBelow(mesh.trindexNor(), mesh.nor().size());
+}
+
+double surfaceArea(const Mesh& mesh)
+{
+    const Array<Vector3D>& pos = mesh.pos();
+    double twice = 0;
+    for (const Index3& t : mesh.trindexPos())
+        twice += length(cross(pos[t.b] - pos[t.a], pos[t.c] - pos[t.a]));
+    return twice / 2;
+}
+
+double signedVolume(const Mesh& mesh)
+{
+    const Array<Vector3D>& pos = mesh.pos();
+    double sixfold = 0;
+    for (const Index3& t : mesh.trindexPos())
+        sixfold += dot(pos[t.a] - pos[0], cross(pos[t.b] - pos[0], pos[t.c] - pos[0]));
+    return sixfold / 6;
+}
+
+}  // namespace tavrix

@@ -1,0 +1,39 @@
+#pragma once
+
+#include <tavrix/mesh/Mesh.h>
+
+namespace tavrix
+{
+
+/// How the faces of a mesh hang together. Faces that name a position twice have no edges and are not counted.
+struct MeshTopology
+{
+    uint32 positionCount;          ///< positions that a counted face uses
+    uint32 edgeCount;              ///< different undirected edges
+    uint32 faceCount;              ///< counted faces
+    uint32 boundaryEdgeCount;      ///< edges of one face
+    uint32 nonManifoldEdgeCount;   ///< edges of three and more faces
+    uint32 inconsistentEdgeCount;  ///< edges of several faces that do not run along it equally often in both
+                                   ///< directions
+
+    bool isClosed() const { return boundaryEdgeCount == 0; }
+    bool isConsistentlyOriented() const { return inconsistentEdgeCount == 0; }
+    /// Positions - edges + faces: 2 for a sphere, 0 for a torus, their sum for several parts.
+    int64 eulerCharacteristic() const { return int64{positionCount} - edgeCount + faceCount; }
+};
+
+/// O(positions + faces). The indices must be valid.
+TX_GEOMETRY_API MeshTopology computeTopology(const Mesh& mesh);
+
+/// True when every face names positions and, unless there are no normal triples at all, normals that exist.
+TX_GEOMETRY_API bool hasValidIndices(const Mesh& mesh);
+
+/// The sum of the face areas.
+TX_GEOMETRY_API double surfaceArea(const Mesh& mesh);
+
+/// The volume that the faces enclose, positive when they wind counter-clockwise seen from outside: the sum of
+/// the signed tetrahedra from the first position. For a mesh with borders it is that of the mesh closed
+/// towards that position.
+TX_GEOMETRY_API double signedVolume(const Mesh& mesh);
+
+}  // namespace tavrix

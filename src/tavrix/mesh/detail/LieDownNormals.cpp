@@ -1,0 +1,72 @@
+#include <tavrix/mesh/detail/LieDownNormals.h>
+
+#include <limits>
+
+#include <tavrix/foundation/Array.h>
+
+namespace tavrix::detail
+{
+
+namespace
+{
+
+constexpr Vector3F noDirection{0, 0, 0};
+
+/// The vector at unit length, or zero when it is shorter than `shortest` or not finite.
+Vector3D unitOrZero(const Vector3D& v, double shortest)
+{
+    const double size = length(v);
+    const bool usable = size > shortest && size <= std::numeric_limits<double>::max();
+    return usable ? v * (1.0 / size) : Vector3D{0, 0, 0};
+}
+
+/// What is known about one vanished normal.
+struct Candidate
+{
+    uint32 normal;
+    Vector3D outwards;
+    Vector3D faceNormal;
+};
+
+void visitCorner(Candidate& candidate, const Vector3D& corner, const Vector3D& next, const Vector3D& previous)
+{
+    constexpr double shortest = 1e-28;
+    candidate.outwards += unitOrZero(corner - (next + previous) * 0.5, shortest);
+    if (candidate.faceNormal == Vector3D{0, 0, 0})
+        candidate.faceNormal = unitOrZero(cross(next - corner, previous - corner), shortest);
+}
+
+Vector3F bestDirection(const Candidate& candidate)
+{
+    constexpr double cancelled = 1e-6;
+    constexpr Vector3D zero{0, 0, 0};
+    const Vector3D outwards = unitOrZero(candidate.outwards, cancelled);
+    if (outwards != zero) return convert<float>(outwards);
+    return candidate.faceNormal != zero ? convert<float>(candidate.faceNormal) : Vector3F{0, 0, 1};
+}
+
+}  // namespace
+
+void fillLieDownNormals(const NormalJob& job)
+{
+    Array<uint32> candidateOf(job.norCount, noIndex);
+    Array<Candidate> candidates;
+    for (uint32 n = 0; n < job.norCount; ++n)
+    {
+        if (job.nor[n] != noDirection) continue;
+        candidateOf[n] = candidates.size();
+        candidates.push_back({n, {0, 0, 0}, {0, 0, 0}});
+    }
+    for (uint32 f = 0; f < job.faceCount; ++f)
+        for (uint32 c = 0; c < 3; ++c)
+        {
+            const uint32 candidate = candidateOf[job.trindexNor[f][c]];
+            if (candidate == noIndex) continue;
+            const Index3& t = job.trindexPos[f];
+            visitCorner(candidates[candidate], job.pos[t[c]], job.pos[t[(c + 1) % 3]],
+                        job.pos[t[(c + 2) % 3]]);
+        }
+    for (const Candidate& candidate : candidates) job.nor[candidate.normal] = bestDirection(candidate);
+}
+
+}  // namespace tavrix::detail

@@ -1,0 +1,217 @@
+#include <tavrix/mesh/detail/NormalJob.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cmath>
+#include <memory>
+
+#include <tavrix/foundation/ParallelFor.h>
+#include <tavrix/mesh/detail/FaceBlock.h>
+#include <tavrix/platform/detail/CpuFeatures.h>
+
+namespace tavrix::detail
+{
+
+namespace
+{
+
+/// The z component of a vertex normal that no face has touched yet. A sum that happens to reach it starts
+/// afresh: the definition of the result, and out of reach for fewer than 354 faces around one normal.
+constexpr float untouched = 1111.0f;
+
+constexpr uint32 blockSize = FaceBlock::capacity;
+constexpr uint32 blocksPerChunk = 2048;
+
+/// What a block of faces adds to the vertex normals.
+struct Contributions
+{
+    Vector3F corner[blockSize][3];
+    bool counts[blockSize];
+};
+
+/// A run of faces, or of vertex normals.
+struct Range
+{
+    uint32 begin, end;
+
+    bool contains(uint32 i) const { return i - begin < end - begin; }
+};
+
+/// The arithmetic for this processor.
+struct Kernel
+{
+    void (*faceNormals)(FaceBlock&, uint32);
+    void (*cornerContributions)(FaceBlock&, uint32);
+};
+
+const Kernel& kernel()
+{
+#if defined(TX_AVX2_KERNELS)
+    static const Kernel chosen = hasAvx2()
+                                     ? Kernel{avx2::computeFaceNormals, avx2::computeCornerContributions}
+                                     : Kernel{plain::computeFaceNormals, plain::computeCornerContributions};
+#else
+    static const Kernel chosen{plain::computeFaceNormals, plain::computeCornerContributions};
+#endif
+    return chosen;
+}
+
+void gatherCorners(FaceBlock& block, const NormalJob& job, Range faces)
+{
+    for (uint32 f = faces.begin; f < faces.end; ++f)
+        for (uint32 c = 0; c < 3; ++c)
+        {
+            const Vector3D& p = job.pos[job.trindexPos[f][c]];
+            block.corner[c][0][f - faces.begin] = p.x;
+            block.corner[c][1][f - faces.begin] = p.y;
+            block.corner[c][2][f - faces.begin] = p.z;
+        }
+}
+
+void storeFaceNormals(const FaceBlock& block, Wector3F* faceNor, uint32 count)
+{
+    for (uint32 i = 0; i < count; ++i)
+        faceNor[i] = {static_cast<float>(block.normal[0][i]), static_cast<float>(block.normal[1][i]),
+                      static_cast<float>(block.normal[2][i]), static_cast<float>(block.area[i])};
+}
+
+void storeContributions(const FaceBlock& block, Contributions& contributions, uint32 count)
+{
+    for (uint32 i = 0; i < count; ++i)
+    {
+        for (uint32 c = 0; c < 3; ++c)
+            contributions.corner[i][c] = {block.contribution[c][0][i], block.contribution[c][1][i],
+                                          block.contribution[c][2][i]};
+        contributions.counts[i] = block.area[i] > smallestArea;
+    }
+}
+
+void processFaces(const NormalJob& job, Range faces, Contributions& contributions)
+{
+    FaceBlock block;
+    const uint32 count = faces.end - faces.begin;
+    gatherCorners(block, job, faces);
+    kernel().faceNormals(block, count);
+    if (job.faceNor) storeFaceNormals(block, job.faceNor + faces.begin, count);
+    if (!job.nor) return;
+    kernel().cornerContributions(block, count);
+    storeContributions(block, contributions, count);
+}
+
+void touch(Vector3F& normal)
+{
+    if (normal.z == untouched) normal = {0, 0, 0};
+}
+
+void addFaces(const NormalJob& job, Range faces, const Contributions& contributions)
+{
+    for (uint32 f = faces.begin; f < faces.end; ++f)
+    {
+        const uint32 i = f - faces.begin;
+        if (!contributions.counts[i]) continue;
+        const Index3 t = job.trindexNor[f];
+        for (uint32 c = 0; c < 3; ++c) touch(job.nor[t[c]]);
+        for (uint32 c = 0; c < 3; ++c) job.nor[t[c]] += contributions.corner[i][c];
+    }
+}
+
+/// addFaces for the vertex normals in `owned` alone.
+void addFacesToOwned(const NormalJob& job, Range faces, const Contributions& contributions, Range owned)
+{
+    for (uint32 f = faces.begin; f < faces.end; ++f)
+    {
+        const uint32 i = f - faces.begin;
+        if (!contributions.counts[i]) continue;
+        const Index3 t = job.trindexNor[f];
+        for (uint32 c = 0; c < 3; ++c)
+            if (owned.contains(t[c])) touch(job.nor[t[c]]);
+        for (uint32 c = 0; c < 3; ++c)
+            if (owned.contains(t[c])) job.nor[t[c]] += contributions.corner[i][c];
+    }
+}
+
+Range facesOfBlock(const NormalJob& job, uint32 block)
+{
+    const uint64 begin = uint64{block} * blockSize;
+    return {static_cast<uint32>(begin),
+            static_cast<uint32>(std::min<uint64>(begin + blockSize, job.faceCount))};
+}
+
+void accumulateSerially(const NormalJob& job, uint32 blockCount)
+{
+    Contributions contributions;
+    for (uint32 b = 0; b < blockCount; ++b)
+    {
+        const Range faces = facesOfBlock(job, b);
+        processFaces(job, faces, contributions);
+        if (job.nor) addFaces(job, faces, contributions);
+    }
+}
+
+/// Chunk by chunk: the workers share the faces of the chunk and write down what each face adds; then each
+/// worker owns a part of the vertex normals and adds to it in face order.
+void accumulateInParallel(const NormalJob& job, uint32 blockCount, uint32 threadCount)
+{
+    const auto chunk = std::make_unique_for_overwrite<Contributions[]>(std::min(blockCount, blocksPerChunk));
+    for (uint32 first = 0; first < blockCount; first += blocksPerChunk)
+    {
+        const uint32 count = std::min(blocksPerChunk, blockCount - first);
+        parallelFor(count, threadCount,
+                    [&](uint32, uint64 begin, uint64 end)
+                    {
+                        for (auto b = static_cast<uint32>(begin); b < end; ++b)
+                            processFaces(job, facesOfBlock(job, first + b), chunk[b]);
+                    });
+        if (!job.nor) continue;
+        parallelFor(job.norCount, threadCount,
+                    [&](uint32, uint64 begin, uint64 end)
+                    {
+                        const Range owned{static_cast<uint32>(begin), static_cast<uint32>(end)};
+                        for (uint32 b = 0; b < count; ++b)
+                            addFacesToOwned(job, facesOfBlock(job, first + b), chunk[b], owned);
+                    });
+    }
+}
+
+/// Scales the normals to unit length in single precision; returns whether one was too short and became zero.
+bool normalise(Vector3F* normals, uint64 count)
+{
+    constexpr float smallestSquare = 9.9999994e-29f;
+    bool vanished = false;
+    for (uint64 i = 0; i < count; ++i)
+    {
+        const Vector3F n = normals[i];
+        const float square = n.x * n.x + n.y * n.y + n.z * n.z;
+        const bool hasDirection = square > smallestSquare;
+        normals[i] = hasDirection ? n * (1.0f / std::sqrt(square)) : Vector3F{0, 0, 0};
+        vanished |= !hasDirection;
+    }
+    return vanished;
+}
+
+}  // namespace
+
+bool calculateNormals(const NormalJob& job, uint32 threadCount)
+{
+    const auto blockCount = static_cast<uint32>((uint64{job.faceCount} + blockSize - 1) / blockSize);
+    if (job.nor)
+        parallelFor(job.norCount, threadCount,
+                    [&](uint32, uint64 begin, uint64 end) {
+                        std::fill(job.nor + begin, job.nor + end, Vector3F{0, 0, untouched});
+                    });
+    if (threadCount <= 1 || blockCount <= 1)
+        accumulateSerially(job, blockCount);
+    else
+        accumulateInParallel(job, blockCount, threadCount);
+    if (!job.nor) return false;
+    std::atomic<bool> vanished = false;
+    parallelFor(job.norCount, threadCount,
+                [&](uint32, uint64 begin, uint64 end)
+                {
+                    if (normalise(job.nor + begin, end - begin))
+                        vanished.store(true, std::memory_order_relaxed);
+                });
+    return vanished;
+}
+
+}  // namespace tavrix::detail

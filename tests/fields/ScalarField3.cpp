@@ -1,0 +1,190 @@
+#include <tavrix/fields/ScalarField3.h>
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <set>
+
+using namespace tavrix;
+
+namespace
+{
+
+using Field = ScalarField3<float, double>;
+
+template <class F>
+class EveryScalarField : public testing::Test
+{
+};
+
+using Instantiations =
+    testing::Types<ScalarField3<uint8, float>, ScalarField3<uint8, double>, ScalarField3<uint16, float>,
+                   ScalarField3<uint16, double>, ScalarField3<uint32, float>, ScalarField3<uint32, double>,
+                   ScalarField3<int32, float>, ScalarField3<int32, double>, ScalarField3<uint64, float>,
+                   ScalarField3<uint64, double>, ScalarField3<float, float>, ScalarField3<float, double>,
+                   ScalarField3<double, float>, ScalarField3<double, double>>;
+TYPED_TEST_SUITE(EveryScalarField, Instantiations);
+
+}  // namespace
+
+TYPED_TEST(EveryScalarField, SizesReadsAndWrites)
+{
+    TypeParam field;
+    EXPECT_EQ(field.size(), 0u);
+    EXPECT_EQ(field.getArrScalars().capacity(), 0u);
+    field.reset(2, 3, 4, 1);
+    EXPECT_EQ(field.size(), 24u);
+    EXPECT_EQ(field.getMemoryUsage(), 24 * sizeof(field.get(0u)));
+    EXPECT_EQ(TypeParam::getMemoryUsagePrediction(2, 3, 4, 9), field.getMemoryUsage());
+    field.setDefaultValue(5);
+    field.set(1, 2, 3, 7);
+    EXPECT_EQ(field[23], 7);
+    EXPECT_EQ(field.get(Index3{1, 2, 3}), 7);
+    EXPECT_EQ(field.get(uint64{22}), 5);
+    field.refFlags() = 0;
+    EXPECT_EQ(field.inc(0, 0, 1), 6);
+    EXPECT_EQ(field.dec(0, 0, 0), 4);
+    EXPECT_EQ(field.getFlags(), TypeParam::flagChanged);
+    field.add(2);
+    EXPECT_EQ(field.get(0u), 6);
+    EXPECT_EQ(field.eval(Index3{0, 0, 1}).b, 8);
+
+    const TypeParam copy(field);
+    EXPECT_EQ(copy.getArrScalars(), field.getArrScalars());
+    TypeParam target;
+    target.reset(2, 3, 4, 1);
+    target.setZero();
+    target.interpolate(copy, target, 0.0);
+    EXPECT_EQ(target.getArrScalars(), field.getArrScalars());
+    field.reset_toZeroSize();
+    EXPECT_EQ(field.getMemoryUsage(), 0u);
+    EXPECT_FALSE(field.evalSafe({0, 0, 0}).a);
+}
+
+TEST(ScalarField3, GridConventions)
+{
+    Field field;
+    field.reset(3, 3, 3, 1.0);
+    EXPECT_EQ(field.getBox(), (Box3D{{-1, -1, -1}, {1, 1, 1}}));
+    field.reset(3, 4, 5, Vector3D{1, 2, 0.5});
+    EXPECT_EQ(field.getPointSeparation(), 2.0);
+    EXPECT_EQ(field.getIndexes(1), (Index3{0, 0, 1}));
+    EXPECT_EQ(field.getIndexes(5), (Index3{0, 1, 0}));
+    for (uint32 m = 0; m < field.size(); ++m)
+    {
+        const Index3 n = field.getIndexes(m);
+        EXPECT_EQ(field.getGrid().getMonoindex(n.a, n.b, n.c), m);
+    }
+    EXPECT_EQ(field.getPoint(2, 3, 4), field.getBox().max);
+    EXPECT_EQ(field.getBox3Points().points[6], field.getBox().max);
+    EXPECT_EQ(field.getBox3Points_ex().points[7], field.getBox().max);
+    field.moveTo({10, 20, 30});
+    EXPECT_EQ(field.getBox(), (Box3D{{9, 17, 29}, {11, 23, 31}}));
+    field.move({1, 1, 1});
+    EXPECT_EQ(field.getBox(), (Box3D{{10, 18, 30}, {12, 24, 32}}));
+}
+
+TEST(ScalarField3, AlignsItsMinCornerTowardsZero)
+{
+    Field field;
+    field.reset(5, 5, 5, 1.0);
+    field.moveTo({-1.2 + 2, 0.3 + 2, 2.74 + 2});
+    field.alignAbsolute(0.5);
+    const Vector3D& min = field.getBox().min;
+    EXPECT_NEAR(min.x, -1.0, 1e-12);
+    EXPECT_NEAR(min.y, 0.0, 1e-12);
+    EXPECT_NEAR(min.z, 2.5, 1e-12);
+    EXPECT_EQ(field.sizeX(), 5u);
+}
+
+TEST(ScalarField3, RefusesMoreNodesThanAnIndexHolds)
+{
+    Field field;
+    field.reset(2, 2, 2, 1.0);
+    field.set(3.0f);
+    const uint32 large[][3] = {{65536, 65536, 1}, {1, 65536, 65536}, {4294967295u, 2, 1}, {2097152, 2097152, 2097152}};
+    for (const auto& size : large)
+        EXPECT_THROW(field.reset(size[0], size[1], size[2], 1.0), std::length_error);
+    EXPECT_EQ(field.size(), 8u);
+    EXPECT_EQ(field.get(7u), 3.0f);
+    EXPECT_EQ(field.getBox().max.x, 0.5);
+}
+
+TEST(ScalarField3, SignaturesSeeEveryChange)
+{
+    Field field;
+    field.reset(3, 5, 7, 1.0);
+    for (uint32 m = 0; m < field.size(); ++m) field[m] = static_cast<float>(m % 3);
+    std::set<uint64> seen{field.computeSignature_v1()};
+    for (uint32 m = 0; m < field.size(); ++m)
+    {
+        field[m] += 0.5f;
+        EXPECT_TRUE(seen.insert(field.computeSignature_v1()).second) << m;
+        field[m] -= 0.5f;
+    }
+    Field moved(field), reshaped;
+    moved.move({1, 0, 0});
+    reshaped.reset(7, 5, 3, 1.0);
+    reshaped.copyScalars(field);
+    EXPECT_EQ(moved.computeSignature_v2(), field.computeSignature_v2());
+    EXPECT_NE(moved.computeSignature_v3(), field.computeSignature_v3());
+    EXPECT_EQ(reshaped.computeSignature_v1(), field.computeSignature_v1());
+    EXPECT_NE(reshaped.computeSignature_v2(), field.computeSignature_v2());
+}
+
+namespace
+{
+
+struct Log
+{
+    int created = 0, destroyed = 0, rendered = 0;
+};
+
+class LoggingObject : public ScalarField3_RL
+{
+public:
+    explicit LoggingObject(Log& log) : _log(log) { ++_log.created; }
+    ~LoggingObject() override { ++_log.destroyed; }
+    void initialize(uint32, uint32, uint32) override {}
+    void render() override { ++_log.rendered; }
+    void render(const Color4F&) override { ++_log.rendered; }
+
+private:
+    Log& _log;
+};
+
+class LoggingFactory : public ScalarField3_RL_factory
+{
+public:
+    ScalarField3_RL* create() override { return new LoggingObject(log); }
+    Log log;
+};
+
+}  // namespace
+
+TEST(ScalarField3, HandsDrawingToTheHost)
+{
+    LoggingFactory factory;
+    FactoryOwnerT<ScalarField3_RL_factory>::setFactory(&factory);
+    {
+        Field field;
+        field.render();
+        EXPECT_EQ(field.getScalarField3_RL(), nullptr);
+        field.initializeRenderContext(1, 2, 3);
+        field.render();
+        field.render({1, 0, 0, 1});
+        const Field copy(field);
+        EXPECT_EQ(copy.getScalarField3_RL(), nullptr);
+    }
+    FactoryOwnerT<ScalarField3_RL_factory>::setFactory(nullptr);
+    EXPECT_EQ(factory.log.created, 1);
+    EXPECT_EQ(factory.log.destroyed, 1);
+    EXPECT_EQ(factory.log.rendered, 2);
+
+    Field field;
+    field.initializeRenderContext(1, 1, 1);
+    EXPECT_NE(field.getScalarField3_RL(), nullptr);
+    field.render();
+    field.destroyRenderContext();
+    EXPECT_EQ(field.getScalarField3_RL(), nullptr);
+}

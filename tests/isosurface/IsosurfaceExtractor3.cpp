@@ -1,0 +1,294 @@
+#include <tavrix/isosurface/IsosurfaceExtractor3.h>
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <random>
+#include <vector>
+
+#include <tavrix/isosurface/detail/MarchingCubesTable.h>
+#include <tavrix/mesh/Mesh.h>
+#include <tavrix/mesh/MeshTopology.h>
+
+using namespace tavrix;
+
+namespace
+{
+
+using Field = ScalarField3<float, double>;
+using Extractor = IsosurfaceExtractor3;
+
+Field noise(uint32 sizeX, uint32 sizeY, uint32 sizeZ, uint32 seed)
+{
+    Field field;
+    field.reset(sizeX, sizeY, sizeZ, Vector3D{0.5, 0.75, 1.25});
+    std::mt19937 random(seed);
+    for (float& sample : field.refArrScalars()) sample = static_cast<float>(random() % 2001) / 1000.0f - 1.0f;
+    return field;
+}
+
+/// Noise whose border lies below every threshold, so that surfaces close.
+Field closedNoise(uint32 size, uint32 seed)
+{
+    Field field = noise(size, size, size, seed);
+    for (uint32 m = 0; m < field.size(); ++m)
+    {
+        const Index3 n = field.getIndexes(m);
+        for (uint32 axis = 0; axis < 3; ++axis)
+            if (n[axis] == 0 || n[axis] == size - 1) field.set(m, -2.0f);
+    }
+    return field;
+}
+
+/// Radius minus distance: larger inside.
+Field ball(uint32 size, double radius)
+{
+    Field field;
+    field.reset(size, size, size, 2.0 / (size - 1));
+    for (uint32 m = 0; m < field.size(); ++m) field.set(m, static_cast<float>(radius - length(field.getPoint(m))));
+    return field;
+}
+
+struct Surface
+{
+    std::vector<GridEdgeKey> keys;
+    std::vector<Vector3D> positions;
+    std::vector<Index3> faces;
+};
+
+/// The contract read literally: nodes in the order of the parallel loop, a crossing list, buckets with linear search.
+template <class Selected>
+Surface literalSurface(const Field& field, float threshold, uint32 threads, Selected selected)
+{
+    std::vector<std::vector<GridEdgeKey>> lists(threads);
+    const auto visit = [&](uint32 worker, uint32 m)
+    {
+        const Index3 n = field.getIndexes(m);
+        if (n.a + 1 >= field.sizeX() || n.b + 1 >= field.sizeY() || n.c + 1 >= field.sizeZ() || !selected(n)) return;
+        uint32 cubeCase = 0;
+        const uint32 offsets[8][3] = {{0, 0, 0}, {1, 0, 0}, {1, 1, 0}, {0, 1, 0},
+                                      {0, 0, 1}, {1, 0, 1}, {1, 1, 1}, {0, 1, 1}};
+        for (uint32 c = 0; c < 8; ++c)
+            if (field.get(n.a + offsets[c][0], n.b + offsets[c][1], n.c + offsets[c][2]) >= threshold)
+                cubeCase |= 1u << c;
+        for (const int8_t* e = detail::marchingCubesTriangles[cubeCase].data(); *e >= 0; ++e)
+        {
+            const detail::CellEdge& edge = detail::cellEdges[static_cast<uint32>(*e)];
+            lists[worker].push_back(
+                {field.getGrid().getMonoindex(n.a + edge.dx, n.b + edge.dy, n.c + edge.dz), edge.axis});
+        }
+    };
+    uint32 start = 0, remaining = field.size();
+    while (remaining != 0)
+    {
+        const uint32 chunk = std::max(remaining / threads, 1u), workers = std::min(threads, remaining);
+        for (uint32 w = 0; w < workers; ++w)
+            for (uint32 m = start + w * chunk; m < start + (w + 1) * chunk; ++m) visit(w, m);
+        start += workers * chunk;
+        remaining %= workers;
+    }
+
+    std::vector<GridEdgeKey> crossings;
+    for (const auto& list : lists) crossings.insert(crossings.end(), list.begin(), list.end());
+    Surface surface;
+    const auto bucketCount = static_cast<uint32>(crossings.size() / 6);
+    if (bucketCount == 0) return surface;
+    std::vector<std::vector<GridEdgeKey>> buckets(bucketCount);
+    for (const GridEdgeKey& key : crossings)
+    {
+        auto& bucket = buckets[key.a % bucketCount];
+        if (std::find(bucket.begin(), bucket.end(), key) == bucket.end()) bucket.push_back(key);
+    }
+    std::vector<uint32> first;
+    for (const auto& bucket : buckets)
+    {
+        first.push_back(static_cast<uint32>(surface.keys.size()));
+        surface.keys.insert(surface.keys.end(), bucket.begin(), bucket.end());
+    }
+    const auto number = [&](const GridEdgeKey& key)
+    {
+        const auto& bucket = buckets[key.a % bucketCount];
+        return first[key.a % bucketCount] +
+               static_cast<uint32>(std::find(bucket.begin(), bucket.end(), key) - bucket.begin());
+    };
+    for (std::size_t f = 0; f < crossings.size(); f += 3)
+        surface.faces.push_back({number(crossings[f]), number(crossings[f + 1]), number(crossings[f + 2])});
+    for (const GridEdgeKey& key : surface.keys)
+    {
+        const Index3 low = field.getIndexes(key.a);
+        Index3 high = low;
+        ++high[key.b];
+        const double a = field.get(low), b = field.get(high);
+        const Vector3D pa = field.getPoint(low), pb = field.getPoint(high);
+        surface.positions.push_back(pa + (pb - pa) * ((threshold - a) / (b - a)));
+    }
+    return surface;
+}
+
+void expectSurface(const Mesh& mesh, const Array<GridEdgeKey>& keys, unsigned long returned, const Surface& expected)
+{
+    EXPECT_EQ(returned, expected.faces.size());
+    EXPECT_TRUE(std::ranges::equal(keys, expected.keys));
+    EXPECT_TRUE(std::ranges::equal(mesh.trindexPos(), expected.faces));
+    EXPECT_TRUE(std::ranges::equal(mesh.trindexNor(), expected.faces));
+    EXPECT_TRUE(std::ranges::equal(mesh.pos(), expected.positions));
+    EXPECT_EQ(mesh.nor().size(), expected.positions.size());
+}
+
+int pollsLeft = 0;
+int countDown() { return pollsLeft-- <= 0 ? 1 : 0; }
+int never() { return ++pollsLeft, 0; }
+
+}  // namespace
+
+TEST(IsosurfaceExtractor3, MatchesTheLiteralReading)
+{
+    const Index3 sizes[] = {{7, 6, 9}, {2, 2, 2}, {5, 2, 2}, {3, 4, 67}, {2, 9, 130}, {12, 3, 64}, {1, 5, 5}};
+    for (const Index3& size : sizes)
+        for (uint32 threads : {1u, 2u, 3u, 7u, 11u, 16u})
+            for (uint32 seed = 0; seed < 4; ++seed)
+            {
+                const Field field = noise(size.a, size.b, size.c, seed);
+                const float threshold = seed == 3 ? field[0] : 0.1f;
+                Mesh mesh;
+                Array<GridEdgeKey> keys;
+                const auto returned = Extractor::extractMesh(field, mesh, threshold, 0, 0, 0, 0, 0, 0, keys, threads,
+                                                             nullptr, false);
+                SCOPED_TRACE(testing::Message() << size.a << "x" << size.b << "x" << size.c << " threads " << threads);
+                expectSurface(mesh, keys, returned,
+                              literalSurface(field, threshold, threads, [](const Index3&) { return true; }));
+            }
+}
+
+TEST(IsosurfaceExtractor3, MarginsAndBoxesSelectCells)
+{
+    const Field field = noise(9, 8, 70, 5);
+    const uint32 margins[][6] = {{1, 2, 0, 3, 60, 5}, {4, 4, 0, 0, 0, 0}, {0, 9, 0, 0, 0, 0}, {0, 8, 0, 0, 1, 70}};
+    for (const auto& m : margins)
+    {
+        Mesh mesh;
+        Array<GridEdgeKey> keys;
+        const auto returned =
+            Extractor::extractMesh(field, mesh, 0.0f, m[0], m[1], m[2], m[3], m[4], m[5], keys, false);
+        const auto selected = [&](const Index3& n)
+        {
+            return m[0] <= n.a && n.a < field.sizeX() - m[1] - 1 && m[2] <= n.b && n.b < field.sizeY() - m[3] - 1 &&
+                   m[4] <= n.c && n.c < field.sizeZ() - m[5] - 1;
+        };
+        expectSurface(mesh, keys, returned, literalSurface(field, 0.0f, 1, selected));
+    }
+    const Box3D boxes[] = {{{-1, -1, -30}, {1, 1.5, 3}}, {{-100, -100, 40}, {100, 100, 100}},
+                           {{0.1, 0.1, 0.1}, {0.2, 0.2, 0.2}}, field.getBox()};
+    for (const Box3D& box : boxes)
+    {
+        Mesh mesh;
+        Array<GridEdgeKey> keys;
+        const auto returned = Extractor::extractMesh(field, mesh, 0.0f, box, keys, 3, nullptr, false);
+        const auto selected = [&](const Index3& n)
+        {
+            for (uint32 c = 0; c < 8; ++c)
+                if (box.contains(field.getPoint(n.a + (c & 1), n.b + (c >> 1 & 1), n.c + (c >> 2)))) return true;
+            return false;
+        };
+        expectSurface(mesh, keys, returned, literalSurface(field, 0.0f, 1, selected));
+    }
+}
+
+TEST(IsosurfaceExtractor3, SurfacesCloseAndAreOriented)
+{
+    for (uint32 seed = 0; seed < 3; ++seed)
+    {
+        const Field field = closedNoise(24, seed);
+        Mesh reference;
+        ASSERT_GT(Extractor::extractMesh(field, reference, 0.0f, 0, 0, 0, 0, 0, 0, false), 1000u);
+        EXPECT_TRUE(computeTopology(reference).isClosed());
+        EXPECT_TRUE(computeTopology(reference).isConsistentlyOriented());
+        for (uint32 threads : {2u, 3u, 7u, 16u})
+        {
+            Mesh mesh;
+            Extractor::extractMesh(field, mesh, 0.0f, 0, 0, 0, 0, 0, 0, threads, nullptr, false);
+            EXPECT_EQ(mesh.pos(), reference.pos());
+            EXPECT_EQ(mesh.trindexPos(), reference.trindexPos());
+        }
+    }
+}
+
+TEST(IsosurfaceExtractor3, BallHasItsVolumeAreaAndTopology)
+{
+    const double pi = std::acos(-1.0), r = 0.8;
+    for (bool cleanUp : {false, true})
+    {
+        Mesh mesh;
+        Extractor::extractMesh(ball(65, r), mesh, 0.0f, 0, 0, 0, 0, 0, 0, 2, nullptr, cleanUp);
+        EXPECT_TRUE(computeTopology(mesh).isClosed());
+        EXPECT_TRUE(computeTopology(mesh).isConsistentlyOriented());
+        EXPECT_EQ(computeTopology(mesh).eulerCharacteristic(), 2);
+        // A field that is larger inside gives faces that look inwards.
+        EXPECT_NEAR(signedVolume(mesh), -4.0 / 3.0 * pi * r * r * r, 0.005);
+        EXPECT_NEAR(surfaceArea(mesh), 4 * pi * r * r, 0.01);
+    }
+}
+
+TEST(IsosurfaceExtractor3, TooLittleSurfaceLeavesTheMeshAlone)
+{
+    Field field;
+    field.reset(3, 3, 3, 1.0);
+    field.set(0.0f);
+    Mesh mesh;
+    mesh.createCubePrimitive({{0, 0, 0}, {1, 1, 1}});
+    const Mesh before(mesh);
+    EXPECT_EQ(Extractor::extractMesh(field, mesh, 1.0f, 0, 0, 0, 0, 0, 0, true), 0u);
+    EXPECT_EQ(Extractor::extractMesh(field, mesh, 0.0f, 0, 0, 0, 0, 0, 0, true), 0u) << "equal to the threshold is inside";
+    field.set(0, 0, 0, 2.0f);
+    EXPECT_EQ(Extractor::extractMesh(field, mesh, 1.0f, 0, 0, 0, 0, 0, 0, true), 0u) << "one triangle is too few";
+    EXPECT_EQ(mesh.pos(), before.pos());
+    EXPECT_EQ(mesh.trindexPos(), before.trindexPos());
+    EXPECT_EQ(Extractor::extractMesh(Field{}, mesh, 1.0f, 0, 0, 0, 0, 0, 0, true), 0u);
+}
+
+TEST(IsosurfaceExtractor3, AppendsPositionsAndReplacesFaces)
+{
+    const Field field = closedNoise(8, 1);
+    Mesh fresh, used;
+    used.createCubePrimitive({{0, 0, 0}, {1, 1, 1}});
+    Extractor::extractMesh(field, fresh, 0.0f, 0, 0, 0, 0, 0, 0, false);
+    Extractor::extractMesh(field, used, 0.0f, 0, 0, 0, 0, 0, 0, false);
+    EXPECT_EQ(used.getPosSize(), fresh.getPosSize() + 8);
+    EXPECT_EQ(used.nor().size(), fresh.nor().size() + 8);
+    EXPECT_EQ(used.trindexPos(), fresh.trindexPos());
+    EXPECT_EQ(used.pos()[8], fresh.pos()[0]);
+}
+
+TEST(IsosurfaceExtractor3, EveryPollCanCancel)
+{
+    const Field field = closedNoise(12, 2);
+    for (uint32 threads : {1u, 3u})
+    {
+        pollsLeft = 0;
+        Mesh full;
+        Extractor::extractMesh(field, full, 0.0f, 0, 0, 0, 0, 0, 0, threads, never, true);
+        const int polls = pollsLeft;
+        ASSERT_GT(polls, 3);
+        for (int n = 0; n < polls; ++n)
+        {
+            pollsLeft = n;
+            Mesh mesh;
+            EXPECT_EQ(Extractor::extractMesh(field, mesh, 0.0f, 0, 0, 0, 0, 0, 0, threads, countDown, true), 0u);
+            EXPECT_TRUE(mesh.isEmpty());
+            EXPECT_EQ(mesh.getPosSize(), 0u);
+        }
+    }
+}
+
+TEST(IsosurfaceExtractor3, DoubleFieldsAgreeWithSingle)
+{
+    const Field single = closedNoise(10, 3);
+    ScalarField3<double, double> twice;
+    twice.reset(10, 10, 10, single.getPointSeparations());
+    for (uint32 m = 0; m < single.size(); ++m) twice[m] = single[m];
+    Mesh a, b;
+    Extractor::extractMesh(single, a, 0.25f, 0, 0, 0, 0, 0, 0, true);
+    Extractor::extractMesh(twice, b, 0.25, 0, 0, 0, 0, 0, 0, true);
+    EXPECT_EQ(a.pos(), b.pos());
+    EXPECT_EQ(a.trindexPos(), b.trindexPos());
+}

@@ -1,0 +1,77 @@
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+#include <tavrix/isosurface/IsosurfaceExtractor3.h>
+#include <tavrix/mesh/Mesh.h>
+
+using namespace tavrix;
+
+namespace
+{
+
+/// A pyramid over a square whose tip is vertex 0, and a vertex 5 without faces.
+Mesh pyramid()
+{
+    Mesh mesh;
+    mesh.refPos() = {{0.5, 0, 3}, {1, 1, 0}, {-1, 1, 0}, {-1, -1, 0}, {1, -1, 0}, {9, 9, 9}};
+    mesh.refTrindexPos() = {{0, 1, 2}, {0, 2, 3}, {0, 3, 4}, {0, 4, 1}};
+    mesh.refTrindexNor() = mesh.trindexPos();
+    mesh.refNor() = Array<Vector3F>(6, Vector3F{0, 0, 1});
+    return mesh;
+}
+
+int polls = 0;
+int stopAtTenth() { return ++polls == 10; }
+
+}  // namespace
+
+TEST(IsosurfaceExtractor3Tension, FollowMovesTowardsTheNeighbours)
+{
+    Mesh mesh = pyramid();
+    IsosurfaceExtractor3::tension(mesh, 0.5f, 0.0f, 1);
+    EXPECT_EQ(mesh.pos()[0], (Vector3D{0.25, 0, 1.5}));
+    // Vertex 1 has the neighbours 0 (twice), 2 and 4.
+    const Vector3D average{(0.5 * 2 - 1 + 1) / 4, (0 + 1 - 1) / 4.0, 6 / 4.0};
+    EXPECT_EQ(mesh.pos()[1], (Vector3D{1, 1, 0} + average) * 0.5);
+    EXPECT_EQ(mesh.pos()[5], (Vector3D{9, 9, 9}));
+    EXPECT_EQ(mesh.nor()[0], (Vector3F{0, 0, 1})) << "parallel normals stay";
+}
+
+TEST(IsosurfaceExtractor3Tension, SlideStaysAcrossTheNormal)
+{
+    Mesh mesh = pyramid();
+    IsosurfaceExtractor3::tension(mesh, 0.0f, 1.0f, 1);
+    EXPECT_EQ(mesh.pos()[0], (Vector3D{0, 0, 3}));
+}
+
+TEST(IsosurfaceExtractor3Tension, NormalsTurnByAFractionOfTheAngle)
+{
+    Mesh mesh = pyramid();
+    for (uint32 v = 1; v < 5; ++v) mesh.refNor()[v] = {1, 0, 0};
+    IsosurfaceExtractor3::tension(mesh, 0.25f, 0.0f, 1);
+    const double angle = std::acos(0.0) / 4;
+    EXPECT_NEAR(mesh.nor()[0].x, std::sin(angle), 1e-7);
+    EXPECT_NEAR(mesh.nor()[0].z, std::cos(angle), 1e-7);
+
+    Mesh opposite = pyramid();
+    for (uint32 v = 1; v < 5; ++v) opposite.refNor()[v] = {0, 0, -1};
+    IsosurfaceExtractor3::tension(opposite, 0.5f, 0.0f, 1);
+    EXPECT_NEAR(opposite.nor()[0].z, 0, 1e-7) << "half of a half turn, about any axis across";
+    EXPECT_NEAR(length(opposite.nor()[0]), 1, 1e-6);
+}
+
+TEST(IsosurfaceExtractor3Tension, CancelsBetweenPassesAndFillsMissingNormals)
+{
+    Mesh once = pyramid(), cancelled = pyramid();
+    IsosurfaceExtractor3::tension(once, 0.5f, 0.25f, 1);
+    polls = 0;
+    IsosurfaceExtractor3::tension(cancelled, 0.5f, 0.25f, 5, 4, stopAtTenth);  // one poll a pass, six vertices
+    EXPECT_EQ(cancelled.pos(), once.pos());
+
+    Mesh bare = pyramid();
+    bare.refNor().clear();
+    IsosurfaceExtractor3::tension(bare, 0.5f, 0.5f, 3);
+    EXPECT_EQ(bare.nor().size(), 6u);
+    EXPECT_EQ(bare.nor()[0], (Vector3F{0, 0, 0}));
+}

@@ -1,0 +1,73 @@
+#include <tavrix/isosurface/detail/MarchingCubesTable.h>
+
+#include <gtest/gtest.h>
+
+#include <map>
+
+using namespace tavrix;
+using namespace tavrix::detail;
+
+namespace
+{
+
+bool inside(uint32 cubeCase, uint32 corner) { return cubeCase >> corner & 1; }
+
+/// Whether both edges touch one face of the cell: their four corners agree in a coordinate.
+bool onOneFace(uint32 e, uint32 f)
+{
+    const auto bit = [](uint32 corner, uint32 axis) -> uint32
+    { return axis == 0 ? (corner & 3) == 1 || (corner & 3) == 2 : axis == 1 ? (corner & 3) >= 2 : corner >= 4; };
+    for (uint32 axis = 0; axis < 3; ++axis)
+    {
+        const uint32 side = bit(cellEdgeCorners[e][0], axis);
+        if (bit(cellEdgeCorners[e][1], axis) == side && bit(cellEdgeCorners[f][0], axis) == side &&
+            bit(cellEdgeCorners[f][1], axis) == side)
+            return true;
+    }
+    return false;
+}
+
+}  // namespace
+
+TEST(MarchingCubesTable, UsesExactlyTheCrossedEdges)
+{
+    for (uint32 c = 0; c < 256; ++c)
+    {
+        uint32 crossed = 0;
+        for (uint32 e = 0; e < 12; ++e)
+            if (inside(c, cellEdgeCorners[e][0]) != inside(c, cellEdgeCorners[e][1])) crossed |= 1u << e;
+        EXPECT_EQ(marchingCubesCases[c].edgeMask, crossed) << "case " << c;
+    }
+}
+
+TEST(MarchingCubesTable, TrianglesFormPatchesWhoseBordersLieOnCellFaces)
+{
+    for (uint32 c = 0; c < 256; ++c)
+    {
+        std::map<std::pair<int, int>, int> sides;
+        const MarchingCubesCase& entry = marchingCubesCases[c];
+        for (uint32 t = 0; t < entry.triangleCount; ++t)
+            for (uint32 k = 0; k < 3; ++k)
+                ++sides[{entry.corners[3 * t + k], entry.corners[3 * t + (k + 1) % 3]}];
+        for (const auto& [side, count] : sides)
+        {
+            EXPECT_EQ(count, 1) << "case " << c;
+            if (sides.count({side.second, side.first})) continue;
+            EXPECT_TRUE(onOneFace(static_cast<uint32>(side.first), static_cast<uint32>(side.second))) << "case " << c;
+        }
+    }
+}
+
+TEST(MarchingCubesTable, KnownRows)
+{
+    const auto row = [](uint32 c)
+    {
+        return std::vector<int>(marchingCubesCases[c].corners.begin(),
+                                marchingCubesCases[c].corners.begin() + marchingCubesCases[c].triangleCount * 3);
+    };
+    EXPECT_EQ(row(0), std::vector<int>());
+    EXPECT_EQ(row(1), (std::vector<int>{0, 8, 3}));
+    EXPECT_EQ(row(3), (std::vector<int>{1, 8, 3, 9, 8, 1}));
+    EXPECT_EQ(row(254), (std::vector<int>{0, 3, 8}));
+    EXPECT_EQ(row(255), std::vector<int>());
+}

@@ -1,0 +1,112 @@
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <set>
+
+#include <tavrix/foundation/ElementaryFunctions.h>
+
+#include "mesh/TestMeshes.h"
+
+namespace tavrix
+{
+
+namespace
+{
+
+using test::makeMesh;
+
+Mesh makeCube()
+{
+    Mesh mesh;
+    mesh.createCubePrimitive({{0, 0, 0}, {1, 1, 1}});
+    return mesh;
+}
+
+TEST(SmoothingGroups, PiSmoothsOverEveryEdge)
+{
+    Mesh mesh = test::makeRandomSoup(30, 200, 4);
+    mesh.createNormals(piValue);
+    EXPECT_EQ(mesh.trindexNor(), mesh.trindexPos());
+    EXPECT_EQ(mesh.nor().size(), mesh.getPosSize());
+}
+
+TEST(SmoothingGroups, TheAngleDecidesWhichCornersShareANormal)
+{
+    struct Case
+    {
+        double angle;
+        uint32 normals;
+    };
+    for (const Case c :
+         {Case{0, 24}, {1, 24}, {piValue / 2 - 1e-3, 24}, {piValue / 2 + 1e-3, 8}, {9, 8}, {-1, 24}})
+    {
+        Mesh cube = makeCube();
+        cube.createNormals(c.angle);
+        EXPECT_EQ(cube.nor().size(), c.normals) << c.angle;
+        for (uint32 f = 0; f < 12; ++f)
+            for (uint32 corner = 0; corner < 3; ++corner)
+            {
+                const Vector3F n = cube.nor()[cube.trindexNor()[f][corner]];
+                const Wector3F faceNor = cube.faceNor()[f];
+                const float cosine = n.x * faceNor.x + n.y * faceNor.y + n.z * faceNor.z;
+                EXPECT_NEAR(cosine, 1, c.normals == 24 ? 1e-6 : 0.5);
+            }
+    }
+    Mesh tetrahedron = test::makeTetrahedron();
+    tetrahedron.createNormals(0.1);
+    EXPECT_EQ(tetrahedron.nor().size(), 12u) << "one normal a corner";
+}
+
+TEST(SmoothingGroups, CornersOfOneGroupLieAtOnePosition)
+{
+    for (uint32 seed = 0; seed < 6; ++seed)
+    {
+        Mesh mesh = seed % 2 ? test::makeTerrain(12) : test::makeRandomSoup(25, 120, seed);
+        uint32 count = 0;
+        mesh.recalculateFaceNormals();
+        mesh.recalculateArrTrindexNor_SmoothingGroups(0.3 + 0.4 * seed, count);
+        std::set<std::pair<uint32, uint32>> pairs;
+        std::set<uint32> used;
+        for (uint32 f = 0; f < mesh.getFacesSize(); ++f)
+            for (uint32 c = 0; c < 3; ++c)
+            {
+                pairs.insert({mesh.trindexNor()[f][c], mesh.trindexPos()[f][c]});
+                used.insert(mesh.trindexNor()[f][c]);
+            }
+        EXPECT_EQ(pairs.size(), used.size());
+        EXPECT_EQ(used.size(), count);
+        EXPECT_EQ(*used.rbegin() + 1, count);
+    }
+}
+
+TEST(SmoothingGroups, BordersSeveralSheetsAndTouchingFansAreApart)
+{
+    Mesh book = makeMesh({{0, 0, 0}, {0, 0, 1}, {1, 0, 0}, {1, 0.01, 0}, {1, -0.01, 0}},
+                         {{0, 1, 2}, {0, 1, 3}, {0, 1, 4}});
+    book.createNormals(1);
+    EXPECT_EQ(book.nor().size(), 9u) << "an edge of three faces joins none of them";
+
+    Mesh bowTie =
+        makeMesh({{0, 0, 0}, {1, 1, 0}, {1, -1, 0}, {-1, 1, 0}, {-1, -1, 0}}, {{0, 2, 1}, {0, 3, 4}});
+    bowTie.createNormals(1);
+    EXPECT_EQ(bowTie.nor().size(), 6u);
+}
+
+TEST(SmoothingGroups, AssignFillsTheMesh)
+{
+    Mesh mesh = test::makeRandomSoup(9, 9, 1);
+    mesh.setId(5);
+    const Mesh cube = makeCube();
+    mesh.assign("cube", cube.pos(), cube.trindexPos(), 0.5);
+    EXPECT_EQ(mesh.getName(), TX_String("cube"));
+    EXPECT_EQ(mesh.getId(), 5u);
+    EXPECT_EQ(mesh.pos(), cube.pos());
+    EXPECT_EQ(mesh.nor().size(), 24u);
+    mesh.assign(mesh.getName(), mesh.pos(), mesh.trindexPos(), piValue);
+    EXPECT_EQ(mesh.getFacesSize(), 12u) << "its own arrays may come in";
+    EXPECT_EQ(mesh.nor(), cube.nor());
+}
+
+}  // namespace
+
+}  // namespace tavrix
