@@ -34,7 +34,7 @@ public:
     /// faces use, in file order; a position used with several texture coordinates becomes one position for
     /// each of them, so that they fit per position, and a corner without texture coordinate has (0, 0, 0).
     /// Normals are taken, in file order, when every corner of the group has one; otherwise "Nor" is empty and
-    /// "TrindexNor" equals "TrindexPos" (confirmNormalsCalculated in MeshNormals.h makes them). A quad
+    /// "TrindexNor" equals "TrindexPos" (Mesh::confirmNormalsCalculated makes them). A quad
     /// becomes the triangles (0, 1, 2) and (0, 2, 3). Each corner of a face may have a syntax of its own (p,
     /// p/t, p//n, p/t/n); negative indices count back from the latest element. Ignored are faces of fewer
     /// than three or more than four corners, and faces with a position that the file does not have; a texture
