@@ -1,0 +1,73 @@
+#include <tavrix/meshio/Mesh_OBJ_FileParser.h>
+
+#include <algorithm>
+#include <span>
+
+#include <tavrix/meshio/detail/ObjFile.h>
+#include <tavrix/meshio/detail/ObjWriter.h>
+#include <tavrix/meshio/detail/TextLines.h>
+
+namespace tavrix
+{
+
+namespace
+{
+
+constexpr std::size_t lineBufferSize = 256;
+
+bool hasTextures(const Array<TX_String>& channelNames)
+{
+    return std::find(channelNames.begin(), channelNames.end(), TX_String("uv")) != channelNames.end();
+}
+
+int readObj(const TX_String& fileName, bool withTextures, ArrayOfPtr<Mesh>& meshes,
+            Mesh_OBJ_FileParser::ReadingMode mode)
+{
+    detail::TextLines lines(lineBufferSize - 1);
+    if (const FileStatus status = lines.open(fileName); status != FileStatus::ok)
+        return meshFileResult(status);
+    detail::ObjFile file(mode);
+    file.ObjFirstPass(lines);
+    if (lines.status() != FileStatus::ok) return meshFileResult(lines.status());
+    file.BuildObjects(withTextures, meshes);
+    return 0;
+}
+
+}  // namespace
+
+template <> Mesh_OBJ_FileParser& MeshFileParser<Mesh_OBJ_FileParser>::instance()
+{
+    static Mesh_OBJ_FileParser parser;
+    return parser;
+}
+
+int Mesh_OBJ_FileParser::read(const TX_String& fileName, ArrayOfPtr<Mesh>& meshes, ReadingMode mode) const
+{
+    return readObj(fileName, true, meshes, mode);
+}
+
+int Mesh_OBJ_FileParser::read(const TX_String& fileName, const Array<TX_String>& channelNames,
+                              ArrayOfPtr<Mesh>& meshes, ReadingMode mode) const
+{
+    return readObj(fileName, hasTextures(channelNames), meshes, mode);
+}
+
+int Mesh_OBJ_FileParser::write(const TX_String& fileName, const ArrayOfPtr<Mesh>& meshes, uint32) const
+{
+    return meshFileResult(detail::writeObj(fileName, {meshes.begin(), meshes.size()}, true));
+}
+
+int Mesh_OBJ_FileParser::write(const TX_String& fileName, const Array<TX_String>& channelNames,
+                               const ArrayOfPtr<Mesh>& meshes) const
+{
+    return meshFileResult(
+        detail::writeObj(fileName, {meshes.begin(), meshes.size()}, hasTextures(channelNames)));
+}
+
+int Mesh_OBJ_FileParser::write(const TX_String& fileName, const Mesh& mesh) const
+{
+    const Mesh* const one = &mesh;
+    return meshFileResult(detail::writeObj(fileName, {&one, 1}, true));
+}
+
+}  // namespace tavrix

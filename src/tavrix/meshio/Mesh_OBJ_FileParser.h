@@ -1,0 +1,64 @@
+#pragma once
+
+#include <tavrix/foundation/ArrayOfPtr.h>
+#include <tavrix/mesh/Mesh.h>
+#include <tavrix/meshio/MeshFileParser.h>
+#include <tavrix/platform/Export.h>
+#include <tavrix/platform/TX_String.h>
+
+namespace tavrix
+{
+
+/// Reads and writes Wavefront OBJ text files: positions, texture coordinates, normals, triangles, quads and
+/// groups. Every other statement is skipped. A mesh carries its texture coordinates (u, v, w) as the extra
+/// array "UV_MAP_0", a `Vector3F` per position. Numbers are read and written as in the "C" locale, whatever
+/// the locale of the process is. The parser keeps no state: several threads may use it at once.
+class TX_GEOMETRY_API Mesh_OBJ_FileParser
+{
+public:
+    /// What a "g" line does.
+    enum class ReadingMode
+    {
+        groupByName = 0,  ///< goes on with the group of that name, a new one when there is none
+        groupByLine =
+            1,        ///< starts a new group, named name_0, name_1, ... by one running number for the file
+        oneGroup = 2  ///< nothing: the whole file is the group "default"
+    };
+
+    /// Reads a file and appends one mesh per group that has faces to `meshes`, in the order in which the
+    /// groups first appear, named as the group. Faces before the first "g" line, and those behind a "g"
+    /// without a name, belong to "default". Returns 0, or a MeshFileError after which `meshes` is as it was.
+    /// O(file), a few times its numbers in memory.
+    ///
+    /// Coordinates are read in single precision; one that is missing is 0. A mesh has the positions that its
+    /// faces use, in file order; a position used with several texture coordinates becomes one position for
+    /// each of them, so that they fit per position, and a corner without texture coordinate has (0, 0, 0).
+    /// Normals are taken, in file order, when every corner of the group has one; otherwise "Nor" is empty and
+    /// "TrindexNor" equals "TrindexPos" (Mesh::confirmNormalsCalculated makes them). A quad
+    /// becomes the triangles (0, 1, 2) and (0, 2, 3). Each corner of a face may have a syntax of its own (p,
+    /// p/t, p//n, p/t/n); negative indices count back from the latest element. Ignored are faces of fewer
+    /// than three or more than four corners, and faces with a position that the file does not have; a texture
+    /// coordinate or normal that it does not have counts as missing. Of a line, the first 255 characters
+    /// count, up to a zero byte.
+    int read(const TX_String& fileName, ArrayOfPtr<Mesh>& meshes,
+             ReadingMode mode = ReadingMode::groupByName) const;
+    /// The same with a choice of channels: texture coordinates are read when `channelNames` has "uv".
+    int read(const TX_String& fileName, const Array<TX_String>& channelNames, ArrayOfPtr<Mesh>& meshes,
+             ReadingMode mode = ReadingMode::groupByName) const;
+
+    /// Writes the meshes into one file, each as a group of its name. Returns 0 or a MeshFileError; only after
+    /// 0 is the file whole. Numbers have six decimals. Faces refer to normals when "Nor" is not empty and
+    /// "TrindexNor" has one triple a face, and to texture coordinates when "UV_MAP_0" has one element a
+    /// position; without, it is not written. Line breaks in a name become blanks. `options` has no meaning
+    /// yet.
+    int write(const TX_String& fileName, const ArrayOfPtr<Mesh>& meshes, uint32 options = 0) const;
+    /// The same with a choice of channels: texture coordinates are written when `channelNames` has "uv".
+    int write(const TX_String& fileName, const Array<TX_String>& channelNames,
+              const ArrayOfPtr<Mesh>& meshes) const;
+    /// The same for one mesh.
+    int write(const TX_String& fileName, const Mesh& mesh) const;
+};
+
+template <> TX_GEOMETRY_API Mesh_OBJ_FileParser& MeshFileParser<Mesh_OBJ_FileParser>::instance();
+
+}  // namespace tavrix

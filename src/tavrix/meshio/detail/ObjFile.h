@@ -1,0 +1,71 @@
+#pragma once
+
+#include <memory>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+#include <tavrix/foundation/ArrayOfPtr.h>
+#include <tavrix/foundation/Tuple.h>
+#include <tavrix/foundation/Vector3.h>
+#include <tavrix/mesh/Mesh.h>
+#include <tavrix/meshio/detail/TextLines.h>
+#include <tavrix/meshio/Mesh_OBJ_FileParser.h>
+
+namespace tavrix::detail
+{
+
+/// A corner of a face as 0-based indices; noIndex where the corner has no such element.
+struct ObjCorner
+{
+    uint32 position = noIndex;
+    uint32 texture = noIndex;
+    uint32 normal = noIndex;
+};
+
+/// One group of a file: its name and the corner indices of its triangles. The texture and normal triples are
+/// as many as the triangles, or none as long as no corner had such an index.
+struct ObjGroup
+{
+    std::string name;
+    std::vector<Index3> positions;
+    std::vector<Index3> textures;
+    std::vector<Index3> normals;
+    /// The first triangles of the quads: the next triangle belongs to the same face.
+    std::vector<uint32> quads;
+
+    void addTriangle(const ObjCorner& a, const ObjCorner& b, const ObjCorner& c);
+};
+
+/// A file's elements as they stand in it, read by ObjFirstPass and turned into meshes by BuildObjects.
+class ObjFile
+{
+public:
+    explicit ObjFile(Mesh_OBJ_FileParser::ReadingMode mode);
+
+    /// Reads every line and collects elements, and faces by group.
+    void ObjFirstPass(TextLines& lines);
+
+    /// Appends one mesh per group that has faces. A position index without an element drops its face, another
+    /// index without one counts as none.
+    void BuildObjects(bool withTextures, ArrayOfPtr<Mesh>& meshes);
+
+private:
+    void readStatement(std::string_view line);
+    void switchGroup(std::string_view name);
+    void readFace(const char* p, const char* end);
+    bool readCorner(const char*& p, const char* end, ObjCorner& corner) const;
+    ObjGroup* GetGroupByName(const std::string& name) const;
+    ObjGroup* addGroup(std::string name);
+    void dropFacesWithoutPosition(ObjGroup& group) const;
+
+    Mesh_OBJ_FileParser::ReadingMode _mode;
+    std::vector<Vector3F> _positions, _textures, _normals;
+    std::vector<std::unique_ptr<ObjGroup>> _groups;
+    std::unordered_map<std::string, ObjGroup*> _groupByName;
+    ObjGroup* _current = nullptr;
+    uint32 _groupLines = 0;
+};
+
+}  // namespace tavrix::detail

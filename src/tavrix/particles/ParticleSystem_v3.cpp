@@ -1,0 +1,190 @@
+#include <tavrix/particles/ParticleSystem_v3.h>
+
+#include <algorithm>
+#include <cstring>
+#include <limits>
+#include <memory>
+
+#include <tavrix/platform/ByteOrder.h>
+#include <tavrix/platform/FileBufferIn.h>
+#include <tavrix/platform/FileBufferOut.h>
+
+namespace tavrix
+{
+
+namespace
+{
+
+constexpr uint32 magicNumber = 0x00FABADA;
+constexpr uint32 fileBufferSize = 0x80000;
+constexpr std::size_t versionOffset = 254;
+constexpr std::size_t countOffset = 276;
+constexpr std::size_t maxHeaderSize = 356;
+constexpr std::size_t velocityOffset = 12;
+
+std::size_t headerSize(int16 version) { return version >= 7 ? maxHeaderSize : 320; }
+
+std::size_t recordSize(int16 version)
+{
+    std::size_t size = 68;
+    if (version >= 3) size += 12;
+    if (version >= 4) size += 4;
+    if (version >= 5) size += 12 + 2;
+    if (version >= 9) size += 12;
+    return size;
+}
+
+std::size_t idOffset(int16 version) { return recordSize(version) - 4; }
+
+/// As many whole records as the file buffer has room for: such a block is read straight from the file.
+uint32 recordsPerBlock(int16 version)
+{
+    return static_cast<uint32>(fileBufferSize / recordSize(version)) + 1;
+}
+
+template <class Number> Number decode(const unsigned char* bytes)
+{
+    Number value;
+    std::memcpy(&value, bytes, sizeof value);
+    convertByteOrder(&value, 1, ByteOrder::little);
+    return value;
+}
+
+Vector3F decodeVector(const unsigned char* bytes)
+{
+    return {decode<float>(bytes), decode<float>(bytes + 4), decode<float>(bytes + 8)};
+}
+
+template <class Number> void encode(Number value, unsigned char* bytes)
+{
+    convertByteOrder(&value, 1, ByteOrder::little);
+    std::memcpy(bytes, &value, sizeof value);
+}
+
+void encodeVector(const Vector3F& value, unsigned char* bytes)
+{
+    encode(value.x, bytes);
+    encode(value.y, bytes + 4);
+    encode(value.z, bytes + 8);
+}
+
+struct Header
+{
+    int16 version = 0;
+    uint32 count = 0;
+};
+
+/// Reads what follows the magic number; a header that is cut short has no particles.
+Header readHeader(FileBufferIn& file)
+{
+    unsigned char bytes[maxHeaderSize] = {};
+    constexpr std::size_t common = 320;
+    Header header;
+    if (file.readBuffer(bytes + 4, common - 4) != common - 4) return header;
+    header.version = decode<int16>(bytes + versionOffset);
+    const std::size_t more = headerSize(header.version) - common;
+    if (file.readBuffer(bytes + common, more) == more) header.count = decode<uint32>(bytes + countOffset);
+    return header;
+}
+
+/// How many records there can be: what the header says, as far as the file could hold it. A file that does
+/// not tell its size is believed one block at a time.
+uint32 expectedCount(const FileBufferIn& file, const Header& header, uint32 wanted)
+{
+    const int64 remaining = file.remaining();
+    if (remaining < 0) return std::min(wanted, recordsPerBlock(header.version));
+    const uint64 held = static_cast<uint64>(remaining) / recordSize(header.version);
+    return static_cast<uint32>(std::min<uint64>(wanted, held));
+}
+
+template <class T> void makeRoom(Array<T>& array, uint32 size)
+{
+    if (size > array.capacity()) array.reserve(std::max(size, array.capacity() * 2));
+    array.resize(size);
+}
+
+}  // namespace
+
+void ParticleSystem_v3::setArrId(const Array<int64>& ids) { _ids = ids; }
+
+void ParticleSystem_v3::setArrPosition(const Array<Vector3F>& positions) { _positions = positions; }
+
+void ParticleSystem_v3::setArrVelocity(const Array<Vector3F>& velocities) { _velocities = velocities; }
+
+int ParticleSystem_v3::load_BIN(const TX_String& path)
+{
+    FileBufferIn file;
+    if (file.open(path, "rb", fileBufferSize) != FileStatus::ok) return -1;
+    uint32 magic = 0;
+    if (file.readUInt(&magic) != 1 || magic != magicNumber) return -2;
+
+    const Header header = readHeader(file);
+    const uint32 wanted = std::min<uint32>(header.count, std::numeric_limits<int32>::max());
+    const std::size_t stride = recordSize(header.version);
+    const uint32 blockCapacity = recordsPerBlock(header.version);
+    const std::unique_ptr<unsigned char[]> block(new unsigned char[blockCapacity * stride]);
+
+    uint32 done = 0;
+    uint32 room = expectedCount(file, header, wanted);
+    _ids.clear();
+    _positions.clear();
+    _velocities.clear();
+    while (done < wanted)
+    {
+        const uint32 asked = std::min(wanted - done, blockCapacity);
+        const auto got = static_cast<uint32>(file.readBuffer(block.get(), asked * stride) / stride);
+        room = std::max(room, done + got);
+        makeRoom(_ids, room);
+        makeRoom(_positions, room);
+        makeRoom(_velocities, room);
+        const unsigned char* record = block.get();
+        for (uint32 i = done; i < done + got; ++i, record += stride)
+        {
+            _positions[i] = decodeVector(record);
+            _velocities[i] = decodeVector(record + velocityOffset);
+            _ids[i] = decode<int32>(record + idOffset(header.version));
+        }
+        done += got;
+        if (got < asked) break;
+    }
+    _ids.resize(done);
+    _positions.resize(done);
+    _velocities.resize(done);
+    return static_cast<int>(done);
+}
+
+int ParticleSystem_v3::save_BIN(const TX_String& path, int16 version) const
+{
+    const auto fits = [](int64 id)
+    { return std::numeric_limits<int32>::min() <= id && id <= std::numeric_limits<int32>::max(); };
+    if (!std::all_of(_ids.begin(), _ids.end(), fits)) return -4;
+
+    FileBufferOut file;
+    if (file.open(path, "wb", fileBufferSize) != FileStatus::ok) return -1;
+    unsigned char header[maxHeaderSize] = {};
+    encode(magicNumber, header);
+    encode(version, header + versionOffset);
+    encode(_positions.size(), header + countOffset);
+    file.writeBuffer(header, headerSize(version));
+
+    const std::size_t stride = recordSize(version);
+    const uint32 blockCapacity = recordsPerBlock(version);
+    const std::unique_ptr<unsigned char[]> block = std::make_unique<unsigned char[]>(blockCapacity * stride);
+    for (uint32 done = 0; done < _positions.size() && file.status() == FileStatus::ok;)
+    {
+        const uint32 end = done + std::min(_positions.size() - done, blockCapacity);
+        unsigned char* record = block.get();
+        for (; done < end; ++done, record += stride)
+        {
+            const bool moves = done < _velocities.size();
+            const int64 id = done < _ids.size() ? _ids[done] : int64{done};
+            encodeVector(_positions[done], record);
+            encodeVector(moves ? _velocities[done] : Vector3F{0, 0, 0}, record + velocityOffset);
+            encode(static_cast<int32>(id), record + idOffset(version));
+        }
+        file.writeBuffer(block.get(), static_cast<std::size_t>(record - block.get()));
+    }
+    return file.close() == FileStatus::ok ? 0 : -3;
+}
+
+}  // namespace tavrix

@@ -1,0 +1,321 @@
+#include <tavrix/platform/NumberText.h>
+
+#include <array>
+#include <bit>
+#include <charconv>
+#include <cmath>
+#include <cstring>
+#include <limits>
+#include <system_error>
+
+namespace tavrix
+{
+
+namespace
+{
+
+bool isDigit(char c) { return static_cast<unsigned char>(c - '0') < 10; }
+
+/// The value of a hexadecimal digit, or -1.
+int hexDigit(char c)
+{
+    if (isDigit(c)) return c - '0';
+    const char lower = static_cast<char>(c | 0x20);
+    return 'a' <= lower && lower <= 'f' ? lower - 'a' + 10 : -1;
+}
+
+/// The exponent behind its letter, saturated far beyond any that matters. Returns its end, or `first` without
+/// digits.
+const char* parseExponent(const char* first, const char* last, int64& exponent)
+{
+    const char* p = first;
+    const bool negative = p != last && *p == '-';
+    if (p != last && (*p == '-' || *p == '+')) ++p;
+    if (p == last || !isDigit(*p)) return first;
+    int64 value = 0;
+    for (; p != last && isDigit(*p); ++p)
+        if (value < 1'000'000'000'000'000) value = value * 10 + (*p - '0');
+    exponent = negative ? -value : value;
+    return p;
+}
+
+/// An unsigned decimal number as it stands in the text: value = mantissa * 10^exponent, as long as it had no
+/// more digits than the mantissa can take.
+struct Decimal
+{
+    uint64 mantissa = 0;
+    int64 exponent = 0;
+    bool exact = true;  ///< no digit other than 0 was left out of the mantissa
+    const char* end = nullptr;
+};
+
+/// False when the text begins with no decimal number.
+bool scanDecimal(const char* first, const char* last, Decimal& number)
+{
+    constexpr uint64 room = (std::numeric_limits<uint64>::max() - 9) / 10;
+    const char* p = first;
+    uint64 mantissa = 0;
+    int64 exponent = 0;
+    const auto take = [&](char c)
+    {
+        if (mantissa <= room)
+        {
+            mantissa = mantissa * 10 + static_cast<uint64>(c - '0');
+            return true;
+        }
+        number.exact = number.exact && c == '0';
+        return false;
+    };
+    for (; p != last && isDigit(*p); ++p)
+        if (!take(*p)) ++exponent;
+    auto digits = p - first;
+    if (p != last && *p == '.')
+    {
+        const char* fraction = ++p;
+        for (; p != last && isDigit(*p); ++p)
+            if (take(*p)) --exponent;
+        digits += p - fraction;
+    }
+    if (digits == 0) return false;
+    if (p != last && (*p == 'e' || *p == 'E'))
+    {
+        int64 written = 0;
+        const char* end = parseExponent(p + 1, last, written);
+        if (end != p + 1)
+        {
+            exponent += written;
+            p = end;
+        }
+    }
+    number.mantissa = mantissa;
+    number.exponent = exponent;
+    number.end = p;
+    return true;
+}
+
+/// Clinger's fast path in double precision: with mantissa and power of ten both exact, the one operation on
+/// them rounds correctly. Rounding that double to float is correct too, unless it lies half-way between two
+/// floats, where the exact number may lie on either side. False leaves the number to the slow path.
+bool convertExactly(const Decimal& number, float& value)
+{
+    static constexpr double powers[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
+                                        1e8,  1e9,  1e10, 1e11, 1e12, 1e13, 1e14, 1e15,
+                                        1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
+    constexpr uint64 belowFloat = (uint64{1} << 29) - 1;
+    constexpr uint64 halfWay = uint64{1} << 28;
+    if (!number.exact || number.mantissa > (uint64{1} << 53)) return false;
+    if (number.mantissa == 0)
+    {
+        value = 0.0f;
+        return true;
+    }
+    if (number.exponent < -22 || number.exponent > 22) return false;
+    const auto mantissa = static_cast<double>(number.mantissa);
+    const double rounded =
+        number.exponent < 0 ? mantissa / powers[-number.exponent] : mantissa * powers[number.exponent];
+    if (rounded < std::numeric_limits<float>::min() || rounded > std::numeric_limits<float>::max())
+        return false;
+    if ((std::bit_cast<uint64>(rounded) & belowFloat) == halfWay) return false;
+    value = static_cast<float>(rounded);
+    return true;
+}
+
+/// The digits behind "0x". The bits beyond a double's are folded into its last one (rounding to odd), so that
+/// the one rounding that counts is the one to float.
+const char* parseHexadecimal(const char* first, const char* last, float& value)
+{
+    constexpr uint64 room = uint64{1} << 49;
+    const char* p = first;
+    uint64 mantissa = 0;
+    int64 exponent = 0;
+    bool anyDigit = false;
+    bool point = false;
+    for (; p != last; ++p)
+    {
+        if (*p == '.' && !point)
+        {
+            point = true;
+            continue;
+        }
+        const int digit = hexDigit(*p);
+        if (digit < 0) break;
+        anyDigit = true;
+        if (mantissa < room)
+        {
+            mantissa = mantissa * 16 + static_cast<uint64>(digit);
+            if (point) exponent -= 4;
+        }
+        else
+        {
+            if (digit != 0) mantissa |= 1;
+            if (!point) exponent += 4;
+        }
+    }
+    if (!anyDigit) return first;
+    if (p != last && (*p == 'p' || *p == 'P'))
+    {
+        int64 written = 0;
+        const char* end = parseExponent(p + 1, last, written);
+        if (end != p + 1)
+        {
+            exponent += written;
+            p = end;
+        }
+    }
+    exponent = exponent < -3000 ? -3000 : exponent > 3000 ? 3000 : exponent;
+    value = static_cast<float>(std::ldexp(static_cast<double>(mantissa), static_cast<int>(exponent)));
+    return p;
+}
+
+/// A number without its sign.
+const char* parseMagnitude(const char* first, const char* last, float& value)
+{
+    if (last - first > 2 && first[0] == '0' && (first[1] | 0x20) == 'x')
+    {
+        const char* end = parseHexadecimal(first + 2, last, value);
+        if (end != first + 2) return end;
+    }
+    Decimal number;
+    const bool decimal = scanDecimal(first, last, number);
+    if (decimal && convertExactly(number, value)) return number.end;
+    if (!decimal && (first == last || *first == '-')) return first;
+
+    float parsed = 0.0f;
+    const auto [end, error] = std::from_chars(first, last, parsed);
+    if (error == std::errc::invalid_argument) return first;
+    if (error == std::errc::result_out_of_range)
+        parsed = number.exponent > 0 ? std::numeric_limits<float>::infinity() : 0.0f;
+    value = parsed;
+    return end;
+}
+
+/// "00", "01", ... "99" in a row.
+constexpr auto digitPairs = []
+{
+    std::array<char, 200> pairs{};
+    for (std::size_t i = 0; i < 100; ++i)
+    {
+        pairs[2 * i] = static_cast<char>('0' + i / 10);
+        pairs[2 * i + 1] = static_cast<char>('0' + i % 10);
+    }
+    return pairs;
+}();
+
+void printPair(char* out, uint64 belowHundred) { std::memcpy(out, digitPairs.data() + 2 * belowHundred, 2); }
+
+/// Writes exactly six digits.
+char* printSixDigits(char* out, uint32 value)
+{
+    printPair(out, value / 10000);
+    printPair(out + 2, value / 100 % 100);
+    printPair(out + 4, value % 100);
+    return out + 6;
+}
+
+#if defined(__SIZEOF_INT128__)
+
+__extension__ using uint128 = unsigned __int128;
+
+/// |value| * 10^6 rounded half to even, exactly. False when the result has more than 64 bits.
+bool scaleToMillionths(double value, uint64& millionths)
+{
+    const auto bits = std::bit_cast<uint64>(value);
+    const auto biased = static_cast<int>(bits >> 52 & 0x7FF);
+    const uint64 fraction = bits & ((uint64{1} << 52) - 1);
+    const uint64 mantissa = biased == 0 ? fraction : fraction | uint64{1} << 52;
+    const int shift = 1075 - (biased == 0 ? 1 : biased);
+    if (shift < 10) return false;
+    if (shift > 74)
+    {
+        // below 2^73 / 2^75: less than a half
+        millionths = 0;
+        return true;
+    }
+    const uint128 scaled = uint128{mantissa} * 1'000'000;
+    const auto whole = static_cast<uint64>(scaled >> shift);
+    const uint128 rest = scaled & ((uint128{1} << shift) - 1);
+    const uint128 half = uint128{1} << (shift - 1);
+    millionths = whole + (rest > half || (rest == half && (whole & 1)) ? 1 : 0);
+    return true;
+}
+
+#else
+
+bool scaleToMillionths(double, uint64&) { return false; }
+
+#endif
+
+char* printWord(char* out, const char* word, std::size_t length)
+{
+    std::memcpy(out, word, length);
+    return out + length;
+}
+
+}  // namespace
+
+const char* parseFloat(const char* first, const char* last, float& value) noexcept
+{
+    const char* p = first;
+    const bool negative = p != last && *p == '-';
+    if (p != last && (*p == '-' || *p == '+')) ++p;
+    float magnitude = 0.0f;
+    const char* end = parseMagnitude(p, last, magnitude);
+    if (end == p) return first;
+    value = negative ? -magnitude : magnitude;
+    return end;
+}
+
+const char* parseInt(const char* first, const char* last, int32& value) noexcept
+{
+    constexpr int64 limit = int64{1} << 31;
+    const char* p = first;
+    const bool negative = p != last && *p == '-';
+    if (p != last && (*p == '-' || *p == '+')) ++p;
+    if (p == last || !isDigit(*p)) return first;
+    int64 magnitude = 0;
+    for (; p != last && isDigit(*p); ++p)
+        if (magnitude <= limit) magnitude = magnitude * 10 + (*p - '0');
+    if (negative)
+        value = static_cast<int32>(magnitude > limit ? -limit : -magnitude);
+    else
+        value = static_cast<int32>(magnitude > limit - 1 ? limit - 1 : magnitude);
+    return p;
+}
+
+char* printUInt(char* out, uint64 value) noexcept
+{
+    char digits[maxUIntLength];
+    char* const end = digits + sizeof digits;
+    char* p = end;
+    while (value >= 100)
+    {
+        p -= 2;
+        printPair(p, value % 100);
+        value /= 100;
+    }
+    if (value >= 10)
+    {
+        p -= 2;
+        printPair(p, value);
+    }
+    else
+        *--p = static_cast<char>('0' + value);
+    const auto length = static_cast<std::size_t>(end - p);
+    std::memcpy(out, p, length);
+    return out + length;
+}
+
+char* printFixed6(char* out, double value) noexcept
+{
+    if (std::signbit(value)) *out++ = '-';
+    if (std::isnan(value)) return printWord(out, "nan", 3);
+    if (std::isinf(value)) return printWord(out, "inf", 3);
+    uint64 millionths = 0;
+    if (!scaleToMillionths(value, millionths))
+        return std::to_chars(out, out + maxFixed6Length, std::fabs(value), std::chars_format::fixed, 6).ptr;
+    out = printUInt(out, millionths / 1'000'000);
+    *out++ = '.';
+    return printSixDigits(out, static_cast<uint32>(millionths % 1'000'000));
+}
+
+}  // namespace tavrix

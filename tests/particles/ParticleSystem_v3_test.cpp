@@ -1,0 +1,231 @@
+#include <cstring>
+#include <limits>
+#include <string>
+
+#if defined(__linux__)
+#include <sys/stat.h>
+#include <thread>
+#endif
+
+#include <gtest/gtest.h>
+
+#include <tavrix/particles/ParticleSystem_v3.h>
+#include <TestFolder.h>
+
+namespace tavrix
+{
+
+using test::TestFolder;
+
+namespace
+{
+
+template <class Number> std::string bytesOf(Number value)
+{
+    std::string bytes(sizeof value, '\0');
+    std::memcpy(bytes.data(), &value, sizeof value);
+    return bytes;
+}
+
+std::string bytesOf(const Vector3F& v) { return bytesOf(v.x) + bytesOf(v.y) + bytesOf(v.z); }
+
+/// A header as the format has it, and the byte that fills what is ignored.
+std::string header(int16 version, uint32 count, char ignored = '\xEE')
+{
+    return bytesOf(uint32{0x00FABADA}) + std::string(250, ignored) + bytesOf(version) +
+           std::string(20, ignored) + bytesOf(count) + std::string(4 + 36, ignored) +
+           std::string(version >= 7 ? 36 : 0, ignored);
+}
+
+std::size_t ignoredSize(int16 version)
+{
+    return 12u + (version >= 9 ? 12u : 0u) + (version >= 3 ? 12u : 0u) + (version >= 4 ? 4u : 0u) +
+           (version >= 5 ? 14u : 0u) + 28u;
+}
+
+Vector3F position(uint32 i) { return {static_cast<float>(i), -1.5f, 0.25f * static_cast<float>(i)}; }
+Vector3F velocity(uint32 i) { return {0.125f, static_cast<float>(i) + 0.5f, -3.0f}; }
+int32 identifier(uint32 i) { return i == 0 ? -1 : static_cast<int32>(i * 7 + 1); }
+
+std::string records(int16 version, uint32 count, char ignored = '\xEE')
+{
+    std::string bytes;
+    for (uint32 i = 0; i < count; ++i)
+        bytes += bytesOf(position(i)) + bytesOf(velocity(i)) + std::string(ignoredSize(version), ignored) +
+                 bytesOf(identifier(i));
+    return bytes;
+}
+
+::testing::AssertionResult holdsFirst(const ParticleSystem_v3& particles, uint32 count)
+{
+    if (particles.getArrId().size() != count || particles.getArrPosition().size() != count ||
+        particles.getArrVelocity().size() != count)
+        return ::testing::AssertionFailure() << "not " << count << " in every array";
+    for (uint32 i = 0; i < count; ++i)
+        if (particles.getArrId()[i] != identifier(i) || particles.getArrPosition()[i] != position(i) ||
+            particles.getArrVelocity()[i] != velocity(i))
+            return ::testing::AssertionFailure() << "particle " << i;
+    return ::testing::AssertionSuccess();
+}
+
+ParticleSystem_v3 makeParticles(uint32 count)
+{
+    Array<int64> ids(count);
+    Array<Vector3F> positions(count), velocities(count);
+    for (uint32 i = 0; i < count; ++i)
+    {
+        ids[i] = identifier(i);
+        positions[i] = position(i);
+        velocities[i] = velocity(i);
+    }
+    ParticleSystem_v3 particles;
+    particles.setArrId(ids);
+    particles.setArrPosition(positions);
+    particles.setArrVelocity(velocities);
+    return particles;
+}
+
+constexpr struct
+{
+    int16 version;
+    std::size_t record;
+} layouts[] = {{-1, 68}, {2, 68}, {3, 80}, {4, 84},  {5, 98},
+               {6, 98},  {7, 98}, {8, 98}, {9, 110}, {32767, 110}};
+
+}  // namespace
+
+// 20,000 particles fill more than two blocks of every record size.
+TEST(ParticleSystem_v3, ReadsAndWritesEveryVersion)
+{
+    const TestFolder folder;
+    constexpr uint32 count = 20'000;
+    for (const auto& layout : layouts)
+    {
+        const std::string file = header(layout.version, count) + records(layout.version, count);
+        ASSERT_EQ(file.size(), (layout.version >= 7 ? 356u : 320u) + count * layout.record);
+        ParticleSystem_v3 particles;
+        ASSERT_EQ(particles.load_BIN(folder.write("in", file)), static_cast<int>(count));
+        ASSERT_TRUE(holdsFirst(particles, count)) << layout.version;
+
+        ASSERT_EQ(particles.save_BIN(folder.file("out"), layout.version), 0);
+        const std::string expected =
+            header(layout.version, count, '\0') + records(layout.version, count, '\0');
+        ASSERT_TRUE(folder.read("out") == expected) << layout.version;
+    }
+}
+
+TEST(ParticleSystem_v3, TruncatedFilesGiveTheirCompleteRecords)
+{
+    const TestFolder folder;
+    for (const int16 version : {int16{4}, int16{9}})
+    {
+        const std::string start = header(version, 3);
+        const std::string file = start + records(version, 3);
+        const std::size_t stride = (file.size() - start.size()) / 3;
+        for (std::size_t size = 0; size < file.size(); ++size)
+        {
+            ParticleSystem_v3 particles = makeParticles(2);
+            const int result = particles.load_BIN(folder.write("f", file.substr(0, size)));
+            if (size < 4)
+            {
+                ASSERT_EQ(result, -2);
+                ASSERT_TRUE(holdsFirst(particles, 2));
+                continue;
+            }
+            const auto complete =
+                size < start.size() ? 0u : static_cast<uint32>((size - start.size()) / stride);
+            ASSERT_EQ(result, static_cast<int>(complete)) << size;
+            ASSERT_TRUE(holdsFirst(particles, complete));
+        }
+    }
+}
+
+TEST(ParticleSystem_v3, ACountThatTheFileCannotHoldCostsNoMemory)
+{
+    const TestFolder folder;
+    for (const uint32 count : {0x7FFFFFFFu, 0xFFFFFFFFu})
+    {
+        ParticleSystem_v3 particles;
+        EXPECT_EQ(particles.load_BIN(folder.write("f", header(6, count) + records(6, 5))), 5);
+        EXPECT_TRUE(holdsFirst(particles, 5));
+        EXPECT_LT(particles.getArrId().capacity(), 100u);
+    }
+}
+
+TEST(ParticleSystem_v3, WhatIsNoParticleFileLeavesTheParticles)
+{
+    const TestFolder folder;
+    ParticleSystem_v3 particles = makeParticles(4);
+    std::string wrong = header(6, 1) + records(6, 1);
+    wrong[3] = '\1';
+    EXPECT_EQ(particles.load_BIN(folder.write("wrong", wrong)), -2);
+    EXPECT_EQ(particles.load_BIN(folder.write("empty", "")), -2);
+    EXPECT_EQ(particles.load_BIN(folder.file("absent")), -1);
+    EXPECT_EQ(particles.load_BIN(folder.path()), -1);
+    EXPECT_TRUE(holdsFirst(particles, 4));
+    EXPECT_EQ(particles.load_BIN(folder.write("none", header(9, 0))), 0);
+    EXPECT_TRUE(holdsFirst(particles, 0));
+}
+
+TEST(ParticleSystem_v3, SavesWhatItHas)
+{
+    const TestFolder folder;
+    ParticleSystem_v3 particles;
+    particles.setArrPosition(Array<Vector3F>(2, position(0)));
+    particles.setArrVelocity(Array<Vector3F>(1, velocity(1)));
+    ASSERT_EQ(particles.save_BIN(folder.file("f"), 5), 0);
+    ParticleSystem_v3 back;
+    ASSERT_EQ(back.load_BIN(folder.file("f")), 2);
+    EXPECT_EQ(back.getArrVelocity(), (Array<Vector3F>{velocity(1), {0, 0, 0}}));
+    EXPECT_EQ(back.getArrId(), (Array<int64>{0, 1}));
+
+    particles.setArrId({int64{std::numeric_limits<int32>::max()} + 1});
+    EXPECT_EQ(particles.save_BIN(folder.file("g"), 5), -4);
+    EXPECT_EQ(back.load_BIN(folder.file("g")), -1);
+    EXPECT_EQ(back.save_BIN(folder.file("absent/f")), -1);
+}
+
+#if defined(__linux__)
+TEST(ParticleSystem_v3, DevicesAreReadAndWrittenWithinReason)
+{
+    EXPECT_EQ(makeParticles(3).save_BIN("/dev/full"), -3);
+    ParticleSystem_v3 particles;
+    EXPECT_EQ(particles.load_BIN("/dev/zero"), -2);
+}
+
+// A pipe does not tell how much will come, and its header may lie.
+TEST(ParticleSystem_v3, ReadsAPipeToItsEnd)
+{
+    const TestFolder folder;
+    ASSERT_EQ(mkfifo(folder.file("pipe").c_str(), 0600), 0);
+    constexpr uint32 count = 20'000;
+    std::thread writer([&] { folder.write("pipe", header(9, 0xFFFFFFFF) + records(9, count)); });
+    ParticleSystem_v3 particles;
+    EXPECT_EQ(particles.load_BIN(folder.file("pipe")), static_cast<int>(count));
+    writer.join();
+    EXPECT_TRUE(holdsFirst(particles, count));
+    EXPECT_LT(particles.getArrId().capacity(), 2 * count);
+}
+#endif
+
+TEST(ParticleSystem_v3, ReadsRealFiles)
+{
+    const std::string data = test::testData();
+    if (data.empty()) GTEST_SKIP() << "TAVRIX_TEST_DATA names no folder";
+    const struct
+    {
+        const char* name;
+        int count;
+        int16 version;
+    } rows[] = {{"dam_break_24389_v9.bin", 24389, 9},
+                {"double_dam_break_4732_v6.bin", 4732, 6},
+                {"hilbert_46843_v4.bin", 46843, 4}};
+    for (const auto& row : rows)
+    {
+        ParticleSystem_v3 particles;
+        ASSERT_EQ(particles.load_BIN(data + "/particles/" + row.name), row.count);
+        for (const Vector3F& p : particles.getArrPosition()) ASSERT_LT(length(p), 100.0f) << row.name;
+    }
+}
+
+}  // namespace tavrix

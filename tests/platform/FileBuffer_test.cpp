@@ -1,0 +1,196 @@
+#include <cstring>
+#include <limits>
+
+#include <gtest/gtest.h>
+
+#include <tavrix/platform/FileBufferIn.h>
+#include <tavrix/platform/FileBufferOut.h>
+#include <tavrix/platform/OpenFile.h>
+#include <TestFolder.h>
+
+namespace tavrix
+{
+
+using test::TestFolder;
+
+namespace
+{
+
+std::string pattern(std::size_t size)
+{
+    std::string bytes(size, '\0');
+    for (std::size_t i = 0; i < size; ++i) bytes[i] = static_cast<char>(i * 31 + i / 251);
+    return bytes;
+}
+
+}  // namespace
+
+TEST(FileBufferOut, NumbersAreLittleEndian)
+{
+    const TestFolder folder;
+    FileBufferOut out;
+    ASSERT_EQ(out.open(folder.file("numbers")), FileStatus::ok);
+    const int16 shortNumber = -2;
+    const int32 number = 0x01020304;
+    const uint32 unsignedNumber = 0xFABADAu;
+    const float real = 1.0f;
+    const double real64 = -2.0;
+    EXPECT_EQ(out.writeShort(&shortNumber), 1u);
+    EXPECT_EQ(out.writeInt(&number), 1u);
+    EXPECT_EQ(out.writeUInt(&unsignedNumber), 1u);
+    EXPECT_EQ(out.writeFloat(&real), 1u);
+    EXPECT_EQ(out.writeDouble(&real64), 1u);
+    EXPECT_EQ(out.tell(), 22);
+    ASSERT_EQ(out.close(), FileStatus::ok);
+    EXPECT_EQ(folder.read("numbers"),
+              std::string("\xFE\xFF\x04\x03\x02\x01\xDA\xBA\xFA\x00\x00\x00\x80\x3F\0\0\0\0\0\0\0\xC0", 22));
+}
+
+// Every mixture of buffer sizes and block sizes moves the same bytes: inside a buffer, across its end, past
+// it.
+TEST(FileBuffer, EveryBufferAndBlockSizeMovesTheSameBytes)
+{
+    const TestFolder folder;
+    const std::string bytes = pattern(1000);
+    for (const uint32 bufferSize : {0u, 1u, 7u, 64u, 1000u, 4096u})
+        for (const std::size_t block : {1u, 6u, 7u, 8u, 63u, 65u, 1000u})
+        {
+            FileBufferOut out;
+            ASSERT_EQ(out.open(folder.file("f"), "wb", bufferSize), FileStatus::ok);
+            for (std::size_t i = 0; i < bytes.size(); i += block)
+                out.writeBuffer(bytes.data() + i, std::min(block, bytes.size() - i));
+            ASSERT_EQ(out.tell(), 1000);
+            ASSERT_EQ(out.close(), FileStatus::ok);
+            ASSERT_EQ(folder.read("f"), bytes);
+
+            FileBufferIn in;
+            ASSERT_EQ(in.open(folder.file("f"), "rb", bufferSize), FileStatus::ok);
+            std::string got(bytes.size(), '\0');
+            for (std::size_t i = 0; i < bytes.size(); i += block)
+            {
+                ASSERT_EQ(in.tell(), static_cast<int64>(i));
+                ASSERT_EQ(in.remaining(), static_cast<int64>(bytes.size() - i));
+                in.readBuffer(got.data() + i, std::min(block, bytes.size() - i));
+            }
+            ASSERT_EQ(got, bytes) << bufferSize << ' ' << block;
+            ASSERT_EQ(in.status(), FileStatus::ok);
+        }
+}
+
+TEST(FileBufferIn, SeeksFromEveryOriginInsideAndOutsideTheBuffer)
+{
+    const TestFolder folder;
+    const std::string bytes = pattern(300);
+    FileBufferIn in;
+    ASSERT_EQ(in.open(folder.write("f", bytes), "rb", 64), FileStatus::ok);
+    EXPECT_EQ(in.size(), 300);
+    const struct
+    {
+        int64 offset;
+        int origin;
+        int64 position;
+    } moves[] = {{100, 0, 100}, {-1, 2, 299}, {5, 0, 5},   {20, 1, 26}, {-10, 1, 17},
+                 {150, 1, 168}, {-160, 1, 9}, {54, 1, 64}, {-65, 1, 0}};
+    for (const auto& move : moves)
+    {
+        ASSERT_TRUE(in.seek(move.offset, move.origin));
+        ASSERT_EQ(in.tell(), move.position);
+        char byte = 0;
+        ASSERT_EQ(in.readBuffer(&byte, 1), 1u);
+        ASSERT_EQ(byte, bytes[static_cast<std::size_t>(move.position)]) << move.position;
+    }
+    EXPECT_FALSE(in.seek(-1, 0));
+    EXPECT_EQ(in.status(), FileStatus::failed);
+}
+
+TEST(FileBufferIn, TellsAFileThatEndsTooEarly)
+{
+    const TestFolder folder;
+    FileBufferIn in;
+    ASSERT_EQ(in.open(folder.write("f", "abcdefg"), "rb", 4), FileStatus::ok);
+    uint32 numbers[3] = {0, 0, 77};
+    EXPECT_EQ(in.readUInt(numbers, 3), 1u);
+    EXPECT_EQ(numbers[0], 0x64636261u);
+    EXPECT_EQ(numbers[2], 77u);
+    EXPECT_EQ(in.status(), FileStatus::endsTooEarly);
+    EXPECT_EQ(in.remaining(), 0);
+    EXPECT_TRUE(in.seek(int64{1} << 40, 0));
+    EXPECT_EQ(in.tell(), int64{1} << 40);
+    EXPECT_EQ(in.remaining(), 0);
+    EXPECT_EQ(in.readUInt(numbers, 1), 0u);
+    EXPECT_EQ(in.close(), FileStatus::endsTooEarly);
+}
+
+TEST(FileBufferOut, SeeksBackToPatch)
+{
+    const TestFolder folder;
+    FileBufferOut out;
+    ASSERT_EQ(out.open(folder.file("f"), "wb", 16), FileStatus::ok);
+    out.writeBuffer("0123456789", 10);
+    ASSERT_TRUE(out.seek(2, 0));
+    out.writeBuffer("ab", 2);
+    EXPECT_EQ(out.tell(), 4);
+    ASSERT_TRUE(out.seek(1, 1));
+    out.writeBuffer("c", 1);
+    ASSERT_TRUE(out.seek(0, 2));
+    out.writeBuffer("end", 3);
+    EXPECT_EQ(out.close(), FileStatus::ok);
+    EXPECT_EQ(folder.read("f"), "01ab4c6789end");
+}
+
+TEST(FileBuffer, WhatCannotBeOpenedSaysSo)
+{
+    const TestFolder folder;
+    FileBufferIn in;
+    FileBufferOut out;
+    char byte = 'x';
+    for (const TX_String& path : {folder.path(), folder.file("absent/file"), TX_String()})
+    {
+        EXPECT_EQ(in.open(path), FileStatus::cannotOpen);
+        EXPECT_EQ(in.readBuffer(&byte, 1), 0u);
+        EXPECT_FALSE(in.seek(0, 0));
+        EXPECT_EQ(out.open(path), FileStatus::cannotOpen);
+        EXPECT_EQ(out.writeBuffer(&byte, 1), 0u);
+        EXPECT_EQ(out.close(), FileStatus::cannotOpen);
+    }
+    EXPECT_EQ(byte, 'x');
+    EXPECT_EQ(in.open(folder.write("there", "y")), FileStatus::ok);
+    EXPECT_EQ(in.readBuffer(&byte, 1), 1u);
+    EXPECT_EQ(byte, 'y');
+}
+
+TEST(OpenFile, PathsAreUtf8)
+{
+    const TestFolder folder;
+    const std::string name = "\xC3\xA9\xE6\xB0\xB4\xF0\x9F\x8C\x8A.bin";
+    std::FILE* file = openFile(folder.file(name), "wb");
+    ASSERT_NE(file, nullptr);
+    std::fputs("wave", file);
+    std::fclose(file);
+    EXPECT_EQ(folder.read(name), "wave");
+}
+
+#if defined(__linux__)
+TEST(FileBufferOut, AFullDiskShowsAtTheLatestInClose)
+{
+    const std::string bytes = pattern(100);
+    for (const uint32 bufferSize : {16u, 4096u})
+    {
+        FileBufferOut out;
+        ASSERT_EQ(out.open("/dev/full", "wb", bufferSize), FileStatus::ok);
+        out.writeBuffer(bytes.data(), bytes.size());
+        EXPECT_EQ(out.status(), bufferSize == 16 ? FileStatus::cannotWrite : FileStatus::ok);
+        EXPECT_EQ(out.close(), FileStatus::cannotWrite);
+    }
+}
+
+TEST(FileBufferIn, ADeviceHasNoSizeToTell)
+{
+    FileBufferIn in;
+    ASSERT_EQ(in.open("/dev/zero"), FileStatus::ok);
+    EXPECT_EQ(in.size(), -1);
+    EXPECT_EQ(in.remaining(), -1);
+}
+#endif
+
+}  // namespace tavrix
