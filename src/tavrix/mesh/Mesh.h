@@ -55,7 +55,10 @@ public:
         PosFaceData,
         NorAllSmoothed
     };
-    static constexpr uint32 slotCount = 15;
+    enum : uint32
+    {
+        slotCount = 15  ///< an enumerator, so that no host needs its address from the DLL
+    };
 
     /// An empty mesh named "Nameless", with its six always-present arrays registered.
     Mesh();
