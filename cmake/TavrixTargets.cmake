@@ -16,15 +16,11 @@ function(tavrix_compile_options target)
     endif()
 endfunction()
 
-# A program of the project. A MinGW cross build puts the compiler's runtime DLLs beside it, so that the folder runs as
-# it stands, under Wine or on Windows.
+# A program of the project.
 function(tavrix_add_program target)
     add_executable(${target} ${ARGN})
     target_link_libraries(${target} PRIVATE tavrix::tx_geometry)
     tavrix_compile_options(${target})
-    if(MINGW)
-        target_link_options(${target} PRIVATE -municode)
-    endif()
 endfunction()
 
 # The DLLs of the MinGW runtime that the library and its hosts load; the runtime is shared so that an exception thrown

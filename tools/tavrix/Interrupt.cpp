@@ -1,0 +1,21 @@
+#include "Interrupt.h"
+
+#include <csignal>
+
+namespace tavrix::tool
+{
+
+namespace
+{
+
+volatile std::sig_atomic_t requested = 0;
+
+void request(int) { requested = 1; }
+
+}  // namespace
+
+void installInterruptHandler() { std::signal(SIGINT, request); }
+
+int interrupted() { return requested; }
+
+}  // namespace tavrix::tool

@@ -1,0 +1,64 @@
+#include "OutputFile.h"
+
+#include <filesystem>
+
+#include "Failure.h"
+
+namespace tavrix::tool
+{
+
+namespace fs = std::filesystem;
+
+namespace
+{
+
+fs::path pathOf(const std::string& utf8) { return fs::path(std::u8string(utf8.begin(), utf8.end())); }
+
+std::string textOf(const fs::path& path)
+{
+    const std::u8string text = path.u8string();
+    return {text.begin(), text.end()};
+}
+
+/// A name beside the target that no file has.
+fs::path freeNameBeside(const fs::path& target)
+{
+    for (int n = 0;; ++n)
+    {
+        fs::path candidate = target;
+        candidate += ".part" + std::to_string(n);
+        std::error_code error;
+        if (!fs::exists(fs::symlink_status(candidate, error))) return candidate;
+    }
+}
+
+}  // namespace
+
+void writeFileWhole(const std::string& target, const std::function<int(const std::string&)>& write)
+{
+    const fs::path path = pathOf(target);
+    std::error_code error;
+    const fs::file_status status = fs::status(path, error);
+    if (fs::is_directory(status)) throw Failure(target + ": is a folder; name a file in it");
+    const fs::path folder = path.parent_path();
+    if (!folder.empty() && !fs::is_directory(folder, error))
+        throw Failure(target + ": the folder " + textOf(folder) + " does not exist; make it first");
+
+    const bool direct = fs::exists(status) && !fs::is_regular_file(status);
+    const fs::path beside = direct ? path : freeNameBeside(path);
+    if (write(textOf(beside)) != 0)
+    {
+        if (!direct) fs::remove(beside, error);
+        throw Failure(target + ": cannot be written; is the disk full or the folder protected?");
+    }
+    if (direct) return;
+    fs::rename(beside, path, error);
+    if (error)
+    {
+        const std::string reason = error.message();
+        fs::remove(beside, error);
+        throw Failure(target + ": cannot be replaced (" + reason + ")");
+    }
+}
+
+}  // namespace tavrix::tool

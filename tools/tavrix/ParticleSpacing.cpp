@@ -1,0 +1,58 @@
+#include "ParticleSpacing.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <vector>
+
+namespace tavrix::tool
+{
+
+namespace
+{
+
+constexpr std::size_t sampleCount = 2000;
+
+bool isFinite(const Vector3F& p) { return std::isfinite(p.x) && std::isfinite(p.y) && std::isfinite(p.z); }
+
+/// The squared distance from a particle to the nearest one elsewhere; the particles are sorted by x.
+double squaredDistanceToNearest(const std::vector<Vector3F>& sorted, std::size_t index)
+{
+    const Vector3D p = convert<double>(sorted[index]);
+    double best = std::numeric_limits<double>::infinity();
+    const auto look = [&](const Vector3F& other)
+    {
+        const Vector3D d = convert<double>(other) - p;
+        const double square = dot(d, d);
+        if (square > 0) best = std::min(best, square);
+        return d.x * d.x < best;
+    };
+    for (std::size_t n = index; n-- > 0 && look(sorted[n]);)
+        ;
+    for (std::size_t n = index + 1; n < sorted.size() && look(sorted[n]); ++n)
+        ;
+    return best;
+}
+
+}  // namespace
+
+double estimateSpacing(const Array<Vector3F>& positions)
+{
+    std::vector<Vector3F> sorted;
+    std::copy_if(positions.begin(), positions.end(), std::back_inserter(sorted), isFinite);
+    std::sort(sorted.begin(), sorted.end(), [](const Vector3F& a, const Vector3F& b) { return a.x < b.x; });
+
+    std::vector<double> squares;
+    const std::size_t step = sorted.size() / sampleCount + 1;
+    for (std::size_t n = 0; n < sorted.size(); n += step)
+    {
+        const double square = squaredDistanceToNearest(sorted, n);
+        if (std::isfinite(square)) squares.push_back(square);
+    }
+    if (squares.empty()) return 0;
+    const auto middle = squares.begin() + static_cast<std::ptrdiff_t>(squares.size() / 2);
+    std::nth_element(squares.begin(), middle, squares.end());
+    return std::sqrt(*middle);
+}
+
+}  // namespace tavrix::tool

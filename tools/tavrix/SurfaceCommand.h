@@ -1,0 +1,38 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include <tavrix/platform/Types.h>
+
+namespace tavrix::tool
+{
+
+enum class FieldKind
+{
+    Distance,
+    Metaball
+};
+
+/// What `tavrix surface` was asked for; what is absent has a default that fits the input.
+struct SurfaceOptions
+{
+    std::string input;
+    std::string output;
+    std::optional<double> radius;
+    std::optional<double> spacing;
+    FieldKind field = FieldKind::Metaball;
+    double influence = 0;
+    std::optional<double> level;
+    uint32 threads = 0;
+    bool clean = true;
+    bool quiet = false;
+};
+
+/// The level at which a field's surface is taken unless the options say otherwise: the value at a lone particle's radius.
+double defaultLevel(FieldKind kind);
+
+/// Particles in, surface mesh out. Prints a summary on standard output unless quiet. Throws Failure.
+void runSurface(const SurfaceOptions& options);
+
+}  // namespace tavrix::tool
