@@ -100,7 +100,8 @@ TEST(MeshCopy, ReincarnateAndMoveTakeEverythingOver)
     EXPECT_TRUE(source.isEmpty());
 
     Mesh moved = std::move(taken);
-    moved = std::move(moved);
+    Mesh& itself = moved;
+    moved = std::move(itself);
     EXPECT_EQ(moved.getName(), TX_String("source"));
     EXPECT_EQ(moved.getArrPos(), pos);
     taken = std::move(moved);

@@ -21,6 +21,9 @@ enum class TX_CopyMode
     Deep
 };
 
+/// Number of array slots of a mesh.
+inline constexpr uint32 meshSlotCount = 15;
+
 /// A triangle mesh: named arrays in the array store, a name, an id, a cached bounding box and an optional
 /// render object.
 ///
@@ -55,7 +58,6 @@ public:
         PosFaceData,
         NorAllSmoothed
     };
-    static constexpr uint32 slotCount = 15;
 
     /// An empty mesh named "Nameless", with its six always-present arrays registered.
     Mesh();
@@ -349,7 +351,7 @@ private:
     uint32 _id = noIndex;
     Mesh_RL* _renderObject = nullptr;
     ArraySet<MeshArrayInf> _arraySet;
-    std::array<ArrayHandle, slotCount> _handles{};
+    std::array<ArrayHandle, meshSlotCount> _handles{};
 };
 
 }  // namespace tavrix
