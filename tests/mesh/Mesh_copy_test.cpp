@@ -60,10 +60,14 @@ TEST(MeshCopy, CopyAllTakesTheExtraArrays)
         {
             Mesh source = makeTetrahedron();
             source.addArray<float>("Weights").assign(4, 0.5f);
+            const ArrayHandle hosts = TX_ArrayServer::instance().create<Array<float>>(4u, 1.5f);
+            source.addArray(hosts, "host's", 0);
             copy.copyAllFrom(source, true);
+            TX_ArrayServer::instance().release(hosts);
         }
         ASSERT_NE(copy.findArray<float>("Weights"), nullptr);
         EXPECT_EQ(*copy.findArray<float>("Weights"), Array<float>(4, 0.5f));
+        EXPECT_EQ(*copy.findArray<float>("host's"), Array<float>(4, 1.5f));
     }
     EXPECT_EQ(TX_ArrayServer::instance().arrayCount(), before);
 }

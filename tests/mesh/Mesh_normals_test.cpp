@@ -237,7 +237,11 @@ TEST(MeshNormals, SmoothedNormalsAreOneAPositionAndFollowRecalculation)
 TEST(MeshNormals, CubePrimitiveIsTheBoxSeenFromOutside)
 {
     Mesh mesh = makeTetrahedron();
+    mesh.createSafe_PosConnectivityToPos();
+    mesh.createSafe_arrTrindexFacedge();
     mesh.createCubePrimitive({{-1, -2, -3}, {1, 2, 3}});
+    EXPECT_TRUE(mesh.getArrPosPosInfo().isNone());
+    EXPECT_TRUE(mesh.trindexFacedge().empty());
     EXPECT_EQ(mesh.pos()[5], (Vector3D{1, -2, 3}));
     EXPECT_EQ(mesh.trindexPos()[3], (Index3{3, 7, 5}));
     EXPECT_EQ(mesh.trindexNor(), mesh.trindexPos());
