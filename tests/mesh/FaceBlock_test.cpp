@@ -28,13 +28,14 @@ void fillRandomly(FaceBlock& block, uint32 seed)
         const double scale = std::ldexp(1.0, static_cast<int>(random() % 200) - 100);
         for (auto& corner : block.corner)
             for (auto& axis : corner) axis[i] = coordinate(random) * scale;
-        const uint32 shape = random() % 8;
+        const auto shape = static_cast<uint32>(random() % 8);
+        const auto flat = static_cast<uint32>(random() % 3);
         if (shape < 3)  // a needle, whose raw angles do not add up to pi
-            for (auto& axis : block.corner[2])
+            for (uint32 axis = 0; axis < 3; ++axis)
             {
-                const uint32 k = static_cast<uint32>(&axis - block.corner[2]);
-                axis[i] =
-                    (block.corner[0][k][i] + block.corner[1][k][i]) / 2 + coordinate(random) * scale * 1e-9;
+                const double p = block.corner[(flat + 1) % 3][axis][i],
+                             q = block.corner[(flat + 2) % 3][axis][i];
+                block.corner[flat][axis][i] = (p + q) / 2 + coordinate(random) * scale * 1e-7;
             }
         if (shape == 3)
             for (auto& axis : block.corner[2])
