@@ -86,7 +86,7 @@ Mesh::Mesh(const Mesh& other)
     copyFrom(other, true);
 }
 
-Mesh::Mesh(Mesh&& other)
+Mesh::Mesh(Mesh&& other) noexcept
 {
     reincarnate(other);
     _renderObject = std::exchange(other._renderObject, nullptr);
@@ -98,7 +98,7 @@ Mesh& Mesh::operator=(const Mesh& other)
     return *this;
 }
 
-Mesh& Mesh::operator=(Mesh&& other)
+Mesh& Mesh::operator=(Mesh&& other) noexcept
 {
     if (this == &other) return *this;
     reincarnate(other);

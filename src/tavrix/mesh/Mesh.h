@@ -63,9 +63,10 @@ public:
     Mesh();
     /// As copyFrom with the name.
     Mesh(const Mesh& other);
-    Mesh(Mesh&& other);
+    /// As reincarnate, and the render object too.
+    Mesh(Mesh&& other) noexcept;
     Mesh& operator=(const Mesh& other);
-    Mesh& operator=(Mesh&& other);
+    Mesh& operator=(Mesh&& other) noexcept;
     /// As destroy.
     virtual ~Mesh();
 
@@ -204,7 +205,7 @@ public:
     void copyConnectivityFrom(TX_CopyMode mode, const Mesh& other);
     /// Takes over everything but the render object from the other mesh, without copying; the other is left as
     /// after destroy. This mesh keeps its own render object.
-    void reincarnate(Mesh& other);
+    void reincarnate(Mesh& other) noexcept;
 
     /// Resets name and box and releases all arrays, so that an empty mesh with the six always-present arrays
     /// remains; id and render object stay.
