@@ -54,6 +54,13 @@ TEST(ElementaryFunctions, SineCosineIsAccurateFarOut)
     EXPECT_NEAR(sineCosine(1e9).second, std::cos(1e9), 1e-6);
 }
 
+TEST(ElementaryFunctions, SineCosineKeepsItsDigitsWhereItVanishes)
+{
+    // The doubles nearest to 318300 pi and 20.5 pi; the values to 20 digits from arithmetic of 60.
+    EXPECT_NEAR(sineCosine(999968.9416376312).first / -3.1320856925366371627e-11, 1, 1e-12);
+    EXPECT_NEAR(sineCosine(64.40264939859077).second / -6.3712582587491783101e-15, 1, 1e-12);
+}
+
 TEST(ElementaryFunctions, SineCosineAtQuarterTurnsAndBeyondNumbers)
 {
     EXPECT_EQ(sineCosine(0), std::make_pair(0.0, 1.0));

@@ -115,7 +115,7 @@ TEST(MeshConnectivity, IsBuiltOnceAndThrownAwayOnRequest)
         Mesh mesh = test::makeTerrain(4);
         createEverything(mesh);
         mesh.createSafe_arrNorSurface();
-        EXPECT_EQ(mesh.getArraySet().size(), Mesh::slotCount);
+        EXPECT_EQ(mesh.getArraySet().size(), meshSlotCount);
         const ArrayHandle kept = mesh.getArrPosPosInfo();
         createEverything(mesh);
         EXPECT_EQ(mesh.getArrPosPosInfo(), kept);

@@ -60,10 +60,14 @@ TEST(MeshCopy, CopyAllTakesTheExtraArrays)
         {
             Mesh source = makeTetrahedron();
             source.addArray<float>("Weights").assign(4, 0.5f);
+            const ArrayHandle hosts = TX_ArrayServer::instance().create<Array<float>>(4u, 1.5f);
+            source.addArray(hosts, "host's", 0);
             copy.copyAllFrom(source, true);
+            TX_ArrayServer::instance().release(hosts);
         }
         ASSERT_NE(copy.findArray<float>("Weights"), nullptr);
         EXPECT_EQ(*copy.findArray<float>("Weights"), Array<float>(4, 0.5f));
+        EXPECT_EQ(*copy.findArray<float>("host's"), Array<float>(4, 1.5f));
     }
     EXPECT_EQ(TX_ArrayServer::instance().arrayCount(), before);
 }
@@ -100,7 +104,8 @@ TEST(MeshCopy, ReincarnateAndMoveTakeEverythingOver)
     EXPECT_TRUE(source.isEmpty());
 
     Mesh moved = std::move(taken);
-    moved = std::move(moved);
+    Mesh& itself = moved;
+    moved = std::move(itself);
     EXPECT_EQ(moved.getName(), TX_String("source"));
     EXPECT_EQ(moved.getArrPos(), pos);
     taken = std::move(moved);

@@ -112,6 +112,23 @@ TEST(MeshNormals, EveryThreadCountGivesTheSameBytes)
     }
 }
 
+/// FNV-1a over the bytes.
+template <class T> uint64 checksum(const Array<T>& array)
+{
+    uint64 hash = 14695981039346656037u;
+    const auto* bytes = reinterpret_cast<const unsigned char*>(array.data());
+    for (std::size_t i = 0; i < array.size() * sizeof(T); ++i) hash = (hash ^ bytes[i]) * 1099511628211u;
+    return hash;
+}
+
+TEST(MeshNormals, EverySystemGivesTheSameBytes)
+{
+    Mesh mesh = makeTerrain(60);
+    mesh.recalculateNormals();
+    EXPECT_EQ(checksum(mesh.nor()), 5337729528980631934u);
+    EXPECT_EQ(checksum(mesh.faceNor()), 9974663232797174453u);
+}
+
 TEST(MeshNormals, TheSmallerFormsGiveTheSameBytes)
 {
     Mesh mesh = makeTerrain(20);
@@ -220,7 +237,11 @@ TEST(MeshNormals, SmoothedNormalsAreOneAPositionAndFollowRecalculation)
 TEST(MeshNormals, CubePrimitiveIsTheBoxSeenFromOutside)
 {
     Mesh mesh = makeTetrahedron();
+    mesh.createSafe_PosConnectivityToPos();
+    mesh.createSafe_arrTrindexFacedge();
     mesh.createCubePrimitive({{-1, -2, -3}, {1, 2, 3}});
+    EXPECT_TRUE(mesh.getArrPosPosInfo().isNone());
+    EXPECT_TRUE(mesh.trindexFacedge().empty());
     EXPECT_EQ(mesh.pos()[5], (Vector3D{1, -2, 3}));
     EXPECT_EQ(mesh.trindexPos()[3], (Index3{3, 7, 5}));
     EXPECT_EQ(mesh.trindexNor(), mesh.trindexPos());

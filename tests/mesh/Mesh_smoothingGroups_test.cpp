@@ -79,6 +79,22 @@ TEST(SmoothingGroups, CornersOfOneGroupLieAtOnePosition)
     }
 }
 
+TEST(SmoothingGroups, OnePlaneIsSmoothAtAnyAngle)
+{
+    Mesh plane = test::makeTerrain(15);
+    for (Vector3D& p : plane.refPos()) p = {p.x, p.y * 1.1, 0.3 * p.x + 0.7 * p.y};
+    plane.createNormals(0);
+    EXPECT_EQ(plane.nor().size(), plane.getPosSize());
+}
+
+TEST(SmoothingGroups, AFaceWithoutAreaJoinsNothing)
+{
+    Mesh mesh = makeMesh({{0, 0, 0}, {0, 1, 0}, {0, 0.5, 0}, {0, 0.25, 1}}, {{1, 0, 2}, {0, 1, 3}});
+    mesh.createNormals(1);
+    EXPECT_EQ(mesh.faceNor()[1], (Wector3F{1, 0, 0, 0.5f})) << "the direction that also stands for none";
+    EXPECT_EQ(mesh.nor().size(), 6u);
+}
+
 TEST(SmoothingGroups, BordersSeveralSheetsAndTouchingFansAreApart)
 {
     Mesh book = makeMesh({{0, 0, 0}, {0, 0, 1}, {1, 0, 0}, {1, 0.01, 0}, {1, -0.01, 0}},

@@ -34,7 +34,7 @@ TEST(Mesh, FreshMeshIsEmptyWithSixRegisteredArrays)
         EXPECT_EQ(inf.flags, expected[i].second);
         EXPECT_EQ(TX_ArrayServer::instance().size(mesh.getArraySet().handle(i)), 0u);
     }
-    for (uint32 slot = 6; slot < Mesh::slotCount; ++slot)
+    for (uint32 slot = 6; slot < meshSlotCount; ++slot)
         EXPECT_TRUE(mesh.handleOf(static_cast<Mesh::Slot>(slot)).isNone());
     EXPECT_EQ(mesh.getBox(), Box3D::empty());
 }

@@ -21,7 +21,7 @@ struct SlotInf
     uint32 flags;
 };
 
-constexpr std::array<SlotInf, Mesh::slotCount> slotInfs{{
+constexpr std::array<SlotInf, meshSlotCount> slotInfs{{
     {"Pos", Inf::POSITIONS_DATA | Inf::POINT},
     {"Nor", Inf::DIRECTION | Inf::POSITIONS_DATA},
     {"FaceNor", Inf::DIRECTION | Inf::PER_FACE},
@@ -86,7 +86,7 @@ Mesh::Mesh(const Mesh& other)
     copyFrom(other, true);
 }
 
-Mesh::Mesh(Mesh&& other)
+Mesh::Mesh(Mesh&& other) noexcept
 {
     reincarnate(other);
     _renderObject = std::exchange(other._renderObject, nullptr);
@@ -98,7 +98,7 @@ Mesh& Mesh::operator=(const Mesh& other)
     return *this;
 }
 
-Mesh& Mesh::operator=(Mesh&& other)
+Mesh& Mesh::operator=(Mesh&& other) noexcept
 {
     if (this == &other) return *this;
     reincarnate(other);
@@ -143,7 +143,7 @@ void Mesh::releaseSlot(Slot slot)
 void Mesh::releaseAllArrays()
 {
     for (uint32 i = 0; i < alwaysPresentCount; ++i) releaseSlot(focusOrder[i]);
-    for (uint32 slot = alwaysPresentCount; slot < slotCount; ++slot) releaseSlot(static_cast<Slot>(slot));
+    for (uint32 slot = alwaysPresentCount; slot < meshSlotCount; ++slot) releaseSlot(static_cast<Slot>(slot));
     for (uint32 i = _arraySet.size(); i-- > 0;)
         if ((_arraySet.inf(i).flags & Inf::LIFE_CYCLE) == 0) _arraySet.forget(i);
     _arraySet.clear();

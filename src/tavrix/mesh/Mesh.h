@@ -21,6 +21,9 @@ enum class TX_CopyMode
     Deep
 };
 
+/// Number of array slots of a mesh.
+inline constexpr uint32 meshSlotCount = 15;
+
 /// A triangle mesh: named arrays in the array store, a name, an id, a cached bounding box and an optional
 /// render object.
 ///
@@ -55,18 +58,15 @@ public:
         PosFaceData,
         NorAllSmoothed
     };
-    enum : uint32
-    {
-        slotCount = 15  ///< an enumerator, so that no host needs its address from the DLL
-    };
 
     /// An empty mesh named "Nameless", with its six always-present arrays registered.
     Mesh();
     /// As copyFrom with the name.
     Mesh(const Mesh& other);
-    Mesh(Mesh&& other);
+    /// As reincarnate, and the render object too.
+    Mesh(Mesh&& other) noexcept;
     Mesh& operator=(const Mesh& other);
-    Mesh& operator=(Mesh&& other);
+    Mesh& operator=(Mesh&& other) noexcept;
     /// As destroy.
     virtual ~Mesh();
 
@@ -205,7 +205,7 @@ public:
     void copyConnectivityFrom(TX_CopyMode mode, const Mesh& other);
     /// Takes over everything but the render object from the other mesh, without copying; the other is left as
     /// after destroy. This mesh keeps its own render object.
-    void reincarnate(Mesh& other);
+    void reincarnate(Mesh& other) noexcept;
 
     /// Resets name and box and releases all arrays, so that an empty mesh with the six always-present arrays
     /// remains; id and render object stay.
@@ -352,7 +352,7 @@ private:
     uint32 _id = noIndex;
     Mesh_RL* _renderObject = nullptr;
     ArraySet<MeshArrayInf> _arraySet;
-    std::array<ArrayHandle, slotCount> _handles{};
+    std::array<ArrayHandle, meshSlotCount> _handles{};
 };
 
 }  // namespace tavrix

@@ -15,7 +15,7 @@ bool Mesh::getMeshArrayInf(MeshArrayInf& inf, ArrayHandle handle) const
 
 void Mesh::addArray(ArrayHandle handle, const TX_String& name, uint32 flags)
 {
-    _arraySet.add(handle, {flags, name});
+    if (!handle.isNone()) _arraySet.add(handle, {flags, name});
 }
 
 ArrayHandle Mesh::findArray(const TX_String& name) const

@@ -160,12 +160,12 @@ void Mesh::copyConnectivityFrom(TX_CopyMode mode, const Mesh& other)
         copySlot(static_cast<Slot>(slot), other, mode);
 }
 
-void Mesh::reincarnate(Mesh& other)
+void Mesh::reincarnate(Mesh& other) noexcept
 {
     if (this == &other) return;
     releaseAllArrays();
     _flags = other._flags;
-    _name = other._name;
+    _name = std::move(other._name);
     _box = other._box;
     _id = other._id;
     _arraySet = std::move(other._arraySet);

@@ -38,11 +38,12 @@ void runJob(const NormalJob& job, uint32 threadCount)
         if (job.nor[n] == Vector3F{0, 0, 0}) job.nor[n] = copy[n];
 }
 
-uint32 largestIndex(const Array<Index3>& triples)
+/// One more than the largest index that the triples use.
+uint64 neededEntries(const Array<Index3>& triples)
 {
     uint32 largest = 0;
     for (const Index3& t : triples) largest = std::max(largest, std::max(t.a, std::max(t.b, t.c)));
-    return largest;
+    return triples.empty() ? 0 : uint64{largest} + 1;
 }
 
 }  // namespace
@@ -51,7 +52,10 @@ void Mesh::staticCalculateNormals(const Array<Vector3D>& pos, const Array<Index3
                                   const Array<Index3>& trindexNor, Array<Wector3F>& faceNor,
                                   Array<Vector3F>& nor)
 {
-    runJob(makeJob(pos, trindexPos, trindexNor, &faceNor, nor), 1);
+    if (trindexNor.size() >= trindexPos.size())
+        return runJob(makeJob(pos, trindexPos, trindexNor, &faceNor, nor), 1);
+    staticCalculateNormals(pos, trindexPos, faceNor);
+    runJob(makeJob(pos, trindexPos, trindexNor, nullptr, nor), 1);
 }
 
 void Mesh::staticCalculateNormals(const Array<Vector3D>& pos, const Array<Index3>& trindexPos,
@@ -75,16 +79,18 @@ void Mesh::staticCalculateLieDownNormals(const Array<Vector3D>& pos, const Array
     detail::fillLieDownNormals(makeJob(pos, trindexPos, trindexNor, nullptr, nor));
 }
 
-/// Makes "TrindexNor" and "Nor" fit the faces: without a usable triple for every face, the normals are the
-/// positions'; a "Nor" that is too short grows.
+/// Makes "TrindexNor" and "Nor" fit the faces: without one triple a face, or with indices that no sensible
+/// number of normals explains, the normals are the positions'; a "Nor" that is too short grows.
 void Mesh::prepareNormalArrays()
 {
-    const uint32 most = std::max({nor().size(), getPosSize(), getFacesSize()});
-    const bool fits =
-        trindexNor().size() == getFacesSize() && (isEmpty() || largestIndex(trindexNor()) / 3 < most);
-    if (!fits) refTrindexNor() = trindexPos();
-    if (!isEmpty() && largestIndex(trindexNor()) >= nor().size())
-        refNor().resize(fits ? largestIndex(trindexNor()) + 1 : getPosSize());
+    const uint64 sensible = 3 * uint64{std::max({nor().size(), getPosSize(), getFacesSize()})};
+    uint64 needed = neededEntries(trindexNor());
+    if (trindexNor().size() != getFacesSize() || needed > sensible)
+    {
+        refTrindexNor() = trindexPos();
+        needed = getPosSize();
+    }
+    if (needed > nor().size()) refNor().resize(Array<Vector3F>::checkedSize(needed));
 }
 
 void Mesh::recalculateNormals() { recalculateNormalsParallelized(1); }
@@ -107,7 +113,7 @@ void Mesh::recalculateVertexesNormals()
 void Mesh::confirmNormalsCalculated()
 {
     const bool calculated = faceNor().size() == getFacesSize() && trindexNor().size() == getFacesSize() &&
-                            (isEmpty() || largestIndex(trindexNor()) < nor().size());
+                            neededEntries(trindexNor()) <= nor().size();
     if (!calculated) recalculateNormals();
 }
 

@@ -4,6 +4,7 @@
 #include <atomic>
 #include <cmath>
 #include <memory>
+#include <span>
 
 #include <tavrix/foundation/ParallelFor.h>
 #include <tavrix/mesh/detail/FaceBlock.h>
@@ -22,19 +23,22 @@ constexpr float untouched = 1111.0f;
 constexpr uint32 blockSize = FaceBlock::capacity;
 constexpr uint32 blocksPerChunk = 2048;
 
-/// What a block of faces adds to the vertex normals.
-struct Contributions
-{
-    Vector3F corner[blockSize][3];
-    bool counts[blockSize];
-};
-
 /// A run of faces, or of vertex normals.
 struct Range
 {
     uint32 begin, end;
 
     bool contains(uint32 i) const { return i - begin < end - begin; }
+    bool contains(Range other) const { return begin <= other.begin && other.end <= end; }
+    bool meets(Range other) const { return begin < other.end && other.begin < end; }
+};
+
+/// What a block of faces adds to the vertex normals.
+struct Contributions
+{
+    Vector3F corner[blockSize][3];
+    bool counts[blockSize];
+    Range touched;  ///< the vertex normals between the smallest and the largest that the faces use
 };
 
 /// The arithmetic for this processor.
@@ -115,9 +119,12 @@ void addFaces(const NormalJob& job, Range faces, const Contributions& contributi
     }
 }
 
-/// addFaces for the vertex normals in `owned` alone.
+/// addFaces for the vertex normals in `owned` alone. Neighbouring faces mostly use neighbouring normals, so
+/// most blocks are taken whole or not at all.
 void addFacesToOwned(const NormalJob& job, Range faces, const Contributions& contributions, Range owned)
 {
+    if (!owned.meets(contributions.touched)) return;
+    if (owned.contains(contributions.touched)) return addFaces(job, faces, contributions);
     for (uint32 f = faces.begin; f < faces.end; ++f)
     {
         const uint32 i = f - faces.begin;
@@ -128,6 +135,18 @@ void addFacesToOwned(const NormalJob& job, Range faces, const Contributions& con
         for (uint32 c = 0; c < 3; ++c)
             if (owned.contains(t[c])) job.nor[t[c]] += contributions.corner[i][c];
     }
+}
+
+Range touchedNormals(const NormalJob& job, Range faces)
+{
+    Range touched{noIndex, 0};
+    for (uint32 f = faces.begin; f < faces.end; ++f)
+    {
+        const Index3 t = job.trindexNor[f];
+        touched.begin = std::min({touched.begin, t.a, t.b, t.c});
+        touched.end = std::max({touched.end, t.a + 1, t.b + 1, t.c + 1});
+    }
+    return touched;
 }
 
 Range facesOfBlock(const NormalJob& job, uint32 block)
@@ -148,28 +167,48 @@ void accumulateSerially(const NormalJob& job, uint32 blockCount)
     }
 }
 
-/// Chunk by chunk: the workers share the faces of the chunk and write down what each face adds; then each
-/// worker owns a part of the vertex normals and adds to it in face order.
+Range unite(Range a, Range b) { return {std::min(a.begin, b.begin), std::max(a.end, b.end)}; }
+
+/// The workers share the faces of a chunk and write down what each face adds.
+void processChunk(const NormalJob& job, uint32 firstBlock, std::span<Contributions> chunk, uint32 threadCount)
+{
+    parallelFor(chunk.size(), threadCount,
+                [&](uint32, uint64 begin, uint64 end)
+                {
+                    for (uint64 b = begin; b < end; ++b)
+                    {
+                        const Range faces = facesOfBlock(job, firstBlock + static_cast<uint32>(b));
+                        processFaces(job, faces, chunk[b]);
+                        if (job.nor) chunk[b].touched = touchedNormals(job, faces);
+                    }
+                });
+}
+
+/// The workers share the vertex normals that a chunk touches, and each adds to its own in face order.
+void addChunk(const NormalJob& job, uint32 firstBlock, std::span<const Contributions> chunk,
+              uint32 threadCount)
+{
+    Range touched = chunk[0].touched;
+    for (const Contributions& block : chunk) touched = unite(touched, block.touched);
+    parallelFor(touched.end - touched.begin, threadCount,
+                [&](uint32, uint64 begin, uint64 end)
+                {
+                    const Range owned{static_cast<uint32>(touched.begin + begin),
+                                      static_cast<uint32>(touched.begin + end)};
+                    for (uint32 b = 0; b < chunk.size(); ++b)
+                        addFacesToOwned(job, facesOfBlock(job, firstBlock + b), chunk[b], owned);
+                });
+}
+
 void accumulateInParallel(const NormalJob& job, uint32 blockCount, uint32 threadCount)
 {
-    const auto chunk = std::make_unique_for_overwrite<Contributions[]>(std::min(blockCount, blocksPerChunk));
-    for (uint32 first = 0; first < blockCount; first += blocksPerChunk)
+    const uint32 chunkSize = std::min(blockCount, blocksPerChunk);
+    const auto contributions = std::make_unique_for_overwrite<Contributions[]>(chunkSize);
+    for (uint32 first = 0; first < blockCount; first += chunkSize)
     {
-        const uint32 count = std::min(blocksPerChunk, blockCount - first);
-        parallelFor(count, threadCount,
-                    [&](uint32, uint64 begin, uint64 end)
-                    {
-                        for (auto b = static_cast<uint32>(begin); b < end; ++b)
-                            processFaces(job, facesOfBlock(job, first + b), chunk[b]);
-                    });
-        if (!job.nor) continue;
-        parallelFor(job.norCount, threadCount,
-                    [&](uint32, uint64 begin, uint64 end)
-                    {
-                        const Range owned{static_cast<uint32>(begin), static_cast<uint32>(end)};
-                        for (uint32 b = 0; b < count; ++b)
-                            addFacesToOwned(job, facesOfBlock(job, first + b), chunk[b], owned);
-                    });
+        const std::span chunk(contributions.get(), std::min(chunkSize, blockCount - first));
+        processChunk(job, first, chunk, threadCount);
+        if (job.nor) addChunk(job, first, chunk, threadCount);
     }
 }
 
