@@ -38,18 +38,3 @@ function(tavrix_mingw_runtime out)
     endforeach()
     set(${out} ${found} PARENT_SCOPE)
 endfunction()
-
-# Sources compiled for AVX2, to be chosen at run time; the target sees TX_HAVE_AVX2 where the compiler can do it.
-function(tavrix_add_avx2_sources target)
-    if(NOT CMAKE_SYSTEM_PROCESSOR MATCHES "x86_64|AMD64" OR NOT CMAKE_CXX_COMPILER_ID MATCHES "GNU|Clang")
-        return()
-    endif()
-    set(options -mavx2)
-    if(MINGW)
-        # The Windows stack is aligned to 16 bytes only, which the compiler forgets when it spills wide registers.
-        list(APPEND options -Wa,-muse-unaligned-vector-move)
-    endif()
-    target_sources(${target} PRIVATE ${ARGN})
-    target_compile_definitions(${target} PRIVATE TX_HAVE_AVX2)
-    set_source_files_properties(${ARGN} TARGET_DIRECTORY ${target} PROPERTIES COMPILE_OPTIONS "${options}")
-endfunction()

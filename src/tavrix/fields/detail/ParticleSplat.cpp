@@ -1,5 +1,7 @@
 #include <tavrix/fields/detail/ParticleSplat.h>
 
+#include <tavrix/platform/detail/CpuFeatures.h>
+
 namespace tavrix::detail
 {
 
@@ -18,8 +20,8 @@ void splat(const SplatTarget<Value>&, const SplatKernel&, const Particle*, std::
 template <class Value>
 SplatFunction<Value> splatFunction()
 {
-#if defined(TX_HAVE_AVX2)
-    if (__builtin_cpu_supports("avx2")) return avx2::splat<Value>;
+#if defined(TX_AVX2_KERNELS)
+    if (hasAvx2()) return avx2::splat<Value>;
 #endif
     return plain::splat<Value>;
 }

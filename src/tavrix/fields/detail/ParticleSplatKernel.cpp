@@ -1,11 +1,10 @@
-// The kernel loop, compiled once for each instruction set into a namespace of its own (TX_SPLAT_VARIANT). Nothing in here
-// may instantiate an inline function of the standard library: the linker could then pick the wide one for everyone.
-
-#include <math.h>
+// The kernel loop, compiled once for each instruction set into a namespace of its own.
 
 #include <tavrix/fields/detail/ParticleSplat.h>
 
-namespace tavrix::detail::TX_SPLAT_VARIANT
+#include <math.h>
+
+namespace tavrix::detail::TX_KERNEL
 {
 
 constexpr uint32 lanes = 8;
@@ -32,13 +31,6 @@ struct NodeRange
     }
 };
 
-/// max(v, 0), without a comparison that a compiler would turn into a branch.
-inline float positivePart(float v)
-{
-    const int bits = __builtin_bit_cast(int, v);
-    return __builtin_bit_cast(float, bits & ~(bits >> 31));
-}
-
 /// Gives `count` consecutive samples the kernel's values, where a squared distance is rowPart + zPart[n]. Distances beyond
 /// the reach change nothing: there the maximum gets a negative value and the sum 0.
 template <SplatKernel::Merge merge, class Value>
@@ -56,7 +48,7 @@ inline void splatLanes(Value* __restrict samples, const double* __restrict zPart
         }
         else
         {
-            const float c = positivePart(t);
+            const float c = t > 0.0f ? t : 0.0f;
             samples[n] += static_cast<Value>(scale * (c * c * c));
         }
     }
@@ -139,4 +131,4 @@ void splat(const SplatTarget<Value>& target, const SplatKernel& kernel, const Pa
 template void splat(const SplatTarget<float>&, const SplatKernel&, const Particle*, std::size_t);
 template void splat(const SplatTarget<double>&, const SplatKernel&, const Particle*, std::size_t);
 
-}  // namespace tavrix::detail::TX_SPLAT_VARIANT
+}  // namespace tavrix::detail::TX_KERNEL

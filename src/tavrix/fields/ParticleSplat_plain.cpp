@@ -1,2 +1,0 @@
-#define TX_SPLAT_VARIANT plain
-#include <tavrix/fields/detail/ParticleSplatKernel.h>
