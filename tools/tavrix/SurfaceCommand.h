@@ -22,7 +22,7 @@ struct SurfaceOptions
     std::optional<double> radius;
     std::optional<double> spacing;
     FieldKind field = FieldKind::Metaball;
-    double influence = 0;
+    double influence = 60;
     std::optional<double> level;
     uint32 threads = 0;
     bool clean = true;
