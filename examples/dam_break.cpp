@@ -422,7 +422,7 @@ int run(const std::vector<std::string>& arguments)
 {
     uint32 frames = 60;
     uint32 threads = Hardware::getThreadCount();
-    if (arguments.empty() || arguments.size() > 3 ||
+    if (arguments.empty() || arguments.size() > 3 || arguments[0].starts_with('-') ||
         (arguments.size() > 1 && !parseCount(arguments[1], frames)) ||
         (arguments.size() > 2 && !parseCount(arguments[2], threads)))
     {
@@ -448,17 +448,4 @@ int run(const std::vector<std::string>& arguments)
 
 }  // namespace
 
-#if defined(_WIN32)
-int wmain(int count, wchar_t** arguments)
-{
-    std::vector<std::string> utf8;
-    for (int i = 1; i < count; ++i)
-    {
-        const std::u8string argument = std::filesystem::path(arguments[i]).u8string();
-        utf8.emplace_back(argument.begin(), argument.end());
-    }
-    return run(utf8);
-}
-#else
 int main(int count, char** arguments) { return run({arguments + std::min(count, 1), arguments + count}); }
-#endif
