@@ -31,7 +31,8 @@ Extent extentOf(double min, double max, double reach, double spacing)
 double nodesAt(const Box3D& box, double reach, double spacing)
 {
     double nodes = 1;
-    for (uint32 axis = 0; axis < 3; ++axis) nodes *= extentOf(box.min[axis], box.max[axis], reach, spacing).count();
+    for (uint32 axis = 0; axis < 3; ++axis)
+        nodes *= extentOf(box.min[axis], box.max[axis], reach, spacing).count();
     return nodes;
 }
 
@@ -62,8 +63,7 @@ std::string GridFit::text() const
 Box3D boundingBox(const Array<Vector3F>& positions)
 {
     Box3D box = Box3D::empty();
-    for (const Vector3F& p : positions)
-        if (std::isfinite(p.x) && std::isfinite(p.y) && std::isfinite(p.z)) box.extend(convert<double>(p));
+    for (const Vector3F& p : positions) box.extend(convert<double>(p));
     return box;
 }
 
@@ -73,9 +73,10 @@ GridFit fitGrid(const Box3D& box, double reach, double spacing, const std::strin
     if (!(nodes <= limit))
     {
         char message[256];
-        std::snprintf(message, sizeof message,
-                      ": a grid of spacing %.3g would have %.3g nodes (%.3g GiB), more than fits; try --spacing %.2g",
-                      spacing, nodes, nodes * bytesPerNode / (1 << 30), fittingSpacing(box, reach, spacing, limit));
+        std::snprintf(
+            message, sizeof message,
+            ": a grid of spacing %.3g would have %.3g nodes (%.3g GiB), more than fits; try --spacing %.2g",
+            spacing, nodes, nodes * bytesPerNode / (1 << 30), fittingSpacing(box, reach, spacing, limit));
         throw Failure(file + message);
     }
     GridFit grid{0, 0, 0, {0, 0, 0}, spacing};

@@ -8,8 +8,8 @@
 namespace tavrix::tool
 {
 
-/// A grid over particles: the nodes' count and the centre of their box. Its nodes lie on whole multiples of the spacing,
-/// so that the grids of a sequence of frames share one lattice.
+/// A grid over particles: the nodes' count and the centre of their box. Its nodes lie on whole multiples of
+/// the spacing, so that the grids of a sequence of frames share one lattice.
 struct GridFit
 {
     uint32 sizeX, sizeY, sizeZ;
@@ -20,12 +20,12 @@ struct GridFit
     std::string text() const;
 };
 
-/// The box of the finite particles; Box3D::empty() when there is none.
+/// The smallest box around the particles.
 Box3D boundingBox(const Array<Vector3F>& positions);
 
-/// The grid over the box, widened by the kernels' reach and a layer of empty nodes. Throws Failure, before anything is
-/// allocated, when it would pass 2^32 - 1 nodes or the memory that the machine has left; the message names the file and
-/// the smallest spacing that would fit.
+/// The grid over the box, widened by the kernels' reach and a layer of empty nodes. Throws Failure, before
+/// anything is allocated, when it would pass 2^32 - 1 nodes or the memory that the machine has left; the
+/// message names the file and the smallest spacing that would fit.
 GridFit fitGrid(const Box3D& box, double reach, double spacing, const std::string& file);
 
 }  // namespace tavrix::tool

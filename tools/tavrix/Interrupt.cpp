@@ -14,7 +14,11 @@ void request(int) { requested = 1; }
 
 }  // namespace
 
-void installInterruptHandler() { std::signal(SIGINT, request); }
+void installInterruptHandler()
+{
+    std::signal(SIGINT, request);
+    std::signal(SIGTERM, request);
+}
 
 int interrupted() { return requested; }
 

@@ -3,10 +3,10 @@
 namespace tavrix::tool
 {
 
-/// Makes Ctrl-C a request to stop, which the library's long operations poll.
+/// Makes Ctrl-C and a request to terminate a request to stop, which the library's long operations poll.
 void installInterruptHandler();
 
-/// 1 after Ctrl-C, else 0: a cancellation callback.
+/// 1 after such a request, else 0: a cancellation callback.
 int interrupted();
 
 }  // namespace tavrix::tool

@@ -8,8 +8,15 @@
 namespace tavrix::tool
 {
 
-/// The positions in a particle BIN file. Throws Failure when the file cannot be opened, is no such file, is cut off or
-/// holds no particles.
-Array<Vector3F> readParticlePositions(const std::string& path);
+/// What a particle file holds of use: finite positions, and the number of particles that had none.
+struct ParticleFile
+{
+    Array<Vector3F> positions;
+    uint32 leftOut;
+};
+
+/// Reads a particle BIN file. Throws Failure when it cannot be opened, is no such file, is cut off or holds
+/// no particle with a finite position.
+ParticleFile readParticleFile(const std::string& path);
 
 }  // namespace tavrix::tool

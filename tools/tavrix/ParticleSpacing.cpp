@@ -13,8 +13,6 @@ namespace
 
 constexpr std::size_t sampleCount = 2000;
 
-bool isFinite(const Vector3F& p) { return std::isfinite(p.x) && std::isfinite(p.y) && std::isfinite(p.z); }
-
 /// The squared distance from a particle to the nearest one elsewhere; the particles are sorted by x.
 double squaredDistanceToNearest(const std::vector<Vector3F>& sorted, std::size_t index)
 {
@@ -38,8 +36,7 @@ double squaredDistanceToNearest(const std::vector<Vector3F>& sorted, std::size_t
 
 double estimateSpacing(const Array<Vector3F>& positions)
 {
-    std::vector<Vector3F> sorted;
-    std::copy_if(positions.begin(), positions.end(), std::back_inserter(sorted), isFinite);
+    std::vector<Vector3F> sorted(positions.begin(), positions.end());
     std::sort(sorted.begin(), sorted.end(), [](const Vector3F& a, const Vector3F& b) { return a.x < b.x; });
 
     std::vector<double> squares;

@@ -6,8 +6,8 @@
 namespace tavrix::tool
 {
 
-/// The typical distance between neighbouring particles: the median distance to the nearest other particle, over up to two
-/// thousand particles picked evenly. Particles at one place and ones that are not finite do not count. 0 when no two
+/// The typical distance between neighbouring particles: the median distance to the nearest other particle,
+/// over up to two thousand particles picked evenly. Particles at one place do not count. 0 when no two
 /// particles lie apart.
 double estimateSpacing(const Array<Vector3F>& positions);
 

@@ -8,8 +8,8 @@
 namespace tavrix::tool
 {
 
-/// The stages of a command: shows a bar on a terminal (on standard error; nothing in a pipe or when quiet) and keeps the
-/// seconds that each stage took.
+/// The stages of a command: shows a bar on a terminal (on standard error; nothing in a pipe or when quiet)
+/// and keeps the seconds that each stage took.
 class Progress
 {
 public:

@@ -50,7 +50,9 @@ Settings settle(const SurfaceOptions& options, const Array<Vector3F>& positions)
     const double radius = options.radius ? *options.radius : estimateSpacing(positions) / 2;
     settings.radius = static_cast<float>(radius);
     if (!(settings.radius > 0))
-        throw Failure(options.input + ": the particles all lie at one place, so their radius cannot be estimated; give --radius");
+        throw Failure(
+            options.input +
+            ": the particles all lie at one place, so their radius cannot be estimated; give --radius");
     settings.spacing = options.spacing.value_or(radius / 2);
     settings.influence = static_cast<float>(options.influence);
     settings.level = static_cast<float>(options.level.value_or(defaultLevel(options.field)));
@@ -90,14 +92,17 @@ Mesh extract(const SurfaceOptions& options, const Settings& settings, const Fiel
 {
     Mesh mesh;
     mesh.setName("surface");
-    IsosurfaceExtractor3::extractMesh(field, mesh, settings.level, 0, 0, 0, 0, 0, 0, settings.threads, interrupted,
-                                      options.clean);
+    IsosurfaceExtractor3::extractMesh(field, mesh, settings.level, 0, 0, 0, 0, 0, 0, settings.threads,
+                                      interrupted, options.clean);
     stopIfInterrupted();
     if (mesh.isEmpty())
     {
         const auto& samples = field.getArrScalars();
         char message[160];
-        std::snprintf(message, sizeof message, ": no surface at level %.4g, the field's largest value is %.4g; try another --level",
+        std::snprintf(message, sizeof message,
+                      ": no surface at level %.4g, the field's values go from 0 to %.4g; try a --level "
+                      "between or a smaller "
+                      "--spacing",
                       settings.level, *std::max_element(samples.begin(), samples.end()));
         throw Failure(options.input + message);
     }
@@ -111,8 +116,15 @@ void writeObj(const std::string& output, const Mesh& mesh)
                    { return MeshFileParser<Mesh_OBJ_FileParser>::instance().write(TX_String(path), mesh); });
 }
 
-void printSummary(const SurfaceOptions& options, const Settings& settings, const GridFit& grid, uint32 particleCount,
-                  const Mesh& mesh, const Progress& progress)
+void warnOfLeftOut(const SurfaceOptions& options, uint32 leftOut)
+{
+    if (leftOut == 0 || options.quiet) return;
+    std::fprintf(stderr, "tavrix: %s: left out %u %s without a finite position\n", options.input.c_str(),
+                 leftOut, leftOut == 1 ? "particle" : "particles");
+}
+
+void printSummary(const SurfaceOptions& options, const Settings& settings, const GridFit& grid,
+                  uint32 particleCount, const Mesh& mesh, const Progress& progress)
 {
     std::printf("particles  %u, radius %.6g%s\n", particleCount, settings.radius,
                 settings.radiusIsEstimated ? " (estimated from their spacing)" : "");
@@ -126,7 +138,8 @@ void printSummary(const SurfaceOptions& options, const Settings& settings, const
         std::printf(" %s %.3f s,", stage.name.c_str(), stage.seconds);
         total += stage.seconds;
     }
-    std::printf(" in all %.3f s on %u %s\n", total, settings.threads, settings.threads == 1 ? "thread" : "threads");
+    std::printf(" in all %.3f s on %u %s\n", total, settings.threads,
+                settings.threads == 1 ? "thread" : "threads");
     std::printf("memory     %.0f MiB at most\n", Hardware::getMemoryInfo().processPeak);
 }
 
@@ -138,11 +151,10 @@ void runSurface(const SurfaceOptions& options)
 {
     Progress progress(5, options.quiet);
     progress.begin("read");
-    const Array<Vector3F> positions = readParticlePositions(options.input);
+    const auto [positions, leftOut] = readParticleFile(options.input);
     const Settings settings = settle(options, positions);
-    const Box3D box = boundingBox(positions);
-    if (box.min.x > box.max.x) throw Failure(options.input + ": no particle has a finite position");
-    const GridFit grid = fitGrid(box, settings.reach(options.field), settings.spacing, options.input);
+    const GridFit grid =
+        fitGrid(boundingBox(positions), settings.reach(options.field), settings.spacing, options.input);
 
     progress.begin("field");
     Field field = buildField(options, settings, grid, positions);
@@ -155,6 +167,7 @@ void runSurface(const SurfaceOptions& options)
     progress.begin("write");
     writeObj(options.output, mesh);
     progress.end();
+    warnOfLeftOut(options, leftOut);
     if (!options.quiet) printSummary(options, settings, grid, positions.size(), mesh, progress);
 }
 

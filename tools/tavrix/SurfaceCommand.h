@@ -29,7 +29,8 @@ struct SurfaceOptions
     bool quiet = false;
 };
 
-/// The level at which a field's surface is taken unless the options say otherwise: the value at a lone particle's radius.
+/// The level at which a field's surface is taken unless the options say otherwise: the value at a lone
+/// particle's radius.
 double defaultLevel(FieldKind kind);
 
 /// Particles in, surface mesh out. Prints a summary on standard output unless quiet. Throws Failure.
