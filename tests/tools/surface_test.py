@@ -1,0 +1,318 @@
+"""Tests of `tavrix surface` from outside: files in, files, messages and exit status out.
+
+    surface_test.py PROGRAM [EMULATOR...]
+
+The folder TAVRIX_TEST_DATA, when set, gives larger particle files."""
+
+import os
+import pathlib
+import signal
+import subprocess
+import sys
+import tempfile
+import time
+import unittest
+from math import inf, nan, pi, sqrt
+
+from obj_mesh import ObjMesh, dot, length, minus
+from particle_file import block, particle_file
+
+PROGRAM = pathlib.Path(sys.argv[1]).resolve()
+EMULATOR = sys.argv[2:]
+ENVIRONMENT = os.environ | {"WINEDEBUG": "-all", "LC_ALL": "C.UTF-8"}
+SANITIZED = any(mark in PROGRAM.read_bytes() for mark in (b"__asan_init", b"__tsan_init"))
+LIMIT_SECONDS = 60
+
+on_linux = unittest.skipIf(EMULATOR or os.name != "posix", "only the native system has this")
+not_as_root = unittest.skipIf(os.name == "posix" and os.geteuid() == 0, "root may do everything")
+
+
+def run(*arguments, cwd, **options):
+    """Runs the program with its standard streams captured."""
+    streams = {"stdin": subprocess.DEVNULL, "stdout": subprocess.PIPE, "stderr": subprocess.PIPE}
+    return subprocess.run([*EMULATOR, str(PROGRAM), *arguments], cwd=cwd, env=ENVIRONMENT, encoding="utf-8",
+                          timeout=LIMIT_SECONDS, **(streams | options))
+
+
+def setUpModule():
+    """What an emulator leaves running after its first start would hold the pipes of a test open."""
+    if EMULATOR:
+        subprocess.run([*EMULATOR, str(PROGRAM), "--version"], env=ENVIRONMENT, stdin=subprocess.DEVNULL,
+                       stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, timeout=LIMIT_SECONDS, check=True)
+
+
+class SurfaceTest(unittest.TestCase):
+    """Works in a folder of its own, with file names relative to it."""
+
+    def setUp(self):
+        folder = tempfile.TemporaryDirectory()
+        self.addCleanup(folder.cleanup)
+        self.folder = pathlib.Path(folder.name)
+
+    def write(self, name, content):
+        (self.folder / name).write_bytes(content)
+
+    def write_particles(self, positions, name="in.bin", version=9):
+        self.write(name, particle_file(positions, version))
+
+    def surface(self, *arguments, input="in.bin", output="out.obj", **options):
+        return run("surface", str(input), "-o", output, *arguments, cwd=self.folder, **options)
+
+    def mesh(self, *arguments, **options):
+        """The mesh of a run that must succeed without a word on standard error."""
+        result = self.surface(*arguments, **options)
+        self.assertEqual((result.returncode, result.stderr), (0, ""))
+        return ObjMesh(self.folder / options.get("output", "out.obj"))
+
+    def assert_one_line(self, text, *words):
+        self.assertRegex(text, r"\Atavrix: [^\n]+\n\Z")
+        for word in words:
+            self.assertIn(word, text)
+
+    def assert_refused(self, result, status, *words):
+        self.assertEqual(result.returncode, status, result.stderr)
+        self.assertEqual(result.stdout, "")
+        self.assert_one_line(result.stderr, *words)
+
+    def assert_fails(self, *arguments, words=(), input="in.bin", **options):
+        """The run fails with one line that names the input, and the folder is as it was, an older output included."""
+        self.write("out.obj", b"older")
+        before = sorted(os.listdir(self.folder))
+        self.assert_refused(self.surface(*arguments, input=input, **options), 1, input, *words)
+        self.assertEqual(sorted(os.listdir(self.folder)), before)
+        self.assertEqual((self.folder / "out.obj").read_bytes(), b"older")
+
+
+class Meshes(SurfaceTest):
+    def test_one_particle_is_a_sphere(self):
+        """Where w (1 - d^2 / R^2)^3 = level, with R the kernel's reach and w = 1 for distances, else such that the value is
+        1 at the radius."""
+        centre, radius = (0.3, -1.2, 20.7), 0.5
+        cases = [("metaball", 60, None), ("metaball", 20, 1.1), ("distance", 0, None), ("distance", 0, 0.7)]
+        for field, influence, level in cases:
+            with self.subTest(field=field, influence=influence, level=level):
+                k = 2 if field == "distance" else influence * 0.038 + 1.2
+                w = 1 if field == "distance" else (1 - 1 / k**2) ** -3
+                expected = radius if level is None else k * radius * sqrt(1 - (level / w) ** (1 / 3))
+                self.write_particles([centre], version=6)
+                options = [] if level is None else ["--level", str(level)]
+                mesh = self.mesh("--radius", str(radius), "--spacing", "0.0625", "--field", field, "--influence",
+                                 str(influence), *options)
+                self.assert_sphere(mesh, centre, expected)
+
+    def assert_sphere(self, mesh, centre, radius):
+        for point, normal in mesh.corners():
+            offset = minus(point, centre)
+            self.assertAlmostEqual(length(offset) / radius, 1, delta=0.01)
+            self.assertAlmostEqual(length(normal), 1, delta=2e-6)
+            self.assertGreater(dot(normal, offset) / length(offset), 0.98)
+        self.assertTrue(mesh.is_closed_and_oriented())
+        self.assertEqual(len(mesh.points) - len(mesh.faces) // 2, 2, "Euler characteristic of a sphere")
+        self.assertAlmostEqual(mesh.volume() / (4 / 3 * pi * radius**3), 1, delta=0.03)
+
+    def test_a_block_needs_no_options_and_every_thread_count_gives_its_bytes(self):
+        """The names are no ASCII, and the file's version makes no difference either."""
+        names = {"input": "Würfel 水.bin", "output": "Fläche 水.obj"}
+        outputs = set()
+        for version, threads in ((9, []), (9, ["--threads", "1"]), (4, ["--threads", "2"]), (2, ["--threads", "3"])):
+            self.write_particles(block(8, 0.05), names["input"], version)
+            result = self.surface(*threads, **names)
+            self.assertEqual((result.returncode, result.stderr), (0, ""))
+            outputs.add((self.folder / names["output"]).read_bytes())
+        self.assertEqual(len(outputs), 1)
+        mesh = ObjMesh(self.folder / names["output"])
+        self.assertTrue(mesh.is_closed_and_oriented())
+        self.assertGreater(mesh.volume(), 0.35**3)
+        self.assertLess(mesh.volume(), 0.5**3)
+        self.assert_summary(result.stdout, mesh, names["output"])
+
+    def assert_summary(self, text, mesh, output):
+        self.assertRegex(text, r"particles +512, radius 0\.025 \(estimated")
+        self.assertRegex(text, r"grid +\d+ x \d+ x \d+ nodes, spacing 0\.0125\n")
+        self.assertRegex(text, rf"mesh +{len(mesh.points)} vertices, {len(mesh.faces)} faces -> {output}\n")
+        for stage in ("read", "field", "surface", "normals", "write"):
+            self.assertRegex(text, rf"time .*\b{stage} \d+\.\d+ s")
+        self.assertRegex(text, r"memory +[1-9]\d* MiB")
+
+    def test_cleaning_merges_the_vertices_at_nodes_that_lie_on_the_surface(self):
+        """The particle sits on a node, and six more nodes are exactly its radius away."""
+        self.write_particles([(0, 0, 0)])
+        options = ["--field", "distance", "--radius", "0.5", "--spacing", "0.25"]
+        cleaned, raw = self.mesh(*options), self.mesh(*options, "--no-clean")
+        self.assertEqual(len(set(cleaned.points)), len(cleaned.points))
+        self.assertLess(len(set(raw.points)), len(raw.points))
+        for mesh in (cleaned, raw):
+            self.assertTrue(mesh.is_closed_and_oriented())
+        self.assertAlmostEqual(cleaned.volume(), raw.volume(), delta=1e-5)
+
+    def test_particles_without_a_finite_position_are_left_out(self):
+        good = block(3, 0.05)
+        self.write_particles(good)
+        self.mesh(output="good.obj")
+        self.write_particles([(nan, 0, 0), *good, (0, inf, 0), (0, 0, -inf)])
+        result = self.surface()
+        self.assertEqual(result.returncode, 0)
+        self.assert_one_line(result.stderr, "in.bin", "3 particles")
+        self.assertRegex(result.stdout, r"particles +27,")
+        self.assertEqual((self.folder / "out.obj").read_bytes(), (self.folder / "good.obj").read_bytes())
+
+    @unittest.skipUnless("TAVRIX_TEST_DATA" in os.environ, "TAVRIX_TEST_DATA is not set")
+    def test_larger_files(self):
+        for path in sorted(pathlib.Path(os.environ["TAVRIX_TEST_DATA"], "particles").glob("*.bin")):
+            with self.subTest(path.name):
+                mesh = self.mesh("--radius", "0.025", input=path)
+                self.assertGreater(len(mesh.faces), 100_000)
+                self.assertTrue(mesh.is_closed_and_oriented())
+                self.assertGreater(mesh.volume(), 0)
+
+
+class Failures(SurfaceTest):
+    def test_bad_particle_files(self):
+        whole = particle_file(block(3, 0.05))
+        everywhere_infinite = particle_file([(nan, nan, nan), (inf, 0, 0)])
+        cases = {
+            "empty.bin": (b"", "no particle BIN file"),
+            "magic.bin": (b"\xdb" + whole[1:], "no particle BIN file"),
+            "header.bin": (whole[:100], "cut off"),
+            "cut.bin": (whole[:-1], "holds 26 of 27 particles"),
+            "four_billion.bin": (particle_file([], count=0xFFFFFFFF).ljust(400, b"\0"), "cut off"),
+            "none.bin": (particle_file([]), "no particles"),
+            "infinite.bin": (everywhere_infinite, "finite"),
+            "one_place.bin": (particle_file([(1, 2, 3)] * 5), "--radius"),
+            "far_apart.bin": (particle_file([*block(3, 0.05), (3e38, 0, 0)]), "--spacing"),
+        }
+        for name, (content, word) in cases.items():
+            with self.subTest(name):
+                self.write(name, content)
+                self.assert_fails(input=name, words=[word], **address_space(2**30))
+
+    def test_what_is_no_readable_file(self):
+        self.assert_fails(input="missing.bin")
+        (self.folder / "folder.bin").mkdir()
+        self.assert_fails(input="folder.bin", words=["folder"])
+
+    @on_linux
+    @not_as_root
+    def test_files_and_folders_without_permission(self):
+        self.write_particles(block(3, 0.05), "secret.bin")
+        (self.folder / "secret.bin").chmod(0)
+        self.assert_fails(input="secret.bin")
+        self.write_particles(block(3, 0.05))
+        (self.folder / "locked").mkdir(0o500)
+        self.assert_refused(self.surface(output="locked/out.obj"), 1, "locked/out.obj")
+
+    def test_a_grid_that_does_not_fit_is_refused_with_a_spacing_that_would(self):
+        self.write_particles(block(3, 0.05))
+        started = time.monotonic()
+        self.assert_fails("--spacing", "1e-6", words=["GiB", "try --spacing 0.0"])
+        self.assertLess(time.monotonic() - started, 10)
+
+    def test_levels_without_a_surface(self):
+        self.write_particles(block(3, 0.05))
+        for level in ("1000", "-1"):
+            self.assert_fails("--level", level, words=["--level"])
+
+    def test_outputs_that_cannot_be(self):
+        self.write_particles(block(3, 0.05))
+        self.assert_refused(self.surface(output="missing/out.obj"), 1, "missing/out.obj", "does not exist")
+        (self.folder / "folder.obj").mkdir()
+        self.assert_refused(self.surface(output="folder.obj"), 1, "folder.obj", "folder")
+        self.assertEqual(sorted(os.listdir(self.folder)), ["folder.obj", "in.bin"])
+
+    @on_linux
+    def test_full_disks(self):
+        self.write_particles(block(3, 0.05))
+        self.assert_refused(self.surface(output="/dev/full"), 1, "/dev/full")
+        with open("/dev/full", "w") as full:
+            result = self.surface(stdout=full)
+        self.assertEqual(result.returncode, 1)
+        self.assert_one_line(result.stderr, "out.obj", "summary")
+
+    @on_linux
+    def test_a_write_that_breaks_off_leaves_the_older_file(self):
+        self.write_particles(block(3, 0.05))
+        self.write("out.obj", b"older")
+        self.assert_refused(self.surface(preexec_fn=limit_file_size), 1, "out.obj")
+        self.assertEqual((self.folder / "out.obj").read_bytes(), b"older")
+        self.assertEqual(sorted(os.listdir(self.folder)), ["in.bin", "out.obj"])
+
+    def test_wrong_usage(self):
+        self.write_particles(block(3, 0.05))
+        good = "surface in.bin -o out.obj"
+        cases = {"": "subcommand", "volume": "subcommand", "surface -o out.obj": "IN", "surface in.bin": "--output",
+                 "surface in.bin -o out.txt": "out.txt", f"{good} more.bin": "more.bin"}
+        for option in ("--radius 0", "--radius -1", "--radius nan", "--radius 1e-50", "--radius x", "--spacing 0",
+                       "--spacing inf", "--level nan", "--field blob", "--influence 101", "--threads 0", "--threads"):
+            cases[f"{good} {option}"] = option.split()[0]
+        for arguments, word in cases.items():
+            with self.subTest(arguments):
+                self.assert_refused(run(*arguments.split(), cwd=self.folder), 2, word)
+        self.assertEqual(os.listdir(self.folder), ["in.bin"])
+
+
+class Manners(SurfaceTest):
+    @on_linux
+    def test_the_output_is_replaced_by_renaming(self):
+        """Who has the older file open goes on reading it; a link to the output stays a link."""
+        self.write_particles(block(3, 0.05))
+        self.write("target.obj", b"older")
+        (self.folder / "out.obj").symlink_to("target.obj")
+        with open(self.folder / "target.obj", encoding="ascii") as older:
+            mesh = self.mesh()
+            self.assertEqual(older.read(), "older")
+        self.assertGreater(len(mesh.faces), 0)
+        self.assertTrue((self.folder / "out.obj").is_symlink())
+        self.assertEqual(sorted(os.listdir(self.folder)), ["in.bin", "out.obj", "target.obj"])
+
+    def test_quiet_says_nothing(self):
+        self.write_particles([*block(3, 0.05), (nan, 0, 0)])
+        result = self.surface("--quiet")
+        self.assertEqual((result.returncode, result.stdout, result.stderr), (0, "", ""))
+        self.assertGreater((self.folder / "out.obj").stat().st_size, 1000)
+
+    @on_linux
+    def test_a_terminal_sees_the_stages_unless_quiet(self):
+        self.write_particles(block(3, 0.05))
+        shown = self.shown_on_terminal()
+        for number, stage in enumerate(("read", "field", "surface", "normals", "write"), 1):
+            self.assertIn(f"{number}/5 {stage}", shown)
+        self.assertRegex(shown, r"\r *\r\Z", "the bar goes in the end")
+        self.assertEqual(self.shown_on_terminal("--quiet"), "")
+
+    def shown_on_terminal(self, *arguments):
+        terminal, side = os.openpty()
+        result = self.surface(*arguments, stderr=side)
+        self.assertEqual(result.returncode, 0)
+        os.write(side, b"$")
+        shown = b""
+        while not shown.endswith(b"$"):
+            shown += os.read(terminal, 4096)
+        os.close(side)
+        os.close(terminal)
+        return shown[:-1].decode()
+
+    def test_help_and_version(self):
+        result = run("surface", "--help", cwd=self.folder)
+        self.assertEqual((result.returncode, result.stderr), (0, ""))
+        for option in ("output", "radius", "spacing", "field", "influence", "level", "threads", "no-clean", "quiet"):
+            self.assertIn(f"--{option}", result.stdout)
+        self.assertRegex(run("--version", cwd=self.folder).stdout, r"\Atavrix \d+\.\d+\.\d+\n\Z")
+
+
+def address_space(limit):
+    """Options for `run` that bound the memory a native program can ask for."""
+    if EMULATOR or SANITIZED or os.name != "posix":
+        return {}
+    import resource
+    return {"preexec_fn": lambda: resource.setrlimit(resource.RLIMIT_AS, (limit, limit))}
+
+
+def limit_file_size():
+    """Writing fails behind 10,000 bytes, as on a full disk."""
+    import resource
+    signal.signal(signal.SIGXFSZ, signal.SIG_IGN)
+    resource.setrlimit(resource.RLIMIT_FSIZE, (10_000, 10_000))
+
+
+if __name__ == "__main__":
+    unittest.main(argv=sys.argv[:1])
