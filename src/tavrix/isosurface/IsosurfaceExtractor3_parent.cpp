@@ -20,7 +20,10 @@ class ParentSource
 public:
     static constexpr bool hasNormals = true;
 
-    ParentSource(const Parent& parent, float threshold) : _parent(parent), _threshold(threshold) {}
+    ParentSource(const Parent& parent, float threshold)
+        : _parent(parent), _points(parent.getGrid()), _threshold(threshold)
+    {
+    }
 
     const GridDescription3<double>& grid() const { return _parent.getGrid(); }
 
@@ -36,7 +39,7 @@ public:
     }
 
     /// Where the edge crosses 0, whatever the threshold.
-    Vector3D vertex(const detail::EdgeKey& key) const { return detail::pointOnEdge(grid(), key, crossing(key)); }
+    Vector3D vertex(const detail::EdgeKey& key) const { return _points(key, crossing(key)); }
 
     /// The unit gradients of the edge's nodes, interpolated at the crossing and brought to unit length.
     Vector3F normal(const detail::EdgeKey& key) const
@@ -71,6 +74,7 @@ private:
     Vector3D unitGradient(const Index3& node) const { return unit(convert<double>(_parent.evalGradCentral(node))); }
 
     const Parent& _parent;
+    detail::EdgePoints _points;
     float _threshold;
 };
 

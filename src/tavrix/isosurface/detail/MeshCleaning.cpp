@@ -77,13 +77,12 @@ double& mergeTolerance()
 void mergePositions(Mesh& mesh, uint32 threadCount)
 {
     if (mesh.refPos().empty()) return;
-    PositionGroups groups = groupPositions(mesh.refPos(), mergeTolerance(), threadCount);
-    renumber(mesh.refTrindexPos(), groups.groupOf, threadCount);
-    renumber(mesh.refTrindexNor(), groups.groupOf, threadCount);
+    const Array<uint32> groupOf = groupPositions(mesh.refPos(), mergeTolerance(), threadCount);
+    renumber(mesh.refTrindexPos(), groupOf, threadCount);
+    renumber(mesh.refTrindexNor(), groupOf, threadCount);
     const uint32 oldNormals = mesh.refNor().size();
-    mesh.refNor().resize(groups.representatives.size());
+    mesh.refNor().resize(mesh.refPos().size());
     for (uint32 n = oldNormals; n < mesh.refNor().size(); ++n) mesh.refNor()[n] = {0, 0, 0};
-    mesh.refPos() = std::move(groups.representatives);
     mesh.invalidateBox();
     mesh.invalidateConnectivity();
 }

@@ -238,7 +238,7 @@ void walkGroups(const Record* begin, const Record* end, double tolerance, Open o
 
 }  // namespace
 
-PositionGroups groupPositions(const Array<Vector3D>& positions, double tolerance, uint32 threadCount)
+Array<uint32> groupPositions(Array<Vector3D>& positions, double tolerance, uint32 threadCount)
 {
     const uint32 workers = std::clamp(threadCount, 1u, positions.size() / 4096 + 1);
     Array<Record> records = sortAlongX(positions, workers);
@@ -261,17 +261,18 @@ PositionGroups groupPositions(const Array<Vector3D>& positions, double tolerance
                 });
     for (uint32 w = 0; w < workers; ++w) firstGroup[w + 1] += firstGroup[w];
 
-    PositionGroups groups{Array<uint32>(positions.size()), Array<Vector3D>(firstGroup[workers])};
+    Array<uint32> groupOf(positions.size());
     parallelFor(workers, workers,
                 [&](uint32, uint64 w, uint64)
                 {
                     const auto [begin, end] = range(w);
                     uint32 next = firstGroup[w];
                     walkGroups(
-                        begin, end, tolerance, [&](const Record& r) { groups.representatives[next++] = r.position; },
-                        [&](const Record& r) { groups.groupOf[r.index] = next - 1; });
+                        begin, end, tolerance, [&](const Record& r) { positions[next++] = r.position; },
+                        [&](const Record& r) { groupOf[r.index] = next - 1; });
                 });
-    return groups;
+    positions.resize(firstGroup[workers]);
+    return groupOf;
 }
 
 }  // namespace tavrix::detail

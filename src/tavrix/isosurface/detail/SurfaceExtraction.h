@@ -1,5 +1,6 @@
 #pragma once
 
+#include <tavrix/foundation/detail/Divisor.h>
 #include <tavrix/foundation/ParallelFor.h>
 #include <tavrix/isosurface/detail/MeshCleaning.h>
 #include <tavrix/isosurface/detail/SurfaceTopology.h>
@@ -24,15 +25,31 @@ struct ExtractionOptions
     bool cleanUp;
 };
 
-/// The point at fraction t of a grid edge.
-inline Vector3D pointOnEdge(const GridDescription3<double>& grid, const EdgeKey& key, double t)
+/// Finds points on grid edges.
+class EdgePoints
 {
-    const Index3 node = grid.getIndexes(key.a);
-    Vector3D point = grid.getPoint(node.a, node.b, node.c);
-    const double end = grid.getCoordinate(key.b, node[key.b] + 1);
-    point[key.b] += t * (end - point[key.b]);
-    return point;
-}
+public:
+    explicit EdgePoints(const GridDescription3<double>& grid)
+        : _grid(grid), _bySizeYZ(std::max(grid.sizeYZ, 1u)), _bySizeZ(std::max(grid.sizeZ, 1u))
+    {
+    }
+
+    /// The point at fraction t of the edge.
+    Vector3D operator()(const EdgeKey& key, double t) const
+    {
+        const auto [i, rest] = _bySizeYZ.divide(key.a);
+        const auto [j, k] = _bySizeZ.divide(rest);
+        const Index3 node{i, j, k};
+        Vector3D point = _grid.getPoint(i, j, k);
+        const double end = _grid.getCoordinate(key.b, node[key.b] + 1);
+        point[key.b] += t * (end - point[key.b]);
+        return point;
+    }
+
+private:
+    const GridDescription3<double>& _grid;
+    Divisor _bySizeYZ, _bySizeZ;
+};
 
 /// Samples in one dense array.
 template <class T>
@@ -42,7 +59,7 @@ public:
     static constexpr bool hasNormals = false;
 
     DenseSource(const GridDescription3<double>& grid, const T* samples, T threshold)
-        : _grid(grid), _samples(samples), _threshold(threshold)
+        : _grid(grid), _points(grid), _samples(samples), _threshold(threshold)
     {
     }
 
@@ -59,11 +76,12 @@ public:
         const uint32 step = key.b == 0 ? _grid.sizeYZ : key.b == 1 ? _grid.sizeZ : 1;
         const double low = static_cast<double>(_samples[key.a]);
         const double high = static_cast<double>(_samples[key.a + step]);
-        return pointOnEdge(_grid, key, (static_cast<double>(_threshold) - low) / (high - low));
+        return _points(key, (static_cast<double>(_threshold) - low) / (high - low));
     }
 
 private:
     const GridDescription3<double>& _grid;
+    EdgePoints _points;
     const T* _samples;
     T _threshold;
 };

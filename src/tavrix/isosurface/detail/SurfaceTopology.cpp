@@ -4,6 +4,7 @@
 #include <bit>
 #include <vector>
 
+#include <tavrix/foundation/detail/Divisor.h>
 #include <tavrix/foundation/ParallelFor.h>
 #include <tavrix/isosurface/detail/MarchingCubesTable.h>
 
@@ -16,7 +17,7 @@ namespace
 /// Nodes that one worker handles between two polls of the callback: some tens of milliseconds.
 constexpr uint64 nodesPerPoll = uint64{1} << 25;
 
-/// Calls visit(k, case) for every cell of the column (i, j), low <= k < high, that the surface crosses.
+/// Calls visit(k, case index) for every cell of the column (i, j), low <= k < high, that the surface crosses.
 template <class Visit>
 void forEachCrossedCell(const SignRows& signs, uint32 i, uint32 j, uint32 low, uint32 high, Visit visit)
 {
@@ -41,7 +42,7 @@ void forEachCrossedCell(const SignRows& signs, uint32 i, uint32 j, uint32 low, u
             const auto bit = static_cast<uint32>(std::countr_zero(crossed));
             uint64 index = 0;
             for (uint32 r = 0; r < 4; ++r) index |= (near[r] >> bit & 1) << r | (far[r] >> bit & 1) << (r + 4);
-            visit(w * 64 + bit, marchingCubesCases[index]);
+            visit(w * 64 + bit, static_cast<uint32>(index));
         }
     }
 }
@@ -63,6 +64,17 @@ constexpr std::array<uint16, 8> ownedEdges = []
     return masks;
 }();
 
+/// How many edges a cell of a case owns, for each of those combinations.
+constexpr std::array<std::array<uint8, 256>, 8> ownedEdgeCounts = []
+{
+    std::array<std::array<uint8, 256>, 8> counts{};
+    for (uint32 first = 0; first < 8; ++first)
+        for (uint32 c = 0; c < 256; ++c)
+            counts[first][c] =
+                static_cast<uint8>(std::popcount(static_cast<uint32>(marchingCubesCases[c].edgeMask & ownedEdges[first])));
+    return counts;
+}();
+
 /// Faces and owned edges; of one slab of cells (one i), or summed over the slabs before it.
 struct SlabCount
 {
@@ -80,9 +92,10 @@ struct Builder
     std::vector<SlabCount> slabs;  ///< after placeSlabs: the sums before each slab, and the total
     SurfaceTopology out;
 
-    uint32 ownMask(uint32 i, uint32 j, uint32 k) const
+    /// Bits 0, 1, 2: the cell is the first of the range along x, y, z.
+    uint32 firstAlong(uint32 i, uint32 j, uint32 k) const
     {
-        return ownedEdges[(i == cells.low.a ? 1u : 0u) | (j == cells.low.b ? 2u : 0u) | (k == cells.low.c ? 4u : 0u)];
+        return (i == cells.low.a ? 1u : 0u) | (j == cells.low.b ? 2u : 0u) | (k == cells.low.c ? 4u : 0u);
     }
 
     uint32 slabCount() const { return cells.high.a - cells.low.a; }
@@ -122,11 +135,10 @@ bool Builder::countSlabs()
                 SlabCount count{0, 0};
                 for (uint32 j = cells.low.b; j < cells.high.b; ++j)
                     forEachCrossedCell(signs, i, j, cells.low.c, cells.high.c,
-                                       [&](uint32 k, const MarchingCubesCase& c)
+                                       [&](uint32 k, uint32 index)
                                        {
-                                           count.faces += c.triangleCount;
-                                           count.vertices += static_cast<uint32>(
-                                               std::popcount(c.edgeMask & ownMask(i, j, k)));
+                                           count.faces += marchingCubesCases[index].triangleCount;
+                                           count.vertices += ownedEdgeCounts[firstAlong(i, j, k)][index];
                                        });
                 slabs[s] = count;
             }
@@ -193,9 +205,10 @@ void Builder::fillSlabRange(uint32 begin, uint32 end)
         for (uint32 j = cells.low.b; j < cells.high.b; ++j)
         {
             const std::size_t row = std::size_t{j} * grid.sizeZ;
-            const auto emit = [&](uint32 k, const MarchingCubesCase& c)
+            const auto emit = [&](uint32 k, uint32 index)
             {
-                const uint32 own = ownMask(i, j, k);
+                const MarchingCubesCase& c = marchingCubesCases[index];
+                const uint32 own = ownedEdges[firstAlong(i, j, k)];
                 uint32 number[12];
                 for (uint32 n = 0; n < c.edgeCount; ++n)
                 {
@@ -243,12 +256,13 @@ void Builder::followWaveOrder()
     for (uint32 i = cells.low.a; i < cells.high.a; ++i)
         for (uint32 j = cells.low.b; j < cells.high.b; ++j)
             forEachCrossedCell(signs, i, j, cells.low.c, cells.high.c,
-                               [&](uint32 k, const MarchingCubesCase& c)
+                               [&](uint32 k, uint32 index)
                                {
                                    const uint64 node = grid.getMonoindex(i, j, k);
                                    auto& list = lists[node < leftover ? node / chunk : node - leftover];
-                                   list.insert(list.end(), face, face + c.triangleCount);
-                                   face += c.triangleCount;
+                                   const uint32 count = marchingCubesCases[index].triangleCount;
+                                   list.insert(list.end(), face, face + count);
+                                   face += count;
                                });
 
     const Array<EdgeKey> keys = out.vertices;
@@ -272,31 +286,13 @@ void Builder::followWaveOrder()
         }
 }
 
-/// m mod divisor by a multiplication; exact for 32-bit numbers.
-class Modulus
-{
-public:
-    explicit Modulus(uint32 divisor) : _divisor(divisor), _reciprocal(1.0 / divisor) {}
-    uint32 operator()(uint32 m) const
-    {
-        const auto quotient = static_cast<int64>(static_cast<double>(m) * _reciprocal);
-        int64 rest = int64{m} - quotient * _divisor;
-        rest += rest < 0 ? _divisor : 0;
-        rest -= rest >= _divisor ? _divisor : 0;
-        return static_cast<uint32>(rest);
-    }
-
-private:
-    int64 _divisor;
-    double _reciprocal;
-};
-
 /// Renumbers the vertices, so far in order of first appearance, bucket by bucket. Each worker sorts the keys that fall
 /// into a range of buckets of its own.
 bool Builder::numberByBucket()
 {
     const uint32 bucketCount = out.faces.size() / 2;
-    const Modulus bucketOf(bucketCount);
+    const Divisor buckets(bucketCount);
+    const auto bucketOf = [&](uint32 monoindex) { return buckets.divide(monoindex).rest; };
     const uint32 workers = std::clamp(threadCount, 1u, bucketCount);
     const auto firstBucket = [&](uint64 w) { return static_cast<uint32>(uint64{bucketCount} * w / workers); };
     const Array<EdgeKey>& keys = out.vertices;
