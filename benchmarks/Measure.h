@@ -8,7 +8,8 @@
 namespace tavrix::benchmark
 {
 
-/// The median of seven runs of an action, in milliseconds. What the action builds should go out of scope with it.
+/// The median of seven runs of an action, in milliseconds. What the action builds should go out of scope with
+/// it.
 template <class Action>
 double medianMilliseconds(Action action)
 {

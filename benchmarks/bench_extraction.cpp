@@ -1,5 +1,6 @@
-// Surface extraction from a 256^3 gyroid (four periods a side, level 0): without and with clean-up, and the normals, at one
-// and two threads; beside vtkFlyingEdges3D (points only, as many threads) where VTK is installed. Median of seven runs.
+// Surface extraction from a 256^3 gyroid (four periods a side, level 0): without and with clean-up, and the
+// normals, at one and two threads; beside vtkFlyingEdges3D (points only, as many threads) where VTK is
+// installed. Median of seven runs.
 
 #include <cmath>
 #include <cstdio>
@@ -32,7 +33,8 @@ Field gyroid(uint32 size)
     {
         const Index3 n = field.getIndexes(m);
         const double x = n.a * step, y = n.b * step, z = n.c * step;
-        field[m] = static_cast<float>(std::sin(x) * std::cos(y) + std::sin(y) * std::cos(z) + std::sin(z) * std::cos(x));
+        field[m] = static_cast<float>(std::sin(x) * std::cos(y) + std::sin(y) * std::cos(z) +
+                                      std::sin(z) * std::cos(x));
     }
     return field;
 }
@@ -59,7 +61,11 @@ double flyingEdgesTime(const Field& field, uint32 threads)
 {
     long long faces = 0;
     const double time = medianMilliseconds(
-        [&] { faces = flyingEdges(field.getArrScalars().data(), static_cast<int>(field.sizeX()), static_cast<int>(threads)); });
+        [&]
+        {
+            faces = flyingEdges(field.getArrScalars().data(), static_cast<int>(field.sizeX()),
+                                static_cast<int>(threads));
+        });
     std::printf("  vtkFlyingEdges3D  %8.1f ms  (%lld faces)\n", time, faces);
     return time;
 }

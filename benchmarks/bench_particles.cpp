@@ -1,6 +1,6 @@
-// A million particles (a jittered block of 100^3, radius 1 in units of their spacing, grid spacing 1/2) to a mesh with
-// normals: seconds and peak memory of each stage. Each thread count runs as a process of its own, so that peaks are its own:
-// bench_particles [threads].
+// A million particles (a jittered block of 100^3, radius 1 in units of their spacing, grid spacing 1/2) to a
+// mesh with normals: seconds and peak memory of each stage. Each thread count runs as a process of its own,
+// so that peaks are its own: bench_particles [threads].
 
 #include <cstdio>
 #include <cstdlib>
@@ -55,20 +55,21 @@ void surface(bool metaballs, uint32 threads, const Array<Vector3F>& positions)
     const float influence = 20.0f;  // support 1.96 radii
     ScalarField3<float, double> field;
     Mesh mesh;
-    const double fieldTime = run("field",
-                                 [&]
-                                 {
-                                     field.reset(215, 215, 215, 0.5);
-                                     field.moveTo({49.5, 49.5, 49.5});
-                                     if (metaballs)
-                                         field.setMetaballField(positions, radii, 2.0f, influence, threads, nullptr);
-                                     else
-                                         field.setDistanceField(positions, radii, 2.0f, threads, nullptr);
-                                 });
+    const double fieldTime =
+        run("field",
+            [&]
+            {
+                field.reset(215, 215, 215, 0.5);
+                field.moveTo({49.5, 49.5, 49.5});
+                if (metaballs)
+                    field.setMetaballField(positions, radii, 2.0f, influence, threads, nullptr);
+                else
+                    field.setDistanceField(positions, radii, 2.0f, threads, nullptr);
+            });
     const float level = metaballs ? 1.0f : 0.421875f;
     const double extraction = run(
-        "extraction",
-        [&] { IsosurfaceExtractor3::extractMesh(field, mesh, level, 0, 0, 0, 0, 0, 0, threads, nullptr, true); });
+        "extraction", [&]
+        { IsosurfaceExtractor3::extractMesh(field, mesh, level, 0, 0, 0, 0, 0, 0, threads, nullptr, true); });
     const double normals = run("normals", [&] { mesh.recalculateNormalsParallelized(threads); });
     std::printf("  together     %7.3f s   %u faces\n", fieldTime + extraction + normals, mesh.getFacesSize());
 }
@@ -78,7 +79,8 @@ void surface(bool metaballs, uint32 threads, const Array<Vector3F>& positions)
 int main(int count, char** arguments)
 {
     const Array<Vector3F> positions = jitteredBlock();
-    const uint32 threads = count > 1 ? static_cast<uint32>(std::atoi(arguments[1])) : Hardware::getThreadCount();
+    const uint32 threads =
+        count > 1 ? static_cast<uint32>(std::atoi(arguments[1])) : Hardware::getThreadCount();
     surface(false, threads, positions);
     surface(true, threads, positions);
     return 0;

@@ -38,6 +38,7 @@ public:
         }
     }
 
+    void prefetch(const detail::EdgeKey&) const {}
     /// Where the edge crosses 0, whatever the threshold.
     Vector3D vertex(const detail::EdgeKey& key) const { return _points(key, crossing(key)); }
 
@@ -71,7 +72,10 @@ private:
         return l > 0 ? v * (1 / l) : Vector3D{0, 0, 0};
     }
 
-    Vector3D unitGradient(const Index3& node) const { return unit(convert<double>(_parent.evalGradCentral(node))); }
+    Vector3D unitGradient(const Index3& node) const
+    {
+        return unit(convert<double>(_parent.evalGradCentral(node)));
+    }
 
     const Parent& _parent;
     detail::EdgePoints _points;
@@ -80,8 +84,8 @@ private:
 
 }  // namespace
 
-unsigned long IsosurfaceExtractor3::extractMesh(const Parent& parent, Mesh& mesh, float threshold, uint32 threadCount,
-                                                CancelCallback callback, bool cleanUp)
+unsigned long IsosurfaceExtractor3::extractMesh(const Parent& parent, Mesh& mesh, float threshold,
+                                                uint32 threadCount, CancelCallback callback, bool cleanUp)
 {
     const auto cells = detail::cellsWithinMargins(parent.getGrid(), {0, 0, 0}, {0, 0, 0});
     const ParentSource source(parent, threshold);

@@ -5,8 +5,9 @@
 namespace tavrix::detail
 {
 
-/// Divides 32-bit numbers by one divisor, several times faster than the processor's division: a multiplication by the
-/// reciprocal in double precision is off by one at most, and corrected. The divisor is not 0.
+/// Divides 32-bit numbers by one divisor, several times faster than the processor's division: a
+/// multiplication by the reciprocal in double precision is off by one at most, and corrected. The divisor is
+/// not 0.
 class Divisor
 {
 public:

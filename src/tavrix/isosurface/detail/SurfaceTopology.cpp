@@ -21,7 +21,8 @@ constexpr uint64 nodesPerPoll = uint64{1} << 25;
 template <class Visit>
 void forEachCrossedCell(const SignRows& signs, uint32 i, uint32 j, uint32 low, uint32 high, Visit visit)
 {
-    const uint64* rows[4] = {signs.row(i, j), signs.row(i + 1, j), signs.row(i + 1, j + 1), signs.row(i, j + 1)};
+    const uint64* rows[4] = {signs.row(i, j), signs.row(i + 1, j), signs.row(i + 1, j + 1),
+                             signs.row(i, j + 1)};
     for (uint32 w = low / 64; w <= (high - 1) / 64; ++w)
     {
         uint64 near[4], far[4];
@@ -41,14 +42,16 @@ void forEachCrossedCell(const SignRows& signs, uint32 i, uint32 j, uint32 low, u
         {
             const auto bit = static_cast<uint32>(std::countr_zero(crossed));
             uint64 index = 0;
-            for (uint32 r = 0; r < 4; ++r) index |= (near[r] >> bit & 1) << r | (far[r] >> bit & 1) << (r + 4);
+            for (uint32 r = 0; r < 4; ++r)
+                index |= (near[r] >> bit & 1) << r | (far[r] >> bit & 1) << (r + 4);
             visit(w * 64 + bit, static_cast<uint32>(index));
         }
     }
 }
 
-/// For each of the eight combinations "first cell along x, y, z" (bits 0, 1, 2), the edges that a cell owns: those that
-/// no earlier cell shares, which lie on the far side, or on the range's low border, of both axes across them.
+/// For each of the eight combinations "first cell along x, y, z" (bits 0, 1, 2), the edges that a cell owns:
+/// those that no earlier cell shares, which lie on the far side, or on the range's low border, of both axes
+/// across them.
 constexpr std::array<uint16, 8> ownedEdges = []
 {
     std::array<uint16, 8> masks{};
@@ -70,8 +73,8 @@ constexpr std::array<std::array<uint8, 256>, 8> ownedEdgeCounts = []
     std::array<std::array<uint8, 256>, 8> counts{};
     for (uint32 first = 0; first < 8; ++first)
         for (uint32 c = 0; c < 256; ++c)
-            counts[first][c] =
-                static_cast<uint8>(std::popcount(static_cast<uint32>(marchingCubesCases[c].edgeMask & ownedEdges[first])));
+            counts[first][c] = static_cast<uint8>(
+                std::popcount(static_cast<uint32>(marchingCubesCases[c].edgeMask & ownedEdges[first])));
     return counts;
 }();
 
@@ -117,7 +120,8 @@ bool Builder::forEachSlabRange(const std::function<void(uint32, uint32)>& work) 
     {
         if (cancelled(callback)) return false;
         const uint64 count = std::min<uint64>(perRound, slabCount() - start);
-        parallelFor(count, threadCount, [&](uint32, uint64 begin, uint64 end)
+        parallelFor(count, threadCount,
+                    [&](uint32, uint64 begin, uint64 end)
                     { work(static_cast<uint32>(start + begin), static_cast<uint32>(start + end)); });
     }
     return true;
@@ -165,8 +169,8 @@ bool Builder::placeSlabs()
     return true;
 }
 
-/// The vertex numbers on the grid edges that start in two neighbouring planes of nodes, i and i + 1; three axes a node.
-/// An entry is written by the cell that owns the edge before any other cell reads it.
+/// The vertex numbers on the grid edges that start in two neighbouring planes of nodes, i and i + 1; three
+/// axes a node. An entry is written by the cell that owns the edge before any other cell reads it.
 class EdgePlanes
 {
 public:
@@ -174,7 +178,8 @@ public:
         : _low(new uint32[std::size_t{grid.sizeYZ} * 3]), _high(new uint32[std::size_t{grid.sizeYZ} * 3])
     {
         for (uint32 e = 0; e < 12; ++e)
-            _offset[e] = (std::size_t{cellEdges[e].dy} * grid.sizeZ + cellEdges[e].dz) * 3 + cellEdges[e].axis;
+            _offset[e] =
+                (std::size_t{cellEdges[e].dy} * grid.sizeZ + cellEdges[e].dz) * 3 + cellEdges[e].axis;
     }
 
     /// The number of edge e of the cell whose lower node is the given one of its plane.
@@ -191,8 +196,8 @@ private:
     std::array<std::size_t, 12> _offset;
 };
 
-/// Fills the slabs [begin, end). Their first plane holds edges that the slab before owns, so that slab is walked again
-/// for its vertex numbers only.
+/// Fills the slabs [begin, end). Their first plane holds edges that the slab before owns, so that slab is
+/// walked again for its vertex numbers only.
 void Builder::fillSlabRange(uint32 begin, uint32 end)
 {
     EdgePlanes planes(grid);
@@ -217,16 +222,18 @@ void Builder::fillSlabRange(uint32 begin, uint32 end)
                     if (own >> e & 1)
                     {
                         if (write)
-                            out.vertices[vertex] = {grid.getMonoindex(i + cellEdges[e].dx, j + cellEdges[e].dy,
-                                                                      k + cellEdges[e].dz),
-                                                    cellEdges[e].axis};
+                            out.vertices[vertex] = {
+                                grid.getMonoindex(i + cellEdges[e].dx, j + cellEdges[e].dy,
+                                                  k + cellEdges[e].dz),
+                                cellEdges[e].axis};
                         slot = vertex++;
                     }
                     number[e] = slot;
                 }
                 if (!write) return;
                 for (uint32 t = 0; t < c.triangleCount; ++t)
-                    *face++ = {number[c.corners[3 * t]], number[c.corners[3 * t + 1]], number[c.corners[3 * t + 2]]};
+                    *face++ = {number[c.corners[3 * t]], number[c.corners[3 * t + 1]],
+                               number[c.corners[3 * t + 2]]};
             };
             forEachCrossedCell(signs, i, j, cells.low.c, cells.high.c, emit);
         }
@@ -239,9 +246,10 @@ bool Builder::fillSlabs()
     return forEachSlabRange([this](uint32 begin, uint32 end) { fillSlabRange(begin, end); });
 }
 
-/// The parallel loop over n nodes gives the last n mod threads of them to the first workers in a second wave, so those
-/// cells follow their worker's first run. They lie in the last plane, where no cell starts, unless there are more threads
-/// than a plane has nodes; then the faces are brought into that order and the vertices renumbered by appearance.
+/// The parallel loop over n nodes gives the last n mod threads of them to the first workers in a second wave,
+/// so those cells follow their worker's first run. They lie in the last plane, where no cell starts, unless
+/// there are more threads than a plane has nodes; then the faces are brought into that order and the vertices
+/// renumbered by appearance.
 void Builder::followWaveOrder()
 {
     const uint64 nodes = grid.size;
@@ -286,8 +294,8 @@ void Builder::followWaveOrder()
         }
 }
 
-/// Renumbers the vertices, so far in order of first appearance, bucket by bucket. Each worker sorts the keys that fall
-/// into a range of buckets of its own.
+/// Renumbers the vertices, so far in order of first appearance, bucket by bucket. Each worker sorts the keys
+/// that fall into a range of buckets of its own.
 bool Builder::numberByBucket()
 {
     const uint32 bucketCount = out.faces.size() / 2;
@@ -352,8 +360,8 @@ bool Builder::numberByBucket()
 
 }  // namespace
 
-SurfaceTopology buildSurfaceTopology(const GridDescription3<double>& grid, const SignRows& signs, const CellRange& cells,
-                                     uint32 threadCount, CancelCallback callback)
+SurfaceTopology buildSurfaceTopology(const GridDescription3<double>& grid, const SignRows& signs,
+                                     const CellRange& cells, uint32 threadCount, CancelCallback callback)
 {
     Builder builder{grid, signs, cells, threadCount, callback, {}, {}};
     if (cells.empty() || !builder.countSlabs()) return {};
