@@ -133,9 +133,12 @@ private:
     uint32 size() const { return _position.size(); }
     uint32 cellOf(const Vector3F& p) const;
     void collectNeighbours(Block& block, uint32 i) const;
-    template <class Body> void forEachBlock(const Body& body);
-    template <class Body> void forEachParticle(const Body& body);
-    template <class Visit> void forEachNeighbour(const Block& block, uint32 i, const Visit& visit) const;
+    template <class Body>
+    void forEachBlock(const Body& body);
+    template <class Body>
+    void forEachParticle(const Body& body);
+    template <class Visit>
+    void forEachNeighbour(const Block& block, uint32 i, const Visit& visit) const;
 
     uint32 _threads;
     Kernels _kernels;
@@ -206,7 +209,8 @@ double Fluid::energy() const
     return sum / size();
 }
 
-template <class Body> void Fluid::forEachBlock(const Body& body)
+template <class Body>
+void Fluid::forEachBlock(const Body& body)
 {
     parallelFor(_blocks.size(), _threads,
                 [&](uint32, uint64 begin, uint64 end)
@@ -215,7 +219,8 @@ template <class Body> void Fluid::forEachBlock(const Body& body)
                 });
 }
 
-template <class Body> void Fluid::forEachParticle(const Body& body)
+template <class Body>
+void Fluid::forEachParticle(const Body& body)
 {
     forEachBlock(
         [&](const Block& block)
@@ -225,7 +230,8 @@ template <class Body> void Fluid::forEachParticle(const Body& body)
 }
 
 /// Calls visit(neighbour, offset from it to particle i).
-template <class Visit> void Fluid::forEachNeighbour(const Block& block, uint32 i, const Visit& visit) const
+template <class Visit>
+void Fluid::forEachNeighbour(const Block& block, uint32 i, const Visit& visit) const
 {
     const uint32 end = block.firstNeighbour[i - block.begin + 1];
     for (uint32 n = block.firstNeighbour[i - block.begin]; n < end; ++n)

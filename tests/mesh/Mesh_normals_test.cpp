@@ -18,7 +18,8 @@ using test::makeRandomSoup;
 using test::makeTerrain;
 using test::makeTetrahedron;
 
-template <class T> bool sameBytes(const Array<T>& a, const Array<T>& b)
+template <class T>
+bool sameBytes(const Array<T>& a, const Array<T>& b)
 {
     return a.size() == b.size() && std::memcmp(a.data(), b.data(), a.size() * sizeof(T)) == 0;
 }
@@ -113,7 +114,8 @@ TEST(MeshNormals, EveryThreadCountGivesTheSameBytes)
 }
 
 /// FNV-1a over the bytes.
-template <class T> uint64 checksum(const Array<T>& array)
+template <class T>
+uint64 checksum(const Array<T>& array)
 {
     uint64 hash = 14695981039346656037u;
     const auto* bytes = reinterpret_cast<const unsigned char*>(array.data());

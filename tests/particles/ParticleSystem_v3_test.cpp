@@ -20,7 +20,8 @@ using test::TestFolder;
 namespace
 {
 
-template <class Number> std::string bytesOf(Number value)
+template <class Number>
+std::string bytesOf(Number value)
 {
     std::string bytes(sizeof value, '\0');
     std::memcpy(bytes.data(), &value, sizeof value);

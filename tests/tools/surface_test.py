@@ -6,6 +6,7 @@ The folder TAVRIX_TEST_DATA, when set, gives larger particle files."""
 
 import os
 import pathlib
+import re
 import signal
 import subprocess
 import sys
@@ -127,8 +128,10 @@ class Meshes(SurfaceTest):
         self.assert_summary(result.stdout, mesh, names["output"])
 
     def assert_summary(self, text, mesh, output):
-        self.assertRegex(text, r"particles +512, radius 0\.025 \(estimated")
-        self.assertRegex(text, r"grid +\d+ x \d+ x \d+ nodes, spacing 0\.0125\n")
+        radius = re.search(r"particles +512, radius (\S+) \(estimated", text)
+        spacing = re.search(r"grid +\d+ x \d+ x \d+ nodes, spacing (\S+)\n", text)
+        self.assertAlmostEqual(float(radius[1]), 0.025, delta=0.0025)
+        self.assertAlmostEqual(float(spacing[1]), float(radius[1]) / 2, delta=1e-6)
         self.assertRegex(text, rf"mesh +{len(mesh.points)} vertices, {len(mesh.faces)} faces -> {output}\n")
         for stage in ("read", "field", "surface", "normals", "write"):
             self.assertRegex(text, rf"time .*\b{stage} \d+\.\d+ s")

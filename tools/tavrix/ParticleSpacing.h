@@ -6,9 +6,11 @@
 namespace tavrix::tool
 {
 
-/// The typical distance between neighbouring particles: the median distance to the nearest other particle,
-/// over up to two thousand particles picked evenly. Particles at one place do not count. 0 when no two
-/// particles lie apart.
+/// The distance between neighbouring particles if they stood on a cubic lattice: the median distance d to the
+/// fourth nearest particle gives the density, 4.5 particles in a ball of radius d, and the density the
+/// spacing. Steady under disorder, within some ten per cent in sheets one particle thick. Taken over up to
+/// two thousand particles picked evenly; particles at one place do not count. 0 when no two particles lie
+/// apart.
 double estimateSpacing(const Array<Vector3F>& positions);
 
 }  // namespace tavrix::tool

@@ -25,7 +25,10 @@ bool errorIsTerminal()
 
 }  // namespace
 
-Progress::Progress(std::size_t stageCount, bool quiet) : _stageCount(stageCount), _visible(!quiet && errorIsTerminal()) {}
+Progress::Progress(std::size_t stageCount, bool quiet)
+    : _stageCount(stageCount), _visible(!quiet && errorIsTerminal())
+{
+}
 
 Progress::~Progress() { clearLine(); }
 

@@ -13,8 +13,8 @@ namespace tavrix
 /// Where the nodes of a regular grid lie and how they are numbered.
 ///
 /// Node (i, j, k) lies at box.min + (i dx, j dy, k dz); box.max is the last node. Its monoindex is
-/// i sizeY sizeZ + j sizeZ + k, so z varies fastest. A fresh grid is centred on the origin; translating it changes
-/// neither sizes nor separations. A grid of no nodes has the box at the origin.
+/// i sizeY sizeZ + j sizeZ + k, so z varies fastest. A fresh grid is centred on the origin; translating it
+/// changes neither sizes nor separations. A grid of no nodes has the box at the origin.
 template <class Coord>
 struct GridDescription3
 {
@@ -26,8 +26,10 @@ struct GridDescription3
     Vector3<Coord> reciprocalSeparation;
     Coord largestSeparation;
 
-    /// The grid of these sizes, centred on the origin. Throws std::length_error when the node count passes 2^32 - 1.
-    static GridDescription3 centered(uint32 sizeX, uint32 sizeY, uint32 sizeZ, const Vector3<Coord>& separation)
+    /// The grid of these sizes, centred on the origin. Throws std::length_error when the node count passes
+    /// 2^32 - 1.
+    static GridDescription3 centered(uint32 sizeX, uint32 sizeY, uint32 sizeZ,
+                                     const Vector3<Coord>& separation)
     {
         const uint32 size = nodeCount(sizeX, sizeY, sizeZ);
         if (size == 0) return GridDescription3{};
@@ -89,9 +91,9 @@ struct GridDescription3
         box = {point - half, point + half};
     }
 
-    /// The lower node of the cell that holds the point, noCell when a coordinate lies below the box, is not a number or
-    /// gives an index past the last node. The index truncated from (p - min) / separation is corrected downwards when
-    /// rounding put its node above the point.
+    /// The lower node of the cell that holds the point, noCell when a coordinate lies below the box, is not a
+    /// number or gives an index past the last node. The index truncated from (p - min) / separation is
+    /// corrected downwards when rounding put its node above the point.
     Index3 getCell(const Vector3<Coord>& point) const
     {
         Index3 cell;

@@ -35,7 +35,8 @@ void ScalarField3<Value, Coord>::reset(uint32 sizeX, uint32 sizeY, uint32 sizeZ,
 }
 
 template <class Value, class Coord>
-void ScalarField3<Value, Coord>::reset(uint32 sizeX, uint32 sizeY, uint32 sizeZ, const Vector3<Coord>& separation)
+void ScalarField3<Value, Coord>::reset(uint32 sizeX, uint32 sizeY, uint32 sizeZ,
+                                       const Vector3<Coord>& separation)
 {
     const auto grid = GridDescription3<Coord>::centered(sizeX, sizeY, sizeZ, separation);
     if (grid.size > _samples.capacity()) _samples.reserve(grid.size, false);

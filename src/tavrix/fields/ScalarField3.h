@@ -5,14 +5,15 @@
 namespace tavrix
 {
 
-/// A function that a long operation polls, always on the caller's thread; a result above 0 asks it to stop. May be null.
+/// A function that a long operation polls, always on the caller's thread; a result above 0 asks it to stop.
+/// May be null.
 using CancelCallback = int (*)();
 
 /// Dense scalar field: one sample a grid node in one array, z varying fastest.
 ///
-/// Instantiated for unsigned 8-, 16-, 32- and 64-bit, signed 32-bit, single and double precision values on single and
-/// double precision coordinates. Indices are not checked. `inc` and `dec`, every reset and every whole-field setter set
-/// the changed bit; single-sample writes do not.
+/// Instantiated for unsigned 8-, 16-, 32- and 64-bit, signed 32-bit, single and double precision values on
+/// single and double precision coordinates. Indices are not checked. `inc` and `dec`, every reset and every
+/// whole-field setter set the changed bit; single-sample writes do not.
 template <class Value, class Coord>
 class ScalarField3 final : public ScalarField3_base<Value, Coord>
 {
@@ -31,8 +32,9 @@ public:
     ScalarField3& operator=(const ScalarField3& other);
     ~ScalarField3() override;
 
-    /// Sizes the grid (centred on the origin) and the sample array, whose contents become unspecified; its capacity only
-    /// grows. Throws std::length_error, and changes nothing, when the node count passes 2^32 - 1.
+    /// Sizes the grid (centred on the origin) and the sample array, whose contents become unspecified; its
+    /// capacity only grows. Throws std::length_error, and changes nothing, when the node count passes 2^32
+    /// - 1.
     void reset(uint32 sizeX, uint32 sizeY, uint32 sizeZ, Coord separation);
     void reset(uint32 sizeX, uint32 sizeY, uint32 sizeZ, const Vector3<Coord>& separation);
     void reset_XYZ(uint32 sizeX, uint32 sizeY, uint32 sizeZ, Coord separation) override;
@@ -50,7 +52,8 @@ public:
     Value get(const Index3& node) const override { return get(node.a, node.b, node.c); }
     Value get(uint32 monoindex) const override { return _samples[monoindex]; }
     Value get(uint64 monoindex) const { return _samples[monoindex]; }
-    /// The sample of the node whose indices are (p - min) / separation truncated; neither rounding nor range is corrected.
+    /// The sample of the node whose indices are (p - min) / separation truncated; neither rounding nor range
+    /// is corrected.
     Value get(const Vector3<Coord>& point) const;
     Value& operator[](uint32 monoindex) { return _samples[monoindex]; }
     const Value& operator[](uint32 monoindex) const { return _samples[monoindex]; }
@@ -80,44 +83,48 @@ public:
     Tuple2<bool, Value> evalSafe_useGreaterThanThreshold(const Vector3<Coord>& point, Value threshold,
                                                          ScalarFieldEvalMode mode) const override;
 
-    /// this = (b - a) t + a, sample by sample. The three fields have the same sizes. Integer values are computed in
-    /// double precision and truncated.
+    /// this = (b - a) t + a, sample by sample. The three fields have the same sizes. Integer values are
+    /// computed in double precision and truncated.
     void interpolate(const ScalarField3& a, const ScalarField3& b, double t);
     /// Copies the samples of a field of any storage with as many samples; the grid stays.
     void copyScalars(const Base& other);
 
-    /// 64-bit signatures for telling whether a field changed; a change of one sample always changes them. v1 covers the
-    /// samples, v2 also the sizes, v3 also box, separations and default value. Equal on every system.
+    /// 64-bit signatures for telling whether a field changed; a change of one sample always changes them. v1
+    /// covers the samples, v2 also the sizes, v3 also box, separations and default value. Equal on every
+    /// system.
     uint64 computeSignature_v1() const;
     uint64 computeSignature_v2() const;
     uint64 computeSignature_v3() const;
 
-    /// Fills the field with the union of smooth balls: the largest (1 - (d / 2r)^2)^3 over the particles closer than 2r,
-    /// 0 elsewhere; a particle's centre has 1, its radius 0.421875. The grid is neither moved nor resized.
+    /// Fills the field with the union of smooth balls: the largest (1 - (d / 2r)^2)^3 over the particles
+    /// closer than 2r, 0 elsewhere; a particle's centre has 1, its radius 0.421875. The grid is neither moved
+    /// nor resized.
     ///
-    /// positions, radii: one per particle (the shorter array counts); a particle without a finite position and a
-    /// positive, finite radius adds nothing. margin: how far a kernel may reach beyond the box of its group of
-    /// particles; pass at least the largest reach, 2r here, or kernels are cut off there. The particles form threadCount
-    /// groups by position. The result is the same for every thread count when nothing is cut off. Returns false when the
-    /// callback, polled every few milliseconds, stopped the work: the field is then all zero.
-    bool setDistanceField(const Array<Vector3F>& positions, const Array<float>& radii, float margin, uint32 threadCount,
-                          CancelCallback callback)
-        requires std::floating_point<Value>;
-    /// Carves the union of smooth balls out of a field built earlier: group by group, where the group's balls v and the
-    /// sample are above 0, the sample becomes sample - v. A cancelled call leaves the field as it was.
-    bool setSubtractiveDistanceField(const Array<Vector3F>& positions, const Array<float>& radii, float margin,
-                                     uint32 threadCount, CancelCallback callback)
-        requires std::floating_point<Value>;
-    /// Fills the field with metaballs: the sum of w (1 - (d / R)^2)^3 over the particles within R = k r, where
-    /// k = 1.2 + 0.038 influence (influence 0 to 100: 1.2 to 5) and w makes each ball 1 at its radius. Arguments, margin
-    /// (the largest reach is R) and result as for setDistanceField; the sums are the same for every thread count.
-    bool setMetaballField(const Array<Vector3F>& positions, const Array<float>& radii, float margin, float influence,
-                          uint32 threadCount, CancelCallback callback)
-        requires std::floating_point<Value>;
+    /// positions, radii: one per particle (the shorter array counts); a particle without a finite position
+    /// and a positive, finite radius adds nothing. margin: how far a kernel may reach beyond the box of its
+    /// group of particles; pass at least the largest reach, 2r here, or kernels are cut off there. The
+    /// particles form threadCount groups by position. The result is the same for every thread count when
+    /// nothing is cut off. Returns false when the callback, polled every few milliseconds, stopped the work:
+    /// the field is then all zero.
+    bool setDistanceField(const Array<Vector3F>& positions, const Array<float>& radii, float margin,
+                          uint32 threadCount, CancelCallback callback) requires std::floating_point<Value>;
+    /// Carves the union of smooth balls out of a field built earlier: group by group, where the group's balls
+    /// v and the sample are above 0, the sample becomes sample - v. A cancelled call leaves the field as it
+    /// was.
+    bool setSubtractiveDistanceField(const Array<Vector3F>& positions, const Array<float>& radii,
+                                     float margin, uint32 threadCount,
+                                     CancelCallback callback) requires std::floating_point<Value>;
+    /// Fills the field with metaballs: the sum of w (1 - (d / R)^2)^3 over the particles within R = k r,
+    /// where k = 1.2 + 0.038 influence (influence 0 to 100: 1.2 to 5) and w makes each ball 1 at its radius.
+    /// Arguments, margin (the largest reach is R) and result as for setDistanceField; the sums are the same
+    /// for every thread count.
+    bool setMetaballField(const Array<Vector3F>& positions, const Array<float>& radii, float margin,
+                          float influence, uint32 threadCount,
+                          CancelCallback callback) requires std::floating_point<Value>;
     /// Subtracts the metaballs from a field built earlier. A cancelled call leaves the field as it was.
-    bool setSubtractiveMetaballField(const Array<Vector3F>& positions, const Array<float>& radii, float margin,
-                                     float influence, uint32 threadCount, CancelCallback callback)
-        requires std::floating_point<Value>;
+    bool setSubtractiveMetaballField(const Array<Vector3F>& positions, const Array<float>& radii,
+                                     float margin, float influence, uint32 threadCount,
+                                     CancelCallback callback) requires std::floating_point<Value>;
 
 private:
     Array<Value> _samples;

@@ -23,7 +23,8 @@ bool ScalarField3Parent<Value, Coord>::addChild(const ScalarField3<Value, Coord>
 {
     if (child.getPointSeparations() != _grid.separation) return false;
     const Vector3<Coord> offset = child.getBox().min - _grid.box.min;
-    const auto steps = [&](uint32 axis) { return std::llround(offset[axis] * _grid.reciprocalSeparation[axis]); };
+    const auto steps = [&](uint32 axis)
+    { return std::llround(offset[axis] * _grid.reciprocalSeparation[axis]); };
     _children.push_back({&child, {steps(0), steps(1), steps(2)}});
     return true;
 }
@@ -54,8 +55,8 @@ Vector3<Value> ScalarField3Parent<Value, Coord>::evalGradCentral(const Index3& n
         if (high[axis] + 1 < _grid.sizeAlong(axis)) ++high[axis];
         const uint32 steps = high[axis] - low[axis];
         gradient[axis] = steps == 0 ? Value(0)
-                                    : static_cast<Value>((get(high) - get(low)) /
-                                                         (static_cast<Coord>(steps) * _grid.separation[axis]));
+                                    : static_cast<Value>((get(high) - get(low)) / (static_cast<Coord>(steps) *
+                                                                                   _grid.separation[axis]));
     }
     return gradient;
 }

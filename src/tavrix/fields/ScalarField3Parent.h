@@ -5,21 +5,22 @@
 namespace tavrix
 {
 
-/// One grid over several dense fields that share its lattice: their separation is the parent's, and their nodes fall on
-/// the parent's nodes. A parent's node reads the child that was added last among those that hold it; a node that no child
-/// holds reads the default value. Children are the caller's and must outlive the parent; they are read, never written.
+/// One grid over several dense fields that share its lattice: their separation is the parent's, and their
+/// nodes fall on the parent's nodes. A parent's node reads the child that was added last among those that
+/// hold it; a node that no child holds reads the default value. Children are the caller's and must outlive
+/// the parent; they are read, never written.
 template <class Value, class Coord>
 class ScalarField3Parent
 {
 public:
-    /// Sizes the parent's grid, centred on the origin, and forgets the children. Throws std::length_error when the node
-    /// count passes 2^32 - 1.
+    /// Sizes the parent's grid, centred on the origin, and forgets the children. Throws std::length_error
+    /// when the node count passes 2^32 - 1.
     void reset(uint32 sizeX, uint32 sizeY, uint32 sizeZ, Coord separation);
     /// Moves the grid so that its centre is the point; do so before adding children.
     void moveTo(const Vector3<Coord>& point);
 
-    /// Adds a child at the lattice position nearest to its min corner; parts that reach past the parent are not seen.
-    /// Returns false, and adds nothing, when its separations are not the parent's.
+    /// Adds a child at the lattice position nearest to its min corner; parts that reach past the parent are
+    /// not seen. Returns false, and adds nothing, when its separations are not the parent's.
     bool addChild(const ScalarField3<Value, Coord>& child);
     uint32 getChildCount() const { return _children.size(); }
 

@@ -19,15 +19,16 @@ enum class ScalarFieldType : uint32
     Tiled = 2
 };
 
-/// Which stencil an evaluation at a point uses. Values are trilinear in both modes (the interpolation is symmetric as it
-/// stands); the modes differ for derivatives.
+/// Which stencil an evaluation at a point uses. Values are trilinear in both modes (the interpolation is
+/// symmetric as it stands); the modes differ for derivatives.
 enum ScalarFieldEvalMode
 {
     TX_FIELD_EVAL_ASYMMETRIC,
     TX_FIELD_EVAL_SYMMETRIC
 };
 
-/// What a failed evaluation of a field yields beside the flag false: 3.4028235e38, or the largest value of an integer type.
+/// What a failed evaluation of a field yields beside the flag false: 3.4028235e38, or the largest value of an
+/// integer type.
 template <class Value>
 inline constexpr Value failedValue = std::numeric_limits<Value>::max();
 template <>
@@ -35,8 +36,9 @@ inline constexpr double failedValue<double> = farValue;
 
 /// A 3-D scalar field on the nodes of a regular grid, whatever its storage.
 ///
-/// Holds what all storages share: the flags word, the render object, the type and the grid. Indices of nodes are not
-/// checked; a point outside the closed box answers (false, 3.4028235e38). No operation reports errors otherwise.
+/// Holds what all storages share: the flags word, the render object, the type and the grid. Indices of nodes
+/// are not checked; a point outside the closed box answers (false, 3.4028235e38). No operation reports errors
+/// otherwise.
 template <class Value, class Coord>
 class ScalarField3_base
 {
@@ -80,7 +82,8 @@ public:
         node = {static_cast<int32>(n.a), static_cast<int32>(n.b), static_cast<int32>(n.c)};
     }
 
-    /// Sizes the grid, centred on the origin, with one separation for every axis; the samples become unspecified.
+    /// Sizes the grid, centred on the origin, with one separation for every axis; the samples become
+    /// unspecified.
     virtual void reset_XYZ(uint32 sizeX, uint32 sizeY, uint32 sizeZ, Coord separation) = 0;
     /// Frees the samples; the grid has no nodes.
     virtual void reset_toZeroSize() = 0;
@@ -94,8 +97,9 @@ public:
     virtual void set(const Index3& node, Value value) = 0;
     virtual void set(uint32 monoindex, Value value) = 0;
 
-    /// The value at a point by trilinear interpolation of the eight nodes around it; (false, 3.4028235e38) outside the
-    /// closed box and for a field of no samples. The corner weights are divided by their sum and narrowed to Value.
+    /// The value at a point by trilinear interpolation of the eight nodes around it; (false, 3.4028235e38)
+    /// outside the closed box and for a field of no samples. The corner weights are divided by their sum and
+    /// narrowed to Value.
     virtual Tuple2<bool, Value> evalSafe(const Vector3<Coord>& point, ScalarFieldEvalMode mode) const = 0;
     Tuple2<bool, Value> evalSafe(const Vector3<Coord>& point) const
     {
@@ -119,8 +123,8 @@ public:
     virtual void moveTo(const Vector3<Coord>& point);
     /// Adds the offset to both corners of the box.
     virtual void move(const Vector3<Coord>& offset);
-    /// Moves the box so that its min corner m becomes trunc(m / step) step on each axis (towards zero), a whole multiple
-    /// of the step.
+    /// Moves the box so that its min corner m becomes trunc(m / step) step on each axis (towards zero), a
+    /// whole multiple of the step.
     void alignAbsolute(Coord step);
 
     /// The render object; null until initializeRenderContext. A copy of a field has none.
@@ -143,10 +147,11 @@ protected:
 };
 
 /// Applies a macro to every (Value, Coord) pair for which scalar fields are instantiated.
-#define TX_FOR_EACH_SCALAR_FIELD(M)                                                                           \
-    M(uint8, float) M(uint8, double) M(uint16, float) M(uint16, double) M(uint32, float) M(uint32, double)    \
-    M(int32, float) M(int32, double) M(uint64, float) M(uint64, double) M(float, float) M(float, double)      \
-    M(double, float) M(double, double)
+#define TX_FOR_EACH_SCALAR_FIELD(M)                                                                        \
+    M(uint8, float)                                                                                        \
+    M(uint8, double) M(uint16, float) M(uint16, double) M(uint32, float) M(uint32, double) M(int32, float) \
+        M(int32, double) M(uint64, float) M(uint64, double) M(float, float) M(float, double)               \
+            M(double, float) M(double, double)
 
 /// The same for the floating-point values.
 #define TX_FOR_EACH_REAL_SCALAR_FIELD(M) M(float, float) M(float, double) M(double, float) M(double, double)

@@ -8,8 +8,8 @@ namespace tavrix
 namespace
 {
 
-/// The samples of the eight nodes around a point and their trilinear weights; corner c is high in x for bit 0, in y for
-/// bit 1, in z for bit 2.
+/// The samples of the eight nodes around a point and their trilinear weights; corner c is high in x for bit
+/// 0, in y for bit 1, in z for bit 2.
 template <class Value, class Coord>
 struct CellSamples
 {
@@ -27,10 +27,11 @@ struct CellSamples
     }
 };
 
-/// The cell around a point inside the closed box; false outside. Indices past the last node are clamped to it, so a point
-/// on a high face reads that plane twice.
+/// The cell around a point inside the closed box; false outside. Indices past the last node are clamped to
+/// it, so a point on a high face reads that plane twice.
 template <class Value, class Coord>
-bool gatherCell(const ScalarField3<Value, Coord>& field, const Vector3<Coord>& point, CellSamples<Value, Coord>& cell)
+bool gatherCell(const ScalarField3<Value, Coord>& field, const Vector3<Coord>& point,
+                CellSamples<Value, Coord>& cell)
 {
     const GridDescription3<Coord>& grid = field.getGrid();
     if (grid.size == 0 || !grid.box.contains(point)) return false;
@@ -57,7 +58,8 @@ bool gatherCell(const ScalarField3<Value, Coord>& field, const Vector3<Coord>& p
 
 /// Trilinear value at the point, unless a node of its cell is refused.
 template <class Value, class Coord, class Refuse>
-Tuple2<bool, Value> evaluate(const ScalarField3<Value, Coord>& field, const Vector3<Coord>& point, Refuse refuse)
+Tuple2<bool, Value> evaluate(const ScalarField3<Value, Coord>& field, const Vector3<Coord>& point,
+                             Refuse refuse)
 {
     CellSamples<Value, Coord> cell;
     if (!gatherCell(field, point, cell)) return {false, failedValue<Value>};
@@ -69,7 +71,8 @@ Tuple2<bool, Value> evaluate(const ScalarField3<Value, Coord>& field, const Vect
 }  // namespace
 
 template <class Value, class Coord>
-Tuple2<bool, Value> ScalarField3<Value, Coord>::evalSafe(const Vector3<Coord>& point, ScalarFieldEvalMode) const
+Tuple2<bool, Value> ScalarField3<Value, Coord>::evalSafe(const Vector3<Coord>& point,
+                                                         ScalarFieldEvalMode) const
 {
     return evaluate(*this, point, [](Value) { return false; });
 }
@@ -90,13 +93,12 @@ Tuple2<bool, Value> ScalarField3<Value, Coord>::evalSafe_useGreaterThanThreshold
     return evaluate(*this, point, [threshold](Value v) { return v > threshold; });
 }
 
-#define TX_INSTANTIATE(Value, Coord)                                                                                  \
-    template Tuple2<bool, Value> ScalarField3<Value, Coord>::evalSafe(const Vector3<Coord>&, ScalarFieldEvalMode)    \
-        const;                                                                                                        \
-    template Tuple2<bool, Value> ScalarField3<Value, Coord>::evalSafe_useLessThanThreshold(const Vector3<Coord>&,    \
-                                                                                           Value, ScalarFieldEvalMode) \
-        const;                                                                                                        \
-    template Tuple2<bool, Value> ScalarField3<Value, Coord>::evalSafe_useGreaterThanThreshold(                       \
+#define TX_INSTANTIATE(Value, Coord)                                                              \
+    template Tuple2<bool, Value> ScalarField3<Value, Coord>::evalSafe(const Vector3<Coord>&,      \
+                                                                      ScalarFieldEvalMode) const; \
+    template Tuple2<bool, Value> ScalarField3<Value, Coord>::evalSafe_useLessThanThreshold(       \
+        const Vector3<Coord>&, Value, ScalarFieldEvalMode) const;                                 \
+    template Tuple2<bool, Value> ScalarField3<Value, Coord>::evalSafe_useGreaterThanThreshold(    \
         const Vector3<Coord>&, Value, ScalarFieldEvalMode) const;
 TX_FOR_EACH_SCALAR_FIELD(TX_INSTANTIATE)
 #undef TX_INSTANTIATE

@@ -6,12 +6,13 @@
 #include <tavrix/fields/ScalarField3.h>
 #include <tavrix/foundation/ParallelFor.h>
 
-// Particles to field, in the same steps for every setter: sort the particles by cell, group them, splat them, merge.
+// Particles to field, in the same steps for every setter: sort the particles by cell, group them, splat them,
+// merge.
 //
-// The fields that are built anew are splatted into directly: each worker owns a slab of x planes, takes the sorted
-// particles that reach it, in order, and writes only its slab. The fields that are carved need every group's sum or
-// maximum by itself, so each group is splatted, in the same way, into a block of its own, and the blocks are subtracted
-// at the end.
+// The fields that are built anew are splatted into directly: each worker owns a slab of x planes, takes the
+// sorted particles that reach it, in order, and writes only its slab. The fields that are carved need every
+// group's sum or maximum by itself, so each group is splatted, in the same way, into a block of its own, and
+// the blocks are subtracted at the end.
 
 namespace tavrix
 {
@@ -44,7 +45,8 @@ template <class Value>
 void fillZero(const Block<Value>& block, uint32 threadCount)
 {
     const std::size_t plane = block.strideX();
-    parallelFor(block.extent(0), threadCount, [&](uint32, uint64 begin, uint64 end)
+    parallelFor(block.extent(0), threadCount,
+                [&](uint32, uint64 begin, uint64 end)
                 { std::fill(block.samples + begin * plane, block.samples + end * plane, Value(0)); });
 }
 
@@ -67,8 +69,8 @@ struct Splatting
     }
 };
 
-/// Cuts the x planes [low, high) into one slab a worker, so that the particles of [first, last) give each about the same
-/// number of planes to write.
+/// Cuts the x planes [low, high) into one slab a worker, so that the particles of [first, last) give each
+/// about the same number of planes to write.
 std::vector<uint32> cutSlabs(const Splatting& s, uint32 low, uint32 high, uint32 first, uint32 last)
 {
     std::vector<int64> work(std::size_t{s.lattice.size[0]} + 1, 0);
@@ -101,23 +103,25 @@ std::vector<uint32> cutSlabs(const Splatting& s, uint32 low, uint32 high, uint32
 }
 
 /// The particles of [first, last) that may touch the x planes [low, high).
-std::pair<uint32, uint32> particlesNear(const Splatting& s, uint32 low, uint32 high, uint32 first, uint32 last,
-                                        uint32 largestReach)
+std::pair<uint32, uint32> particlesNear(const Splatting& s, uint32 low, uint32 high, uint32 first,
+                                        uint32 last, uint32 largestReach)
 {
     const Particle* begin = s.particles.data() + first;
     const Particle* end = s.particles.data() + last;
     const auto from = std::partition_point(
-        begin, end, [&](const Particle& p) { return uint64{s.lattice.clampedCell(0, p.x)} + largestReach < low; });
+        begin, end,
+        [&](const Particle& p) { return uint64{s.lattice.clampedCell(0, p.x)} + largestReach < low; });
     const auto to = std::partition_point(
-        from, end, [&](const Particle& p) { return s.lattice.clampedCell(0, p.x) < uint64{high} + largestReach; });
+        from, end,
+        [&](const Particle& p) { return s.lattice.clampedCell(0, p.x) < uint64{high} + largestReach; });
     return {static_cast<uint32>(from - s.particles.data()), static_cast<uint32>(to - s.particles.data())};
 }
 
-/// Splats the sorted particles [first, last) into those nodes of the block that lie in the slab [low, high) of x planes
-/// and in the nodes of the particles' groups.
+/// Splats the sorted particles [first, last) into those nodes of the block that lie in the slab [low, high)
+/// of x planes and in the nodes of the particles' groups.
 template <class Value>
-void splatIntoSlab(const Splatting& s, const std::vector<ParticleGroup>& groups, const Block<Value>& block, uint32 low,
-                   uint32 high, uint32 first, uint32 last, double* scratch)
+void splatIntoSlab(const Splatting& s, const std::vector<ParticleGroup>& groups, const Block<Value>& block,
+                   uint32 low, uint32 high, uint32 first, uint32 last, double* scratch)
 {
     const auto splat = detail::splatFunction<Value>();
     for (const ParticleGroup& group : groups)
@@ -143,8 +147,8 @@ void splatIntoSlab(const Splatting& s, const std::vector<ParticleGroup>& groups,
     }
 }
 
-/// Splats the particles of the groups, which follow each other, into the block, every worker into a slab of its own;
-/// false when the callback stopped the work.
+/// Splats the particles of the groups, which follow each other, into the block, every worker into a slab of
+/// its own; false when the callback stopped the work.
 template <class Value>
 bool splatIntoBlock(const Splatting& s, const std::vector<ParticleGroup>& groups, const Block<Value>& block)
 {
@@ -161,22 +165,24 @@ bool splatIntoBlock(const Splatting& s, const std::vector<ParticleGroup>& groups
         visits += (2.0 * reach + 1) * std::min<double>(2.0 * reach + 1, s.lattice.size[1]) *
                   std::min<double>(2.0 * reach + 1, s.lattice.size[2]);
     }
-    const auto rounds = static_cast<uint32>(std::clamp(visits / workers / visitsPerPoll, 0.0, double(last - first)) + 1);
+    const auto rounds =
+        static_cast<uint32>(std::clamp(visits / workers / visitsPerPoll, 0.0, double(last - first)) + 1);
     std::vector<std::unique_ptr<double[]>> scratch(workers);
     for (auto& room : scratch) room.reset(new double[std::size_t{block.extent(2)} + 16]);
 
     for (uint32 round = 0; round < rounds; ++round)
     {
         if (s.cancelled()) return false;
-        parallelFor(workers, workers,
-                    [&](uint32, uint64 w, uint64)
-                    {
-                        const auto [from, to] = particlesNear(s, slabs[w], slabs[w + 1], first, last, largestReach);
-                        const uint64 count = to - from;
-                        splatIntoSlab(s, groups, block, slabs[w], slabs[w + 1],
-                                      static_cast<uint32>(from + count * round / rounds),
-                                      static_cast<uint32>(from + count * (round + 1) / rounds), scratch[w].get());
-                    });
+        parallelFor(
+            workers, workers,
+            [&](uint32, uint64 w, uint64)
+            {
+                const auto [from, to] = particlesNear(s, slabs[w], slabs[w + 1], first, last, largestReach);
+                const uint64 count = to - from;
+                splatIntoSlab(s, groups, block, slabs[w], slabs[w + 1],
+                              static_cast<uint32>(from + count * round / rounds),
+                              static_cast<uint32>(from + count * (round + 1) / rounds), scratch[w].get());
+            });
     }
     return !s.cancelled();
 }
@@ -190,15 +196,16 @@ Block<Value> wholeField(ScalarField3<Value, Coord>& field)
 
 /// Replaces the field by the splatted particles.
 template <class Value, class Coord>
-bool build(ScalarField3<Value, Coord>& field, const Array<Vector3F>& positions, const Array<float>& radii, float margin,
-           const SplatKernel& kernel, uint32 threadCount, CancelCallback callback)
+bool build(ScalarField3<Value, Coord>& field, const Array<Vector3F>& positions, const Array<float>& radii,
+           float margin, const SplatKernel& kernel, uint32 threadCount, CancelCallback callback)
 {
     field.refFlags() |= ScalarField3<Value, Coord>::flagChanged;
     if (field.size() == 0) return true;
     const Lattice lattice(field.getGrid());
     const Block<Value> target = wholeField(field);
     fillZero(target, threadCount);
-    const Array<Particle> particles = detail::sortParticles(lattice, positions, radii, kernel.reach, threadCount);
+    const Array<Particle> particles =
+        detail::sortParticles(lattice, positions, radii, kernel.reach, threadCount);
     const auto groups = detail::groupParticles(lattice, particles, margin, threadCount);
     if (splatIntoBlock({lattice, particles, kernel, threadCount, callback}, groups, target)) return true;
     fillZero(target, threadCount);
@@ -225,12 +232,13 @@ void mergeBlock(const Block<Value>& target, const Block<Value>& block, uint32 th
 
 /// Splats every group into a block of its own and merges the blocks into the field, in group order.
 template <class Value, class Coord, class Merge>
-bool carve(ScalarField3<Value, Coord>& field, const Array<Vector3F>& positions, const Array<float>& radii, float margin,
-           const SplatKernel& kernel, uint32 threadCount, CancelCallback callback, Merge merge)
+bool carve(ScalarField3<Value, Coord>& field, const Array<Vector3F>& positions, const Array<float>& radii,
+           float margin, const SplatKernel& kernel, uint32 threadCount, CancelCallback callback, Merge merge)
 {
     if (field.size() == 0) return true;
     const Lattice lattice(field.getGrid());
-    const Array<Particle> particles = detail::sortParticles(lattice, positions, radii, kernel.reach, threadCount);
+    const Array<Particle> particles =
+        detail::sortParticles(lattice, positions, radii, kernel.reach, threadCount);
     std::vector<Block<Value>> blocks;
     std::vector<Array<Value>> storage;
     for (const ParticleGroup& group : detail::groupParticles(lattice, particles, margin, threadCount))
@@ -240,7 +248,8 @@ bool carve(ScalarField3<Value, Coord>& field, const Array<Vector3F>& positions, 
         storage.emplace_back(static_cast<uint32>(block.strideX() * block.extent(0)));
         block.samples = storage.back().data();
         fillZero(block, threadCount);
-        if (!splatIntoBlock({lattice, particles, kernel, threadCount, callback}, {group}, block)) return false;
+        if (!splatIntoBlock({lattice, particles, kernel, threadCount, callback}, {group}, block))
+            return false;
         blocks.push_back(block);
     }
     for (const Block<Value>& block : blocks) mergeBlock(wholeField(field), block, threadCount, merge);
@@ -263,16 +272,16 @@ SplatKernel metaballKernel(float influence)
 
 template <class Value, class Coord>
 bool ScalarField3<Value, Coord>::setDistanceField(const Array<Vector3F>& positions, const Array<float>& radii,
-                                                  float margin, uint32 threadCount, CancelCallback callback)
-    requires std::floating_point<Value>
+                                                  float margin, uint32 threadCount,
+                                                  CancelCallback callback) requires std::floating_point<Value>
 {
     return build(*this, positions, radii, margin, distanceKernel, threadCount, callback);
 }
 
 template <class Value, class Coord>
-bool ScalarField3<Value, Coord>::setSubtractiveDistanceField(const Array<Vector3F>& positions, const Array<float>& radii,
-                                                             float margin, uint32 threadCount, CancelCallback callback)
-    requires std::floating_point<Value>
+bool ScalarField3<Value, Coord>::setSubtractiveDistanceField(
+    const Array<Vector3F>& positions, const Array<float>& radii, float margin, uint32 threadCount,
+    CancelCallback callback) requires std::floating_point<Value>
 {
     return carve(*this, positions, radii, margin, distanceKernel, threadCount, callback,
                  [](Value sample, Value v) { return v > 0 && sample > 0 ? sample - v : sample; });
@@ -281,30 +290,28 @@ bool ScalarField3<Value, Coord>::setSubtractiveDistanceField(const Array<Vector3
 template <class Value, class Coord>
 bool ScalarField3<Value, Coord>::setMetaballField(const Array<Vector3F>& positions, const Array<float>& radii,
                                                   float margin, float influence, uint32 threadCount,
-                                                  CancelCallback callback)
-    requires std::floating_point<Value>
+                                                  CancelCallback callback) requires std::floating_point<Value>
 {
     return build(*this, positions, radii, margin, metaballKernel(influence), threadCount, callback);
 }
 
 template <class Value, class Coord>
-bool ScalarField3<Value, Coord>::setSubtractiveMetaballField(const Array<Vector3F>& positions, const Array<float>& radii,
-                                                             float margin, float influence, uint32 threadCount,
-                                                             CancelCallback callback)
-    requires std::floating_point<Value>
+bool ScalarField3<Value, Coord>::setSubtractiveMetaballField(
+    const Array<Vector3F>& positions, const Array<float>& radii, float margin, float influence,
+    uint32 threadCount, CancelCallback callback) requires std::floating_point<Value>
 {
     return carve(*this, positions, radii, margin, metaballKernel(influence), threadCount, callback,
                  [](Value sample, Value v) { return v > 0 ? sample - v : sample; });
 }
 
-#define TX_INSTANTIATE(Value, Coord)                                                                                  \
-    template bool ScalarField3<Value, Coord>::setDistanceField(const Array<Vector3F>&, const Array<float>&, float,    \
-                                                               uint32, CancelCallback);                               \
-    template bool ScalarField3<Value, Coord>::setSubtractiveDistanceField(                                            \
-        const Array<Vector3F>&, const Array<float>&, float, uint32, CancelCallback);                                  \
-    template bool ScalarField3<Value, Coord>::setMetaballField(const Array<Vector3F>&, const Array<float>&, float,    \
-                                                               float, uint32, CancelCallback);                        \
-    template bool ScalarField3<Value, Coord>::setSubtractiveMetaballField(                                            \
+#define TX_INSTANTIATE(Value, Coord)                                                                        \
+    template bool ScalarField3<Value, Coord>::setDistanceField(const Array<Vector3F>&, const Array<float>&, \
+                                                               float, uint32, CancelCallback);              \
+    template bool ScalarField3<Value, Coord>::setSubtractiveDistanceField(                                  \
+        const Array<Vector3F>&, const Array<float>&, float, uint32, CancelCallback);                        \
+    template bool ScalarField3<Value, Coord>::setMetaballField(const Array<Vector3F>&, const Array<float>&, \
+                                                               float, float, uint32, CancelCallback);       \
+    template bool ScalarField3<Value, Coord>::setSubtractiveMetaballField(                                  \
         const Array<Vector3F>&, const Array<float>&, float, float, uint32, CancelCallback);
 TX_FOR_EACH_REAL_SCALAR_FIELD(TX_INSTANTIATE)
 #undef TX_INSTANTIATE

@@ -21,10 +21,10 @@ struct _Wa
 
 /// Growable array: a pointer, a 32-bit count and a 32-bit capacity.
 ///
-/// It differs from std::vector where that saves memory traffic: elements of plain types are not initialised, `reserve`
-/// gives exactly the capacity asked for (also a smaller one), and an empty array that was given capacity 0 holds no
-/// storage. Element access is unchecked. More than 2^32 - 1 elements throw std::length_error; allocation failure
-/// propagates. The tag W only keeps arrays of different use apart.
+/// It differs from std::vector where that saves memory traffic: elements of plain types are not initialised,
+/// `reserve` gives exactly the capacity asked for (also a smaller one), and an empty array that was given
+/// capacity 0 holds no storage. Element access is unchecked. More than 2^32 - 1 elements throw
+/// std::length_error; allocation failure propagates. The tag W only keeps arrays of different use apart.
 template <class T, class W = _Wa>
 class Array
 {
@@ -83,7 +83,8 @@ public:
     const T& back() const noexcept { return _data[_size - 1]; }
 
     /// Sets the capacity to exactly `capacity` elements, also downwards; 0 frees the storage. The first
-    /// min(size, capacity) elements are kept when `keep` is set and unspecified otherwise; the size becomes that minimum.
+    /// min(size, capacity) elements are kept when `keep` is set and unspecified otherwise; the size becomes
+    /// that minimum.
     void reserve(uint32 capacity, bool keep = true)
     {
         T* fresh = nullptr;
@@ -100,8 +101,8 @@ public:
         _size = kept;
     }
 
-    /// Sets the count; beyond the capacity exactly that many elements are reserved. New elements are unspecified for
-    /// plain types.
+    /// Sets the count; beyond the capacity exactly that many elements are reserved. New elements are
+    /// unspecified for plain types.
     void resize(uint32 size)
     {
         if (size > _capacity) reserve(size);
@@ -149,7 +150,8 @@ private:
     static uint32 grown(uint32 capacity)
     {
         if (capacity == 0xFFFFFFFFu) checkedSize(std::size_t{capacity} + 1);
-        return static_cast<uint32>(std::min<std::size_t>(std::size_t{capacity} + capacity / 8 + 4, 0xFFFFFFFFu));
+        return static_cast<uint32>(
+            std::min<std::size_t>(std::size_t{capacity} + capacity / 8 + 4, 0xFFFFFFFFu));
     }
 
     void moveElements(T* fresh, uint32 count)

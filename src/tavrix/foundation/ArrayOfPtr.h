@@ -12,8 +12,8 @@ struct TX_YES
 {
 };
 
-/// A growable list of pointers. It owns what it points to and deletes it, unless the policy is TX_NO. An owning list
-/// can be moved but not copied.
+/// A growable list of pointers. It owns what it points to and deletes it, unless the policy is TX_NO. An
+/// owning list can be moved but not copied.
 template <class T, class Policy = TX_YES>
 class ArrayOfPtr
 {
@@ -21,12 +21,8 @@ public:
     static constexpr bool owns = !std::is_same_v<Policy, TX_NO>;
 
     ArrayOfPtr() noexcept = default;
-    ArrayOfPtr(const ArrayOfPtr& other)
-        requires(!owns)
-    = default;
-    ArrayOfPtr& operator=(const ArrayOfPtr& other)
-        requires(!owns)
-    = default;
+    ArrayOfPtr(const ArrayOfPtr& other) requires(!owns) = default;
+    ArrayOfPtr& operator=(const ArrayOfPtr& other) requires(!owns) = default;
     ArrayOfPtr(ArrayOfPtr&& other) noexcept = default;
     ArrayOfPtr& operator=(ArrayOfPtr&& other) noexcept = default;
     ~ArrayOfPtr() { clear(); }

@@ -46,8 +46,8 @@ using Box3F = Box3<float>;
 using Box3D = Box3<double>;
 static_assert(sizeof(Box3F) == 24 && sizeof(Box3D) == 48);
 
-/// The eight corners of a box in the order of the cell corners of the surface extractor: around the low z face
-/// (0,0), (1,0), (1,1), (0,1) in (x, y), then the same around the high z face.
+/// The eight corners of a box in the order of the cell corners of the surface extractor: around the low z
+/// face (0,0), (1,0), (1,1), (0,1) in (x, y), then the same around the high z face.
 template <class T>
 struct Box3Points
 {
@@ -65,8 +65,8 @@ struct Box3Points
     }
 };
 
-/// The eight corners of a box in binary order: corner c takes max x when bit 0 of c is set, max y for bit 1, max z for
-/// bit 2.
+/// The eight corners of a box in binary order: corner c takes max x when bit 0 of c is set, max y for bit 1,
+/// max z for bit 2.
 template <class T>
 struct Box3Points_ex
 {
@@ -75,7 +75,8 @@ struct Box3Points_ex
     explicit constexpr Box3Points_ex(const Box3<T>& box)
     {
         for (uint32 c = 0; c < 8; ++c)
-            points[c] = {c & 1 ? box.max.x : box.min.x, c & 2 ? box.max.y : box.min.y, c & 4 ? box.max.z : box.min.z};
+            points[c] = {c & 1 ? box.max.x : box.min.x, c & 2 ? box.max.y : box.min.y,
+                         c & 4 ? box.max.z : box.min.z};
     }
 };
 

@@ -10,9 +10,11 @@ constinit const TX_MetaClass metaClass_Plane3D("Plane3D");
 constinit const TX_MetaClass metaClass_Plane3F_virtual("Plane3F_virtual", &metaClass_Plane3F);
 constinit const TX_MetaClass metaClass_Plane3D_virtual("Plane3D_virtual", &metaClass_Plane3D);
 
-template <class T> Plane3_virtual<T>::~Plane3_virtual() = default;
+template <class T>
+Plane3_virtual<T>::~Plane3_virtual() = default;
 
-template <class T> const TX_MetaClass& Plane3_virtual<T>::getMetaClass() const
+template <class T>
+const TX_MetaClass& Plane3_virtual<T>::getMetaClass() const
 {
     return std::is_same_v<T, float> ? metaClass_Plane3F_virtual : metaClass_Plane3D_virtual;
 }

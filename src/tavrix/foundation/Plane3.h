@@ -8,7 +8,8 @@ namespace tavrix
 
 /// The plane of the points p with normal·p = offset. The normal has unit length where distances are asked
 /// for.
-template <class T> struct Plane3
+template <class T>
+struct Plane3
 {
     Vector3<T> normal;
     T offset;
@@ -31,7 +32,8 @@ static_assert(sizeof(Plane3F) == 16 && sizeof(Plane3D) == 32);
 
 /// A plane as a polymorphic object, for hosts that keep planes behind a base and ask each what it is. Its
 /// registered type descends from that of the plain plane.
-template <class T> class Plane3_virtual
+template <class T>
+class Plane3_virtual
 {
 public:
     Plane3_virtual() = default;

@@ -14,16 +14,8 @@ struct Tuple2
     A a;
     B b;
 
-    constexpr A& operator[](uint32 i)
-        requires std::same_as<A, B>
-    {
-        return i == 0 ? a : b;
-    }
-    constexpr const A& operator[](uint32 i) const
-        requires std::same_as<A, B>
-    {
-        return i == 0 ? a : b;
-    }
+    constexpr A& operator[](uint32 i) requires std::same_as<A, B> { return i == 0 ? a : b; }
+    constexpr const A& operator[](uint32 i) const requires std::same_as<A, B> { return i == 0 ? a : b; }
 
     friend constexpr bool operator==(const Tuple2&, const Tuple2&) = default;
 };
@@ -36,13 +28,11 @@ struct Tuple3
     B b;
     C c;
 
-    constexpr A& operator[](uint32 i)
-        requires(std::same_as<A, B> && std::same_as<B, C>)
+    constexpr A& operator[](uint32 i) requires(std::same_as<A, B>&& std::same_as<B, C>)
     {
         return i == 0 ? a : i == 1 ? b : c;
     }
-    constexpr const A& operator[](uint32 i) const
-        requires(std::same_as<A, B> && std::same_as<B, C>)
+    constexpr const A& operator[](uint32 i) const requires(std::same_as<A, B>&& std::same_as<B, C>)
     {
         return i == 0 ? a : i == 1 ? b : c;
     }

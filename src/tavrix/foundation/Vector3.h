@@ -20,8 +20,14 @@ struct Vector3
     constexpr Vector3& operator-=(const Vector3& b) { return *this = *this - b; }
     constexpr Vector3& operator*=(T s) { return *this = *this * s; }
 
-    friend constexpr Vector3 operator+(const Vector3& a, const Vector3& b) { return {a.x + b.x, a.y + b.y, a.z + b.z}; }
-    friend constexpr Vector3 operator-(const Vector3& a, const Vector3& b) { return {a.x - b.x, a.y - b.y, a.z - b.z}; }
+    friend constexpr Vector3 operator+(const Vector3& a, const Vector3& b)
+    {
+        return {a.x + b.x, a.y + b.y, a.z + b.z};
+    }
+    friend constexpr Vector3 operator-(const Vector3& a, const Vector3& b)
+    {
+        return {a.x - b.x, a.y - b.y, a.z - b.z};
+    }
     friend constexpr Vector3 operator-(const Vector3& a) { return {-a.x, -a.y, -a.z}; }
     friend constexpr Vector3 operator*(const Vector3& a, T s) { return {a.x * s, a.y * s, a.z * s}; }
     friend constexpr Vector3 operator*(T s, const Vector3& a) { return a * s; }

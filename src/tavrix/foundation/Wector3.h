@@ -5,7 +5,8 @@
 namespace tavrix
 {
 
-/// A 3-vector stored in four numbers; the fourth is free for a value that travels with it (a face normal's area).
+/// A 3-vector stored in four numbers; the fourth is free for a value that travels with it (a face normal's
+/// area).
 template <class T>
 struct Wector3
 {

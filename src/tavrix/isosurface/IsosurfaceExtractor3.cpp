@@ -12,34 +12,37 @@ template <class T>
 unsigned long extract(const ScalarField3<T, double>& field, Mesh& mesh, T threshold,
                       const detail::ExtractionOptions& options, Array<GridEdgeKey>* vertexEdges)
 {
-    return detail::extractSurface(detail::DenseSource<T>(field.getGrid(), field.getArrScalars().data(), threshold),
-                                  options, mesh, vertexEdges, [](uint64) {});
+    return detail::extractSurface(
+        detail::DenseSource<T>(field.getGrid(), field.getArrScalars().data(), threshold), options, mesh,
+        vertexEdges, [](uint64) {});
 }
 
 }  // namespace
 
 template <class T>
-unsigned long IsosurfaceExtractor3::extractMesh(const ScalarField3<T, double>& field, Mesh& mesh, const T& threshold,
-                                                const Box3<double>& box, Array<GridEdgeKey>& vertexEdges,
-                                                uint32 threadCount, CancelCallback callback, bool cleanUp)
+unsigned long IsosurfaceExtractor3::extractMesh(const ScalarField3<T, double>& field, Mesh& mesh,
+                                                const T& threshold, const Box3<double>& box,
+                                                Array<GridEdgeKey>& vertexEdges, uint32 threadCount,
+                                                CancelCallback callback, bool cleanUp)
 {
     const auto cells = detail::cellsTouchingBox(field.getGrid(), box);
     return extract(field, mesh, threshold, {cells, threadCount, callback, cleanUp}, &vertexEdges);
 }
 
 template <class T>
-unsigned long IsosurfaceExtractor3::extractMesh(const ScalarField3<T, double>& field, Mesh& mesh, const T& threshold,
-                                                const Box3<double>& box, uint32 threadCount, CancelCallback callback,
-                                                bool cleanUp)
+unsigned long IsosurfaceExtractor3::extractMesh(const ScalarField3<T, double>& field, Mesh& mesh,
+                                                const T& threshold, const Box3<double>& box,
+                                                uint32 threadCount, CancelCallback callback, bool cleanUp)
 {
     const auto cells = detail::cellsTouchingBox(field.getGrid(), box);
     return extract(field, mesh, threshold, {cells, threadCount, callback, cleanUp}, nullptr);
 }
 
 template <class T>
-unsigned long IsosurfaceExtractor3::extractMesh(const ScalarField3<T, double>& field, Mesh& mesh, const T& threshold,
-                                                uint32 xLow, uint32 xHigh, uint32 yLow, uint32 yHigh, uint32 zLow,
-                                                uint32 zHigh, Array<GridEdgeKey>& vertexEdges, uint32 threadCount,
+unsigned long IsosurfaceExtractor3::extractMesh(const ScalarField3<T, double>& field, Mesh& mesh,
+                                                const T& threshold, uint32 xLow, uint32 xHigh, uint32 yLow,
+                                                uint32 yHigh, uint32 zLow, uint32 zHigh,
+                                                Array<GridEdgeKey>& vertexEdges, uint32 threadCount,
                                                 CancelCallback callback, bool cleanUp)
 {
     const auto cells = detail::cellsWithinMargins(field.getGrid(), {xLow, yLow, zLow}, {xHigh, yHigh, zHigh});
@@ -47,26 +50,29 @@ unsigned long IsosurfaceExtractor3::extractMesh(const ScalarField3<T, double>& f
 }
 
 template <class T>
-unsigned long IsosurfaceExtractor3::extractMesh(const ScalarField3<T, double>& field, Mesh& mesh, const T& threshold,
-                                                uint32 xLow, uint32 xHigh, uint32 yLow, uint32 yHigh, uint32 zLow,
-                                                uint32 zHigh, uint32 threadCount, CancelCallback callback, bool cleanUp)
+unsigned long IsosurfaceExtractor3::extractMesh(const ScalarField3<T, double>& field, Mesh& mesh,
+                                                const T& threshold, uint32 xLow, uint32 xHigh, uint32 yLow,
+                                                uint32 yHigh, uint32 zLow, uint32 zHigh, uint32 threadCount,
+                                                CancelCallback callback, bool cleanUp)
 {
     const auto cells = detail::cellsWithinMargins(field.getGrid(), {xLow, yLow, zLow}, {xHigh, yHigh, zHigh});
     return extract(field, mesh, threshold, {cells, threadCount, callback, cleanUp}, nullptr);
 }
 
 template <class T>
-unsigned long IsosurfaceExtractor3::extractMesh(const ScalarField3<T, double>& field, Mesh& mesh, const T& threshold,
-                                                uint32 xLow, uint32 xHigh, uint32 yLow, uint32 yHigh, uint32 zLow,
-                                                uint32 zHigh, Array<GridEdgeKey>& vertexEdges, bool cleanUp)
+unsigned long IsosurfaceExtractor3::extractMesh(const ScalarField3<T, double>& field, Mesh& mesh,
+                                                const T& threshold, uint32 xLow, uint32 xHigh, uint32 yLow,
+                                                uint32 yHigh, uint32 zLow, uint32 zHigh,
+                                                Array<GridEdgeKey>& vertexEdges, bool cleanUp)
 {
-    return extractMesh(field, mesh, threshold, xLow, xHigh, yLow, yHigh, zLow, zHigh, vertexEdges, 1, nullptr, cleanUp);
+    return extractMesh(field, mesh, threshold, xLow, xHigh, yLow, yHigh, zLow, zHigh, vertexEdges, 1, nullptr,
+                       cleanUp);
 }
 
 template <class T>
-unsigned long IsosurfaceExtractor3::extractMesh(const ScalarField3<T, double>& field, Mesh& mesh, const T& threshold,
-                                                uint32 xLow, uint32 xHigh, uint32 yLow, uint32 yHigh, uint32 zLow,
-                                                uint32 zHigh, bool cleanUp)
+unsigned long IsosurfaceExtractor3::extractMesh(const ScalarField3<T, double>& field, Mesh& mesh,
+                                                const T& threshold, uint32 xLow, uint32 xHigh, uint32 yLow,
+                                                uint32 yHigh, uint32 zLow, uint32 zHigh, bool cleanUp)
 {
     return extractMesh(field, mesh, threshold, xLow, xHigh, yLow, yHigh, zLow, zHigh, 1, nullptr, cleanUp);
 }
@@ -82,23 +88,24 @@ void IsosurfaceExtractor3::eraseRepeatedVertices(Mesh& mesh) { detail::mergePosi
 
 void IsosurfaceExtractor3::eraseFacesWithRepatedIndexes(Mesh& mesh) { detail::dropCollapsedFaces(mesh, 1); }
 
-#define TX_INSTANTIATE(T)                                                                                             \
-    template TX_GEOMETRY_API unsigned long IsosurfaceExtractor3::extractMesh(                                         \
-        const ScalarField3<T, double>&, Mesh&, const T&, const Box3<double>&, Array<GridEdgeKey>&, uint32,            \
-        CancelCallback, bool);                                                                                        \
-    template TX_GEOMETRY_API unsigned long IsosurfaceExtractor3::extractMesh(                                         \
-        const ScalarField3<T, double>&, Mesh&, const T&, const Box3<double>&, uint32, CancelCallback, bool);          \
-    template TX_GEOMETRY_API unsigned long IsosurfaceExtractor3::extractMesh(                                         \
-        const ScalarField3<T, double>&, Mesh&, const T&, uint32, uint32, uint32, uint32, uint32, uint32,              \
-        Array<GridEdgeKey>&, uint32, CancelCallback, bool);                                                           \
-    template TX_GEOMETRY_API unsigned long IsosurfaceExtractor3::extractMesh(                                         \
-        const ScalarField3<T, double>&, Mesh&, const T&, uint32, uint32, uint32, uint32, uint32, uint32, uint32,      \
-        CancelCallback, bool);                                                                                        \
-    template TX_GEOMETRY_API unsigned long IsosurfaceExtractor3::extractMesh(                                         \
-        const ScalarField3<T, double>&, Mesh&, const T&, uint32, uint32, uint32, uint32, uint32, uint32,              \
-        Array<GridEdgeKey>&, bool);                                                                                   \
-    template TX_GEOMETRY_API unsigned long IsosurfaceExtractor3::extractMesh(                                         \
-        const ScalarField3<T, double>&, Mesh&, const T&, uint32, uint32, uint32, uint32, uint32, uint32, bool);
+#define TX_INSTANTIATE(T)                                                                                    \
+    template TX_GEOMETRY_API unsigned long IsosurfaceExtractor3::extractMesh(                                \
+        const ScalarField3<T, double>&, Mesh&, const T&, const Box3<double>&, Array<GridEdgeKey>&, uint32,   \
+        CancelCallback, bool);                                                                               \
+    template TX_GEOMETRY_API unsigned long IsosurfaceExtractor3::extractMesh(                                \
+        const ScalarField3<T, double>&, Mesh&, const T&, const Box3<double>&, uint32, CancelCallback, bool); \
+    template TX_GEOMETRY_API unsigned long IsosurfaceExtractor3::extractMesh(                                \
+        const ScalarField3<T, double>&, Mesh&, const T&, uint32, uint32, uint32, uint32, uint32, uint32,     \
+        Array<GridEdgeKey>&, uint32, CancelCallback, bool);                                                  \
+    template TX_GEOMETRY_API unsigned long IsosurfaceExtractor3::extractMesh(                                \
+        const ScalarField3<T, double>&, Mesh&, const T&, uint32, uint32, uint32, uint32, uint32, uint32,     \
+        uint32, CancelCallback, bool);                                                                       \
+    template TX_GEOMETRY_API unsigned long IsosurfaceExtractor3::extractMesh(                                \
+        const ScalarField3<T, double>&, Mesh&, const T&, uint32, uint32, uint32, uint32, uint32, uint32,     \
+        Array<GridEdgeKey>&, bool);                                                                          \
+    template TX_GEOMETRY_API unsigned long IsosurfaceExtractor3::extractMesh(                                \
+        const ScalarField3<T, double>&, Mesh&, const T&, uint32, uint32, uint32, uint32, uint32, uint32,     \
+        bool);
 TX_INSTANTIATE(float)
 TX_INSTANTIATE(double)
 #undef TX_INSTANTIATE

@@ -16,72 +16,79 @@ class ScalarField3Parent;
 /// (monoindex of a grid edge's lower node, axis 0 x, 1 y, 2 z).
 using GridEdgeKey = Tuple2<uint32, uint32>;
 
-/// Iso-surfaces of sampled fields as triangle meshes, by marching cubes (Lorensen and Cline 1987) with one vertex a
-/// crossed grid edge. Static operations only.
+/// Iso-surfaces of sampled fields as triangle meshes, by marching cubes (Lorensen and Cline 1987) with one
+/// vertex a crossed grid edge. Static operations only.
 ///
-/// A sample not below the threshold is inside. Faces come in the order of the cells' monoindices; their winding turns
-/// the normals by the right-hand rule towards larger samples, so a field that is larger inside needs flipped faces to
-/// show its outside. Vertices are numbered by hashing: all corner keys in face order go into B = faces / 2 buckets by
-/// (monoindex mod B), each key once, and are counted bucket by bucket. The result does not depend on the thread count
-/// (unless there are more threads than a plane x = const has nodes) nor on timing. Surfaces close except at the border
-/// of the cells that were looked at.
+/// A sample not below the threshold is inside. Faces come in the order of the cells' monoindices; their
+/// winding turns the normals by the right-hand rule towards larger samples, so a field that is larger inside
+/// needs flipped faces to show its outside. Vertices are numbered by hashing: all corner keys in face order
+/// go into B = faces / 2 buckets by (monoindex mod B), each key once, and are counted bucket by bucket. The
+/// result does not depend on the thread count (unless there are more threads than a plane x = const has
+/// nodes) nor on timing. Surfaces close except at the border of the cells that were looked at.
 class TX_GEOMETRY_API IsosurfaceExtractor3
 {
 public:
-    /// Extracts the surface where the field crosses the threshold into the mesh, which should be empty: positions and
-    /// zero normals are appended, faces (TrindexPos and TrindexNor) replaced. Normals are the caller's to compute.
+    /// Extracts the surface where the field crosses the threshold into the mesh, which should be empty:
+    /// positions and zero normals are appended, faces (TrindexPos and TrindexNor) replaced. Normals are the
+    /// caller's to compute.
     ///
-    /// box: only cells with a corner node in the closed box. xLow … zHigh: the number of cell layers left out at each
-    /// end of each axis. vertexEdges receives the grid edge of every vertex, as numbered before any clean-up. The
-    /// callback is polled on the caller's thread; a result above 0 stops with the mesh as it was. cleanUp merges vertices
-    /// closer than pointSeparation / 2^13 on every axis and drops the faces that collapse (see mcaClean).
+    /// box: only cells with a corner node in the closed box. xLow … zHigh: the number of cell layers left out
+    /// at each end of each axis. vertexEdges receives the grid edge of every vertex, as numbered before any
+    /// clean-up. The callback is polled on the caller's thread; a result above 0 stops with the mesh as it
+    /// was. cleanUp merges vertices closer than pointSeparation / 2^13 on every axis and drops the faces that
+    /// collapse (see mcaClean).
     ///
-    /// Returns the number of faces; 0, and an untouched mesh, when fewer than two triangles arise or the callback stops.
+    /// Returns the number of faces; 0, and an untouched mesh, when fewer than two triangles arise or the
+    /// callback stops.
     template <class T>
     static unsigned long extractMesh(const ScalarField3<T, double>& field, Mesh& mesh, const T& threshold,
-                                     const Box3<double>& box, Array<GridEdgeKey>& vertexEdges, uint32 threadCount,
+                                     const Box3<double>& box, Array<GridEdgeKey>& vertexEdges,
+                                     uint32 threadCount, CancelCallback callback, bool cleanUp);
+    template <class T>
+    static unsigned long extractMesh(const ScalarField3<T, double>& field, Mesh& mesh, const T& threshold,
+                                     const Box3<double>& box, uint32 threadCount, CancelCallback callback,
+                                     bool cleanUp);
+    template <class T>
+    static unsigned long extractMesh(const ScalarField3<T, double>& field, Mesh& mesh, const T& threshold,
+                                     uint32 xLow, uint32 xHigh, uint32 yLow, uint32 yHigh, uint32 zLow,
+                                     uint32 zHigh, Array<GridEdgeKey>& vertexEdges, uint32 threadCount,
                                      CancelCallback callback, bool cleanUp);
     template <class T>
     static unsigned long extractMesh(const ScalarField3<T, double>& field, Mesh& mesh, const T& threshold,
-                                     const Box3<double>& box, uint32 threadCount, CancelCallback callback, bool cleanUp);
+                                     uint32 xLow, uint32 xHigh, uint32 yLow, uint32 yHigh, uint32 zLow,
+                                     uint32 zHigh, uint32 threadCount, CancelCallback callback, bool cleanUp);
     template <class T>
-    static unsigned long extractMesh(const ScalarField3<T, double>& field, Mesh& mesh, const T& threshold, uint32 xLow,
-                                     uint32 xHigh, uint32 yLow, uint32 yHigh, uint32 zLow, uint32 zHigh,
-                                     Array<GridEdgeKey>& vertexEdges, uint32 threadCount, CancelCallback callback,
-                                     bool cleanUp);
+    static unsigned long extractMesh(const ScalarField3<T, double>& field, Mesh& mesh, const T& threshold,
+                                     uint32 xLow, uint32 xHigh, uint32 yLow, uint32 yHigh, uint32 zLow,
+                                     uint32 zHigh, Array<GridEdgeKey>& vertexEdges, bool cleanUp);
     template <class T>
-    static unsigned long extractMesh(const ScalarField3<T, double>& field, Mesh& mesh, const T& threshold, uint32 xLow,
-                                     uint32 xHigh, uint32 yLow, uint32 yHigh, uint32 zLow, uint32 zHigh,
-                                     uint32 threadCount, CancelCallback callback, bool cleanUp);
-    template <class T>
-    static unsigned long extractMesh(const ScalarField3<T, double>& field, Mesh& mesh, const T& threshold, uint32 xLow,
-                                     uint32 xHigh, uint32 yLow, uint32 yHigh, uint32 zLow, uint32 zHigh,
-                                     Array<GridEdgeKey>& vertexEdges, bool cleanUp);
-    template <class T>
-    static unsigned long extractMesh(const ScalarField3<T, double>& field, Mesh& mesh, const T& threshold, uint32 xLow,
-                                     uint32 xHigh, uint32 yLow, uint32 yHigh, uint32 zLow, uint32 zHigh, bool cleanUp);
+    static unsigned long extractMesh(const ScalarField3<T, double>& field, Mesh& mesh, const T& threshold,
+                                     uint32 xLow, uint32 xHigh, uint32 yLow, uint32 yHigh, uint32 zLow,
+                                     uint32 zHigh, bool cleanUp);
 
     /// Extracts from a parent of several fields, with unit normals interpolated from the nodes' gradients.
     ///
-    /// Cells are classified against the threshold, but each vertex lies where its edge crosses 0, not the threshold: the
-    /// hosts rely on it, and it is harmless for the threshold 0 that they pass. Writes three diagnostic lines to standard
-    /// error. Everything else as above, over all cells.
-    static unsigned long extractMesh(const ScalarField3Parent<float, double>& parent, Mesh& mesh, float threshold,
-                                     uint32 threadCount, CancelCallback callback, bool cleanUp);
+    /// Cells are classified against the threshold, but each vertex lies where its edge crosses 0, not the
+    /// threshold: the hosts rely on it, and it is harmless for the threshold 0 that they pass. Writes three
+    /// diagnostic lines to standard error. Everything else as above, over all cells.
+    static unsigned long extractMesh(const ScalarField3Parent<float, double>& parent, Mesh& mesh,
+                                     float threshold, uint32 threadCount, CancelCallback callback,
+                                     bool cleanUp);
 
-    /// Merges positions that differ by no more than the tolerance on every axis, then drops faces that name a position
-    /// twice. Positions are sorted by x, then y, then z, differences within the tolerance counting as equal; each joins
-    /// the group of the first one before it that opened a group, or opens its own, and every group becomes its first
-    /// position. Tolerance 0 merges equal positions only; positions that are not numbers never merge. "Nor" is resized
-    /// to the positions but not permuted: recompute normals. The tolerance stays behind as a process-wide value, so
-    /// two threads must not clean at the same time.
+    /// Merges positions that differ by no more than the tolerance on every axis, then drops faces that name a
+    /// position twice. Positions are sorted by x, then y, then z, differences within the tolerance counting
+    /// as equal; each joins the group of the first one before it that opened a group, or opens its own, and
+    /// every group becomes its first position. Tolerance 0 merges equal positions only; positions that are
+    /// not numbers never merge. "Nor" is resized to the positions but not permuted: recompute normals. The
+    /// tolerance stays behind as a process-wide value, so two threads must not clean at the same time.
     static void mcaClean(Mesh& mesh, const double& tolerance);
 
-    /// Relaxes a mesh whose normals share the position indices: each pass moves every vertex by `follow` times the way to
-    /// the average of its neighbours, plus `slide` times the part of that way across its normal, and turns its normal by
-    /// `follow` times the angle to the neighbours' average normal. Neighbours count once for every face they share; a
-    /// vertex without faces stays. The callback is polled before every pass and every vertex and ends the work at once;
-    /// finished passes stay. The thread count changes nothing. A "Nor" shorter than "Pos" is filled up with zero vectors.
+    /// Relaxes a mesh whose normals share the position indices: each pass moves every vertex by `follow`
+    /// times the way to the average of its neighbours, plus `slide` times the part of that way across its
+    /// normal, and turns its normal by `follow` times the angle to the neighbours' average normal. Neighbours
+    /// count once for every face they share; a vertex without faces stays. The callback is polled before
+    /// every pass and every vertex and ends the work at once; finished passes stay. The thread count changes
+    /// nothing. A "Nor" shorter than "Pos" is filled up with zero vectors.
     static void tension(Mesh& mesh, float follow, float slide, uint32 iterations, uint32 threadCount,
                         CancelCallback callback);
     static void tension(Mesh& mesh, float follow, float slide, uint32 iterations);

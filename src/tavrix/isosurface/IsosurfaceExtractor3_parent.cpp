@@ -20,7 +20,10 @@ class ParentSource
 public:
     static constexpr bool hasNormals = true;
 
-    ParentSource(const Parent& parent, float threshold) : _parent(parent), _threshold(threshold) {}
+    ParentSource(const Parent& parent, float threshold)
+        : _parent(parent), _points(parent.getGrid()), _threshold(threshold)
+    {
+    }
 
     const GridDescription3<double>& grid() const { return _parent.getGrid(); }
 
@@ -35,8 +38,9 @@ public:
         }
     }
 
+    void prefetch(const detail::EdgeKey&) const {}
     /// Where the edge crosses 0, whatever the threshold.
-    Vector3D vertex(const detail::EdgeKey& key) const { return detail::pointOnEdge(grid(), key, crossing(key)); }
+    Vector3D vertex(const detail::EdgeKey& key) const { return _points(key, crossing(key)); }
 
     /// The unit gradients of the edge's nodes, interpolated at the crossing and brought to unit length.
     Vector3F normal(const detail::EdgeKey& key) const
@@ -68,16 +72,20 @@ private:
         return l > 0 ? v * (1 / l) : Vector3D{0, 0, 0};
     }
 
-    Vector3D unitGradient(const Index3& node) const { return unit(convert<double>(_parent.evalGradCentral(node))); }
+    Vector3D unitGradient(const Index3& node) const
+    {
+        return unit(convert<double>(_parent.evalGradCentral(node)));
+    }
 
     const Parent& _parent;
+    detail::EdgePoints _points;
     float _threshold;
 };
 
 }  // namespace
 
-unsigned long IsosurfaceExtractor3::extractMesh(const Parent& parent, Mesh& mesh, float threshold, uint32 threadCount,
-                                                CancelCallback callback, bool cleanUp)
+unsigned long IsosurfaceExtractor3::extractMesh(const Parent& parent, Mesh& mesh, float threshold,
+                                                uint32 threadCount, CancelCallback callback, bool cleanUp)
 {
     const auto cells = detail::cellsWithinMargins(parent.getGrid(), {0, 0, 0}, {0, 0, 0});
     const ParentSource source(parent, threshold);

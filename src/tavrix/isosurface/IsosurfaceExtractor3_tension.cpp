@@ -79,7 +79,8 @@ Vector3D turnTowards(const Vector3D& normal, const Vector3D& target, double frac
     return QuaternionD::fromHalfAngle(axis, cosineHalf, sineHalf).rotate(normal);
 }
 
-Vertex relax(const Vector3D& position, const Vector3F& oldNormal, const NeighbourSum& sum, double follow, double slide)
+Vertex relax(const Vector3D& position, const Vector3F& oldNormal, const NeighbourSum& sum, double follow,
+             double slide)
 {
     const Vector3D normal = convert<double>(oldNormal);
     const Vector3D way = sum.position * (1.0 / sum.count) - position;

@@ -49,7 +49,8 @@ constexpr uint32 alwaysPresentCount = 6;  // the first of focusOrder
 const SlotInf& infOf(Slot slot) { return slotInfs[static_cast<uint32>(slot)]; }
 
 /// Calls visit(std::type_identity<T>) with the element type of the slot.
-template <class Visit> auto withElementType(Slot slot, const Visit& visit)
+template <class Visit>
+auto withElementType(Slot slot, const Visit& visit)
 {
     switch (slot)
     {
@@ -163,7 +164,8 @@ void Mesh::workBox() const
     _flags |= boxValid;
 }
 
-template <class T> const Array<T>& Mesh::read(Slot slot) const
+template <class T>
+const Array<T>& Mesh::read(Slot slot) const
 {
     static const Array<T> none;
     const Array<T>* array = server().get<Array<T>>(handleOf(slot));

@@ -146,7 +146,8 @@ public:
 
     /// Registers a new extra array (texture coordinates, velocities, …), which dies with the mesh. A second
     /// array of the same name may be added; findArray answers with the first.
-    template <class T> Array<T>& addArray(const TX_String& name, uint32 flags = MeshArrayInf::PER_POSITION)
+    template <class T>
+    Array<T>& addArray(const TX_String& name, uint32 flags = MeshArrayInf::PER_POSITION)
     {
         const ArrayHandle handle = TX_ArrayServer::instance().create<Array<T>>();
         addArray(handle, name, flags | MeshArrayInf::LIFE_CYCLE);
@@ -158,7 +159,8 @@ public:
     /// The first registered array of that name, slots included; none when there is none.
     ArrayHandle findArray(const TX_String& name) const;
     /// The same as a typed array; null when there is none or its elements are of another type.
-    template <class T> Array<T>* findArray(const TX_String& name) const
+    template <class T>
+    Array<T>* findArray(const TX_String& name) const
     {
         return TX_ArrayServer::instance().get<Array<T>>(findArray(name));
     }
@@ -334,7 +336,8 @@ private:
     bool isInSlot(ArrayHandle handle) const;
     bool substitute(ArrayHandle& dst, ArrayHandle fresh, const Mesh& other, ArrayHandle src);
     /// The array of a slot for writing, created when the slot holds none.
-    template <class T> Array<T>& require(Slot slot)
+    template <class T>
+    Array<T>& require(Slot slot)
     {
         if (!TX_ArrayServer::instance().get<Array<T>>(handleOf(slot)))
         {
@@ -344,7 +347,8 @@ private:
         }
         return *TX_ArrayServer::instance().get<Array<T>>(handleOf(slot));
     }
-    template <class T> const Array<T>& read(Slot slot) const;
+    template <class T>
+    const Array<T>& read(Slot slot) const;
 
     mutable uint32 _flags = 0;
     TX_String _name;

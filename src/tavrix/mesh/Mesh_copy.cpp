@@ -27,7 +27,8 @@ std::vector<bool> connectedFaces(const Mesh& mesh, uint32 seedFace)
 }
 
 /// The elements of `from` whose face is chosen; nothing when `from` does not hold one element a face.
-template <class T> void copyChosen(Array<T>& to, const Array<T>& from, const std::vector<bool>& chosen)
+template <class T>
+void copyChosen(Array<T>& to, const Array<T>& from, const std::vector<bool>& chosen)
 {
     if (from.size() != chosen.size()) return;
     to.reserve(static_cast<uint32>(std::count(chosen.begin(), chosen.end(), true)));
@@ -53,13 +54,15 @@ Array<uint32> compactIndices(Array<Index3>& triples, uint32 entryCount)
     return used;
 }
 
-template <class T> void gather(Array<T>& to, const Array<T>& from, const Array<uint32>& indices)
+template <class T>
+void gather(Array<T>& to, const Array<T>& from, const Array<uint32>& indices)
 {
     to.resize(indices.size());
     for (uint32 i = 0; i < indices.size(); ++i) to[i] = from[indices[i]];
 }
 
-template <class T> void append(Array<T>& to, const Array<T>& from)
+template <class T>
+void append(Array<T>& to, const Array<T>& from)
 {
     const uint32 oldSize = to.size();
     const uint32 count = from.size();

@@ -7,7 +7,8 @@ namespace tavrix
 
 /// The family of mesh file parsers: `MeshFileParser<Parser>::instance()` is the process's one parser of that
 /// kind. Each parser's header declares its instance, and its source defines it.
-template <class Parser> class MeshFileParser
+template <class Parser>
+class MeshFileParser
 {
 public:
     static Parser& instance();

@@ -35,7 +35,8 @@ int readObj(const TX_String& fileName, bool withTextures, ArrayOfPtr<Mesh>& mesh
 
 }  // namespace
 
-template <> Mesh_OBJ_FileParser& MeshFileParser<Mesh_OBJ_FileParser>::instance()
+template <>
+Mesh_OBJ_FileParser& MeshFileParser<Mesh_OBJ_FileParser>::instance()
 {
     static Mesh_OBJ_FileParser parser;
     return parser;

@@ -59,6 +59,7 @@ public:
     int write(const TX_String& fileName, const Mesh& mesh) const;
 };
 
-template <> TX_GEOMETRY_API Mesh_OBJ_FileParser& MeshFileParser<Mesh_OBJ_FileParser>::instance();
+template <>
+TX_GEOMETRY_API Mesh_OBJ_FileParser& MeshFileParser<Mesh_OBJ_FileParser>::instance();
 
 }  // namespace tavrix

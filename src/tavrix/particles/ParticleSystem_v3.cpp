@@ -42,7 +42,8 @@ uint32 recordsPerBlock(int16 version)
     return static_cast<uint32>(fileBufferSize / recordSize(version)) + 1;
 }
 
-template <class Number> Number decode(const unsigned char* bytes)
+template <class Number>
+Number decode(const unsigned char* bytes)
 {
     Number value;
     std::memcpy(&value, bytes, sizeof value);
@@ -55,7 +56,8 @@ Vector3F decodeVector(const unsigned char* bytes)
     return {decode<float>(bytes), decode<float>(bytes + 4), decode<float>(bytes + 8)};
 }
 
-template <class Number> void encode(Number value, unsigned char* bytes)
+template <class Number>
+void encode(Number value, unsigned char* bytes)
 {
     convertByteOrder(&value, 1, ByteOrder::little);
     std::memcpy(bytes, &value, sizeof value);
@@ -97,7 +99,8 @@ uint32 expectedCount(const FileBufferIn& file, const Header& header, uint32 want
     return static_cast<uint32>(std::min<uint64>(wanted, held));
 }
 
-template <class T> void makeRoom(Array<T>& array, uint32 size)
+template <class T>
+void makeRoom(Array<T>& array, uint32 size)
 {
     if (size > array.capacity()) array.reserve(std::max(size, array.capacity() * 2));
     array.resize(size);

@@ -11,7 +11,8 @@ namespace tavrix
 /// The registry of the arrays that one object uses: handles in the order of registration, with one Inf
 /// (flags, a name) each. Every entry owns one reference to its array; the destructor gives them all back.
 /// Searches are linear: a set holds some twenty entries.
-template <class Inf> class ArraySet
+template <class Inf>
+class ArraySet
 {
 public:
     ArraySet() = default;

@@ -9,7 +9,8 @@ namespace
 constexpr uint32 blockSize = 512;
 
 /// Reads through a block, so that a number cut by the end of the file leaves its destination untouched.
-template <class Number> uint32 readNumbers(Number* values, uint32 count, std::FILE* file, ByteOrder order)
+template <class Number>
+uint32 readNumbers(Number* values, uint32 count, std::FILE* file, ByteOrder order)
 {
     Number block[blockSize];
     uint32 done = 0;

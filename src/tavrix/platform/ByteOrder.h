@@ -26,7 +26,8 @@ inline constexpr ByteOrder machineByteOrder =
 
 /// Turns plain numbers in place from one byte order to the other; nothing happens when `order` is the
 /// machine's.
-template <class Number> void convertByteOrder(Number* values, std::size_t count, ByteOrder order) noexcept
+template <class Number>
+void convertByteOrder(Number* values, std::size_t count, ByteOrder order) noexcept
 {
     static_assert(std::is_arithmetic_v<Number>);
     if (order == machineByteOrder) return;

@@ -71,7 +71,8 @@ std::size_t FileBufferIn::readBuffer(void* destination, std::size_t byteCount)
     return byteCount - missing;
 }
 
-template <class Number> std::size_t FileBufferIn::readNumbers(Number* values, std::size_t count)
+template <class Number>
+std::size_t FileBufferIn::readNumbers(Number* values, std::size_t count)
 {
     const std::size_t whole = readBuffer(values, count * sizeof(Number)) / sizeof(Number);
     convertByteOrder(values, whole, ByteOrder::little);

@@ -59,7 +59,8 @@ public:
     FileStatus close() noexcept;
 
 private:
-    template <class Number> std::size_t readNumbers(Number* values, std::size_t count);
+    template <class Number>
+    std::size_t readNumbers(Number* values, std::size_t count);
     std::size_t readFile(void* destination, std::size_t byteCount);
 
     std::FILE* _file = nullptr;

@@ -56,7 +56,8 @@ std::size_t FileBufferOut::writeBuffer(const void* source, std::size_t byteCount
     return byteCount;
 }
 
-template <class Number> std::size_t FileBufferOut::writeNumbers(const Number* values, std::size_t count)
+template <class Number>
+std::size_t FileBufferOut::writeNumbers(const Number* values, std::size_t count)
 {
     if constexpr (machineByteOrder == ByteOrder::little)
         return writeBuffer(values, count * sizeof(Number)) / sizeof(Number);

@@ -53,7 +53,8 @@ public:
     FileStatus close() noexcept;
 
 private:
-    template <class Number> std::size_t writeNumbers(const Number* values, std::size_t count);
+    template <class Number>
+    std::size_t writeNumbers(const Number* values, std::size_t count);
     bool writeFile(const void* source, std::size_t byteCount) noexcept;
     bool flush() noexcept;
 

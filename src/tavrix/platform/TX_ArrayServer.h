@@ -29,14 +29,16 @@ public:
     static TX_ArrayServer& instance();
 
     /// Makes an array from the arguments, with one reference, owned by the caller.
-    template <std::copyable A, class... Arguments> ArrayHandle create(Arguments&&... arguments)
+    template <std::copyable A, class... Arguments>
+    ArrayHandle create(Arguments&&... arguments)
     {
         return insert(std::make_unique<Box<A>>(std::forward<Arguments>(arguments)...));
     }
 
     /// The array, or null when the handle is none or stale, or names an array of another type. The array
     /// stays where it is until its last reference is released.
-    template <class A> A* get(ArrayHandle handle) const noexcept
+    template <class A>
+    A* get(ArrayHandle handle) const noexcept
     {
         AnyBox* box = find(handle);
         return box && *box->type == typeid(A) ? &static_cast<Box<A>*>(box)->array : nullptr;
@@ -78,7 +80,8 @@ private:
         const std::type_info* type;
     };
 
-    template <class A> struct Box final : AnyBox
+    template <class A>
+    struct Box final : AnyBox
     {
         template <class... Arguments>
         explicit Box(Arguments&&... arguments)

@@ -42,7 +42,8 @@ public:
 #if defined(__GNUC__)
     __attribute__((format(printf, 2, 3)))
 #endif
-    void appendFormat(const char* format, ...);
+    void
+    appendFormat(const char* format, ...);
 
     friend bool operator==(const TX_String& a, const TX_String& b) noexcept { return a._text == b._text; }
     friend auto operator<=>(const TX_String& a, const TX_String& b) noexcept { return a._text <=> b._text; }

@@ -18,8 +18,8 @@ public:
     /// Joins a thread that still runs.
     ~Thread();
 
-    /// Runs the body on a thread of its own; false when the system gives none, and the body has then not run. The body
-    /// must not throw, and must live until the join.
+    /// Runs the body on a thread of its own; false when the system gives none, and the body has then not run.
+    /// The body must not throw, and must live until the join.
     bool start(const std::function<void()>& body) noexcept;
 
     /// Waits, without a time-out, until the body has returned. Nothing happens when no thread was started.

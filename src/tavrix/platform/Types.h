@@ -32,7 +32,8 @@ struct TX_NO
 /// An index, id or handle that means "none".
 inline constexpr uint32 noIndex = 0xFFFFFFFFu;
 
-/// The value of a failed evaluation, and the start of every minimum search: the largest single-precision number.
+/// The value of a failed evaluation, and the start of every minimum search: the largest single-precision
+/// number.
 inline constexpr float farValue = std::numeric_limits<float>::max();
 
 }  // namespace tavrix

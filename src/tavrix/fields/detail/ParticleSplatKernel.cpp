@@ -31,11 +31,11 @@ struct NodeRange
     }
 };
 
-/// Gives `count` consecutive samples the kernel's values, where a squared distance is rowPart + zPart[n]. Distances beyond
-/// the reach change nothing: there the maximum gets a negative value and the sum 0.
+/// Gives `count` consecutive samples the kernel's values, where a squared distance is rowPart + zPart[n].
+/// Distances beyond the reach change nothing: there the maximum gets a negative value and the sum 0.
 template <SplatKernel::Merge merge, class Value>
-inline void splatLanes(Value* __restrict samples, const double* __restrict zPart, uint32 count, double rowPart,
-                       float squaredReach, float scale)
+inline void splatLanes(Value* __restrict samples, const double* __restrict zPart, uint32 count,
+                       double rowPart, float squaredReach, float scale)
 {
     for (uint32 n = 0; n < count; ++n)
     {
@@ -56,8 +56,8 @@ inline void splatLanes(Value* __restrict samples, const double* __restrict zPart
 
 /// A run of nodes, in whole groups of lanes where the stored row has room for them.
 template <SplatKernel::Merge merge, class Value>
-inline void splatRun(Value* row, uint32 rowStart, uint32 rowLength, uint32 low, uint32 high, const double* zPart,
-                     uint32 zFirst, double rowPart, float squaredReach, float scale)
+inline void splatRun(Value* row, uint32 rowStart, uint32 rowLength, uint32 low, uint32 high,
+                     const double* zPart, uint32 zFirst, double rowPart, float squaredReach, float scale)
 {
     uint32 start = low - rowStart;
     const uint32 padded = (high - low + lanes - 1) / lanes * lanes;
@@ -74,7 +74,8 @@ inline void splatRun(Value* row, uint32 rowStart, uint32 rowLength, uint32 low, 
 }
 
 template <SplatKernel::Merge merge, class Value>
-inline void splatParticle(const SplatTarget<Value>& target, const SplatKernel& kernel, const Particle& particle)
+inline void splatParticle(const SplatTarget<Value>& target, const SplatKernel& kernel,
+                          const Particle& particle)
 {
     const float reach = particle.r * kernel.reach;
     const float squaredReach = reach * reach;
@@ -87,13 +88,15 @@ inline void splatParticle(const SplatTarget<Value>& target, const SplatKernel& k
     for (uint32 axis = 0; axis < 3; ++axis)
     {
         cell[axis] = (center[axis] - target.nodes[axis][0]) * target.reciprocal[axis];
-        range[axis] = NodeRange::around(floorOf(cell[axis]), reachInNodes, target.low[axis], target.high[axis]);
+        range[axis] =
+            NodeRange::around(floorOf(cell[axis]), reachInNodes, target.low[axis], target.high[axis]);
         if (range[axis].low >= range[axis].high) return;
     }
 
     double* zPart = target.scratch + lanes;
     const uint32 zFirst = range[2].low, zCount = range[2].high - zFirst;
-    for (uint32 n = 0; n < lanes; ++n) zPart[static_cast<std::ptrdiff_t>(n) - lanes] = zPart[zCount + n] = farAway;
+    for (uint32 n = 0; n < lanes; ++n)
+        zPart[static_cast<std::ptrdiff_t>(n) - lanes] = zPart[zCount + n] = farAway;
     for (uint32 n = 0; n < zCount; ++n)
     {
         const double d = target.nodes[2][zFirst + n] - center[2];
@@ -109,23 +112,27 @@ inline void splatParticle(const SplatTarget<Value>& target, const SplatKernel& k
             const double rowPart = dx * dx + dy * dy;
             if (rowPart > limit) continue;
             const double half = sqrt(limit - rowPart) * target.reciprocal[2];
-            const NodeRange run = NodeRange::around(floorOf(cell[2]), floorOf(half) + 1, zFirst, zFirst + zCount);
+            const NodeRange run =
+                NodeRange::around(floorOf(cell[2]), floorOf(half) + 1, zFirst, zFirst + zCount);
             if (run.low >= run.high) continue;
             Value* row = target.samples + (i - target.rowStart[0]) * target.strideX +
                          (j - target.rowStart[1]) * target.strideY;
-            splatRun<merge>(row, target.rowStart[2], target.rowLength, run.low, run.high, zPart, zFirst, rowPart,
-                            squaredReach, kernel.scale);
+            splatRun<merge>(row, target.rowStart[2], target.rowLength, run.low, run.high, zPart, zFirst,
+                            rowPart, squaredReach, kernel.scale);
         }
     }
 }
 
 template <class Value>
-void splat(const SplatTarget<Value>& target, const SplatKernel& kernel, const Particle* particles, std::size_t count)
+void splat(const SplatTarget<Value>& target, const SplatKernel& kernel, const Particle* particles,
+           std::size_t count)
 {
     if (kernel.merge == SplatKernel::Merge::Maximum)
-        for (std::size_t n = 0; n < count; ++n) splatParticle<SplatKernel::Merge::Maximum>(target, kernel, particles[n]);
+        for (std::size_t n = 0; n < count; ++n)
+            splatParticle<SplatKernel::Merge::Maximum>(target, kernel, particles[n]);
     else
-        for (std::size_t n = 0; n < count; ++n) splatParticle<SplatKernel::Merge::Sum>(target, kernel, particles[n]);
+        for (std::size_t n = 0; n < count; ++n)
+            splatParticle<SplatKernel::Merge::Sum>(target, kernel, particles[n]);
 }
 
 template void splat(const SplatTarget<float>&, const SplatKernel&, const Particle*, std::size_t);

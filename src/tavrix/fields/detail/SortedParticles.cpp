@@ -48,8 +48,8 @@ uint32 sortKey(const Lattice& lattice, const Vector3F& position, float radius, f
 
 }  // namespace
 
-Array<Particle> sortParticles(const Lattice& lattice, const Array<Vector3F>& positions, const Array<float>& radii,
-                              float kernelReach, uint32 threadCount)
+Array<Particle> sortParticles(const Lattice& lattice, const Array<Vector3F>& positions,
+                              const Array<float>& radii, float kernelReach, uint32 threadCount)
 {
     Array<uint64> order(std::min(positions.size(), radii.size()));
     parallelFor(order.size(), threadCount,
@@ -99,8 +99,8 @@ NodeBox nodesAround(const Lattice& lattice, const Particle* begin, const Particl
 
 }  // namespace
 
-std::vector<ParticleGroup> groupParticles(const Lattice& lattice, const Array<Particle>& particles, float margin,
-                                          uint32 threadCount)
+std::vector<ParticleGroup> groupParticles(const Lattice& lattice, const Array<Particle>& particles,
+                                          float margin, uint32 threadCount)
 {
     const uint32 groupCount = std::max(threadCount, 1u);
     const uint32 each = particles.size() / groupCount;

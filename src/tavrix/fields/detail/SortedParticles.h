@@ -41,14 +41,14 @@ struct ParticleGroup
     NodeBox nodes;
 };
 
-/// The particles that can touch the lattice (finite, radius above 0, within reach), sorted by the monoindex of their cell
-/// and then by index: a linear radix sort, and the same order for every thread count.
-Array<Particle> sortParticles(const Lattice& lattice, const Array<Vector3F>& positions, const Array<float>& radii,
-                              float kernelReach, uint32 threadCount);
+/// The particles that can touch the lattice (finite, radius above 0, within reach), sorted by the monoindex
+/// of their cell and then by index: a linear radix sort, and the same order for every thread count.
+Array<Particle> sortParticles(const Lattice& lattice, const Array<Vector3F>& positions,
+                              const Array<float>& radii, float kernelReach, uint32 threadCount);
 
-/// Cuts sorted particles into threadCount runs of equal length, the last taking the remainder. Each may touch the nodes
-/// around its box: snapped outward to the lattice, widened by round(margin / separation) + 2 nodes.
-std::vector<ParticleGroup> groupParticles(const Lattice& lattice, const Array<Particle>& particles, float margin,
-                                          uint32 threadCount);
+/// Cuts sorted particles into threadCount runs of equal length, the last taking the remainder. Each may touch
+/// the nodes around its box: snapped outward to the lattice, widened by round(margin / separation) + 2 nodes.
+std::vector<ParticleGroup> groupParticles(const Lattice& lattice, const Array<Particle>& particles,
+                                          float margin, uint32 threadCount);
 
 }  // namespace tavrix::detail

@@ -16,8 +16,8 @@ constexpr uint32 digitBits = 11;
 constexpr uint32 digitCount = 1u << digitBits;
 using Histogram = std::array<uint32, digitCount>;
 
-/// One stable pass over the digit that starts at the given bit; false when all items share it and nothing moved. Every
-/// worker counts and moves a run of its own.
+/// One stable pass over the digit that starts at the given bit; false when all items share it and nothing
+/// moved. Every worker counts and moves a run of its own.
 bool sortByDigit(const Array<uint64>& from, Array<uint64>& to, uint32 shift, std::vector<Histogram>& counts)
 {
     const auto workers = static_cast<uint32>(counts.size());

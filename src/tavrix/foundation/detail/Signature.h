@@ -8,8 +8,9 @@
 namespace tavrix::detail
 {
 
-/// Running 64-bit signature of bytes. Every step is a bijection of the state for given input, and of the input for a
-/// given state, so inputs of one length that differ in a single 8-byte word always differ in their signature.
+/// Running 64-bit signature of bytes. Every step is a bijection of the state for given input, and of the
+/// input for a given state, so inputs of one length that differ in a single 8-byte word always differ in
+/// their signature.
 class Signature
 {
 public:

@@ -7,9 +7,9 @@
 namespace tavrix::detail
 {
 
-// Cell corners, in bit order 0..7: (0,0,0), (1,0,0), (1,1,0), (0,1,0), then the same at z = 1. A corner's bit is set in
-// the case index when its sample is not below the threshold. Edges 0..3 run around the face z = 0 from corner 0 through
-// 1 and 2 to 3, edges 4..7 around z = 1, edges 8..11 rise from corners 0..3.
+// Cell corners, in bit order 0..7: (0,0,0), (1,0,0), (1,1,0), (0,1,0), then the same at z = 1. A corner's bit
+// is set in the case index when its sample is not below the threshold. Edges 0..3 run around the face z = 0
+// from corner 0 through 1 and 2 to 3, edges 4..7 around z = 1, edges 8..11 rise from corners 0..3.
 
 /// Where a cell edge starts, relative to the cell's lower node, and its axis (0 x, 1 y, 2 z).
 struct CellEdge
@@ -34,8 +34,8 @@ inline constexpr std::array<CellEdge, 12> cellEdges{{{0, 0, 0, 0},
 inline constexpr std::array<std::array<uint8, 2>, 12> cellEdgeCorners{
     {{0, 1}, {1, 2}, {3, 2}, {0, 3}, {4, 5}, {5, 6}, {7, 6}, {4, 7}, {0, 4}, {1, 5}, {2, 6}, {3, 7}}};
 
-/// The standard triangle table of marching cubes (Lorensen and Cline 1987): the edges of up to five triangles a case, in
-/// the order and winding of the output, closed by -1.
+/// The standard triangle table of marching cubes (Lorensen and Cline 1987): the edges of up to five triangles
+/// a case, in the order and winding of the output, closed by -1.
 // clang-format off
 inline constexpr std::array<std::array<int8_t, 16>, 256> marchingCubesTriangles{{
     {-1}, {0, 8, 3, -1}, {0, 1, 9, -1}, {1, 8, 3, 9, 8, 1, -1}, {1, 2, 10, -1}, {0, 8, 3, 1, 2, 10, -1},
@@ -152,9 +152,9 @@ inline constexpr std::array<std::array<int8_t, 16>, 256> marchingCubesTriangles{
 struct MarchingCubesCase
 {
     uint8 triangleCount;
-    uint8 edgeCount;              ///< number of crossed edges
-    uint16 edgeMask;              ///< bit e: edge e is crossed
-    std::array<uint8, 12> edges;  ///< the crossed edges in the order in which the triangles first name them
+    uint8 edgeCount;                ///< number of crossed edges
+    uint16 edgeMask;                ///< bit e: edge e is crossed
+    std::array<uint8, 12> edges;    ///< the crossed edges in the order in which the triangles first name them
     std::array<uint8, 15> corners;  ///< per triangle corner, its edge
 };
 

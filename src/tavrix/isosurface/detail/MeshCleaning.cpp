@@ -13,57 +13,63 @@ namespace tavrix::detail
 namespace
 {
 
-/// Replaces every index by its group; an index past the groups is left alone.
-void renumber(Array<Index3>& faces, const Array<uint32>& groupOf, uint32 threadCount)
+/// The face in group numbers; an index past the groups is left alone.
+Index3 renumbered(const Index3& face, const Array<uint32>& groupOf)
 {
-    parallelFor(faces.size(), threadCount,
+    const auto group = [&](uint32 index) { return index < groupOf.size() ? groupOf[index] : index; };
+    return {group(face.a), group(face.b), group(face.c)};
+}
+
+/// Replaces every index by its group. Normal triples mostly equal the position triples and are then copied.
+void renumber(Array<Index3>& faces, Array<Index3>& normalFaces, const Array<uint32>& groupOf,
+              uint32 threadCount)
+{
+    const uint32 common = std::min(faces.size(), normalFaces.size());
+    parallelFor(std::max(faces.size(), normalFaces.size()), threadCount,
                 [&](uint32, uint64 begin, uint64 end)
                 {
                     for (uint64 f = begin; f < end; ++f)
-                        for (uint32 c = 0; c < 3; ++c)
-                        {
-                            uint32& index = faces[f][c];
-                            if (index < groupOf.size()) index = groupOf[index];
-                        }
+                    {
+                        const bool equal = f < common && faces[f] == normalFaces[f];
+                        if (f < faces.size()) faces[f] = renumbered(faces[f], groupOf);
+                        if (f < normalFaces.size())
+                            normalFaces[f] = equal ? faces[f] : renumbered(normalFaces[f], groupOf);
+                    }
                 });
 }
 
 bool collapsed(const Index3& face) { return face.a == face.b || face.b == face.c || face.c == face.a; }
 
-/// The face numbers that stay, cut into one run a worker.
-struct KeptFaces
+/// The numbers of the faces that name a position twice, ascending.
+std::vector<uint32> findCollapsedFaces(const Array<Index3>& faces, uint32 threadCount)
 {
-    Array<uint8> keep;
-    uint32 count;
-};
-
-KeptFaces findKeptFaces(const Array<Index3>& faces, uint32 threadCount)
-{
-    KeptFaces kept{Array<uint8>(faces.size()), 0};
-    std::vector<uint32> count(std::max(threadCount, 1u), 0);
-    parallelFor(faces.size(), threadCount,
-                [&](uint32 worker, uint64 begin, uint64 end)
+    const uint32 workers = std::clamp(threadCount, 1u, faces.size() / 4096 + 1);
+    std::vector<std::vector<uint32>> found(workers);
+    parallelFor(workers, workers,
+                [&](uint32, uint64 w, uint64)
                 {
-                    uint32 sum = 0;
-                    for (uint64 f = begin; f < end; ++f)
-                    {
-                        kept.keep[f] = !collapsed(faces[f]);
-                        sum += kept.keep[f];
-                    }
-                    count[worker] += sum;
+                    const auto low = static_cast<uint32>(faces.size() * w / workers);
+                    const auto high = static_cast<uint32>(faces.size() * (w + 1) / workers);
+                    for (uint32 f = low; f < high; ++f)
+                        if (collapsed(faces[f])) found[w].push_back(f);
                 });
-    for (uint32 c : count) kept.count += c;
-    return kept;
+    std::vector<uint32> all;
+    for (const auto& list : found) all.insert(all.end(), list.begin(), list.end());
+    return all;
 }
 
-/// Moves the kept entries to the front; entries past the marks are dropped.
-void compact(Array<Index3>& faces, const KeptFaces& kept)
+/// Removes the faces of these ascending numbers by moving the runs between them together.
+void eraseFaces(Array<Index3>& faces, const std::vector<uint32>& numbers)
 {
-    uint32 to = 0;
-    const uint32 count = std::min(faces.size(), kept.keep.size());
-    for (uint32 f = 0; f < count; ++f)
-        if (kept.keep[f]) faces[to++] = faces[f];
-    faces.resize(to);
+    if (numbers.empty() || numbers.front() >= faces.size()) return;
+    Index3* to = faces.data() + numbers.front();
+    for (std::size_t n = 0; n < numbers.size(); ++n)
+    {
+        const uint32 begin = std::min(numbers[n] + 1, faces.size());
+        const uint32 end = n + 1 < numbers.size() ? std::min(numbers[n + 1], faces.size()) : faces.size();
+        to = std::copy(faces.data() + begin, faces.data() + std::max(begin, end), to);
+    }
+    faces.resize(static_cast<uint32>(to - faces.data()));
 }
 
 }  // namespace
@@ -77,23 +83,24 @@ double& mergeTolerance()
 void mergePositions(Mesh& mesh, uint32 threadCount)
 {
     if (mesh.refPos().empty()) return;
-    PositionGroups groups = groupPositions(mesh.refPos(), mergeTolerance(), threadCount);
-    renumber(mesh.refTrindexPos(), groups.groupOf, threadCount);
-    renumber(mesh.refTrindexNor(), groups.groupOf, threadCount);
+    const Array<uint32> groupOf = groupPositions(mesh.refPos(), mergeTolerance(), threadCount);
+    renumber(mesh.refTrindexPos(), mesh.refTrindexNor(), groupOf, threadCount);
     const uint32 oldNormals = mesh.refNor().size();
-    mesh.refNor().resize(groups.representatives.size());
+    mesh.refNor().resize(mesh.refPos().size());
     for (uint32 n = oldNormals; n < mesh.refNor().size(); ++n) mesh.refNor()[n] = {0, 0, 0};
-    mesh.refPos() = std::move(groups.representatives);
     mesh.invalidateBox();
     mesh.invalidateConnectivity();
 }
 
 void dropCollapsedFaces(Mesh& mesh, uint32 threadCount)
 {
-    const KeptFaces kept = findKeptFaces(mesh.refTrindexPos(), threadCount);
-    if (kept.count == mesh.refTrindexPos().size()) return;
-    compact(mesh.refTrindexPos(), kept);
-    compact(mesh.refTrindexNor(), kept);
+    const std::vector<uint32> numbers = findCollapsedFaces(mesh.refTrindexPos(), threadCount);
+    if (numbers.empty()) return;
+    Array<Index3>* arrays[] = {&mesh.refTrindexPos(), &mesh.refTrindexNor()};
+    parallelFor(
+        2, threadCount,
+        [&](uint32, uint64 begin, uint64 end)
+        { std::for_each(arrays + begin, arrays + end, [&](Array<Index3>* a) { eraseFaces(*a, numbers); }); });
     mesh.invalidateConnectivity();
 }
 

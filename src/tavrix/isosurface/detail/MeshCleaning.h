@@ -13,8 +13,8 @@ namespace tavrix::detail
 /// The process-wide merge tolerance: set by every clean-up, read by the merge.
 double& mergeTolerance();
 
-/// Merges positions within the process-wide tolerance of one another and renumbers the faces; the order is that of
-/// IsosurfaceExtractor3::mcaClean. The same result for every thread count.
+/// Merges positions within the process-wide tolerance of one another and renumbers the faces; the order is
+/// that of IsosurfaceExtractor3::mcaClean. The same result for every thread count.
 void mergePositions(Mesh& mesh, uint32 threadCount);
 
 /// Removes the faces that name a position twice, keeping the order of the others.

@@ -42,15 +42,16 @@ struct ExactOrder
 bool tolerantLess(const Record& a, const Record& b, uint32 axis, double tolerance)
 {
     for (; axis < 3; ++axis)
-        if (!within(a.position[axis], b.position[axis], tolerance)) return a.position[axis] < b.position[axis];
+        if (!within(a.position[axis], b.position[axis], tolerance))
+            return a.position[axis] < b.position[axis];
     return false;
 }
 
 /// Moves that an insertion sort may make before a record costs more than it would in a general sort.
 constexpr std::ptrdiff_t movesPerRecord = 24;
 
-/// Sorts records by the exact coordinate. They mostly come nearly sorted: an insertion sort does it, unless it has to
-/// move too much.
+/// Sorts records by the exact coordinate. They mostly come nearly sorted: an insertion sort does it, unless
+/// it has to move too much.
 void sortExactly(Record* begin, Record* end, uint32 axis)
 {
     const ExactOrder less{axis};
@@ -78,11 +79,13 @@ void sortTolerantly(Record* begin, Record* end, uint32 axis, double tolerance)
     {
         for (std::ptrdiff_t low = 0; low < count; low += 2 * width)
         {
-            const std::ptrdiff_t middle = std::min(low + width, count), high = std::min(low + 2 * width, count);
+            const std::ptrdiff_t middle = std::min(low + width, count),
+                                 high = std::min(low + 2 * width, count);
             std::ptrdiff_t a = low, b = middle;
             for (std::ptrdiff_t n = low; n < high; ++n)
             {
-                const bool second = a == middle || (b < high && tolerantLess(from[b], from[a], axis, tolerance));
+                const bool second =
+                    a == middle || (b < high && tolerantLess(from[b], from[a], axis, tolerance));
                 to[n] = from[second ? b++ : a++];
             }
         }
@@ -91,8 +94,8 @@ void sortTolerantly(Record* begin, Record* end, uint32 axis, double tolerance)
     if (from != begin) std::copy(from, from + count, begin);
 }
 
-/// The end of the run that starts at `begin` in records sorted exactly along the axis: the next gap wider than the
-/// tolerance.
+/// The end of the run that starts at `begin` in records sorted exactly along the axis: the next gap wider
+/// than the tolerance.
 const Record* runEnd(const Record* begin, const Record* end, uint32 axis, double tolerance)
 {
     const Record* next = begin + 1;
@@ -158,13 +161,20 @@ private:
     double _low, _scale;
 };
 
-/// The records in ascending buckets, the records of a bucket sorted exactly along x. Each worker gathers and sorts a
-/// range of buckets of its own.
+/// The records in ascending buckets, the records of a bucket sorted exactly along x. Each worker gathers and
+/// sorts a range of buckets of its own.
 Array<Record> sortAlongX(const Array<Vector3D>& positions, uint32 workers)
 {
-    const Buckets bucketOf(positions);
-    Array<uint32> next(bucketOf.count());
-    const auto firstBucket = [&](uint64 w) { return static_cast<uint32>(bucketOf.count() * w / workers); };
+    const Buckets buckets(positions);
+    Array<uint32> bucketOf(positions.size());
+    parallelFor(positions.size(), workers,
+                [&](uint32, uint64 begin, uint64 end)
+                {
+                    for (uint64 n = begin; n < end; ++n) bucketOf[n] = buckets(positions[n].x);
+                });
+
+    Array<uint32> next(buckets.count());
+    const auto firstBucket = [&](uint64 w) { return static_cast<uint32>(buckets.count() * w / workers); };
     std::vector<uint32> start(std::size_t{workers} + 1, 0);
     parallelFor(workers, workers,
                 [&](uint32, uint64 begin, uint64 end)
@@ -172,11 +182,10 @@ Array<Record> sortAlongX(const Array<Vector3D>& positions, uint32 workers)
                     const uint32 low = firstBucket(begin), size = firstBucket(end) - low;
                     std::fill_n(next.data() + low, size, 0u);
                     uint32 count = 0;
-                    for (const Vector3D& p : positions)
+                    for (const uint32 bucket : bucketOf)
                     {
-                        const uint32 bucket = bucketOf(p.x) - low;
-                        if (bucket >= size) continue;
-                        ++next[low + bucket];
+                        if (bucket - low >= size) continue;
+                        ++next[bucket];
                         ++count;
                     }
                     start[begin + 1] = count;
@@ -191,13 +200,11 @@ Array<Record> sortAlongX(const Array<Vector3D>& positions, uint32 workers)
                     uint32 place = start[begin];
                     for (uint32 b = low; b < low + size; ++b) place += std::exchange(next[b], place);
                     for (uint32 n = 0; n < positions.size(); ++n)
-                    {
-                        const uint32 bucket = bucketOf(positions[n].x) - low;
-                        if (bucket < size) records[next[low + bucket]++] = {positions[n], n};
-                    }
+                        if (bucketOf[n] - low < size) records[next[bucketOf[n]]++] = {positions[n], n};
                     uint32 from = start[begin];
                     for (uint32 b = low; b < low + size; from = next[b++])
-                        if (next[b] - from > 1) sortExactly(records.data() + from, records.data() + next[b], 0);
+                        if (next[b] - from > 1)
+                            sortExactly(records.data() + from, records.data() + next[b], 0);
                 });
     return records;
 }
@@ -238,14 +245,16 @@ void walkGroups(const Record* begin, const Record* end, double tolerance, Open o
 
 }  // namespace
 
-PositionGroups groupPositions(const Array<Vector3D>& positions, double tolerance, uint32 threadCount)
+Array<uint32> groupPositions(Array<Vector3D>& positions, double tolerance, uint32 threadCount)
 {
     const uint32 workers = std::clamp(threadCount, 1u, positions.size() / 4096 + 1);
     Array<Record> records = sortAlongX(positions, workers);
     const std::vector<uint32> cuts = cutAtRuns(records, workers, tolerance);
 
     std::vector<uint32> firstGroup(std::size_t{workers} + 1, 0);
-    const auto range = [&](uint64 w) { return Records{records.data() + cuts[w], records.data() + cuts[w + 1]}; };
+    const auto range = [&](uint64 w) {
+        return Records{records.data() + cuts[w], records.data() + cuts[w + 1]};
+    };
     parallelFor(workers, workers,
                 [&](uint32, uint64 w, uint64)
                 {
@@ -256,22 +265,24 @@ PositionGroups groupPositions(const Array<Vector3D>& positions, double tolerance
                         next = run + (runEnd(run, end, 0, tolerance) - run);
                         sortRun(run, next, 0, tolerance);
                     }
-                    walkGroups(begin, end, tolerance, [&](const Record&) { ++count; }, [](const Record&) {});
+                    walkGroups(
+                        begin, end, tolerance, [&](const Record&) { ++count; }, [](const Record&) {});
                     firstGroup[w + 1] = count;
                 });
     for (uint32 w = 0; w < workers; ++w) firstGroup[w + 1] += firstGroup[w];
 
-    PositionGroups groups{Array<uint32>(positions.size()), Array<Vector3D>(firstGroup[workers])};
+    Array<uint32> groupOf(positions.size());
     parallelFor(workers, workers,
                 [&](uint32, uint64 w, uint64)
                 {
                     const auto [begin, end] = range(w);
                     uint32 next = firstGroup[w];
                     walkGroups(
-                        begin, end, tolerance, [&](const Record& r) { groups.representatives[next++] = r.position; },
-                        [&](const Record& r) { groups.groupOf[r.index] = next - 1; });
+                        begin, end, tolerance, [&](const Record& r) { positions[next++] = r.position; },
+                        [&](const Record& r) { groupOf[r.index] = next - 1; });
                 });
-    return groups;
+    positions.resize(firstGroup[workers]);
+    return groupOf;
 }
 
 }  // namespace tavrix::detail

@@ -13,8 +13,9 @@
 namespace tavrix::detail
 {
 
-/// One bit a grid node, set where the sample is not below the threshold; a row of bits for each (i, j), lowest bit first,
-/// closed by at least one zero bit past the last node so that a row can be read one node ahead.
+/// One bit a grid node, set where the sample is not below the threshold; a row of bits for each (i, j),
+/// lowest bit first, closed by at least one zero bit past the last node so that a row can be read one node
+/// ahead.
 class SignRows
 {
 public:
@@ -26,7 +27,10 @@ public:
 
     uint32 wordsPerRow() const { return _words; }
     uint64* row(uint32 i, uint32 j) { return _bits.get() + (std::size_t{i} * _sizeY + j) * _words; }
-    const uint64* row(uint32 i, uint32 j) const { return _bits.get() + (std::size_t{i} * _sizeY + j) * _words; }
+    const uint64* row(uint32 i, uint32 j) const
+    {
+        return _bits.get() + (std::size_t{i} * _sizeY + j) * _words;
+    }
 
 private:
     uint32 _sizeY;

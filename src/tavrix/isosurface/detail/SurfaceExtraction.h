@@ -1,15 +1,18 @@
 #pragma once
 
+#include <tavrix/foundation/detail/Divisor.h>
 #include <tavrix/foundation/ParallelFor.h>
 #include <tavrix/isosurface/detail/MeshCleaning.h>
 #include <tavrix/isosurface/detail/SurfaceTopology.h>
 #include <tavrix/mesh/Mesh.h>
+#include <tavrix/platform/detail/Prefetch.h>
 
 // The extraction of a surface is one template over a source of samples:
 //
 //   const GridDescription3<double>& grid() const;
 //   void classify(uint32 i, uint32 j, uint64* bits) const;        the sign bits of the nodes (i, j, 0 ..)
 //   Vector3D vertex(const EdgeKey& key) const;                    where the surface crosses a grid edge
+//   void prefetch(const EdgeKey& key) const;                      a hint that vertex(key) will be asked soon
 //   static constexpr bool hasNormals;  Vector3F normal(const EdgeKey& key) const;
 
 namespace tavrix::detail
@@ -24,15 +27,31 @@ struct ExtractionOptions
     bool cleanUp;
 };
 
-/// The point at fraction t of a grid edge.
-inline Vector3D pointOnEdge(const GridDescription3<double>& grid, const EdgeKey& key, double t)
+/// Finds points on grid edges.
+class EdgePoints
 {
-    const Index3 node = grid.getIndexes(key.a);
-    Vector3D point = grid.getPoint(node.a, node.b, node.c);
-    const double end = grid.getCoordinate(key.b, node[key.b] + 1);
-    point[key.b] += t * (end - point[key.b]);
-    return point;
-}
+public:
+    explicit EdgePoints(const GridDescription3<double>& grid)
+        : _grid(grid), _bySizeYZ(std::max(grid.sizeYZ, 1u)), _bySizeZ(std::max(grid.sizeZ, 1u))
+    {
+    }
+
+    /// The point at fraction t of the edge.
+    Vector3D operator()(const EdgeKey& key, double t) const
+    {
+        const auto [i, rest] = _bySizeYZ.divide(key.a);
+        const auto [j, k] = _bySizeZ.divide(rest);
+        const Index3 node{i, j, k};
+        Vector3D point = _grid.getPoint(i, j, k);
+        const double end = _grid.getCoordinate(key.b, node[key.b] + 1);
+        point[key.b] += t * (end - point[key.b]);
+        return point;
+    }
+
+private:
+    const GridDescription3<double>& _grid;
+    Divisor _bySizeYZ, _bySizeZ;
+};
 
 /// Samples in one dense array.
 template <class T>
@@ -42,7 +61,7 @@ public:
     static constexpr bool hasNormals = false;
 
     DenseSource(const GridDescription3<double>& grid, const T* samples, T threshold)
-        : _grid(grid), _samples(samples), _threshold(threshold)
+        : _grid(grid), _points(grid), _samples(samples), _threshold(threshold)
     {
     }
 
@@ -53,17 +72,27 @@ public:
         classifyRow(_samples + _grid.getMonoindex(i, j, 0), _grid.sizeZ, _threshold, bits);
     }
 
+    /// Brings the samples that vertex(key) will read near.
+    void prefetch(const EdgeKey& key) const
+    {
+        const uint32 step = stepAlong(key.b);
+        detail::prefetch(_samples + key.a);
+        detail::prefetch(_samples + key.a + step);
+    }
+
     /// The point of the edge where the linear interpolation of its samples meets the threshold.
     Vector3D vertex(const EdgeKey& key) const
     {
-        const uint32 step = key.b == 0 ? _grid.sizeYZ : key.b == 1 ? _grid.sizeZ : 1;
         const double low = static_cast<double>(_samples[key.a]);
-        const double high = static_cast<double>(_samples[key.a + step]);
-        return pointOnEdge(_grid, key, (static_cast<double>(_threshold) - low) / (high - low));
+        const double high = static_cast<double>(_samples[key.a + stepAlong(key.b)]);
+        return _points(key, (static_cast<double>(_threshold) - low) / (high - low));
     }
 
 private:
+    uint32 stepAlong(uint32 axis) const { return axis == 0 ? _grid.sizeYZ : axis == 1 ? _grid.sizeZ : 1; }
+
     const GridDescription3<double>& _grid;
+    EdgePoints _points;
     const T* _samples;
     T _threshold;
 };
@@ -74,8 +103,8 @@ bool classifySamples(const Source& source, const ExtractionOptions& options, Sig
 {
     const CellRange& cells = options.cells;
     const uint64 planes = uint64{cells.high.a} - cells.low.a + 1;
-    const uint64 perRound = std::max<uint64>((uint64{1} << 25) / source.grid().sizeYZ, 1) *
-                            std::max(options.threadCount, 1u);
+    const uint64 perRound =
+        std::max<uint64>((uint64{1} << 25) / source.grid().sizeYZ, 1) * std::max(options.threadCount, 1u);
     for (uint64 start = 0; start < planes; start += perRound)
     {
         if (cancelled(options.callback)) return false;
@@ -107,8 +136,10 @@ void writeMesh(const Source& source, SurfaceTopology& surface, Mesh& mesh, uint3
     parallelFor(vertexCount, threadCount,
                 [&](uint32, uint64 begin, uint64 end)
                 {
+                    constexpr uint64 ahead = 24;
                     for (uint64 v = begin; v < end; ++v)
                     {
+                        if (v + ahead < end) source.prefetch(surface.vertices[v + ahead]);
                         positions[v] = source.vertex(surface.vertices[v]);
                         if constexpr (Source::hasNormals)
                             normals[v] = source.normal(surface.vertices[v]);
@@ -116,9 +147,10 @@ void writeMesh(const Source& source, SurfaceTopology& surface, Mesh& mesh, uint3
                             normals[v] = {0, 0, 0};
                     }
                 });
-    parallelFor(surface.faces.size(), threadCount,
-                [&](uint32, uint64 begin, uint64 end)
-                { std::copy(surface.faces.data() + begin, surface.faces.data() + end, normalFaces.data() + begin); });
+    parallelFor(
+        surface.faces.size(), threadCount,
+        [&](uint32, uint64 begin, uint64 end)
+        { std::copy(surface.faces.data() + begin, surface.faces.data() + end, normalFaces.data() + begin); });
     mesh.refTrindexPos() = std::move(surface.faces);
     mesh.refTrindexNor() = std::move(normalFaces);
     mesh.invalidateBox();
@@ -135,8 +167,8 @@ SurfaceTopology findSurface(const Source& source, const ExtractionOptions& optio
     return buildSurfaceTopology(source.grid(), signs, options.cells, options.threadCount, options.callback);
 }
 
-/// The whole extraction; the contract is IsosurfaceExtractor3::extractMesh's. A null vertexEdges is not filled.
-/// afterCells(corner count) is called once the faces are known.
+/// The whole extraction; the contract is IsosurfaceExtractor3::extractMesh's. A null vertexEdges is not
+/// filled. afterCells(corner count) is called once the faces are known.
 template <class Source, class AfterCells>
 unsigned long extractSurface(const Source& source, const ExtractionOptions& options, Mesh& mesh,
                              Array<EdgeKey>* vertexEdges, AfterCells afterCells)

@@ -4,6 +4,7 @@
 #include <bit>
 #include <vector>
 
+#include <tavrix/foundation/detail/Divisor.h>
 #include <tavrix/foundation/ParallelFor.h>
 #include <tavrix/isosurface/detail/MarchingCubesTable.h>
 
@@ -16,11 +17,12 @@ namespace
 /// Nodes that one worker handles between two polls of the callback: some tens of milliseconds.
 constexpr uint64 nodesPerPoll = uint64{1} << 25;
 
-/// Calls visit(k, case) for every cell of the column (i, j), low <= k < high, that the surface crosses.
+/// Calls visit(k, case index) for every cell of the column (i, j), low <= k < high, that the surface crosses.
 template <class Visit>
 void forEachCrossedCell(const SignRows& signs, uint32 i, uint32 j, uint32 low, uint32 high, Visit visit)
 {
-    const uint64* rows[4] = {signs.row(i, j), signs.row(i + 1, j), signs.row(i + 1, j + 1), signs.row(i, j + 1)};
+    const uint64* rows[4] = {signs.row(i, j), signs.row(i + 1, j), signs.row(i + 1, j + 1),
+                             signs.row(i, j + 1)};
     for (uint32 w = low / 64; w <= (high - 1) / 64; ++w)
     {
         uint64 near[4], far[4];
@@ -40,14 +42,16 @@ void forEachCrossedCell(const SignRows& signs, uint32 i, uint32 j, uint32 low, u
         {
             const auto bit = static_cast<uint32>(std::countr_zero(crossed));
             uint64 index = 0;
-            for (uint32 r = 0; r < 4; ++r) index |= (near[r] >> bit & 1) << r | (far[r] >> bit & 1) << (r + 4);
-            visit(w * 64 + bit, marchingCubesCases[index]);
+            for (uint32 r = 0; r < 4; ++r)
+                index |= (near[r] >> bit & 1) << r | (far[r] >> bit & 1) << (r + 4);
+            visit(w * 64 + bit, static_cast<uint32>(index));
         }
     }
 }
 
-/// For each of the eight combinations "first cell along x, y, z" (bits 0, 1, 2), the edges that a cell owns: those that
-/// no earlier cell shares, which lie on the far side, or on the range's low border, of both axes across them.
+/// For each of the eight combinations "first cell along x, y, z" (bits 0, 1, 2), the edges that a cell owns:
+/// those that no earlier cell shares, which lie on the far side, or on the range's low border, of both axes
+/// across them.
 constexpr std::array<uint16, 8> ownedEdges = []
 {
     std::array<uint16, 8> masks{};
@@ -61,6 +65,17 @@ constexpr std::array<uint16, 8> ownedEdges = []
             if (x && y && z) masks[first] = static_cast<uint16>(masks[first] | 1u << e);
         }
     return masks;
+}();
+
+/// How many edges a cell of a case owns, for each of those combinations.
+constexpr std::array<std::array<uint8, 256>, 8> ownedEdgeCounts = []
+{
+    std::array<std::array<uint8, 256>, 8> counts{};
+    for (uint32 first = 0; first < 8; ++first)
+        for (uint32 c = 0; c < 256; ++c)
+            counts[first][c] = static_cast<uint8>(
+                std::popcount(static_cast<uint32>(marchingCubesCases[c].edgeMask & ownedEdges[first])));
+    return counts;
 }();
 
 /// Faces and owned edges; of one slab of cells (one i), or summed over the slabs before it.
@@ -80,9 +95,10 @@ struct Builder
     std::vector<SlabCount> slabs;  ///< after placeSlabs: the sums before each slab, and the total
     SurfaceTopology out;
 
-    uint32 ownMask(uint32 i, uint32 j, uint32 k) const
+    /// Bits 0, 1, 2: the cell is the first of the range along x, y, z.
+    uint32 firstAlong(uint32 i, uint32 j, uint32 k) const
     {
-        return ownedEdges[(i == cells.low.a ? 1u : 0u) | (j == cells.low.b ? 2u : 0u) | (k == cells.low.c ? 4u : 0u)];
+        return (i == cells.low.a ? 1u : 0u) | (j == cells.low.b ? 2u : 0u) | (k == cells.low.c ? 4u : 0u);
     }
 
     uint32 slabCount() const { return cells.high.a - cells.low.a; }
@@ -104,7 +120,8 @@ bool Builder::forEachSlabRange(const std::function<void(uint32, uint32)>& work) 
     {
         if (cancelled(callback)) return false;
         const uint64 count = std::min<uint64>(perRound, slabCount() - start);
-        parallelFor(count, threadCount, [&](uint32, uint64 begin, uint64 end)
+        parallelFor(count, threadCount,
+                    [&](uint32, uint64 begin, uint64 end)
                     { work(static_cast<uint32>(start + begin), static_cast<uint32>(start + end)); });
     }
     return true;
@@ -122,11 +139,10 @@ bool Builder::countSlabs()
                 SlabCount count{0, 0};
                 for (uint32 j = cells.low.b; j < cells.high.b; ++j)
                     forEachCrossedCell(signs, i, j, cells.low.c, cells.high.c,
-                                       [&](uint32 k, const MarchingCubesCase& c)
+                                       [&](uint32 k, uint32 index)
                                        {
-                                           count.faces += c.triangleCount;
-                                           count.vertices += static_cast<uint32>(
-                                               std::popcount(c.edgeMask & ownMask(i, j, k)));
+                                           count.faces += marchingCubesCases[index].triangleCount;
+                                           count.vertices += ownedEdgeCounts[firstAlong(i, j, k)][index];
                                        });
                 slabs[s] = count;
             }
@@ -153,8 +169,8 @@ bool Builder::placeSlabs()
     return true;
 }
 
-/// The vertex numbers on the grid edges that start in two neighbouring planes of nodes, i and i + 1; three axes a node.
-/// An entry is written by the cell that owns the edge before any other cell reads it.
+/// The vertex numbers on the grid edges that start in two neighbouring planes of nodes, i and i + 1; three
+/// axes a node. An entry is written by the cell that owns the edge before any other cell reads it.
 class EdgePlanes
 {
 public:
@@ -162,7 +178,8 @@ public:
         : _low(new uint32[std::size_t{grid.sizeYZ} * 3]), _high(new uint32[std::size_t{grid.sizeYZ} * 3])
     {
         for (uint32 e = 0; e < 12; ++e)
-            _offset[e] = (std::size_t{cellEdges[e].dy} * grid.sizeZ + cellEdges[e].dz) * 3 + cellEdges[e].axis;
+            _offset[e] =
+                (std::size_t{cellEdges[e].dy} * grid.sizeZ + cellEdges[e].dz) * 3 + cellEdges[e].axis;
     }
 
     /// The number of edge e of the cell whose lower node is the given one of its plane.
@@ -179,8 +196,8 @@ private:
     std::array<std::size_t, 12> _offset;
 };
 
-/// Fills the slabs [begin, end). Their first plane holds edges that the slab before owns, so that slab is walked again
-/// for its vertex numbers only.
+/// Fills the slabs [begin, end). Their first plane holds edges that the slab before owns, so that slab is
+/// walked again for its vertex numbers only.
 void Builder::fillSlabRange(uint32 begin, uint32 end)
 {
     EdgePlanes planes(grid);
@@ -193,9 +210,10 @@ void Builder::fillSlabRange(uint32 begin, uint32 end)
         for (uint32 j = cells.low.b; j < cells.high.b; ++j)
         {
             const std::size_t row = std::size_t{j} * grid.sizeZ;
-            const auto emit = [&](uint32 k, const MarchingCubesCase& c)
+            const auto emit = [&](uint32 k, uint32 index)
             {
-                const uint32 own = ownMask(i, j, k);
+                const MarchingCubesCase& c = marchingCubesCases[index];
+                const uint32 own = ownedEdges[firstAlong(i, j, k)];
                 uint32 number[12];
                 for (uint32 n = 0; n < c.edgeCount; ++n)
                 {
@@ -204,16 +222,18 @@ void Builder::fillSlabRange(uint32 begin, uint32 end)
                     if (own >> e & 1)
                     {
                         if (write)
-                            out.vertices[vertex] = {grid.getMonoindex(i + cellEdges[e].dx, j + cellEdges[e].dy,
-                                                                      k + cellEdges[e].dz),
-                                                    cellEdges[e].axis};
+                            out.vertices[vertex] = {
+                                grid.getMonoindex(i + cellEdges[e].dx, j + cellEdges[e].dy,
+                                                  k + cellEdges[e].dz),
+                                cellEdges[e].axis};
                         slot = vertex++;
                     }
                     number[e] = slot;
                 }
                 if (!write) return;
                 for (uint32 t = 0; t < c.triangleCount; ++t)
-                    *face++ = {number[c.corners[3 * t]], number[c.corners[3 * t + 1]], number[c.corners[3 * t + 2]]};
+                    *face++ = {number[c.corners[3 * t]], number[c.corners[3 * t + 1]],
+                               number[c.corners[3 * t + 2]]};
             };
             forEachCrossedCell(signs, i, j, cells.low.c, cells.high.c, emit);
         }
@@ -226,9 +246,10 @@ bool Builder::fillSlabs()
     return forEachSlabRange([this](uint32 begin, uint32 end) { fillSlabRange(begin, end); });
 }
 
-/// The parallel loop over n nodes gives the last n mod threads of them to the first workers in a second wave, so those
-/// cells follow their worker's first run. They lie in the last plane, where no cell starts, unless there are more threads
-/// than a plane has nodes; then the faces are brought into that order and the vertices renumbered by appearance.
+/// The parallel loop over n nodes gives the last n mod threads of them to the first workers in a second wave,
+/// so those cells follow their worker's first run. They lie in the last plane, where no cell starts, unless
+/// there are more threads than a plane has nodes; then the faces are brought into that order and the vertices
+/// renumbered by appearance.
 void Builder::followWaveOrder()
 {
     const uint64 nodes = grid.size;
@@ -243,12 +264,13 @@ void Builder::followWaveOrder()
     for (uint32 i = cells.low.a; i < cells.high.a; ++i)
         for (uint32 j = cells.low.b; j < cells.high.b; ++j)
             forEachCrossedCell(signs, i, j, cells.low.c, cells.high.c,
-                               [&](uint32 k, const MarchingCubesCase& c)
+                               [&](uint32 k, uint32 index)
                                {
                                    const uint64 node = grid.getMonoindex(i, j, k);
                                    auto& list = lists[node < leftover ? node / chunk : node - leftover];
-                                   list.insert(list.end(), face, face + c.triangleCount);
-                                   face += c.triangleCount;
+                                   const uint32 count = marchingCubesCases[index].triangleCount;
+                                   list.insert(list.end(), face, face + count);
+                                   face += count;
                                });
 
     const Array<EdgeKey> keys = out.vertices;
@@ -272,31 +294,13 @@ void Builder::followWaveOrder()
         }
 }
 
-/// m mod divisor by a multiplication; exact for 32-bit numbers.
-class Modulus
-{
-public:
-    explicit Modulus(uint32 divisor) : _divisor(divisor), _reciprocal(1.0 / divisor) {}
-    uint32 operator()(uint32 m) const
-    {
-        const auto quotient = static_cast<int64>(static_cast<double>(m) * _reciprocal);
-        int64 rest = int64{m} - quotient * _divisor;
-        rest += rest < 0 ? _divisor : 0;
-        rest -= rest >= _divisor ? _divisor : 0;
-        return static_cast<uint32>(rest);
-    }
-
-private:
-    int64 _divisor;
-    double _reciprocal;
-};
-
-/// Renumbers the vertices, so far in order of first appearance, bucket by bucket. Each worker sorts the keys that fall
-/// into a range of buckets of its own.
+/// Renumbers the vertices, so far in order of first appearance, bucket by bucket. Each worker sorts the keys
+/// that fall into a range of buckets of its own.
 bool Builder::numberByBucket()
 {
     const uint32 bucketCount = out.faces.size() / 2;
-    const Modulus bucketOf(bucketCount);
+    const Divisor buckets(bucketCount);
+    const auto bucketOf = [&](uint32 monoindex) { return buckets.divide(monoindex).rest; };
     const uint32 workers = std::clamp(threadCount, 1u, bucketCount);
     const auto firstBucket = [&](uint64 w) { return static_cast<uint32>(uint64{bucketCount} * w / workers); };
     const Array<EdgeKey>& keys = out.vertices;
@@ -356,8 +360,8 @@ bool Builder::numberByBucket()
 
 }  // namespace
 
-SurfaceTopology buildSurfaceTopology(const GridDescription3<double>& grid, const SignRows& signs, const CellRange& cells,
-                                     uint32 threadCount, CancelCallback callback)
+SurfaceTopology buildSurfaceTopology(const GridDescription3<double>& grid, const SignRows& signs,
+                                     const CellRange& cells, uint32 threadCount, CancelCallback callback)
 {
     Builder builder{grid, signs, cells, threadCount, callback, {}, {}};
     if (cells.empty() || !builder.countSlabs()) return {};

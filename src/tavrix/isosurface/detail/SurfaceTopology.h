@@ -16,8 +16,8 @@ using CancelCallback = int (*)();
 /// Whether the callback asks to stop.
 inline bool cancelled(CancelCallback callback) { return callback && callback() > 0; }
 
-/// The surface without its shape: which grid edge each vertex lies on, and which vertices each face joins. Both empty
-/// when there is no surface of at least two faces, or when the work was cancelled.
+/// The surface without its shape: which grid edge each vertex lies on, and which vertices each face joins.
+/// Both empty when there is no surface of at least two faces, or when the work was cancelled.
 struct SurfaceTopology
 {
     uint64 cornerCount = 0;  ///< face corners that the cells gave, also when they made no surface
@@ -27,15 +27,16 @@ struct SurfaceTopology
 
 /// Marching cubes on sign bits (Lorensen and Cline 1987), the faces in the order of the cells' monoindices.
 ///
-/// Vertices are numbered as if the edge keys of all face corners went, in face order, into B = faces / 2 buckets by
-/// (monoindex mod B), each key once: bucket by bucket, within a bucket by first appearance. The face order is that of
-/// the parallel loop over all nodes with this thread count, worker by worker.
+/// Vertices are numbered as if the edge keys of all face corners went, in face order, into B = faces / 2
+/// buckets by (monoindex mod B), each key once: bucket by bucket, within a bucket by first appearance. The
+/// face order is that of the parallel loop over all nodes with this thread count, worker by worker.
 ///
-/// Method: a cell owns the edges that no earlier cell of the range touches, so counting triangles and owned edges per
-/// slab of cells gives every slab its place in the output; slabs are then filled independently, each finding the
-/// vertices of its neighbours in two planes of edge numbers; a counting sort brings the numbers into bucket order. Linear
-/// in nodes / 64 plus faces; temporary memory is one bit a node, 12 bytes a vertex and two planes a worker.
-SurfaceTopology buildSurfaceTopology(const GridDescription3<double>& grid, const SignRows& signs, const CellRange& cells,
-                                     uint32 threadCount, CancelCallback callback);
+/// Method: a cell owns the edges that no earlier cell of the range touches, so counting triangles and owned
+/// edges per slab of cells gives every slab its place in the output; slabs are then filled independently,
+/// each finding the vertices of its neighbours in two planes of edge numbers; a counting sort brings the
+/// numbers into bucket order. Linear in nodes / 64 plus faces; temporary memory is one bit a node, 12 bytes a
+/// vertex and two planes a worker.
+SurfaceTopology buildSurfaceTopology(const GridDescription3<double>& grid, const SignRows& signs,
+                                     const CellRange& cells, uint32 threadCount, CancelCallback callback);
 
 }  // namespace tavrix::detail

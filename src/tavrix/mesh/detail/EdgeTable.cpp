@@ -19,7 +19,8 @@ struct Use
 
 bool hasEdges(const Index3& t) { return t.a != t.b && t.b != t.c && t.c != t.a; }
 
-template <class Visit> void forEachHalfEdge(const Array<Index3>& faces, const Visit& visit)
+template <class Visit>
+void forEachHalfEdge(const Array<Index3>& faces, const Visit& visit)
 {
     for (uint32 f = 0; f < faces.size(); ++f)
     {

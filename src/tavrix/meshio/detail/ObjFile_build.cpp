@@ -211,7 +211,8 @@ void forgetMissing(std::vector<Index3>& triples, std::size_t count)
     if (!any) triples.clear();
 }
 
-template <class Keep> void keepTriples(std::vector<Index3>& triples, const Keep& keep)
+template <class Keep>
+void keepTriples(std::vector<Index3>& triples, const Keep& keep)
 {
     std::size_t kept = 0;
     for (std::size_t i = 0; i < triples.size(); ++i)

@@ -104,7 +104,8 @@ const Array<Vector3F>* textureCoordinates(const Mesh& mesh)
     return uv && !uv->empty() && uv->size() == mesh.getPosSize() ? uv : nullptr;
 }
 
-template <class T> void writeVectors(TextOut& out, std::string_view keyword, const Array<Vector3<T>>& vectors)
+template <class T>
+void writeVectors(TextOut& out, std::string_view keyword, const Array<Vector3<T>>& vectors)
 {
     for (const Vector3<T>& v : vectors)
         out << keyword << static_cast<double>(v.x) << ' ' << static_cast<double>(v.y) << ' '

@@ -28,7 +28,8 @@ double whole(std::mt19937& random, uint32 limit) { return static_cast<double>(ra
 
 bool farApart(double a, double b, double tolerance) { return std::fabs(a - b) > tolerance; }
 
-/// The merged positions by the plain definition; only for inputs on which the comparison is a strict weak ordering.
+/// The merged positions by the plain definition; only for inputs on which the comparison is a strict weak
+/// ordering.
 std::vector<Vector3D> plainMerge(std::vector<Vector3D> positions, double tolerance)
 {
     std::stable_sort(positions.begin(), positions.end(),
@@ -40,8 +41,8 @@ std::vector<Vector3D> plainMerge(std::vector<Vector3D> positions, double toleran
                      });
     std::vector<Vector3D> merged;
     for (const Vector3D& p : positions)
-        if (merged.empty() || farApart(p.x, merged.back().x, tolerance) || farApart(p.y, merged.back().y, tolerance) ||
-            farApart(p.z, merged.back().z, tolerance))
+        if (merged.empty() || farApart(p.x, merged.back().x, tolerance) ||
+            farApart(p.y, merged.back().y, tolerance) || farApart(p.z, merged.back().z, tolerance))
             merged.push_back(p);
     return merged;
 }
@@ -103,8 +104,8 @@ TEST(IsosurfaceExtractor3Clean, GroupsCompareWithTheirFirstPosition)
 
 TEST(IsosurfaceExtractor3Clean, EveryThreadCountGivesOneAnswerOnClustersNearTheNodes)
 {
-    // Samples so near the threshold that vertices lie about a tolerance apart around the nodes: the comparison
-    // contradicts itself there.
+    // Samples so near the threshold that vertices lie about a tolerance apart around the nodes: the
+    // comparison contradicts itself there.
     std::mt19937 random(11);
     const float levels[] = {-1, -1, -1, -1.1e-4f, 1.3e-4f, 1, 1, 1};
     ScalarField3<float, double> field;
@@ -129,7 +130,8 @@ TEST(IsosurfaceExtractor3Clean, WildInputStaysInBounds)
 {
     // Coordinates a fraction of the tolerance apart, infinities and what is no number.
     std::mt19937 random(12);
-    const double nan = std::numeric_limits<double>::quiet_NaN(), inf = std::numeric_limits<double>::infinity();
+    const double nan = std::numeric_limits<double>::quiet_NaN(),
+                 inf = std::numeric_limits<double>::infinity();
     std::vector<Vector3D> positions;
     for (uint32 n = 0; n < 60000; ++n)
         positions.push_back({whole(random, 4000) * 0.3, whole(random, 40) * 0.3, whole(random, 40) * 0.3});

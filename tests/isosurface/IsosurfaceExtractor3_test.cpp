@@ -45,7 +45,8 @@ Field ball(uint32 size, double radius)
 {
     Field field;
     field.reset(size, size, size, 2.0 / (size - 1));
-    for (uint32 m = 0; m < field.size(); ++m) field.set(m, static_cast<float>(radius - length(field.getPoint(m))));
+    for (uint32 m = 0; m < field.size(); ++m)
+        field.set(m, static_cast<float>(radius - length(field.getPoint(m))));
     return field;
 }
 
@@ -56,7 +57,8 @@ struct Surface
     std::vector<Index3> faces;
 };
 
-/// The contract read literally: nodes in the order of the parallel loop, a crossing list, buckets with linear search.
+/// The contract read literally: nodes in the order of the parallel loop, a crossing list, buckets with linear
+/// search.
 template <class Selected>
 Surface literalSurface(const Field& field, float threshold, uint32 threads, Selected selected)
 {
@@ -64,7 +66,8 @@ Surface literalSurface(const Field& field, float threshold, uint32 threads, Sele
     const auto visit = [&](uint32 worker, uint32 m)
     {
         const Index3 n = field.getIndexes(m);
-        if (n.a + 1 >= field.sizeX() || n.b + 1 >= field.sizeY() || n.c + 1 >= field.sizeZ() || !selected(n)) return;
+        if (n.a + 1 >= field.sizeX() || n.b + 1 >= field.sizeY() || n.c + 1 >= field.sizeZ() || !selected(n))
+            return;
         uint32 cubeCase = 0;
         const uint32 offsets[8][3] = {{0, 0, 0}, {1, 0, 0}, {1, 1, 0}, {0, 1, 0},
                                       {0, 0, 1}, {1, 0, 1}, {1, 1, 1}, {0, 1, 1}};
@@ -125,7 +128,8 @@ Surface literalSurface(const Field& field, float threshold, uint32 threads, Sele
     return surface;
 }
 
-void expectSurface(const Mesh& mesh, const Array<GridEdgeKey>& keys, unsigned long returned, const Surface& expected)
+void expectSurface(const Mesh& mesh, const Array<GridEdgeKey>& keys, unsigned long returned,
+                   const Surface& expected)
 {
     EXPECT_EQ(returned, expected.faces.size());
     EXPECT_TRUE(std::ranges::equal(keys, expected.keys));
@@ -152,9 +156,10 @@ TEST(IsosurfaceExtractor3, MatchesTheLiteralReading)
                 const float threshold = seed == 3 ? field[0] : 0.1f;
                 Mesh mesh;
                 Array<GridEdgeKey> keys;
-                const auto returned = Extractor::extractMesh(field, mesh, threshold, 0, 0, 0, 0, 0, 0, keys, threads,
-                                                             nullptr, false);
-                SCOPED_TRACE(testing::Message() << size.a << "x" << size.b << "x" << size.c << " threads " << threads);
+                const auto returned = Extractor::extractMesh(field, mesh, threshold, 0, 0, 0, 0, 0, 0, keys,
+                                                             threads, nullptr, false);
+                SCOPED_TRACE(testing::Message()
+                             << size.a << "x" << size.b << "x" << size.c << " threads " << threads);
                 expectSurface(mesh, keys, returned,
                               literalSurface(field, threshold, threads, [](const Index3&) { return true; }));
             }
@@ -163,7 +168,8 @@ TEST(IsosurfaceExtractor3, MatchesTheLiteralReading)
 TEST(IsosurfaceExtractor3, MarginsAndBoxesSelectCells)
 {
     const Field field = noise(9, 8, 70, 5);
-    const uint32 margins[][6] = {{1, 2, 0, 3, 60, 5}, {4, 4, 0, 0, 0, 0}, {0, 9, 0, 0, 0, 0}, {0, 8, 0, 0, 1, 70}};
+    const uint32 margins[][6] = {
+        {1, 2, 0, 3, 60, 5}, {4, 4, 0, 0, 0, 0}, {0, 9, 0, 0, 0, 0}, {0, 8, 0, 0, 1, 70}};
     for (const auto& m : margins)
     {
         Mesh mesh;
@@ -172,13 +178,15 @@ TEST(IsosurfaceExtractor3, MarginsAndBoxesSelectCells)
             Extractor::extractMesh(field, mesh, 0.0f, m[0], m[1], m[2], m[3], m[4], m[5], keys, false);
         const auto selected = [&](const Index3& n)
         {
-            return m[0] <= n.a && n.a < field.sizeX() - m[1] - 1 && m[2] <= n.b && n.b < field.sizeY() - m[3] - 1 &&
-                   m[4] <= n.c && n.c < field.sizeZ() - m[5] - 1;
+            return m[0] <= n.a && n.a < field.sizeX() - m[1] - 1 && m[2] <= n.b &&
+                   n.b < field.sizeY() - m[3] - 1 && m[4] <= n.c && n.c < field.sizeZ() - m[5] - 1;
         };
         expectSurface(mesh, keys, returned, literalSurface(field, 0.0f, 1, selected));
     }
-    const Box3D boxes[] = {{{-1, -1, -30}, {1, 1.5, 3}}, {{-100, -100, 40}, {100, 100, 100}},
-                           {{0.1, 0.1, 0.1}, {0.2, 0.2, 0.2}}, field.getBox()};
+    const Box3D boxes[] = {{{-1, -1, -30}, {1, 1.5, 3}},
+                           {{-100, -100, 40}, {100, 100, 100}},
+                           {{0.1, 0.1, 0.1}, {0.2, 0.2, 0.2}},
+                           field.getBox()};
     for (const Box3D& box : boxes)
     {
         Mesh mesh;
@@ -187,7 +195,8 @@ TEST(IsosurfaceExtractor3, MarginsAndBoxesSelectCells)
         const auto selected = [&](const Index3& n)
         {
             for (uint32 c = 0; c < 8; ++c)
-                if (box.contains(field.getPoint(n.a + (c & 1), n.b + (c >> 1 & 1), n.c + (c >> 2)))) return true;
+                if (box.contains(field.getPoint(n.a + (c & 1), n.b + (c >> 1 & 1), n.c + (c >> 2))))
+                    return true;
             return false;
         };
         expectSurface(mesh, keys, returned, literalSurface(field, 0.0f, 1, selected));
@@ -238,9 +247,11 @@ TEST(IsosurfaceExtractor3, TooLittleSurfaceLeavesTheMeshAlone)
     mesh.createCubePrimitive({{0, 0, 0}, {1, 1, 1}});
     const Mesh before(mesh);
     EXPECT_EQ(Extractor::extractMesh(field, mesh, 1.0f, 0, 0, 0, 0, 0, 0, true), 0u);
-    EXPECT_EQ(Extractor::extractMesh(field, mesh, 0.0f, 0, 0, 0, 0, 0, 0, true), 0u) << "equal to the threshold is inside";
+    EXPECT_EQ(Extractor::extractMesh(field, mesh, 0.0f, 0, 0, 0, 0, 0, 0, true), 0u)
+        << "equal to the threshold is inside";
     field.set(0, 0, 0, 2.0f);
-    EXPECT_EQ(Extractor::extractMesh(field, mesh, 1.0f, 0, 0, 0, 0, 0, 0, true), 0u) << "one triangle is too few";
+    EXPECT_EQ(Extractor::extractMesh(field, mesh, 1.0f, 0, 0, 0, 0, 0, 0, true), 0u)
+        << "one triangle is too few";
     EXPECT_EQ(mesh.pos(), before.pos());
     EXPECT_EQ(mesh.trindexPos(), before.trindexPos());
     EXPECT_EQ(Extractor::extractMesh(Field{}, mesh, 1.0f, 0, 0, 0, 0, 0, 0, true), 0u);
@@ -273,7 +284,8 @@ TEST(IsosurfaceExtractor3, EveryPollCanCancel)
         {
             pollsLeft = n;
             Mesh mesh;
-            EXPECT_EQ(Extractor::extractMesh(field, mesh, 0.0f, 0, 0, 0, 0, 0, 0, threads, countDown, true), 0u);
+            EXPECT_EQ(Extractor::extractMesh(field, mesh, 0.0f, 0, 0, 0, 0, 0, 0, threads, countDown, true),
+                      0u);
             EXPECT_TRUE(mesh.isEmpty());
             EXPECT_EQ(mesh.getPosSize(), 0u);
         }

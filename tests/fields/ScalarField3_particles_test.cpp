@@ -25,7 +25,8 @@ Particles cloud(uint32 count, float extent, uint32 seed)
     Particles particles;
     for (uint32 n = 0; n < count; ++n)
     {
-        particles.positions.push_back({(unit() - 0.5f) * extent, (unit() - 0.5f) * extent, (unit() - 0.5f) * extent});
+        particles.positions.push_back(
+            {(unit() - 0.5f) * extent, (unit() - 0.5f) * extent, (unit() - 0.5f) * extent});
         particles.radii.push_back(0.1f + 0.2f * unit());
     }
     return particles;
@@ -116,7 +117,8 @@ TYPED_TEST(RealFields, DistanceEqualsBruteForceForEveryThreadCount)
         {
             field.setDefaultValue(9);
             ASSERT_TRUE(field.setDistanceField(particles.positions, particles.radii, 0.6f, threads, nullptr));
-            ASSERT_EQ(field.getArrScalars(), expected.getArrScalars()) << threads << " threads, depth " << depth;
+            ASSERT_EQ(field.getArrScalars(), expected.getArrScalars())
+                << threads << " threads, depth " << depth;
         }
     }
 }
@@ -130,11 +132,14 @@ TYPED_TEST(RealFields, MetaballsEqualBruteForceForEveryThreadCount)
         expected.reset(20, 24, 33, 0.125);
         first = field = expected;
         bruteMetaballs(expected, particles, influence);
-        ASSERT_TRUE(first.setMetaballField(particles.positions, particles.radii, 2.0f, influence, 1, nullptr));
-        for (uint32 m = 0; m < field.size(); ++m) ASSERT_NEAR(first[m], expected[m], 2e-5 * (1 + expected[m]));
+        ASSERT_TRUE(
+            first.setMetaballField(particles.positions, particles.radii, 2.0f, influence, 1, nullptr));
+        for (uint32 m = 0; m < field.size(); ++m)
+            ASSERT_NEAR(first[m], expected[m], 2e-5 * (1 + expected[m]));
         for (uint32 threads : {2u, 3u, 7u, 16u})
         {
-            ASSERT_TRUE(field.setMetaballField(particles.positions, particles.radii, 2.0f, influence, threads, nullptr));
+            ASSERT_TRUE(field.setMetaballField(particles.positions, particles.radii, 2.0f, influence, threads,
+                                               nullptr));
             EXPECT_EQ(field.getArrScalars(), first.getArrScalars());
         }
     }
@@ -189,7 +194,8 @@ TEST(ScalarField3Particles, SubtractiveFormsCarve)
 
     Field carved = start(), reduced = start();
     ASSERT_TRUE(carved.setSubtractiveDistanceField(particles.positions, particles.radii, 1.0f, 1, nullptr));
-    ASSERT_TRUE(reduced.setSubtractiveMetaballField(particles.positions, particles.radii, 1.0f, 10.0f, 1, nullptr));
+    ASSERT_TRUE(
+        reduced.setSubtractiveMetaballField(particles.positions, particles.radii, 1.0f, 10.0f, 1, nullptr));
     for (uint32 m = 0; m < before.size(); ++m)
     {
         ASSERT_EQ(carved[m], before[m] > 0 && balls[m] > 0 ? before[m] - balls[m] : before[m]);
@@ -197,7 +203,8 @@ TEST(ScalarField3Particles, SubtractiveFormsCarve)
     }
     // With more threads every group carves by itself, in order; for sums that is the same up to rounding.
     Field parallel = start();
-    ASSERT_TRUE(parallel.setSubtractiveMetaballField(particles.positions, particles.radii, 1.0f, 10.0f, 4, nullptr));
+    ASSERT_TRUE(
+        parallel.setSubtractiveMetaballField(particles.positions, particles.radii, 1.0f, 10.0f, 4, nullptr));
     for (uint32 m = 0; m < before.size(); ++m) ASSERT_NEAR(parallel[m], reduced[m], 1e-4);
 }
 

@@ -102,7 +102,8 @@ TEST(ScalarField3, RefusesMoreNodesThanAnIndexHolds)
     Field field;
     field.reset(2, 2, 2, 1.0);
     field.set(3.0f);
-    const uint32 large[][3] = {{65536, 65536, 1}, {1, 65536, 65536}, {4294967295u, 2, 1}, {2097152, 2097152, 2097152}};
+    const uint32 large[][3] = {
+        {65536, 65536, 1}, {1, 65536, 65536}, {4294967295u, 2, 1}, {2097152, 2097152, 2097152}};
     for (const auto& size : large)
         EXPECT_THROW(field.reset(size[0], size[1], size[2], 1.0), std::length_error);
     EXPECT_EQ(field.size(), 8u);

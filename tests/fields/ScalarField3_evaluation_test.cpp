@@ -35,11 +35,13 @@ TEST(ScalarField3Evaluation, TrilinearIsExactOnTrilinearFields)
 {
     const Field field = linearField();
     std::mt19937 random(1);
-    const auto between = [&](double a, double b) { return a + (b - a) * (static_cast<double>(random()) / 4294967295.0); };
+    const auto between = [&](double a, double b)
+    { return a + (b - a) * (static_cast<double>(random()) / 4294967295.0); };
     const Box3D& box = field.getBox();
     for (int n = 0; n < 2000; ++n)
     {
-        const Vector3D p{between(box.min.x, box.max.x), between(box.min.y, box.max.y), between(box.min.z, box.max.z)};
+        const Vector3D p{between(box.min.x, box.max.x), between(box.min.y, box.max.y),
+                         between(box.min.z, box.max.z)};
         const auto found = field.evalSafe(p, mode);
         ASSERT_TRUE(found.a);
         EXPECT_NEAR(found.b, 1 + 2 * p.x - 3 * p.y + 4 * p.z + p.x * p.y * p.z, 1e-9);
@@ -57,7 +59,8 @@ TEST(ScalarField3Evaluation, TrilinearIsExactOnTrilinearFields)
 TEST(ScalarField3Evaluation, OutsideIsFar)
 {
     const Field field = linearField();
-    const double nan = std::numeric_limits<double>::quiet_NaN(), inf = std::numeric_limits<double>::infinity();
+    const double nan = std::numeric_limits<double>::quiet_NaN(),
+                 inf = std::numeric_limits<double>::infinity();
     Vector3D below = field.getBox().min, above = field.getBox().max;
     below.y = std::nextafter(below.y, -inf);
     above.z = std::nextafter(above.z, inf);

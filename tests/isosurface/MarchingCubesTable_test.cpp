@@ -15,8 +15,11 @@ bool inside(uint32 cubeCase, uint32 corner) { return cubeCase >> corner & 1; }
 /// Whether both edges touch one face of the cell: their four corners agree in a coordinate.
 bool onOneFace(uint32 e, uint32 f)
 {
-    const auto bit = [](uint32 corner, uint32 axis) -> uint32
-    { return axis == 0 ? (corner & 3) == 1 || (corner & 3) == 2 : axis == 1 ? (corner & 3) >= 2 : corner >= 4; };
+    const auto bit = [](uint32 corner, uint32 axis) -> uint32 {
+        return axis == 0   ? (corner & 3) == 1 || (corner & 3) == 2
+               : axis == 1 ? (corner & 3) >= 2
+                           : corner >= 4;
+    };
     for (uint32 axis = 0; axis < 3; ++axis)
     {
         const uint32 side = bit(cellEdgeCorners[e][0], axis);
@@ -53,7 +56,8 @@ TEST(MarchingCubesTable, TrianglesFormPatchesWhoseBordersLieOnCellFaces)
         {
             EXPECT_EQ(count, 1) << "case " << c;
             if (sides.count({side.second, side.first})) continue;
-            EXPECT_TRUE(onOneFace(static_cast<uint32>(side.first), static_cast<uint32>(side.second))) << "case " << c;
+            EXPECT_TRUE(onOneFace(static_cast<uint32>(side.first), static_cast<uint32>(side.second)))
+                << "case " << c;
         }
     }
 }
@@ -62,8 +66,9 @@ TEST(MarchingCubesTable, KnownRows)
 {
     const auto row = [](uint32 c)
     {
-        return std::vector<int>(marchingCubesCases[c].corners.begin(),
-                                marchingCubesCases[c].corners.begin() + marchingCubesCases[c].triangleCount * 3);
+        return std::vector<int>(
+            marchingCubesCases[c].corners.begin(),
+            marchingCubesCases[c].corners.begin() + marchingCubesCases[c].triangleCount * 3);
     };
     EXPECT_EQ(row(0), std::vector<int>());
     EXPECT_EQ(row(1), (std::vector<int>{0, 8, 3}));

@@ -66,7 +66,8 @@ TEST(IsosurfaceExtractor3Tension, CancelsBetweenPassesAndFillsMissingNormals)
     Mesh once = pyramid(), cancelled = pyramid();
     IsosurfaceExtractor3::tension(once, 0.5f, 0.25f, 1);
     polls = 0;
-    IsosurfaceExtractor3::tension(cancelled, 0.5f, 0.25f, 5, 4, stopAtTenth);  // one poll a pass, six vertices
+    IsosurfaceExtractor3::tension(cancelled, 0.5f, 0.25f, 5, 4,
+                                  stopAtTenth);  // one poll a pass, six vertices
     EXPECT_EQ(cancelled.pos(), once.pos());
 
     Mesh bare = pyramid();

@@ -1,0 +1,98 @@
+// Surface extraction from a 256^3 gyroid (four periods a side, level 0): without and with clean-up, and the
+// normals, at one and two threads; beside vtkFlyingEdges3D (points only, as many threads) where VTK is
+// installed. Median of seven runs.
+
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+
+#include <tavrix/fields/ScalarField3.h>
+#include <tavrix/isosurface/IsosurfaceExtractor3.h>
+#include <tavrix/mesh/Mesh.h>
+
+#include "Measure.h"
+
+#if defined(TAVRIX_WITH_VTK)
+#include "VtkPeer.h"
+#endif
+
+using namespace tavrix;
+using tavrix::benchmark::medianMilliseconds;
+
+namespace
+{
+
+using Field = ScalarField3<float, double>;
+
+Field gyroid(uint32 size)
+{
+    Field field;
+    field.reset(size, size, size, 1.0);
+    const double step = 2 * std::acos(-1.0) * 4 / (size - 1);
+    for (uint32 m = 0; m < field.size(); ++m)
+    {
+        const Index3 n = field.getIndexes(m);
+        const double x = n.a * step, y = n.b * step, z = n.c * step;
+        field[m] = static_cast<float>(std::sin(x) * std::cos(y) + std::sin(y) * std::cos(z) +
+                                      std::sin(z) * std::cos(x));
+    }
+    return field;
+}
+
+double extractionTime(const Field& field, uint32 threads, bool cleanUp)
+{
+    return medianMilliseconds(
+        [&]
+        {
+            Mesh mesh;
+            IsosurfaceExtractor3::extractMesh(field, mesh, 0.0f, 0, 0, 0, 0, 0, 0, threads, nullptr, cleanUp);
+        });
+}
+
+double normalsTime(const Field& field, uint32 threads)
+{
+    Mesh mesh;
+    IsosurfaceExtractor3::extractMesh(field, mesh, 0.0f, 0, 0, 0, 0, 0, 0, threads, nullptr, false);
+    return medianMilliseconds([&] { mesh.recalculateNormalsParallelized(threads); });
+}
+
+#if defined(TAVRIX_WITH_VTK)
+double flyingEdgesTime(const Field& field, uint32 threads)
+{
+    long long faces = 0;
+    const double time = medianMilliseconds(
+        [&]
+        {
+            faces = flyingEdges(field.getArrScalars().data(), static_cast<int>(field.sizeX()),
+                                static_cast<int>(threads));
+        });
+    std::printf("  vtkFlyingEdges3D  %8.1f ms  (%lld faces)\n", time, faces);
+    return time;
+}
+#endif
+
+}  // namespace
+
+int main(int count, char** arguments)
+{
+    const uint32 size = count > 1 ? static_cast<uint32>(std::atoi(arguments[1])) : 256;
+    const Field field = gyroid(size);
+    Mesh mesh;
+    IsosurfaceExtractor3::extractMesh(field, mesh, 0.0f, 0, 0, 0, 0, 0, 0, false);
+    std::printf("gyroid %u^3: %u vertices, %u faces\n", size, mesh.getPosSize(), mesh.getFacesSize());
+    for (const uint32 threads : {1u, 2u})
+    {
+        std::printf("%u thread%s\n", threads, threads == 1 ? "" : "s");
+        const double extraction = extractionTime(field, threads, false);
+        const double cleaned = extractionTime(field, threads, true);
+        std::printf("  extraction        %8.1f ms\n", extraction);
+        std::printf("  with clean-up     %8.1f ms  (clean-up %.2f of the extraction)\n", cleaned,
+                    (cleaned - extraction) / extraction);
+        std::printf("  normals           %8.1f ms\n", normalsTime(field, threads));
+#if defined(TAVRIX_WITH_VTK)
+        const double peer = flyingEdgesTime(field, threads);
+        std::printf("  extraction / vtkFlyingEdges3D = %.2f\n", extraction / peer);
+#endif
+    }
+    return 0;
+}

@@ -1,0 +1,87 @@
+#include <tavrix/foundation/Array.h>
+
+#include <gtest/gtest.h>
+
+#include <numeric>
+#include <string>
+
+#include <tavrix/foundation/ArrayOfPtr.h>
+
+using namespace tavrix;
+
+TEST(Array, ReservesExactlyAndKeepsWhatFits)
+{
+    Array<int> array;
+    EXPECT_EQ(array.data(), nullptr);
+    EXPECT_EQ(array.capacity(), 0u);
+    array.resize(10);
+    std::iota(array.begin(), array.end(), 0);
+    EXPECT_EQ(array.capacity(), 10u);
+    array.resize(3);
+    EXPECT_EQ(array.capacity(), 10u);
+    array.resize(12);
+    EXPECT_EQ(array.capacity(), 12u);
+    EXPECT_EQ(array[2], 2);
+    array.reserve(2);
+    EXPECT_EQ(array, (Array<int>{0, 1}));
+    EXPECT_EQ(array.capacity(), 2u);
+    array.reserve(0);
+    EXPECT_EQ(array.data(), nullptr);
+    EXPECT_TRUE(array.empty());
+}
+
+TEST(Array, GrowsByAnEighthAndFour)
+{
+    Array<std::string> array;
+    uint32 expected = 0;
+    for (uint32 n = 0; n < 500; ++n)
+    {
+        if (n == expected) expected += expected / 8 + 4;
+        array.push_back(n == 0 ? "first" : array[n - 1]);  // an element of the array itself, across growth
+        ASSERT_EQ(array.capacity(), expected);
+    }
+    EXPECT_EQ(array.back(), "first");
+}
+
+TEST(Array, CopiesMovesAndAssigns)
+{
+    const Array<std::string> source{"a", "b", "c"};
+    Array<std::string> copy(source), moved(std::move(copy));
+    EXPECT_EQ(moved, source);
+    Array<std::string> target{"x"};
+    target = source;
+    target = *&target;
+    EXPECT_EQ(target, source);
+    target.assign(5, target[1]);
+    EXPECT_EQ(target, (Array<std::string>{"b", "b", "b", "b", "b"}));
+    EXPECT_THROW(Array<char>::checkedSize(std::size_t{1} << 32), std::length_error);
+}
+
+namespace
+{
+
+struct Counted
+{
+    explicit Counted(int& alive) : _alive(alive) { ++_alive; }
+    ~Counted() { --_alive; }
+    int& _alive;
+};
+
+}  // namespace
+
+TEST(ArrayOfPtr, OwnsUnlessToldNotTo)
+{
+    int alive = 0;
+    {
+        ArrayOfPtr<Counted> owner;
+        for (int n = 0; n < 20; ++n) owner.push_back(new Counted(alive));
+        ArrayOfPtr<Counted, TX_NO> view;
+        view.push_back(owner[3]);
+        const ArrayOfPtr<Counted, TX_NO> copy(view);
+        EXPECT_EQ(copy[0], owner[3]);
+        ArrayOfPtr<Counted> next(std::move(owner));
+        EXPECT_EQ(next.size(), 20u);
+        EXPECT_EQ(alive, 20);
+    }
+    EXPECT_EQ(alive, 0);
+}
