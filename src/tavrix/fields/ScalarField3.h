@@ -1,13 +1,10 @@
 #pragma once
 
 #include <tavrix/fields/ScalarField3_base.h>
+#include <tavrix/foundation/CancelCallback.h>
 
 namespace tavrix
 {
-
-/// A function that a long operation polls, always on the caller's thread; a result above 0 asks it to stop.
-/// May be null.
-using CancelCallback = int (*)();
 
 /// Dense scalar field: one sample a grid node in one array, z varying fastest.
 ///

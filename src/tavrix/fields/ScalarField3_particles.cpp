@@ -59,8 +59,6 @@ struct Splatting
     uint32 threadCount;
     CancelCallback callback;
 
-    bool cancelled() const { return callback && callback() > 0; }
-
     /// Planes on either side of a particle's cell that it may touch.
     uint32 reachInPlanes(const Particle& p) const
     {
@@ -152,7 +150,7 @@ void splatIntoSlab(const Splatting& s, const std::vector<ParticleGroup>& groups,
 template <class Value>
 bool splatIntoBlock(const Splatting& s, const std::vector<ParticleGroup>& groups, const Block<Value>& block)
 {
-    if (groups.empty()) return !s.cancelled();
+    if (groups.empty()) return !isCancelled(s.callback);
     const uint32 first = groups.front().first, last = groups.back().last;
     const std::vector<uint32> slabs = cutSlabs(s, block.nodes.low[0], block.nodes.high[0], first, last);
     const auto workers = static_cast<uint32>(slabs.size() - 1);
@@ -172,7 +170,7 @@ bool splatIntoBlock(const Splatting& s, const std::vector<ParticleGroup>& groups
 
     for (uint32 round = 0; round < rounds; ++round)
     {
-        if (s.cancelled()) return false;
+        if (isCancelled(s.callback)) return false;
         parallelFor(
             workers, workers,
             [&](uint32, uint64 w, uint64)
@@ -184,7 +182,7 @@ bool splatIntoBlock(const Splatting& s, const std::vector<ParticleGroup>& groups
                               static_cast<uint32>(from + count * (round + 1) / rounds), scratch[w].get());
             });
     }
-    return !s.cancelled();
+    return !isCancelled(s.callback);
 }
 
 /// All samples of a field as a block.

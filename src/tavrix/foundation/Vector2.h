@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cmath>
+
 #include <tavrix/platform/Types.h>
 
 namespace tavrix
@@ -17,6 +19,18 @@ struct Vector2
     friend constexpr Vector2 operator*(T s, Vector2 a) { return a * s; }
     friend constexpr bool operator==(const Vector2&, const Vector2&) = default;
 };
+
+template <class T>
+constexpr T dot(const Vector2<T>& a, const Vector2<T>& b)
+{
+    return a.x * b.x + a.y * b.y;
+}
+
+template <class T>
+T length(const Vector2<T>& a)
+{
+    return std::sqrt(dot(a, a));
+}
 
 using Vector2F = Vector2<float>;
 using Vector2D = Vector2<double>;

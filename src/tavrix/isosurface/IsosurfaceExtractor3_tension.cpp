@@ -95,7 +95,6 @@ Vertex relax(const Vector3D& position, const Vector3F& oldNormal, const Neighbou
 void IsosurfaceExtractor3::tension(Mesh& mesh, float follow, float slide, uint32 iterations, uint32,
                                    CancelCallback callback)
 {
-    const auto stop = [callback] { return callback && callback() > 0; };
     Array<Vector3D>& positions = mesh.refPos();
     Array<Vector3F>& normals = mesh.refNor();
     const uint32 given = normals.size();
@@ -105,11 +104,11 @@ void IsosurfaceExtractor3::tension(Mesh& mesh, float follow, float slide, uint32
     Array<Vertex> relaxed(positions.size());
     for (uint32 pass = 0; pass < iterations; ++pass)
     {
-        if (stop()) return;
+        if (isCancelled(callback)) return;
         const Array<NeighbourSum> sums = sumNeighbours(positions, normals, mesh.refTrindexPos());
         for (uint32 v = 0; v < positions.size(); ++v)
         {
-            if (stop()) return;
+            if (isCancelled(callback)) return;
             relaxed[v] = sums[v].count == 0 ? Vertex{positions[v], normals[v]}
                                             : relax(positions[v], normals[v], sums[v], follow, slide);
         }

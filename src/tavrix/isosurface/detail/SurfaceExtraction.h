@@ -107,7 +107,7 @@ bool classifySamples(const Source& source, const ExtractionOptions& options, Sig
         std::max<uint64>((uint64{1} << 25) / source.grid().sizeYZ, 1) * std::max(options.threadCount, 1u);
     for (uint64 start = 0; start < planes; start += perRound)
     {
-        if (cancelled(options.callback)) return false;
+        if (isCancelled(options.callback)) return false;
         parallelFor(std::min(perRound, planes - start), options.threadCount,
                     [&](uint32, uint64 begin, uint64 end)
                     {
@@ -175,7 +175,7 @@ unsigned long extractSurface(const Source& source, const ExtractionOptions& opti
 {
     SurfaceTopology surface = findSurface(source, options);
     afterCells(surface.cornerCount);
-    if (surface.faces.empty() || cancelled(options.callback)) return 0;
+    if (surface.faces.empty() || isCancelled(options.callback)) return 0;
     writeMesh(source, surface, mesh, options.threadCount);
     if (vertexEdges) *vertexEdges = std::move(surface.vertices);
     if (options.cleanUp)

@@ -118,7 +118,7 @@ bool Builder::forEachSlabRange(const std::function<void(uint32, uint32)>& work) 
     const uint64 perRound = std::max<uint64>(nodesPerPoll / grid.sizeYZ, 1) * std::max(threadCount, 1u);
     for (uint64 start = 0; start < slabCount(); start += perRound)
     {
-        if (cancelled(callback)) return false;
+        if (isCancelled(callback)) return false;
         const uint64 count = std::min<uint64>(perRound, slabCount() - start);
         parallelFor(count, threadCount,
                     [&](uint32, uint64 begin, uint64 end)
@@ -307,7 +307,7 @@ bool Builder::numberByBucket()
 
     Array<uint32> next(bucketCount);
     std::vector<uint32> workerCount(std::size_t{workers} + 1, 0);
-    if (cancelled(callback)) return false;
+    if (isCancelled(callback)) return false;
     parallelFor(workers, workers,
                 [&](uint32, uint64 begin, uint64 end)
                 {
@@ -325,7 +325,7 @@ bool Builder::numberByBucket()
                 });
     for (uint32 w = 0; w < workers; ++w) workerCount[w + 1] += workerCount[w];
 
-    if (cancelled(callback)) return false;
+    if (isCancelled(callback)) return false;
     Array<EdgeKey> sorted(keys.size());
     Array<uint32> number(keys.size());
     parallelFor(workers, workers,
@@ -344,7 +344,7 @@ bool Builder::numberByBucket()
                         number[v] = final;
                     }
                 });
-    if (cancelled(callback)) return false;
+    if (isCancelled(callback)) return false;
     out.vertices = std::move(sorted);
     parallelFor(out.faces.size(), threadCount,
                 [&](uint32, uint64 begin, uint64 end)

@@ -2,6 +2,7 @@
 
 #include <tavrix/fields/GridDescription3.h>
 #include <tavrix/foundation/Array.h>
+#include <tavrix/foundation/CancelCallback.h>
 #include <tavrix/isosurface/detail/CellRange.h>
 #include <tavrix/isosurface/detail/SignRows.h>
 
@@ -10,11 +11,6 @@ namespace tavrix::detail
 
 /// (monoindex of an edge's lower node, axis).
 using EdgeKey = Tuple2<uint32, uint32>;
-
-using CancelCallback = int (*)();
-
-/// Whether the callback asks to stop.
-inline bool cancelled(CancelCallback callback) { return callback && callback() > 0; }
 
 /// The surface without its shape: which grid edge each vertex lies on, and which vertices each face joins.
 /// Both empty when there is no surface of at least two faces, or when the work was cancelled.
