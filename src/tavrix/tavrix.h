@@ -25,6 +25,7 @@
 #include <tavrix/foundation/ArrayOfPtr.h>
 #include <tavrix/foundation/BlockDesc.h>
 #include <tavrix/foundation/Box3.h>
+#include <tavrix/foundation/CancelCallback.h>
 #include <tavrix/foundation/ElementaryFunctions.h>
 #include <tavrix/foundation/Mesh_RL.h>
 #include <tavrix/foundation/ParallelFor.h>

@@ -163,7 +163,7 @@ class Meshes(SurfaceTest):
     def test_larger_files(self):
         for path in sorted(pathlib.Path(os.environ["TAVRIX_TEST_DATA"], "particles").glob("*.bin")):
             with self.subTest(path.name):
-                mesh = self.mesh("--radius", "0.025", input=path)
+                mesh = self.mesh("--radius", "0.025", "--spacing", "0.02", input=path)
                 self.assertGreater(len(mesh.faces), 100_000)
                 self.assertTrue(mesh.is_closed_and_oriented())
                 self.assertGreater(mesh.volume(), 0)
