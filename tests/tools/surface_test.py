@@ -31,15 +31,16 @@ not_as_root = unittest.skipIf(os.name == "posix" and os.geteuid() == 0, "root ma
 def run(*arguments, cwd, **options):
     """Runs the program with its standard streams captured."""
     streams = {"stdin": subprocess.DEVNULL, "stdout": subprocess.PIPE, "stderr": subprocess.PIPE}
-    return subprocess.run([*EMULATOR, str(PROGRAM), *arguments], cwd=cwd, env=ENVIRONMENT, encoding="utf-8",
-                          timeout=LIMIT_SECONDS, **(streams | options))
+    return subprocess.run([*EMULATOR, str(PROGRAM), *arguments], cwd=cwd, env=ENVIRONMENT,
+                          encoding="utf-8", timeout=LIMIT_SECONDS, **(streams | options))
 
 
 def setUpModule():
     """What an emulator leaves running after its first start would hold the pipes of a test open."""
     if EMULATOR:
-        subprocess.run([*EMULATOR, str(PROGRAM), "--version"], env=ENVIRONMENT, stdin=subprocess.DEVNULL,
-                       stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, timeout=LIMIT_SECONDS, check=True)
+        nothing = subprocess.DEVNULL
+        subprocess.run([*EMULATOR, str(PROGRAM), "--version"], env=ENVIRONMENT, stdin=nothing, stdout=nothing,
+                       stderr=nothing, timeout=LIMIT_SECONDS, check=True)
 
 
 class SurfaceTest(unittest.TestCase):
@@ -76,7 +77,7 @@ class SurfaceTest(unittest.TestCase):
         self.assert_one_line(result.stderr, *words)
 
     def assert_fails(self, *arguments, words=(), input="in.bin", **options):
-        """The run fails with one line that names the input, and the folder is as it was, an older output included."""
+        """The run fails with one line that names the input; nothing in the folder changes."""
         self.write("out.obj", b"older")
         before = sorted(os.listdir(self.folder))
         self.assert_refused(self.surface(*arguments, input=input, **options), 1, input, *words)
@@ -86,8 +87,8 @@ class SurfaceTest(unittest.TestCase):
 
 class Meshes(SurfaceTest):
     def test_one_particle_is_a_sphere(self):
-        """Where w (1 - d^2 / R^2)^3 = level, with R the kernel's reach and w = 1 for distances, else such that the value is
-        1 at the radius."""
+        """Where w (1 - d^2 / R^2)^3 = level, with R the kernel's reach and w = 1 for distances, else
+        such that the value is 1 at the radius."""
         centre, radius = (0.3, -1.2, 20.7), 0.5
         cases = [("metaball", 60, None), ("metaball", 20, 1.1), ("distance", 0, None), ("distance", 0, 0.7)]
         for field, influence, level in cases:
@@ -97,8 +98,8 @@ class Meshes(SurfaceTest):
                 expected = radius if level is None else k * radius * sqrt(1 - (level / w) ** (1 / 3))
                 self.write_particles([centre], version=6)
                 options = [] if level is None else ["--level", str(level)]
-                mesh = self.mesh("--radius", str(radius), "--spacing", "0.0625", "--field", field, "--influence",
-                                 str(influence), *options)
+                mesh = self.mesh("--radius", str(radius), "--spacing", "0.0625", "--field", field,
+                                 "--influence", str(influence), *options)
                 self.assert_sphere(mesh, centre, expected)
 
     def assert_sphere(self, mesh, centre, radius):
@@ -115,9 +116,9 @@ class Meshes(SurfaceTest):
         """The names are no ASCII, and the file's version makes no difference either."""
         names = {"input": "Würfel 水.bin", "output": "Fläche 水.obj"}
         outputs = set()
-        for version, threads in ((9, []), (9, ["--threads", "1"]), (4, ["--threads", "2"]), (2, ["--threads", "3"])):
+        for version, threads in ((9, ()), (9, (1,)), (4, (2,)), (2, (3,))):
             self.write_particles(block(8, 0.05), names["input"], version)
-            result = self.surface(*threads, **names)
+            result = self.surface(*(f"--threads={count}" for count in threads), **names)
             self.assertEqual((result.returncode, result.stderr), (0, ""))
             outputs.add((self.folder / names["output"]).read_bytes())
         self.assertEqual(len(outputs), 1)
@@ -163,7 +164,7 @@ class Meshes(SurfaceTest):
     def test_larger_files(self):
         for path in sorted(pathlib.Path(os.environ["TAVRIX_TEST_DATA"], "particles").glob("*.bin")):
             with self.subTest(path.name):
-                mesh = self.mesh("--radius", "0.025", input=path)
+                mesh = self.mesh("--radius", "0.025", "--spacing", "0.02", input=path)
                 self.assertGreater(len(mesh.faces), 100_000)
                 self.assertTrue(mesh.is_closed_and_oriented())
                 self.assertGreater(mesh.volume(), 0)
@@ -242,10 +243,12 @@ class Failures(SurfaceTest):
     def test_wrong_usage(self):
         self.write_particles(block(3, 0.05))
         good = "surface in.bin -o out.obj"
-        cases = {"": "subcommand", "volume": "subcommand", "surface -o out.obj": "IN", "surface in.bin": "--output",
-                 "surface in.bin -o out.txt": "out.txt", f"{good} more.bin": "more.bin"}
-        for option in ("--radius 0", "--radius -1", "--radius nan", "--radius 1e-50", "--radius x", "--spacing 0",
-                       "--spacing inf", "--level nan", "--field blob", "--influence 101", "--threads 0", "--threads"):
+        cases = {"": "subcommand", "volume": "subcommand", "surface -o out.obj": "IN",
+                 "surface in.bin": "--output", "surface in.bin -o out.txt": "out.txt",
+                 f"{good} more.bin": "more.bin"}
+        for option in ("--radius 0", "--radius -1", "--radius nan", "--radius 1e-50", "--radius x",
+                       "--spacing 0", "--spacing inf", "--level nan", "--field blob", "--influence 101",
+                       "--threads 0", "--threads"):
             cases[f"{good} {option}"] = option.split()[0]
         for arguments, word in cases.items():
             with self.subTest(arguments):
@@ -266,6 +269,14 @@ class Manners(SurfaceTest):
         self.assertGreater(len(mesh.faces), 0)
         self.assertTrue((self.folder / "out.obj").is_symlink())
         self.assertEqual(sorted(os.listdir(self.folder)), ["in.bin", "out.obj", "target.obj"])
+
+    @on_linux
+    def test_a_pipe_as_output_gets_the_mesh(self):
+        self.write_particles(block(3, 0.05))
+        result = self.surface("--quiet", output="/dev/stdout")
+        self.assertEqual((result.returncode, result.stderr), (0, ""))
+        self.mesh()
+        self.assertEqual(result.stdout, (self.folder / "out.obj").read_text())
 
     def test_quiet_says_nothing(self):
         self.write_particles([*block(3, 0.05), (nan, 0, 0)])
@@ -297,7 +308,8 @@ class Manners(SurfaceTest):
     def test_help_and_version(self):
         result = run("surface", "--help", cwd=self.folder)
         self.assertEqual((result.returncode, result.stderr), (0, ""))
-        for option in ("output", "radius", "spacing", "field", "influence", "level", "threads", "no-clean", "quiet"):
+        for option in ("output", "radius", "spacing", "field", "influence", "level", "threads", "no-clean",
+                       "quiet"):
             self.assertIn(f"--{option}", result.stdout)
         self.assertRegex(run("--version", cwd=self.folder).stdout, r"\Atavrix \d+\.\d+\.\d+\n\Z")
 

@@ -38,8 +38,7 @@ void writeFileWhole(const std::string& target, const std::function<int(const std
 {
     std::error_code error;
     fs::path path = pathOf(target);
-    if (fs::is_symlink(fs::symlink_status(path, error)) && fs::exists(path, error))
-        path = fs::canonical(path, error);
+    if (fs::is_symlink(path, error) && fs::is_regular_file(path, error)) path = fs::canonical(path);
     const fs::file_status status = fs::status(path, error);
     if (fs::is_directory(status)) throw Failure(target + ": is a folder; name a file in it");
     const fs::path folder = path.parent_path();

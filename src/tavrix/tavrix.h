@@ -1,0 +1,56 @@
+#pragma once
+
+/// Every public header of the library. Hosts that build often include what they use instead.
+
+#include <tavrix/platform/ArrayHandle.h>
+#include <tavrix/platform/ArraySet.h>
+#include <tavrix/platform/ByteOrder.h>
+#include <tavrix/platform/Export.h>
+#include <tavrix/platform/FileBufferIn.h>
+#include <tavrix/platform/FileBufferOut.h>
+#include <tavrix/platform/FileStatus.h>
+#include <tavrix/platform/Hardware.h>
+#include <tavrix/platform/Memory.h>
+#include <tavrix/platform/NumberText.h>
+#include <tavrix/platform/OpenFile.h>
+#include <tavrix/platform/Thread.h>
+#include <tavrix/platform/Timer.h>
+#include <tavrix/platform/TX_ArrayServer.h>
+#include <tavrix/platform/TX_MetaClass.h>
+#include <tavrix/platform/TX_String.h>
+#include <tavrix/platform/TX_Tokenizer.h>
+#include <tavrix/platform/Types.h>
+
+#include <tavrix/foundation/Array.h>
+#include <tavrix/foundation/ArrayOfPtr.h>
+#include <tavrix/foundation/BlockDesc.h>
+#include <tavrix/foundation/Box3.h>
+#include <tavrix/foundation/CancelCallback.h>
+#include <tavrix/foundation/ElementaryFunctions.h>
+#include <tavrix/foundation/Mesh_RL.h>
+#include <tavrix/foundation/ParallelFor.h>
+#include <tavrix/foundation/Plane3.h>
+#include <tavrix/foundation/Quaternion.h>
+#include <tavrix/foundation/RenderLayer.h>
+#include <tavrix/foundation/ScalarField3_RL.h>
+#include <tavrix/foundation/Tuple.h>
+#include <tavrix/foundation/Vector2.h>
+#include <tavrix/foundation/Vector3.h>
+#include <tavrix/foundation/Wector3.h>
+
+#include <tavrix/mesh/IndexFacedge.h>
+#include <tavrix/mesh/Mesh.h>
+#include <tavrix/mesh/MeshArrayInf.h>
+#include <tavrix/mesh/MeshTopology.h>
+
+#include <tavrix/particles/ParticleSystem_v3.h>
+
+#include <tavrix/fields/GridDescription3.h>
+#include <tavrix/fields/ScalarField3.h>
+#include <tavrix/fields/ScalarField3_base.h>
+#include <tavrix/fields/ScalarField3Parent.h>
+
+#include <tavrix/isosurface/IsosurfaceExtractor3.h>
+
+#include <tavrix/meshio/Mesh_OBJ_FileParser.h>
+#include <tavrix/meshio/MeshFileParser.h>
