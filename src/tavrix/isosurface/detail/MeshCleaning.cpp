@@ -6,6 +6,7 @@
 #include <tavrix/foundation/ParallelFor.h>
 #include <tavrix/isosurface/detail/PositionGroups.h>
 #include <tavrix/mesh/Mesh.h>
+#include <tavrix/platform/detail/Prefetch.h>
 
 namespace tavrix::detail
 {
@@ -13,28 +14,21 @@ namespace tavrix::detail
 namespace
 {
 
-/// The face in group numbers; an index past the groups is left alone.
-Index3 renumbered(const Index3& face, const Array<uint32>& groupOf)
+/// Replaces every index by its group; an index past the groups is left alone. The groups are looked up all
+/// over their array, so they are asked for some faces ahead.
+void renumber(Array<Index3>& faces, const Array<uint32>& groupOf, uint32 threadCount)
 {
-    const auto group = [&](uint32 index) { return index < groupOf.size() ? groupOf[index] : index; };
-    return {group(face.a), group(face.b), group(face.c)};
-}
-
-/// Replaces every index by its group. Normal triples mostly equal the position triples and are then copied.
-void renumber(Array<Index3>& faces, Array<Index3>& normalFaces, const Array<uint32>& groupOf,
-              uint32 threadCount)
-{
-    const uint32 common = std::min(faces.size(), normalFaces.size());
-    parallelFor(std::max(faces.size(), normalFaces.size()), threadCount,
+    parallelFor(faces.size(), threadCount,
                 [&](uint32, uint64 begin, uint64 end)
                 {
+                    constexpr uint64 ahead = 12;
                     for (uint64 f = begin; f < end; ++f)
-                    {
-                        const bool equal = f < common && faces[f] == normalFaces[f];
-                        if (f < faces.size()) faces[f] = renumbered(faces[f], groupOf);
-                        if (f < normalFaces.size())
-                            normalFaces[f] = equal ? faces[f] : renumbered(normalFaces[f], groupOf);
-                    }
+                        for (uint32 c = 0; c < 3; ++c)
+                        {
+                            if (f + ahead < end) prefetch(groupOf.data() + faces[f + ahead][c]);
+                            uint32& index = faces[f][c];
+                            if (index < groupOf.size()) index = groupOf[index];
+                        }
                 });
 }
 
@@ -84,7 +78,8 @@ void mergePositions(Mesh& mesh, uint32 threadCount)
 {
     if (mesh.refPos().empty()) return;
     const Array<uint32> groupOf = groupPositions(mesh.refPos(), mergeTolerance(), threadCount);
-    renumber(mesh.refTrindexPos(), mesh.refTrindexNor(), groupOf, threadCount);
+    renumber(mesh.refTrindexPos(), groupOf, threadCount);
+    renumber(mesh.refTrindexNor(), groupOf, threadCount);
     const uint32 oldNormals = mesh.refNor().size();
     mesh.refNor().resize(mesh.refPos().size());
     for (uint32 n = oldNormals; n < mesh.refNor().size(); ++n) mesh.refNor()[n] = {0, 0, 0};

@@ -121,18 +121,31 @@ bool classifySamples(const Source& source, const ExtractionOptions& options, Sig
     return true;
 }
 
-/// Appends vertices and replaces faces; the topology's arrays move into the mesh.
+/// Lengthens an array by new, unspecified elements; returns the first of them. The array must have the room.
+template <class T>
+T* append(Array<T>& array, uint32 count)
+{
+    array.resize(array.size() + count);
+    return array.end() - count;
+}
+
+/// Makes room for as many more elements.
+template <class T>
+void makeRoom(Array<T>& array, uint32 count)
+{
+    const uint32 size = Array<T>::checkedSize(uint64{array.size()} + count);
+    if (size > array.capacity()) array.reserve(size);
+}
+
+/// Appends vertices and replaces the position triples; the normal triples are left empty.
 template <class Source>
 void writeMesh(const Source& source, SurfaceTopology& surface, Mesh& mesh, uint32 threadCount)
 {
     const uint32 vertexCount = surface.vertices.size();
-    const uint32 oldPositions = mesh.refPos().size();
-    const uint32 oldNormals = mesh.refNor().size();
-    Array<Index3> normalFaces(surface.faces.size());
-    mesh.refPos().resize(Array<Vector3D>::checkedSize(uint64{oldPositions} + vertexCount));
-    mesh.refNor().resize(Array<Vector3F>::checkedSize(uint64{oldNormals} + vertexCount));
-    Vector3D* positions = mesh.refPos().data() + oldPositions;
-    Vector3F* normals = mesh.refNor().data() + oldNormals;
+    makeRoom(mesh.refPos(), vertexCount);
+    makeRoom(mesh.refNor(), vertexCount);
+    Vector3D* positions = append(mesh.refPos(), vertexCount);
+    Vector3F* normals = append(mesh.refNor(), vertexCount);
     parallelFor(vertexCount, threadCount,
                 [&](uint32, uint64 begin, uint64 end)
                 {
@@ -147,14 +160,21 @@ void writeMesh(const Source& source, SurfaceTopology& surface, Mesh& mesh, uint3
                             normals[v] = {0, 0, 0};
                     }
                 });
-    parallelFor(
-        surface.faces.size(), threadCount,
-        [&](uint32, uint64 begin, uint64 end)
-        { std::copy(surface.faces.data() + begin, surface.faces.data() + end, normalFaces.data() + begin); });
     mesh.refTrindexPos() = std::move(surface.faces);
-    mesh.refTrindexNor() = std::move(normalFaces);
+    mesh.refTrindexNor().reserve(0);
     mesh.invalidateBox();
     mesh.invalidateConnectivity();
+}
+
+/// Gives the mesh its position triples as normal triples.
+inline void shareTriples(Mesh& mesh, uint32 threadCount)
+{
+    const Array<Index3>& faces = mesh.refTrindexPos();
+    Array<Index3> copy(faces.size());
+    parallelFor(faces.size(), threadCount,
+                [&](uint32, uint64 begin, uint64 end)
+                { std::copy(faces.data() + begin, faces.data() + end, copy.data() + begin); });
+    mesh.refTrindexNor() = std::move(copy);
 }
 
 /// The surface's vertices and faces; empty when there is none or the callback stopped the work.
@@ -183,6 +203,7 @@ unsigned long extractSurface(const Source& source, const ExtractionOptions& opti
         constexpr double mergeFraction = 1.0 / 8192;  // 2^-13
         cleanMesh(mesh, source.grid().largestSeparation * mergeFraction, options.threadCount);
     }
+    shareTriples(mesh, options.threadCount);
     return mesh.refTrindexPos().size();
 }
 
