@@ -28,19 +28,23 @@ on_linux = unittest.skipIf(EMULATOR or os.name != "posix", "only the native syst
 not_as_root = unittest.skipIf(os.name == "posix" and os.geteuid() == 0, "root may do everything")
 
 
+def text_file():
+    return tempfile.TemporaryFile("w+", encoding="utf-8")
+
+
 def run(*arguments, cwd, **options):
-    """Runs the program with its standard streams captured."""
-    streams = {"stdin": subprocess.DEVNULL, "stdout": subprocess.PIPE, "stderr": subprocess.PIPE}
-    return subprocess.run([*EMULATOR, str(PROGRAM), *arguments], cwd=cwd, env=ENVIRONMENT,
-                          encoding="utf-8", timeout=LIMIT_SECONDS, **(streams | options))
-
-
-def setUpModule():
-    """What an emulator leaves running after its first start would hold the pipes of a test open."""
-    if EMULATOR:
-        nothing = subprocess.DEVNULL
-        subprocess.run([*EMULATOR, str(PROGRAM), "--version"], env=ENVIRONMENT, stdin=nothing, stdout=nothing,
-                       stderr=nothing, timeout=LIMIT_SECONDS, check=True)
+    """Runs the program with its standard streams captured: by pipes, or by files under an emulator, whose
+    background processes would hold pipes open."""
+    command = [*EMULATOR, str(PROGRAM), *arguments]
+    options |= {"cwd": cwd, "env": ENVIRONMENT, "stdin": subprocess.DEVNULL, "timeout": LIMIT_SECONDS}
+    if not EMULATOR:
+        streams = {"stdout": subprocess.PIPE, "stderr": subprocess.PIPE, "encoding": "utf-8"}
+        return subprocess.run(command, **(streams | options))
+    with text_file() as out, text_file() as err:
+        result = subprocess.run(command, stdout=out, stderr=err, **options)
+        for file in (out, err):
+            file.seek(0)
+        return subprocess.CompletedProcess(command, result.returncode, out.read(), err.read())
 
 
 class SurfaceTest(unittest.TestCase):

@@ -116,6 +116,7 @@ int run(const SurfaceOptions& options)
 int main(int argc, char** argv)
 {
     CLI::App app{"Particles become fields, fields become surfaces, surfaces become meshes.", "tavrix"};
+    app.allow_windows_style_options(false);  // what begins with a slash is a path
     app.require_subcommand(1);
     app.set_version_flag("--version", "tavrix " TAVRIX_VERSION);
     app.failure_message([](const CLI::App*, const CLI::Error& error)
