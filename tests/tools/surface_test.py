@@ -92,14 +92,15 @@ class SurfaceTest(unittest.TestCase):
 class Meshes(SurfaceTest):
     def test_one_particle_is_a_sphere(self):
         """Where w (1 - d^2 / R^2)^3 = level, with R the kernel's reach and w = 1 for distances, else
-        such that the value is 1 at the radius."""
+        such that the value is 1 at the radius; the default levels are 1 and, for distances, 0.05."""
         centre, radius = (0.3, -1.2, 20.7), 0.5
         cases = [("metaball", 60, None), ("metaball", 20, 1.1), ("distance", 0, None), ("distance", 0, 0.7)]
         for field, influence, level in cases:
             with self.subTest(field=field, influence=influence, level=level):
                 k = 2 if field == "distance" else influence * 0.038 + 1.2
                 w = 1 if field == "distance" else (1 - 1 / k**2) ** -3
-                expected = radius if level is None else k * radius * sqrt(1 - (level / w) ** (1 / 3))
+                at = level or (0.05 if field == "distance" else 1)
+                expected = k * radius * sqrt(1 - (at / w) ** (1 / 3))
                 self.write_particles([centre], version=6)
                 options = [] if level is None else ["--level", str(level)]
                 mesh = self.mesh("--radius", str(radius), "--spacing", "0.0625", "--field", field,
@@ -145,7 +146,7 @@ class Meshes(SurfaceTest):
     def test_cleaning_merges_the_vertices_at_nodes_that_lie_on_the_surface(self):
         """The particle sits on a node, and six more nodes are exactly its radius away."""
         self.write_particles([(0, 0, 0)])
-        options = ["--field", "distance", "--radius", "0.5", "--spacing", "0.25"]
+        options = ["--field", "distance", "--radius", "0.5", "--spacing", "0.25", "--level", "0.421875"]
         cleaned, raw = self.mesh(*options), self.mesh(*options, "--no-clean")
         self.assertEqual(len(set(cleaned.points)), len(cleaned.points))
         self.assertLess(len(set(raw.points)), len(raw.points))

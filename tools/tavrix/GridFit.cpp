@@ -72,11 +72,14 @@ GridFit fitGrid(const Box3D& box, double reach, double spacing, const std::strin
     const double nodes = nodesAt(box, reach, spacing), limit = nodesThatFit();
     if (!(nodes <= limit))
     {
-        char message[256];
+        const Vector3D extent = box.max - box.min;
+        char message[320];
         std::snprintf(
             message, sizeof message,
-            ": a grid of spacing %.3g would have %.3g nodes (%.3g GiB), more than fits; try --spacing %.2g",
-            spacing, nodes, nodes * bytesPerNode / (1 << 30), fittingSpacing(box, reach, spacing, limit));
+            ": a grid of spacing %.3g over all particles (%.3g x %.3g x %.3g; are some astray?) would have "
+            "%.3g nodes (%.3g GiB), more than fits; try --spacing %.2g",
+            spacing, extent.x, extent.y, extent.z, nodes, nodes * bytesPerNode / (1 << 30),
+            fittingSpacing(box, reach, spacing, limit));
         throw Failure(file + message);
     }
     GridFit grid{0, 0, 0, {0, 0, 0}, spacing};

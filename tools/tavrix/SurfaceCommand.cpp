@@ -145,7 +145,7 @@ void printSummary(const SurfaceOptions& options, const Settings& settings, const
 
 }  // namespace
 
-double defaultLevel(FieldKind kind) { return kind == FieldKind::Distance ? 0.421875 : 1.0; }
+double defaultLevel(FieldKind kind) { return kind == FieldKind::Distance ? 0.05 : 1.0; }
 
 void runSurface(const SurfaceOptions& options)
 {

@@ -29,8 +29,9 @@ struct SurfaceOptions
     bool quiet = false;
 };
 
-/// The level at which a field's surface is taken unless the options say otherwise: the value at a lone
-/// particle's radius.
+/// The level at which a field's surface is taken unless the options say otherwise. Metaballs: 1, which a lone
+/// particle has at its radius. Distance: 0.05, 1.6 radii from a particle, so that neighbours two radii apart
+/// leave no holes between them.
 double defaultLevel(FieldKind kind);
 
 /// Particles in, surface mesh out. Prints a summary on standard output unless quiet. Throws Failure.

@@ -66,7 +66,10 @@ void addSurfaceCommand(CLI::App& app, SurfaceOptions& options)
                      "How far metaballs reach: 0 (1.2 radii) to 100 (5 radii); more is smoother")
         ->check(CLI::Range(0.0, 100.0))
         ->option_text("NUMBER [60]");
-    surface->add_option("-l,--level", options.level, "Field value of the surface; higher is tighter")
+    surface
+        ->add_option(
+            "-l,--level", options.level,
+            "Field value of the surface; higher is tighter. 1 for metaballs,\n0.05 for distance when absent")
         ->check(finiteNumber)
         ->option_text("NUMBER");
     surface->add_option("-t,--threads", options.threads, "Worker threads; all processors when absent")

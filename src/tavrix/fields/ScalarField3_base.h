@@ -147,11 +147,11 @@ protected:
 };
 
 /// Applies a macro to every (Value, Coord) pair for which scalar fields are instantiated.
+// clang-format off
 #define TX_FOR_EACH_SCALAR_FIELD(M)                                                                        \
-    M(uint8, float)                                                                                        \
-    M(uint8, double) M(uint16, float) M(uint16, double) M(uint32, float) M(uint32, double) M(int32, float) \
-        M(int32, double) M(uint64, float) M(uint64, double) M(float, float) M(float, double)               \
-            M(double, float) M(double, double)
+    M(uint8, float) M(uint8, double) M(uint16, float) M(uint16, double) M(uint32, float) M(uint32, double) \
+    M(int32, float) M(int32, double) M(uint64, float) M(uint64, double) TX_FOR_EACH_REAL_SCALAR_FIELD(M)
+// clang-format on
 
 /// The same for the floating-point values.
 #define TX_FOR_EACH_REAL_SCALAR_FIELD(M) M(float, float) M(float, double) M(double, float) M(double, double)

@@ -3,7 +3,8 @@
 namespace tavrix
 {
 
-/// A function that a long operation polls, always on the caller's thread; a result above 0 asks it to stop. May be null.
+/// A function that a long operation polls, always on the caller's thread; a result above 0 asks it to stop.
+/// May be null.
 using CancelCallback = int (*)();
 
 /// Polls the callback.
