@@ -121,38 +121,63 @@ bool classifySamples(const Source& source, const ExtractionOptions& options, Sig
     return true;
 }
 
-/// Appends vertices and replaces faces; the topology's arrays move into the mesh.
+/// Calculates the vertices' positions and normals.
 template <class Source>
-void writeMesh(const Source& source, SurfaceTopology& surface, Mesh& mesh, uint32 threadCount)
+void fillVertices(const Source& source, const Array<EdgeKey>& vertices, Vector3D* positions,
+                  Vector3F* normals, uint32 threadCount)
 {
-    const uint32 vertexCount = surface.vertices.size();
-    const uint32 oldPositions = mesh.refPos().size();
-    const uint32 oldNormals = mesh.refNor().size();
-    Array<Index3> normalFaces(surface.faces.size());
-    mesh.refPos().resize(Array<Vector3D>::checkedSize(uint64{oldPositions} + vertexCount));
-    mesh.refNor().resize(Array<Vector3F>::checkedSize(uint64{oldNormals} + vertexCount));
-    Vector3D* positions = mesh.refPos().data() + oldPositions;
-    Vector3F* normals = mesh.refNor().data() + oldNormals;
-    parallelFor(vertexCount, threadCount,
+    parallelFor(vertices.size(), threadCount,
                 [&](uint32, uint64 begin, uint64 end)
                 {
                     constexpr uint64 ahead = 24;
                     for (uint64 v = begin; v < end; ++v)
                     {
-                        if (v + ahead < end) source.prefetch(surface.vertices[v + ahead]);
-                        positions[v] = source.vertex(surface.vertices[v]);
+                        if (v + ahead < end) source.prefetch(vertices[v + ahead]);
+                        positions[v] = source.vertex(vertices[v]);
                         if constexpr (Source::hasNormals)
-                            normals[v] = source.normal(surface.vertices[v]);
+                            normals[v] = source.normal(vertices[v]);
                         else
                             normals[v] = {0, 0, 0};
                     }
                 });
+}
+
+/// Appends the vertices to the mesh's positions and normals; when that fails, both are as they were.
+template <class Source>
+void appendVertices(const Source& source, const Array<EdgeKey>& vertices, Mesh& mesh, uint32 threadCount)
+{
+    Array<Vector3D>& positions = mesh.refPos();
+    Array<Vector3F>& normals = mesh.refNor();
+    const uint32 oldPositions = positions.size(), oldNormals = normals.size();
+    try
+    {
+        positions.resize(Array<Vector3D>::checkedSize(uint64{oldPositions} + vertices.size()));
+        normals.resize(Array<Vector3F>::checkedSize(uint64{oldNormals} + vertices.size()));
+        fillVertices(source, vertices, positions.data() + oldPositions, normals.data() + oldNormals,
+                     threadCount);
+    }
+    catch (...)
+    {
+        positions.resize(oldPositions);
+        normals.resize(oldNormals);
+        throw;
+    }
+}
+
+/// Appends vertices and replaces faces; the topology's arrays move into the mesh.
+template <class Source>
+void writeMesh(const Source& source, SurfaceTopology& surface, Mesh& mesh, uint32 threadCount)
+{
+    Array<Index3> normalFaces(surface.faces.size());
     parallelFor(
         surface.faces.size(), threadCount,
         [&](uint32, uint64 begin, uint64 end)
         { std::copy(surface.faces.data() + begin, surface.faces.data() + end, normalFaces.data() + begin); });
-    mesh.refTrindexPos() = std::move(surface.faces);
-    mesh.refTrindexNor() = std::move(normalFaces);
+    Array<Index3>& trindexPos = mesh.refTrindexPos();
+    Array<Index3>& trindexNor = mesh.refTrindexNor();
+    appendVertices(source, surface.vertices, mesh, threadCount);
+    trindexPos = std::move(surface.faces);
+    trindexNor = std::move(normalFaces);
     mesh.invalidateBox();
     mesh.invalidateConnectivity();
 }
