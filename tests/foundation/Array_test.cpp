@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <numeric>
+#include <stdexcept>
 #include <string>
 
 #include <tavrix/foundation/ArrayOfPtr.h>
@@ -60,6 +61,16 @@ TEST(Array, CopiesMovesAndAssigns)
 namespace
 {
 
+/// Throws when it is copied.
+struct Uncopyable
+{
+    Uncopyable() { ++alive; }
+    Uncopyable(const Uncopyable&) = delete;
+    Uncopyable& operator=(const Uncopyable&) { throw std::runtime_error("copied"); }
+    ~Uncopyable() { --alive; }
+    static inline int alive = 0;
+};
+
 struct Counted
 {
     explicit Counted(int& alive) : _alive(alive) { ++_alive; }
@@ -68,6 +79,13 @@ struct Counted
 };
 
 }  // namespace
+
+TEST(Array, FreesItsStorageWhenCopyingAnElementThrows)
+{
+    const Array<Uncopyable> source(3);
+    EXPECT_THROW(Array<Uncopyable>{source}, std::runtime_error);
+    EXPECT_EQ(Uncopyable::alive, 3);
+}
 
 TEST(ArrayOfPtr, OwnsUnlessToldNotTo)
 {

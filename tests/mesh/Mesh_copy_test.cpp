@@ -112,6 +112,25 @@ TEST(MeshCopy, ReincarnateAndMoveTakeEverythingOver)
     EXPECT_EQ(taken.getFacesSize(), 4u);
 }
 
+TEST(MeshCopy, NormalTriplesWithoutNormalsStayBehind)
+{
+    Mesh flat = makeMesh({{0, 0, 0}, {1, 0, 0}, {0, 1, 0}}, {{0, 1, 2}});
+    flat.refNor().clear();
+    Mesh upright = makeMesh({{5, 0, 0}, {5, 1, 0}, {5, 0, 1}}, {{0, 1, 2}});
+    upright.refNor().clear();
+
+    Mesh part;
+    Array<uint32> source;
+    part.copyPartialFrom(flat, 0, source);
+    EXPECT_EQ(part.getFacesSize(), 1u);
+    EXPECT_TRUE(part.trindexNor().empty());
+
+    flat.addMesh(upright);
+    flat.recalculateNormals();
+    EXPECT_EQ(flat.nor()[flat.trindexNor()[0].a], (Vector3F{0, 0, 1}));
+    EXPECT_EQ(flat.nor()[flat.trindexNor()[1].a], (Vector3F{1, 0, 0}));
+}
+
 TEST(MeshCopy, AddMeshRenumbersWhatItAppends)
 {
     const auto at = [](uint32 f, uint32 e) { return IndexFacedge::of(f, e); };

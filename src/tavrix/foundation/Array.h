@@ -33,11 +33,13 @@ public:
     using iterator = T*;
     using const_iterator = const T*;
 
+    // The constructors that allocate delegate to this one, so that the storage is freed when copying an
+    // element throws.
     Array() noexcept = default;
-    explicit Array(uint32 size) { resize(size); }
-    Array(uint32 size, const T& value) { assign(size, value); }
+    explicit Array(uint32 size) : Array() { resize(size); }
+    Array(uint32 size, const T& value) : Array() { assign(size, value); }
     Array(std::initializer_list<T> values) : Array(std::span<const T>(values.begin(), values.size())) {}
-    explicit Array(std::span<const T> values)
+    explicit Array(std::span<const T> values) : Array()
     {
         resize(checkedSize(values.size()));
         std::copy(values.begin(), values.end(), begin());

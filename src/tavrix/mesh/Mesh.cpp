@@ -129,9 +129,23 @@ void Mesh::registerSlot(Slot slot)
 
 void Mesh::createSlot(Slot slot)
 {
-    _handles[static_cast<uint32>(slot)] =
-        withElementType(slot, []<class T>(std::type_identity<T>) { return server().create<Array<T>>(); });
-    registerSlot(slot);
+    fillSlot(slot, withElementType(
+                       slot, []<class T>(std::type_identity<T>) { return server().create<Array<T>>(); }));
+}
+
+/// Puts an array whose reference passes to this mesh into an empty slot and registers it.
+void Mesh::fillSlot(Slot slot, ArrayHandle handle)
+{
+    _handles[static_cast<uint32>(slot)] = handle;
+    try
+    {
+        registerSlot(slot);
+    }
+    catch (...)
+    {
+        releaseSlot(slot);
+        throw;
+    }
 }
 
 void Mesh::releaseSlot(Slot slot)

@@ -33,6 +33,8 @@ inline constexpr uint32 meshSlotCount = 15;
 /// away when the faces change (invalidateConnectivity). Whoever writes through a ref… accessor calls the
 /// invalidate… operation that fits.
 ///
+/// When memory runs out, copying and assigning leave a mesh without arrays, and addMesh leaves it as it was.
+///
 /// Indices inside the arrays are not checked here; hasValidIndices (MeshTopology.h) tells whether they hold.
 /// Meshes may be used by different threads at once, one mesh by one thread; reading one const mesh from
 /// several is safe once its box is valid.
@@ -200,7 +202,8 @@ public:
     /// Makes this mesh the connected part (by shared positions) of the other mesh that holds the face
     /// `seedFace`: its faces in their order, its positions and normals in the order of their old numbers, and
     /// the face normals. `sourcePositions` receives the old number of every position. Empty when there is no
-    /// such face. O(other mesh).
+    /// such face. Normals and their triples stay behind when there is not a normal for every triple. O(other
+    /// mesh).
     void copyPartialFrom(const Mesh& other, uint32 seedFace, Array<uint32>& sourcePositions);
     /// Takes the other mesh's connectivity (the arrays TrindexFacedge to PosFaceData), shared or copied; what
     /// the other mesh does not hold is released here. The faces of both meshes must be the same.
@@ -220,8 +223,9 @@ public:
     void clear() { destroy(); }
 
     /// Appends the other mesh's positions, normals and faces (a mesh may be added to itself). Face normals,
-    /// normal triples and face-edges are appended when both meshes hold one for every face, and emptied
-    /// otherwise. Everything derived is released, to be rebuilt on demand.
+    /// normal triples and face-edges are appended when both meshes hold one for every face (and the normals
+    /// that the triples name), and emptied otherwise. Everything derived is released, to be rebuilt on
+    /// demand.
     void addMesh(const Mesh& other);
 
     /// Makes a mesh of the name, positions and position triples, with normals as createNormals(creaseAngle)
@@ -329,9 +333,27 @@ private:
     void registerAlwaysPresentArrays();
     void registerSlot(Slot slot);
     void createSlot(Slot slot);
+    void fillSlot(Slot slot, ArrayHandle handle);
     void releaseSlot(Slot slot);
     void releaseAllArrays();
     void copySlot(Slot slot, const Mesh& other, TX_CopyMode mode);
+    void copyExtraArrays(const Mesh& other);
+    void setLists(Slot infoSlot, Array<BlockDesc>& info, Slot dataSlot, Array<uint32>& data);
+    /// Calls fill(); when it throws, the mesh is left without arrays.
+    template <class Fill>
+    void fillOrRelease(const Fill& fill)
+    {
+        try
+        {
+            fill();
+        }
+        catch (...)
+        {
+            invalidateBox();
+            releaseAllArrays();
+            throw;
+        }
+    }
     void prepareNormalArrays();
     bool isInSlot(ArrayHandle handle) const;
     bool substitute(ArrayHandle& dst, ArrayHandle fresh, const Mesh& other, ArrayHandle src);

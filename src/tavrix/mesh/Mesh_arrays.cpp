@@ -15,7 +15,16 @@ bool Mesh::getMeshArrayInf(MeshArrayInf& inf, ArrayHandle handle) const
 
 void Mesh::addArray(ArrayHandle handle, const TX_String& name, uint32 flags)
 {
-    if (!handle.isNone()) _arraySet.add(handle, {flags, name});
+    if (handle.isNone()) return;
+    try
+    {
+        _arraySet.add(handle, {flags, name});
+    }
+    catch (...)
+    {
+        if (flags & MeshArrayInf::LIFE_CYCLE) TX_ArrayServer::instance().release(handle);
+        throw;
+    }
 }
 
 ArrayHandle Mesh::findArray(const TX_String& name) const
@@ -53,10 +62,10 @@ bool Mesh::substitute(ArrayHandle& dst, ArrayHandle fresh, const Mesh& other, Ar
     const uint32 entry = _arraySet.find(dst);
     if (dst.isNone() || entry == noIndex)
     {
-        MeshArrayInf inf;
-        other.getMeshArrayInf(inf, src);
-        inf.flags |= MeshArrayInf::LIFE_CYCLE;
-        _arraySet.add(fresh, inf);
+        const MeshArrayInf unknown;
+        const uint32 source = other._arraySet.find(src);
+        const MeshArrayInf& inf = source == noIndex ? unknown : other._arraySet.inf(source);
+        addArray(fresh, inf.name, inf.flags | MeshArrayInf::LIFE_CYCLE);
     }
     else
     {

@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <vector>
 
+#include <tavrix/mesh/detail/IndexTriples.h>
 #include <tavrix/mesh/detail/UnionFind.h>
 #include <tavrix/mesh/Mesh.h>
 
@@ -61,12 +62,24 @@ void gather(Array<T>& to, const Array<T>& from, const Array<uint32>& indices)
     for (uint32 i = 0; i < indices.size(); ++i) to[i] = from[indices[i]];
 }
 
+/// True when there is a normal for every index in the normal triples; a mesh whose normals were never made
+/// may have the triples without them.
+bool hasNormals(const Mesh& mesh) { return detail::neededEntries(mesh.trindexNor()) <= mesh.nor().size(); }
+
+/// Makes room for the elements of `from` behind those of `to`, so that appending them cannot fail.
+template <class T>
+void makeRoom(Array<T>& to, const Array<T>& from)
+{
+    const uint32 needed = Array<T>::checkedSize(std::size_t{to.size()} + from.size());
+    if (needed > to.capacity()) to.reserve(needed);
+}
+
 template <class T>
 void append(Array<T>& to, const Array<T>& from)
 {
     const uint32 oldSize = to.size();
     const uint32 count = from.size();
-    to.resize(Array<T>::checkedSize(std::size_t{oldSize} + count));
+    to.resize(oldSize + count);
     std::copy_n(from.begin(), count, to.begin() + oldSize);
 }
 
@@ -93,10 +106,8 @@ void Mesh::copySlot(Slot slot, const Mesh& other, TX_CopyMode mode)
     const ArrayHandle source = other.handleOf(slot);
     if (TX_ArrayServer::instance().referenceCount(source) == 0) return;
     releaseSlot(slot);
-    _handles[static_cast<uint32>(slot)] = mode == TX_CopyMode::Shallow
-                                              ? TX_ArrayServer::instance().share(source)
-                                              : TX_ArrayServer::instance().copy(source);
-    registerSlot(slot);
+    fillSlot(slot, mode == TX_CopyMode::Shallow ? TX_ArrayServer::instance().share(source)
+                                                : TX_ArrayServer::instance().copy(source));
 }
 
 void Mesh::copyFrom(const Mesh& other, bool copyName)
@@ -112,15 +123,29 @@ void Mesh::copyFrom(const Mesh& other, bool copyName)
         Slot::TrindexPos,     Slot::TrindexNor,    Slot::Pos,           Slot::Nor,        Slot::FaceNor,
         Slot::TrindexFacedge, Slot::BindexFacedge, Slot::BindexPos,     Slot::PosPosInfo, Slot::PosPosData,
         Slot::PosEdgeInfo,    Slot::PosEdgeData,   Slot::NorAllSmoothed};
-    for (const Slot slot : copied) copySlot(slot, other, TX_CopyMode::Deep);
+    fillOrRelease(
+        [&]
+        {
+            for (const Slot slot : copied) copySlot(slot, other, TX_CopyMode::Deep);
+        });
 }
 
 void Mesh::copyAllFrom(const Mesh& other, bool copyName)
 {
     if (this == &other) return;
     copyFrom(other, copyName);
-    copySlot(Slot::PosFaceInfo, other, TX_CopyMode::Deep);
-    copySlot(Slot::PosFaceData, other, TX_CopyMode::Deep);
+    fillOrRelease(
+        [&]
+        {
+            copySlot(Slot::PosFaceInfo, other, TX_CopyMode::Deep);
+            copySlot(Slot::PosFaceData, other, TX_CopyMode::Deep);
+            copyExtraArrays(other);
+        });
+}
+
+/// Appends deep copies of the arrays that are in no slot of the other mesh.
+void Mesh::copyExtraArrays(const Mesh& other)
+{
     for (uint32 i = 0; i < other._arraySet.size(); ++i)
     {
         if (other.isInSlot(other._arraySet.handle(i))) continue;
@@ -146,12 +171,17 @@ void Mesh::copyPartialFrom(const Mesh& other, uint32 seedFace, Array<uint32>& so
     sourcePositions.clear();
     if (seedFace >= other.getFacesSize()) return;
     const std::vector<bool> chosen = connectedFaces(other, seedFace);
-    copyChosen(refTrindexPos(), other.trindexPos(), chosen);
-    copyChosen(refTrindexNor(), other.trindexNor(), chosen);
-    copyChosen(refFaceNor(), other.faceNor(), chosen);
-    sourcePositions = compactIndices(refTrindexPos(), other.getPosSize());
-    gather(refPos(), other.pos(), sourcePositions);
-    gather(refNor(), other.nor(), compactIndices(refTrindexNor(), other.nor().size()));
+    fillOrRelease(
+        [&]
+        {
+            copyChosen(refTrindexPos(), other.trindexPos(), chosen);
+            copyChosen(refFaceNor(), other.faceNor(), chosen);
+            sourcePositions = compactIndices(refTrindexPos(), other.getPosSize());
+            gather(refPos(), other.pos(), sourcePositions);
+            if (!hasNormals(other)) return;
+            copyChosen(refTrindexNor(), other.trindexNor(), chosen);
+            gather(refNor(), other.nor(), compactIndices(refTrindexNor(), other.nor().size()));
+        });
 }
 
 void Mesh::copyConnectivityFrom(TX_CopyMode mode, const Mesh& other)
@@ -184,14 +214,19 @@ void Mesh::addMesh(const Mesh& other)
     const uint32 norOffset = nor().size();
     const uint32 faceOffset = getFacesSize();
     const uint32 otherFaces = other.getFacesSize();
-    Array<Vector3D>::checkedSize(std::size_t{posOffset} + other.getPosSize());
-    Array<Vector3F>::checkedSize(std::size_t{norOffset} + other.nor().size());
-    Array<Index3>::checkedSize(std::size_t{faceOffset} + otherFaces);
     const auto onEveryFace = [&](uint32 own, uint32 others)
     { return own == faceOffset && others == otherFaces; };
-    const bool keepNormals = onEveryFace(trindexNor().size(), other.trindexNor().size());
+    const bool keepNormals =
+        onEveryFace(trindexNor().size(), other.trindexNor().size()) && hasNormals(*this) && hasNormals(other);
     const bool keepFaceNormals = onEveryFace(faceNor().size(), other.faceNor().size());
     const bool keepFacedges = onEveryFace(trindexFacedge().size(), other.trindexFacedge().size());
+
+    makeRoom(refPos(), other.pos());
+    makeRoom(refNor(), other.nor());
+    makeRoom(refTrindexPos(), other.trindexPos());
+    if (keepNormals) makeRoom(refTrindexNor(), other.trindexNor());
+    if (keepFaceNormals) makeRoom(refFaceNor(), other.faceNor());
+    if (keepFacedges) makeRoom(refTrindexFacedge(), other.trindexFacedge());
 
     invalidateBox();
     append(refPos(), other.pos());

@@ -1,5 +1,6 @@
 #include <algorithm>
 
+#include <tavrix/mesh/detail/IndexTriples.h>
 #include <tavrix/mesh/detail/LieDownNormals.h>
 #include <tavrix/mesh/detail/NormalJob.h>
 #include <tavrix/mesh/Mesh.h>
@@ -10,6 +11,7 @@ namespace tavrix
 namespace
 {
 
+using detail::neededEntries;
 using detail::NormalJob;
 
 NormalJob makeJob(const Array<Vector3D>& pos, const Array<Index3>& trindexPos,
@@ -36,14 +38,6 @@ void runJob(const NormalJob& job, uint32 threadCount)
     detail::fillLieDownNormals(lieDown);
     for (uint32 n = 0; n < job.norCount; ++n)
         if (job.nor[n] == Vector3F{0, 0, 0}) job.nor[n] = copy[n];
-}
-
-/// One more than the largest index that the triples use.
-uint64 neededEntries(const Array<Index3>& triples)
-{
-    uint32 largest = 0;
-    for (const Index3& t : triples) largest = std::max(largest, std::max(t.a, std::max(t.b, t.c)));
-    return triples.empty() ? 0 : uint64{largest} + 1;
 }
 
 }  // namespace

@@ -11,9 +11,13 @@ void Mesh::assign(const TX_String& name, const Array<Vector3D>& positions, const
     Array<Index3> newTriples = triples;
     unreserve();
     _name = kept;
-    refPos().swap(newPositions);
-    refTrindexPos().swap(newTriples);
-    createNormals(creaseAngle);
+    fillOrRelease(
+        [&]
+        {
+            refPos().swap(newPositions);
+            refTrindexPos().swap(newTriples);
+            createNormals(creaseAngle);
+        });
 }
 
 void Mesh::createCubePrimitive(const Box3D& box)

@@ -61,7 +61,9 @@ bool Thread::start(const std::function<void()>& body) noexcept
 {
     try
     {
-        _handle = std::make_unique<Handle>(Handle{std::thread(std::cref(body))});
+        auto handle = std::make_unique<Handle>();
+        handle->thread = std::thread(std::cref(body));
+        _handle = std::move(handle);
         return true;
     }
     catch (const std::exception&)

@@ -121,47 +121,58 @@ bool classifySamples(const Source& source, const ExtractionOptions& options, Sig
     return true;
 }
 
-/// Lengthens an array by new, unspecified elements; returns the first of them. The array must have the room.
-template <class T>
-T* append(Array<T>& array, uint32 count)
+/// Calculates the vertices' positions and normals.
+template <class Source>
+void fillVertices(const Source& source, const Array<EdgeKey>& vertices, Vector3D* positions,
+                  Vector3F* normals, uint32 threadCount)
 {
-    array.resize(array.size() + count);
-    return array.end() - count;
+    parallelFor(vertices.size(), threadCount,
+                [&](uint32, uint64 begin, uint64 end)
+                {
+                    constexpr uint64 ahead = 24;
+                    for (uint64 v = begin; v < end; ++v)
+                    {
+                        if (v + ahead < end) source.prefetch(vertices[v + ahead]);
+                        positions[v] = source.vertex(vertices[v]);
+                        if constexpr (Source::hasNormals)
+                            normals[v] = source.normal(vertices[v]);
+                        else
+                            normals[v] = {0, 0, 0};
+                    }
+                });
 }
 
-/// Makes room for as many more elements.
-template <class T>
-void makeRoom(Array<T>& array, uint32 count)
+/// Appends the vertices to the mesh's positions and normals; when that fails, both are as they were.
+template <class Source>
+void appendVertices(const Source& source, const Array<EdgeKey>& vertices, Mesh& mesh, uint32 threadCount)
 {
-    const uint32 size = Array<T>::checkedSize(uint64{array.size()} + count);
-    if (size > array.capacity()) array.reserve(size);
+    Array<Vector3D>& positions = mesh.refPos();
+    Array<Vector3F>& normals = mesh.refNor();
+    const uint32 oldPositions = positions.size(), oldNormals = normals.size();
+    try
+    {
+        positions.resize(Array<Vector3D>::checkedSize(uint64{oldPositions} + vertices.size()));
+        normals.resize(Array<Vector3F>::checkedSize(uint64{oldNormals} + vertices.size()));
+        fillVertices(source, vertices, positions.data() + oldPositions, normals.data() + oldNormals,
+                     threadCount);
+    }
+    catch (...)
+    {
+        positions.resize(oldPositions);
+        normals.resize(oldNormals);
+        throw;
+    }
 }
 
 /// Appends vertices and replaces the position triples; the normal triples are left empty.
 template <class Source>
 void writeMesh(const Source& source, SurfaceTopology& surface, Mesh& mesh, uint32 threadCount)
 {
-    const uint32 vertexCount = surface.vertices.size();
-    makeRoom(mesh.refPos(), vertexCount);
-    makeRoom(mesh.refNor(), vertexCount);
-    Vector3D* positions = append(mesh.refPos(), vertexCount);
-    Vector3F* normals = append(mesh.refNor(), vertexCount);
-    parallelFor(vertexCount, threadCount,
-                [&](uint32, uint64 begin, uint64 end)
-                {
-                    constexpr uint64 ahead = 24;
-                    for (uint64 v = begin; v < end; ++v)
-                    {
-                        if (v + ahead < end) source.prefetch(surface.vertices[v + ahead]);
-                        positions[v] = source.vertex(surface.vertices[v]);
-                        if constexpr (Source::hasNormals)
-                            normals[v] = source.normal(surface.vertices[v]);
-                        else
-                            normals[v] = {0, 0, 0};
-                    }
-                });
-    mesh.refTrindexPos() = std::move(surface.faces);
-    mesh.refTrindexNor().reserve(0);
+    Array<Index3>& trindexPos = mesh.refTrindexPos();
+    Array<Index3>& trindexNor = mesh.refTrindexNor();
+    appendVertices(source, surface.vertices, mesh, threadCount);
+    trindexPos = std::move(surface.faces);
+    trindexNor.reserve(0);
     mesh.invalidateBox();
     mesh.invalidateConnectivity();
 }
