@@ -43,7 +43,8 @@ template <class Value, class Coord>
 class ScalarField3_base
 {
 public:
-    /// Bit of the flags word: the samples or the grid changed since a reader cleared it.
+    /// Bit of the flags word: a reset or a write to many samples happened since a reader cleared it. Moving
+    /// the grid and writing single samples do not set it.
     static constexpr uint32 flagChanged = 1;
 
     virtual ~ScalarField3_base();
@@ -149,9 +150,10 @@ protected:
 /// Applies a macro to every (Value, Coord) pair for which scalar fields are instantiated.
 #define TX_FOR_EACH_SCALAR_FIELD(M)                                                                        \
     M(uint8, float)                                                                                        \
-    M(uint8, double) M(uint16, float) M(uint16, double) M(uint32, float) M(uint32, double) M(int32, float) \
-        M(int32, double) M(uint64, float) M(uint64, double) M(float, float) M(float, double)               \
-            M(double, float) M(double, double)
+    M(uint8, double)                                                                                       \
+    M(uint16, float) M(uint16, double) M(uint32, float) M(uint32, double) M(int32, float) M(int32, double) \
+        M(uint64, float) M(uint64, double) M(float, float) M(float, double) M(double, float)               \
+            M(double, double)
 
 /// The same for the floating-point values.
 #define TX_FOR_EACH_REAL_SCALAR_FIELD(M) M(float, float) M(float, double) M(double, float) M(double, double)
