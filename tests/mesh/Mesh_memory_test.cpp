@@ -24,15 +24,21 @@ bool failsNow() { return allocationsLeft >= 0 && allocationsLeft-- == 0; }
 
 }  // namespace
 
-void* operator new(std::size_t size)
+// Inlined into each other's callers, they would look like a mismatched pair to the compiler.
+[[gnu::noinline]] void* operator new(std::size_t size)
 {
     void* block = failsNow() ? nullptr : std::malloc(size);
     if (!block) throw std::bad_alloc();
     return block;
 }
 
-void operator delete(void* block) noexcept { std::free(block); }
-void operator delete(void* block, std::size_t) noexcept { std::free(block); }
+[[gnu::noinline]] void* operator new(std::size_t size, const std::nothrow_t&) noexcept
+{
+    return failsNow() ? nullptr : std::malloc(size);
+}
+
+[[gnu::noinline]] void operator delete(void* block) noexcept { std::free(block); }
+[[gnu::noinline]] void operator delete(void* block, std::size_t) noexcept { std::free(block); }
 
 namespace tavrix
 {

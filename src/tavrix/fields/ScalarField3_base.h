@@ -43,7 +43,8 @@ template <class Value, class Coord>
 class ScalarField3_base
 {
 public:
-    /// Bit of the flags word: the samples or the grid changed since a reader cleared it.
+    /// Bit of the flags word: a reset or a write to many samples happened since a reader cleared it. Moving
+    /// the grid and writing single samples do not set it.
     static constexpr uint32 flagChanged = 1;
 
     virtual ~ScalarField3_base();

@@ -6,8 +6,8 @@
 namespace tavrix
 {
 
-/// Draws one scalar field. The field passes itself as the address of its first member, the flags word, whose
-/// changed bit tells the render object to fetch the samples anew.
+/// Draws one scalar field. The field hands over its sizes and a colour; how the object reaches the samples is
+/// the host's business. The field's changed bit tells when to fetch them anew.
 class TX_GEOMETRY_API ScalarField3_RL : public Service_RL
 {
 public:

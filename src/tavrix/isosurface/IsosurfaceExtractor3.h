@@ -38,8 +38,8 @@ public:
     /// was. cleanUp merges vertices closer than pointSeparation / 2^13 on every axis and drops the faces that
     /// collapse (see mcaClean).
     ///
-    /// Returns the number of faces; 0, and an untouched mesh, when fewer than two triangles arise or the
-    /// callback stops.
+    /// Returns the number of faces; 0, with mesh and vertexEdges untouched, when fewer than two triangles
+    /// arise or the callback stops.
     template <class T>
     static unsigned long extractMesh(const ScalarField3<T, double>& field, Mesh& mesh, const T& threshold,
                                      const Box3<double>& box, Array<GridEdgeKey>& vertexEdges,
