@@ -8,6 +8,7 @@ namespace tavrix
 
 /// Dense scalar field: one sample a grid node in one array, z varying fastest.
 ///
+/// Indices are 32-bit or 64-bit unsigned: write get(0u) for the first sample.
 /// Instantiated for unsigned 8-, 16-, 32- and 64-bit, signed 32-bit, single and double precision values on
 /// single and double precision coordinates. Indices are not checked. `inc` and `dec`, every reset and every
 /// whole-field setter set the changed bit; single-sample writes do not.
@@ -100,9 +101,10 @@ public:
     /// positions, radii: one per particle (the shorter array counts); a particle without a finite position
     /// and a positive, finite radius adds nothing. margin: how far a kernel may reach beyond the box of its
     /// group of particles; pass at least the largest reach, 2r here, or kernels are cut off there. The
-    /// particles form threadCount groups by position. The result is the same for every thread count when
-    /// nothing is cut off. Returns false when the callback, polled every few milliseconds, stopped the work:
-    /// the field is then all zero.
+    /// particles that can touch the grid form threadCount groups by position. Along every axis a kernel
+    /// counts as many nodes as its reach has largest separations. The result is the same for every thread
+    /// count when nothing is cut off. Returns false when the callback, polled some tens of milliseconds
+    /// apart, stopped the work: the field is then all zero.
     bool setDistanceField(const Array<Vector3F>& positions, const Array<float>& radii, float margin,
                           uint32 threadCount, CancelCallback callback) requires std::floating_point<Value>;
     /// Carves the union of smooth balls out of a field built earlier: group by group, where the group's balls

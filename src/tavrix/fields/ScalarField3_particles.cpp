@@ -76,7 +76,8 @@ std::vector<uint32> cutSlabs(const Splatting& s, uint32 low, uint32 high, uint32
     {
         const Particle& p = s.particles[n];
         const uint32 cell = s.lattice.clampedCell(0, p.x), reach = s.reachInPlanes(p);
-        const int64 rows = int64{reach} * reach;
+        const int64 width = std::min(reach, 4096u);  // keeps the sums in range
+        const int64 rows = width * width;
         work[cell > reach ? cell - reach : 0] += rows;
         work[std::min<uint64>(uint64{cell} + reach + 1, s.lattice.size[0])] -= rows;
     }

@@ -31,6 +31,7 @@ struct Vector3
     friend constexpr Vector3 operator-(const Vector3& a) { return {-a.x, -a.y, -a.z}; }
     friend constexpr Vector3 operator*(const Vector3& a, T s) { return {a.x * s, a.y * s, a.z * s}; }
     friend constexpr Vector3 operator*(T s, const Vector3& a) { return a * s; }
+    friend constexpr Vector3 operator/(const Vector3& a, T s) { return {a.x / s, a.y / s, a.z / s}; }
     friend constexpr bool operator==(const Vector3&, const Vector3&) = default;
 };
 

@@ -34,9 +34,9 @@ public:
     ///
     /// box: only cells with a corner node in the closed box. xLow … zHigh: the number of cell layers left out
     /// at each end of each axis. vertexEdges receives the grid edge of every vertex, as numbered before any
-    /// clean-up. The callback is polled on the caller's thread; a result above 0 stops with the mesh as it
-    /// was. cleanUp merges vertices closer than pointSeparation / 2^13 on every axis and drops the faces that
-    /// collapse (see mcaClean).
+    /// clean-up. The callback is polled on the caller's thread between phases of the work, some tens of
+    /// milliseconds apart; a result above 0 stops with the mesh as it was. cleanUp merges vertices closer
+    /// than pointSeparation / 2^13 on every axis and drops the faces that collapse (see mcaClean).
     ///
     /// Returns the number of faces; 0, with mesh and vertexEdges untouched, when fewer than two triangles
     /// arise or the callback stops.

@@ -83,10 +83,10 @@ Vertex relax(const Vector3D& position, const Vector3F& oldNormal, const Neighbou
              double slide)
 {
     const Vector3D normal = convert<double>(oldNormal);
-    const Vector3D way = sum.position * (1.0 / sum.count) - position;
+    const Vector3D way = sum.position / sum.count - position;
     Vector3D across = way * slide;
     if (slide != 0) across -= normal * dot(across, normal);
-    const Vector3D target = unitOrZero(sum.normal * (1.0 / sum.count));
+    const Vector3D target = unitOrZero(sum.normal / sum.count);
     return {position + way * follow + across, convert<float>(turnTowards(normal, target, follow))};
 }
 
