@@ -101,8 +101,7 @@ Mesh extract(const SurfaceOptions& options, const Settings& settings, const Fiel
         char message[160];
         std::snprintf(message, sizeof message,
                       ": no surface at level %.4g, the field's values go from 0 to %.4g; try a --level "
-                      "between or a smaller "
-                      "--spacing",
+                      "between or a smaller --spacing",
                       settings.level, *std::max_element(samples.begin(), samples.end()));
         throw Failure(options.input + message);
     }

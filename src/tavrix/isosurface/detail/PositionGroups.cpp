@@ -5,6 +5,7 @@
 #include <limits>
 #include <vector>
 
+#include <tavrix/foundation/detail/BucketSort.h>
 #include <tavrix/foundation/ParallelFor.h>
 
 namespace tavrix::detail
@@ -54,6 +55,7 @@ constexpr std::ptrdiff_t movesPerRecord = 24;
 /// it has to move too much.
 void sortExactly(Record* begin, Record* end, uint32 axis)
 {
+    if (end - begin < 2) return;
     const ExactOrder less{axis};
     std::ptrdiff_t budget = (end - begin) * movesPerRecord + 256;
     for (Record* next = begin + 1; next < end; ++next)
@@ -161,8 +163,7 @@ private:
     double _low, _scale;
 };
 
-/// The records in ascending buckets, the records of a bucket sorted exactly along x. Each worker gathers and
-/// sorts a range of buckets of its own.
+/// The records sorted exactly along x: brought into ascending buckets, and sorted within each.
 Array<Record> sortAlongX(const Array<Vector3D>& positions, uint32 workers)
 {
     const Buckets buckets(positions);
@@ -172,39 +173,17 @@ Array<Record> sortAlongX(const Array<Vector3D>& positions, uint32 workers)
                 {
                     for (uint64 n = begin; n < end; ++n) bucketOf[n] = buckets(positions[n].x);
                 });
-
-    Array<uint32> next(buckets.count());
-    const auto firstBucket = [&](uint64 w) { return static_cast<uint32>(buckets.count() * w / workers); };
-    std::vector<uint32> start(std::size_t{workers} + 1, 0);
-    parallelFor(workers, workers,
-                [&](uint32, uint64 begin, uint64 end)
-                {
-                    const uint32 low = firstBucket(begin), size = firstBucket(end) - low;
-                    std::fill_n(next.data() + low, size, 0u);
-                    uint32 count = 0;
-                    for (const uint32 bucket : bucketOf)
-                    {
-                        if (bucket - low >= size) continue;
-                        ++next[bucket];
-                        ++count;
-                    }
-                    start[begin + 1] = count;
-                });
-    for (uint32 w = 0; w < workers; ++w) start[w + 1] += start[w];
-
     Array<Record> records(positions.size());
-    parallelFor(workers, workers,
+    const Array<uint32> ends = placeByBucket(
+        positions.size(), buckets.count(), workers, [&](uint32 n) { return bucketOf[n]; },
+        [&](uint32 n, uint32 place) {
+            records[place] = {positions[n], n};
+        });
+    parallelFor(buckets.count(), workers,
                 [&](uint32, uint64 begin, uint64 end)
                 {
-                    const uint32 low = firstBucket(begin), size = firstBucket(end) - low;
-                    uint32 place = start[begin];
-                    for (uint32 b = low; b < low + size; ++b) place += std::exchange(next[b], place);
-                    for (uint32 n = 0; n < positions.size(); ++n)
-                        if (bucketOf[n] - low < size) records[next[bucketOf[n]]++] = {positions[n], n};
-                    uint32 from = start[begin];
-                    for (uint32 b = low; b < low + size; from = next[b++])
-                        if (next[b] - from > 1)
-                            sortExactly(records.data() + from, records.data() + next[b], 0);
+                    for (uint64 b = begin; b < end; ++b)
+                        sortExactly(records.data() + (b == 0 ? 0 : ends[b - 1]), records.data() + ends[b], 0);
                 });
     return records;
 }

@@ -48,27 +48,25 @@ uint64 signWord(const T* samples, uint32 count, T threshold)
 }
 
 #if defined(__SSE2__) || defined(_M_X64)
-inline uint64 signWord64(const float* samples, float threshold)
+/// The bits "sample >= threshold" of one 16-byte vector of samples.
+inline uint32 signBits(const float* samples, float threshold)
 {
-    const __m128 level = _mm_set1_ps(threshold);
-    uint64 word = 0;
-    for (uint32 n = 0; n < 64; n += 4)
-    {
-        const int mask = _mm_movemask_ps(_mm_cmpge_ps(_mm_loadu_ps(samples + n), level));
-        word |= static_cast<uint64>(mask) << n;
-    }
-    return word;
+    const __m128 mask = _mm_cmpge_ps(_mm_loadu_ps(samples), _mm_set1_ps(threshold));
+    return static_cast<uint32>(_mm_movemask_ps(mask));
 }
 
-inline uint64 signWord64(const double* samples, double threshold)
+inline uint32 signBits(const double* samples, double threshold)
 {
-    const __m128d level = _mm_set1_pd(threshold);
+    const __m128d mask = _mm_cmpge_pd(_mm_loadu_pd(samples), _mm_set1_pd(threshold));
+    return static_cast<uint32>(_mm_movemask_pd(mask));
+}
+
+template <class T>
+uint64 signWord64(const T* samples, T threshold)
+{
+    constexpr uint32 lanes = 16 / sizeof(T);
     uint64 word = 0;
-    for (uint32 n = 0; n < 64; n += 2)
-    {
-        const int mask = _mm_movemask_pd(_mm_cmpge_pd(_mm_loadu_pd(samples + n), level));
-        word |= static_cast<uint64>(mask) << n;
-    }
+    for (uint32 n = 0; n < 64; n += lanes) word |= uint64{signBits(samples + n, threshold)} << n;
     return word;
 }
 #else

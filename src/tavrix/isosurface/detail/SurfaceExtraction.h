@@ -102,23 +102,14 @@ template <class Source>
 bool classifySamples(const Source& source, const ExtractionOptions& options, SignRows& signs)
 {
     const CellRange& cells = options.cells;
-    const uint64 planes = uint64{cells.high.a} - cells.low.a + 1;
-    const uint64 perRound =
-        std::max<uint64>((uint64{1} << 25) / source.grid().sizeYZ, 1) * std::max(options.threadCount, 1u);
-    for (uint64 start = 0; start < planes; start += perRound)
-    {
-        if (isCancelled(options.callback)) return false;
-        parallelFor(std::min(perRound, planes - start), options.threadCount,
-                    [&](uint32, uint64 begin, uint64 end)
-                    {
-                        const auto low = static_cast<uint32>(cells.low.a + start + begin);
-                        const auto high = static_cast<uint32>(cells.low.a + start + end);
-                        for (uint32 i = low; i < high; ++i)
-                            for (uint32 j = cells.low.b; j <= cells.high.b; ++j)
-                                source.classify(i, j, signs.row(i, j));
-                    });
-    }
-    return true;
+    return forEachPlaneRange(source.grid(), cells.high.a - cells.low.a + 1, options.threadCount,
+                             options.callback,
+                             [&](uint32 begin, uint32 end)
+                             {
+                                 for (uint32 i = cells.low.a + begin; i < cells.low.a + end; ++i)
+                                     for (uint32 j = cells.low.b; j <= cells.high.b; ++j)
+                                         source.classify(i, j, signs.row(i, j));
+                             });
 }
 
 /// Calculates the vertices' positions and normals.

@@ -4,6 +4,7 @@
 #include <bit>
 #include <vector>
 
+#include <tavrix/foundation/detail/BucketSort.h>
 #include <tavrix/foundation/detail/Divisor.h>
 #include <tavrix/foundation/ParallelFor.h>
 #include <tavrix/isosurface/detail/MarchingCubesTable.h>
@@ -13,9 +14,6 @@ namespace tavrix::detail
 
 namespace
 {
-
-/// Nodes that one worker handles between two polls of the callback: some tens of milliseconds.
-constexpr uint64 nodesPerPoll = uint64{1} << 25;
 
 /// Calls visit(k, case index) for every cell of the column (i, j), low <= k < high, that the surface crosses.
 template <class Visit>
@@ -103,7 +101,6 @@ struct Builder
 
     uint32 slabCount() const { return cells.high.a - cells.low.a; }
 
-    bool forEachSlabRange(const std::function<void(uint32, uint32)>& work) const;
     bool countSlabs();
     bool placeSlabs();
     bool fillSlabs();
@@ -112,25 +109,11 @@ struct Builder
     bool numberByBucket();
 };
 
-/// Runs work(begin, end) over ranges of slabs in parallel, polling between rounds; false when cancelled.
-bool Builder::forEachSlabRange(const std::function<void(uint32, uint32)>& work) const
-{
-    const uint64 perRound = std::max<uint64>(nodesPerPoll / grid.sizeYZ, 1) * std::max(threadCount, 1u);
-    for (uint64 start = 0; start < slabCount(); start += perRound)
-    {
-        if (isCancelled(callback)) return false;
-        const uint64 count = std::min<uint64>(perRound, slabCount() - start);
-        parallelFor(count, threadCount,
-                    [&](uint32, uint64 begin, uint64 end)
-                    { work(static_cast<uint32>(start + begin), static_cast<uint32>(start + end)); });
-    }
-    return true;
-}
-
 bool Builder::countSlabs()
 {
     slabs.assign(std::size_t{slabCount()} + 1, {0, 0});
-    return forEachSlabRange(
+    return forEachPlaneRange(
+        grid, slabCount(), threadCount, callback,
         [&](uint32 begin, uint32 end)
         {
             for (uint32 s = begin; s < end; ++s)
@@ -196,54 +179,84 @@ private:
     std::array<std::size_t, 12> _offset;
 };
 
+/// Writes the cells of one slab in their order.
+class SlabWriter
+{
+public:
+    /// `start` is the slab's place in the output.
+    SlabWriter(Builder& builder, EdgePlanes& planes, uint32 slab, SlabCount start)
+        : _builder(builder),
+          _planes(planes),
+          _i(builder.cells.low.a + slab),
+          _vertex(static_cast<uint32>(start.vertices)),
+          _face(builder.out.faces.data() + start.faces)
+    {
+    }
+
+    /// Numbers the edges that the cells own; with `write`, also writes their keys and the faces.
+    template <bool write>
+    void run()
+    {
+        const CellRange& cells = _builder.cells;
+        for (uint32 j = cells.low.b; j < cells.high.b; ++j)
+            forEachCrossedCell(_builder.signs, _i, j, cells.low.c, cells.high.c,
+                               [&](uint32 k, uint32 index)
+                               {
+                                   numberOwnEdges<write>(j, k, marchingCubesCases[index]);
+                                   if constexpr (write) writeFaces(j, k, marchingCubesCases[index]);
+                               });
+    }
+
+private:
+    std::size_t node(uint32 j, uint32 k) const { return std::size_t{j} * _builder.grid.sizeZ + k; }
+
+    template <bool write>
+    void numberOwnEdges(uint32 j, uint32 k, const MarchingCubesCase& c)
+    {
+        const uint32 own = ownedEdges[_builder.firstAlong(_i, j, k)];
+        for (uint32 n = 0; n < c.edgeCount; ++n)
+        {
+            const uint32 e = c.edges[n];
+            if (!(own >> e & 1)) continue;
+            const CellEdge& edge = cellEdges[e];
+            if constexpr (write)
+                _builder.out.vertices[_vertex] = {
+                    _builder.grid.getMonoindex(_i + edge.dx, j + edge.dy, k + edge.dz), edge.axis};
+            _planes(node(j, k), e) = _vertex++;
+        }
+    }
+
+    void writeFaces(uint32 j, uint32 k, const MarchingCubesCase& c)
+    {
+        const auto vertex = [&](uint32 corner) { return _planes(node(j, k), c.corners[corner]); };
+        for (uint32 t = 0; t < c.triangleCount; ++t)
+            *_face++ = {vertex(3 * t), vertex(3 * t + 1), vertex(3 * t + 2)};
+    }
+
+    Builder& _builder;
+    EdgePlanes& _planes;
+    uint32 _i;
+    uint32 _vertex;
+    Index3* _face;
+};
+
 /// Fills the slabs [begin, end). Their first plane holds edges that the slab before owns, so that slab is
 /// walked again for its vertex numbers only.
 void Builder::fillSlabRange(uint32 begin, uint32 end)
 {
     EdgePlanes planes(grid);
-    for (uint32 s = begin == 0 ? 0 : begin - 1; s < end; ++s)
+    if (begin > 0)
     {
-        const bool write = s >= begin;
-        const uint32 i = cells.low.a + s;
-        auto vertex = static_cast<uint32>(slabs[s].vertices);
-        Index3* face = out.faces.data() + slabs[s].faces;
-        for (uint32 j = cells.low.b; j < cells.high.b; ++j)
-        {
-            const std::size_t row = std::size_t{j} * grid.sizeZ;
-            const auto emit = [&](uint32 k, uint32 index)
-            {
-                const MarchingCubesCase& c = marchingCubesCases[index];
-                const uint32 own = ownedEdges[firstAlong(i, j, k)];
-                uint32 number[12];
-                for (uint32 n = 0; n < c.edgeCount; ++n)
-                {
-                    const uint32 e = c.edges[n];
-                    uint32& slot = planes(row + k, e);
-                    if (own >> e & 1)
-                    {
-                        if (write)
-                            out.vertices[vertex] = {
-                                grid.getMonoindex(i + cellEdges[e].dx, j + cellEdges[e].dy,
-                                                  k + cellEdges[e].dz),
-                                cellEdges[e].axis};
-                        slot = vertex++;
-                    }
-                    number[e] = slot;
-                }
-                if (!write) return;
-                for (uint32 t = 0; t < c.triangleCount; ++t)
-                    *face++ = {number[c.corners[3 * t]], number[c.corners[3 * t + 1]],
-                               number[c.corners[3 * t + 2]]};
-            };
-            forEachCrossedCell(signs, i, j, cells.low.c, cells.high.c, emit);
-        }
+        SlabWriter(*this, planes, begin - 1, slabs[begin - 1]).run<false>();
         planes.advance();
     }
+    for (uint32 s = begin; s < end; ++s, planes.advance()) SlabWriter(*this, planes, s, slabs[s]).run<true>();
 }
 
 bool Builder::fillSlabs()
 {
-    return forEachSlabRange([this](uint32 begin, uint32 end) { fillSlabRange(begin, end); });
+    return forEachPlaneRange(grid, slabCount(), threadCount, callback,
+                             [this](uint32 begin, uint32 end) { fillSlabRange(begin, end); });
 }
 
 /// The parallel loop over n nodes gives the last n mod threads of them to the first workers in a second wave,
@@ -294,56 +307,22 @@ void Builder::followWaveOrder()
         }
 }
 
-/// Renumbers the vertices, so far in order of first appearance, bucket by bucket. Each worker sorts the keys
-/// that fall into a range of buckets of its own.
+/// Renumbers the vertices, so far in order of first appearance, bucket by bucket.
 bool Builder::numberByBucket()
 {
+    if (isCancelled(callback)) return false;
     const uint32 bucketCount = out.faces.size() / 2;
     const Divisor buckets(bucketCount);
-    const auto bucketOf = [&](uint32 monoindex) { return buckets.divide(monoindex).rest; };
-    const uint32 workers = std::clamp(threadCount, 1u, bucketCount);
-    const auto firstBucket = [&](uint64 w) { return static_cast<uint32>(uint64{bucketCount} * w / workers); };
     const Array<EdgeKey>& keys = out.vertices;
-
-    Array<uint32> next(bucketCount);
-    std::vector<uint32> workerCount(std::size_t{workers} + 1, 0);
-    if (isCancelled(callback)) return false;
-    parallelFor(workers, workers,
-                [&](uint32, uint64 begin, uint64 end)
-                {
-                    const uint32 low = firstBucket(begin), size = firstBucket(end) - low;
-                    std::fill_n(next.data() + low, size, 0u);
-                    uint32 count = 0;
-                    for (const EdgeKey& key : keys)
-                    {
-                        const uint32 bucket = bucketOf(key.a) - low;
-                        if (bucket >= size) continue;
-                        ++next[low + bucket];
-                        ++count;
-                    }
-                    workerCount[begin + 1] = count;
-                });
-    for (uint32 w = 0; w < workers; ++w) workerCount[w + 1] += workerCount[w];
-
-    if (isCancelled(callback)) return false;
     Array<EdgeKey> sorted(keys.size());
     Array<uint32> number(keys.size());
-    parallelFor(workers, workers,
-                [&](uint32, uint64 begin, uint64 end)
-                {
-                    const uint32 low = firstBucket(begin), size = firstBucket(end) - low;
-                    uint32 place = workerCount[begin];
-                    for (uint32 bucket = low; bucket < low + size; ++bucket)
-                        place += std::exchange(next[bucket], place);
-                    for (uint32 v = 0; v < keys.size(); ++v)
-                    {
-                        const uint32 bucket = bucketOf(keys[v].a) - low;
-                        if (bucket >= size) continue;
-                        const uint32 final = next[low + bucket]++;
-                        sorted[final] = keys[v];
-                        number[v] = final;
-                    }
-                });
+    placeByBucket(
+        keys.size(), bucketCount, threadCount, [&](uint32 v) { return buckets.divide(keys[v].a).rest; },
+        [&](uint32 v, uint32 place)
+        {
+            sorted[place] = keys[v];
+            number[v] = place;
+        });
     if (isCancelled(callback)) return false;
     out.vertices = std::move(sorted);
     parallelFor(out.faces.size(), threadCount,
