@@ -226,6 +226,19 @@ TEST(Mesh_OBJ_FileParser, DropsFacesWithoutAPosition)
     }
 }
 
+TEST(Mesh_OBJ_FileParser, NormalsOfTheFileOutliveTheirConfirmation)
+{
+    const TestFolder folder;
+    ArrayOfPtr<Mesh> meshes;
+    const TX_String path =
+        folder.write("f.obj", "v 0 0 0\nv 1 0 0\nv 0 1 0\nvn 1 0 0\nf 1//1 2//1 3//1\ng bare\nf 1 2 3\n");
+    ASSERT_EQ(parser().read(path, meshes), 0);
+    for (Mesh* mesh : meshes) mesh->confirmNormalsCalculated();
+    EXPECT_EQ(meshes[0]->nor(), (Array<Vector3F>{{1, 0, 0}}));
+    EXPECT_EQ(meshes[0]->faceNor(), (Array<Wector3F>{{0, 0, 1, 0.5f}}));
+    EXPECT_EQ(meshes[1]->nor(), (Array<Vector3F>{{0, 0, 1}, {0, 0, 1}, {0, 0, 1}}));
+}
+
 TEST(Mesh_OBJ_FileParser, ReadsTheLinesOfAllSystems)
 {
     const std::string triangle = "default; 1,2,3 4,5,6 7,8,9; 0,1,2;; 0,1,2;\n";

@@ -33,13 +33,14 @@ public:
     /// Coordinates are read in single precision; one that is missing is 0. A mesh has the positions that its
     /// faces use, in file order; a position used with several texture coordinates becomes one position for
     /// each of them, so that they fit per position, and a corner without texture coordinate has (0, 0, 0).
-    /// Normals are taken, in file order, when every corner of the group has one; otherwise "Nor" is empty and
-    /// "TrindexNor" equals "TrindexPos" (Mesh::confirmNormalsCalculated makes them). A quad
-    /// becomes the triangles (0, 1, 2) and (0, 2, 3). Each corner of a face may have a syntax of its own (p,
-    /// p/t, p//n, p/t/n); negative indices count back from the latest element. Ignored are faces of fewer
-    /// than three or more than four corners, and faces with a position that the file does not have; a texture
-    /// coordinate or normal that it does not have counts as missing. Of a line, the first 255 characters
-    /// count, up to a zero byte.
+    /// Normals are taken, in file order, when every corner of the group has one, and those of the faces
+    /// calculated; otherwise "Nor" is empty and "TrindexNor" equals "TrindexPos"
+    /// (Mesh::confirmNormalsCalculated makes them, and keeps those of a file). A quad becomes the triangles
+    /// (0, 1, 2) and (0, 2, 3). Each corner of a face may have a syntax of its own (p, p/t, p//n, p/t/n);
+    /// negative indices count back from the latest element. Ignored are faces of fewer than three or more
+    /// than four corners, and faces with a position that the file does not have; a texture coordinate or
+    /// normal that it does not have counts as missing. Of a line, the first 255 characters count, up to a
+    /// zero byte.
     int read(const TX_String& fileName, ArrayOfPtr<Mesh>& meshes,
              ReadingMode mode = ReadingMode::groupByName) const;
     /// The same with a choice of channels: texture coordinates are read when `channelNames` has "uv".

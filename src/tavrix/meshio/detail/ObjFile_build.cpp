@@ -165,6 +165,8 @@ bool isComplete(const std::vector<Index3>& triples)
     return !triples.empty() && std::none_of(triples.begin(), triples.end(), lacks);
 }
 
+/// Takes the file's normals, and calculates those of the faces beside them, so that the mesh counts as having
+/// its normals.
 void buildNormals(const std::vector<Vector3F>& normals, const ObjGroup& group, Subset& subset, Mesh& mesh)
 {
     if (!isComplete(group.normals))
@@ -191,6 +193,7 @@ void buildNormals(const std::vector<Vector3F>& normals, const ObjGroup& group, S
         trindexNor[f] = {subset.newIndex(triple.a), subset.newIndex(triple.b), subset.newIndex(triple.c)};
     }
     subset.clear();
+    mesh.recalculateFaceNormals();
 }
 
 bool isBelow(const Index3& triple, std::size_t count)
