@@ -43,6 +43,7 @@
 #include <tavrix/mesh/MeshArrayInf.h>
 #include <tavrix/mesh/MeshTopology.h>
 
+#include <tavrix/particles/NeighbourGrid.h>
 #include <tavrix/particles/ParticleSystem_v3.h>
 
 #include <tavrix/fields/GridDescription3.h>

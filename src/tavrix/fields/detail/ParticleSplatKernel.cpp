@@ -1,39 +1,18 @@
 // The kernel loop, compiled once for each instruction set into a namespace of its own.
 
 #include <tavrix/fields/detail/ParticleSplat.h>
+#include <tavrix/fields/detail/SplatRows.h>
 
 #include <math.h>
 
 namespace tavrix::detail::TX_KERNEL
 {
 
-constexpr uint32 lanes = 8;
 constexpr double farAway = 1e300;
-
-inline double floorOf(double v)
-{
-    const auto truncated = static_cast<double>(static_cast<long long>(v));
-    return truncated > v ? truncated - 1 : truncated;
-}
-
-inline double ceilOf(double v) { return -floorOf(-v); }
-
-/// The nodes [low, high) of one axis within `reach` nodes of the cell that holds a coordinate.
-struct NodeRange
-{
-    uint32 low, high;
-
-    static NodeRange around(double cell, double reach, uint32 low, uint32 high)
-    {
-        const double first = cell - reach, last = cell + reach + 1;
-        return {first > low ? (first < high ? static_cast<uint32>(first) : high) : low,
-                last < high ? (last > low ? static_cast<uint32>(last) : low) : high};
-    }
-};
 
 /// Gives `count` consecutive samples the kernel's values, where a squared distance is rowPart + zPart[n].
 /// Distances beyond the reach change nothing: there the maximum gets a negative value and the sum 0.
-template <SplatKernel::Merge merge, class Value>
+template <SplatMerge merge, class Value>
 inline void splatLanes(Value* __restrict samples, const double* __restrict zPart, uint32 count,
                        double rowPart, float squaredReach, float scale)
 {
@@ -41,7 +20,7 @@ inline void splatLanes(Value* __restrict samples, const double* __restrict zPart
     {
         const auto d2 = static_cast<float>(rowPart + zPart[n]);
         const float t = 1.0f - d2 / squaredReach;
-        if constexpr (merge == SplatKernel::Merge::Maximum)
+        if constexpr (merge == SplatMerge::Maximum)
         {
             const auto v = static_cast<Value>(t * t * t);
             samples[n] = v > samples[n] ? v : samples[n];
@@ -54,26 +33,7 @@ inline void splatLanes(Value* __restrict samples, const double* __restrict zPart
     }
 }
 
-/// A run of nodes, in whole groups of lanes where the stored row has room for them.
-template <SplatKernel::Merge merge, class Value>
-inline void splatRun(Value* row, uint32 rowStart, uint32 rowLength, uint32 low, uint32 high,
-                     const double* zPart, uint32 zFirst, double rowPart, float squaredReach, float scale)
-{
-    uint32 start = low - rowStart;
-    const uint32 padded = (high - low + lanes - 1) / lanes * lanes;
-    if (padded > rowLength)
-    {
-        splatLanes<merge>(row + start, zPart + (low - zFirst), high - low, rowPart, squaredReach, scale);
-        return;
-    }
-    if (start > rowLength - padded) start = rowLength - padded;
-    const double* z = zPart + static_cast<std::ptrdiff_t>(start) + static_cast<std::ptrdiff_t>(rowStart) -
-                      static_cast<std::ptrdiff_t>(zFirst);
-    for (uint32 n = 0; n < padded; n += lanes)
-        splatLanes<merge>(row + start + n, z + n, lanes, rowPart, squaredReach, scale);
-}
-
-template <SplatKernel::Merge merge, class Value>
+template <SplatMerge merge, class Value>
 inline void splatParticle(const SplatTarget<Value>& target, const SplatKernel& kernel,
                           const Particle& particle)
 {
@@ -88,9 +48,10 @@ inline void splatParticle(const SplatTarget<Value>& target, const SplatKernel& k
     for (uint32 axis = 0; axis < 3; ++axis)
     {
         cell[axis] = (center[axis] - target.nodes[axis][0]) * target.reciprocal[axis];
+        const double first = floorOf(cell[axis]) - reachInNodes;
         range[axis] =
-            NodeRange::around(floorOf(cell[axis]), reachInNodes, target.low[axis], target.high[axis]);
-        if (range[axis].low >= range[axis].high) return;
+            NodeRange::between(first, first + 2 * reachInNodes + 1, target.low[axis], target.high[axis]);
+        if (range[axis].isEmpty()) return;
     }
 
     double* zPart = target.scratch + lanes;
@@ -111,14 +72,15 @@ inline void splatParticle(const SplatTarget<Value>& target, const SplatKernel& k
             const double dy = target.nodes[1][j] - center[1];
             const double rowPart = dx * dx + dy * dy;
             if (rowPart > limit) continue;
-            const double half = sqrt(limit - rowPart) * target.reciprocal[2];
-            const NodeRange run =
-                NodeRange::around(floorOf(cell[2]), floorOf(half) + 1, zFirst, zFirst + zCount);
-            if (run.low >= run.high) continue;
+            const double half = floorOf(sqrt(limit - rowPart) * target.reciprocal[2]) + 1;
+            const double first = floorOf(cell[2]) - half;
+            const NodeRange run = NodeRange::between(first, first + 2 * half + 1, zFirst, zFirst + zCount);
+            if (run.isEmpty()) continue;
             Value* row = target.samples + (i - target.rowStart[0]) * target.strideX +
                          (j - target.rowStart[1]) * target.strideY;
-            splatRun<merge>(row, target.rowStart[2], target.rowLength, run.low, run.high, zPart, zFirst,
-                            rowPart, squaredReach, kernel.scale);
+            applyAlongRun(row, target.rowStart[2], target.rowLength, run, zPart, zFirst,
+                          [&](Value* samples, const double* z, uint32 count)
+                          { splatLanes<merge>(samples, z, count, rowPart, squaredReach, kernel.scale); });
         }
     }
 }
@@ -127,12 +89,11 @@ template <class Value>
 void splat(const SplatTarget<Value>& target, const SplatKernel& kernel, const Particle* particles,
            std::size_t count)
 {
-    if (kernel.merge == SplatKernel::Merge::Maximum)
+    if (kernel.merge == SplatMerge::Maximum)
         for (std::size_t n = 0; n < count; ++n)
-            splatParticle<SplatKernel::Merge::Maximum>(target, kernel, particles[n]);
+            splatParticle<SplatMerge::Maximum>(target, kernel, particles[n]);
     else
-        for (std::size_t n = 0; n < count; ++n)
-            splatParticle<SplatKernel::Merge::Sum>(target, kernel, particles[n]);
+        for (std::size_t n = 0; n < count; ++n) splatParticle<SplatMerge::Sum>(target, kernel, particles[n]);
 }
 
 template void splat(const SplatTarget<float>&, const SplatKernel&, const Particle*, std::size_t);
