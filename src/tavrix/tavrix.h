@@ -46,6 +46,7 @@
 #include <tavrix/particles/NeighbourGrid.h>
 #include <tavrix/particles/ParticleSystem_v3.h>
 
+#include <tavrix/fields/AnisotropySettings.h>
 #include <tavrix/fields/GridDescription3.h>
 #include <tavrix/fields/ScalarField3.h>
 #include <tavrix/fields/ScalarField3_base.h>

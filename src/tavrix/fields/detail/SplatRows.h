@@ -35,24 +35,24 @@ struct NodeRange
     }
 };
 
-/// Calls apply(samples, zPart, count) along the nodes of a run in a row of samples, in whole groups of lanes
-/// where the stored row has room for them. zPart belongs to the node zFirst on, and has `lanes` more values
-/// on either side, for which apply must change nothing.
-template <class Value, class Part, class Apply>
-inline void applyAlongRun(Value* row, uint32 rowStart, uint32 rowLength, NodeRange run, const Part* zPart,
-                          uint32 zFirst, Apply apply)
+/// The part of the stored rows that a particle goes along: the same for all its rows, because a branch on
+/// each row's own length costs more than it saves.
+struct RowPart
 {
-    uint32 start = run.low - rowStart;
-    const uint32 padded = (run.high - run.low + lanes - 1) / lanes * lanes;
-    if (padded > rowLength)
+    uint32 start;  ///< the first stored sample
+    uint32 count;  ///< samples, in whole groups of lanes where the rows have room for them
+    std::ptrdiff_t
+        skipped;  ///< from the first node of the range to the first sample; not above 0 nor below -lanes
+
+    static RowPart covering(NodeRange range, uint32 rowStart, uint32 rowLength)
     {
-        apply(row + start, zPart + (run.low - zFirst), run.high - run.low);
-        return;
+        const uint32 low = range.low - rowStart, needed = range.high - range.low;
+        const uint32 padded = (needed + lanes - 1) / lanes * lanes;
+        if (padded > rowLength) return {low, needed, 0};
+        const uint32 start = low < rowLength - padded ? low : rowLength - padded;
+        return {start, padded, static_cast<std::ptrdiff_t>(start) - static_cast<std::ptrdiff_t>(low)};
     }
-    if (start > rowLength - padded) start = rowLength - padded;
-    const Part* z = zPart + static_cast<std::ptrdiff_t>(start) + static_cast<std::ptrdiff_t>(rowStart) -
-                    static_cast<std::ptrdiff_t>(zFirst);
-    for (uint32 n = 0; n < padded; n += lanes) apply(row + start + n, z + n, lanes);
-}
+    bool isInGroups() const { return count % lanes == 0; }
+};
 
 }  // namespace tavrix::detail::TX_KERNEL
