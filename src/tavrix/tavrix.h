@@ -58,5 +58,7 @@
 
 #include <tavrix/isosurface/IsosurfaceExtractor3.h>
 
+#include <tavrix/meshio/Mesh_BIN_FileParser.h>
 #include <tavrix/meshio/Mesh_OBJ_FileParser.h>
 #include <tavrix/meshio/MeshFileParser.h>
+#include <tavrix/meshio/MeshSTLFileParser.h>
