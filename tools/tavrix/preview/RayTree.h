@@ -67,22 +67,27 @@ private:
 inline std::array<float, RayTree::width> RayTree::entries(const Node& node, const Ray& ray,
                                                           const Vector3F& inverse)
 {
-    std::array<float, width> near{}, far;
-    far.fill(ray.far);
-    for (uint32 axis = 0; axis < 3; ++axis)
-    {
-        const float origin = ray.origin[axis], factor = inverse[axis];
-        const auto& in = factor < 0 ? node.high[axis] : node.low[axis];
-        const auto& out = factor < 0 ? node.low[axis] : node.high[axis];
-        for (uint32 n = 0; n < width; ++n)
-        {
-            const float enter = (in[n] - origin) * factor, leave = (out[n] - origin) * factor;
-            near[n] = enter > near[n] ? enter : near[n];
-            far[n] = leave < far[n] ? leave : far[n];
-        }
-    }
+    const Vector3F& o = ray.origin;
+    const float* inX = (inverse.x < 0 ? node.high : node.low)[0].data();
+    const float* inY = (inverse.y < 0 ? node.high : node.low)[1].data();
+    const float* inZ = (inverse.z < 0 ? node.high : node.low)[2].data();
+    const float* outX = (inverse.x < 0 ? node.low : node.high)[0].data();
+    const float* outY = (inverse.y < 0 ? node.low : node.high)[1].data();
+    const float* outZ = (inverse.z < 0 ? node.low : node.high)[2].data();
+    const auto larger = [](float a, float b) { return a > b ? a : b; };
+    const auto smaller = [](float a, float b) { return a < b ? a : b; };
+    std::array<float, width> near;
+#if defined(__GNUC__) && !defined(__clang__)
+#pragma GCC unroll 1  // or else GCC unrolls the loop before it could turn it into one step of a vector unit
+#endif
     for (uint32 n = 0; n < width; ++n)
-        near[n] = near[n] <= far[n] ? near[n] : std::numeric_limits<float>::infinity();
+    {
+        const float enter = larger(larger((inX[n] - o.x) * inverse.x, (inY[n] - o.y) * inverse.y),
+                                   larger((inZ[n] - o.z) * inverse.z, 0.0f));
+        const float leave = smaller(smaller((outX[n] - o.x) * inverse.x, (outY[n] - o.y) * inverse.y),
+                                    smaller((outZ[n] - o.z) * inverse.z, ray.far));
+        near[n] = enter <= leave ? enter : std::numeric_limits<float>::infinity();
+    }
     return near;
 }
 
