@@ -27,6 +27,12 @@
 #include <tavrix/foundation/Box3.h>
 #include <tavrix/foundation/CancelCallback.h>
 #include <tavrix/foundation/ElementaryFunctions.h>
+#include <tavrix/foundation/FileRam.h>
+#include <tavrix/foundation/FileStreamBase.h>
+#include <tavrix/foundation/FileStreamBaseBuffered.h>
+#include <tavrix/foundation/FileStreamEndian.h>
+#include <tavrix/foundation/FileStreamRaw.h>
+#include <tavrix/foundation/FileStreamRawBuffered.h>
 #include <tavrix/foundation/Mesh_RL.h>
 #include <tavrix/foundation/ParallelFor.h>
 #include <tavrix/foundation/Plane3.h>
@@ -52,5 +58,7 @@
 
 #include <tavrix/isosurface/IsosurfaceExtractor3.h>
 
+#include <tavrix/meshio/Mesh_BIN_FileParser.h>
 #include <tavrix/meshio/Mesh_OBJ_FileParser.h>
 #include <tavrix/meshio/MeshFileParser.h>
+#include <tavrix/meshio/MeshSTLFileParser.h>

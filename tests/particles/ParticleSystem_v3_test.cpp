@@ -1,4 +1,3 @@
-#include <cstring>
 #include <limits>
 #include <string>
 
@@ -9,26 +8,18 @@
 
 #include <gtest/gtest.h>
 
+#include <Bytes.h>
 #include <tavrix/particles/ParticleSystem_v3.h>
 #include <TestFolder.h>
 
 namespace tavrix
 {
 
+using test::bytesOf;
 using test::TestFolder;
 
 namespace
 {
-
-template <class Number>
-std::string bytesOf(Number value)
-{
-    std::string bytes(sizeof value, '\0');
-    std::memcpy(bytes.data(), &value, sizeof value);
-    return bytes;
-}
-
-std::string bytesOf(const Vector3F& v) { return bytesOf(v.x) + bytesOf(v.y) + bytesOf(v.z); }
 
 /// A header as the format has it, and the byte that fills what is ignored.
 std::string header(int16 version, uint32 count, char ignored = '\xEE')

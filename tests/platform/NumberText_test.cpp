@@ -194,6 +194,42 @@ TEST(NumberText, ReadsIntegersAndSaturates)
     }
 }
 
+TEST(NumberText, PrintsTheShortestTextOfAFloat)
+{
+    constexpr float infinity = std::numeric_limits<float>::infinity();
+    constexpr float nan = std::numeric_limits<float>::quiet_NaN();
+    const struct
+    {
+        float value;
+        const char* text;
+    } rows[] = {{0.0f, "0"},
+                {-0.0f, "-0"},
+                {1.0f, "1"},
+                {0.1f, "0.1"},
+                {-2.5f, "-2.5"},
+                {16777216.0f, "16777216"},
+                {1e10f, "1e+10"},
+                {1e-7f, "1e-07"},
+                {infinity, "inf"},
+                {-infinity, "-inf"},
+                {nan, "nan"},
+                {-nan, "-nan"},
+                {-std::numeric_limits<float>::min(), "-1.1754944e-38"}};
+    char text[maxFloatLength];
+    for (const auto& row : rows) EXPECT_EQ(std::string(text, printFloat(text, row.value)), row.text);
+
+    std::mt19937_64 random(4);
+    for (int i = 0; i < 200'000; ++i)
+    {
+        const auto value = std::bit_cast<float>(static_cast<uint32>(random()));
+        if (!std::isfinite(value)) continue;
+        const char* end = printFloat(text, value);
+        float back = 0;
+        ASSERT_EQ(parseFloat(text, end, back), end);
+        ASSERT_EQ(std::bit_cast<uint32>(back), std::bit_cast<uint32>(value));
+    }
+}
+
 TEST(NumberText, PrintsIntegers)
 {
     for (uint64 value : {uint64{0}, uint64{9}, uint64{10}, uint64{99}, uint64{100}, uint64{1234567},

@@ -14,6 +14,10 @@
 namespace tavrix
 {
 
+class FileRam;
+class FileStreamEndian;
+class FileStreamRaw;
+
 /// How Mesh::copyConnectivityFrom copies: sharing the arrays, or their contents.
 enum class TX_CopyMode
 {
@@ -237,6 +241,21 @@ public:
     /// stay.
     void createCubePrimitive(const Box3D& box);
 
+    /// Writes the mesh as a record at the stream's present position: flags, name, box, id and the six
+    /// always-present arrays, as they lie in memory (docs/formats.md has the layout). Extra arrays and other
+    /// connectivity are not in it. Instantiated for FileStreamRaw, FileStreamEndian and FileRam; whether all
+    /// was written the stream's host knows.
+    template <class Stream>
+    void saveBasic(Stream& stream) const;
+    /// Makes this mesh what a record says, releasing its arrays first; the render object stays. The flags of
+    /// the record count, so that the box need not be computed again. A record that is cut short gives what
+    /// there is of it, and no more memory is taken than the stream can fill, or gave. Of the name, the
+    /// characters before the first zero byte count. The contents of the arrays are not checked: before a mesh
+    /// from an untrusted stream is used, hasValidIndices (MeshTopology.h) has to confirm its faces, and
+    /// face-edges are better rebuilt (invalidateConnectivityBasic).
+    template <class Stream>
+    void loadBasic(Stream& stream);
+
     /// Unit face normals with areas, and vertex normals as angle-weighted averages of them, on bare arrays.
     ///
     /// `faceNor` is resized to the faces; `nor` keeps its size, which must cover every index in `trindexNor`.
@@ -380,5 +399,12 @@ private:
     ArraySet<MeshArrayInf> _arraySet;
     std::array<ArrayHandle, meshSlotCount> _handles{};
 };
+
+extern template TX_GEOMETRY_API void Mesh::saveBasic(FileStreamRaw&) const;
+extern template TX_GEOMETRY_API void Mesh::saveBasic(FileStreamEndian&) const;
+extern template TX_GEOMETRY_API void Mesh::saveBasic(FileRam&) const;
+extern template TX_GEOMETRY_API void Mesh::loadBasic(FileStreamRaw&);
+extern template TX_GEOMETRY_API void Mesh::loadBasic(FileStreamEndian&);
+extern template TX_GEOMETRY_API void Mesh::loadBasic(FileRam&);
 
 }  // namespace tavrix

@@ -1,8 +1,8 @@
 #include <tavrix/meshio/Mesh_OBJ_FileParser.h>
 
-#include <algorithm>
 #include <span>
 
+#include <tavrix/meshio/detail/MeshChannels.h>
 #include <tavrix/meshio/detail/ObjFile.h>
 #include <tavrix/meshio/detail/ObjWriter.h>
 #include <tavrix/meshio/detail/TextLines.h>
@@ -14,11 +14,6 @@ namespace
 {
 
 constexpr std::size_t lineBufferSize = 256;
-
-bool hasTextures(const Array<TX_String>& channelNames)
-{
-    return std::find(channelNames.begin(), channelNames.end(), TX_String("uv")) != channelNames.end();
-}
 
 int readObj(const TX_String& fileName, bool withTextures, ArrayOfPtr<Mesh>& meshes,
             Mesh_OBJ_FileParser::ReadingMode mode)
@@ -50,7 +45,7 @@ int Mesh_OBJ_FileParser::read(const TX_String& fileName, ArrayOfPtr<Mesh>& meshe
 int Mesh_OBJ_FileParser::read(const TX_String& fileName, const Array<TX_String>& channelNames,
                               ArrayOfPtr<Mesh>& meshes, ReadingMode mode) const
 {
-    return readObj(fileName, hasTextures(channelNames), meshes, mode);
+    return readObj(fileName, detail::hasChannel(channelNames, "uv"), meshes, mode);
 }
 
 int Mesh_OBJ_FileParser::write(const TX_String& fileName, const ArrayOfPtr<Mesh>& meshes, uint32) const
@@ -62,7 +57,7 @@ int Mesh_OBJ_FileParser::write(const TX_String& fileName, const Array<TX_String>
                                const ArrayOfPtr<Mesh>& meshes) const
 {
     return meshFileResult(
-        detail::writeObj(fileName, {meshes.begin(), meshes.size()}, hasTextures(channelNames)));
+        detail::writeObj(fileName, {meshes.begin(), meshes.size()}, detail::hasChannel(channelNames, "uv")));
 }
 
 int Mesh_OBJ_FileParser::write(const TX_String& fileName, const Mesh& mesh) const

@@ -47,11 +47,11 @@ public:
     int read(const TX_String& fileName, const Array<TX_String>& channelNames, ArrayOfPtr<Mesh>& meshes,
              ReadingMode mode = ReadingMode::groupByName) const;
 
-    /// Writes the meshes into one file, each as a group of its name. Returns 0 or a MeshFileError; only after
-    /// 0 is the file whole. Numbers have six decimals. Faces refer to normals when "Nor" is not empty and
-    /// "TrindexNor" has one triple a face, and to texture coordinates when "UV_MAP_0" has one element a
-    /// position; without, it is not written. Line breaks in a name become blanks. `options` has no meaning
-    /// yet.
+    /// Writes the meshes into one file, each as a group of its name; null pointers are skipped. Returns 0 or
+    /// a MeshFileError; only after 0 is the file whole. Numbers have six decimals. Faces refer to normals
+    /// when "Nor" is not empty and "TrindexNor" has one triple a face, and to texture coordinates when
+    /// "UV_MAP_0" has one element a position; without, it is not written. Line breaks in a name become
+    /// blanks. `options` has no meaning yet.
     int write(const TX_String& fileName, const ArrayOfPtr<Mesh>& meshes, uint32 options = 0) const;
     /// The same with a choice of channels: texture coordinates are written when `channelNames` has "uv".
     int write(const TX_String& fileName, const Array<TX_String>& channelNames,

@@ -1,11 +1,10 @@
 #include <tavrix/particles/ParticleSystem_v3.h>
 
 #include <algorithm>
-#include <cstring>
 #include <limits>
 #include <memory>
 
-#include <tavrix/platform/ByteOrder.h>
+#include <tavrix/foundation/detail/PackedRecords.h>
 #include <tavrix/platform/FileBufferIn.h>
 #include <tavrix/platform/FileBufferOut.h>
 
@@ -16,7 +15,7 @@ namespace
 {
 
 constexpr uint32 magicNumber = 0x00FABADA;
-constexpr uint32 fileBufferSize = 0x80000;
+constexpr uint32 fileBufferSize = detail::recordBlockSize;
 constexpr std::size_t versionOffset = 254;
 constexpr std::size_t countOffset = 276;
 constexpr std::size_t maxHeaderSize = 356;
@@ -42,26 +41,9 @@ uint32 recordsPerBlock(int16 version)
     return static_cast<uint32>(fileBufferSize / recordSize(version)) + 1;
 }
 
-template <class Number>
-Number decode(const unsigned char* bytes)
-{
-    Number value;
-    std::memcpy(&value, bytes, sizeof value);
-    convertByteOrder(&value, 1, ByteOrder::little);
-    return value;
-}
-
-Vector3F decodeVector(const unsigned char* bytes)
-{
-    return {decode<float>(bytes), decode<float>(bytes + 4), decode<float>(bytes + 8)};
-}
-
-template <class Number>
-void encode(Number value, unsigned char* bytes)
-{
-    convertByteOrder(&value, 1, ByteOrder::little);
-    std::memcpy(bytes, &value, sizeof value);
-}
+using detail::decode;
+using detail::decodeVector;
+using detail::encode;
 
 void encodeVector(const Vector3F& value, unsigned char* bytes)
 {
@@ -89,23 +71,6 @@ Header readHeader(FileBufferIn& file)
     return header;
 }
 
-/// How many records there can be: what the header says, as far as the file could hold it. A file that does
-/// not tell its size is believed one block at a time.
-uint32 expectedCount(const FileBufferIn& file, const Header& header, uint32 wanted)
-{
-    const int64 remaining = file.remaining();
-    if (remaining < 0) return std::min(wanted, recordsPerBlock(header.version));
-    const uint64 held = static_cast<uint64>(remaining) / recordSize(header.version);
-    return static_cast<uint32>(std::min<uint64>(wanted, held));
-}
-
-template <class T>
-void makeRoom(Array<T>& array, uint32 size)
-{
-    if (size > array.capacity()) array.reserve(std::max(size, array.capacity() * 2));
-    array.resize(size);
-}
-
 }  // namespace
 
 void ParticleSystem_v3::setArrId(const Array<int64>& ids) { _ids = ids; }
@@ -124,35 +89,24 @@ int ParticleSystem_v3::load_BIN(const TX_String& path)
     const Header header = readHeader(file);
     const uint32 wanted = std::min<uint32>(header.count, std::numeric_limits<int32>::max());
     const std::size_t stride = recordSize(header.version);
-    const uint32 blockCapacity = recordsPerBlock(header.version);
-    const std::unique_ptr<unsigned char[]> block(new unsigned char[blockCapacity * stride]);
-
-    uint32 done = 0;
-    uint32 room = expectedCount(file, header, wanted);
-    _ids.clear();
-    _positions.clear();
-    _velocities.clear();
-    while (done < wanted)
+    const auto resize = [this](uint32 count)
     {
-        const uint32 asked = std::min(wanted - done, blockCapacity);
-        const auto got = static_cast<uint32>(file.readBuffer(block.get(), asked * stride) / stride);
-        room = std::max(room, done + got);
-        makeRoom(_ids, room);
-        makeRoom(_positions, room);
-        makeRoom(_velocities, room);
-        const unsigned char* record = block.get();
-        for (uint32 i = done; i < done + got; ++i, record += stride)
+        _ids.resize(count);
+        _positions.resize(count);
+        _velocities.resize(count);
+    };
+    const auto decodeBlock = [&](const unsigned char* record, uint32 first, uint32 count)
+    {
+        for (uint32 i = first; i < first + count; ++i, record += stride)
         {
-            _positions[i] = decodeVector(record);
-            _velocities[i] = decodeVector(record + velocityOffset);
+            _positions[i] = decodeVector<float, float>(record);
+            _velocities[i] = decodeVector<float, float>(record + velocityOffset);
             _ids[i] = decode<int32>(record + idOffset(header.version));
         }
-        done += got;
-        if (got < asked) break;
-    }
-    _ids.resize(done);
-    _positions.resize(done);
-    _velocities.resize(done);
+    };
+    resize(0);
+    const uint32 done = detail::readRecords(file, wanted, stride, stride, resize, decodeBlock);
+    resize(done);
     return static_cast<int>(done);
 }
 

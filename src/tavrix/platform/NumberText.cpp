@@ -318,4 +318,11 @@ char* printFixed6(char* out, double value) noexcept
     return printSixDigits(out, static_cast<uint32>(millionths % 1'000'000));
 }
 
+char* printFloat(char* out, float value) noexcept
+{
+    if (std::isnan(value))
+        return printWord(out, std::signbit(value) ? "-nan" : "nan", std::signbit(value) ? 4 : 3);
+    return std::to_chars(out, out + maxFloatLength, value).ptr;
+}
+
 }  // namespace tavrix

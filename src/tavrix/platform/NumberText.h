@@ -30,6 +30,14 @@ inline constexpr std::size_t maxFixed6Length = 317;
 /// for maxFixed6Length characters.
 TX_GEOMETRY_API char* printFixed6(char* out, double value) noexcept;
 
+/// The most characters that printFloat writes: "-1.17549435e-38".
+inline constexpr std::size_t maxFloatLength = 15;
+
+/// Writes the shortest text that reads back as the same float, in fixed or scientific form, whichever is
+/// shorter; "inf" and "nan" with their signs. Returns the end of the text, which is not closed by a zero
+/// byte. `out` has room for maxFloatLength characters.
+TX_GEOMETRY_API char* printFloat(char* out, float value) noexcept;
+
 /// The most characters that printUInt writes.
 inline constexpr std::size_t maxUIntLength = 20;
 

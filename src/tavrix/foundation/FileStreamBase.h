@@ -1,0 +1,55 @@
+#pragma once
+
+#include <cstdio>
+
+#include <tavrix/platform/Export.h>
+#include <tavrix/platform/Types.h>
+
+namespace tavrix
+{
+
+/// A stream of raw bytes: what file formats are written through. What the bytes mean is the format's
+/// business, and so is noticing that something is missing: `movedBytes` and `remaining` tell.
+///
+/// A stream over a C file borrows it: the host opens it in binary mode (openFile), keeps it open as long as
+/// the stream is used, and closes it; what `std::ferror` and `std::fclose` return tells it whether all was
+/// written. A stream moves bytes at the file's present position, so a format may be a part of a larger file.
+class TX_GEOMETRY_API FileStreamBase
+{
+public:
+    FileStreamBase(const FileStreamBase&) = delete;
+    FileStreamBase& operator=(const FileStreamBase&) = delete;
+    virtual ~FileStreamBase();
+
+    /// Fills the destination with the next bytes; of a stream that ends before, the rest of the destination
+    /// is untouched.
+    virtual FileStreamBase& read(void* destination, uint32 byteCount) = 0;
+    /// Appends the bytes.
+    virtual FileStreamBase& write(const void* source, uint32 byteCount) = 0;
+
+    /// How many bytes there are still to be read, or -1 where that is not known (pipes, devices, streams that
+    /// are not for reading). A count read from the stream is believed only as far as this could hold it.
+    virtual int64 remaining() const;
+
+    /// How many bytes the last `read` or `write` moved.
+    uint32 movedBytes() const noexcept { return _movedBytes; }
+
+    /// The C file, for formats that seek; null for streams that have none.
+    std::FILE* getFile() const noexcept { return _file; }
+
+protected:
+    explicit FileStreamBase(std::FILE* file = nullptr) noexcept : _file(file) {}
+
+    // What streams over a C file do; without one, nothing moves.
+    void readFile(void* destination, uint32 byteCount);
+    void writeFile(const void* source, uint32 byteCount);
+    int64 remainingInFile() const;
+
+    void setMovedBytes(std::size_t count) noexcept { _movedBytes = static_cast<uint32>(count); }
+
+private:
+    std::FILE* _file;
+    uint32 _movedBytes = 0;
+};
+
+}  // namespace tavrix

@@ -1,0 +1,68 @@
+#pragma once
+
+#include <tavrix/foundation/ArrayOfPtr.h>
+#include <tavrix/mesh/Mesh.h>
+#include <tavrix/meshio/MeshFileParser.h>
+#include <tavrix/platform/Export.h>
+#include <tavrix/platform/TX_String.h>
+
+namespace tavrix
+{
+
+/// Reads and writes STL files, binary and ASCII. STL knows no shared corners: a mesh from a file of N facets
+/// has 3 N positions in file order, one normal a facet, and the faces (0, 1, 2), (3, 4, 5), ...; nothing is
+/// welded. Coordinates that are not finite are kept as they are. Numbers are read and written as in the "C"
+/// locale, whatever the locale of the process is. The parser keeps no state: several threads may use it at
+/// once.
+class TX_GEOMETRY_API MeshSTLFileParser
+{
+public:
+    enum class Encoding : uint32
+    {
+        binary = 0,
+        ascii = 1
+    };
+
+    /// Reads a file into one new mesh, which is appended to `meshes`. Returns 1, or a MeshFileError after
+    /// which `meshes` is as it was. A file that cannot be opened is also reported on standard output.
+    ///
+    /// The file is taken as ASCII when a keyword ("solid", "facet normal", "outer loop", "vertex", "color",
+    /// "endloop", "endfacet", "endsolid"; in upper case too, but for "color") stands in one of the first
+    /// eight stretches that end with a carriage return: so is a binary file with "solid" in its header. Hosts
+    /// that would rather be right ask encodingBySize and force the encoding. A pipe cannot be tested and
+    /// read: meshFileFailed without a forced encoding.
+    ///
+    /// Binary: as many facets are read as there are, up to the count in the file; memory is taken for those
+    /// alone. Attributes are ignored. The mesh is named after the header's text.
+    /// ASCII: keywords in any case; lines end with a line feed, a carriage return or both. A facet is there
+    /// with the third "vertex" line since the last "facet", "outer loop" or "endloop"; further ones, and
+    /// vertices of fewer than three numbers, are ignored. A facet without a normal has (0, 0, 0). Several
+    /// solids become one mesh, named after the first. "color" lines, which a mesh has no place for, and all
+    /// others are skipped. Of a line, the first 1024 characters count.
+    int read(const TX_String& fileName, ArrayOfPtr<Mesh>& meshes) const;
+    /// The same with the encoding given, not tested.
+    int read(const TX_String& fileName, ArrayOfPtr<Mesh>& meshes, Encoding encoding) const;
+
+    /// Tells the encoding by the file's size: binary when it is exactly that of the facets counted at byte 80
+    /// (84 + 50 N), else ASCII. Returns 1, or a MeshFileError with `encoding` unchanged: meshFileFailed when
+    /// the file has no size (a pipe).
+    static int encodingBySize(const TX_String& fileName, Encoding& encoding);
+
+    /// Writes the first mesh of the list and returns 1 or a MeshFileError; only after 1 is the file whole. An
+    /// empty list, or a null pointer at its start, is meshFileFailed, and no file is touched. Faces with a
+    /// corner that is no position are left out; a mesh without faces gives a file of no facets. `encoding` is
+    /// Encoding::ascii; every other value means binary.
+    ///
+    /// Binary: the header is the mesh's name, padded with zero bytes to 80; a longer name is written whole
+    /// and makes the header longer, which other readers do not expect. Facet normals and attributes are zero.
+    /// ASCII: facet normals are those of the mesh's corners, zero for facets without area. Numbers are the
+    /// shortest that read back as the same float. Line breaks in a name become blanks.
+    int write(const TX_String& fileName, const ArrayOfPtr<Mesh>& meshes, uint32 encoding = 0) const;
+    /// The same for one mesh.
+    int write(const TX_String& fileName, const Mesh& mesh, Encoding encoding = Encoding::binary) const;
+};
+
+template <>
+TX_GEOMETRY_API MeshSTLFileParser& MeshFileParser<MeshSTLFileParser>::instance();
+
+}  // namespace tavrix

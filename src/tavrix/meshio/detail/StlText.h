@@ -1,0 +1,21 @@
+#pragma once
+
+#include <tavrix/mesh/Mesh.h>
+#include <tavrix/platform/FileBufferIn.h>
+#include <tavrix/platform/FileStatus.h>
+
+namespace tavrix::detail
+{
+
+/// True when one of the first eight stretches that end with a carriage return holds a keyword of STL text. In
+/// any case, but for "color": binary files of some programs have "COLOR=" in their header.
+bool beginsAsStlText(FileBufferIn& file);
+
+/// Reads the facets of an ASCII STL file, which is open at its start, into an empty mesh, named after its
+/// first solid. Failed when the system reports an error, or the facets are more than a mesh can number.
+FileStatus readStlText(FileBufferIn& file, Mesh& mesh);
+
+/// Writes the mesh; ok when the file is whole.
+FileStatus writeStlText(const TX_String& fileName, const Mesh& mesh);
+
+}  // namespace tavrix::detail

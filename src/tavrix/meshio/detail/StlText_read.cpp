@@ -1,0 +1,257 @@
+#include <algorithm>
+#include <cstring>
+#include <memory>
+#include <string_view>
+
+#include <tavrix/meshio/detail/StlMesh.h>
+#include <tavrix/meshio/detail/StlName.h>
+#include <tavrix/meshio/detail/StlText.h>
+#include <tavrix/platform/NumberText.h>
+
+namespace tavrix::detail
+{
+
+namespace
+{
+
+constexpr std::size_t windowSize = 0x80000;
+/// Of one statement, the characters that count.
+constexpr std::ptrdiff_t maxStatement = 1024;
+
+bool isBlank(char c) { return c == ' ' || c == '\t'; }
+bool isLineEnd(char c) { return c == '\n' || c == '\r'; }
+bool isSpace(char c) { return c == ' ' || ('\t' <= c && c <= '\r'); }
+char toLower(char c) { return 'A' <= c && c <= 'Z' ? static_cast<char>(c | 0x20) : c; }
+
+const char* skipBlanks(const char* p, const char* end)
+{
+    while (p != end && isBlank(*p)) ++p;
+    return p;
+}
+
+/// True when the text is the word, written in lower case, in any case.
+bool isWord(std::string_view text, std::string_view word)
+{
+    if (text.size() != word.size()) return false;
+    for (std::size_t i = 0; i < word.size(); ++i)
+        if (toLower(text[i]) != word[i]) return false;
+    return true;
+}
+
+/// The numbers behind a keyword, separated by blanks and tabs. Moves behind them; false, and in front of what
+/// is not a number, when there are fewer than three.
+bool FillVector(const char*& p, const char* end, Vector3F& vector)
+{
+    for (float* component : {&vector.x, &vector.y, &vector.z})
+    {
+        p = skipBlanks(p, end);
+        const char* after = parseFloat(p, end, *component);
+        if (after == p) return false;
+        p = after;
+    }
+    return true;
+}
+
+/// Reads statement by statement: a keyword and what belongs to it. Line ends matter only where a statement's
+/// length is not known: behind "solid" and words that are no keywords.
+class StlTextReader
+{
+public:
+    StlTextReader(FileBufferIn& file, Mesh& mesh) : _file(file), _mesh(mesh), _facets(mesh) {}
+
+    FileStatus read()
+    {
+        while (!_tooMany && nextStatement()) readStatement();
+        _facets.trim(_facetCount);
+        _facets.number(0, _facetCount);
+        return _tooMany || _file.status() == FileStatus::failed ? FileStatus::failed : FileStatus::ok;
+    }
+
+private:
+    /// Moves to the next character that is no space, with the characters of its statement in the window;
+    /// false at the end of the file.
+    bool nextStatement()
+    {
+        do {
+            while (_next != _end && isSpace(*_next)) ++_next;
+            if (_end - _next >= maxStatement) return true;
+        } while (refill());
+        return _next != _end;
+    }
+
+    void readStatement()
+    {
+        const char* const end = _next + std::min(_end - _next, maxStatement);
+        const char* p = _next;
+        while (p != end && !isSpace(*p)) ++p;
+        const std::string_view word(_next, static_cast<std::size_t>(p - _next));
+        _next = p;
+        switch (toLower(word[0]))
+        {
+            case 'v':
+                if (isWord(word, "vertex")) return readCorner(end);
+                break;
+            case 'f':
+                if (isWord(word, "facet")) return beginFacet(end);
+                break;
+            case 'o':
+                if (isWord(word, "outer")) return endCorners();
+                break;
+            case 'l':
+                if (isWord(word, "loop")) return;
+                break;
+            case 'e':
+                if (isWord(word, "endloop")) return endCorners();
+                if (isWord(word, "endfacet")) return endFacet();
+                if (isWord(word, "endsolid")) endFacet();
+                break;
+            case 's':
+                if (isWord(word, "solid")) readName(end);
+                break;
+            default:
+                break;
+        }
+        skipLine();
+    }
+
+    void endCorners() { _corner = 0; }
+
+    void endFacet()
+    {
+        _corner = 0;
+        _normal = {0, 0, 0};
+    }
+
+    void beginFacet(const char* end)
+    {
+        constexpr std::ptrdiff_t normalLength = 6;
+        endFacet();
+        const char* p = skipBlanks(_next, end);
+        if (end - p < normalLength || !isWord({p, normalLength}, "normal")) return;
+        p += normalLength;
+        if (!FillVector(p, end, _normal)) _normal = {0, 0, 0};
+        _next = p;
+    }
+
+    /// A facet is there with its third corner.
+    void readCorner(const char* end)
+    {
+        Vector3F position;
+        const bool whole = FillVector(_next, end, position);
+        if (!whole || _corner >= 3) return;
+        _corners[_corner++] = convert<double>(position);
+        if (_corner == 3) addFacet();
+    }
+
+    void addFacet()
+    {
+        if (_facetCount == _facets.size()) grow();
+        if (_tooMany) return;
+        std::copy(_corners, _corners + 3, _facets.corners(_facetCount));
+        _facets.normal(_facetCount++) = _normal;
+    }
+
+    /// Makes room for as many facets as the file should have if it goes on as it began, within reason.
+    void grow()
+    {
+        constexpr uint64 firstRoom = 1024;
+        constexpr uint64 mostGrowth = 16;
+        const uint64 present = _facetCount;
+        _tooMany = present == StlMesh::maxFacetCount;
+        if (_tooMany) return;
+        uint64 room = std::max(firstRoom, 2 * present);
+        if (_file.size() > 0 && present > 0)
+        {
+            const double read = static_cast<double>(_file.tell() - (_end - _next));
+            const double share = static_cast<double>(_file.size()) / std::max(read, 1.0);
+            const auto expected =
+                static_cast<uint64>(static_cast<double>(present) * share * 1.03) + firstRoom;
+            room = std::clamp(expected, present + present / 8 + firstRoom, mostGrowth * present + firstRoom);
+        }
+        _facets.resize(static_cast<uint32>(std::min<uint64>(room, StlMesh::maxFacetCount)));
+    }
+
+    void readName(const char* end)
+    {
+        const char* lineEnd = std::find_if(_next, end, isLineEnd);
+        if (!_named) setStlName({_next, static_cast<std::size_t>(lineEnd - _next)}, _mesh);
+        _named = true;
+        endFacet();
+    }
+
+    void skipLine()
+    {
+        do {
+            while (_next != _end && !isLineEnd(*_next)) ++_next;
+            if (_next != _end) return;
+        } while (refill());
+    }
+
+    /// Moves what is left of the window to its start and reads behind it; false when nothing came.
+    bool refill()
+    {
+        const auto kept = static_cast<std::size_t>(_end - _next);
+        std::memmove(_window.get(), _next, kept);
+        const std::size_t got = _file.readBuffer(_window.get() + kept, windowSize);
+        _next = _window.get();
+        _end = _next + kept + got;
+        return got > 0;
+    }
+
+    FileBufferIn& _file;
+    Mesh& _mesh;
+    StlMesh _facets;
+    std::unique_ptr<char[]> _window{new char[windowSize + maxStatement]};
+    const char* _next = _window.get();  ///< first character not taken
+    const char* _end = _window.get();   ///< end of the characters in the window
+    Vector3D _corners[3];
+    Vector3F _normal{0, 0, 0};
+    uint32 _corner = 0;  ///< corners of the facet so far
+    uint32 _facetCount = 0;
+    bool _named = false;
+    bool _tooMany = false;
+};
+
+bool holdsKeyword(std::string_view text)
+{
+    constexpr std::string_view keywords[] = {"solid",   "facet normal", "outer loop", "vertex",
+                                             "endloop", "endfacet",     "endsolid"};
+    constexpr std::string_view firstLetters = "sfoveSFOVE";
+    for (std::size_t i = 0; i < text.size(); ++i)
+    {
+        const std::string_view rest = text.substr(i);
+        if (rest[0] == 'c' && rest.substr(0, 5) == "color") return true;
+        if (firstLetters.find(rest[0]) == std::string_view::npos) continue;
+        for (const std::string_view keyword : keywords)
+            if (isWord(rest.substr(0, keyword.size()), keyword)) return true;
+    }
+    return false;
+}
+
+}  // namespace
+
+bool beginsAsStlText(FileBufferIn& file)
+{
+    constexpr uint32 stretches = 8;
+    constexpr std::size_t longestKeyword = 12;
+    // a keyword may lie across two windows: what could be the start of one is looked at again
+    const std::unique_ptr<char[]> window(new char[longestKeyword + windowSize]);
+    std::size_t kept = 0;
+    for (uint32 ends = 0; ends < stretches;)
+    {
+        const std::size_t got = file.readBuffer(window.get() + kept, windowSize);
+        const char* const first = window.get() + kept;
+        const char* last = first;
+        for (; last != first + got && ends < stretches; ++last) ends += *last == '\r' ? 1 : 0;
+        const std::string_view text(window.get(), static_cast<std::size_t>(last - window.get()));
+        if (holdsKeyword(text)) return true;
+        if (got < windowSize) return false;
+        kept = std::min(text.size(), longestKeyword - 1);
+        std::memmove(window.get(), text.data() + text.size() - kept, kept);
+    }
+    return false;
+}
+
+FileStatus readStlText(FileBufferIn& file, Mesh& mesh) { return StlTextReader(file, mesh).read(); }
+
+}  // namespace tavrix::detail

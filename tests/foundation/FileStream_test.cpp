@@ -1,0 +1,119 @@
+#include <gtest/gtest.h>
+
+#include <tavrix/foundation/FileRam.h>
+#include <tavrix/foundation/FileStreamEndian.h>
+#include <tavrix/foundation/FileStreamRaw.h>
+#include <tavrix/foundation/FileStreamRawBuffered.h>
+#include <tavrix/platform/OpenFile.h>
+#include <TestFolder.h>
+
+namespace tavrix
+{
+
+using test::TestFolder;
+
+namespace
+{
+
+const std::string text = "the bytes of a stream";
+
+void writeInParts(FileStreamBase& stream)
+{
+    EXPECT_EQ(stream.write(text.data(), 9).movedBytes(), 9u);
+    EXPECT_EQ(stream.write(text.data(), 0).movedBytes(), 0u);
+    EXPECT_EQ(stream.write(text.data() + 9, static_cast<uint32>(text.size()) - 9).movedBytes(), 12u);
+}
+
+/// Reads beyond the end: what is not there is not touched, and the stream says how much there was.
+void expectText(FileStreamBase& stream)
+{
+    std::string got(30, '?');
+    ASSERT_EQ(stream.remaining(), 21);
+    EXPECT_EQ(stream.read(got.data(), 4).movedBytes(), 4u);
+    ASSERT_EQ(stream.remaining(), 17);
+    EXPECT_EQ(stream.read(got.data() + 4, 20).movedBytes(), 17u);
+    EXPECT_EQ(got, text + "?????????");
+    EXPECT_EQ(stream.remaining(), 0);
+    EXPECT_EQ(stream.read(got.data(), 1).movedBytes(), 0u);
+}
+
+}  // namespace
+
+TEST(FileStream, EveryKindMovesTheSameBytes)
+{
+    const TestFolder folder;
+    for (const bool endian : {false, true})
+    {
+        const auto withStream = [&](const char* mode, void (*use)(FileStreamBase&))
+        {
+            std::FILE* file = openFile(folder.file("f"), mode);
+            ASSERT_NE(file, nullptr);
+            FileStreamRaw raw(file);
+            FileStreamEndian swapped(file, ByteOrder::big);
+            EXPECT_EQ(raw.getFile(), file);
+            use(endian ? static_cast<FileStreamBase&>(swapped) : raw);
+            std::fclose(file);
+        };
+        withStream("wb", writeInParts);
+        EXPECT_EQ(folder.read("f"), text);
+        withStream("rb", expectText);
+    }
+
+    FileStreamRawBuffered out, in;
+    ASSERT_EQ(out.openToWrite(folder.file("b"), 8), FileStatus::ok);
+    writeInParts(out);
+    EXPECT_EQ(out.getBufferOut()->tell(), 21);
+    EXPECT_EQ(out.close(), FileStatus::ok);
+    EXPECT_EQ(folder.read("b"), text);
+    ASSERT_EQ(in.openToRead(folder.file("b"), 8), FileStatus::ok);
+    expectText(in);
+    EXPECT_EQ(in.getBufferOut(), nullptr);
+    EXPECT_EQ(in.close(), FileStatus::endsTooEarly);
+    EXPECT_EQ(in.getBufferIn(), nullptr);
+}
+
+TEST(FileStream, WithoutAFileNothingMoves)
+{
+    const TestFolder folder;
+    FileStreamRaw raw(nullptr);
+    FileStreamEndian endian(nullptr);
+    FileStreamRawBuffered neverOpened, absent;
+    EXPECT_EQ(absent.openToRead(folder.file("absent")), FileStatus::cannotOpen);
+    EXPECT_EQ(absent.openToWrite(folder.file("absent/f")), FileStatus::cannotOpen);
+    for (FileStreamBase* stream :
+         {static_cast<FileStreamBase*>(&raw), static_cast<FileStreamBase*>(&endian),
+          static_cast<FileStreamBase*>(&neverOpened), static_cast<FileStreamBase*>(&absent)})
+    {
+        char byte = 'x';
+        EXPECT_EQ(stream->write(&byte, 1).movedBytes(), 0u);
+        EXPECT_EQ(stream->read(&byte, 1).movedBytes(), 0u);
+        EXPECT_EQ(byte, 'x');
+    }
+    EXPECT_EQ(absent.close(), FileStatus::cannotOpen);
+}
+
+TEST(FileRam, GrowsAndRewinds)
+{
+    FileRam ram;
+    EXPECT_EQ(ram.remaining(), 0);
+    for (uint32 i = 0; i < 100'000; ++i) ram.write(&i, 4);
+    ASSERT_EQ(ram.size(), 400'000u);
+    uint32 numbers[2] = {};
+    ram.read(numbers, 8);
+    EXPECT_EQ(numbers[1], 1u);
+    ram.write("tail", 4);  // appends wherever the next read begins
+    EXPECT_EQ(ram.remaining(), 399'996);
+    ram.read(numbers, 4);
+    EXPECT_EQ(numbers[0], 2u);
+    ram.rewind();
+    ram.read(numbers, 4);
+    EXPECT_EQ(numbers[0], 0u);
+    EXPECT_EQ(std::string(reinterpret_cast<const char*>(ram.data()) + 400'000, 4), "tail");
+
+    FileRam copy(text.data(), text.size());
+    expectText(copy);
+    copy.clear();
+    EXPECT_EQ(copy.remaining(), 0);
+}
+
+}  // namespace tavrix

@@ -1,0 +1,218 @@
+#if defined(__linux__)
+#include <sys/stat.h>
+#include <thread>
+#endif
+
+#include <gtest/gtest.h>
+
+#include <Bytes.h>
+#include <tavrix/foundation/FileRam.h>
+#include <tavrix/foundation/FileStreamEndian.h>
+#include <tavrix/foundation/FileStreamRaw.h>
+#include <tavrix/platform/OpenFile.h>
+#include <TestFolder.h>
+
+#include "TestMeshes.h"
+
+namespace tavrix
+{
+
+using test::bytesOf;
+using test::reversedBytesOf;
+using test::TestFolder;
+
+namespace
+{
+
+/// One face with other contents in every array, and a box that its positions do not have.
+Mesh makeSmallMesh()
+{
+    Mesh mesh = test::makeMesh({{1, 2, 3}, {4, 5, 6}, {7, 8, 9.5}}, {{2, 0, 1}});
+    mesh.getBox();
+    mesh.setName("tri");
+    mesh.setId(77);
+    mesh.refTrindexNor() = {{1, 0, 1}};
+    mesh.refNor() = {{0, 0, 1}, {0, -1, 0}};
+    mesh.refFaceNor() = {{0.5f, 0.25f, -1, 3}};
+    mesh.refTrindexFacedge() = {{IndexFacedge::none(), IndexFacedge::of(2, 1), IndexFacedge::none()}};
+    return mesh;
+}
+
+/// The record of that mesh, with its single numbers as `number` writes them.
+template <class Number>
+std::string smallRecord(const Number& number)
+{
+    const auto count = [&](uint32 n) { return number(n); };
+    std::string box;
+    for (const double d : {1.0, 2.0, 3.0, 7.0, 8.0, 9.5}) box += number(d);
+    return count(1) + count(4) + std::string("tri\0", 4) + box + count(77) +  //
+           count(1) + bytesOf<uint32>({2, 0, 1}) +                            //
+           count(3) + bytesOf<double>({1, 2, 3, 4, 5, 6, 7, 8, 9.5}) +        //
+           count(1) + bytesOf<uint32>({1, 0, 1}) +                            //
+           count(2) + bytesOf<float>({0, 0, 1, 0, -1, 0}) +                   //
+           count(1) + bytesOf<float>({0.5f, 0.25f, -1, 3}) +                  //
+           count(1) + bytesOf<uint32>({0xFFFFFFFF, 2 * 4 + 1, 0xFFFFFFFF});
+}
+
+void expectSame(const Mesh& a, const Mesh& b)
+{
+    EXPECT_EQ(a.getFlags(), b.getFlags());
+    EXPECT_EQ(a.getName(), b.getName());
+    EXPECT_EQ(a.getId(), b.getId());
+    EXPECT_EQ(a.getBox(), b.getBox());
+    EXPECT_EQ(a.trindexPos(), b.trindexPos());
+    EXPECT_EQ(a.pos(), b.pos());
+    EXPECT_EQ(a.trindexNor(), b.trindexNor());
+    EXPECT_EQ(a.nor(), b.nor());
+    EXPECT_EQ(a.faceNor(), b.faceNor());
+    EXPECT_EQ(a.trindexFacedge(), b.trindexFacedge());
+}
+
+/// Calls use(stream) with a stream of the kind over the file.
+template <class Stream, class Use, class... Arguments>
+void withFile(const TX_String& path, const char* mode, const Use& use, Arguments... arguments)
+{
+    std::FILE* file = openFile(path, mode);
+    ASSERT_NE(file, nullptr);
+    Stream stream(file, arguments...);
+    use(stream);
+    EXPECT_EQ(std::fclose(file), 0);
+}
+
+}  // namespace
+
+// Two records in a row, as they stand in a larger file: byte by byte, and back into a mesh that held
+// something else.
+TEST(Mesh_record, HasItsLayoutOnEveryStream)
+{
+    const TestFolder folder;
+    const Mesh mesh = makeSmallMesh();
+    const auto asInMemory = [](auto number) { return bytesOf(number); };
+    const std::string plain = smallRecord(asInMemory);
+    const std::string bigEndian = smallRecord([](auto number) { return reversedBytesOf(number); });
+    ASSERT_EQ(plain.size(),
+              4u + 4 + 4 + 48 + 4 + (4 + 12) + (4 + 72) + (4 + 12) + (4 + 24) + (4 + 16) + (4 + 12));
+
+    const auto saveTwice = [&](auto& stream)
+    {
+        mesh.saveBasic(stream);
+        mesh.saveBasic(stream);
+    };
+    const auto loadTwice = [&](auto& stream)
+    {
+        Mesh back = test::makeTetrahedron();
+        for (int i = 0; i < 2; ++i)
+        {
+            back.addArray<float>("extra");
+            back.loadBasic(stream);
+            expectSame(mesh, back);
+            EXPECT_TRUE(back.findArray("extra").isNone());
+        }
+    };
+    withFile<FileStreamRaw>(folder.file("raw"), "wb", saveTwice);
+    EXPECT_EQ(folder.read("raw"), plain + plain);
+    withFile<FileStreamRaw>(folder.file("raw"), "rb", loadTwice);
+    for (const ByteOrder order : {ByteOrder::little, ByteOrder::big})
+    {
+        withFile<FileStreamEndian>(folder.file("endian"), "wb", saveTwice, order);
+        const std::string& expected = order == machineByteOrder ? plain : bigEndian;
+        EXPECT_EQ(folder.read("endian"), expected + expected);
+        withFile<FileStreamEndian>(folder.file("endian"), "rb", loadTwice, order);
+    }
+    FileRam ram;
+    saveTwice(ram);
+    EXPECT_EQ(std::string(reinterpret_cast<const char*>(ram.data()), ram.size()), plain + plain);
+    loadTwice(ram);
+}
+
+TEST(Mesh_record, OfAnEmptyMeshHas93Bytes)
+{
+    FileRam ram;
+    Mesh().saveBasic(ram);
+    EXPECT_EQ(ram.size(), 4u + 4 + 9 + 48 + 4 + 6 * 4);
+    Mesh back = makeSmallMesh();
+    back.loadBasic(ram);
+    expectSame(back, Mesh());
+    EXPECT_EQ(back.pos().capacity(), 0u);
+
+    FileStreamEndian nothing(nullptr);
+    makeSmallMesh().saveBasic(nothing);
+    back = makeSmallMesh();
+    back.loadBasic(nothing);
+    EXPECT_TRUE(back.isEmpty());
+    EXPECT_EQ(back.getName(), TX_String("Nameless"));
+}
+
+// The box-valid bit of the record makes its box count; without it the box is computed.
+TEST(Mesh_record, TheStoredBoxCountsWhenItIsValid)
+{
+    Mesh mesh = makeSmallMesh();
+    const Box3D before = mesh.getBox();
+    mesh.refPos()[0] = {-100, 0, 0};
+    FileRam ram;
+    mesh.saveBasic(ram);
+    mesh.invalidateBox();
+    mesh.saveBasic(ram);
+    Mesh back;
+    back.loadBasic(ram);
+    EXPECT_EQ(back.getBox(), before);
+    back.loadBasic(ram);
+    EXPECT_EQ(back.getBox().min, (Vector3D{-100, 0, 0}));
+}
+
+TEST(Mesh_record, TheNameEndsAtItsFirstZero)
+{
+    const struct
+    {
+        std::string stored, name;
+    } rows[] = {{std::string("abc\0", 4), "abc"},
+                {std::string("abc\0\0xy\0", 8), "abc"},
+                {"abc", "abc"},
+                {std::string("\0", 1), ""},
+                {"", ""}};
+    const Mesh mesh = makeSmallMesh();
+    for (const auto& row : rows)
+    {
+        const std::string whole = smallRecord([](auto number) { return bytesOf(number); });
+        const std::string record = whole.substr(0, 4) + bytesOf(static_cast<uint32>(row.stored.size())) +
+                                   row.stored + whole.substr(12);
+        FileRam ram(record.data(), record.size());
+        Mesh back;
+        back.loadBasic(ram);
+        EXPECT_EQ(back.getName(), TX_String(row.name));
+        EXPECT_EQ(back.pos(), mesh.pos());
+    }
+}
+
+#if defined(__linux__)
+// A pipe does not tell how much will come: arrays grow with what came, and a count that lies takes no memory.
+TEST(Mesh_record, ComesThroughAPipe)
+{
+    const TestFolder folder;
+    ASSERT_EQ(mkfifo(folder.file("pipe").c_str(), 0600), 0);
+    const Mesh mesh = test::makeTerrain(300);
+    FileRam ram;
+    mesh.saveBasic(ram);
+    const std::string whole(reinterpret_cast<const char*>(ram.data()), ram.size());
+    std::string lie = whole;
+    lie.replace(4 + 4 + 9 + 48 + 4, 4, bytesOf(uint32{0xFFFFFFFF}));  // the number of faces
+    for (const std::string& record : {whole, lie})
+    {
+        std::thread writer([&] { folder.write("pipe", record); });
+        Mesh back;
+        withFile<FileStreamRaw>(folder.file("pipe"), "rb",
+                                [&](FileStreamRaw& stream)
+                                {
+                                    EXPECT_EQ(stream.remaining(), -1);
+                                    back.loadBasic(stream);
+                                });
+        writer.join();
+        if (record == lie)
+            EXPECT_LT(back.trindexPos().capacity() * 12.0, 3.0 * static_cast<double>(record.size()));
+        else
+            expectSame(mesh, back);
+    }
+}
+#endif
+
+}  // namespace tavrix
