@@ -6,12 +6,12 @@
 namespace tavrix::tool
 {
 
-/// The command that the arguments chose: what it does, and what messages about it name.
+/// The command that the arguments chose, and what messages about it name.
 struct Command
 {
-    std::function<void()> run;
-    std::string input;                                                        ///< the file that it reads
-    std::string output;                                                       ///< the file that it writes
+    std::function<int()> run;  ///< returns the exit status, or throws Failure
+    std::string input;         ///< the file that it reads
+    std::string output;        ///< the file that it writes; empty: standard output
     std::string memoryHint = "close other programs or use a larger machine";  ///< when memory runs out
 };
 

@@ -6,18 +6,19 @@
 namespace tavrix::tool
 {
 
-/// Takes out the faces that name positions which the mesh does not have, and returns how many there were.
-/// Triples of normals that do not exist go too, with the normals.
-uint32 dropInvalidFaces(Mesh& mesh);
+// The indices of the meshes must be valid, as those of meshes from files are.
 
 /// Makes all faces name, of several positions with the same coordinates, the first one; the positions stay.
-/// For the triangles of formats without shared vertices.
-void joinEqualPositions(Mesh& mesh);
+/// Returns how many positions equal an earlier one. The normals stay as they are.
+uint32 joinEqualPositions(Mesh& mesh);
 
-/// Gives a mesh without normals smooth ones, with an edge kept where faces meet at more than 40 degrees.
+/// Gives a mesh that lacks normals smooth ones, with an edge kept where faces meet at more than 40 degrees.
 void confirmSmoothNormals(Mesh& mesh);
 
-/// All meshes in one, named as the first; their faces must be valid. Normals when all have them.
+/// Gives a mesh whose faces share no positions such normals, after joining equal positions.
+void smoothSeparateFaces(Mesh& mesh);
+
+/// All meshes in one, named as the first. Normals when all have them.
 Mesh joined(const ArrayOfPtr<Mesh>& meshes);
 
 }  // namespace tavrix::tool

@@ -45,13 +45,10 @@ struct Subject
 
 Subject meshSubject(const std::string& file)
 {
-    const ArrayOfPtr<Mesh> meshes = readMeshes(file);
-    for (Mesh* mesh : meshes)
-    {
-        dropInvalidFaces(*mesh);
-        confirmSmoothNormals(*mesh);
-    }
-    Subject subject{joined(meshes), 0, {}};
+    const MeshFile content = readMeshes(file);
+    const auto smooth = kindOfFile(file) == FileKind::StlMesh ? smoothSeparateFaces : confirmSmoothNormals;
+    for (Mesh* mesh : content.meshes) smooth(*mesh);
+    Subject subject{joined(content.meshes), 0, {}};
     subject.box = boxOfDrawableFaces(std::get<Mesh>(subject.matter));
     if (subject.box == Box3D::empty())
         throw Failure(file + ": has no face to draw; all have corners without finite coordinates");
@@ -172,8 +169,12 @@ void addPreviewCommand(CLI::App& app, Command& command)
     preview->callback(
         [options, &command]
         {
-            command = {[options] { runPreview(*options); }, options->inputs.front(), options->output,
-                       "try a smaller --size"};
+            const auto run = [options]
+            {
+                runPreview(*options);
+                return 0;
+            };
+            command = {run, options->inputs.front(), options->output, "try a smaller --size"};
         });
 }
 

@@ -9,7 +9,9 @@
 
 #include "Arguments.h"
 #include "Command.h"
+#include "ConvertCommand.h"
 #include "Failure.h"
+#include "InfoCommand.h"
 #include "Interrupt.h"
 #include "PreviewCommand.h"
 #include "SurfaceCommand.h"
@@ -70,8 +72,12 @@ void addSurfaceCommand(CLI::App& app, Command& command, SurfaceOptions& options)
                 options.output.substr(std::min(options.output.rfind('.'), options.output.size()));
             if (extension != ".obj" && extension != ".OBJ" && options.output.rfind("/dev/", 0) != 0)
                 throw CLI::ValidationError("--output", "the name must end in .obj: " + options.output);
-            command = {[&options] { runSurface(options); }, options.input, options.output,
-                       "try a larger --spacing"};
+            const auto run = [&options]
+            {
+                runSurface(options);
+                return 0;
+            };
+            command = {run, options.input, options.output, "try a larger --spacing"};
         });
 }
 
@@ -86,10 +92,13 @@ int run(const Command& command)
 {
     try
     {
-        command.run();
-        if (std::fflush(stdout) == 0) return 0;
-        std::fprintf(stderr, "tavrix: %s is written, but the summary cannot be; try --quiet\n",
-                     command.output.c_str());
+        const int status = command.run();
+        if (std::fflush(stdout) == 0) return status;
+        if (command.output.empty())
+            std::fprintf(stderr, "tavrix: standard output cannot be written; is the disk full?\n");
+        else
+            std::fprintf(stderr, "tavrix: %s is written, but the summary cannot be; try --quiet\n",
+                         command.output.c_str());
     }
     catch (const Failure& failure)
     {
@@ -120,6 +129,8 @@ int main(int argc, char** argv)
     SurfaceOptions options;
     addSurfaceCommand(app, command, options);
     addPreviewCommand(app, command);
+    addConvertCommand(app, command);
+    addInfoCommand(app, command);
 
     std::vector<std::string> arguments = utf8Arguments(argc, argv);
     std::reverse(arguments.begin(), arguments.end());
