@@ -8,9 +8,14 @@
 #include <CLI/CLI.hpp>
 
 #include "Arguments.h"
+#include "Command.h"
+#include "ConvertCommand.h"
 #include "Failure.h"
+#include "InfoCommand.h"
 #include "Interrupt.h"
+#include "PreviewCommand.h"
 #include "SurfaceCommand.h"
+#include "Validators.h"
 
 namespace
 {
@@ -19,26 +24,7 @@ using namespace tavrix::tool;
 
 constexpr int failed = 1, wrongUsage = 2;
 
-const auto positiveNumber = CLI::Validator(
-    [](std::string& text) -> std::string
-    {
-        double value = 0;
-        const bool isNumber = CLI::detail::lexical_cast(text, value);
-        if (!isNumber || !(value > 0)) return "must be a number above 0";
-        return value > 1e-30 && value < 1e30 ? "" : "must lie between 1e-30 and 1e30";
-    },
-    "NUMBER > 0");
-
-const auto finiteNumber = CLI::Validator(
-    [](std::string& text) -> std::string
-    {
-        double value = 0;
-        const bool finite = CLI::detail::lexical_cast(text, value) && value > -1e30 && value < 1e30;
-        return finite ? "" : "must be a finite number";
-    },
-    "NUMBER");
-
-void addSurfaceCommand(CLI::App& app, SurfaceOptions& options)
+void addSurfaceCommand(CLI::App& app, Command& command, SurfaceOptions& options)
 {
     CLI::App* surface = app.add_subcommand("surface", "Turn a particle file into a surface mesh");
     surface->add_option("IN", options.input, "Particle file (.bin)")->required()->option_text(" ");
@@ -80,23 +66,39 @@ void addSurfaceCommand(CLI::App& app, SurfaceOptions& options)
         "Keep coincident vertices and the thin faces between them");
     surface->add_flag("-q,--quiet", options.quiet, "Print errors only");
     surface->callback(
-        [&options]
+        [&command, &options]
         {
             const std::string extension =
                 options.output.substr(std::min(options.output.rfind('.'), options.output.size()));
             if (extension != ".obj" && extension != ".OBJ" && options.output.rfind("/dev/", 0) != 0)
                 throw CLI::ValidationError("--output", "the name must end in .obj: " + options.output);
+            const auto run = [&options]
+            {
+                runSurface(options);
+                return 0;
+            };
+            command = {run, options.input, options.output, "try a larger --spacing"};
         });
 }
 
-int run(const SurfaceOptions& options)
+std::string usageMessage(const CLI::App* app, const CLI::Error& error)
+{
+    const std::vector<CLI::App*> chosen = app->get_subcommands();
+    const std::string command = chosen.empty() ? "" : " " + chosen.front()->get_name();
+    return "tavrix: " + std::string(error.what()) + "; see tavrix" + command + " --help\n";
+}
+
+int run(const Command& command)
 {
     try
     {
-        runSurface(options);
-        if (std::fflush(stdout) == 0) return 0;
-        std::fprintf(stderr, "tavrix: %s is written, but the summary cannot be; try --quiet\n",
-                     options.output.c_str());
+        const int status = command.run();
+        if (std::fflush(stdout) == 0) return status;
+        if (command.output.empty())
+            std::fprintf(stderr, "tavrix: standard output cannot be written; is the disk full?\n");
+        else
+            std::fprintf(stderr, "tavrix: %s is written, but the summary cannot be; try --quiet\n",
+                         command.output.c_str());
     }
     catch (const Failure& failure)
     {
@@ -104,12 +106,12 @@ int run(const SurfaceOptions& options)
     }
     catch (const std::bad_alloc&)
     {
-        std::fprintf(stderr, "tavrix: %s: not enough memory; try a larger --spacing\n",
-                     options.input.c_str());
+        std::fprintf(stderr, "tavrix: %s: not enough memory; %s\n", command.input.c_str(),
+                     command.memoryHint.c_str());
     }
     catch (const std::exception& error)
     {
-        std::fprintf(stderr, "tavrix: %s: %s\n", options.input.c_str(), error.what());
+        std::fprintf(stderr, "tavrix: %s: %s\n", command.input.c_str(), error.what());
     }
     return failed;
 }
@@ -122,10 +124,13 @@ int main(int argc, char** argv)
     app.allow_windows_style_options(false);  // what begins with a slash is a path
     app.require_subcommand(1);
     app.set_version_flag("--version", "tavrix " TAVRIX_VERSION);
-    app.failure_message([](const CLI::App*, const CLI::Error& error)
-                        { return "tavrix: " + std::string(error.what()) + "; see tavrix surface --help\n"; });
+    app.failure_message(usageMessage);
+    Command command;
     SurfaceOptions options;
-    addSurfaceCommand(app, options);
+    addSurfaceCommand(app, command, options);
+    addPreviewCommand(app, command);
+    addConvertCommand(app, command);
+    addInfoCommand(app, command);
 
     std::vector<std::string> arguments = utf8Arguments(argc, argv);
     std::reverse(arguments.begin(), arguments.end());
@@ -138,5 +143,5 @@ int main(int argc, char** argv)
         return app.exit(error) == 0 ? 0 : wrongUsage;
     }
     installInterruptHandler();
-    return run(options);
+    return run(command);
 }

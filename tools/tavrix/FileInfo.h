@@ -1,0 +1,55 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <variant>
+#include <vector>
+
+#include <tavrix/foundation/Box3.h>
+#include <tavrix/mesh/MeshTopology.h>
+
+namespace tavrix::tool
+{
+
+struct ParticleInfo
+{
+    int version;
+    uint32 count;
+    uint32 nonFinite;               ///< particles without a finite position
+    Box3D box;                      ///< of the finite positions; empty without any
+    double slowest, fastest;        ///< speeds, of particles with a finite velocity
+    std::optional<double> spacing;  ///< estimated
+};
+
+struct MeshInfo
+{
+    struct Group
+    {
+        std::string name;
+        uint32 vertices, faces;
+    };
+    std::string format;  ///< "OBJ", "BIN", "binary STL" or "ASCII STL"
+    std::vector<Group> groups;
+    uint32 vertices, faces;
+    uint32 nonFinite;  ///< vertices without finite coordinates
+    uint32 leftOut;    ///< faces of the file that name vertices which it does not hold
+    bool hasNormals, hasTexture, hasVelocity;
+    Box3D box;  ///< of the finite vertices; empty without any
+
+    // After joining vertices at the same place, for formats and groups do not share them.
+    uint32 repeated;  ///< vertices that equal an earlier one
+    MeshTopology topology;
+    uint32 components;
+    double area, volume;
+};
+
+struct FileInfo
+{
+    uint64 bytes;
+    std::variant<ParticleInfo, MeshInfo> content;
+};
+
+/// Reads a particle or mesh file and measures what is in it. Throws Failure.
+FileInfo inspect(const std::string& path);
+
+}  // namespace tavrix::tool

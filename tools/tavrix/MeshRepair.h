@@ -1,0 +1,24 @@
+#pragma once
+
+#include <tavrix/foundation/ArrayOfPtr.h>
+#include <tavrix/mesh/Mesh.h>
+
+namespace tavrix::tool
+{
+
+// The indices of the meshes must be valid, as those of meshes from files are.
+
+/// Makes all faces name, of several positions with the same coordinates, the first one; the positions stay.
+/// Returns how many positions equal an earlier one. The normals stay as they are.
+uint32 joinEqualPositions(Mesh& mesh);
+
+/// Gives a mesh that lacks normals smooth ones, with an edge kept where faces meet at more than 40 degrees.
+void confirmSmoothNormals(Mesh& mesh);
+
+/// Gives a mesh whose faces share no positions such normals, after joining equal positions.
+void smoothSeparateFaces(Mesh& mesh);
+
+/// All meshes in one, named as the first. Normals when all have them.
+Mesh joined(const ArrayOfPtr<Mesh>& meshes);
+
+}  // namespace tavrix::tool

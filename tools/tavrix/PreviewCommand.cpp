@@ -1,0 +1,181 @@
+#include "PreviewCommand.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <memory>
+#include <optional>
+#include <variant>
+#include <vector>
+
+#include <tavrix/platform/Timer.h>
+#include <CLI/CLI.hpp>
+
+#include "Failure.h"
+#include "GridFit.h"
+#include "MeshFile.h"
+#include "MeshRepair.h"
+#include "ParticleFile.h"
+#include "ParticleSpacing.h"
+#include "preview/Render.h"
+#include "preview/Shapes.h"
+#include "Validators.h"
+
+namespace tavrix::tool
+{
+
+namespace
+{
+
+struct Options
+{
+    std::vector<std::string> inputs;
+    std::string output;
+    std::optional<double> particleRadius;
+    PreviewOptions picture;
+    bool quiet = false;
+};
+
+/// Something to draw, and the box that it takes up.
+struct Subject
+{
+    std::variant<Mesh, Array<Vector3F>> matter;
+    float particleRadius;
+    Box3D box;
+};
+
+Subject meshSubject(const std::string& file)
+{
+    const MeshFile content = readMeshes(file);
+    const auto smooth = kindOfFile(file) == FileKind::StlMesh ? smoothSeparateFaces : confirmSmoothNormals;
+    for (Mesh* mesh : content.meshes) smooth(*mesh);
+    Subject subject{joined(content.meshes), 0, {}};
+    subject.box = boxOfDrawableFaces(std::get<Mesh>(subject.matter));
+    if (subject.box == Box3D::empty())
+        throw Failure(file + ": has no face to draw; all have corners without finite coordinates");
+    return subject;
+}
+
+Subject particleSubject(const std::string& file, const std::optional<double>& radius)
+{
+    Array<Vector3F> positions = readParticleFile(file).positions;
+    const double used = radius ? *radius : estimateSpacing(positions) / 2;
+    if (!(used > 0))
+        throw Failure(file +
+                      ": the particles all lie at one place, so their radius cannot be estimated; give "
+                      "--particle-radius");
+    const Box3D box = boundingBox(positions);
+    const Vector3D reach{used, used, used};
+    return {std::move(positions), static_cast<float>(used), {box.min - reach, box.max + reach}};
+}
+
+Subject subjectOf(const std::string& file, const Options& options)
+{
+    return kindOfFile(file) == FileKind::Particles ? particleSubject(file, options.particleRadius)
+                                                   : meshSubject(file);
+}
+
+Picture draw(const Subject& subject, const View& view, const PreviewOptions& options)
+{
+    if (const auto* positions = std::get_if<Array<Vector3F>>(&subject.matter))
+        return renderParticles(*positions, subject.particleRadius, view, options);
+    return renderMesh(std::get<Mesh>(subject.matter), view, options);
+}
+
+void runPreview(const Options& options)
+{
+    Timer timer;
+    timer.start();
+    std::vector<Subject> subjects;
+    Box3D box = Box3D::empty();
+    for (const std::string& file : options.inputs)
+    {
+        subjects.push_back(subjectOf(file, options));
+        box.extend(subjects.back().box.min);
+        box.extend(subjects.back().box.max);
+    }
+    const View view = viewOf(box, options.picture);
+    std::vector<Picture> pictures;
+    for (const Subject& subject : subjects) pictures.push_back(draw(subject, view, options.picture));
+    const Picture whole = sideBySide(pictures);
+    savePng(whole, options.output);
+    if (options.quiet) return;
+    std::printf("picture    %u x %u pixels -> %s\n", whole.width, whole.height, options.output.c_str());
+    std::printf("time       %.3f s\n", timer.stop());
+}
+
+/// Takes "1600x1000" into the options; the message of what is wrong with it, or none.
+std::string takeSize(const std::string& text, PreviewOptions& options)
+{
+    const std::size_t cross = text.find('x');
+    uint32 width = 0, height = 0;
+    const bool isPair = cross != std::string::npos &&
+                        CLI::detail::lexical_cast(text.substr(0, cross), width) &&
+                        CLI::detail::lexical_cast(text.substr(cross + 1), height);
+    if (!isPair) return "must be WIDTHxHEIGHT, as in 1600x1000";
+    if (std::min(width, height) < 16 || std::max(width, height) > 8192)
+        return "both sides must lie between 16 and 8192";
+    options.width = width;
+    options.height = height;
+    return "";
+}
+
+}  // namespace
+
+void addPreviewCommand(CLI::App& app, Command& command)
+{
+    const auto options = std::make_shared<Options>();
+    CLI::App* preview = app.add_subcommand("preview", "Draw a picture of mesh or particle files");
+    preview
+        ->add_option("FILE", options->inputs,
+                     "Mesh or particle files; several stand side by side, seen by one camera")
+        ->required()
+        ->option_text("...");
+    preview->add_option("-o,--output", options->output, "Picture to write (.png), needed")
+        ->required()
+        ->check(outputWithExtension({"png"}))
+        ->option_text("OUT");
+    preview
+        ->add_option_function<std::string>(
+            "--size",
+            [options](const std::string& text)
+            {
+                const std::string wrong = takeSize(text, options->picture);
+                if (!wrong.empty()) throw CLI::ValidationError("--size", wrong);
+            },
+            "Width and height of each picture, in pixels")
+        ->option_text("WxH [1600x1000]");
+    preview
+        ->add_option_function<std::string>(
+            "--up",
+            [options](const std::string& axis) { options->picture.up = axis == "z" ? UpAxis::Z : UpAxis::Y; },
+            "The axis that points up")
+        ->check(CLI::IsMember({"y", "z"}))
+        ->option_text("y|z [y]");
+    preview
+        ->add_option("-r,--particle-radius", options->particleRadius,
+                     "Radius to draw particles with; half their spacing when absent")
+        ->check(positiveNumber)
+        ->option_text("NUMBER");
+    preview
+        ->add_option("-t,--threads", options->picture.threads, "Worker threads; all processors when absent")
+        ->check(CLI::Range(1, 1024))
+        ->option_text("COUNT");
+    preview->add_flag("-q,--quiet", options->quiet, "Print errors only");
+    preview->footer(
+        "\nMeshes are .obj, .stl and .bin files, particles .bin files.\n\nExamples:\n"
+        "  tavrix preview water.obj -o water.png\n"
+        "  tavrix preview frame_0035.bin water_0035.obj -o both.png --size 900x900\n"
+        "  tavrix preview part.stl -o part.png --up z");
+    preview->callback(
+        [options, &command]
+        {
+            const auto run = [options]
+            {
+                runPreview(*options);
+                return 0;
+            };
+            command = {run, options->inputs.front(), options->output, "try a smaller --size"};
+        });
+}
+
+}  // namespace tavrix::tool

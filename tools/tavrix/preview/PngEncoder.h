@@ -1,0 +1,11 @@
+#pragma once
+
+#include "Picture.h"
+
+namespace tavrix::tool
+{
+
+/// The bytes of a PNG file of the picture. The same picture gives the same bytes on every system.
+std::vector<unsigned char> encodePng(const Picture& picture);
+
+}  // namespace tavrix::tool
