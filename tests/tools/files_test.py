@@ -128,7 +128,7 @@ class Convert(FilesTest):
 
     @on_linux
     def test_full_disks(self):
-        self.write("in.obj", obj_file(CUBE_POINTS, CUBE_FACES * 100))
+        self.write("in.obj", obj_file(CUBE_POINTS, CUBE_FACES * 200))
         for name in ("out.obj", "out.stl", "out.bin"):
             self.write(name, b"older")
             result = self.run_program("convert", "in.obj", name, preexec_fn=limit_file_size)
