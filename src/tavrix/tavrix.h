@@ -50,6 +50,7 @@
 #include <tavrix/mesh/MeshTopology.h>
 
 #include <tavrix/particles/NeighbourGrid.h>
+#include <tavrix/particles/ParticleNeighbours.h>
 #include <tavrix/particles/ParticleSystem_v3.h>
 
 #include <tavrix/fields/AnisotropySettings.h>

@@ -84,7 +84,7 @@ TEST(NeighbourGrid, FindsEveryPointInReachOnce)
         }
         for (const Vector3F& place : cloud(50, 1.2f, 4))
         {
-            grid.findRuns(place, radius, runs);
+            grid.findRuns(convert<double>(place), radius, runs);
             EXPECT_EQ(near(grid, runs, positions, place, radius), near(positions, place, radius));
         }
     }

@@ -171,7 +171,7 @@ void NeighbourGrid::findRunsOfBox(const CellBox& box, std::vector<Run>& runs) co
         }
 }
 
-void NeighbourGrid::findRuns(const Vector3F& place, double radius, std::vector<Run>& runs) const
+void NeighbourGrid::findRuns(const Vector3D& place, double radius, std::vector<Run>& runs) const
 {
     CellBox box{};
     for (uint32 axis = 0; axis < 3; ++axis)

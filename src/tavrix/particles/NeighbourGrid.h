@@ -39,7 +39,7 @@ public:
     Run cell(uint32 c) const { return {_cellStarts[c], _cellStarts[c + 1]}; }
 
     /// Replaces `runs` by runs, none twice, with every point closer than `radius` to the place.
-    void findRuns(const Vector3F& place, double radius, std::vector<Run>& runs) const;
+    void findRuns(const Vector3D& place, double radius, std::vector<Run>& runs) const;
     /// The same for all places in a cell that holds points.
     void findRunsOfCell(uint32 c, double radius, std::vector<Run>& runs) const;
 
