@@ -143,26 +143,30 @@ void addPreviewCommand(CLI::App& app, Command& command)
                 if (!wrong.empty()) throw CLI::ValidationError("--size", wrong);
             },
             "Width and height of each picture, in pixels")
-        ->option_text("WxH [1600x1000]");
+        ->option_text("WxH [1600x1000]")
+        ->group("Picture");
     preview
         ->add_option_function<std::string>(
             "--up",
             [options](const std::string& axis) { options->picture.up = axis == "z" ? UpAxis::Z : UpAxis::Y; },
             "The axis that points up")
         ->check(CLI::IsMember({"y", "z"}))
-        ->option_text("y|z [y]");
+        ->option_text("y|z [y]")
+        ->group("Picture");
     preview
         ->add_option("-r,--particle-radius", options->particleRadius,
                      "Radius to draw particles with; half their spacing when absent")
         ->check(positiveNumber)
-        ->option_text("NUMBER");
+        ->option_text("NUMBER")
+        ->group("Picture");
     preview
         ->add_option("-t,--threads", options->picture.threads, "Worker threads; all processors when absent")
         ->check(CLI::Range(1, 1024))
-        ->option_text("COUNT");
-    preview->add_flag("-q,--quiet", options->quiet, "Print errors only");
+        ->option_text("COUNT")
+        ->group("Run");
+    preview->add_flag("-q,--quiet", options->quiet, "Print errors only")->group("Run");
     preview->footer(
-        "\nMeshes are .obj, .stl and .bin files, particles .bin files.\n\nExamples:\n"
+        "Meshes are .obj, .stl and .bin files, particles .bin files.\n\nExamples:\n"
         "  tavrix preview water.obj -o water.png\n"
         "  tavrix preview frame_0035.bin water_0035.obj -o both.png --size 900x900\n"
         "  tavrix preview part.stl -o part.png --up z");

@@ -1,4 +1,5 @@
-// The tavrix program: particle files in, surface meshes out. Exit status 0 done, 1 failed, 2 wrong usage.
+// The tavrix program: particles become surface meshes, and meshes pictures and other files. Exit status 0
+// done, 1 failed, 2 wrong usage.
 
 #include <algorithm>
 #include <cstdio>
@@ -123,8 +124,16 @@ int main(int argc, char** argv)
     CLI::App app{"Particles become fields, fields become surfaces, surfaces become meshes.", "tavrix"};
     app.allow_windows_style_options(false);  // what begins with a slash is a path
     app.require_subcommand(1);
+    app.get_formatter()->column_width(32);
     app.set_version_flag("--version", "tavrix " TAVRIX_VERSION);
     app.failure_message(usageMessage);
+    app.footer(
+        "\nFrom particles to a picture:\n"
+        "  tavrix info water.bin                    what the file holds\n"
+        "  tavrix surface water.bin -o water.obj    particles become a surface\n"
+        "  tavrix preview water.obj -o water.png    the surface becomes a picture\n"
+        "  tavrix convert water.obj water.stl       or a file for another program\n\n"
+        "tavrix COMMAND --help tells more about each.");
     Command command;
     SurfaceOptions options;
     addSurfaceCommand(app, command, options);

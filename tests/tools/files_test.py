@@ -1,0 +1,247 @@
+"""Tests of `tavrix convert`, `tavrix info` and the completion of the shell, from outside.
+
+    files_test.py PROGRAM [EMULATOR...]
+
+The folder TAVRIX_TEST_DATA, when set, gives more files."""
+
+import json
+import os
+import pathlib
+import re
+import shutil
+import struct
+import subprocess
+import sys
+import unittest
+from math import inf, nan
+
+from mesh_file import CUBE_FACES, CUBE_POINTS, bin_mesh, binary_stl, obj_file
+from particle_file import block, particle_file
+from program import PROGRAM, ProgramTest, limit_file_size, on_linux
+
+DATA = pathlib.Path(os.environ.get("TAVRIX_TEST_DATA", ""))
+COMPLETION = pathlib.Path(__file__).parents[2] / "tools/tavrix/completion/tavrix.bash"
+with_data = unittest.skipUnless("TAVRIX_TEST_DATA" in os.environ, "TAVRIX_TEST_DATA is not set")
+
+
+class FilesTest(ProgramTest):
+    def info(self, *names):
+        return json.loads(self.succeed("info", "--json", *names))
+
+    def convert(self, *arguments):
+        self.succeed("convert", *arguments, "--quiet")
+
+
+class Convert(FilesTest):
+    def assert_same_shape(self, name, expected, places):
+        found = self.info(name)[0]
+        self.assertEqual((found["faces"], found["facesLeftOut"]), (expected["faces"], 0))
+        for key in ("area", "volume"):
+            self.assertAlmostEqual(found[key] / expected[key], 1, places, f"{key} of {name}")
+        for end in ("min", "max"):
+            for a, b in zip(found["box"][end], expected["box"][end]):
+                self.assertAlmostEqual(a, b, delta=1e-6 * max(1, abs(b)))
+
+    def assert_round_trips(self, source, places=5):
+        expected = self.info(source)[0]
+        for there in ("obj", "stl", "bin"):
+            self.convert(source, f"there.{there}")
+            self.assert_same_shape(f"there.{there}", expected, places)
+            for back in ("obj", "stl", "bin"):
+                self.convert(f"there.{there}", f"back.{back}")
+                self.assert_same_shape(f"back.{back}", expected, places)
+
+    def test_every_format_becomes_every_other(self):
+        for name, content in (("cube.OBJ", obj_file(CUBE_POINTS, CUBE_FACES)),
+                              ("cube.stl", binary_stl(CUBE_POINTS, CUBE_FACES)),
+                              ("cube.bin", bin_mesh(CUBE_POINTS, CUBE_FACES))):
+            self.write(name, content)
+            self.assert_round_trips(name)
+
+    @with_data
+    def test_every_mesh_of_the_test_data(self):
+        for path in sorted((DATA / "meshes").iterdir()):
+            with self.subTest(path.name):
+                self.assert_round_trips(path, places=2)  # OBJ has six decimals, and some parts are small
+
+    def test_channels_and_groups_are_kept_where_the_format_has_them(self):
+        textures = [(n / 8, 1 - n / 8) for n in range(8)]
+        whole = bin_mesh(CUBE_POINTS, CUBE_FACES, textures, [(n, -n, 0.5) for n in range(8)])
+        self.write("in.bin", whole)
+        self.convert("in.bin", "same.bin")
+        self.assertEqual((self.folder / "same.bin").read_bytes(), whole)
+        self.convert("in.bin", "out.obj")
+        self.assertEqual((self.folder / "out.obj").read_text().count("\nvt "), 8)
+        self.convert("out.obj", "back.bin")
+        self.assertEqual(self.info("back.bin")[0]["channels"], ["texture"])
+
+        lines = obj_file(CUBE_POINTS, CUBE_FACES).decode().splitlines()
+        self.write("two.obj", "\n".join(lines[:8] + ["g a"] + lines[8:11] + ["g b"] + lines[11:]).encode())
+        self.convert("two.obj", "out.obj")
+        self.assertEqual([(g["name"], g["faces"]) for g in self.info("out.obj")[0]["groups"]], [("a", 3), ("b", 9)])
+        for joined in ("out.stl", "out.bin"):
+            self.convert("two.obj", joined)
+            self.assertEqual([g["faces"] for g in self.info(joined)[0]["groups"]], [12])
+
+    def test_binary_and_ascii_stl_are_not_mistaken_for_each_other(self):
+        self.write("lying.stl", binary_stl(CUBE_POINTS, CUBE_FACES, b"solid facet normal\r\nvertex\r\n"))
+        self.convert("lying.stl", "out.obj")
+        self.assertAlmostEqual(self.info("out.obj")[0]["volume"], 8)
+        self.write("in.obj", obj_file(CUBE_POINTS, CUBE_FACES, "Solid_vertex"))
+        self.convert("in.obj", "out.stl")
+        binary = (self.folder / "out.stl").read_bytes()
+        self.assertEqual(len(binary), 84 + 50 * 12)
+        self.assertNotRegex(binary[:80].lower(), rb"solid|facet|loop|vertex|color")
+        self.convert("in.obj", "out.stl", "--ascii")
+        lines = (self.folder / "out.stl").read_text().splitlines()
+        self.assertRegex(lines[0], r"^solid")
+        self.assertEqual(sum(line.split()[0] == "vertex" for line in lines), 36)
+        self.write("in.obj", obj_file(CUBE_POINTS, CUBE_FACES, "lid_of_the_pot"))
+        self.convert("in.obj", "out.stl")
+        self.assertEqual(self.info("out.stl")[0]["groups"][0]["name"], "lid_of_the_pot")
+
+    def test_faces_without_their_vertices_are_left_out_with_a_word(self):
+        self.write("in.bin", bin_mesh(CUBE_POINTS, [*CUBE_FACES, (0, 1, 8), (0, 0xFFFFFFFF, 1)]))
+        result = self.run_program("convert", "in.bin", "out.obj")
+        self.assertEqual(result.returncode, 0)
+        self.assert_one_line(result.stderr, "in.bin", "2 faces")
+        self.assertEqual(self.info("out.obj")[0]["faces"], 12)
+
+    def test_failures_leave_nothing_behind(self):
+        whole = binary_stl(CUBE_POINTS, CUBE_FACES)
+        self.write("good.stl", whole)
+        self.write("particles.bin", particle_file(block(2, 0.1)))
+        self.write("cut.bin", bin_mesh(CUBE_POINTS, CUBE_FACES)[:100])
+        self.write("cut.stl", whole[:300])
+        self.write("empty.obj", b"")
+        before = sorted(os.listdir(self.folder))
+        for arguments, status, word in (("particles.bin out.obj", 1, "tavrix surface"),
+                                        ("cut.bin out.obj", 1, "cut off"), ("cut.stl out.obj", 1, "cut.stl"),
+                                        ("empty.obj out.stl", 1, "no faces"),
+                                        ("missing.stl out.obj", 1, "missing.stl"),
+                                        ("good.stl missing/out.obj", 1, "missing/out.obj"),
+                                        ("good.stl out.ply", 2, "out.ply"), ("good.stl", 2, "OUT"),
+                                        ("good.stl out.obj --asci", 2, "--asci")):
+            with self.subTest(arguments):
+                self.assert_refused(self.run_program("convert", *arguments.split()), status, word)
+                self.assertEqual(sorted(os.listdir(self.folder)), before)
+
+    @on_linux
+    def test_full_disks(self):
+        self.write("in.obj", obj_file(CUBE_POINTS, CUBE_FACES * 200))
+        for name in ("out.obj", "out.stl", "out.bin"):
+            self.write(name, b"older")
+            result = self.run_program("convert", "in.obj", name, preexec_fn=limit_file_size)
+            self.assert_refused(result, 1, name)
+            self.assertEqual((self.folder / name).read_bytes(), b"older")
+
+
+class Info(FilesTest):
+    def test_meshes_are_measured(self):
+        open_cube = CUBE_FACES[1:]
+        inwards = [(a, c, b) for a, b, c in CUBE_FACES]
+        far = [(x + 9, y, z) for x, y, z in CUBE_POINTS]
+        two = CUBE_FACES + [tuple(n + 8 for n in face) for face in CUBE_FACES]
+        fan = [(0, 1, 3), (0, 1, 5), (1, 0, 7)]
+        cases = [("cube.obj", obj_file(CUBE_POINTS, CUBE_FACES), (8, 12, 18, 0, 0, 1, True, True, 24, 8)),
+                 ("cube.stl", binary_stl(CUBE_POINTS, CUBE_FACES), (36, 12, 18, 0, 0, 1, True, True, 24, 8)),
+                 ("in.bin", bin_mesh(CUBE_POINTS, inwards), (8, 12, 18, 0, 0, 1, True, True, 24, -8)),
+                 ("open.obj", obj_file(CUBE_POINTS, open_cube), (8, 11, 18, 3, 0, 1, False, True, 22, 8)),
+                 ("two.stl", binary_stl(CUBE_POINTS + far, two), (72, 24, 36, 0, 0, 2, True, True, 48, 16)),
+                 ("fan.obj", obj_file(CUBE_POINTS, fan), (5, 3, 7, 6, 1, 1, False, False, None, None))]
+        keys = ("vertices", "faces", "edges", "boundaryEdges", "nonManifoldEdges", "parts", "closed", "oriented")
+        for name, content, (*counts, area, volume) in cases:
+            with self.subTest(name):
+                self.write(name, content)
+                found, = self.info(name)
+                self.assertEqual([found[key] for key in keys], counts)
+                if area:
+                    self.assertAlmostEqual(found["area"], area)
+                    self.assertAlmostEqual(found["volume"], volume)
+                    self.assertEqual(found["box"], {"min": [0, 0, 0], "max": [11 if name == "two.stl" else 2, 2, 2]})
+                self.assertEqual((found["file"], found["bytes"], found["kind"]), (name, len(content), "mesh"))
+        text = self.succeed("info", "cube.stl", "in.bin", "open.obj")
+        for words in ("binary STL", "closed, faces look outwards", "closed, faces look inwards",
+                      "open, consistently oriented", "18: 3 on borders", "joined"):
+            self.assertIn(words, text)
+
+    def test_particles_are_measured(self):
+        positions = [*block(8, 0.05), (nan, 0, 0), (0, inf, 0)]
+        content = bytearray(particle_file(positions, version=5))
+        for n, velocity in ((0, (3, 4, 0)), (1, (0, 0, -1)), (2, (nan, 0, 0))):
+            content[320 + 98 * n + 12:320 + 98 * n + 24] = struct.pack("<3f", *velocity)
+        self.write("in.bin", content)
+        found, = self.info("in.bin")
+        self.assertEqual([found[key] for key in ("kind", "version", "particles", "nonFinite", "speed")],
+                         ["particles", 5, 514, 2, {"min": 0, "max": 5}])
+        self.assertAlmostEqual(found["box"]["max"][2], 0.175, 6)
+        self.assertAlmostEqual(found["estimatedSpacing"], 0.05, delta=0.005)
+        self.assertRegex(self.succeed("info", "in.bin"), r"version 5(.|\n)*514(.|\n)*2 without a finite position")
+
+    def test_bad_files_do_not_keep_the_others_from_being_told(self):
+        self.write("cut.bin", particle_file(block(2, 0.1))[:-1])
+        self.write("good.obj", obj_file(CUBE_POINTS, CUBE_FACES))
+        result = self.run_program("info", "cut.bin", "good.obj", "missing.stl")
+        self.assertEqual(result.returncode, 1)
+        self.assertRegex(result.stderr, r"\Atavrix: cut.bin: .*7 of 8.*\ntavrix: missing.stl: .*\n\Z")
+        self.assertRegex(result.stdout, r"\Agood.obj: OBJ mesh")
+        result = self.run_program("info", "--json", "cut.bin", "good.obj")
+        self.assertEqual(result.returncode, 1)
+        bad, good = json.loads(result.stdout)
+        self.assertIn("cut off", bad["error"])
+        self.assertEqual(good["faces"], 12)
+
+    def test_json_is_valid_whatever_the_files_hold(self):
+        strange = obj_file([(nan, 0, 0), (inf, 0, 0), (0, -inf, 0)], [(0, 1, 2)])
+        self.write("in.obj", b'g n\xff"\\\x01\n' + strange)
+        found, = self.info("in.obj")
+        self.assertEqual((found["nonFinite"], found["box"], found["area"]), (3, None, None))
+        self.assertRegex(found["groups"][0]["name"], '^n\ufffd"')
+
+    @on_linux
+    def test_names_that_are_no_utf8(self):
+        name = b"caf\xe9.obj"
+        (self.folder / os.fsdecode(name)).write_bytes(obj_file(CUBE_POINTS, CUBE_FACES))
+        result = subprocess.run([PROGRAM, "info", "--json", name], cwd=self.folder, capture_output=True, check=True)
+        self.assertEqual(json.loads(result.stdout)[0]["file"], "caf\ufffd.obj")
+
+    @on_linux
+    def test_a_full_disk_is_told(self):
+        self.write("good.obj", obj_file(CUBE_POINTS, CUBE_FACES))
+        with open("/dev/full", "w") as full:
+            result = self.run_program("info", "good.obj", stdout=full)
+        self.assertEqual(result.returncode, 1)
+        self.assert_one_line(result.stderr, "standard output")
+
+
+@on_linux
+@unittest.skipUnless(shutil.which("bash"), "there is no bash")
+class Completion(FilesTest):
+    def completed(self, *words):
+        script = (f'source "{COMPLETION}"; COMP_WORDS=("$@"); COMP_CWORD=$(($# - 1)); '
+                  '_tavrix "$0" "${COMP_WORDS[COMP_CWORD]}" "${COMP_WORDS[COMP_CWORD - 1]}"; '
+                  'printf "%s\\n" "${COMPREPLY[@]}"')
+        command = ["bash", "-c", script, PROGRAM, "tavrix", *words]
+        return subprocess.run(command, cwd=self.folder, capture_output=True, encoding="utf-8").stdout.split()
+
+    def test_everything_that_the_help_lists_is_completed(self):
+        commands = self.completed("")
+        self.assertTrue({"surface", "preview", "convert", "info"} <= set(commands), commands)
+        for command in commands:
+            text = self.succeed(command, "--help").split("Examples:")[0]
+            options = set(re.findall(r"--[a-z][a-z-]+", text))
+            self.assertGreater(len(options), 1)
+            self.assertEqual(options - set(self.completed(command, "--")), set(), command)
+        self.assertEqual(self.completed("surface", "x.bin", "--qu"), ["--quiet"])
+        self.assertEqual(self.completed("surface", "--field", "d"), ["distance"])
+
+    def test_files_are_completed_by_what_the_command_takes(self):
+        for name in ("a.bin", "b.OBJ", "c.txt", "d e.stl"):
+            self.write(name, b"")
+        (self.folder / "f").mkdir()
+        self.assertEqual(sorted(self.completed("surface", "")), ["a.bin", "f"])
+        self.assertEqual(sorted(self.completed("convert", "")), ["a.bin", "b.OBJ", "d", "e.stl", "f"])
+
+
+if __name__ == "__main__":
+    unittest.main(argv=sys.argv[:1])

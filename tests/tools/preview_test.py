@@ -1,0 +1,157 @@
+"""Tests of `tavrix preview` from outside: files in, pictures, messages and exit status out.
+
+    preview_test.py PROGRAM [EMULATOR...]"""
+
+import itertools
+import os
+import sys
+import unittest
+from math import inf, nan
+
+from particle_file import block, particle_file
+from png_file import Png
+from program import ProgramTest, limit_file_size, on_linux
+
+FACES = [(0, 2, 3, 1), (4, 5, 7, 6), (0, 1, 5, 4), (2, 6, 7, 3), (0, 4, 6, 2), (1, 3, 7, 5)]
+
+
+def obj(points, faces):
+    lines = [f"v {x!r} {y!r} {z!r}" for x, y, z in points]
+    return "\n".join(lines + ["f " + " ".join(str(n + 1) for n in face) for face in faces] + [""]).encode()
+
+
+def cuboid(sizes, center=(0, 0, 0)):
+    corners = itertools.product((-0.5, 0.5), repeat=3)
+    return obj([[c + s * r for c, s, r in zip(center, sizes, corner[::-1])] for corner in corners], FACES)
+
+
+def is_subject(pixel):
+    """Only what is drawn is blue; ground, shadow and background are all but grey."""
+    return pixel[2] - pixel[0] > 60
+
+
+def subject(png, left=0, right=None):
+    """The places of the drawn matter between two columns, counted from the left one."""
+    right = right or png.width
+    return {(x - left, y) for y in range(png.height) for x in range(left, right) if is_subject(png.pixel(x, y))}
+
+
+class PreviewTest(ProgramTest):
+    def preview(self, *arguments, output="out.png"):
+        self.succeed("preview", *arguments, "-o", output)
+        return Png(self.folder / output)
+
+    def bytes_of_preview(self, *arguments):
+        self.preview(*arguments)
+        return (self.folder / "out.png").read_bytes()
+
+
+class Pictures(PreviewTest):
+    def test_everything_is_in_the_frame_whatever_the_proportions(self):
+        for sizes, center, size, up in (((1, 1, 1), (0, 0, 0), "120x75", "y"),
+                                        ((900, 20, 900), (5e5, -3e5, 0), "120x75", "y"),
+                                        ((1e-4, 3e-3, 1e-4), (0, 0, 0), "75x120", "y"),
+                                        ((1, 9, 1), (0, 0, 0), "120x75", "z"),
+                                        ((3e38, 3e38, 3e38), (0, 0, 0), "80x80", "y")):
+            with self.subTest(sizes=sizes, size=size, up=up):
+                self.write("in.obj", cuboid(sizes, center))
+                png = self.preview("in.obj", "--size", size, "--up", up)
+                self.assertEqual(f"{png.width}x{png.height}", size)
+                xs, ys = zip(*subject(png))
+                self.assertGreater(min(xs), 0)
+                self.assertGreater(min(ys), 0)
+                self.assertLess(max(xs), png.width - 1)
+                self.assertLess(max(ys), png.height - 1)
+                spread = ((max(xs) - min(xs)) / png.width, (max(ys) - min(ys)) / png.height)
+                self.assertGreater(max(spread), 0.75)
+                self.assertLess(abs(1 - (min(xs) + max(xs)) / png.width), 0.2)
+
+    def test_the_background_is_light_the_shadow_visible_and_the_subject_modelled(self):
+        self.write("in.obj", cuboid((1, 1, 1)))
+        png = self.preview("in.obj", "--size", "160x100")
+        drawn = subject(png)
+        ground = [sum(png.pixel(x, y)) / 3 for y in range(100) for x in range(160) if (x, y) not in drawn]
+        blue = [sum(png.pixel(x, y)) / 3 for x, y in drawn]
+        self.assertGreater(sorted(ground)[len(ground) // 2], 200)
+        self.assertLess(max(ground), 254)
+        self.assertLess(min(ground), 170, "a shadow lies on the ground")
+        self.assertGreater(max(blue) - min(blue), 50, "the sides of the cube differ")
+
+    def test_every_thread_count_gives_the_same_bytes(self):
+        self.write("in.bin", particle_file(block(12, 0.05)))
+        self.succeed("surface", "in.bin", "-o", "in.obj")
+        for name in ("in.obj", "in.bin"):
+            outputs = {self.bytes_of_preview(name, "--size", "90x60", "--threads", n) for n in (1, 2, 7)}
+            self.assertEqual(len(outputs), 1)
+
+    def test_the_up_axis_turns_the_scene_and_nothing_else(self):
+        points = [(0, 0, 0), (3, 0, 0), (0, 1, 0), (0, 0, 2)]
+        faces = [(0, 2, 1), (0, 1, 3), (0, 3, 2), (1, 2, 3)]
+        self.write("y.obj", obj(points, faces))
+        self.write("z.obj", obj([(x, -z, y) for x, y, z in points], faces))
+        upright = self.bytes_of_preview("y.obj", "--size", "90x60")
+        self.assertEqual(self.bytes_of_preview("z.obj", "--size", "90x60", "--up", "z"), upright)
+        self.assertNotEqual(self.bytes_of_preview("z.obj", "--size", "90x60"), upright)
+
+    def test_particles_and_their_surface_stand_side_by_side_in_one_view(self):
+        """The surface of one particle is the sphere of its radius."""
+        self.write("in.bin", particle_file([(3, 4, 5)]))
+        self.succeed("surface", "in.bin", "-o", "in.obj", "--radius", "0.5", "--spacing", "0.05")
+        png = self.preview("in.bin", "in.obj", "--size", "80x80", "--particle-radius", "0.5")
+        self.assertEqual((png.width, png.height), (160, 80))
+        sphere, mesh = subject(png, 0, 80), subject(png, 80, 160)
+        self.assertGreater(len(sphere), 1000)
+        self.assertLess(len(sphere ^ mesh), 0.1 * len(sphere))
+
+    def test_faces_that_cannot_be_drawn_are_left_out(self):
+        points = [(0, 0, 0), (1, 0, 0), (0, 1, 0), (nan, 0, 0), (0, -inf, 0)]
+        self.write("good.obj", obj(points[:3], [(0, 1, 2)]))
+        self.write("bad.obj", obj(points, [(0, 3, 1), (0, 1, 2), (1, 1, 1), (0, 0, 1), (4, 2, 1)]))
+        self.assertEqual(self.bytes_of_preview("bad.obj", "--size", "60x60"),
+                         self.bytes_of_preview("good.obj", "--size", "60x60"))
+        for name, point in (("zero.obj", (0, 0, 0)), ("far.obj", (1e30, -1e30, 1e30))):
+            self.write(name, obj([point], [(0, 0, 0)]))
+            self.assertEqual(subject(self.preview(name, "--size", "60x60")), set())
+
+
+class Failures(PreviewTest):
+    def assert_fails(self, *arguments, status=1, words=()):
+        before = sorted(os.listdir(self.folder))
+        self.assert_refused(self.run_program("preview", *arguments), status, *words)
+        self.assertEqual(sorted(os.listdir(self.folder)), before)
+
+    def test_bad_input(self):
+        self.write("nowhere.obj", obj([(nan, nan, nan)] * 3, [(0, 1, 2)]))
+        self.write("empty.obj", b"v 0 0 0\n")
+        self.write("one.bin", particle_file([(1, 2, 3)] * 3))
+        self.write("strange.bin", b"what?")
+        for name, word in (("missing.obj", "opened"), ("nowhere.obj", "finite"), ("empty.obj", "no faces"),
+                           ("one.bin", "--particle-radius"), ("strange.bin", "BIN"), (".", "folder")):
+            with self.subTest(name):
+                self.assert_fails(name, "-o", "out.png", "--size", "60x60", words=[name, word])
+
+    def test_wrong_usage(self):
+        self.write("in.obj", cuboid((1, 1, 1)))
+        for arguments, word in (("in.obj", "--output"), ("-o out.png", "FILE"), ("in.obj -o out.jpg", ".png"),
+                                ("in.obj -o out.png --size 60", "--size"),
+                                ("in.obj -o out.png --size 9x60", "--size"),
+                                ("in.obj -o out.png --size 60x9999999999", "--size"),
+                                ("in.obj -o out.png --up x", "--up")):
+            with self.subTest(arguments):
+                self.assert_fails(*arguments.split(), status=2, words=[word, "tavrix preview --help"])
+
+    @on_linux
+    def test_outputs_that_cannot_be_written(self):
+        self.write("in.obj", cuboid((1, 1, 1)))
+        small = ("in.obj", "--size", "60x60", "-o")
+        self.assert_fails(*small, "missing/out.png", words=["missing/out.png", "does not exist"])
+        self.assert_fails(*small, "/dev/full", words=["/dev/full"])
+        self.write("out.png", b"older")
+        result = self.run_program("preview", "in.obj", "--size", "900x900", "-o", "out.png",
+                                  preexec_fn=limit_file_size)
+        self.assert_refused(result, 1, "out.png")
+        self.assertEqual((self.folder / "out.png").read_bytes(), b"older")
+
+
+if __name__ == "__main__":
+    unittest.main(argv=sys.argv[:1])

@@ -1,0 +1,83 @@
+"""Runs the program for the black-box tests; the arguments of a test are PROGRAM [EMULATOR...]."""
+
+import os
+import pathlib
+import signal
+import subprocess
+import sys
+import tempfile
+import unittest
+
+PROGRAM = pathlib.Path(sys.argv[1]).resolve()
+EMULATOR = sys.argv[2:]
+ENVIRONMENT = os.environ | {"WINEDEBUG": "-all", "LC_ALL": "C.UTF-8"}
+SANITIZED = any(mark in PROGRAM.read_bytes() for mark in (b"__asan_init", b"__tsan_init"))
+LIMIT_SECONDS = 60
+
+on_linux = unittest.skipIf(EMULATOR or os.name != "posix", "only the native system has this")
+not_as_root = unittest.skipIf(os.name == "posix" and os.geteuid() == 0, "root may do everything")
+
+
+def text_file():
+    return tempfile.TemporaryFile("w+", encoding="utf-8")
+
+
+def run(*arguments, cwd, **options):
+    """Runs the program with its standard streams captured: by pipes, or by files under an emulator, whose
+    background processes would hold pipes open."""
+    command = [*EMULATOR, str(PROGRAM), *arguments]
+    options |= {"cwd": cwd, "env": ENVIRONMENT, "stdin": subprocess.DEVNULL, "timeout": LIMIT_SECONDS}
+    if not EMULATOR:
+        streams = {"stdout": subprocess.PIPE, "stderr": subprocess.PIPE, "encoding": "utf-8"}
+        return subprocess.run(command, **(streams | options))
+    with text_file() as out, text_file() as err:
+        result = subprocess.run(command, stdout=out, stderr=err, **options)
+        for file in (out, err):
+            file.seek(0)
+        return subprocess.CompletedProcess(command, result.returncode, out.read(), err.read())
+
+
+class ProgramTest(unittest.TestCase):
+    """Works in a folder of its own, with file names relative to it."""
+
+    def setUp(self):
+        folder = tempfile.TemporaryDirectory()
+        self.addCleanup(folder.cleanup)
+        self.folder = pathlib.Path(folder.name)
+
+    def run_program(self, *arguments, **options):
+        return run(*map(str, arguments), cwd=self.folder, **options)
+
+    def succeed(self, *arguments, **options):
+        """Standard output of a run that must succeed without a word on standard error."""
+        result = self.run_program(*arguments, **options)
+        self.assertEqual((result.returncode, result.stderr), (0, ""))
+        return result.stdout
+
+    def write(self, name, content):
+        (self.folder / name).write_bytes(content)
+
+    def assert_one_line(self, text, *words):
+        self.assertRegex(text, r"\Atavrix: [^\n]+\n\Z")
+        for word in words:
+            self.assertIn(word, text)
+
+    def assert_refused(self, result, status, *words):
+        self.assertEqual(result.returncode, status, result.stderr)
+        self.assertEqual(result.stdout, "")
+        self.assert_one_line(result.stderr, *words)
+
+
+def address_space(limit):
+    """Options for `run` that bound the memory a native program can ask for."""
+    if EMULATOR or SANITIZED or os.name != "posix":
+        return {}
+    import resource
+    return {"preexec_fn": lambda: resource.setrlimit(resource.RLIMIT_AS, (limit, limit))}
+
+
+def limit_file_size():
+    """Writing fails behind 10,000 bytes, as on a full disk."""
+    import resource
+    signal.signal(signal.SIGXFSZ, signal.SIG_IGN)
+    resource.setrlimit(resource.RLIMIT_FSIZE, (10_000, 10_000))
