@@ -8,6 +8,8 @@
 #include <limits>
 #include <system_error>
 
+#include <tavrix/platform/ByteOrder.h>
+
 namespace tavrix
 {
 
@@ -48,6 +50,67 @@ struct Decimal
     bool exact = true;  ///< no digit other than 0 was left out of the mantissa
     const char* end = nullptr;
 };
+
+/// How many of the eight characters at `p` are digits before the first that is none, and their value: all at
+/// once, in the bytes of one word.
+uint32 readDigits(const char* p, uint64& value)
+{
+    uint64 bytes;
+    std::memcpy(&bytes, p, sizeof bytes);
+    if constexpr (std::endian::native == std::endian::big) convertByteOrder(&bytes, 1, ByteOrder::little);
+    bytes ^= 0x3030303030303030;  // digits become 0 to 9
+    const uint64 others = ((bytes + 0x7676767676767676) | bytes) & 0x8080808080808080;
+    const auto count = static_cast<uint32>(std::countr_zero(others)) / 8;
+    value = 0;
+    if (count == 0) return 0;
+    bytes <<= 64 - 8 * count;  // leading zeros
+    bytes = bytes * 10 + (bytes >> 8);
+    constexpr uint64 pairs = 0x000000FF000000FF;
+    value = ((bytes & pairs) * 0x000F424000000064 + (bytes >> 16 & pairs) * 0x0000271000000001) >> 32;
+    return count;
+}
+
+/// The decimal numbers that most texts are made of: up to seven digits before the point and sixteen behind
+/// it, in all no more than a mantissa can take, and eight characters left at each step. False for all others.
+bool scanCommonDecimal(const char* first, const char* last, Decimal& number)
+{
+    constexpr uint32 chunk = 8;
+    constexpr uint32 mostDigits = 19;
+    static constexpr uint64 powers[] = {1,       10,        100,        1'000,      10'000,
+                                        100'000, 1'000'000, 10'000'000, 100'000'000};
+    if (last - first < chunk) return false;
+    uint64 mantissa = 0;
+    uint32 digits = readDigits(first, mantissa);
+    if (digits == chunk) return false;
+    const char* p = first + digits;
+    uint32 decimals = 0;
+    if (*p == '.')
+    {
+        ++p;
+        uint32 count = 0;
+        do {
+            uint64 value = 0;
+            if (last - p < chunk) return false;
+            count = readDigits(p, value);
+            mantissa = mantissa * powers[count] + value;
+            p += count;
+            decimals += count;
+        } while (count == chunk && digits + decimals + chunk <= mostDigits);
+        digits += decimals;
+        if (count == chunk && (p == last || isDigit(*p))) return false;
+    }
+    if (digits == 0) return false;
+    number.mantissa = mantissa;
+    number.exponent = -static_cast<int64>(decimals);
+    number.end = p;
+    if (p == last || (*p != 'e' && *p != 'E')) return true;
+    int64 written = 0;
+    const char* end = parseExponent(p + 1, last, written);
+    if (end == p + 1) return true;
+    number.exponent += written;
+    number.end = end;
+    return true;
+}
 
 /// False when the text begins with no decimal number.
 bool scanDecimal(const char* first, const char* last, Decimal& number)
@@ -176,7 +239,7 @@ const char* parseMagnitude(const char* first, const char* last, float& value)
         if (end != first + 2) return end;
     }
     Decimal number;
-    const bool decimal = scanDecimal(first, last, number);
+    const bool decimal = scanCommonDecimal(first, last, number) || scanDecimal(first, last, number);
     if (decimal && convertExactly(number, value)) return number.end;
     if (!decimal && (first == last || *first == '-')) return first;
 
