@@ -51,59 +51,61 @@ struct Decimal
     const char* end = nullptr;
 };
 
-/// How many of the eight characters at `p` are digits before the first that is none, and their value: all at
-/// once, in the bytes of one word.
-uint32 readDigits(const char* p, uint64& value)
+/// Eight characters as one word, the first in its lowest byte, with digits turned into 0 to 9.
+uint64 loadDigits(const char* p)
 {
     uint64 bytes;
     std::memcpy(&bytes, p, sizeof bytes);
     if constexpr (std::endian::native == std::endian::big) convertByteOrder(&bytes, 1, ByteOrder::little);
-    bytes ^= 0x3030303030303030;  // digits become 0 to 9
-    const uint64 others = ((bytes + 0x7676767676767676) | bytes) & 0x8080808080808080;
-    const auto count = static_cast<uint32>(std::countr_zero(others)) / 8;
-    value = 0;
-    if (count == 0) return 0;
-    bytes <<= 64 - 8 * count;  // leading zeros
-    bytes = bytes * 10 + (bytes >> 8);
-    constexpr uint64 pairs = 0x000000FF000000FF;
-    value = ((bytes & pairs) * 0x000F424000000064 + (bytes >> 16 & pairs) * 0x0000271000000001) >> 32;
-    return count;
+    return bytes ^ 0x3030303030303030;
 }
 
-/// The decimal numbers that most texts are made of: up to seven digits before the point and sixteen behind
-/// it, in all no more than a mantissa can take, and eight characters left at each step. False for all others.
+/// A bit for each byte of the word that is no digit, the first character's the lowest.
+uint32 nonDigits(uint64 word)
+{
+    const uint64 others = ((word + 0x7676767676767676) | word) & 0x8080808080808080;
+    return static_cast<uint32>((others >> 7) * 0x0102040810204080 >> 56);
+}
+
+/// The number that the first `count` digits of the word are, 1 to 8.
+uint64 valueOf(uint64 word, uint32 count)
+{
+    constexpr uint64 pairs = 0x000000FF000000FF;
+    word <<= 64 - 8 * count;
+    word = word * 10 + (word >> 8);
+    return ((word & pairs) * 0x000F424000000064 + (word >> 16 & pairs) * 0x0000271000000001) >> 32;
+}
+
+/// The decimal numbers that most texts are made of, taken at one look: up to seven digits before the point
+/// and up to eight behind it. The end of the number, on which the reading of the next one waits, is known
+/// before its digits are. False for all others, and where the text ends soon.
 bool scanCommonDecimal(const char* first, const char* last, Decimal& number)
 {
-    constexpr uint32 chunk = 8;
-    constexpr uint32 mostDigits = 19;
     static constexpr uint64 powers[] = {1,       10,        100,        1'000,      10'000,
                                         100'000, 1'000'000, 10'000'000, 100'000'000};
-    if (last - first < chunk) return false;
-    uint64 mantissa = 0;
-    uint32 digits = readDigits(first, mantissa);
-    if (digits == chunk) return false;
-    const char* p = first + digits;
+    constexpr std::ptrdiff_t reach = 24;
+    constexpr uint32 behind = 1u << 16;
+    if (last - first < reach) return false;
+    const uint64 word = loadDigits(first);
+    const uint32 marks = nonDigits(word) | nonDigits(loadDigits(first + 8)) << 8 | behind;
+    const auto whole = static_cast<uint32>(std::countr_zero(marks));
+    if (whole == 0 || whole >= 8) return false;
+    const char* p = first + whole;
+    uint64 mantissa = valueOf(word, whole);
     uint32 decimals = 0;
     if (*p == '.')
     {
-        ++p;
-        uint32 count = 0;
-        do {
-            uint64 value = 0;
-            if (last - p < chunk) return false;
-            count = readDigits(p, value);
-            mantissa = mantissa * powers[count] + value;
-            p += count;
-            decimals += count;
-        } while (count == chunk && digits + decimals + chunk <= mostDigits);
-        digits += decimals;
-        if (count == chunk && (p == last || isDigit(*p))) return false;
+        const auto end = static_cast<uint32>(std::countr_zero(marks & (marks - 1)));
+        decimals = end - whole - 1;
+        if (end == 16 || decimals > 8) return false;
+        const uint64 fraction = loadDigits(p + 1);
+        if (decimals > 0) mantissa = mantissa * powers[decimals] + valueOf(fraction, decimals);
+        p = first + end;
     }
-    if (digits == 0) return false;
     number.mantissa = mantissa;
     number.exponent = -static_cast<int64>(decimals);
     number.end = p;
-    if (p == last || (*p != 'e' && *p != 'E')) return true;
+    if (*p != 'e' && *p != 'E') return true;
     int64 written = 0;
     const char* end = parseExponent(p + 1, last, written);
     if (end == p + 1) return true;
