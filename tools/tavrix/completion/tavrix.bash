@@ -40,9 +40,9 @@ _tavrix()
     case $command:$previous in
         surface:-o | surface:--output) _tavrix_files "$word" obj stl bin ;;
         preview:-o | preview:--output | *:--preview) _tavrix_files "$word" png ;;
-        *:-f | *:--field) COMPREPLY=($(compgen -W $'metaball\ndistance' -- "$word")) ;;
-        preview:--up) COMPREPLY=($(compgen -W $'y\nz' -- "$word")) ;;
-        preview:--size) COMPREPLY=($(compgen -W $'1600x1000\n1920x1080\n3840x2160' -- "$word")) ;;
+        *:-f | *:--field) COMPREPLY=($(compgen -W $'metaball\nanisotropic\ndistance' -- "$word")) ;;
+        *:--up) COMPREPLY=($(compgen -W $'y\nz' -- "$word")) ;;
+        preview:--size | *:--preview-size) COMPREPLY=($(compgen -W $'1600x1000\n1920x1080\n3840x2160' -- "$word")) ;;
         *)
             if [[ $word == -* ]]; then
                 COMPREPLY=($(compgen -W "$(_tavrix_listed options "$program" "$command")" -- "$word"))
