@@ -75,6 +75,11 @@ class Convert(FilesTest):
         self.convert("out.obj", "back.bin")
         self.assertEqual(self.info("back.bin")[0]["channels"], ["texture"])
 
+        self.write("moving.bin", bin_mesh(CUBE_POINTS, CUBE_FACES, [(0, 0)] * 8, [(n, -n, 0.5) for n in range(8)]))
+        self.assertEqual(self.info("moving.bin")[0]["channels"], ["velocity"])
+        self.convert("moving.bin", "out.obj")
+        self.assertNotIn("\nvt ", (self.folder / "out.obj").read_text())
+
         lines = obj_file(CUBE_POINTS, CUBE_FACES).decode().splitlines()
         self.write("two.obj", "\n".join(lines[:8] + ["g a"] + lines[8:11] + ["g b"] + lines[11:]).encode())
         self.convert("two.obj", "out.obj")

@@ -79,6 +79,24 @@ uint32 statedFaces(const std::string& path)
     return faces;
 }
 
+/// Releases texture coordinates that are zero throughout beside velocities: files that hold only velocities
+/// have such, because readers find velocities only behind them.
+void dropPlaceholders(Mesh& mesh)
+{
+    const Array<Vector3F>* textures = mesh.findArray<Vector3F>("UV_MAP_0");
+    if (!textures || !mesh.findArray<Vector3F>("Velocity")) return;
+    const auto isZero = [](const Vector3F& v) { return v == Vector3F{0, 0, 0}; };
+    if (std::all_of(textures->begin(), textures->end(), isZero))
+        mesh.releaseArray(mesh.findArray("UV_MAP_0"));
+}
+
+int readBin(const std::string& path, ArrayOfPtr<Mesh>& meshes)
+{
+    const int result = parser<Mesh_BIN_FileParser>().read(TX_String(path), meshes);
+    for (Mesh* mesh : meshes) dropPlaceholders(*mesh);
+    return result;
+}
+
 int readAs(FileKind kind, const std::string& path, ArrayOfPtr<Mesh>& meshes)
 {
     switch (kind)
@@ -86,7 +104,7 @@ int readAs(FileKind kind, const std::string& path, ArrayOfPtr<Mesh>& meshes)
         case FileKind::ObjMesh:
             return parser<Mesh_OBJ_FileParser>().read(TX_String(path), meshes);
         case FileKind::BinMesh:
-            return parser<Mesh_BIN_FileParser>().read(TX_String(path), meshes);
+            return readBin(path, meshes);
         case FileKind::StlMesh:
             return readStl(path, meshes);
         case FileKind::Particles:
