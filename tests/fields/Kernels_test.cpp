@@ -1,0 +1,138 @@
+// The arithmetic kernels of all instruction sets give the same bytes.
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstring>
+#include <numeric>
+#include <random>
+#include <vector>
+
+#include <tavrix/fields/detail/EllipsoidSplat.h>
+#include <tavrix/fields/detail/NeighbourMoments.h>
+#include <tavrix/fields/detail/ParticleSplat.h>
+#include <tavrix/platform/detail/CpuFeatures.h>
+
+#define TX_DECLARE_KERNELS                                                                   \
+    template <class Value>                                                                   \
+    void splat(const SplatTarget<Value>&, SplatMerge, const Ellipsoid*, std::size_t);        \
+    template <class Value>                                                                   \
+    void splat(const SplatTarget<Value>&, const SplatKernel&, const Particle*, std::size_t); \
+    NeighbourMoments sumNeighbours(const PointRuns&, const float(&)[3], float);              \
+    MeanOffset meanOfNeighbours(const PointRuns&, const float(&)[3], const SymmetricMatrix&);
+namespace tavrix::detail::plain
+{
+TX_DECLARE_KERNELS
+}
+namespace tavrix::detail::avx2
+{
+TX_DECLARE_KERNELS
+}
+
+using namespace tavrix;
+using namespace tavrix::detail;
+
+#if defined(TX_AVX2_KERNELS)
+
+namespace
+{
+
+class Kernels : public testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        if (!hasAvx2()) GTEST_SKIP() << "this processor has no AVX2";
+    }
+
+    float unit() { return static_cast<float>(_random() % 100001) / 100000.0f; }
+
+    /// Calls splat(target) on a block of samples for rows of several lengths, and returns all samples.
+    template <class Value, class Splat>
+    std::vector<Value> splatted(Splat splat)
+    {
+        std::vector<Value> all;
+        for (const uint32 depth : {3u, 9u, 24u, 31u})
+        {
+            std::vector<double> nodes(40), scratch(depth + 16u);
+            for (uint32 n = 0; n < 40; ++n) nodes[n] = 0.25 * n - 4;
+            std::vector<Value> samples(std::size_t{20} * 20 * depth, Value(0.125));
+            splat(SplatTarget<Value>{samples.data(),
+                                     {0, 0, 2},
+                                     depth,
+                                     std::size_t{20} * depth,
+                                     depth,
+                                     {0, 0, 2},
+                                     {20, 20, depth + 2},
+                                     {nodes.data(), nodes.data(), nodes.data()},
+                                     {4, 4, 4},
+                                     0.25,
+                                     scratch.data()});
+            all.insert(all.end(), samples.begin(), samples.end());
+        }
+        return all;
+    }
+
+    std::mt19937 _random{17};
+};
+
+}  // namespace
+
+TEST_F(Kernels, SplatsAreTheSame)
+{
+    std::vector<Particle> balls;
+    std::vector<Ellipsoid> ellipsoids;
+    for (int n = 0; n < 200; ++n)
+    {
+        balls.push_back({5 * unit() - 4, 5 * unit() - 4, 7 * unit() - 4, 0.05f + unit()});
+        Ellipsoid e = Ellipsoid::ball(balls.back().x, balls.back().y, balls.back().z, 1.5f, unit());
+        e.xx *= 1 + 3 * unit();
+        e.zz *= 1 + 8 * unit();
+        e.xy = 0.3f * e.xx * (unit() - 0.5f);
+        e.yz = e.xz = 0.2f * (unit() - 0.5f);
+        ellipsoids.push_back(e);
+    }
+    for (const SplatMerge merge : {SplatMerge::Maximum, SplatMerge::Sum})
+    {
+        const SplatKernel kernel{merge, 1.5f, merge == SplatMerge::Sum ? 1.3f : 1.0f};
+        EXPECT_EQ(
+            splatted<float>([&](const auto& t) { plain::splat(t, kernel, balls.data(), balls.size()); }),
+            splatted<float>([&](const auto& t) { avx2::splat(t, kernel, balls.data(), balls.size()); }));
+        const auto sum = [](const std::vector<float>& v) { return std::accumulate(v.begin(), v.end(), 0.0); };
+        const auto reached = splatted<float>(
+            [&](const auto& t) { plain::splat(t, merge, ellipsoids.data(), ellipsoids.size()); });
+        EXPECT_EQ(reached, splatted<float>([&](const auto& t)
+                                           { avx2::splat(t, merge, ellipsoids.data(), ellipsoids.size()); }));
+        EXPECT_GT(sum(reached), 0.126 * static_cast<double>(reached.size()));
+        EXPECT_EQ(splatted<double>([&](const auto& t)
+                                   { plain::splat(t, merge, ellipsoids.data(), ellipsoids.size()); }),
+                  splatted<double>([&](const auto& t)
+                                   { avx2::splat(t, merge, ellipsoids.data(), ellipsoids.size()); }));
+    }
+}
+
+TEST_F(Kernels, NeighbourSumsAreTheSame)
+{
+    std::vector<float> coordinates[3];
+    for (auto& axis : coordinates)
+    {
+        axis.resize(1000);
+        std::generate(axis.begin(), axis.end(), [&] { return 2 * unit(); });
+    }
+    const uint32 bounds[] = {0, 7, 20, 28, 33, 200, 400, 401, 500, 990};
+    const PointRuns runs{{coordinates[0].data(), coordinates[1].data(), coordinates[2].data()}, bounds, 5};
+    const SymmetricMatrix form = {2, 0.3f, -0.2f, 1.5f, 0.1f, 3};
+    for (int n = 0; n < 50; ++n)
+    {
+        const float place[] = {2 * unit(), 2 * unit(), 2 * unit()};
+        const NeighbourMoments a = plain::sumNeighbours(runs, place, 1.25f),
+                               b = avx2::sumNeighbours(runs, place, 1.25f);
+        EXPECT_GT(a.weight, 0);
+        EXPECT_EQ(0, std::memcmp(&a, &b, sizeof a));
+        const MeanOffset c = plain::meanOfNeighbours(runs, place, form),
+                         d = avx2::meanOfNeighbours(runs, place, form);
+        EXPECT_EQ(0, std::memcmp(&c, &d, sizeof c));
+    }
+}
+
+#endif
