@@ -111,9 +111,10 @@ void compare(const Format& format, const std::string& folder, const Mesh& mesh)
             report("assimp", path, [&] { return assimpWrite(peerPath.c_str(), format.assimpName); });
         std::printf("  assimp / tavrix = %.1f\n", peer / writing);
         std::filesystem::remove(peerPath);
+        std::filesystem::remove(std::filesystem::path(peerPath).replace_extension(".mtl"));
     }
 #endif
-    static_cast<void>(reading + writing);
+    static_cast<void>(reading + writing);  // without peers nothing to compare them with
     std::filesystem::remove(path);
 }
 

@@ -95,6 +95,7 @@ TEST(Mesh_OBJ_FileParser, WritesEveryByteAsDefined)
     const TestFolder folder;
     ArrayOfPtr<Mesh> meshes;
     meshes.push_back(makeTriangle("both", 1, true, true));
+    meshes.push_back(nullptr);
     meshes.push_back(makeTriangle("normals only", 2, true, false));
     meshes.push_back(makeTriangle("textures", 3, false, true));
     meshes.push_back(makeTriangle("two\r\nlines", 4, false, false));

@@ -32,13 +32,9 @@ public:
     /// that would rather be right ask encodingBySize and force the encoding. A pipe cannot be tested and
     /// read: meshFileFailed without a forced encoding.
     ///
-    /// Binary: as many facets are read as there are, up to the count in the file; memory is taken for those
-    /// alone. Attributes are ignored. The mesh is named after the header's text.
-    /// ASCII: keywords in any case; lines end with a line feed, a carriage return or both. A facet is there
-    /// with the third "vertex" line since the last "facet", "outer loop" or "endloop"; further ones, and
-    /// vertices of fewer than three numbers, are ignored. A facet without a normal has (0, 0, 0). Several
-    /// solids become one mesh, named after the first. "color" lines, which a mesh has no place for, and all
-    /// others are skipped. Of a line, the first 1024 characters count.
+    /// As many facets are read as there are; memory is taken for those alone, whatever a count says.
+    /// Attributes and colours are skipped, incomplete facets left out (docs/formats.md has the rules).
+    /// Several solids of an ASCII file become one mesh. It is named after the header, or the first solid.
     int read(const TX_String& fileName, ArrayOfPtr<Mesh>& meshes) const;
     /// The same with the encoding given, not tested.
     int read(const TX_String& fileName, ArrayOfPtr<Mesh>& meshes, Encoding encoding) const;
