@@ -2,7 +2,6 @@
 // normals, at one and two threads; beside vtkFlyingEdges3D (points only, as many threads) where VTK is
 // installed. Median of seven runs.
 
-#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 
@@ -10,6 +9,7 @@
 #include <tavrix/isosurface/IsosurfaceExtractor3.h>
 #include <tavrix/mesh/Mesh.h>
 
+#include "Gyroid.h"
 #include "Measure.h"
 
 #if defined(TAVRIX_WITH_VTK)
@@ -23,21 +23,6 @@ namespace
 {
 
 using Field = ScalarField3<float, double>;
-
-Field gyroid(uint32 size)
-{
-    Field field;
-    field.reset(size, size, size, 1.0);
-    const double step = 2 * std::acos(-1.0) * 4 / (size - 1);
-    for (uint32 m = 0; m < field.size(); ++m)
-    {
-        const Index3 n = field.getIndexes(m);
-        const double x = n.a * step, y = n.b * step, z = n.c * step;
-        field[m] = static_cast<float>(std::sin(x) * std::cos(y) + std::sin(y) * std::cos(z) +
-                                      std::sin(z) * std::cos(x));
-    }
-    return field;
-}
 
 double extractionTime(const Field& field, uint32 threads, bool cleanUp)
 {
@@ -76,7 +61,7 @@ double flyingEdgesTime(const Field& field, uint32 threads)
 int main(int count, char** arguments)
 {
     const uint32 size = count > 1 ? static_cast<uint32>(std::atoi(arguments[1])) : 256;
-    const Field field = gyroid(size);
+    const Field field = benchmark::gyroid(size);
     Mesh mesh;
     IsosurfaceExtractor3::extractMesh(field, mesh, 0.0f, 0, 0, 0, 0, 0, 0, false);
     std::printf("gyroid %u^3: %u vertices, %u faces\n", size, mesh.getPosSize(), mesh.getFacesSize());

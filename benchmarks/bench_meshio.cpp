@@ -2,7 +2,6 @@
 // in MB/s of the file, beside tinyobjloader and assimp, where they are installed, on the same files. Median
 // of three runs, files in the folder that the first argument names (/dev/shm, so that no disk is measured).
 
-#include <cmath>
 #include <cstdio>
 #include <filesystem>
 #include <functional>
@@ -10,6 +9,7 @@
 
 #include <tavrix/tavrix.h>
 
+#include "Gyroid.h"
 #include "Measure.h"
 #include "MeshPeers.h"
 
@@ -26,16 +26,7 @@ const auto& binParser = MeshFileParser<Mesh_BIN_FileParser>::instance();
 
 void makeGyroid(uint32 size, Mesh& mesh)
 {
-    ScalarField3<float, double> field;
-    field.reset(size, size, size, 1.0);
-    const double step = 2 * std::acos(-1.0) * 4 / (size - 1);
-    for (uint32 m = 0; m < field.size(); ++m)
-    {
-        const Index3 n = field.getIndexes(m);
-        const double x = n.a * step, y = n.b * step, z = n.c * step;
-        field[m] = static_cast<float>(std::sin(x) * std::cos(y) + std::sin(y) * std::cos(z) +
-                                      std::sin(z) * std::cos(x));
-    }
+    const auto field = benchmark::gyroid(size);
     IsosurfaceExtractor3::extractMesh(field, mesh, 0.0f, 0, 0, 0, 0, 0, 0, 2, nullptr, false);
     mesh.recalculateNormalsParallelized(2);
 }

@@ -7,15 +7,15 @@ namespace tavrix
 /// radii are about the spacing of the particles and more.
 struct AnisotropySettings
 {
-    /// Radius of a particle's neighbourhood, in its radii.
+    /// Radius of a particle's neighbourhood, in its radii: 0.1 to 100.
     float neighbourReach = 3.0f;
     /// How far a particle's centre moves towards the average of its neighbourhood: 0 not at all, 1 all the
     /// way.
     float smoothing = 0.9f;
-    /// No kernel is flatter than this: its longest axis over its shortest, at least 1.
+    /// No kernel is flatter than this: its longest axis over its shortest, 1 to 1000.
     float largestRatio = 4.0f;
     /// Neighbours (counted by their weights, which fall from 1 to 0 with the distance) from which on a kernel
-    /// takes its full shape; with fewer it stays closer to the ball. At least 1.
+    /// takes its full shape; with fewer it stays closer to the ball. 1 to 1e6.
     float fullNeighbours = 4.0f;
 };
 
