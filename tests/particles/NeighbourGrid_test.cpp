@@ -84,7 +84,8 @@ TEST(NeighbourGrid, FindsEveryPointInReachOnce)
         }
         for (const Vector3F& place : cloud(50, 1.2f, 4))
         {
-            grid.findRuns(convert<double>(place), radius, runs);
+            const Vector3D center = convert<double>(place), reach{radius, radius, radius};
+            grid.findRuns({center - reach, center + reach}, runs);
             EXPECT_EQ(near(grid, runs, positions, place, radius), near(positions, place, radius));
         }
     }
@@ -102,7 +103,7 @@ TEST(NeighbourGrid, IsTheSameForEveryThreadCount)
     }
     const NeighbourGrid empty({}, 1.0, 4);
     std::vector<NeighbourGrid::Run> runs(3);
-    empty.findRuns({0, 0, 0}, 10.0, runs);
+    empty.findRuns({{0, 0, 0}, {9, 9, 9}}, runs);
     EXPECT_TRUE(runs.empty());
     EXPECT_EQ(empty.size(), 0u);
 }

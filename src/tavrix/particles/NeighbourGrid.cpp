@@ -4,7 +4,6 @@
 #include <bit>
 #include <cmath>
 
-#include <tavrix/foundation/Box3.h>
 #include <tavrix/foundation/detail/RadixSort.h>
 #include <tavrix/foundation/ParallelFor.h>
 
@@ -21,7 +20,6 @@ namespace
 constexpr uint32 keyBits = 31;
 constexpr uint32 notFiniteKey = noIndex;  // above every key
 constexpr double farthestCell = 1e15;     // whole numbers up to here are exact
-constexpr uint32 padding = 16;
 
 bool isFinite(const Vector3F& p) { return std::isfinite(p.x) && std::isfinite(p.y) && std::isfinite(p.z); }
 
@@ -93,7 +91,7 @@ void NeighbourGrid::sortPositions(const Array<Vector3F>& positions, uint32 threa
                     }
                 });
     for (Array<float>& coordinates : _coordinates)
-        std::fill_n(coordinates.data() + items.size(), padding, 0.0f);
+        std::fill_n(coordinates.data() + items.size(), uint32{padding}, 0.0f);
     collectCells(items);
 }
 
@@ -141,7 +139,7 @@ void NeighbourGrid::appendRun(uint32 lowKey, uint32 highKey, std::vector<Run>& r
     if (run.begin < run.end) runs.push_back(run);
 }
 
-void NeighbourGrid::findRunsOfBox(const CellBox& box, std::vector<Run>& runs) const
+void NeighbourGrid::findRunsOfCells(const CellBox& box, std::vector<Run>& runs) const
 {
     runs.clear();
     int64 low[3], count[3];
@@ -171,15 +169,15 @@ void NeighbourGrid::findRunsOfBox(const CellBox& box, std::vector<Run>& runs) co
         }
 }
 
-void NeighbourGrid::findRuns(const Vector3D& place, double radius, std::vector<Run>& runs) const
+void NeighbourGrid::findRuns(const Box3D& box, std::vector<Run>& runs) const
 {
-    CellBox box{};
+    CellBox cells{};
     for (uint32 axis = 0; axis < 3; ++axis)
     {
-        box.low[axis] = cellAlong(axis, place[axis] - radius);
-        box.high[axis] = cellAlong(axis, place[axis] + radius);
+        cells.low[axis] = cellAlong(axis, box.min[axis]);
+        cells.high[axis] = cellAlong(axis, box.max[axis]);
     }
-    findRunsOfBox(box, runs);
+    findRunsOfCells(cells, runs);
 }
 
 void NeighbourGrid::findRunsOfCell(uint32 c, double radius, std::vector<Run>& runs) const
@@ -193,7 +191,7 @@ void NeighbourGrid::findRunsOfCell(uint32 c, double radius, std::vector<Run>& ru
         box.low[axis] = cell - reach;
         box.high[axis] = cell + reach;
     }
-    findRunsOfBox(box, runs);
+    findRunsOfCells(box, runs);
 }
 
 }  // namespace tavrix

@@ -3,7 +3,7 @@
 #include <vector>
 
 #include <tavrix/foundation/Array.h>
-#include <tavrix/foundation/Vector3.h>
+#include <tavrix/foundation/Box3.h>
 #include <tavrix/platform/Export.h>
 
 namespace tavrix
@@ -23,6 +23,12 @@ public:
         uint32 begin, end;
     };
 
+    /// How many more coordinates may be read behind the last point's.
+    enum : uint32
+    {
+        padding = 16
+    };
+
     /// Sorts the points that are finite by cells of the given side, and by their index within a cell. A side
     /// of half the usual query radius serves well; it must be positive and finite.
     NeighbourGrid(const Array<Vector3F>& positions, double cellSize, uint32 threadCount);
@@ -31,16 +37,16 @@ public:
     uint32 size() const { return _order.size(); }
     /// Which position a sorted point is.
     const Array<uint32>& order() const { return _order; }
-    /// Coordinates of the sorted points, one array an axis; sixteen more numbers may be read at the end.
+    /// Coordinates of the sorted points, one array an axis, and `padding` zeros at its end.
     const float* coordinates(uint32 axis) const { return _coordinates[axis].data(); }
 
     /// The cells that hold points, in the order of the points.
     uint32 cellCount() const { return _cellKeys.size(); }
     Run cell(uint32 c) const { return {_cellStarts[c], _cellStarts[c + 1]}; }
 
-    /// Replaces `runs` by runs, none twice, with every point closer than `radius` to the place.
-    void findRuns(const Vector3D& place, double radius, std::vector<Run>& runs) const;
-    /// The same for all places in a cell that holds points.
+    /// Replaces `runs` by runs, none twice, with every point in the closed box.
+    void findRuns(const Box3D& box, std::vector<Run>& runs) const;
+    /// The same with every point closer than `radius` to any place in a cell that holds points.
     void findRunsOfCell(uint32 c, double radius, std::vector<Run>& runs) const;
 
 private:
@@ -56,7 +62,7 @@ private:
     void sortPositions(const Array<Vector3F>& positions, uint32 threadCount);
     void collectCells(const Array<uint64>& sorted);
     uint32 firstPointFrom(uint32 key) const;
-    void findRunsOfBox(const CellBox& box, std::vector<Run>& runs) const;
+    void findRunsOfCells(const CellBox& box, std::vector<Run>& runs) const;
     void appendRun(uint32 lowKey, uint32 highKey, std::vector<Run>& runs) const;
 
     double _cellSize;

@@ -1,17 +1,16 @@
 #include <tavrix/particles/ParticleNeighbours.h>
 
 #include <algorithm>
+#include <cmath>
 
-#include <tavrix/foundation/ParallelFor.h>
+#include <tavrix/particles/detail/ForEachCell.h>
+#include <tavrix/particles/detail/Interpolation.h>
 
 namespace tavrix
 {
 
 namespace
 {
-
-/// Places that one worker handles between two polls of the callback: some tens of milliseconds.
-constexpr uint64 placesPerPoll = 1 << 14;
 
 double squaredDistance(const NeighbourGrid& grid, uint32 n, const Vector3D& place)
 {
@@ -20,8 +19,8 @@ double squaredDistance(const NeighbourGrid& grid, uint32 n, const Vector3D& plac
     return dx * dx + dy * dy + dz * dz;
 }
 
-uint32 countWithin(const NeighbourGrid& grid, const std::vector<NeighbourGrid::Run>& runs, const Vector3D& place,
-                   double radius)
+uint32 countWithin(const NeighbourGrid& grid, const std::vector<NeighbourGrid::Run>& runs,
+                   const Vector3D& place, double radius)
 {
     uint32 count = 0;
     for (const NeighbourGrid::Run& run : runs)
@@ -30,22 +29,48 @@ uint32 countWithin(const NeighbourGrid& grid, const std::vector<NeighbourGrid::R
     return count;
 }
 
-Vector3F averageAround(const NeighbourGrid& grid, const std::vector<NeighbourGrid::Run>& runs,
-                       const Array<Vector3F>& values, const Vector3D& place, double reach)
+/// The vectors in the order of the grid's points, one array an axis.
+struct SortedValues
 {
-    const double scale = 1 / (reach * reach);
-    double weight = 0;
-    Vector3D sum{0, 0, 0};
-    for (const NeighbourGrid::Run& run : runs)
-        for (uint32 n = run.begin; n < run.end; ++n)
+    Array<float> axes[3];
+
+    SortedValues(const NeighbourGrid& grid, const Array<Vector3F>& values, uint32 threadCount)
+    {
+        const uint32 count = grid.size();
+        for (Array<float>& axis : axes)
         {
-            const double t = 1 - squaredDistance(grid, n, place) * scale;
-            if (!(t > 0)) continue;
-            const double w = t * t * t;
-            weight += w;
-            sum += convert<double>(values[grid.order()[n]]) * w;
+            axis.resize(count + NeighbourGrid::padding);
+            std::fill_n(axis.data() + count, uint32{NeighbourGrid::padding}, 0.0f);
         }
-    return weight > 0 ? convert<float>(sum / weight) : Vector3F{0, 0, 0};
+        parallelFor(count, threadCount,
+                    [&](uint32, uint64 begin, uint64 end)
+                    {
+                        for (uint64 n = begin; n < end; ++n)
+                            for (uint32 axis = 0; axis < 3; ++axis)
+                            {
+                                const float value = values[grid.order()[n]][axis];
+                                axes[axis][n] = std::isfinite(value) ? value : 0.0f;
+                            }
+                    });
+    }
+};
+
+Array<Vector3F> toSingle(const Array<Vector3D>& places)
+{
+    Array<Vector3F> single(places.size());
+    std::transform(places.begin(), places.end(), single.begin(),
+                   [](const Vector3D& p) { return convert<float>(p); });
+    return single;
+}
+
+/// The box around the points of a run, widened on all sides.
+Box3D boxAround(const NeighbourGrid& grid, NeighbourGrid::Run run, double margin)
+{
+    Box3D box = Box3D::empty();
+    for (uint32 n = run.begin; n < run.end; ++n)
+        box.extend({grid.coordinates(0)[n], grid.coordinates(1)[n], grid.coordinates(2)[n]});
+    const Vector3D m{margin, margin, margin};
+    return {box.min - m, box.max + m};
 }
 
 }  // namespace
@@ -54,20 +79,16 @@ Array<uint32> countNeighbours(const NeighbourGrid& grid, const Array<Vector3F>& 
                               uint32 threadCount)
 {
     Array<uint32> counts(positions.size(), 0u);
-    parallelFor(grid.cellCount(), threadCount,
-                [&](uint32, uint64 begin, uint64 end)
-                {
-                    std::vector<NeighbourGrid::Run> runs;
-                    for (auto c = static_cast<uint32>(begin); c < end; ++c)
-                    {
-                        grid.findRunsOfCell(c, radius, runs);
-                        for (uint32 n = grid.cell(c).begin; n < grid.cell(c).end; ++n)
-                        {
-                            const Vector3D place = convert<double>(positions[grid.order()[n]]);
-                            counts[grid.order()[n]] = countWithin(grid, runs, place, radius) - 1;
-                        }
-                    }
-                });
+    const auto countInCell = [&](uint32 cell, std::vector<NeighbourGrid::Run>& runs)
+    {
+        grid.findRunsOfCell(cell, radius, runs);
+        for (uint32 n = grid.cell(cell).begin; n < grid.cell(cell).end; ++n)
+        {
+            const Vector3D place = convert<double>(positions[grid.order()[n]]);
+            counts[grid.order()[n]] = countWithin(grid, runs, place, radius) - 1;
+        }
+    };
+    detail::forEachCell(grid, threadCount, nullptr, countInCell);
     return counts;
 }
 
@@ -76,18 +97,26 @@ Array<Vector3F> interpolateAtPlaces(const NeighbourGrid& grid, const Array<Vecto
                                     CancelCallback callback)
 {
     Array<Vector3F> averages(places.size(), Vector3F{0, 0, 0});
-    const uint64 step = placesPerPoll * std::max(threadCount, 1u);
-    for (uint64 first = 0; first < places.size() && !isCancelled(callback); first += step)
-        parallelFor(std::min(step, places.size() - first), threadCount,
-                    [&](uint32, uint64 begin, uint64 end)
-                    {
-                        std::vector<NeighbourGrid::Run> runs;
-                        for (uint64 n = first + begin; n < first + end; ++n)
-                        {
-                            grid.findRuns(places[n], reach, runs);
-                            averages[n] = averageAround(grid, runs, values, places[n], reach);
-                        }
-                    });
+    const SortedValues sorted(grid, values, threadCount);
+    const NeighbourGrid placeGrid(toSingle(places), reach / 2, threadCount);
+    const auto averageInCell = [&](uint32 cell, std::vector<NeighbourGrid::Run>& runs)
+    {
+        const NeighbourGrid::Run run = placeGrid.cell(cell);
+        grid.findRuns(boxAround(placeGrid, run, reach), runs);
+        const detail::ValueRuns source{{grid.coordinates(0), grid.coordinates(1), grid.coordinates(2)},
+                                       {sorted.axes[0].data(), sorted.axes[1].data(), sorted.axes[2].data()},
+                                       &runs.data()->begin,
+                                       static_cast<uint32>(runs.size())};
+        for (uint32 n = run.begin; n < run.end; ++n)
+        {
+            const float place[] = {placeGrid.coordinates(0)[n], placeGrid.coordinates(1)[n],
+                                   placeGrid.coordinates(2)[n]};
+            float average[3];
+            detail::averageValues(source, place, static_cast<float>(1 / reach), average);
+            averages[placeGrid.order()[n]] = {average[0], average[1], average[2]};
+        }
+    };
+    detail::forEachCell(placeGrid, threadCount, callback, averageInCell);
     return averages;
 }
 

@@ -6,18 +6,19 @@
 namespace tavrix
 {
 
-/// The number of other sorted points of the grid closer than `radius` to each position that it was made of, in
-/// the order of the positions; 0 for those that are not finite. Points at one place count one another. Linear in
-/// the pairs of points within a few radii.
+/// The number of other sorted points of the grid closer than `radius` to each position that it was made of,
+/// in the order of the positions; 0 for those that are not finite. Points at one place count one another.
+/// Linear in the pairs of points within a few radii.
 TX_GEOMETRY_API Array<uint32> countNeighbours(const NeighbourGrid& grid, const Array<Vector3F>& positions,
                                               double radius, uint32 threadCount);
 
 /// Carries a quantity from particles to places: the average of the values around a place, weighted by
 /// (1 - d^2 / reach^2)^3, as in Shepard's interpolation.
 ///
-/// values: one per position that the grid was made of. Within the span of the values, and the same for every thread
-/// count. A place with no particle in reach gets zero, and so do all places from the poll of the callback on that
-/// stops the work.
+/// values: one per position that the grid was made of; one that is not finite counts as zero. Single
+/// precision, and the same for every thread count. A place that is not finite or has no particle in reach
+/// gets zero, and so do the rest when the callback, polled some tens of milliseconds apart, stops the work.
+/// Linear in the particles and in the pairs of places and particles within a few reaches.
 TX_GEOMETRY_API Array<Vector3F> interpolateAtPlaces(const NeighbourGrid& grid, const Array<Vector3F>& values,
                                                     const Array<Vector3D>& places, double reach,
                                                     uint32 threadCount, CancelCallback callback);

@@ -5,15 +5,13 @@
 
 #include <tavrix/fields/detail/SymmetricEigen.h>
 #include <tavrix/foundation/ParallelFor.h>
+#include <tavrix/particles/detail/ForEachCell.h>
 
 namespace tavrix::detail
 {
 
 namespace
 {
-
-/// Particles that one worker handles between two polls of the callback: some tens of milliseconds.
-constexpr uint32 particlesPerPoll = 1 << 15;
 
 /// The variance along an axis, in squares of the reach, from which on a neighbourhood counts as full. Points
 /// that fill the ball evenly have 0.15 with the weights 1 - |d|^3; those on one side of a plane have 0.15
@@ -74,34 +72,19 @@ AnisotropicKernels::AnisotropicKernels(const Array<Vector3F>& positions, const A
 template <class Task>
 bool AnisotropicKernels::forEachNeighbourhood(Task task) const
 {
-    const uint32 cells = _grid->cellCount();
-    const uint64 quota = uint64{particlesPerPoll} * std::max(_threadCount, 1u);
-    for (uint32 firstCell = 0; firstCell < cells;)
-    {
-        if (isCancelled(_callback)) return false;
-        uint32 lastCell = firstCell + 1;
-        while (lastCell < cells && _grid->cell(lastCell).end - _grid->cell(firstCell).begin < quota)
-            ++lastCell;
-        parallelFor(
-            lastCell - firstCell, _threadCount,
-            [&](uint32, uint64 begin, uint64 end)
-            {
-                std::vector<NeighbourGrid::Run> runs;
-                for (auto c = static_cast<uint32>(firstCell + begin); c < firstCell + end; ++c)
-                {
-                    const NeighbourGrid::Run cell = _grid->cell(c);
-                    float reach = 0;
-                    for (uint32 n = cell.begin; n < cell.end; ++n) reach = std::max(reach, reachOf(n));
-                    _grid->findRunsOfCell(c, reach, runs);
-                    task(cell.begin, cell.end,
-                         PointRuns{{_grid->coordinates(0), _grid->coordinates(1), _grid->coordinates(2)},
-                                   &runs.data()->begin,
-                                   static_cast<uint32>(runs.size())});
-                }
-            });
-        firstCell = lastCell;
-    }
-    return !isCancelled(_callback);
+    return forEachCell(
+        *_grid, _threadCount, _callback,
+        [&](uint32 c, std::vector<NeighbourGrid::Run>& runs)
+        {
+            const NeighbourGrid::Run cell = _grid->cell(c);
+            float reach = 0;
+            for (uint32 n = cell.begin; n < cell.end; ++n) reach = std::max(reach, reachOf(n));
+            _grid->findRunsOfCell(c, reach, runs);
+            task(cell.begin, cell.end,
+                 PointRuns{{_grid->coordinates(0), _grid->coordinates(1), _grid->coordinates(2)},
+                           &runs.data()->begin,
+                           static_cast<uint32>(runs.size())});
+        });
 }
 
 bool AnisotropicKernels::measureNeighbourhoods()

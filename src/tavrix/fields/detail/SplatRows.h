@@ -5,12 +5,10 @@
 
 #include <cstddef>
 
-#include <tavrix/platform/Types.h>
+#include <tavrix/foundation/detail/Lanes.h>
 
 namespace tavrix::detail::TX_KERNEL
 {
-
-constexpr uint32 lanes = 8;
 
 inline double floorOf(double v)
 {

@@ -1,0 +1,103 @@
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+#include <random>
+
+#include <tavrix/particles/ParticleNeighbours.h>
+
+using namespace tavrix;
+
+namespace
+{
+
+Array<Vector3F> cloud(uint32 count, uint32 seed)
+{
+    std::mt19937 random(seed);
+    const auto unit = [&] { return static_cast<float>(random() % 100001) / 100000.0f; };
+    Array<Vector3F> points(count);
+    for (Vector3F& p : points) p = {unit(), unit(), unit()};
+    return points;
+}
+
+double squaredDistance(const Vector3F& a, const Vector3D& b)
+{
+    const Vector3D d = convert<double>(a) - b;
+    return dot(d, d);
+}
+
+int pollsLeft = 0;
+int countDown() { return pollsLeft-- <= 0 ? 1 : 0; }
+
+}  // namespace
+
+TEST(ParticleNeighbours, EqualBruteForceForEveryThreadCount)
+{
+    const float inf = std::numeric_limits<float>::infinity();
+    Array<Vector3F> positions = cloud(700, 1);
+    positions.push_back(positions[3]);
+    positions.push_back({inf, 0, 0});
+    Array<Vector3F> values = cloud(positions.size(), 2);
+    Array<Vector3D> places;
+    for (const Vector3F& p : cloud(300, 3)) places.push_back(convert<double>(p * 1.4f));
+    places.push_back({inf, 0, 0});
+    const double reach = 0.13;
+
+    Array<uint32> counts(positions.size(), 0u);
+    Array<Vector3D> averages(places.size(), Vector3D{0, 0, 0});
+    for (uint32 n = 0; n + 1 < positions.size(); ++n)
+        for (uint32 m = 0; m + 1 < positions.size(); ++m)
+            counts[n] +=
+                n != m && squaredDistance(positions[n], convert<double>(positions[m])) < reach * reach;
+    uint32 without = 0;
+    for (uint32 place = 0; place < places.size(); ++place)
+    {
+        double weight = 0;
+        for (uint32 n = 0; n < positions.size(); ++n)
+        {
+            const double t = 1 - squaredDistance(positions[n], places[place]) / (reach * reach);
+            if (!(t > 0)) continue;
+            weight += t * t * t;
+            averages[place] += convert<double>(values[n]) * (t * t * t);
+        }
+        if (weight > 0)
+            averages[place] = averages[place] / weight;
+        else
+            ++without;
+    }
+    ASSERT_GT(without, 30u);
+    ASSERT_LT(without, 250u);
+
+    for (const double cellSize : {0.03, 0.065, 0.5})
+    {
+        const NeighbourGrid grid(positions, cellSize, 2);
+        Array<Vector3F> first;
+        for (const uint32 threads : {1u, 2u, 7u})
+        {
+            EXPECT_EQ(countNeighbours(grid, positions, reach, threads), counts);
+            const auto found = interpolateAtPlaces(grid, values, places, reach, threads, nullptr);
+            if (threads == 1) first = found;
+            EXPECT_EQ(found, first);
+        }
+        for (uint32 place = 0; place < places.size(); ++place)
+            for (uint32 axis = 0; axis < 3; ++axis)
+                ASSERT_NEAR(first[place][axis], averages[place][axis], 1e-4) << "place " << place;
+    }
+}
+
+TEST(ParticleNeighbours, BadValuesCountAsZeroAndPollsStop)
+{
+    const float nan = std::numeric_limits<float>::quiet_NaN();
+    const Array<Vector3F> positions{{0, 0, 0}, {0.1f, 0, 0}, {5, 5, 5}};
+    const NeighbourGrid grid(positions, 0.5, 1);
+    const Array<Vector3D> places{{0.05, 0, 0}};
+    const auto found =
+        interpolateAtPlaces(grid, {{nan, 4, 2}, {2, -nan, 4}, {nan, nan, nan}}, places, 1, 1, nullptr);
+    EXPECT_NEAR(found[0].x, 1, 1e-6);
+    EXPECT_NEAR(found[0].y, 2, 1e-6);
+    EXPECT_NEAR(found[0].z, 3, 1e-6);
+    pollsLeft = 0;
+    EXPECT_EQ(interpolateAtPlaces(grid, positions, places, 1, 1, countDown)[0], (Vector3F{0, 0, 0}));
+    EXPECT_EQ(interpolateAtPlaces(NeighbourGrid({}, 1, 1), {}, places, 1, 1, nullptr)[0],
+              (Vector3F{0, 0, 0}));
+}
