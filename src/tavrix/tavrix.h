@@ -49,8 +49,11 @@
 #include <tavrix/mesh/MeshArrayInf.h>
 #include <tavrix/mesh/MeshTopology.h>
 
+#include <tavrix/particles/NeighbourGrid.h>
+#include <tavrix/particles/ParticleNeighbours.h>
 #include <tavrix/particles/ParticleSystem_v3.h>
 
+#include <tavrix/fields/AnisotropySettings.h>
 #include <tavrix/fields/GridDescription3.h>
 #include <tavrix/fields/ScalarField3.h>
 #include <tavrix/fields/ScalarField3_base.h>

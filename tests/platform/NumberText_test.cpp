@@ -34,21 +34,28 @@ std::string printed(const char* format, double value)
     return {text, static_cast<std::size_t>(std::snprintf(text, sizeof text, format, value))};
 }
 
-/// Compares value, sign and length of the number read with strtof's.
-::testing::AssertionResult readsAsStrtof(const std::string& text)
+/// Compares value, sign and length of the number read with strtof's: at the end of the text, and with more
+/// behind it, where other paths are taken.
+::testing::AssertionResult readsAsStrtof(const std::string& number)
 {
-    float value = -77.0f;
-    const char* begin = text.c_str();
-    const char* end = parseFloat(begin, begin + text.size(), value);
-    char* expectedEnd = nullptr;
-    float expected = std::strtof(begin, &expectedEnd);
-    if (expectedEnd == begin) expected = -77.0f;
-    const bool same = std::isnan(expected) ? std::isnan(value)
-                                           : std::bit_cast<uint32>(value) == std::bit_cast<uint32>(expected);
-    if (same && end == expectedEnd) return ::testing::AssertionSuccess();
-    return ::testing::AssertionFailure()
-           << '"' << text << "\" read as " << value << ", " << end - begin
-           << " characters; strtof: " << expected << ", " << expectedEnd - begin;
+    for (const char* behind : {"", ";123456789 123456789", "x00000000000000000000"})
+    {
+        const std::string text = number + behind;
+        float value = -77.0f;
+        const char* begin = text.c_str();
+        const char* end = parseFloat(begin, begin + text.size(), value);
+        char* expectedEnd = nullptr;
+        float expected = std::strtof(begin, &expectedEnd);
+        if (expectedEnd == begin) expected = -77.0f;
+        const bool same = std::isnan(expected)
+                              ? std::isnan(value)
+                              : std::bit_cast<uint32>(value) == std::bit_cast<uint32>(expected);
+        if (same && end == expectedEnd) continue;
+        return ::testing::AssertionFailure()
+               << '"' << text << "\" read as " << value << ", " << end - begin
+               << " characters; strtof: " << expected << ", " << expectedEnd - begin;
+    }
+    return ::testing::AssertionSuccess();
 }
 
 }  // namespace

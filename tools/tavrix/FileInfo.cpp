@@ -10,6 +10,7 @@
 #include <tavrix/platform/FileBufferIn.h>
 
 #include "Failure.h"
+#include "FileName.h"
 #include "MeshFile.h"
 #include "MeshRepair.h"
 #include "ParticleSpacing.h"
@@ -150,7 +151,7 @@ FileInfo inspect(const std::string& path)
 {
     const FileKind kind = kindOfFile(path);
     std::error_code ignored;
-    const auto bytes = std::filesystem::file_size(std::u8string(path.begin(), path.end()), ignored);
+    const auto bytes = std::filesystem::file_size(pathOf(path), ignored);
     if (kind == FileKind::Particles) return {bytes, inspectParticles(path)};
     return {bytes, inspectMesh(kind, path)};
 }

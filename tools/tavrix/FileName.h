@@ -1,5 +1,6 @@
 #pragma once
 
+#include <filesystem>
 #include <string>
 
 namespace tavrix::tool
@@ -7,5 +8,9 @@ namespace tavrix::tool
 
 /// The part of a file's name behind its last dot, in small letters; empty when there is none.
 std::string extensionOf(const std::string& path);
+
+/// File names are UTF-8 throughout the program; these turn them into the system's and back.
+std::filesystem::path pathOf(const std::string& utf8);
+std::string utf8Of(const std::filesystem::path& path);
 
 }  // namespace tavrix::tool

@@ -39,7 +39,7 @@ Parser& parser()
 uint32 magicOf(const std::string& path)
 {
     std::error_code ignored;
-    if (std::filesystem::is_directory(std::u8string(path.begin(), path.end()), ignored))
+    if (std::filesystem::is_directory(pathOf(path), ignored))
         throw Failure(path + ": is a folder; name a file in it");
     FileBufferIn file;
     if (file.open(TX_String(path), "rb", 16) != FileStatus::ok) refuseUnopened(path);
@@ -110,14 +110,22 @@ std::string stlHeader(const Mesh& mesh)
     return hasWord || name.size() > 80 ? "mesh" : name;
 }
 
-int writeStl(const TX_String& path, const ArrayOfPtr<Mesh>& meshes, bool ascii)
+int writeStl(const TX_String& path, const Mesh& mesh, bool ascii)
 {
-    Mesh all = joined(meshes);
-    if (!ascii) all.setName(TX_String(stlHeader(all)));
     using Encoding = MeshSTLFileParser::Encoding;
     const int result =
-        parser<MeshSTLFileParser>().write(path, all, ascii ? Encoding::ascii : Encoding::binary);
+        parser<MeshSTLFileParser>().write(path, mesh, ascii ? Encoding::ascii : Encoding::binary);
     return result == 1 ? 0 : result;
+}
+
+int writeStl(const TX_String& path, const ArrayOfPtr<Mesh>& meshes, bool ascii)
+{
+    const bool isReady =
+        meshes.size() == 1 && (ascii || stlHeader(*meshes[0]) == meshes[0]->getName().view());
+    if (isReady) return writeStl(path, *meshes[0], ascii);
+    Mesh all = joined(meshes);
+    if (!ascii) all.setName(TX_String(stlHeader(all)));
+    return writeStl(path, all, ascii);
 }
 
 }  // namespace

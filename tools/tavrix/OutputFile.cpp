@@ -3,6 +3,7 @@
 #include <filesystem>
 
 #include "Failure.h"
+#include "FileName.h"
 
 namespace tavrix::tool
 {
@@ -11,14 +12,6 @@ namespace fs = std::filesystem;
 
 namespace
 {
-
-fs::path pathOf(const std::string& utf8) { return fs::path(std::u8string(utf8.begin(), utf8.end())); }
-
-std::string textOf(const fs::path& path)
-{
-    const std::u8string text = path.u8string();
-    return {text.begin(), text.end()};
-}
 
 /// A name beside the target that no file has.
 fs::path freeNameBeside(const fs::path& target)
@@ -43,11 +36,11 @@ void writeFileWhole(const std::string& target, const std::function<int(const std
     if (fs::is_directory(status)) throw Failure(target + ": is a folder; name a file in it");
     const fs::path folder = path.parent_path();
     if (!folder.empty() && !fs::is_directory(folder, error))
-        throw Failure(target + ": the folder " + textOf(folder) + " does not exist; make it first");
+        throw Failure(target + ": the folder " + utf8Of(folder) + " does not exist; make it first");
 
     const bool direct = fs::exists(status) && !fs::is_regular_file(status);
     const fs::path beside = direct ? path : freeNameBeside(path);
-    if (write(textOf(beside)) != 0)
+    if (write(utf8Of(beside)) != 0)
     {
         if (!direct) fs::remove(beside, error);
         throw Failure(target + ": cannot be written; is the disk full or the folder protected?");

@@ -1,6 +1,5 @@
 #include "ParticleFile.h"
 
-#include <algorithm>
 #include <cmath>
 #include <filesystem>
 #include <optional>
@@ -9,6 +8,7 @@
 #include <tavrix/platform/FileBufferIn.h>
 
 #include "Failure.h"
+#include "FileName.h"
 
 namespace tavrix::tool
 {
@@ -36,14 +36,24 @@ void refuseCut(const std::string& path, uint32 read)
     if (read == 0) throw Failure(path + ": holds no particles; give a file that does");
 }
 
-uint32 dropInfinite(Array<Vector3F>& positions)
+bool isFinite(const Vector3F& v) { return std::isfinite(v.x) && std::isfinite(v.y) && std::isfinite(v.z); }
+
+/// The particles with a finite position.
+ParticleFile usable(const ParticleSystem_v3& particles)
 {
-    const auto infinite = [](const Vector3F& p)
-    { return !(std::isfinite(p.x) && std::isfinite(p.y) && std::isfinite(p.z)); };
-    const auto end = std::remove_if(positions.begin(), positions.end(), infinite);
-    const auto dropped = static_cast<uint32>(positions.end() - end);
-    positions.resize(positions.size() - dropped);
-    return dropped;
+    const Array<Vector3F>& positions = particles.getArrPosition();
+    ParticleFile file{{}, {}, 0};
+    file.positions.reserve(positions.size());
+    file.velocities.reserve(positions.size());
+    for (uint32 n = 0; n < positions.size(); ++n)
+    {
+        if (!isFinite(positions[n])) continue;
+        const Vector3F& velocity = particles.getArrVelocity()[n];
+        file.positions.push_back(positions[n]);
+        file.velocities.push_back(isFinite(velocity) ? velocity : Vector3F{0, 0, 0});
+    }
+    file.leftOut = positions.size() - file.positions.size();
+    return file;
 }
 
 }  // namespace
@@ -51,7 +61,7 @@ uint32 dropInfinite(Array<Vector3F>& positions)
 ParticleFile readParticleFile(const std::string& path)
 {
     std::error_code ignored;
-    if (std::filesystem::is_directory(std::u8string(path.begin(), path.end()), ignored))
+    if (std::filesystem::is_directory(pathOf(path), ignored))
         throw Failure(path + ": is a folder; name a file in it");
     ParticleSystem_v3 particles;
     const int read = particles.load_BIN(TX_String(path));
@@ -59,8 +69,7 @@ ParticleFile readParticleFile(const std::string& path)
     if (read < 0) throw Failure(path + ": is no particle BIN file; export the particles in that format");
     refuseCut(path, static_cast<uint32>(read));
 
-    ParticleFile file{particles.getArrPosition(), 0};
-    file.leftOut = dropInfinite(file.positions);
+    ParticleFile file = usable(particles);
     if (file.positions.size() == 0)
         throw Failure(path + ": no particle has a finite position; look for what broke the simulation");
     return file;

@@ -8,10 +8,11 @@
 namespace tavrix::tool
 {
 
-/// What a particle file holds of use: finite positions, and the number of particles that had none.
+/// What a particle file holds of use: finite positions with their velocities (zero where they are not
+/// finite), and the number of particles that had none.
 struct ParticleFile
 {
-    Array<Vector3F> positions;
+    Array<Vector3F> positions, velocities;
     uint32 leftOut;
 };
 

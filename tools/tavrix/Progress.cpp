@@ -25,8 +25,10 @@ bool errorIsTerminal()
 
 }  // namespace
 
-Progress::Progress(std::size_t stageCount, bool quiet)
-    : _stageCount(stageCount), _visible(!quiet && errorIsTerminal())
+Progress::Progress(std::size_t stageCount, bool quiet, const std::string& label)
+    : _stageCount(stageCount),
+      _label(label.empty() ? "" : label + ": "),
+      _visible(!quiet && errorIsTerminal())
 {
 }
 
@@ -43,7 +45,8 @@ void Progress::begin(const std::string& name)
     const std::size_t filled = width * (_stages.size() - 1) / _stageCount;
     const std::string bar = std::string(filled, '#') + std::string(width - filled, '.');
     clearLine();
-    std::fprintf(stderr, "[%s] %zu/%zu %s", bar.c_str(), _stages.size(), _stageCount, name.c_str());
+    std::fprintf(stderr, "[%s] %s%zu/%zu %s", bar.c_str(), _label.c_str(), _stages.size(), _stageCount,
+                 name.c_str());
     std::fflush(stderr);
 }
 

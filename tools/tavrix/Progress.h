@@ -19,7 +19,8 @@ public:
         double seconds;
     };
 
-    Progress(std::size_t stageCount, bool quiet);
+    /// The label, such as a frame's number, stands before the stage's name.
+    Progress(std::size_t stageCount, bool quiet, const std::string& label = {});
     /// Takes the bar off the terminal.
     ~Progress();
 
@@ -35,6 +36,7 @@ private:
     void clearLine() const;
 
     std::size_t _stageCount;
+    std::string _label;
     bool _visible;
     bool _running = false;
     Timer _timer;

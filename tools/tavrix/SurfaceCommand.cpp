@@ -1,22 +1,13 @@
 #include "SurfaceCommand.h"
 
-#include <algorithm>
-#include <cmath>
-#include <cstdio>
+#include <map>
+#include <memory>
 
-#include <tavrix/fields/ScalarField3.h>
-#include <tavrix/isosurface/IsosurfaceExtractor3.h>
-#include <tavrix/mesh/Mesh.h>
-#include <tavrix/meshio/Mesh_OBJ_FileParser.h>
-#include <tavrix/platform/Hardware.h>
+#include <CLI/CLI.hpp>
 
-#include "Failure.h"
-#include "GridFit.h"
-#include "Interrupt.h"
-#include "OutputFile.h"
-#include "ParticleFile.h"
-#include "ParticleSpacing.h"
-#include "Progress.h"
+#include "FrameSequence.h"
+#include "SurfaceRun.h"
+#include "Validators.h"
 
 namespace tavrix::tool
 {
@@ -24,150 +15,176 @@ namespace tavrix::tool
 namespace
 {
 
-using Field = ScalarField3<float, double>;
+const std::map<std::string, FieldKind> fieldNames{{"metaball", FieldKind::Metaball},
+                                                  {"distance", FieldKind::Distance},
+                                                  {"anisotropic", FieldKind::Anisotropic}};
 
-/// Everything about a run that the options left open.
-struct Settings
+void addFiles(CLI::App& surface, SurfaceOptions& options)
 {
-    float radius;
-    bool radiusIsEstimated;
-    double spacing;
-    float level;
-    float influence;
-    uint32 threads;
+    surface
+        .add_option("IN", options.input,
+                    "Particle file (.bin); of a sequence, with {} for the frame's number: \"water_{}.bin\"")
+        ->required()
+        ->option_text(" ");
+    surface
+        .add_option("-o,--output", options.output,
+                    "Mesh file to write, needed: .obj, .stl or .bin (which holds velocities)")
+        ->required()
+        ->check(outputWithExtension({"obj", "stl", "bin"}))
+        ->option_text("OUT");
+    surface.add_flag("--ascii", options.asciiStl, "Write STL as text; binary when absent");
+    surface.add_flag(
+        "--normals,!--no-normals", options.normals,
+        "Write vertex normals into OBJ files, which is the default; --no-normals makes them smaller");
+    surface.add_flag("-q,--quiet", options.quiet, "Print errors only");
+}
 
-    /// How far a particle of this radius reaches in the field.
-    double reach(FieldKind kind) const
+void addParticles(CLI::App& surface, SurfaceOptions& options)
+{
+    surface
+        .add_option(
+            "-r,--radius", options.radius,
+            "Particle radius; half the particles' spacing when absent (in a sequence, the first frame's)")
+        ->check(positiveNumber)
+        ->option_text("NUMBER")
+        ->group("Particles");
+    surface
+        .add_option("--min-neighbours", options.minNeighbours,
+                    "Leave out stray particles: those with fewer others than this within two radii")
+        ->check(CLI::Range(0, 1000))
+        ->option_text("COUNT [0]")
+        ->group("Particles");
+}
+
+void addSurface(CLI::App& surface, SurfaceOptions& options)
+{
+    surface
+        .add_option_function<std::string>(
+            "-f,--field", [&options](const std::string& name) { options.field = fieldNames.at(name); },
+            "What the particles become: 'metaball' (a smooth sum), 'anisotropic' (flat where the liquid is "
+            "flat, "
+            "and thin sheets stay thin; takes a few times longer) or 'distance' (the union of soft balls)")
+        ->check(CLI::IsMember({"metaball", "anisotropic", "distance"}))
+        ->option_text("NAME [metaball]")
+        ->group("Surface");
+    surface
+        .add_option(
+            "--influence", options.influence,
+            "How far metaballs and anisotropic kernels reach: 0 (1.2 radii) to 100 (5 radii); more is "
+            "smoother. 60 for metaballs, 100 for anisotropic when absent")
+        ->check(CLI::Range(0.0, 100.0))
+        ->option_text("NUMBER")
+        ->group("Surface");
+    surface
+        .add_option(
+            "-l,--level", options.level,
+            "Field value of the surface; higher is tighter. 1 when absent, which puts the surface of a "
+            "lone particle at its radius; 0.05 for distance")
+        ->check(finiteNumber)
+        ->option_text("NUMBER")
+        ->group("Surface");
+    surface.add_option("-s,--spacing", options.spacing, "Grid spacing; half the radius when absent")
+        ->check(positiveNumber)
+        ->option_text("NUMBER")
+        ->group("Surface");
+    surface
+        .add_option("--smooth", options.smoothing,
+                    "Relax the mesh so many times; 2 to 5 take the grain off, more rounds details")
+        ->check(CLI::Range(0, 1000))
+        ->option_text("COUNT [0]")
+        ->group("Surface");
+    surface
+        .add_flag_callback(
+            "--no-clean", [&options] { options.clean = false; },
+            "Keep coincident vertices and the thin faces between them")
+        ->group("Surface");
+    surface.add_option("-t,--threads", options.threads, "Worker threads; all processors when absent")
+        ->check(CLI::Range(1, 1024))
+        ->option_text("COUNT")
+        ->group("Surface");
+}
+
+void addSequence(CLI::App& surface, SurfaceOptions& options)
+{
+    surface.add_option("--first", options.first, "The first frame to make")
+        ->option_text("NUMBER")
+        ->group("Sequence");
+    surface.add_option("--last", options.last, "The last frame to make")
+        ->option_text("NUMBER")
+        ->group("Sequence");
+    surface
+        .add_flag(
+            "--force", options.force,
+            "Make frames again whose files are no older than their particles; needed after changing options")
+        ->group("Sequence");
+}
+
+void addPreview(CLI::App& surface, SurfaceOptions& options)
+{
+    surface.add_option("--preview", options.preview, "Draw a picture of the mesh as well (.png)")
+        ->check(outputWithExtension({"png"}))
+        ->option_text("OUT")
+        ->group("Picture");
+    surface.add_flag("--preview-particles", options.previewParticles, "Draw the particles beside the mesh")
+        ->group("Picture");
+    surface
+        .add_option_function<std::string>(
+            "--up", [&options](const std::string& axis) { options.up = axis == "z" ? UpAxis::Z : UpAxis::Y; },
+            "The axis that points up in the picture")
+        ->check(CLI::IsMember({"y", "z"}))
+        ->option_text("y|z [y]")
+        ->group("Picture");
+}
+
+/// Throws what makes the options contradict each other.
+void checkTogether(const SurfaceOptions& options)
+{
+    const bool isSequence = isPattern(options.input);
+    const auto demand = [](bool holds, const char* option, const std::string& what)
     {
-        return kind == FieldKind::Distance ? 2.0 * radius : radius * (influence * 0.038 + 1.2);
-    }
-};
-
-Settings settle(const SurfaceOptions& options, const Array<Vector3F>& positions)
-{
-    Settings settings{};
-    settings.radiusIsEstimated = !options.radius;
-    const double radius = options.radius ? *options.radius : estimateSpacing(positions) / 2;
-    settings.radius = static_cast<float>(radius);
-    if (!(settings.radius > 0))
-        throw Failure(
-            options.input +
-            ": the particles all lie at one place, so their radius cannot be estimated; give --radius");
-    settings.spacing = options.spacing.value_or(radius / 2);
-    settings.influence = static_cast<float>(options.influence);
-    settings.level = static_cast<float>(options.level.value_or(defaultLevel(options.field)));
-    settings.threads = options.threads ? options.threads : Hardware::getThreadCount();
-    return settings;
-}
-
-void stopIfInterrupted()
-{
-    if (interrupted()) throw Failure("interrupted");
-}
-
-Field buildField(const SurfaceOptions& options, const Settings& settings, const GridFit& grid,
-                 const Array<Vector3F>& positions)
-{
-    Field field;
-    field.reset(grid.sizeX, grid.sizeY, grid.sizeZ, grid.spacing);
-    field.moveTo(grid.center);
-    const Array<float> radii(positions.size(), settings.radius);
-    const auto margin = static_cast<float>(settings.reach(options.field) + grid.spacing);
-    if (options.field == FieldKind::Distance)
-        field.setDistanceField(positions, radii, margin, settings.threads, interrupted);
-    else
-        field.setMetaballField(positions, radii, margin, settings.influence, settings.threads, interrupted);
-    stopIfInterrupted();
-    return field;
-}
-
-/// Turns faces around: the extractor's look towards larger samples, that is into the particles.
-void faceOutwards(Mesh& mesh)
-{
-    for (Array<Index3>* faces : {&mesh.refTrindexPos(), &mesh.refTrindexNor()})
-        for (Index3& face : *faces) std::swap(face.b, face.c);
-}
-
-Mesh extract(const SurfaceOptions& options, const Settings& settings, const Field& field)
-{
-    Mesh mesh;
-    mesh.setName("surface");
-    IsosurfaceExtractor3::extractMesh(field, mesh, settings.level, 0, 0, 0, 0, 0, 0, settings.threads,
-                                      interrupted, options.clean);
-    stopIfInterrupted();
-    if (mesh.isEmpty())
-    {
-        const auto& samples = field.getArrScalars();
-        char message[160];
-        std::snprintf(message, sizeof message,
-                      ": no surface at level %.4g, the field's values go from 0 to %.4g; try a --level "
-                      "between or a smaller --spacing",
-                      settings.level, *std::max_element(samples.begin(), samples.end()));
-        throw Failure(options.input + message);
-    }
-    faceOutwards(mesh);
-    return mesh;
-}
-
-void writeObj(const std::string& output, const Mesh& mesh)
-{
-    writeFileWhole(output, [&](const std::string& path)
-                   { return MeshFileParser<Mesh_OBJ_FileParser>::instance().write(TX_String(path), mesh); });
-}
-
-void warnOfLeftOut(const SurfaceOptions& options, uint32 leftOut)
-{
-    if (leftOut == 0 || options.quiet) return;
-    std::fprintf(stderr, "tavrix: %s: left out %u %s without a finite position\n", options.input.c_str(),
-                 leftOut, leftOut == 1 ? "particle" : "particles");
-}
-
-void printSummary(const SurfaceOptions& options, const Settings& settings, const GridFit& grid,
-                  uint32 particleCount, const Mesh& mesh, const Progress& progress)
-{
-    std::printf("particles  %u, radius %.6g%s\n", particleCount, settings.radius,
-                settings.radiusIsEstimated ? " (estimated from their spacing)" : "");
-    std::printf("grid       %s\n", grid.text().c_str());
-    std::printf("mesh       %u vertices, %u faces -> %s\n", mesh.getPosSize(), mesh.getFacesSize(),
-                options.output.c_str());
-    std::printf("time      ");
-    double total = 0;
-    for (const Progress::Stage& stage : progress.stages())
-    {
-        std::printf(" %s %.3f s,", stage.name.c_str(), stage.seconds);
-        total += stage.seconds;
-    }
-    std::printf(" in all %.3f s on %u %s\n", total, settings.threads,
-                settings.threads == 1 ? "thread" : "threads");
-    std::printf("memory     %.0f MiB at most\n", Hardware::getMemoryInfo().processPeak);
+        if (!holds) throw CLI::ValidationError(option, what);
+    };
+    demand(isSequence == isPattern(options.output), "--output",
+           isSequence ? "must have a {} where the input has it, for each frame makes a file of its own"
+                      : "has a {}, but the input has none");
+    demand(options.preview.empty() || isSequence == isPattern(options.preview), "--preview",
+           isSequence ? "must have a {} where the input has it, for each frame makes a picture of its own"
+                      : "has a {}, but the input has none");
+    demand(isSequence || !(options.first || options.last), "--first and --last",
+           "choose frames of a sequence; put a {} into the names where the frame's number stands");
+    demand(options.output != options.input, "--output", "is the input; name another file");
+    demand(!options.previewParticles || !options.preview.empty(), "--preview-particles",
+           "needs --preview with the picture's name");
 }
 
 }  // namespace
 
-double defaultLevel(FieldKind kind) { return kind == FieldKind::Distance ? 0.05 : 1.0; }
-
-void runSurface(const SurfaceOptions& options)
+void addSurfaceCommand(CLI::App& app, Command& command)
 {
-    Progress progress(5, options.quiet);
-    progress.begin("read");
-    const auto [positions, leftOut] = readParticleFile(options.input);
-    const Settings settings = settle(options, positions);
-    const GridFit grid =
-        fitGrid(boundingBox(positions), settings.reach(options.field), settings.spacing, options.input);
-
-    progress.begin("field");
-    Field field = buildField(options, settings, grid, positions);
-    progress.begin("surface");
-    Mesh mesh = extract(options, settings, field);
-    field.reset_toZeroSize();
-    progress.begin("normals");
-    mesh.recalculateNormalsParallelized(settings.threads);
-    stopIfInterrupted();
-    progress.begin("write");
-    writeObj(options.output, mesh);
-    progress.end();
-    warnOfLeftOut(options, leftOut);
-    if (!options.quiet) printSummary(options, settings, grid, positions.size(), mesh, progress);
+    const auto options = std::make_shared<SurfaceOptions>();
+    CLI::App* surface = app.add_subcommand("surface", "Turn particle files into surface meshes");
+    addFiles(*surface, *options);
+    addParticles(*surface, *options);
+    addSurface(*surface, *options);
+    addSequence(*surface, *options);
+    addPreview(*surface, *options);
+    surface->footer(
+        "\nExamples:\n"
+        "  tavrix surface water.bin -o water.obj\n"
+        "  tavrix surface water.bin -o water.stl --field anisotropic --smooth 3 --preview water.png\n"
+        "  tavrix surface \"water_{}.bin\" -o \"mesh_{}.bin\" --first 100 --last 200 --min-neighbours 2");
+    surface->callback(
+        [options, &command]
+        {
+            checkTogether(*options);
+            const auto run = [options]
+            {
+                if (isPattern(options->input)) return surfaceSequence(*options);
+                surfaceFile(*options);
+                return 0;
+            };
+            command = {run, options->input, options->output, "try a larger --spacing"};
+        });
 }
 
 }  // namespace tavrix::tool

@@ -16,7 +16,6 @@
 #include "Interrupt.h"
 #include "PreviewCommand.h"
 #include "SurfaceCommand.h"
-#include "Validators.h"
 
 namespace
 {
@@ -24,63 +23,6 @@ namespace
 using namespace tavrix::tool;
 
 constexpr int failed = 1, wrongUsage = 2;
-
-void addSurfaceCommand(CLI::App& app, Command& command, SurfaceOptions& options)
-{
-    CLI::App* surface = app.add_subcommand("surface", "Turn a particle file into a surface mesh");
-    surface->add_option("IN", options.input, "Particle file (.bin)")->required()->option_text(" ");
-    surface->add_option("-o,--output", options.output, "Mesh file to write (.obj), needed")
-        ->required()
-        ->option_text("OUT");
-    surface
-        ->add_option("-r,--radius", options.radius,
-                     "Particle radius; half the particles' spacing when absent")
-        ->check(positiveNumber)
-        ->option_text("NUMBER");
-    surface->add_option("-s,--spacing", options.spacing, "Grid spacing; half the radius when absent")
-        ->check(positiveNumber)
-        ->option_text("NUMBER");
-    surface
-        ->add_option_function<std::string>(
-            "-f,--field",
-            [&options](const std::string& name)
-            { options.field = name == "distance" ? FieldKind::Distance : FieldKind::Metaball; },
-            "What the particles become: 'metaball' (a smooth sum) or 'distance' (the union of soft balls)")
-        ->check(CLI::IsMember({"distance", "metaball"}))
-        ->option_text("NAME [metaball]");
-    surface
-        ->add_option("--influence", options.influence,
-                     "How far metaballs reach: 0 (1.2 radii) to 100 (5 radii); more is smoother")
-        ->check(CLI::Range(0.0, 100.0))
-        ->option_text("NUMBER [60]");
-    surface
-        ->add_option(
-            "-l,--level", options.level,
-            "Field value of the surface; higher is tighter. 1 for metaballs,\n0.05 for distance when absent")
-        ->check(finiteNumber)
-        ->option_text("NUMBER");
-    surface->add_option("-t,--threads", options.threads, "Worker threads; all processors when absent")
-        ->check(CLI::Range(1, 1024))
-        ->option_text("COUNT");
-    surface->add_flag_callback(
-        "--no-clean", [&options] { options.clean = false; },
-        "Keep coincident vertices and the thin faces between them");
-    surface->add_flag("-q,--quiet", options.quiet, "Print errors only");
-    surface->callback(
-        [&command, &options]
-        {
-            const std::string extension =
-                options.output.substr(std::min(options.output.rfind('.'), options.output.size()));
-            if (extension != ".obj" && extension != ".OBJ" && options.output.rfind("/dev/", 0) != 0)
-                throw CLI::ValidationError("--output", "the name must end in .obj: " + options.output);
-            const auto run = [&options]
-            {
-                runSurface(options);
-                return 0;
-            };
-            command = {run, options.input, options.output, "try a larger --spacing"};
-        });
-}
 
 std::string usageMessage(const CLI::App* app, const CLI::Error& error)
 {
@@ -135,8 +77,7 @@ int main(int argc, char** argv)
         "  tavrix convert water.obj water.stl       or a file for another program\n\n"
         "tavrix COMMAND --help tells more about each.");
     Command command;
-    SurfaceOptions options;
-    addSurfaceCommand(app, command, options);
+    addSurfaceCommand(app, command);
     addPreviewCommand(app, command);
     addConvertCommand(app, command);
     addInfoCommand(app, command);

@@ -8,6 +8,8 @@
 #include <limits>
 #include <system_error>
 
+#include <tavrix/platform/ByteOrder.h>
+
 namespace tavrix
 {
 
@@ -48,6 +50,69 @@ struct Decimal
     bool exact = true;  ///< no digit other than 0 was left out of the mantissa
     const char* end = nullptr;
 };
+
+/// Eight characters as one word, the first in its lowest byte, with digits turned into 0 to 9.
+uint64 loadDigits(const char* p)
+{
+    uint64 bytes;
+    std::memcpy(&bytes, p, sizeof bytes);
+    if constexpr (std::endian::native == std::endian::big) convertByteOrder(&bytes, 1, ByteOrder::little);
+    return bytes ^ 0x3030303030303030;
+}
+
+/// A bit for each byte of the word that is no digit, the first character's the lowest.
+uint32 nonDigits(uint64 word)
+{
+    const uint64 others = ((word + 0x7676767676767676) | word) & 0x8080808080808080;
+    return static_cast<uint32>((others >> 7) * 0x0102040810204080 >> 56);
+}
+
+/// The number that the first `count` digits of the word are, 1 to 8.
+uint64 valueOf(uint64 word, uint32 count)
+{
+    constexpr uint64 pairs = 0x000000FF000000FF;
+    word <<= 64 - 8 * count;
+    word = word * 10 + (word >> 8);
+    return ((word & pairs) * 0x000F424000000064 + (word >> 16 & pairs) * 0x0000271000000001) >> 32;
+}
+
+/// The decimal numbers that most texts are made of, taken at one look: up to seven digits before the point
+/// and up to eight behind it. The end of the number, on which the reading of the next one waits, is known
+/// before its digits are. False for all others, and where the text ends soon.
+bool scanCommonDecimal(const char* first, const char* last, Decimal& number)
+{
+    static constexpr uint64 powers[] = {1,       10,        100,        1'000,      10'000,
+                                        100'000, 1'000'000, 10'000'000, 100'000'000};
+    constexpr std::ptrdiff_t reach = 24;
+    constexpr uint32 behind = 1u << 16;
+    if (last - first < reach) return false;
+    const uint64 word = loadDigits(first);
+    const uint32 marks = nonDigits(word) | nonDigits(loadDigits(first + 8)) << 8 | behind;
+    const auto whole = static_cast<uint32>(std::countr_zero(marks));
+    if (whole == 0 || whole >= 8) return false;
+    const char* p = first + whole;
+    uint64 mantissa = valueOf(word, whole);
+    uint32 decimals = 0;
+    if (*p == '.')
+    {
+        const auto end = static_cast<uint32>(std::countr_zero(marks & (marks - 1)));
+        decimals = end - whole - 1;
+        if (end == 16 || decimals > 8) return false;
+        const uint64 fraction = loadDigits(p + 1);
+        if (decimals > 0) mantissa = mantissa * powers[decimals] + valueOf(fraction, decimals);
+        p = first + end;
+    }
+    number.mantissa = mantissa;
+    number.exponent = -static_cast<int64>(decimals);
+    number.end = p;
+    if (*p != 'e' && *p != 'E') return true;
+    int64 written = 0;
+    const char* end = parseExponent(p + 1, last, written);
+    if (end == p + 1) return true;
+    number.exponent += written;
+    number.end = end;
+    return true;
+}
 
 /// False when the text begins with no decimal number.
 bool scanDecimal(const char* first, const char* last, Decimal& number)
@@ -176,7 +241,7 @@ const char* parseMagnitude(const char* first, const char* last, float& value)
         if (end != first + 2) return end;
     }
     Decimal number;
-    const bool decimal = scanDecimal(first, last, number);
+    const bool decimal = scanCommonDecimal(first, last, number) || scanDecimal(first, last, number);
     if (decimal && convertExactly(number, value)) return number.end;
     if (!decimal && (first == last || *first == '-')) return first;
 

@@ -1,47 +1,24 @@
 // The kernel loop, compiled once for each instruction set into a namespace of its own.
 
 #include <tavrix/fields/detail/ParticleSplat.h>
-
-#include <math.h>
+#include <tavrix/fields/detail/SplatRows.h>
 
 namespace tavrix::detail::TX_KERNEL
 {
 
-constexpr uint32 lanes = 8;
 constexpr double farAway = 1e300;
 
-inline double floorOf(double v)
+/// Gives `width` samples the kernel's values, where a squared distance is rowPart + zPart[n]. Distances
+/// beyond the reach change nothing: there the maximum gets a negative value and the sum 0.
+template <SplatMerge merge, uint32 width, class Value>
+inline void splatLanes(Value* __restrict samples, const double* __restrict zPart, double rowPart,
+                       float squaredReach, float scale)
 {
-    const auto truncated = static_cast<double>(static_cast<long long>(v));
-    return truncated > v ? truncated - 1 : truncated;
-}
-
-inline double ceilOf(double v) { return -floorOf(-v); }
-
-/// The nodes [low, high) of one axis within `reach` nodes of the cell that holds a coordinate.
-struct NodeRange
-{
-    uint32 low, high;
-
-    static NodeRange around(double cell, double reach, uint32 low, uint32 high)
-    {
-        const double first = cell - reach, last = cell + reach + 1;
-        return {first > low ? (first < high ? static_cast<uint32>(first) : high) : low,
-                last < high ? (last > low ? static_cast<uint32>(last) : low) : high};
-    }
-};
-
-/// Gives `count` consecutive samples the kernel's values, where a squared distance is rowPart + zPart[n].
-/// Distances beyond the reach change nothing: there the maximum gets a negative value and the sum 0.
-template <SplatKernel::Merge merge, class Value>
-inline void splatLanes(Value* __restrict samples, const double* __restrict zPart, uint32 count,
-                       double rowPart, float squaredReach, float scale)
-{
-    for (uint32 n = 0; n < count; ++n)
+    for (uint32 n = 0; n < width; ++n)
     {
         const auto d2 = static_cast<float>(rowPart + zPart[n]);
         const float t = 1.0f - d2 / squaredReach;
-        if constexpr (merge == SplatKernel::Merge::Maximum)
+        if constexpr (merge == SplatMerge::Maximum)
         {
             const auto v = static_cast<Value>(t * t * t);
             samples[n] = v > samples[n] ? v : samples[n];
@@ -54,85 +31,78 @@ inline void splatLanes(Value* __restrict samples, const double* __restrict zPart
     }
 }
 
-/// A run of nodes, in whole groups of lanes where the stored row has room for them.
-template <SplatKernel::Merge merge, class Value>
-inline void splatRun(Value* row, uint32 rowStart, uint32 rowLength, uint32 low, uint32 high,
-                     const double* zPart, uint32 zFirst, double rowPart, float squaredReach, float scale)
+/// The squares of the offsets in z from the centre of the nodes in the range, and far ones on either side.
+template <class Value>
+inline double* squaresAlongZ(const SplatTarget<Value>& target, NodeRange range, double center)
 {
-    uint32 start = low - rowStart;
-    const uint32 padded = (high - low + lanes - 1) / lanes * lanes;
-    if (padded > rowLength)
+    double* squares = target.scratch + lanes;
+    const uint32 count = range.high - range.low;
+    for (uint32 n = 0; n < lanes; ++n)
+        squares[static_cast<std::ptrdiff_t>(n) - lanes] = squares[count + n] = farAway;
+    for (uint32 n = 0; n < count; ++n)
     {
-        splatLanes<merge>(row + start, zPart + (low - zFirst), high - low, rowPart, squaredReach, scale);
-        return;
+        const double d = target.nodes[2][range.low + n] - center;
+        squares[n] = d * d;
     }
-    if (start > rowLength - padded) start = rowLength - padded;
-    const double* z = zPart + static_cast<std::ptrdiff_t>(start) + static_cast<std::ptrdiff_t>(rowStart) -
-                      static_cast<std::ptrdiff_t>(zFirst);
-    for (uint32 n = 0; n < padded; n += lanes)
-        splatLanes<merge>(row + start + n, z + n, lanes, rowPart, squaredReach, scale);
+    return squares;
 }
 
-template <SplatKernel::Merge merge, class Value>
+/// Goes along the part of every row that the ball reaches, `width` samples at a time.
+template <SplatMerge merge, uint32 width, class Value>
+inline void splatRows(const SplatTarget<Value>& target, const Particle& particle, float squaredReach,
+                      float scale, const NodeRange (&range)[3], const RowPart& part, const double* squares)
+{
+    const double limit = squaredReach;
+    for (uint32 i = range[0].low; i < range[0].high; ++i)
+    {
+        const double dx = target.nodes[0][i] - double{particle.x};
+        for (uint32 j = range[1].low; j < range[1].high; ++j)
+        {
+            const double dy = target.nodes[1][j] - double{particle.y};
+            const double rowPart = dx * dx + dy * dy;
+            if (rowPart > limit) continue;
+            Value* row = target.samples + (i - target.rowStart[0]) * target.strideX +
+                         (j - target.rowStart[1]) * target.strideY + part.start;
+            for (uint32 k = 0; k < part.count; k += width)
+                splatLanes<merge, width>(row + k, squares + k, rowPart, squaredReach, scale);
+        }
+    }
+}
+
+template <SplatMerge merge, class Value>
 inline void splatParticle(const SplatTarget<Value>& target, const SplatKernel& kernel,
                           const Particle& particle)
 {
     const float reach = particle.r * kernel.reach;
-    const float squaredReach = reach * reach;
-    const double limit = squaredReach;
     const double center[3] = {particle.x, particle.y, particle.z};
     const double steps = reach / target.largestSeparation;
     const double reachInNodes = steps < maxReachInNodes ? ceilOf(steps) : maxReachInNodes;
-    double cell[3];
     NodeRange range[3];
     for (uint32 axis = 0; axis < 3; ++axis)
     {
-        cell[axis] = (center[axis] - target.nodes[axis][0]) * target.reciprocal[axis];
+        const double cell = (center[axis] - target.nodes[axis][0]) * target.reciprocal[axis];
+        const double first = floorOf(cell) - reachInNodes;
         range[axis] =
-            NodeRange::around(floorOf(cell[axis]), reachInNodes, target.low[axis], target.high[axis]);
-        if (range[axis].low >= range[axis].high) return;
+            NodeRange::between(first, first + 2 * reachInNodes + 1, target.low[axis], target.high[axis]);
+        if (range[axis].isEmpty()) return;
     }
-
-    double* zPart = target.scratch + lanes;
-    const uint32 zFirst = range[2].low, zCount = range[2].high - zFirst;
-    for (uint32 n = 0; n < lanes; ++n)
-        zPart[static_cast<std::ptrdiff_t>(n) - lanes] = zPart[zCount + n] = farAway;
-    for (uint32 n = 0; n < zCount; ++n)
-    {
-        const double d = target.nodes[2][zFirst + n] - center[2];
-        zPart[n] = d * d;
-    }
-
-    for (uint32 i = range[0].low; i < range[0].high; ++i)
-    {
-        const double dx = target.nodes[0][i] - center[0];
-        for (uint32 j = range[1].low; j < range[1].high; ++j)
-        {
-            const double dy = target.nodes[1][j] - center[1];
-            const double rowPart = dx * dx + dy * dy;
-            if (rowPart > limit) continue;
-            const double half = sqrt(limit - rowPart) * target.reciprocal[2];
-            const NodeRange run =
-                NodeRange::around(floorOf(cell[2]), floorOf(half) + 1, zFirst, zFirst + zCount);
-            if (run.low >= run.high) continue;
-            Value* row = target.samples + (i - target.rowStart[0]) * target.strideX +
-                         (j - target.rowStart[1]) * target.strideY;
-            splatRun<merge>(row, target.rowStart[2], target.rowLength, run.low, run.high, zPart, zFirst,
-                            rowPart, squaredReach, kernel.scale);
-        }
-    }
+    const RowPart part = RowPart::covering(range[2], target.rowStart[2], target.rowLength);
+    const double* squares = squaresAlongZ(target, range[2], center[2]) + part.skipped;
+    if (part.isInGroups())
+        splatRows<merge, lanes>(target, particle, reach * reach, kernel.scale, range, part, squares);
+    else
+        splatRows<merge, 1>(target, particle, reach * reach, kernel.scale, range, part, squares);
 }
 
 template <class Value>
 void splat(const SplatTarget<Value>& target, const SplatKernel& kernel, const Particle* particles,
            std::size_t count)
 {
-    if (kernel.merge == SplatKernel::Merge::Maximum)
+    if (kernel.merge == SplatMerge::Maximum)
         for (std::size_t n = 0; n < count; ++n)
-            splatParticle<SplatKernel::Merge::Maximum>(target, kernel, particles[n]);
+            splatParticle<SplatMerge::Maximum>(target, kernel, particles[n]);
     else
-        for (std::size_t n = 0; n < count; ++n)
-            splatParticle<SplatKernel::Merge::Sum>(target, kernel, particles[n]);
+        for (std::size_t n = 0; n < count; ++n) splatParticle<SplatMerge::Sum>(target, kernel, particles[n]);
 }
 
 template void splat(const SplatTarget<float>&, const SplatKernel&, const Particle*, std::size_t);

@@ -1,38 +1,14 @@
 #pragma once
 
+#include <algorithm>
 #include <vector>
 
-#include <tavrix/fields/detail/ParticleSplat.h>
-#include <tavrix/fields/GridDescription3.h>
-#include <tavrix/foundation/Array.h>
+#include <tavrix/fields/detail/Lattice.h>
+#include <tavrix/foundation/detail/RadixSort.h>
+#include <tavrix/foundation/ParallelFor.h>
 
 namespace tavrix::detail
 {
-
-/// The nodes of a grid as the particle kernels need them, in double precision whatever the grid's own.
-struct Lattice
-{
-    uint32 size[3];
-    Array<double> nodes[3];  ///< coordinates per axis
-    double reciprocal[3];
-    double largestSeparation;
-
-    template <class Coord>
-    explicit Lattice(const GridDescription3<Coord>& grid);
-
-    /// The cell along an axis, clamped to the lattice.
-    uint32 clampedCell(uint32 axis, double coordinate) const
-    {
-        const double cell = (coordinate - nodes[axis][0]) * reciprocal[axis];
-        return cell > 0 ? (cell < size[axis] - 1 ? static_cast<uint32>(cell) : size[axis] - 1) : 0;
-    }
-};
-
-/// A box of nodes, half open.
-struct NodeBox
-{
-    uint32 low[3], high[3];
-};
 
 /// A run of the sorted particles, and the nodes that they may touch.
 struct ParticleGroup
@@ -41,14 +17,76 @@ struct ParticleGroup
     NodeBox nodes;
 };
 
-/// The particles that can touch the lattice (finite, radius above 0, within reach), sorted by the monoindex
-/// of their cell and then by index: a linear radix sort, and the same order for every thread count.
-Array<Particle> sortParticles(const Lattice& lattice, const Array<Vector3F>& positions,
-                              const Array<float>& radii, float kernelReach, uint32 threadCount);
+/// The monoindex of the cell at a place that reaches so many nodes along each axis, clamped to the lattice;
+/// noIndex, which is above every monoindex, when it cannot touch the lattice.
+uint32 cellOf(const Lattice& lattice, const Vector3F& place, const double (&nodesReached)[3]);
+
+template <class Kernel>
+uint32 sortKey(const Lattice& lattice, const Kernel& kernel, const typename Kernel::Particle& particle)
+{
+    if (!kernel.isUsable(particle)) return noIndex;
+    const double reached[] = {kernel.nodesReached(lattice, particle, 0),
+                              kernel.nodesReached(lattice, particle, 1),
+                              kernel.nodesReached(lattice, particle, 2)};
+    return cellOf(lattice, {particle.x, particle.y, particle.z}, reached);
+}
+
+/// Those of the particles make(0), …, make(count - 1) that can touch the lattice, sorted by the monoindex of
+/// their cell and then by number: a linear radix sort, and the same order for every thread count.
+template <class Kernel, class Make>
+Array<typename Kernel::Particle> sortParticles(const Lattice& lattice, const Kernel& kernel, uint32 count,
+                                               uint32 threadCount, Make make)
+{
+    Array<uint64> order(count);
+    parallelFor(count, threadCount,
+                [&](uint32, uint64 begin, uint64 end)
+                {
+                    for (uint64 n = begin; n < end; ++n)
+                        order[n] = uint64{sortKey(lattice, kernel, make(static_cast<uint32>(n)))} << 32 | n;
+                });
+    radixSortByUpperHalf(order, threadCount);
+    const auto firstUntouching = std::lower_bound(order.begin(), order.end(), uint64{noIndex} << 32);
+    order.resize(static_cast<uint32>(firstUntouching - order.begin()));
+
+    Array<typename Kernel::Particle> particles(order.size());
+    parallelFor(order.size(), threadCount,
+                [&](uint32, uint64 begin, uint64 end)
+                {
+                    for (uint64 n = begin; n < end; ++n) particles[n] = make(static_cast<uint32>(order[n]));
+                });
+    return particles;
+}
+
+/// The nodes around a box: snapped outward to the lattice, widened by round(margin / separation) + 2 nodes.
+NodeBox nodesAround(const Lattice& lattice, const Box3F& box, float margin);
 
 /// Cuts sorted particles into threadCount runs of equal length, the last taking the remainder. Each may touch
-/// the nodes around its box: snapped outward to the lattice, widened by round(margin / separation) + 2 nodes.
+/// the nodes around its box, widened by the margin.
+template <class Particle>
 std::vector<ParticleGroup> groupParticles(const Lattice& lattice, const Array<Particle>& particles,
-                                          float margin, uint32 threadCount);
+                                          float margin, uint32 threadCount)
+{
+    const uint32 groupCount = std::max(threadCount, 1u);
+    const uint32 each = particles.size() / groupCount;
+    std::vector<ParticleGroup> groups;
+    for (uint32 g = each == 0 ? groupCount - 1 : 0; g < groupCount; ++g)
+    {
+        const uint32 first = g * each;
+        const uint32 last = g + 1 == groupCount ? particles.size() : first + each;
+        if (first != last) groups.push_back({first, last, {}});
+    }
+    parallelFor(groups.size(), threadCount,
+                [&](uint32, uint64 begin, uint64 end)
+                {
+                    for (uint64 g = begin; g < end; ++g)
+                    {
+                        Box3F box = Box3F::empty();
+                        for (uint32 n = groups[g].first; n < groups[g].last; ++n)
+                            box.extend({particles[n].x, particles[n].y, particles[n].z});
+                        groups[g].nodes = nodesAround(lattice, box, margin);
+                    }
+                });
+    return groups;
+}
 
 }  // namespace tavrix::detail

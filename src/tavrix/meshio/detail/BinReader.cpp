@@ -55,8 +55,8 @@ FileStatus readPositions(FileBufferIn& file, Array<Vector3D>& positions)
 {
     uint32 count = 0;
     const FileStatus status = readCount(file, count);
-    return status == FileStatus::ok ? readTriples(file, count, positions, decodeVector<double, float>)
-                                    : status;
+    const auto decodePosition = [](const unsigned char* bytes) { return decodeVector<double, float>(bytes); };
+    return status == FileStatus::ok ? readTriples(file, count, positions, decodePosition) : status;
 }
 
 FileStatus readFaces(FileBufferIn& file, uint32 positionCount, Array<Index3>& faces)
@@ -185,7 +185,8 @@ FileStatus readBin(FileBufferIn& file, const BinChannels& channels, Mesh& mesh)
     if (!findMarker(file, binTextureMarker)) return FileStatus::ok;
     status = readTextures(file, version, channels.uv, mesh);
     if (status != FileStatus::ok || !findMarker(file, binVelocityMarker) || !channels.velocity) return status;
-    return readChannel(file, mesh, "Velocity", decodeVector<float, float>);
+    return readChannel(file, mesh, "Velocity",
+                       [](const unsigned char* bytes) { return decodeVector<float, float>(bytes); });
 }
 
 }  // namespace tavrix::detail

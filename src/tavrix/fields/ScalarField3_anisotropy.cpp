@@ -1,0 +1,105 @@
+#include <cstdio>
+
+#include <tavrix/fields/detail/AnisotropicKernels.h>
+#include <tavrix/fields/detail/Splatting.h>
+#include <tavrix/fields/ScalarField3.h>
+#include <tavrix/platform/Hardware.h>
+#include <tavrix/platform/Timer.h>
+
+namespace tavrix
+{
+
+namespace
+{
+
+/// What the setter prints about its phases; hosts read these lines as they stand.
+class Diagnostics
+{
+public:
+    explicit Diagnostics(bool printing) : _printing(printing)
+    {
+        if (!_printing) return;
+        printMemory();
+        _whole.start();
+        _phase.start();
+    }
+
+    void endPhase(const char* label)
+    {
+        if (!_printing) return;
+        std::printf("Timing %s %f\n", label, _phase.stop());
+        printMemory();
+        _phase.start();
+    }
+
+    void end()
+    {
+        if (_printing) std::printf("Timing %s %f\n", "global", _whole.stop());
+    }
+
+private:
+    void printMemory()
+    {
+        static constexpr const char* formats[] = {"mem info  1 %f \n", "mem info  2 %f\n", "mem info 3 %f\n",
+                                                  "mem info 4 %f\n", "mem info 5 %f\n"};
+        std::fprintf(stderr, formats[_memoryPoint++], Hardware::getMemoryInfo().process);
+    }
+
+    bool _printing;
+    uint32 _memoryPoint = 0;
+    Timer _whole, _phase;
+};
+
+template <class Value, class Coord>
+bool buildAnisotropicField(ScalarField3<Value, Coord>& field, float margin,
+                           detail::AnisotropicKernels kernels, uint32 threadCount, CancelCallback callback,
+                           Diagnostics diagnostics)
+{
+    const auto cancel = [&] { return field.set(Value(0)), false; };
+    if (!kernels.measureNeighbourhoods()) return cancel();
+    diagnostics.endPhase("neighbo");
+    if (!kernels.fitEllipsoids()) return cancel();
+    diagnostics.endPhase("Gs");
+    kernels.fitBoxes();
+    diagnostics.endPhase("elips bb");
+    const Array<detail::Ellipsoid>& ellipsoids = kernels.ellipsoids();
+    const detail::EllipsoidKernel sum{detail::SplatMerge::Sum};
+    if (!buildField(field, sum, ellipsoids.size(), margin, threadCount, callback,
+                    [&](uint32 n) { return ellipsoids[n]; }))
+        return false;
+    diagnostics.endPhase("field");
+    diagnostics.end();
+    return true;
+}
+
+}  // namespace
+
+template <class Value, class Coord>
+bool ScalarField3<Value, Coord>::setAnisotropyDistanceField(
+    const Array<Vector3F>& positions, const Array<float>& radii, float margin, uint32 threadCount,
+    CancelCallback callback) requires std::floating_point<Value>
+{
+    return buildAnisotropicField(*this, margin, {positions, radii, {}, threadCount, callback}, threadCount,
+                                 callback, Diagnostics(true));
+}
+
+template <class Value, class Coord>
+bool ScalarField3<Value, Coord>::setAnisotropyDistanceField(
+    const Array<Vector3F>& positions, const Array<float>& radii, float margin,
+    const AnisotropySettings& settings, uint32 threadCount,
+    CancelCallback callback) requires std::floating_point<Value>
+{
+    return buildAnisotropicField(*this, margin, {positions, radii, settings, threadCount, callback},
+                                 threadCount, callback, Diagnostics(false));
+}
+
+#define TX_INSTANTIATE(Value, Coord)                                                           \
+    template bool ScalarField3<Value, Coord>::setAnisotropyDistanceField(                      \
+        const Array<Vector3F>&, const Array<float>&, float, uint32, CancelCallback);           \
+    template bool ScalarField3<Value, Coord>::setAnisotropyDistanceField(                      \
+        const Array<Vector3F>&, const Array<float>&, float, const AnisotropySettings&, uint32, \
+        CancelCallback);
+TX_FOR_EACH_REAL_SCALAR_FIELD(TX_INSTANTIATE)
+#undef TX_INSTANTIATE
+
+}  // namespace tavrix

@@ -1,0 +1,192 @@
+#include <tavrix/fields/detail/AnisotropicKernels.h>
+
+#include <algorithm>
+#include <cmath>
+
+#include <tavrix/fields/detail/SymmetricEigen.h>
+#include <tavrix/foundation/ParallelFor.h>
+
+namespace tavrix::detail
+{
+
+namespace
+{
+
+/// Particles that one worker handles between two polls of the callback: some tens of milliseconds.
+constexpr uint32 particlesPerPoll = 1 << 15;
+
+/// The variance along an axis, in squares of the reach, from which on a neighbourhood counts as full. Points
+/// that fill the ball evenly have 0.15 with the weights 1 - |d|^3; those on one side of a plane have 0.15
+/// along it and 0.04 across.
+constexpr double fullVariance = 0.12;
+
+/// The longest axis of a kernel is at least this part of the ball's radius, however small the drop is.
+constexpr double shortestLongAxis = 0.5;
+
+float medianOf(Array<float> numbers)
+{
+    const auto middle = numbers.begin() + numbers.size() / 2;
+    std::nth_element(numbers.begin(), middle, numbers.end());
+    return *middle;
+}
+
+AnisotropySettings withinBounds(const AnisotropySettings& settings)
+{
+    const auto orDefault = [](float value, float low, float high, float otherwise)
+    { return value >= low && value <= high ? value : otherwise; };
+    const AnisotropySettings defaults;
+    return {orDefault(settings.neighbourReach, 0.1f, 100.0f, defaults.neighbourReach),
+            orDefault(settings.smoothing, 0.0f, 1.0f, defaults.smoothing),
+            orDefault(settings.largestRatio, 1.0f, 1000.0f, defaults.largestRatio),
+            orDefault(settings.fullNeighbours, 1.0f, 1e6f, defaults.fullNeighbours)};
+}
+
+/// The covariance of the weighted offsets.
+void toCovariance(const NeighbourMoments& m, SymmetricMatrix& covariance)
+{
+    const float mean[3] = {m.first[0] / m.weight, m.first[1] / m.weight, m.first[2] / m.weight};
+    constexpr uint32 row[] = {0, 0, 0, 1, 1, 2}, column[] = {0, 1, 2, 1, 2, 2};
+    for (uint32 n = 0; n < 6; ++n) covariance[n] = m.second[n] / m.weight - mean[row[n]] * mean[column[n]];
+}
+
+}  // namespace
+
+AnisotropicKernels::AnisotropicKernels(const Array<Vector3F>& positions, const Array<float>& radii,
+                                       const AnisotropySettings& settings, uint32 threadCount,
+                                       CancelCallback callback)
+    : _settings(withinBounds(settings)), _threadCount(threadCount), _callback(callback)
+{
+    const uint32 count = std::min(positions.size(), radii.size());
+    _positions.reserve(count);
+    _radii.reserve(count);
+    for (uint32 n = 0; n < count; ++n)
+    {
+        const Vector3F& p = positions[n];
+        const bool isFinite = std::isfinite(p.x) && std::isfinite(p.y) && std::isfinite(p.z);
+        if (!isFinite || !(radii[n] > 0) || !std::isfinite(radii[n])) continue;
+        _positions.push_back(p);
+        _radii.push_back(radii[n]);
+    }
+}
+
+/// Calls task(first, last, runs) for the sorted particles of each cell and the runs that hold their
+/// neighbours.
+template <class Task>
+bool AnisotropicKernels::forEachNeighbourhood(Task task) const
+{
+    const uint32 cells = _grid->cellCount();
+    const uint64 quota = uint64{particlesPerPoll} * std::max(_threadCount, 1u);
+    for (uint32 firstCell = 0; firstCell < cells;)
+    {
+        if (isCancelled(_callback)) return false;
+        uint32 lastCell = firstCell + 1;
+        while (lastCell < cells && _grid->cell(lastCell).end - _grid->cell(firstCell).begin < quota)
+            ++lastCell;
+        parallelFor(
+            lastCell - firstCell, _threadCount,
+            [&](uint32, uint64 begin, uint64 end)
+            {
+                std::vector<NeighbourGrid::Run> runs;
+                for (auto c = static_cast<uint32>(firstCell + begin); c < firstCell + end; ++c)
+                {
+                    const NeighbourGrid::Run cell = _grid->cell(c);
+                    float reach = 0;
+                    for (uint32 n = cell.begin; n < cell.end; ++n) reach = std::max(reach, reachOf(n));
+                    _grid->findRunsOfCell(c, reach, runs);
+                    task(cell.begin, cell.end,
+                         PointRuns{{_grid->coordinates(0), _grid->coordinates(1), _grid->coordinates(2)},
+                                   &runs.data()->begin,
+                                   static_cast<uint32>(runs.size())});
+                }
+            });
+        firstCell = lastCell;
+    }
+    return !isCancelled(_callback);
+}
+
+bool AnisotropicKernels::measureNeighbourhoods()
+{
+    if (_positions.size() == 0) return !isCancelled(_callback);
+    const double cellSize = double{medianOf(_radii)} * _settings.neighbourReach / 2;
+    _grid.emplace(_positions, cellSize, _threadCount);
+    _moments.resize(_grid->size());
+    return forEachNeighbourhood(
+        [&](uint32 first, uint32 last, const PointRuns& runs)
+        {
+            for (uint32 n = first; n < last; ++n)
+            {
+                const float place[] = {runs.coordinates[0][n], runs.coordinates[1][n],
+                                       runs.coordinates[2][n]};
+                _moments[n] = sumNeighbours(runs, place, 1 / reachOf(n));
+            }
+        });
+}
+
+/// The ellipsoid of a particle around its own place, without its box.
+Ellipsoid AnisotropicKernels::fitShape(uint32 sorted) const
+{
+    const NeighbourMoments& moments = _moments[sorted];
+    const float length = 2 * radiusOf(sorted);
+    Ellipsoid e = Ellipsoid::ball(_grid->coordinates(0)[sorted], _grid->coordinates(1)[sorted],
+                                  _grid->coordinates(2)[sorted], length, 1.0f);
+    SymmetricMatrix covariance;
+    toCovariance(moments, covariance);
+    const SymmetricEigen eigen = solveEigen(covariance);
+    const double largest = std::max({eigen.values[0], eigen.values[1], eigen.values[2]});
+    if (!(largest > 0) || !std::isfinite(largest)) return e;
+    const double reference = std::max(largest, std::min(fullVariance, largest / shortestLongAxis));
+
+    const double share = std::min((double{moments.weight} - 1) / _settings.fullNeighbours, 1.0);
+    double form[6] = {};
+    for (uint32 k = 0; k < 3; ++k)
+    {
+        const double ratio = std::max(eigen.values[k], largest / _settings.largestRatio) / reference;
+        const double axis = length * (1 + share * (ratio - 1)), scale = 1 / (axis * axis);
+        const double* v = eigen.vectors[k];
+        for (uint32 row = 0, n = 0; row < 3; ++row)
+            for (uint32 column = row; column < 3; ++column, ++n) form[n] += scale * v[row] * v[column];
+    }
+    float* const members[] = {&e.xx, &e.xy, &e.xz, &e.yy, &e.yz, &e.zz};
+    for (uint32 n = 0; n < 6; ++n) *members[n] = static_cast<float>(form[n]);
+    return e;
+}
+
+/// Moves a centre towards the mean of the particles in the ellipsoid, which is widened to the neighbourhood.
+void AnisotropicKernels::moveCenter(Ellipsoid& e, const PointRuns& runs) const
+{
+    const float s = 4 / (_settings.neighbourReach * _settings.neighbourReach);
+    const SymmetricMatrix form = {s * e.xx, s * e.xy, s * e.xz, s * e.yy, s * e.yz, s * e.zz};
+    const float place[] = {e.x, e.y, e.z};
+    const MeanOffset mean = meanOfNeighbours(runs, place, form);
+    if (!std::isfinite(mean.x + mean.y + mean.z)) return;
+    e.x += _settings.smoothing * mean.x;
+    e.y += _settings.smoothing * mean.y;
+    e.z += _settings.smoothing * mean.z;
+}
+
+bool AnisotropicKernels::fitEllipsoids()
+{
+    _ellipsoids.resize(_moments.size());
+    if (_ellipsoids.size() == 0) return !isCancelled(_callback);
+    return forEachNeighbourhood(
+        [&](uint32 first, uint32 last, const PointRuns& runs)
+        {
+            for (uint32 n = first; n < last; ++n)
+            {
+                _ellipsoids[n] = fitShape(n);
+                if (_settings.smoothing > 0) moveCenter(_ellipsoids[n], runs);
+            }
+        });
+}
+
+void AnisotropicKernels::fitBoxes()
+{
+    _moments.clear();
+    parallelFor(_ellipsoids.size(), _threadCount,
+                [&](uint32, uint64 begin, uint64 end)
+                {
+                    for (uint64 n = begin; n < end; ++n) _ellipsoids[n].fitExtent();
+                });
+}
+
+}  // namespace tavrix::detail

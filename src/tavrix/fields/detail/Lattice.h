@@ -1,0 +1,34 @@
+#pragma once
+
+#include <tavrix/fields/GridDescription3.h>
+#include <tavrix/foundation/Array.h>
+
+namespace tavrix::detail
+{
+
+/// The nodes of a grid as the particle kernels need them, in double precision whatever the grid's own.
+struct Lattice
+{
+    uint32 size[3];
+    Array<double> nodes[3];  ///< coordinates per axis
+    double reciprocal[3];
+    double largestSeparation;
+
+    template <class Coord>
+    explicit Lattice(const GridDescription3<Coord>& grid);
+
+    /// The cell along an axis, clamped to the lattice.
+    uint32 clampedCell(uint32 axis, double coordinate) const
+    {
+        const double cell = (coordinate - nodes[axis][0]) * reciprocal[axis];
+        return cell > 0 ? (cell < size[axis] - 1 ? static_cast<uint32>(cell) : size[axis] - 1) : 0;
+    }
+};
+
+/// A box of nodes, half open.
+struct NodeBox
+{
+    uint32 low[3], high[3];
+};
+
+}  // namespace tavrix::detail

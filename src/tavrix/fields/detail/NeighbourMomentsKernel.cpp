@@ -1,0 +1,100 @@
+// The kernel loops, compiled once for each instruction set into a namespace of its own.
+
+#include <tavrix/fields/detail/NeighbourMoments.h>
+
+#include <math.h>
+
+namespace tavrix::detail::TX_KERNEL
+{
+
+constexpr uint32 lanes = 8;
+
+/// Eight zeros, and eight numbers above every squared distance that counts.
+constexpr float beyond[2 * lanes] = {0, 0, 0, 0, 0, 0, 0, 0, 2, 2, 2, 2, 2, 2, 2, 2};
+
+// With the arguments in the order in which they are used below, a distance that is not a number becomes 1.
+inline float larger(float a, float b) { return a > b ? a : b; }
+inline float smaller(float a, float b) { return a < b ? a : b; }
+
+inline float sumOf(const float (&s)[lanes])
+{
+    return ((s[0] + s[4]) + (s[2] + s[6])) + ((s[1] + s[5]) + (s[3] + s[7]));
+}
+
+/// Calls add(x, y, z, atLeast) for eight points at a time; those where atLeast is above 1 do not count.
+template <class Add>
+inline void forEachEight(const PointRuns& runs, Add add)
+{
+    for (uint32 r = 0; r < runs.count; ++r)
+        for (uint32 n = runs.bounds[2 * r], end = runs.bounds[2 * r + 1]; n < end; n += lanes)
+        {
+            const uint32 missing = end - n < lanes ? lanes - (end - n) : 0;
+            add(runs.coordinates[0] + n, runs.coordinates[1] + n, runs.coordinates[2] + n, beyond + missing);
+        }
+}
+
+inline void addMoments(float (*__restrict sums)[lanes], const float* __restrict x, const float* __restrict y,
+                       const float* __restrict z, const float* __restrict atLeast, const float (&place)[3],
+                       float scale)
+{
+    for (uint32 n = 0; n < lanes; ++n)
+    {
+        const float dx = (x[n] - place[0]) * scale;
+        const float dy = (y[n] - place[1]) * scale;
+        const float dz = (z[n] - place[2]) * scale;
+        const float q = smaller(larger(atLeast[n], dx * dx + dy * dy + dz * dz), 1.0f);
+        const float w = 1.0f - q * sqrtf(q);
+        const float wx = w * dx, wy = w * dy, wz = w * dz;
+        sums[0][n] += w;
+        sums[1][n] += wx;
+        sums[2][n] += wy;
+        sums[3][n] += wz;
+        sums[4][n] += wx * dx;
+        sums[5][n] += wx * dy;
+        sums[6][n] += wx * dz;
+        sums[7][n] += wy * dy;
+        sums[8][n] += wy * dz;
+        sums[9][n] += wz * dz;
+    }
+}
+
+NeighbourMoments sumNeighbours(const PointRuns& runs, const float (&place)[3], float reciprocalReach)
+{
+    float sums[10][lanes] = {};
+    forEachEight(runs, [&](const float* x, const float* y, const float* z, const float* atLeast)
+                 { addMoments(sums, x, y, z, atLeast, place, reciprocalReach); });
+    NeighbourMoments m;
+    m.weight = sumOf(sums[0]);
+    for (uint32 n = 0; n < 3; ++n) m.first[n] = sumOf(sums[1 + n]);
+    for (uint32 n = 0; n < 6; ++n) m.second[n] = sumOf(sums[4 + n]);
+    return m;
+}
+
+inline void addOffsets(float (*__restrict sums)[lanes], const float* __restrict x, const float* __restrict y,
+                       const float* __restrict z, const float* __restrict atLeast, const float (&place)[3],
+                       const SymmetricMatrix& f)
+{
+    for (uint32 n = 0; n < lanes; ++n)
+    {
+        const float dx = x[n] - place[0], dy = y[n] - place[1], dz = z[n] - place[2];
+        const float square = (f[0] * dx + 2.0f * (f[1] * dy + f[2] * dz)) * dx +
+                             (f[3] * dy + 2.0f * f[4] * dz) * dy + f[5] * dz * dz;
+        const float q = smaller(larger(atLeast[n], square), 1.0f);
+        const float w = 1.0f - q * sqrtf(q);
+        sums[0][n] += w;
+        sums[1][n] += w * dx;
+        sums[2][n] += w * dy;
+        sums[3][n] += w * dz;
+    }
+}
+
+MeanOffset meanOfNeighbours(const PointRuns& runs, const float (&place)[3], const SymmetricMatrix& form)
+{
+    float sums[4][lanes] = {};
+    forEachEight(runs, [&](const float* x, const float* y, const float* z, const float* atLeast)
+                 { addOffsets(sums, x, y, z, atLeast, place, form); });
+    const float weight = sumOf(sums[0]);
+    return {sumOf(sums[1]) / weight, sumOf(sums[2]) / weight, sumOf(sums[3]) / weight};
+}
+
+}  // namespace tavrix::detail::TX_KERNEL

@@ -1,0 +1,32 @@
+#pragma once
+
+#include <cstddef>
+
+#include <tavrix/platform/Types.h>
+
+namespace tavrix::detail
+{
+
+/// How the values of several particles at a node become one.
+enum class SplatMerge
+{
+    Maximum,
+    Sum
+};
+
+/// The part of a lattice that particles are splatted into.
+template <class Value>
+struct SplatTarget
+{
+    Value* samples;      ///< of the lattice node rowStart on each axis
+    uint32 rowStart[3];  ///< the first node that is stored
+    uint32 rowLength;    ///< stored nodes along z
+    std::size_t strideX, strideY;
+    uint32 low[3], high[3];  ///< the nodes that may change, half open, all stored
+    const double* nodes[3];  ///< coordinates of all lattice nodes, per axis
+    double reciprocal[3];    ///< 1 / separation, per axis
+    double largestSeparation;
+    double* scratch;  ///< room for rowLength + 16 numbers
+};
+
+}  // namespace tavrix::detail

@@ -1,0 +1,278 @@
+#pragma once
+
+#include <algorithm>
+#include <memory>
+#include <vector>
+
+#include <tavrix/fields/detail/SortedParticles.h>
+#include <tavrix/fields/detail/SplatTarget.h>
+#include <tavrix/fields/ScalarField3.h>
+#include <tavrix/foundation/ParallelFor.h>
+
+// Particles to field, in the same steps for every kernel: sort the particles by cell, group them, splat them,
+// merge.
+//
+// The fields that are built anew are splatted into directly: each worker owns a slab of x planes, takes the
+// sorted particles that reach it, in order, and writes only its slab. The fields that are carved need every
+// group's sum or maximum by itself, so each group is splatted, in the same way, into a block of its own, and
+// the blocks are subtracted at the end.
+//
+// A kernel has a type `Particle` with members x, y, z, and the members isUsable, nodesReached and splat that
+// SplatKernel (ParticleSplat.h) describes.
+
+namespace tavrix::detail
+{
+
+/// Node visits that one worker makes between two polls of the callback: some tens of milliseconds.
+inline constexpr double visitsPerPoll = 3e7;
+
+/// A box of samples on the lattice, z varying fastest.
+template <class Value>
+struct Block
+{
+    Value* samples;
+    NodeBox nodes;
+
+    std::size_t strideX() const { return std::size_t{extent(1)} * extent(2); }
+    std::size_t strideY() const { return extent(2); }
+    uint32 extent(uint32 axis) const { return nodes.high[axis] - nodes.low[axis]; }
+};
+
+template <class Value>
+void fillZero(const Block<Value>& block, uint32 threadCount)
+{
+    const std::size_t plane = block.strideX();
+    parallelFor(block.extent(0), threadCount,
+                [&](uint32, uint64 begin, uint64 end)
+                { std::fill(block.samples + begin * plane, block.samples + end * plane, Value(0)); });
+}
+
+/// What one call of a setter works with.
+template <class Kernel>
+struct Splatting
+{
+    using Particle = typename Kernel::Particle;
+
+    const Lattice& lattice;
+    const Array<Particle>& particles;
+    const Kernel& kernel;
+    uint32 threadCount;
+    CancelCallback callback;
+
+    /// Nodes along an axis on either side of a particle's cell that it may touch.
+    uint32 reach(const Particle& p, uint32 axis) const
+    {
+        const double nodes = kernel.nodesReached(lattice, p, axis) + 1;
+        return nodes < lattice.size[axis] ? static_cast<uint32>(nodes) : lattice.size[axis];
+    }
+};
+
+/// Cuts the x planes [low, high) into one slab a worker, so that the particles of [first, last) give each
+/// about the same number of planes to write.
+template <class Kernel>
+std::vector<uint32> cutSlabs(const Splatting<Kernel>& s, uint32 low, uint32 high, uint32 first, uint32 last)
+{
+    std::vector<int64> work(std::size_t{s.lattice.size[0]} + 1, 0);
+    for (uint32 n = first; n < last; ++n)
+    {
+        const auto& p = s.particles[n];
+        const uint32 cell = s.lattice.clampedCell(0, p.x), reach = s.reach(p, 0);
+        // bounded, which keeps the sums in range
+        const int64 rows = int64{std::min(s.reach(p, 1), 4096u)} * std::min(s.reach(p, 2), 4096u);
+        work[cell > reach ? cell - reach : 0] += rows;
+        work[std::min<uint64>(uint64{cell} + reach + 1, s.lattice.size[0])] -= rows;
+    }
+    int64 density = 0, total = 0;
+    for (uint32 i = 0; i < s.lattice.size[0]; ++i)
+    {
+        density += work[i];
+        if (i >= low && i < high) total += density;
+        work[i] = total;
+    }
+    const uint32 workers = std::clamp(s.threadCount, 1u, std::max(high - low, 1u));
+    std::vector<uint32> cuts{low};
+    for (uint32 w = 1; w < workers; ++w)
+    {
+        const auto goal = static_cast<double>(total) * w / workers;
+        uint32 cut = std::max(cuts.back(), low);
+        while (cut < high && static_cast<double>(work[cut]) < goal) ++cut;
+        cuts.push_back(cut);
+    }
+    cuts.push_back(high);
+    return cuts;
+}
+
+/// The particles of [first, last) that may touch the x planes [low, high).
+template <class Kernel>
+std::pair<uint32, uint32> particlesNear(const Splatting<Kernel>& s, uint32 low, uint32 high, uint32 first,
+                                        uint32 last, uint32 largestReach)
+{
+    using Particle = typename Kernel::Particle;
+    const Particle* begin = s.particles.data() + first;
+    const Particle* end = s.particles.data() + last;
+    const auto from = std::partition_point(
+        begin, end,
+        [&](const Particle& p) { return uint64{s.lattice.clampedCell(0, p.x)} + largestReach < low; });
+    const auto to = std::partition_point(
+        from, end,
+        [&](const Particle& p) { return s.lattice.clampedCell(0, p.x) < uint64{high} + largestReach; });
+    return {static_cast<uint32>(from - s.particles.data()), static_cast<uint32>(to - s.particles.data())};
+}
+
+/// Splats the sorted particles [first, last) into those nodes of the block that lie in the slab [low, high)
+/// of x planes and in the nodes of the particles' groups.
+template <class Value, class Kernel>
+void splatIntoSlab(const Splatting<Kernel>& s, const std::vector<ParticleGroup>& groups,
+                   const Block<Value>& block, uint32 low, uint32 high, uint32 first, uint32 last,
+                   double* scratch)
+{
+    for (const ParticleGroup& group : groups)
+    {
+        const uint32 from = std::max(first, group.first), to = std::min(last, group.last);
+        if (from >= to) continue;
+        SplatTarget<Value> target{};
+        target.samples = block.samples;
+        target.rowLength = block.extent(2);
+        target.strideX = block.strideX();
+        target.strideY = block.strideY();
+        for (uint32 axis = 0; axis < 3; ++axis)
+        {
+            target.rowStart[axis] = block.nodes.low[axis];
+            target.low[axis] = std::max(group.nodes.low[axis], axis == 0 ? low : block.nodes.low[axis]);
+            target.high[axis] = std::min(group.nodes.high[axis], axis == 0 ? high : block.nodes.high[axis]);
+            target.nodes[axis] = s.lattice.nodes[axis].data();
+            target.reciprocal[axis] = s.lattice.reciprocal[axis];
+        }
+        target.largestSeparation = s.lattice.largestSeparation;
+        target.scratch = scratch;
+        s.kernel.splat(target, s.particles.data() + from, to - from);
+    }
+}
+
+/// Splats the particles of the groups, which follow each other, into the block, every worker into a slab of
+/// its own; false when the callback stopped the work.
+template <class Value, class Kernel>
+bool splatIntoBlock(const Splatting<Kernel>& s, const std::vector<ParticleGroup>& groups,
+                    const Block<Value>& block)
+{
+    if (groups.empty()) return !isCancelled(s.callback);
+    const uint32 first = groups.front().first, last = groups.back().last;
+    const std::vector<uint32> slabs = cutSlabs(s, block.nodes.low[0], block.nodes.high[0], first, last);
+    const auto workers = static_cast<uint32>(slabs.size() - 1);
+    uint32 largestReach = 0;
+    double visits = 0;
+    for (uint32 n = first; n < last; ++n)
+    {
+        largestReach = std::max(largestReach, s.reach(s.particles[n], 0));
+        double nodes = 1;
+        for (uint32 axis = 0; axis < 3; ++axis)
+            nodes *= std::min<double>(2.0 * s.reach(s.particles[n], axis) + 1, s.lattice.size[axis]);
+        visits += nodes;
+    }
+    const auto rounds =
+        static_cast<uint32>(std::clamp(visits / workers / visitsPerPoll, 0.0, double(last - first)) + 1);
+    std::vector<std::unique_ptr<double[]>> scratch(workers);
+    for (auto& room : scratch) room.reset(new double[std::size_t{block.extent(2)} + 16]);
+
+    for (uint32 round = 0; round < rounds; ++round)
+    {
+        if (isCancelled(s.callback)) return false;
+        parallelFor(
+            workers, workers,
+            [&](uint32, uint64 w, uint64)
+            {
+                const auto [from, to] = particlesNear(s, slabs[w], slabs[w + 1], first, last, largestReach);
+                const uint64 count = to - from;
+                splatIntoSlab(s, groups, block, slabs[w], slabs[w + 1],
+                              static_cast<uint32>(from + count * round / rounds),
+                              static_cast<uint32>(from + count * (round + 1) / rounds), scratch[w].get());
+            });
+    }
+    return !isCancelled(s.callback);
+}
+
+/// All samples of a field as a block.
+template <class Value, class Coord>
+Block<Value> wholeField(ScalarField3<Value, Coord>& field)
+{
+    return {field.refArrScalars().data(), {{0, 0, 0}, {field.sizeX(), field.sizeY(), field.sizeZ()}}};
+}
+
+/// Replaces the field by the splatted particles make(0), …, make(count - 1); false, and the field all zero,
+/// when the callback stopped the work.
+template <class Value, class Coord, class Kernel, class Make>
+bool buildField(ScalarField3<Value, Coord>& field, const Kernel& kernel, uint32 count, float margin,
+                uint32 threadCount, CancelCallback callback, Make make)
+{
+    field.refFlags() |= ScalarField3<Value, Coord>::flagChanged;
+    if (field.size() == 0) return true;
+    const Lattice lattice(field.getGrid());
+    const Block<Value> target = wholeField(field);
+    fillZero(target, threadCount);
+    const auto particles = sortParticles(lattice, kernel, count, threadCount, make);
+    const auto groups = groupParticles(lattice, particles, margin, threadCount);
+    const Splatting<Kernel> splatting{lattice, particles, kernel, threadCount, callback};
+    if (splatIntoBlock(splatting, groups, target)) return true;
+    fillZero(target, threadCount);
+    return false;
+}
+
+/// Calls merge(target sample, block sample) for every node of the block, each worker on x planes of its own.
+template <class Value, class Merge>
+void mergeBlock(const Block<Value>& target, const Block<Value>& block, uint32 threadCount, Merge merge)
+{
+    parallelFor(block.extent(0), threadCount,
+                [&](uint32, uint64 begin, uint64 end)
+                {
+                    for (uint64 i = begin; i < end; ++i)
+                        for (uint32 j = 0; j < block.extent(1); ++j)
+                        {
+                            const Value* from = block.samples + i * block.strideX() + j * block.strideY();
+                            Value* to = target.samples + (block.nodes.low[0] + i) * target.strideX() +
+                                        (block.nodes.low[1] + j) * target.strideY() + block.nodes.low[2];
+                            for (uint32 k = 0; k < block.extent(2); ++k) to[k] = merge(to[k], from[k]);
+                        }
+                });
+}
+
+/// Splats every group into a block of its own and merges the blocks into the field, in group order; false,
+/// and the field as it was, when the callback stopped the work.
+template <class Value, class Coord, class Kernel, class Make, class Merge>
+bool carveField(ScalarField3<Value, Coord>& field, const Kernel& kernel, uint32 count, float margin,
+                uint32 threadCount, CancelCallback callback, Make make, Merge merge)
+{
+    if (field.size() == 0) return true;
+    const Lattice lattice(field.getGrid());
+    const auto particles = sortParticles(lattice, kernel, count, threadCount, make);
+    const Splatting<Kernel> splatting{lattice, particles, kernel, threadCount, callback};
+    std::vector<Block<Value>> blocks;
+    std::vector<Array<Value>> storage;
+    for (const ParticleGroup& group : groupParticles(lattice, particles, margin, threadCount))
+    {
+        Block<Value> block{nullptr, group.nodes};
+        if (block.extent(0) == 0 || block.extent(1) == 0 || block.extent(2) == 0) continue;
+        storage.emplace_back(static_cast<uint32>(block.strideX() * block.extent(0)));
+        block.samples = storage.back().data();
+        fillZero(block, threadCount);
+        if (!splatIntoBlock(splatting, {group}, block)) return false;
+        blocks.push_back(block);
+    }
+    for (const Block<Value>& block : blocks) mergeBlock(wholeField(field), block, threadCount, merge);
+    field.refFlags() |= ScalarField3<Value, Coord>::flagChanged;
+    return true;
+}
+
+/// What a carving field leaves of a sample where its own value is v: distance-like fields cut only where both
+/// are above 0, sums wherever v is.
+template <class Value>
+Value carveDistance(Value sample, Value v)
+{
+    return v > 0 && sample > 0 ? sample - v : sample;
+}
+template <class Value>
+Value carveSum(Value sample, Value v)
+{
+    return v > 0 ? sample - v : sample;
+}
+
+}  // namespace tavrix::detail

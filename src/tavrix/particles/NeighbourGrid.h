@@ -1,0 +1,73 @@
+#pragma once
+
+#include <vector>
+
+#include <tavrix/foundation/Array.h>
+#include <tavrix/foundation/Vector3.h>
+#include <tavrix/platform/Export.h>
+
+namespace tavrix
+{
+
+/// Points sorted by the cells of a uniform grid, to find those within a distance of any place.
+///
+/// Built in linear time, in parallel, with the same result for every thread count; memory is linear in the
+/// points, wherever they lie: only cells with points are kept. Queries answer with runs of consecutive sorted
+/// points that hold every point in reach, and others; the caller measures the distances, along the runs.
+class TX_GEOMETRY_API NeighbourGrid
+{
+public:
+    /// Consecutive sorted points, half open.
+    struct Run
+    {
+        uint32 begin, end;
+    };
+
+    /// Sorts the points that are finite by cells of the given side, and by their index within a cell. A side
+    /// of half the usual query radius serves well; it must be positive and finite.
+    NeighbourGrid(const Array<Vector3F>& positions, double cellSize, uint32 threadCount);
+
+    /// The number of sorted points; less than there were positions when some are not finite.
+    uint32 size() const { return _order.size(); }
+    /// Which position a sorted point is.
+    const Array<uint32>& order() const { return _order; }
+    /// Coordinates of the sorted points, one array an axis; sixteen more numbers may be read at the end.
+    const float* coordinates(uint32 axis) const { return _coordinates[axis].data(); }
+
+    /// The cells that hold points, in the order of the points.
+    uint32 cellCount() const { return _cellKeys.size(); }
+    Run cell(uint32 c) const { return {_cellStarts[c], _cellStarts[c + 1]}; }
+
+    /// Replaces `runs` by runs, none twice, with every point closer than `radius` to the place.
+    void findRuns(const Vector3D& place, double radius, std::vector<Run>& runs) const;
+    /// The same for all places in a cell that holds points.
+    void findRunsOfCell(uint32 c, double radius, std::vector<Run>& runs) const;
+
+private:
+    /// A box of cells, closed, in steps from the cell of the smallest coordinates.
+    struct CellBox
+    {
+        int64 low[3], high[3];
+    };
+
+    int64 cellAlong(uint32 axis, double coordinate) const;
+    uint32 wrapped(uint32 axis, int64 cell) const;
+    void chooseBits(const Vector3D& extent);
+    void sortPositions(const Array<Vector3F>& positions, uint32 threadCount);
+    void collectCells(const Array<uint64>& sorted);
+    uint32 firstPointFrom(uint32 key) const;
+    void findRunsOfBox(const CellBox& box, std::vector<Run>& runs) const;
+    void appendRun(uint32 lowKey, uint32 highKey, std::vector<Run>& runs) const;
+
+    double _cellSize;
+    Vector3D _origin{};
+    uint32 _bits[3]{};  ///< of a key, per axis; cells further apart than they can tell share keys
+    Array<uint32> _order;
+    Array<float> _coordinates[3];
+    Array<uint32> _cellKeys;    ///< ascending
+    Array<uint32> _cellStarts;  ///< the first point of each cell, and at the end the number of points
+    uint32 _directoryShift = 0;
+    Array<uint32> _directory;  ///< the first cell whose key >> shift is at least the index
+};
+
+}  // namespace tavrix

@@ -1,0 +1,216 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <random>
+#include <regex>
+
+#include <tavrix/fields/detail/SymmetricEigen.h>
+#include <tavrix/fields/ScalarField3.h>
+#include <tavrix/isosurface/IsosurfaceExtractor3.h>
+#include <tavrix/mesh/MeshTopology.h>
+
+using namespace tavrix;
+
+namespace
+{
+
+using Field = ScalarField3<float, double>;
+
+Field emptyField(uint32 x, uint32 y, uint32 z)
+{
+    Field field;
+    field.reset(x, y, z, 0.125);
+    field.setDefaultValue(9);
+    return field;
+}
+
+/// Layers of particles 0.5 apart, shaken by up to a quarter of that, the top one around z = 0.
+Array<Vector3F> shakenLayers(uint32 side, uint32 layers)
+{
+    std::mt19937 random(7);
+    const auto jitter = [&] { return (static_cast<float>(random() % 1001) / 1000.0f - 0.5f) * 0.25f; };
+    Array<Vector3F> positions;
+    const float start = -0.25f * static_cast<float>(side - 1);
+    for (uint32 k = 0; k < layers; ++k)
+        for (uint32 i = 0; i < side; ++i)
+            for (uint32 j = 0; j < side; ++j)
+                positions.push_back({start + 0.5f * static_cast<float>(i) + jitter(),
+                                     start + 0.5f * static_cast<float>(j) + jitter(),
+                                     -0.5f * static_cast<float>(k) + jitter()});
+    return positions;
+}
+
+bool build(Field& field, const Array<Vector3F>& positions, uint32 threads, CancelCallback callback = nullptr)
+{
+    return field.setAnisotropyDistanceField(positions, Array<float>(positions.size(), 0.625f), 1.5f, {},
+                                            threads, callback);
+}
+
+/// The height of the highest crossing of the level above each node of the middle of the grid.
+std::vector<double> heights(const Field& field, float level)
+{
+    std::vector<double> found;
+    for (uint32 i = field.sizeX() / 3; i < field.sizeX() * 2 / 3; ++i)
+        for (uint32 j = field.sizeY() / 3; j < field.sizeY() * 2 / 3; ++j)
+            for (uint32 k = field.sizeZ() - 1; k-- > 0;)
+            {
+                const float low = field.get(i, j, k), high = field.get(i, j, k + 1);
+                if (low < level) continue;
+                found.push_back(field.getPoint(Index3{i, j, k}).z +
+                                0.125 * double{low - level} / (low - high));
+                break;
+            }
+    return found;
+}
+
+/// The mean step from one height to the next.
+double roughnessOf(const std::vector<double>& heights)
+{
+    double sum = 0;
+    for (std::size_t n = 1; n < heights.size(); ++n) sum += std::fabs(heights[n] - heights[n - 1]);
+    return sum / static_cast<double>(heights.size() - 1);
+}
+
+int pollsLeft = 0;
+int countDown() { return pollsLeft-- <= 0 ? 1 : 0; }
+int countUp() { return ++pollsLeft, 0; }
+
+}  // namespace
+
+TEST(ScalarField3Anisotropy, ALoneParticleHasThePlainKernel)
+{
+    Field plain = emptyField(40, 40, 41), field = plain;
+    const Array<Vector3F> positions{{0.03f, 0.1f, -0.2f}, {1.9f, 1.9f, 1.9f}};
+    plain.setDistanceField(positions, {0.625f, 0.3f}, 2.0f, 1, nullptr);
+    field.setAnisotropyDistanceField(positions, {0.625f, 0.3f}, 2.0f, {}, 1, nullptr);
+    for (uint32 m = 0; m < field.size(); ++m) ASSERT_NEAR(field[m], plain[m], 2e-6);
+}
+
+TEST(ScalarField3Anisotropy, FlatSurfacesAreFlatAndWhereTheyBelong)
+{
+    const float level = 0.885f;  // a lone particle's surface lies half a spacing, 0.25, from it
+    for (const uint32 layers : {6u, 1u})
+    {
+        const Array<Vector3F> positions = shakenLayers(16, layers);
+        Field field = emptyField(90, 90, 70), metaballs = field;
+        ASSERT_TRUE(build(field, positions, 2));
+        metaballs.setMetaballField(positions, Array<float>(positions.size(), 0.25f), 1.0f, 60.0f, 2, nullptr);
+        const auto smooth = heights(field, level), rough = heights(metaballs, 1.0f);
+        ASSERT_EQ(smooth.size(), rough.size());
+        EXPECT_LT(roughnessOf(smooth), roughnessOf(rough) / 2);
+        double mean = 0;
+        for (const double z : smooth) mean += z / static_cast<double>(smooth.size());
+        EXPECT_NEAR(mean, 0.25, 0.08);
+
+        Mesh mesh;
+        IsosurfaceExtractor3::extractMesh(field, mesh, level, 0, 0, 0, 0, 0, 0, 2, nullptr, true);
+        const MeshTopology topology = computeTopology(mesh);
+        EXPECT_TRUE(topology.isClosed());
+        EXPECT_EQ(topology.eulerCharacteristic(), 2) << "no holes in " << layers << " layers";
+    }
+}
+
+TEST(ScalarField3Anisotropy, IsTheSameForEveryThreadCount)
+{
+    const Array<Vector3F> positions = shakenLayers(12, 4);
+    Field first = emptyField(70, 70, 50);
+    ASSERT_TRUE(build(first, positions, 1));
+    for (const uint32 threads : {2u, 3u, 7u, 16u})
+    {
+        Field field = emptyField(70, 70, 50);
+        ASSERT_TRUE(build(field, positions, threads));
+        EXPECT_EQ(field.getArrScalars(), first.getArrScalars()) << threads << " threads";
+    }
+}
+
+TEST(ScalarField3Anisotropy, EveryPollCanCancel)
+{
+    const Array<Vector3F> positions = shakenLayers(12, 4);
+    Field field = emptyField(30, 30, 30);
+    pollsLeft = 0;
+    ASSERT_TRUE(build(field, positions, 2, countUp));
+    const int polls = pollsLeft;
+    ASSERT_GE(polls, 6);
+    for (int n = 0; n < polls; ++n)
+    {
+        field.setDefaultValue(9);
+        pollsLeft = n;
+        EXPECT_FALSE(build(field, positions, 2, countDown));
+        EXPECT_EQ(std::count(field.getArrScalars().begin(), field.getArrScalars().end(), 0.0f), field.size());
+    }
+}
+
+TEST(ScalarField3Anisotropy, BadInputAddsNothing)
+{
+    const float nan = std::numeric_limits<float>::quiet_NaN(), inf = std::numeric_limits<float>::infinity();
+    Array<Vector3F> positions = shakenLayers(6, 2);
+    Array<float> radii(positions.size(), 0.6f);
+    Field expected = emptyField(40, 40, 40), field = expected;
+    expected.setAnisotropyDistanceField(positions, radii, 2.0f, {}, 1, nullptr);
+    for (const Vector3F& p : {Vector3F{nan, 0, 0}, {0, inf, 0}, {3e38f, 0, 0}, {0, -1e30f, 1e30f}})
+    {
+        positions.push_back(p);
+        radii.push_back(0.6f);
+    }
+    for (const float r : {0.0f, -1.0f, nan, inf, 1e-30f})
+    {
+        positions.push_back({50, 0, 0});
+        radii.push_back(r);
+    }
+    positions.push_back({0, 0, 0});  // has no radius
+    ASSERT_TRUE(field.setAnisotropyDistanceField(positions, radii, 2.0f, {nan, -1, 0, inf}, 3, nullptr));
+    for (uint32 m = 0; m < field.size(); ++m) ASSERT_NEAR(field[m], expected[m], 1e-4);
+
+    EXPECT_TRUE(field.setAnisotropyDistanceField({}, {}, 1.0f, {}, 2, nullptr));
+    EXPECT_EQ(field.get(7u), 0.0f);
+    Field none;
+    EXPECT_TRUE(none.setAnisotropyDistanceField(positions, radii, 1.0f, {}, 2, nullptr));
+    ASSERT_TRUE(field.setAnisotropyDistanceField(Array<Vector3F>(100, Vector3F{0, 0, 0}),
+                                                 Array<float>(100, 0.6f), 2.0f, {}, 2, nullptr));
+    EXPECT_NEAR(*std::max_element(field.getArrScalars().begin(), field.getArrScalars().end()), 100, 5);
+}
+
+TEST(ScalarField3Anisotropy, PrintsItsPhases)
+{
+    Field field = emptyField(20, 20, 20);
+    const Array<Vector3F> positions = shakenLayers(4, 2);
+    testing::internal::CaptureStdout();
+    testing::internal::CaptureStderr();
+    field.setAnisotropyDistanceField(positions, Array<float>(positions.size(), 0.5f), 1.0f, 1, nullptr);
+    const std::string numbers = "[0-9]+\\.[0-9]{6}";
+    std::string timings, memory;
+    for (const char* label : {"neighbo", "Gs", "elips bb", "field", "global"})
+        timings += std::string("Timing ") + label + " " + numbers + "\n";
+    for (const char* line : {" 1 %s \n", " 2 %s\n", "3 %s\n", "4 %s\n", "5 %s\n"})
+        memory += "mem info " + std::string(line).replace(std::string(line).find("%s"), 2, numbers);
+    EXPECT_TRUE(std::regex_match(testing::internal::GetCapturedStdout(), std::regex(timings)));
+    EXPECT_TRUE(std::regex_match(testing::internal::GetCapturedStderr(), std::regex(memory)));
+}
+
+TEST(SymmetricEigen, RebuildsTheMatrix)
+{
+    std::mt19937 random(3);
+    const auto number = [&] { return static_cast<float>(random() % 2001) / 1000.0f - 1.0f; };
+    for (int n = 0; n < 200; ++n)
+    {
+        detail::SymmetricMatrix m = {number(), number(), number(), number(), number(), number()};
+        if (n % 4 == 0) m[1] = m[2] = 0;
+        if (n % 8 == 0) m[4] = 1e-20f;
+        if (n % 16 == 0) m[0] = m[3] = m[5];
+        const detail::SymmetricEigen eigen = detail::solveEigen(m);
+        for (uint32 row = 0, k = 0; row < 3; ++row)
+            for (uint32 column = row; column < 3; ++column, ++k)
+            {
+                double sum = 0, product = 0;
+                for (uint32 v = 0; v < 3; ++v)
+                {
+                    sum += eigen.values[v] * eigen.vectors[v][row] * eigen.vectors[v][column];
+                    product += eigen.vectors[row][v] * eigen.vectors[column][v];
+                }
+                EXPECT_NEAR(sum, m[k], 1e-9);
+                EXPECT_NEAR(product, row == column ? 1 : 0, 1e-12);
+            }
+    }
+}

@@ -1,0 +1,43 @@
+#include "SurfaceSettings.h"
+
+#include <tavrix/platform/Hardware.h>
+
+#include "Failure.h"
+#include "ParticleSpacing.h"
+
+namespace tavrix::tool
+{
+
+float SurfaceSettings::reach() const
+{
+    return field == FieldKind::Distance ? 2.0f * radius : radius * (influence * 3.8f / 100.0f + 1.2f);
+}
+
+float SurfaceSettings::fieldLevel() const
+{
+    if (field != FieldKind::Anisotropic) return level;
+    const float ratio = radius / reach(), t = 1 - ratio * ratio;
+    return level * t * t * t;
+}
+
+SurfaceSettings settle(const SurfaceOptions& options, const Array<Vector3F>& positions)
+{
+    SurfaceSettings settings{};
+    settings.radiusIsEstimated = !options.radius;
+    const double radius = options.radius ? *options.radius : estimateSpacing(positions) / 2;
+    settings.radius = static_cast<float>(radius);
+    if (!(settings.radius > 0))
+        throw Failure(
+            options.input +
+            ": the particles all lie at one place, so their radius cannot be estimated; give --radius");
+    settings.field = options.field;
+    settings.influence =
+        static_cast<float>(options.influence.value_or(options.field == FieldKind::Anisotropic ? 100 : 60));
+    settings.level =
+        static_cast<float>(options.level.value_or(options.field == FieldKind::Distance ? 0.05 : 1.0));
+    settings.spacing = options.spacing.value_or(radius / 2);
+    settings.threads = options.threads ? options.threads : Hardware::getThreadCount();
+    return settings;
+}
+
+}  // namespace tavrix::tool
