@@ -27,14 +27,21 @@ constexpr uint32 samplesPerSideAtEdges = 5;  ///< of one that sees several surfa
 constexpr float skin = 4e-4f;  ///< how far off a surface its rays begin, for it not to meet itself
 constexpr float infinite = std::numeric_limits<float>::infinity();
 
-/// Adds what a sample makes of the lights; a light counts in the pixel's mean as much as it shows.
-void addLights(Pixel& pixel, const Vector3F& key, float keyLight, const Vector3F& fill,
-               const Vector3F& fillLight)
+/// Adds what a sample makes of the key light, which counts in the pixel's mean as much as it shows.
+void addKey(Pixel& pixel, const Vector3F& key, float keyLight)
 {
     pixel.key += key;
     pixel.keyLight += keyLight * brightness(key);
+}
+
+/// The same for the fill light; it is soft, and every other sample asks for it.
+template <class FillLight>
+void addFill(Pixel& pixel, const Vector3F& fill, const Sample& sample, const FillLight& fillLight)
+{
     pixel.fill += fill;
-    pixel.fillLight += fillLight * brightness(fill);
+    if (sample.number % 2 != 0) return;
+    pixel.fillLight += fillLight() * brightness(fill);
+    pixel.fillWeight += brightness(fill);
 }
 
 /// Whether the pixel sees more than one surface.
@@ -170,7 +177,8 @@ void Tracer<Shapes>::addSurface(Pixel& pixel, const Ray& ray, const Meeting& met
     for (int k = 0; k < 6; ++k) shine *= shine;
     const Vector3F key = isLit ? product(keyColor, matterColor * facing) + keyColor * (shine * 0.3f * facing)
                                : Vector3F{0, 0, 0};
-    addLights(pixel, key, isLit ? keyLightAt(place, sample) : 0.0f, fill, fillLightAt(place, n, sample));
+    addKey(pixel, key, isLit ? keyLightAt(place, sample) : 0.0f);
+    addFill(pixel, fill, sample, [&] { return fillLightAt(place, n, sample); });
     pixel.position += place;
     pixel.normal += n;
     pixel.weight += 1;
@@ -182,8 +190,11 @@ void Tracer<Shapes>::addGround(Pixel& pixel, const Vector3F& place, const Vector
                                const Sample& sample) const
 {
     const Vector3F fill{paper.x / fillOnGround.x, paper.y / fillOnGround.y, paper.z / fillOnGround.z};
-    addLights(pixel, paper * groundKeyShare, keyLightAt(place, sample), fill * (1 - groundKeyShare),
-              fillLightAt(place, {0, 1, 0}, sample));
+    addKey(pixel, paper * groundKeyShare, keyLightAt(place, sample));
+    addFill(pixel, fill * (1 - groundKeyShare), sample,
+            [&] {
+                return fillLightAt(place, {0, 1, 0}, sample);
+            });
     pixel.position += place;
     pixel.normal += Vector3F{0, 1, 0};
     pixel.weight += 1;
@@ -230,7 +241,7 @@ Pixel Tracer<Shapes>::sampledPixel(uint32 x, uint32 y, uint32 side) const
     {
         const float keySum = brightness(pixel.key);
         pixel.keyLight = keySum > 0 ? pixel.keyLight / keySum : 0;
-        pixel.fillLight *= 1 / brightness(pixel.fill);
+        if (pixel.fillWeight > 0) pixel.fillLight *= 1 / pixel.fillWeight;
         pixel.position *= 1 / pixel.weight;
         pixel.normal *= 1 / pixel.weight;
     }
