@@ -3,18 +3,19 @@
 import struct
 
 
-def particle_file(positions, version=9, count=None):
-    """The bytes of a particle file; `count` replaces the true count in the header."""
+def particle_file(positions, version=9, count=None, velocities=None):
+    """The bytes of a particle file; `count` replaces the true count in the header. Without velocities all are 0."""
     stated = len(positions) if count is None else count
     header = struct.pack("<I250xh20xI40x", 0x00FABADA, version, stated)
     if version >= 7:
         header += bytes(36)
-    return header + b"".join(_record(index, p, version) for index, p in enumerate(positions))
+    velocities = velocities or [(0, 0, 0)] * len(positions)
+    return header + b"".join(_record(index, *pair, version) for index, pair in enumerate(zip(positions, velocities)))
 
 
-def _record(index, position, version):
+def _record(index, position, velocity, version):
     extra = 12 * (version >= 9) + 12 * (version >= 3) + 4 * (version >= 4) + 14 * (version >= 5)
-    return struct.pack("<3f24x", *position) + bytes(extra) + struct.pack("<28xi", index)
+    return struct.pack("<6f12x", *position, *velocity) + bytes(extra) + struct.pack("<28xi", index)
 
 
 def block(size, spacing):

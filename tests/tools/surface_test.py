@@ -44,7 +44,8 @@ class Meshes(SurfaceTest):
         """Where w (1 - d^2 / R^2)^3 = level, with R the kernel's reach and w = 1 for distances, else
         such that the value is 1 at the radius; the default levels are 1 and, for distances, 0.05."""
         centre, radius = (0.3, -1.2, 20.7), 0.5
-        cases = [("metaball", 60, None), ("metaball", 20, 1.1), ("distance", 0, None), ("distance", 0, 0.7)]
+        cases = [("metaball", 60, None), ("metaball", 20, 1.1), ("distance", 0, None), ("distance", 0, 0.7),
+                 ("anisotropic", 100, None), ("anisotropic", 40, 0.5)]
         for field, influence, level in cases:
             with self.subTest(field=field, influence=influence, level=level):
                 k = 2 if field == "distance" else influence * 0.038 + 1.2

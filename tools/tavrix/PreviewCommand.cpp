@@ -16,6 +16,7 @@
 #include "MeshRepair.h"
 #include "ParticleFile.h"
 #include "ParticleSpacing.h"
+#include "PictureArguments.h"
 #include "preview/Render.h"
 #include "preview/Shapes.h"
 #include "Validators.h"
@@ -103,22 +104,6 @@ void runPreview(const Options& options)
     std::printf("time       %.3f s\n", timer.stop());
 }
 
-/// Takes "1600x1000" into the options; the message of what is wrong with it, or none.
-std::string takeSize(const std::string& text, PreviewOptions& options)
-{
-    const std::size_t cross = text.find('x');
-    uint32 width = 0, height = 0;
-    const bool isPair = cross != std::string::npos &&
-                        CLI::detail::lexical_cast(text.substr(0, cross), width) &&
-                        CLI::detail::lexical_cast(text.substr(cross + 1), height);
-    if (!isPair) return "must be WIDTHxHEIGHT, as in 1600x1000";
-    if (std::min(width, height) < 16 || std::max(width, height) > 8192)
-        return "both sides must lie between 16 and 8192";
-    options.width = width;
-    options.height = height;
-    return "";
-}
-
 }  // namespace
 
 void addPreviewCommand(CLI::App& app, Command& command)
@@ -134,25 +119,7 @@ void addPreviewCommand(CLI::App& app, Command& command)
         ->required()
         ->check(outputWithExtension({"png"}))
         ->option_text("OUT");
-    preview
-        ->add_option_function<std::string>(
-            "--size",
-            [options](const std::string& text)
-            {
-                const std::string wrong = takeSize(text, options->picture);
-                if (!wrong.empty()) throw CLI::ValidationError("--size", wrong);
-            },
-            "Width and height of each picture, in pixels")
-        ->option_text("WxH [1600x1000]")
-        ->group("Picture");
-    preview
-        ->add_option_function<std::string>(
-            "--up",
-            [options](const std::string& axis) { options->picture.up = axis == "z" ? UpAxis::Z : UpAxis::Y; },
-            "The axis that points up")
-        ->check(CLI::IsMember({"y", "z"}))
-        ->option_text("y|z [y]")
-        ->group("Picture");
+    addPictureArguments(*preview, "--size", options->picture);
     preview
         ->add_option("-r,--particle-radius", options->particleRadius,
                      "Radius to draw particles with; half their spacing when absent")

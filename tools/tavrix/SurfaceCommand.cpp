@@ -6,6 +6,7 @@
 #include <CLI/CLI.hpp>
 
 #include "FrameSequence.h"
+#include "PictureArguments.h"
 #include "SurfaceRun.h"
 #include "Validators.h"
 
@@ -33,9 +34,9 @@ void addFiles(CLI::App& surface, SurfaceOptions& options)
         ->check(outputWithExtension({"obj", "stl", "bin"}))
         ->option_text("OUT");
     surface.add_flag("--ascii", options.asciiStl, "Write STL as text; binary when absent");
-    surface.add_flag(
-        "--normals,!--no-normals", options.normals,
-        "Write vertex normals into OBJ files, which is the default; --no-normals makes them smaller");
+    surface.add_flag("--normals", options.normals, "Write vertex normals into OBJ files; the default");
+    surface.add_flag_callback(
+        "--no-normals", [&options] { options.normals = false; }, "Leave them out, for smaller files");
     surface.add_flag("-q,--quiet", options.quiet, "Print errors only");
 }
 
@@ -127,13 +128,7 @@ void addPreview(CLI::App& surface, SurfaceOptions& options)
         ->group("Picture");
     surface.add_flag("--preview-particles", options.previewParticles, "Draw the particles beside the mesh")
         ->group("Picture");
-    surface
-        .add_option_function<std::string>(
-            "--up", [&options](const std::string& axis) { options.up = axis == "z" ? UpAxis::Z : UpAxis::Y; },
-            "The axis that points up in the picture")
-        ->check(CLI::IsMember({"y", "z"}))
-        ->option_text("y|z [y]")
-        ->group("Picture");
+    addPictureArguments(surface, "--preview-size", options.picture, "Picture");
 }
 
 /// Throws what makes the options contradict each other.

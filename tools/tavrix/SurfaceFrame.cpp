@@ -143,8 +143,7 @@ bool holdsNormals(const SurfaceOptions& options)
 void draw(const Mesh& mesh, const ParticleFile& particles, const SurfaceOptions& options,
           const SurfaceSettings& settings, Box3D box, const std::string& file)
 {
-    PreviewOptions picture;
-    picture.up = options.up;
+    PreviewOptions picture = options.picture;
     picture.threads = settings.threads;
     const Vector3D radius{settings.radius, settings.radius, settings.radius};
     const View view = viewOf({box.min - radius, box.max + radius}, picture);

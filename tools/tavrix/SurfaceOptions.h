@@ -41,7 +41,7 @@ struct SurfaceOptions
 
     std::string preview;  ///< empty: none
     bool previewParticles = false;
-    UpAxis up = UpAxis::Y;
+    PreviewOptions picture;
 
     uint32 threads = 0;
     bool quiet = false;

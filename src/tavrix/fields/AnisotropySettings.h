@@ -16,7 +16,7 @@ struct AnisotropySettings
     float largestRatio = 4.0f;
     /// Neighbours (counted by their weights, which fall from 1 to 0 with the distance) from which on a kernel
     /// takes its full shape; with fewer it stays closer to the ball. At least 1.
-    float fullNeighbours = 8.0f;
+    float fullNeighbours = 4.0f;
 };
 
 }  // namespace tavrix

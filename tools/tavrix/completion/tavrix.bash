@@ -40,7 +40,7 @@ _tavrix()
         preview:-o | preview:--output | *:--preview) _tavrix_files "$word" png ;;
         *:-f | *:--field) COMPREPLY=($(compgen -W "$(_tavrix_names --field "$program" "$command")" -- "$word")) ;;
         *:--up) COMPREPLY=($(compgen -W $'y\nz' -- "$word")) ;;
-        preview:--size) COMPREPLY=($(compgen -W $'1600x1000\n1920x1080\n3840x2160' -- "$word")) ;;
+        preview:--size | *:--preview-size) COMPREPLY=($(compgen -W $'1600x1000\n1920x1080\n3840x2160' -- "$word")) ;;
         *)
             if [[ $word == -* ]]; then
                 COMPREPLY=($(compgen -W "$(_tavrix_options "$program" "$command")" -- "$word"))

@@ -6,6 +6,7 @@
 #include <tavrix/meshio/detail/StlMesh.h>
 #include <tavrix/meshio/detail/StlName.h>
 #include <tavrix/meshio/detail/StlText.h>
+#include <tavrix/platform/ByteOrder.h>
 #include <tavrix/platform/NumberText.h>
 
 namespace tavrix::detail
@@ -52,6 +53,56 @@ bool FillVector(const char*& p, const char* end, Vector3F& vector)
     return true;
 }
 
+/// A keyword of at most eight letters as one word of memory.
+struct Keyword
+{
+    uint64 letters = 0;
+    uint64 mask = 0;
+    std::ptrdiff_t size = 0;
+
+    constexpr explicit Keyword(std::string_view text) : size(static_cast<std::ptrdiff_t>(text.size()))
+    {
+        for (std::size_t i = 0; i < text.size(); ++i)
+        {
+            const std::size_t shift = machineByteOrder == ByteOrder::little ? 8 * i : 56 - 8 * i;
+            letters |= uint64{static_cast<unsigned char>(text[i])} << shift;
+            mask |= uint64{0xFF} << shift;
+        }
+    }
+};
+
+constexpr Keyword vertex("vertex"), facet("facet"), outer("outer"), loop("loop"), endloop("endloop"),
+    endfacet("endfacet"), solid("solid"), endsolid("endsolid");
+
+/// What a text begins with, to be compared with keywords in any case.
+class FirstWord
+{
+public:
+    FirstWord(const char* p, const char* end) : _characters(p)
+    {
+        if (end - p <= 8)
+        {
+            std::fill(_padded, _padded + sizeof _padded, '\n');
+            std::copy(p, end, _padded);
+            _characters = _padded;
+        }
+        std::memcpy(&_letters, _characters, sizeof _letters);
+        _letters |= 0x2020202020202020;
+    }
+    FirstWord(const FirstWord&) = delete;
+    FirstWord& operator=(const FirstWord&) = delete;
+
+    bool is(const Keyword& keyword) const
+    {
+        return (_letters & keyword.mask) == keyword.letters && isSpace(_characters[keyword.size]);
+    }
+
+private:
+    const char* _characters;
+    char _padded[9];
+    uint64 _letters;
+};
+
 /// Reads statement by statement: a keyword and what belongs to it. Line ends matter only where a statement's
 /// length is not known: behind "solid" and words that are no keywords.
 class StlTextReader
@@ -82,35 +133,20 @@ private:
     void readStatement()
     {
         const char* const end = _next + std::min(_end - _next, maxStatement);
-        const char* p = _next;
-        while (p != end && !isSpace(*p)) ++p;
-        const std::string_view word(_next, static_cast<std::size_t>(p - _next));
-        _next = p;
-        switch (toLower(word[0]))
+        const FirstWord word(_next, end);
+        const auto takes = [&](const Keyword& keyword)
         {
-            case 'v':
-                if (isWord(word, "vertex")) return readCorner(end);
-                break;
-            case 'f':
-                if (isWord(word, "facet")) return beginFacet(end);
-                break;
-            case 'o':
-                if (isWord(word, "outer")) return endCorners();
-                break;
-            case 'l':
-                if (isWord(word, "loop")) return;
-                break;
-            case 'e':
-                if (isWord(word, "endloop")) return endCorners();
-                if (isWord(word, "endfacet")) return endFacet();
-                if (isWord(word, "endsolid")) endFacet();
-                break;
-            case 's':
-                if (isWord(word, "solid")) readName(end);
-                break;
-            default:
-                break;
-        }
+            if (!word.is(keyword)) return false;
+            _next += keyword.size;
+            return true;
+        };
+        if (takes(vertex)) return readCorner(end);
+        if (takes(facet)) return beginFacet(end);
+        if (takes(outer) || takes(endloop)) return endCorners();
+        if (takes(endfacet)) return endFacet();
+        if (takes(loop)) return;
+        if (takes(solid)) return readName(end);
+        if (takes(endsolid)) endFacet();
         skipLine();
     }
 
@@ -177,6 +213,7 @@ private:
         if (!_named) setStlName({_next, static_cast<std::size_t>(lineEnd - _next)}, _mesh);
         _named = true;
         endFacet();
+        skipLine();
     }
 
     void skipLine()

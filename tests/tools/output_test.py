@@ -1,0 +1,161 @@
+"""Tests of what `tavrix surface` writes beside plain OBJ files, and of sequences of frames, from outside.
+
+    output_test.py PROGRAM [EMULATOR...]"""
+
+import json
+import os
+import struct
+import sys
+import unittest
+from math import inf, nan
+
+from obj_mesh import ObjMesh
+from particle_file import block, particle_file
+from program import ProgramTest
+
+BLOCK = block(6, 0.05)
+
+
+class OutputTest(ProgramTest):
+    def surface(self, *arguments):
+        return self.succeed("surface", *arguments)
+
+    def info(self, name):
+        return json.loads(self.succeed("info", "--json", name))[0]
+
+
+class Formats(OutputTest):
+    def test_all_formats_hold_the_same_closed_mesh(self):
+        self.write("in.bin", particle_file(BLOCK))
+        self.surface("in.bin", "-o", "out.obj")
+        expected = self.info("out.obj")
+        for arguments in (["out.stl"], ["text.stl", "--ascii"], ["out.BIN"]):
+            self.surface("in.bin", "-o", *arguments)
+            found = self.info(arguments[0])
+            self.assertEqual((found["faces"], found["closed"], found["oriented"]), (expected["faces"], True, True))
+            self.assertAlmostEqual(found["volume"] / expected["volume"], 1, places=4)
+        self.assertTrue((self.folder / "text.stl").read_bytes().startswith(b"solid"))
+
+        self.surface("in.bin", "-o", "bare.obj", "--no-normals")
+        self.assertNotIn(b"vn ", (self.folder / "bare.obj").read_bytes())
+        self.assertEqual(self.info("bare.obj")["volume"], expected["volume"])
+
+    def velocities(self, name):
+        """The positions and velocities of a BIN mesh file."""
+        data = (self.folder / name).read_bytes()
+        points, = struct.unpack_from("<i", data, 12)
+        faces, = struct.unpack_from("<i", data, 16 + 12 * points)
+        start = 16 + 12 * points + 4 + 12 * faces + 8 + 12 * points
+        self.assertEqual(struct.unpack_from("<I", data, start)[0], 0xCCCCCC11)
+        self.assertEqual(len(data), start + 4 + 12 * points)
+        triples = lambda offset: list(struct.iter_unpack("<3f", data[offset:offset + 12 * points]))
+        return list(zip(triples(16), triples(start + 4)))
+
+    def test_velocities_follow_the_particles(self):
+        """A field of velocities that is linear in space comes out as such, up to the pull to the inside; one
+        that is constant exactly."""
+        for velocity, error in ((lambda p: (1, -2, 3), 1e-6), (lambda p: (4 * p[0], 0, -4 * p[2]), 0.2)):
+            self.write("in.bin", particle_file(BLOCK, velocities=list(map(velocity, BLOCK))))
+            self.assertIn("with velocities", self.surface("in.bin", "-o", "out.bin"))
+            found = self.velocities("out.bin")
+            self.assertGreater(len(found), 500)
+            for point, actual in found:
+                for a, b in zip(actual, velocity(point)):
+                    self.assertAlmostEqual(a, b, delta=error)
+        self.write("in.bin", particle_file(BLOCK, velocities=[(nan, inf, 0)] * len(BLOCK)))
+        self.surface("in.bin", "-o", "out.bin")
+        self.assertEqual({v for _, v in self.velocities("out.bin")}, {(0, 0, 0)})
+
+    def test_smoothing_keeps_the_shape(self):
+        self.write("in.bin", particle_file(BLOCK))
+        volumes, faces, areas = [], set(), []
+        for count in (0, 2, 10):
+            self.surface("in.bin", "-o", "out.obj", "--smooth", count)
+            mesh, info = ObjMesh(self.folder / "out.obj"), self.info("out.obj")
+            self.assertTrue(mesh.is_closed_and_oriented())
+            volumes.append(mesh.volume())
+            faces.add(len(mesh.faces))
+            areas.append(info["area"])
+        self.assertEqual(len(faces), 1)
+        self.assertEqual(areas, sorted(areas, reverse=True))
+        self.assertAlmostEqual(volumes[2] / volumes[0], 1, delta=0.1)
+
+    def test_strays_are_left_out(self):
+        lonely = [(1, 1, 1), (-1, 1, 1), (-1, 1.04, 1)]
+        self.write("in.bin", particle_file(BLOCK + lonely))
+        expected = {0: 3, 1: 2, 2: 1}  # parts of the surface: the block, the lone particle and the pair
+        for least, parts in expected.items():
+            text = self.surface("in.bin", "-o", "out.obj", "--radius", 0.03, "--min-neighbours", least)
+            self.assertEqual(f"strays     {[0, 1, 3][least]} left out" in text, least > 0)
+            self.assertEqual(self.info("out.obj")["parts"], parts)
+        result = self.run_program("surface", "in.bin", "-o", "no.obj", "--min-neighbours", 999)
+        self.assert_refused(result, 1, "in.bin", "--min-neighbours")
+
+    def test_the_picture_is_drawn_as_well(self):
+        self.write("in.bin", particle_file(BLOCK))
+        self.surface("in.bin", "-o", "out.obj", "--preview", "one.png",
+                     "--preview-size", "64x40")
+        self.surface("in.bin", "-o", "out.stl", "--preview", "two.png", "--preview-particles", "--up", "z",
+                     "--preview-size", "64x40")
+        sizes = [struct.unpack_from(">2I", (self.folder / name).read_bytes(), 16) for name in ("one.png", "two.png")]
+        self.assertEqual(sizes, [(64, 40), (128, 40)])
+
+
+class Sequences(OutputTest):
+    def setUp(self):
+        super().setUp()
+        for number in (2, 9, 10, 11):
+            self.write(f"f_{number:02}.bin", particle_file(block(3, 0.05)))
+        self.write("f_x.bin", b"no frame")
+
+    def made(self):
+        return sorted(name for name in os.listdir(self.folder) if name.endswith(".obj"))
+
+    def test_frames_are_made_once_and_again_when_their_particles_change(self):
+        run = lambda *more: self.surface("f_{}.bin", "-o", "out_{}.obj", *more)
+        self.assertIn("2 written, 0 up to date, 0 failed", run("--first", 9, "--last", 10))
+        self.assertEqual(self.made(), ["out_09.obj", "out_10.obj"])
+        lines = run().splitlines()
+        self.assertEqual([line.split()[0] for line in lines], ["02", "11", "frames"])
+        self.assertIn("2 written, 2 up to date", lines[-1])
+        newer = (self.folder / "out_09.obj").stat().st_mtime + 5
+        os.utime(self.folder / "f_09.bin", (newer, newer))
+        self.assertIn("1 written, 3 up to date", run())
+        self.assertIn("4 written, 0 up to date", run("--force"))
+        self.assertEqual(run("--quiet", "--force"), "")
+
+    def test_one_bad_frame_does_not_stop_the_rest(self):
+        self.write("f_02.bin", b"bad")
+        self.write("f_10.bin", particle_file(block(3, 0.05))[:400])
+        result = self.run_program("surface", "f_{}.bin", "-o", "out_{}.obj")
+        self.assertEqual(result.returncode, 1)
+        self.assertRegex(result.stderr, r"\Atavrix: f_02.bin: [^\n]+\ntavrix: f_10.bin: [^\n]+\n\Z")
+        self.assertIn("2 written, 0 up to date, 2 failed", result.stdout)
+        self.assertEqual(self.made(), ["out_09.obj", "out_11.obj"])
+
+    def test_frames_share_radius_and_lattice(self):
+        self.write("f_11.bin", particle_file(block(3, 0.08)))
+        self.surface("f_{}.bin", "-o", "out_{}.obj")
+        alone = self.surface("f_11.bin", "-o", "alone.obj")
+        self.assertNotEqual(ObjMesh(self.folder / "alone.obj").volume(), ObjMesh(self.folder / "out_11.obj").volume())
+        radius = self.surface("f_02.bin", "-o", "alone.obj").split("radius ")[1].split()[0]
+        self.surface("f_11.bin", "-o", "same.obj", "--radius", radius)
+        self.assertAlmostEqual(ObjMesh(self.folder / "same.obj").volume(), ObjMesh(self.folder / "out_11.obj").volume(),
+                               delta=1e-5)
+
+    def test_wrong_usage(self):
+        for arguments, status, word in ((("f_{}.bin", "-o", "out.obj"), 2, "{}"),
+                                        (("f_02.bin", "-o", "out_{}.obj"), 2, "{}"),
+                                        (("f_{}.bin", "-o", "o_{}.obj", "--preview", "p.png"), 2, "--preview"),
+                                        (("f_02.bin", "-o", "out.obj", "--first", "3"), 2, "--first"),
+                                        (("f_02.bin", "-o", "f_02.bin"), 2, "input"),
+                                        (("f_02.bin", "-o", "o.obj", "--preview-particles"), 2, "--preview"),
+                                        (("g_{}.bin", "-o", "out_{}.obj"), 1, "g_{}.bin"),
+                                        (("f_{}.bin", "-o", "o_{}.obj", "--first", "12"), 1, "--first")):
+            with self.subTest(arguments=arguments):
+                self.assert_refused(self.run_program("surface", *arguments), status, word)
+        self.assertEqual(self.made(), [])
+
+
+if __name__ == "__main__":
+    unittest.main(argv=sys.argv[:1])
