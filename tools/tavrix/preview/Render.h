@@ -15,8 +15,7 @@ namespace tavrix::tool
 
 /// Draws the faces whose indices exist and whose corners are finite, seen from either side, smooth with the
 /// mesh's normals; faces without usable normals are flat. A mesh with nothing to draw gives the empty table.
-/// O(faces log faces + pixels log faces); about 90 bytes a face and 100 a pixel. Many faces at one place make
-/// it slow, for rays have to try them all.
+/// O(faces log faces + pixels log faces); about 90 bytes a face and 100 a pixel.
 Picture renderMesh(const Mesh& mesh, const View& view, const PreviewOptions& options);
 
 /// Draws a sphere of the radius around each finite position.
