@@ -233,12 +233,16 @@ class Completion(FilesTest):
         commands = self.completed("")
         self.assertTrue({"surface", "preview", "convert", "info"} <= set(commands), commands)
         for command in commands:
-            text = self.succeed(command, "--help").split("Examples:")[0]
-            options = set(re.findall(r"--[a-z][a-z-]+", text))
+            lines = self.succeed(command, "--help").split("Examples:")[0].splitlines()
+            declared = " ".join(line.lstrip().split("  ")[0] for line in lines if line.startswith("  -"))
+            options = set(re.findall(r"--[a-z][a-z-]+", declared))
             self.assertGreater(len(options), 1)
             self.assertEqual(options - set(self.completed(command, "--")), set(), command)
         self.assertEqual(self.completed("surface", "x.bin", "--qu"), ["--quiet"])
         self.assertEqual(self.completed("surface", "--field", "d"), ["distance"])
+        refusal = self.run_program("surface", "x.bin", "-o", "x.obj", "--field", "?").stderr
+        names = re.search(r"\{(.*)\}", refusal)[1].split(",")
+        self.assertEqual(sorted(self.completed("surface", "--field", "")), sorted(names))
 
     def test_files_are_completed_by_what_the_command_takes(self):
         for name in ("a.bin", "b.OBJ", "c.txt", "d e.stl"):

@@ -1,15 +1,13 @@
-# Completion of the tavrix program for bash. Commands and options are those that the program's own help lists.
+# Completion of the tavrix program for bash. Commands, options and the names that an option takes are those that
+# the program's own help lists, so that this file need not know them.
 
-# Prints what the program's help, given the arguments, has of a kind: commands or options.
-_tavrix_listed()
-{
-    local kind=$1
-    shift
-    case $kind in
-        commands) "$@" --help 2>/dev/null | sed -n '/^Subcommands:/,/^[^ ]*$/s/^  \([a-z][a-z-]*\).*/\1/p' ;;
-        options) "$@" --help 2>/dev/null | grep -oE '^ +(-[a-zA-Z],)?--[a-z][a-z-]*' | sed 's/.*--/--/' ;;
-    esac
-}
+_tavrix_commands() { "$1" --help 2>/dev/null | sed -n '/^Subcommands:/,/^[^ ]*$/s/^  \([a-z][a-z-]*\).*/\1/p'; }
+
+# The long options of the program's help, given further arguments: they stand before the first two blanks.
+_tavrix_options() { "$@" --help 2>/dev/null | sed -nE '/^ +-/{s/^ +//; s/  .*//; p}' | grep -oE -- '--[a-z][a-z-]*'; }
+
+# The names that the help of an option quotes: _tavrix_names OPTION PROGRAM COMMAND
+_tavrix_names() { "$2" "$3" --help 2>/dev/null | grep -E -- "^ +[^ ]*$1[ ,]" | grep -oE "'[a-z]+'" | tr -d "'"; }
 
 # Completes a file name with one of the extensions, in small letters or capitals, or a folder.
 _tavrix_files()
@@ -31,21 +29,21 @@ _tavrix()
     COMPREPLY=()
     if [ "$COMP_CWORD" -eq 1 ]; then
         if [[ $word == -* ]]; then
-            COMPREPLY=($(compgen -W "$(_tavrix_listed options "$program")" -- "$word"))
+            COMPREPLY=($(compgen -W "$(_tavrix_options "$program")" -- "$word"))
         else
-            COMPREPLY=($(compgen -W "$(_tavrix_listed commands "$program")" -- "$word"))
+            COMPREPLY=($(compgen -W "$(_tavrix_commands "$program")" -- "$word"))
         fi
         return
     fi
     case $command:$previous in
         surface:-o | surface:--output) _tavrix_files "$word" obj stl bin ;;
         preview:-o | preview:--output | *:--preview) _tavrix_files "$word" png ;;
-        *:-f | *:--field) COMPREPLY=($(compgen -W $'metaball\nanisotropic\ndistance' -- "$word")) ;;
+        *:-f | *:--field) COMPREPLY=($(compgen -W "$(_tavrix_names --field "$program" "$command")" -- "$word")) ;;
         *:--up) COMPREPLY=($(compgen -W $'y\nz' -- "$word")) ;;
         preview:--size | *:--preview-size) COMPREPLY=($(compgen -W $'1600x1000\n1920x1080\n3840x2160' -- "$word")) ;;
         *)
             if [[ $word == -* ]]; then
-                COMPREPLY=($(compgen -W "$(_tavrix_listed options "$program" "$command")" -- "$word"))
+                COMPREPLY=($(compgen -W "$(_tavrix_options "$program" "$command")" -- "$word"))
             elif [ "$command" = surface ]; then
                 _tavrix_files "$word" bin
             elif [ "$command" = convert ]; then

@@ -16,6 +16,7 @@ struct Pixel
 {
     Vector3F own, fill, key;
     Vector3F fillLight;
+    float fillWeight;  ///< what the fill light's mean is over, while samples are added
     float keyLight;
     Vector3F position, normal;
     float weight;       ///< share of the samples that met something to be lit

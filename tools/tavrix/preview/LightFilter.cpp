@@ -62,7 +62,7 @@ void filterLight(std::vector<Pixel>& pixels, uint32 width, uint32 height, const 
     std::vector<LightOfPixel> lights(pixels.size());
     const Vector3F eye = convert<float>(view.eye), forward = convert<float>(view.forward);
     const auto pixelAngle = static_cast<float>(2 * view.tangentX / width);
-    for (const int step : {1, 2})
+    for (const int step : {1, 2, 4})
     {
         const auto smoothRow = [&](uint64 y)
         {

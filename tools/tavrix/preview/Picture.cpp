@@ -1,8 +1,5 @@
 #include "Picture.h"
 
-#include <algorithm>
-#include <new>
-
 #include <tavrix/platform/FileBufferOut.h>
 
 #include "../OutputFile.h"

@@ -16,7 +16,8 @@ constexpr uint32 binCount = 16;
 /// Below this depth ranges are halved by count, which bounds the depth of the tree, and with it the stack of
 /// a walk, whatever the shapes.
 constexpr uint32 depthOfHalving = 40;
-constexpr uint32 smallestJob = 4096;
+constexpr float smallestExtent = 1e-30f;  ///< of centres that bins can tell apart
+constexpr uint32 smallestJob = 4096;      ///< shapes
 constexpr uint32 jobCount = 64;
 
 float halfArea(const Box3F& box)
@@ -95,7 +96,7 @@ uint32 RayTreeBuilder::split(const Range& range, uint32 depth)
     for (uint32 i = range.begin; i < range.end; ++i) centers.extend(_boxes[_order[i]].center());
     const Vector3F extent = centers.max - centers.min;
     const uint32 axis = extent.x >= extent.y && extent.x >= extent.z ? 0 : extent.y >= extent.z ? 1 : 2;
-    if (!(extent[axis] > 0) || depth > depthOfHalving) return half;
+    if (!(extent[axis] > smallestExtent) || depth > depthOfHalving) return half;
 
     const float factor = binCount * 0.999f / extent[axis];
     const auto binOf = [&](uint32 shape)

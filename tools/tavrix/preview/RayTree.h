@@ -35,7 +35,8 @@ public:
     std::vector<uint32> takeOrder() { return std::move(_order); }
 
     /// Calls meet(place, ray) for the shapes along the ray, roughly from near to far, until it returns true.
-    /// `meet` may shorten the ray.
+    /// `meet` may shorten the ray. A walk along which far too many shapes lie is broken off, so that heaps of
+    /// shapes at one place cost time but no eternity.
     template <class Meet>
     void walk(Ray& ray, const Meet& meet) const;
 
@@ -43,6 +44,7 @@ private:
     friend class RayTreeBuilder;
     static constexpr uint32 width = 4;
     static constexpr uint32 stackSize = 256;
+    static constexpr uint32 patience = 4096;  ///< nodes and leaves that one walk looks at
 
     /// The boxes and branches of one node. A branch with a count is a leaf, `count` places from `first` on;
     /// one without is the node `first`, or none when its box is inside out.
@@ -98,7 +100,7 @@ void RayTree::walk(Ray& ray, const Meet& meet) const
     std::array<Entry, stackSize> stack;
     uint32 size = 0;
     if (!_nodes.empty()) stack[size++] = {0, 0, 0};
-    while (size > 0)
+    for (uint32 step = 0; size > 0 && step < patience; ++step)
     {
         const Entry entry = stack[--size];
         if (entry.near > ray.far) continue;

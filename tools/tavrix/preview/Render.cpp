@@ -1,18 +1,20 @@
 #include "Render.h"
 
 #include <algorithm>
-#include <array>
 #include <atomic>
 #include <cmath>
+#include <limits>
 
-#include <tavrix/foundation/ElementaryFunctions.h>
 #include <tavrix/foundation/ParallelFor.h>
 #include <tavrix/platform/Hardware.h>
 
 #include "../Failure.h"
 #include "../Interrupt.h"
+#include "Film.h"
 #include "Light.h"
+#include "Sampling.h"
 #include "Shapes.h"
+#include "Studio.h"
 
 namespace tavrix::tool
 {
@@ -20,115 +22,26 @@ namespace tavrix::tool
 namespace
 {
 
-// The set. Colours are linear, and 1 is white.
-
-constexpr uint32 samplesPerSide = 3;
-constexpr uint32 samplesPerSideAtEdges = 5;
-
-constexpr Vector3F matter{0.032f, 0.165f, 0.385f};      ///< share of light that the surface scatters
-constexpr Vector3F keyColor{2.35f, 2.25f, 2.08f};       ///< of the key light on a surface that faces it
-constexpr Vector3F zenith{0.50f, 0.63f, 0.82f};         ///< of the sky, from above
-constexpr Vector3F horizon{0.86f, 0.88f, 0.92f};        ///< and from the side
-constexpr Vector3F groundGlow{0.52f, 0.51f, 0.50f};     ///< of the lit ground, from below
-constexpr Vector3F neighbourGlow{0.05f, 0.14f, 0.25f};  ///< of matter that blocks the sky
-constexpr double keyElevation = 42, keyTurn = -66;      ///< in degrees; the turn is from the camera
-constexpr float keyRadius = 0.085f;                     ///< of the key light as seen from the stage, radians
-constexpr float groundKeyShare = 0.42f;                 ///< of the ground's light that the key light gives
-
+constexpr uint32 samplesPerSide = 3;         ///< of a pixel
+constexpr uint32 samplesPerSideAtEdges = 5;  ///< of one that sees several surfaces
+constexpr float skin = 4e-4f;  ///< how far off a surface its rays begin, for it not to meet itself
 constexpr float infinite = std::numeric_limits<float>::infinity();
 
-uint32 hash(uint32 x)
-{
-    x = (x ^ (x >> 16)) * 0x7feb352du;
-    x = (x ^ (x >> 15)) * 0x846ca68bu;
-    return x ^ (x >> 16);
-}
-
-Vector3F mix(const Vector3F& a, const Vector3F& b, float t) { return a * (1 - t) + b * t; }
-Vector3F product(const Vector3F& a, const Vector3F& b) { return {a.x * b.x, a.y * b.y, a.z * b.z}; }
-Vector3F unit(const Vector3F& v) { return v * (1 / length(v)); }
-
-/// Two unit vectors that form a right angle with the unit vector and with each other.
-struct Frame
-{
-    Vector3F axis, side, other;
-    explicit Frame(const Vector3F& n) : axis(n)
-    {
-        side = unit(std::fabs(n.x) < 0.7f ? cross(n, {1, 0, 0}) : cross(n, {0, 1, 0}));
-        other = cross(n, side);
-    }
-};
-
-/// One of the side * side samples of a pixel, with a number that is the pixel's own.
-struct Sample
-{
-    uint32 number, side, random;
-};
-
-/// Points spread evenly over the unit disk in the order of their distance from the middle: a spiral with the
-/// golden angle.
-class Disk
-{
-public:
-    Disk()
-    {
-        constexpr double goldenAngle = 2.399963229728653;
-        for (uint32 n = 0; n < size; ++n)
-        {
-            const auto [sine, cosine] = sineCosine(n * goldenAngle);
-            const double radius = std::sqrt((n + 0.5) / size);
-            _points[n] = {static_cast<float>(radius * cosine), static_cast<float>(radius * sine)};
-        }
-    }
-
-    struct Point
-    {
-        float x, y;
-    };
-    /// A point for one of a pixel's samples: each sample has a ring of its own.
-    Point point(const Sample& sample) const
-    {
-        const uint32 ring = size / (sample.side * sample.side);
-        return _points[sample.number * ring + sample.random % ring];
-    }
-
-private:
-    static constexpr uint32 size = 2048;
-    std::array<Point, size> _points;
-};
-
-/// Light from the sky and the ground, from the direction.
-Vector3F skyColor(const Vector3F& direction, const Vector3F& brightSide)
-{
-    const float height = std::max(direction.y, 0.0f);
-    const float side = 0.5f + 0.5f * dot(direction, brightSide);
-    return mix(horizon, zenith, height * (2 - height)) * (0.5f + 0.9f * side * side);
-}
-
-/// From 0 at `from` to 1 at `to`, smooth.
-float step(float from, float to, float x)
-{
-    const float t = std::clamp((x - from) / (to - from), 0.0f, 1.0f);
-    return t * t * (3 - 2 * t);
-}
-
-/// What a surface mirrors: a bright wall above, a dark room below.
-Vector3F mirroredSky(const Vector3F& direction, const Vector3F& brightSide)
-{
-    const float up = step(-0.2f, 0.5f, direction.y), side = step(0.2f, 0.85f, dot(direction, brightSide));
-    return mix({0.12f, 0.18f, 0.26f}, {1.3f, 1.35f, 1.4f}, up) + Vector3F{1.1f, 1.15f, 1.2f} * side;
-}
-
-float brightness(const Vector3F& color) { return 0.2f * color.x + 0.7f * color.y + 0.1f * color.z; }
-
-/// Adds what a sample makes of the lights; a light counts in the pixel's mean as much as it shows.
-void addLights(Pixel& pixel, const Vector3F& key, float keyLight, const Vector3F& fill,
-               const Vector3F& fillLight)
+/// Adds what a sample makes of the key light, which counts in the pixel's mean as much as it shows.
+void addKey(Pixel& pixel, const Vector3F& key, float keyLight)
 {
     pixel.key += key;
     pixel.keyLight += keyLight * brightness(key);
+}
+
+/// The same for the fill light; it is soft, and every other sample asks for it.
+template <class FillLight>
+void addFill(Pixel& pixel, const Vector3F& fill, const Sample& sample, const FillLight& fillLight)
+{
     pixel.fill += fill;
-    pixel.fillLight += fillLight * brightness(fill);
+    if (sample.number % 2 != 0) return;
+    pixel.fillLight += fillLight() * brightness(fill);
+    pixel.fillWeight += brightness(fill);
 }
 
 /// Whether the pixel sees more than one surface.
@@ -158,37 +71,31 @@ private:
     bool isBlocked(Ray ray) const;
     void addSample(Pixel& pixel, uint32 column, uint32 row, const Sample& sample) const;
     void addSurface(Pixel& pixel, const Ray& ray, const Meeting& met, const Sample& sample) const;
-    void addGround(Pixel& pixel, const Vector3F& place, const Vector3F& backdrop, const Sample& sample) const;
+    void addGround(Pixel& pixel, const Vector3F& place, const Vector3F& paper, const Sample& sample) const;
     float keyLightAt(const Vector3F& place, const Sample& sample) const;
     Vector3F fillLightAt(const Vector3F& place, const Vector3F& normal, const Sample& sample) const;
-    Vector3F backdrop(float x, float y) const;
 
     const Shapes& _shapes;
+    const View& _view;
     uint32 _width, _height;
     Disk _disk;
     Vector3F _eye, _right, _upward, _forward;
-    Vector3F _brightSide;  ///< where the sky is brightest: at the right, behind the subject
+    Vector3F _brightSide;
     float _tangentX, _tangentY, _ground;
     Frame _key;  ///< its axis leads to the key light
 };
 
-Vector3F directionOfKey(const View& view)
-{
-    const auto [sinA, cosA] = sineCosine(view.azimuth + keyTurn * piValue / 180);
-    const auto [sinE, cosE] = sineCosine(keyElevation * piValue / 180);
-    return convert<float>(Vector3D{sinA * cosE, sinE, cosA * cosE});
-}
-
 template <class Shapes>
 Tracer<Shapes>::Tracer(const Shapes& shapes, const View& view, const PreviewOptions& options)
     : _shapes(shapes),
+      _view(view),
       _width(options.width),
       _height(options.height),
       _eye(convert<float>(view.eye)),
       _right(convert<float>(view.right)),
       _upward(convert<float>(view.upward)),
       _forward(convert<float>(view.forward)),
-      _brightSide(unit(_right * 0.85f + Vector3F{0, 0.45f, 0} - _forward * 0.1f)),
+      _brightSide(directionOfBrightSide(view)),
       _tangentX(static_cast<float>(view.tangentX)),
       _tangentY(static_cast<float>(view.tangentY)),
       _ground(static_cast<float>(view.ground) - 1e-4f),
@@ -223,17 +130,6 @@ bool Tracer<Shapes>::isBlocked(Ray ray) const
     return blocked;
 }
 
-/// The paper behind everything: a light wall, a little brighter in the middle.
-template <class Shapes>
-Vector3F Tracer<Shapes>::backdrop(float x, float y) const
-{
-    const float aspect = _tangentX / _tangentY;
-    const float distance =
-        x * x * std::min(aspect, 1.0f) + (y + 0.15f) * (y + 0.15f) * std::min(1 / aspect, 1.0f);
-    const float glow = 1 / (1 + 0.42f * distance);
-    return mix({0.56f, 0.62f, 0.70f}, {0.90f, 0.92f, 0.94f}, glow);
-}
-
 template <class Shapes>
 float Tracer<Shapes>::keyLightAt(const Vector3F& place, const Sample& sample) const
 {
@@ -263,37 +159,42 @@ void Tracer<Shapes>::addSurface(Pixel& pixel, const Ray& ray, const Meeting& met
 {
     Normals normals = _shapes.normals(met.place, ray, met.distance);
     const Vector3F toEye = -ray.direction;
+    const bool hasNormal = dot(normals.geometric, normals.geometric) > 0.5f;  // a speck may have none
+    if (!hasNormal) normals = {toEye, toEye};
     if (dot(normals.geometric, toEye) < 0) normals = {-normals.geometric, -normals.shading};
     const Vector3F& n = normals.shading;
-    const Vector3F place = ray.at(met.distance) + normals.geometric * 4e-4f;
+    const Vector3F place = ray.at(met.distance) + normals.geometric * skin;
 
     const float cosine = std::max(dot(n, toEye), 0.0f);
     const float grazing = 1 - cosine, grazing2 = grazing * grazing;
     const float fresnel = 0.05f + 0.4f * grazing2 * grazing2 * grazing;
     const Vector3F mirrored = n * (2 * dot(n, toEye)) - toEye;
-    const Vector3F fill = matter * (1 - fresnel) + mirroredSky(mirrored, _brightSide) * fresnel;
+    const Vector3F fill = matterColor * (1 - fresnel) + mirroredColor(mirrored, _brightSide) * fresnel;
 
-    const float cosineToKey = dot(n, _key.axis), facing = cosineToKey * step(0, 0.3f, cosineToKey);
+    const float cosineToKey = dot(n, _key.axis), facing = cosineToKey * smoothStep(0, 0.3f, cosineToKey);
     const bool isLit = facing > 0 && dot(normals.geometric, _key.axis) > 0;
     float shine = std::max(dot(n, unit(_key.axis + toEye)), 0.0f);
     for (int k = 0; k < 6; ++k) shine *= shine;
-    const Vector3F key =
-        isLit ? product(keyColor, matter * facing) + keyColor * (shine * 0.3f * facing) : Vector3F{0, 0, 0};
-    addLights(pixel, key, isLit ? keyLightAt(place, sample) : 0.0f, fill, fillLightAt(place, n, sample));
+    const Vector3F key = isLit ? product(keyColor, matterColor * facing) + keyColor * (shine * 0.3f * facing)
+                               : Vector3F{0, 0, 0};
+    addKey(pixel, key, isLit ? keyLightAt(place, sample) : 0.0f);
+    addFill(pixel, fill, sample, [&] { return fillLightAt(place, n, sample); });
     pixel.position += place;
     pixel.normal += n;
     pixel.weight += 1;
 }
 
-/// The ground is the backdrop, less what shadows take from it: so it has no end.
+/// The ground is the paper, less what shadows take from it: so it has no end.
 template <class Shapes>
-void Tracer<Shapes>::addGround(Pixel& pixel, const Vector3F& place, const Vector3F& backdrop,
+void Tracer<Shapes>::addGround(Pixel& pixel, const Vector3F& place, const Vector3F& paper,
                                const Sample& sample) const
 {
-    constexpr Vector3F open{0.58f, 0.66f, 0.78f};  // the fill light where nothing stands
-    const Vector3F fill{backdrop.x / open.x, backdrop.y / open.y, backdrop.z / open.z};
-    addLights(pixel, backdrop * groundKeyShare, keyLightAt(place, sample), fill * (1 - groundKeyShare),
-              fillLightAt(place, {0, 1, 0}, sample));
+    const Vector3F fill{paper.x / fillOnGround.x, paper.y / fillOnGround.y, paper.z / fillOnGround.z};
+    addKey(pixel, paper * groundKeyShare, keyLightAt(place, sample));
+    addFill(pixel, fill * (1 - groundKeyShare), sample,
+            [&] {
+                return fillLightAt(place, {0, 1, 0}, sample);
+            });
     pixel.position += place;
     pixel.normal += Vector3F{0, 1, 0};
     pixel.weight += 1;
@@ -318,9 +219,9 @@ void Tracer<Shapes>::addSample(Pixel& pixel, uint32 column, uint32 row, const Sa
     if (met.distance < toGround)
         addSurface(pixel, ray, met, sample);
     else if (toGround < 1e4f)
-        addGround(pixel, ray.at(toGround) + Vector3F{0, 2e-4f, 0}, backdrop(x, y), sample);
+        addGround(pixel, ray.at(toGround) + Vector3F{0, skin / 2, 0}, paperColor(x, y, _view), sample);
     else
-        pixel.own += backdrop(x, y);
+        pixel.own += paperColor(x, y, _view);
 }
 
 template <class Shapes>
@@ -340,7 +241,7 @@ Pixel Tracer<Shapes>::sampledPixel(uint32 x, uint32 y, uint32 side) const
     {
         const float keySum = brightness(pixel.key);
         pixel.keyLight = keySum > 0 ? pixel.keyLight / keySum : 0;
-        pixel.fillLight *= 1 / brightness(pixel.fill);
+        if (pixel.fillWeight > 0) pixel.fillLight *= 1 / pixel.fillWeight;
         pixel.position *= 1 / pixel.weight;
         pixel.normal *= 1 / pixel.weight;
     }
@@ -370,31 +271,6 @@ void forEachPixel(const PreviewOptions& options, uint32 threads, const Body& bod
     if (interrupted()) throw Failure("interrupted");
 }
 
-/// What the eye makes of brightness: the sRGB curve, with x^(1 / 2.4) = (x^5)^(1 / 12) by roots that are the
-/// same on every system.
-float sRgb(float x)
-{
-    if (x <= 0.0031308f) return 12.92f * x;
-    const double fourth = std::sqrt(std::sqrt(static_cast<double>(x) * x * x * x * x));
-    double cubeRoot = 0.5 + 0.5 * fourth;
-    for (int n = 0; n < 12; ++n) cubeRoot -= (cubeRoot - fourth / (cubeRoot * cubeRoot)) / 3;
-    return static_cast<float>(1.055 * cubeRoot - 0.055);
-}
-
-/// Brightness as a film takes it: true up to a bound, then ever less, and never more than white.
-float onFilm(float x)
-{
-    constexpr float bound = 0.8f;
-    if (x <= bound) return x;
-    const float over = (x - bound) / (1 - bound);
-    return bound + (1 - bound) * over / (1 + over);
-}
-
-unsigned char byteOf(float x)
-{
-    return static_cast<unsigned char>(sRgb(onFilm(std::max(x, 0.0f))) * 255 + 0.5f);
-}
-
 template <class Shapes>
 Picture render(const Shapes& shapes, const View& view, const PreviewOptions& options, uint32 threads)
 {
@@ -405,14 +281,7 @@ Picture render(const Shapes& shapes, const View& view, const PreviewOptions& opt
                  { pixels[std::size_t{y} * options.width + x] = tracer.pixel(x, y); });
     filterLight(pixels, options.width, options.height, view, threads);
 
-    Picture picture{options.width, options.height, {}};
-    picture.rgb.reserve(pixels.size() * 3);
-    for (const Pixel& p : pixels)
-    {
-        const Vector3F color = p.own + product(p.fill, p.fillLight) + p.key * p.keyLight;
-        for (uint32 channel = 0; channel < 3; ++channel) picture.rgb.push_back(byteOf(color[channel]));
-    }
-    return picture;
+    return develop(pixels, options.width, options.height, threads);
 }
 
 uint32 threadsFor(const PreviewOptions& options)

@@ -14,9 +14,8 @@ namespace tavrix::tool
 // input gives the same bytes for every number of threads. They throw Failure when interrupted.
 
 /// Draws the faces whose indices exist and whose corners are finite, seen from either side, smooth with the
-/// mesh's normals. Faces without (usable) normals are flat; roundedCopy makes smooth ones. A mesh with
-/// nothing to draw gives the empty table. O(faces log faces + pixels log faces) time, about 90 bytes a face
-/// and 80 a pixel.
+/// mesh's normals; faces without usable normals are flat. A mesh with nothing to draw gives the empty table.
+/// O(faces log faces + pixels log faces); about 90 bytes a face and 100 a pixel.
 Picture renderMesh(const Mesh& mesh, const View& view, const PreviewOptions& options);
 
 /// Draws a sphere of the radius around each finite position.
