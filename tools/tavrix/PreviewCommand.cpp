@@ -119,7 +119,7 @@ void addPreviewCommand(CLI::App& app, Command& command)
         ->required()
         ->check(outputWithExtension({"png"}))
         ->option_text("OUT");
-    addPictureArguments(*preview, "--size", options->picture);
+    addPictureArguments(*preview, "--size", options->picture, "Picture");
     preview
         ->add_option("-r,--particle-radius", options->particleRadius,
                      "Radius to draw particles with; half their spacing when absent")
