@@ -43,7 +43,7 @@ inline NodeRange nodesOf(const SplatTarget<Value>& target, const Ellipsoid& e, u
 {
     const double cell = (center - target.nodes[axis][0]) * target.reciprocal[axis];
     const double reach = e.extent[axis] * target.reciprocal[axis];
-    return NodeRange::between(floorOf(cell - reach), floorOf(cell + reach) + 2, target.low[axis],
+    return NodeRange::between(floorOf(cell - reach), floorOf(cell + reach) + 1, target.low[axis],
                               target.high[axis]);
 }
 
