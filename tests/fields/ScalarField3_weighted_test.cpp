@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 #include <random>
@@ -148,6 +149,9 @@ TEST(ScalarField3Weighted, BadParticlesAddNothing)
         field.setWeigthDistanceField_v2(positions, radii, Array<float>(8, 1.0f), 1.0f, reach, 2, nullptr);
         EXPECT_EQ(field.getArrScalars(), zero.getArrScalars());
     }
+    // A kernel that dwarfs the grid reaches every node.
+    field.setWeigthDistanceField({positions[0]}, {1e18f}, {1.0f}, 3e18f, 2.0f, 2, nullptr);
+    EXPECT_EQ(*std::min_element(field.getArrScalars().begin(), field.getArrScalars().end()), 1.0f);
     for (const Vector3F& normal : {Vector3F{nan, 0, 0}, {1e30f, 0, 0}, {inf, 0, 0}})
     {
         normals[0] = normal;

@@ -42,7 +42,8 @@ template <class Value>
 inline NodeRange nodesOf(const SplatTarget<Value>& target, const Ellipsoid& e, uint32 axis, double center)
 {
     const double cell = (center - target.nodes[axis][0]) * target.reciprocal[axis];
-    const double reach = e.extent[axis] * target.reciprocal[axis];
+    const double steps = e.extent[axis] * target.reciprocal[axis];
+    const double reach = steps < maxReachInNodes ? steps : maxReachInNodes;
     return NodeRange::between(floorOf(cell - reach), floorOf(cell + reach) + 1, target.low[axis],
                               target.high[axis]);
 }

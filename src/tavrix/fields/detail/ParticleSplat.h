@@ -7,9 +7,6 @@ namespace tavrix::detail
 
 struct Lattice;
 
-/// No reach counts for more nodes than this, which is past the end of every lattice.
-inline constexpr double maxReachInNodes = 1e10;
-
 /// Centre and radius.
 struct Particle
 {

@@ -7,6 +7,9 @@
 namespace tavrix::detail
 {
 
+/// No reach counts for more nodes than this, which is past the end of every lattice.
+inline constexpr double maxReachInNodes = 1e10;
+
 /// How the values of several particles at a node become one.
 enum class SplatMerge
 {
