@@ -171,10 +171,11 @@ TEST(MeshSTLFileParser, TellsTheEncodingAsDefined)
     const std::string binary = facetText1;
     EXPECT_EQ(readBytes(padded("some header") + body), "some header" + binary);
     EXPECT_EQ(readBytes(padded(" \t") + body), binary);
-    EXPECT_EQ(readBytes(padded("COLOR=abcd") + body), "COLOR=abcd" + binary);
+    for (const std::string header : {"COLOR=abcd", "SolidModel", "Facet Normal"})
+        EXPECT_EQ(readBytes(padded(header) + body), header + binary);
     // every keyword makes it text, in which there is no facet
     for (const char* keyword : {"solid", "facet normal", "outer loop", "vertex", "color", "endloop",
-                                "endfacet", "endsolid", "xSOLIDx", "Facet Normal"})
+                                "endfacet", "endsolid", "xsolidx"})
     {
         EXPECT_EQ(readBytes(padded(std::string("my ") + keyword) + body), "") << keyword;
         EXPECT_EQ(readBytes(padded(std::string("my ") + keyword) + body, Encoding::binary),

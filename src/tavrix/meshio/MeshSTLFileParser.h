@@ -27,7 +27,7 @@ public:
     /// which `meshes` is as it was. A file that cannot be opened is also reported on standard output.
     ///
     /// The file is taken as ASCII when a keyword ("solid", "facet normal", "outer loop", "vertex", "color",
-    /// "endloop", "endfacet", "endsolid"; in upper case too, but for "color") stands in one of the first
+    /// "endloop", "endfacet", "endsolid", in small letters) stands in one of the first
     /// eight stretches that end with a carriage return: so is a binary file with "solid" in its header. Hosts
     /// that would rather be right ask encodingBySize and force the encoding. A pipe cannot be tested and
     /// read: meshFileFailed without a forced encoding.

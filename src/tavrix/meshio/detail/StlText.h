@@ -7,8 +7,8 @@
 namespace tavrix::detail
 {
 
-/// True when one of the first eight stretches that end with a carriage return holds a keyword of STL text. In
-/// any case, but for "color": binary files of some programs have "COLOR=" in their header.
+/// True when one of the first eight stretches that end with a carriage return holds a keyword of STL text,
+/// in small letters: binary files of some programs have "COLOR=" or the like in their header.
 bool beginsAsStlText(FileBufferIn& file);
 
 /// Reads the facets of an ASCII STL file, which is open at its start, into an empty mesh, named after its

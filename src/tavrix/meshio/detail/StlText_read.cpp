@@ -251,18 +251,11 @@ private:
 
 bool holdsKeyword(std::string_view text)
 {
-    constexpr std::string_view keywords[] = {"solid",   "facet normal", "outer loop", "vertex",
-                                             "endloop", "endfacet",     "endsolid"};
-    constexpr std::string_view firstLetters = "sfoveSFOVE";
-    for (std::size_t i = 0; i < text.size(); ++i)
-    {
-        const std::string_view rest = text.substr(i);
-        if (rest[0] == 'c' && rest.substr(0, 5) == "color") return true;
-        if (firstLetters.find(rest[0]) == std::string_view::npos) continue;
-        for (const std::string_view keyword : keywords)
-            if (isWord(rest.substr(0, keyword.size()), keyword)) return true;
-    }
-    return false;
+    constexpr std::string_view keywords[] = {"solid", "facet normal", "outer loop", "vertex",
+                                             "color", "endloop",      "endfacet",   "endsolid"};
+    return std::any_of(std::begin(keywords), std::end(keywords),
+                       [&](std::string_view keyword)
+                       { return text.find(keyword) != std::string_view::npos; });
 }
 
 }  // namespace
