@@ -36,7 +36,7 @@ inline void addMoments(float (*__restrict sums)[lanes], const float* __restrict 
 NeighbourMoments sumNeighbours(const PointRuns& runs, const float (&place)[3], float reciprocalReach)
 {
     float sums[10][lanes] = {};
-    const auto& [x, y, z] = runs.coordinates;
+    const float *x = runs.coordinates[0], *y = runs.coordinates[1], *z = runs.coordinates[2];
     forEachEight(runs.bounds, runs.count,
                  [&](uint32 n, const float* atLeast)
                  { addMoments(sums, x + n, y + n, z + n, atLeast, place, reciprocalReach); });
@@ -68,7 +68,7 @@ inline void addOffsets(float (*__restrict sums)[lanes], const float* __restrict 
 MeanOffset meanOfNeighbours(const PointRuns& runs, const float (&place)[3], const SymmetricMatrix& form)
 {
     float sums[4][lanes] = {};
-    const auto& [x, y, z] = runs.coordinates;
+    const float *x = runs.coordinates[0], *y = runs.coordinates[1], *z = runs.coordinates[2];
     forEachEight(runs.bounds, runs.count,
                  [&](uint32 n, const float* atLeast)
                  { addOffsets(sums, x + n, y + n, z + n, atLeast, place, form); });

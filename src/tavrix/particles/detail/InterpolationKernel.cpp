@@ -32,8 +32,8 @@ inline void addValues(float (*__restrict sums)[lanes], const Eight& p, const flo
 void averageValues(const ValueRuns& runs, const float (&place)[3], float reciprocalReach, float (&average)[3])
 {
     float sums[4][lanes] = {};
-    const auto& [x, y, z] = runs.coordinates;
-    const auto& [a, b, c] = runs.values;
+    const float *x = runs.coordinates[0], *y = runs.coordinates[1], *z = runs.coordinates[2];
+    const float *a = runs.values[0], *b = runs.values[1], *c = runs.values[2];
     forEachEight(
         runs.bounds, runs.count,
         [&](uint32 n, const float* atLeast) {
