@@ -8,21 +8,22 @@
 namespace tavrix::benchmark
 {
 
-/// The median of seven runs of an action, in milliseconds. What the action builds should go out of scope with
-/// it.
+/// The median of an odd number of runs of an action, in milliseconds. What the action builds should go out of
+/// scope with it.
 template <class Action>
-double medianMilliseconds(Action action)
+double medianMilliseconds(Action action, int runs = 7)
 {
     std::vector<double> times;
-    for (int run = 0; run < 7; ++run)
+    for (int run = 0; run < runs; ++run)
     {
         Timer timer;
         timer.start();
         action();
         times.push_back(timer.stop() * 1e3);
     }
-    std::nth_element(times.begin(), times.begin() + 3, times.end());
-    return times[3];
+    const auto middle = times.begin() + runs / 2;
+    std::nth_element(times.begin(), middle, times.end());
+    return *middle;
 }
 
 }  // namespace tavrix::benchmark
