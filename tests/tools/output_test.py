@@ -143,6 +143,13 @@ class Sequences(OutputTest):
         self.assertAlmostEqual(ObjMesh(self.folder / "same.obj").volume(), ObjMesh(self.folder / "out_11.obj").volume(),
                                delta=1e-5)
 
+    def test_the_input_is_never_replaced(self):
+        before = (self.folder / "f_09.bin").read_bytes()
+        self.assert_refused(self.run_program("surface", "f_09.bin", "-o", "./f_09.bin"), 1, "./f_09.bin", "input")
+        result = self.run_program("surface", "f_{}.bin", "-o", "./f_{}.bin", "--last", 9)
+        self.assertEqual((result.returncode, result.stderr.count("input")), (1, 2))
+        self.assertEqual((self.folder / "f_09.bin").read_bytes(), before)
+
     def test_wrong_usage(self):
         for arguments, status, word in ((("f_{}.bin", "-o", "out.obj"), 2, "{}"),
                                         (("f_02.bin", "-o", "out_{}.obj"), 2, "{}"),

@@ -13,4 +13,7 @@ std::string extensionOf(const std::string& path);
 std::filesystem::path pathOf(const std::string& utf8);
 std::string utf8Of(const std::filesystem::path& path);
 
+/// Whether both names lead to one file that exists, whatever way.
+bool isSameFile(const std::string& a, const std::string& b);
+
 }  // namespace tavrix::tool

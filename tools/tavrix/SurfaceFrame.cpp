@@ -169,6 +169,8 @@ FrameReport runFrame(const SurfaceOptions& options, const SurfaceFiles& files,
                      const std::optional<SurfaceSettings>& given, const std::optional<Box3D>& viewBox,
                      Progress& progress)
 {
+    if (isSameFile(files.input, files.output))
+        throw Failure(files.output + ": is the input by another name; name another file");
     progress.begin("read");
     ParticleFile particles = readParticleFile(files.input);
     const SurfaceSettings settings = given ? *given : settle(options, particles.positions);
