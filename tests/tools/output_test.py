@@ -143,6 +143,14 @@ class Sequences(OutputTest):
         self.assertAlmostEqual(ObjMesh(self.folder / "same.obj").volume(), ObjMesh(self.folder / "out_11.obj").volume(),
                                delta=1e-5)
 
+    def test_folders_keep_their_braces(self):
+        (self.folder / "a{}").mkdir()
+        os.rename(self.folder / "f_09.bin", self.folder / "a{}" / "f_09.bin")
+        self.surface("a{}/f_09.bin", "-o", "a{}/one.obj")
+        self.surface("a{}/f_{}.bin", "-o", "a{}/out_{}.obj")
+        self.assertEqual(sorted(os.listdir(self.folder / "a{}")), ["f_09.bin", "one.obj", "out_09.obj"])
+        self.assert_refused(self.run_program("surface", "a{}/", "-o", "out.obj"), 1, "a{}/", "folder")
+
     def test_the_input_is_never_replaced(self):
         before = (self.folder / "f_09.bin").read_bytes()
         self.assert_refused(self.run_program("surface", "f_09.bin", "-o", "./f_09.bin"), 1, "./f_09.bin", "input")
