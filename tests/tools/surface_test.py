@@ -169,8 +169,8 @@ class Failures(SurfaceTest):
 
     def test_levels_without_a_surface(self):
         self.write_particles(block(3, 0.05))
-        for level in ("1000", "-1"):
-            self.assert_fails("--level", level, words=["--level"])
+        for level in ("1000", "0", "-1"):
+            self.assert_fails("--level", level, words=["from 0 to 4", "--level"])
 
     def test_outputs_that_cannot_be(self):
         self.write_particles(block(3, 0.05))
