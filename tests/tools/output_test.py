@@ -163,6 +163,7 @@ class Sequences(OutputTest):
                                         (("f_02.bin", "-o", "out_{}.obj"), 2, "{}"),
                                         (("f_{}.bin", "-o", "o_{}.obj", "--preview", "p.png"), 2, "--preview"),
                                         (("f_02.bin", "-o", "out.obj", "--first", "3"), 2, "--first"),
+                                        (("f_{}.bin", "-o", "o_{}.obj", "--last", "-1"), 2, "--last"),
                                         (("f_02.bin", "-o", "f_02.bin"), 2, "input"),
                                         (("f_02.bin", "-o", "o.obj", "--preview-particles"), 2, "--preview"),
                                         (("g_{}.bin", "-o", "out_{}.obj"), 1, "g_{}.bin"),

@@ -202,7 +202,7 @@ class Failures(SurfaceTest):
         cases = {"": "subcommand", "volume": "subcommand", "surface -o out.obj": "IN",
                  "surface in.bin": "--output", "surface in.bin -o out.txt": "out.txt",
                  f"{good} more.bin": "more.bin"}
-        for option in ("--radius 0", "--radius -1", "--radius nan", "--radius 1e-50", "--radius x",
+        for option in ("--radius 0", "--radius -1", "--radius nan", "--radius 1e-20", "--radius 1e20", "--radius x",
                        "--spacing 0", "--spacing inf", "--level nan", "--field blob", "--influence 101",
                        "--threads 0", "--threads"):
             cases[f"{good} {option}"] = option.split()[0]
