@@ -229,7 +229,7 @@ class Manners(SurfaceTest):
     @on_linux
     def test_a_pipe_as_output_gets_the_mesh(self):
         self.write_particles(block(3, 0.05))
-        result = self.surface("--quiet", output="/dev/stdout")
+        result = self.surface(output="/dev/stdout")
         self.assertEqual((result.returncode, result.stderr), (0, ""))
         self.mesh()
         self.assertEqual(result.stdout, (self.folder / "out.obj").read_text())

@@ -23,6 +23,8 @@ std::string utf8Of(const std::filesystem::path& path)
     return {text.begin(), text.end()};
 }
 
+bool isStandardOutput(const std::string& path) { return path == "/dev/stdout" || path == "/dev/fd/1"; }
+
 bool isSameFile(const std::string& a, const std::string& b)
 {
     std::error_code error;
