@@ -143,11 +143,27 @@ class Sequences(OutputTest):
         self.assertAlmostEqual(ObjMesh(self.folder / "same.obj").volume(), ObjMesh(self.folder / "out_11.obj").volume(),
                                delta=1e-5)
 
+    def test_folders_keep_their_braces(self):
+        (self.folder / "a{}").mkdir()
+        os.rename(self.folder / "f_09.bin", self.folder / "a{}" / "f_09.bin")
+        self.surface("a{}/f_09.bin", "-o", "a{}/one.obj")
+        self.surface("a{}/f_{}.bin", "-o", "a{}/out_{}.obj")
+        self.assertEqual(sorted(os.listdir(self.folder / "a{}")), ["f_09.bin", "one.obj", "out_09.obj"])
+        self.assert_refused(self.run_program("surface", "a{}/", "-o", "out.obj"), 1, "a{}/", "folder")
+
+    def test_the_input_is_never_replaced(self):
+        before = (self.folder / "f_09.bin").read_bytes()
+        self.assert_refused(self.run_program("surface", "f_09.bin", "-o", "./f_09.bin"), 1, "./f_09.bin", "input")
+        result = self.run_program("surface", "f_{}.bin", "-o", "./f_{}.bin", "--last", 9)
+        self.assertEqual((result.returncode, result.stderr.count("input")), (1, 2))
+        self.assertEqual((self.folder / "f_09.bin").read_bytes(), before)
+
     def test_wrong_usage(self):
         for arguments, status, word in ((("f_{}.bin", "-o", "out.obj"), 2, "{}"),
                                         (("f_02.bin", "-o", "out_{}.obj"), 2, "{}"),
                                         (("f_{}.bin", "-o", "o_{}.obj", "--preview", "p.png"), 2, "--preview"),
                                         (("f_02.bin", "-o", "out.obj", "--first", "3"), 2, "--first"),
+                                        (("f_{}.bin", "-o", "o_{}.obj", "--last", "-1"), 2, "--last"),
                                         (("f_02.bin", "-o", "f_02.bin"), 2, "input"),
                                         (("f_02.bin", "-o", "o.obj", "--preview-particles"), 2, "--preview"),
                                         (("g_{}.bin", "-o", "out_{}.obj"), 1, "g_{}.bin"),

@@ -66,6 +66,7 @@ void addConvertCommand(CLI::App& app, Command& command)
     convert->callback(
         [options, &command]
         {
+            options->quiet |= isStandardOutput(options->output);
             const auto run = [options]
             {
                 runConvert(*options);

@@ -1,5 +1,7 @@
 #include "FileName.h"
 
+#include <system_error>
+
 namespace tavrix::tool
 {
 
@@ -19,6 +21,14 @@ std::string utf8Of(const std::filesystem::path& path)
 {
     const std::u8string text = path.u8string();
     return {text.begin(), text.end()};
+}
+
+bool isStandardOutput(const std::string& path) { return path == "/dev/stdout" || path == "/dev/fd/1"; }
+
+bool isSameFile(const std::string& a, const std::string& b)
+{
+    std::error_code error;
+    return std::filesystem::equivalent(pathOf(a), pathOf(b), error);
 }
 
 }  // namespace tavrix::tool

@@ -13,4 +13,10 @@ std::string extensionOf(const std::string& path);
 std::filesystem::path pathOf(const std::string& utf8);
 std::string utf8Of(const std::filesystem::path& path);
 
+/// Whether the name is that of the program's own standard output, which then is no place for messages.
+bool isStandardOutput(const std::string& path);
+
+/// Whether both names lead to one file that exists, whatever way.
+bool isSameFile(const std::string& a, const std::string& b);
+
 }  // namespace tavrix::tool

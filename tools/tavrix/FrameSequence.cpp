@@ -18,6 +18,9 @@ namespace
 
 constexpr const char* hole = "{}";
 
+/// Where the file's own name has its {}; folders may have some of their own.
+std::size_t holeOf(const std::string& name) { return name.find(hole, name.find_last_of("/\\") + 1); }
+
 /// The frame that a file's name stands for, if its digits are a number.
 std::optional<Frame> frameOf(const std::string& name, const std::string& prefix, const std::string& suffix)
 {
@@ -43,12 +46,12 @@ std::vector<Frame> framesIn(const fs::path& folder, const std::string& namePatte
 
 }  // namespace
 
-bool isPattern(const std::string& name) { return name.find(hole) != std::string::npos; }
+bool isPattern(const std::string& name) { return holeOf(name) != std::string::npos; }
 
 std::string fillPattern(const std::string& pattern, const std::string& text)
 {
     std::string filled = pattern;
-    if (isPattern(pattern)) filled.replace(filled.find(hole), 2, text);
+    if (isPattern(pattern)) filled.replace(holeOf(filled), 2, text);
     return filled;
 }
 

@@ -9,7 +9,8 @@
 namespace tavrix::tool
 {
 
-/// A name with a {} in it stands for the frames of a sequence: any digits may take its place.
+/// A file name with a {} in it stands for the frames of a sequence: any digits may take its place. The names
+/// of folders are taken as they are.
 bool isPattern(const std::string& name);
 
 /// The pattern with the text in place of its {}.
@@ -21,8 +22,8 @@ struct Frame
     uint64 number;
 };
 
-/// The frames for which there are files, by number, from `first` to `last` where those are given. The folder
-/// itself has no {}. Throws Failure when there are none.
+/// The frames for which there are files, by number, from `first` to `last` where those are given. Throws
+/// Failure when there are none.
 std::vector<Frame> findFrames(const std::string& pattern, std::optional<uint64> first,
                               std::optional<uint64> last);
 

@@ -140,6 +140,7 @@ void addPreviewCommand(CLI::App& app, Command& command)
     preview->callback(
         [options, &command]
         {
+            options->quiet |= isStandardOutput(options->output);
             const auto run = [options]
             {
                 runPreview(*options);

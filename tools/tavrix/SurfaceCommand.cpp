@@ -108,9 +108,11 @@ void addSurface(CLI::App& surface, SurfaceOptions& options)
 void addSequence(CLI::App& surface, SurfaceOptions& options)
 {
     surface.add_option("--first", options.first, "The first frame to make")
+        ->check(frameNumber)
         ->option_text("NUMBER")
         ->group("Sequence");
     surface.add_option("--last", options.last, "The last frame to make")
+        ->check(frameNumber)
         ->option_text("NUMBER")
         ->group("Sequence");
     surface
@@ -172,6 +174,7 @@ void addSurfaceCommand(CLI::App& app, Command& command)
         [options, &command]
         {
             checkTogether(*options);
+            options->quiet |= isStandardOutput(options->output);
             const auto run = [options]
             {
                 if (isPattern(options->input)) return surfaceSequence(*options);

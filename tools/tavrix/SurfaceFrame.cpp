@@ -94,18 +94,18 @@ void extract(Mesh& mesh, const SurfaceOptions& options, const SurfaceSettings& s
              const std::string& file)
 {
     mesh.setName("surface");
-    IsosurfaceExtractor3::extractMesh(field, mesh, settings.fieldLevel(), 0, 0, 0, 0, 0, 0, settings.threads,
-                                      interrupted, options.clean);
+    IsosurfaceExtractor3::extractMesh(field, mesh, settings.level * settings.valueAtOne(), 0, 0, 0, 0, 0, 0,
+                                      settings.threads, interrupted, options.clean);
     stopIfInterrupted();
     if (mesh.isEmpty())
     {
         const auto& samples = field.getArrScalars();
-        const float perLevel = settings.fieldLevel() / settings.level;
         char message[160];
         std::snprintf(message, sizeof message,
                       ": no surface at level %.4g, the field's values go from 0 to %.4g; try a --level "
                       "between or a smaller --spacing",
-                      settings.level, *std::max_element(samples.begin(), samples.end()) / perLevel);
+                      settings.level,
+                      *std::max_element(samples.begin(), samples.end()) / settings.valueAtOne());
         throw Failure(file + message);
     }
     faceOutwards(mesh);
@@ -169,6 +169,8 @@ FrameReport runFrame(const SurfaceOptions& options, const SurfaceFiles& files,
                      const std::optional<SurfaceSettings>& given, const std::optional<Box3D>& viewBox,
                      Progress& progress)
 {
+    if (isSameFile(files.input, files.output))
+        throw Failure(files.output + ": is the input by another name; name another file");
     progress.begin("read");
     ParticleFile particles = readParticleFile(files.input);
     const SurfaceSettings settings = given ? *given : settle(options, particles.positions);

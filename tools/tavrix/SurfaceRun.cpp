@@ -6,6 +6,7 @@
 #include <tavrix/platform/Hardware.h>
 
 #include "Failure.h"
+#include "FileName.h"
 #include "FrameSequence.h"
 #include "Interrupt.h"
 #include "ParticleFile.h"
@@ -73,7 +74,7 @@ struct Sequence
 
 bool areUpToDate(const SurfaceFiles& files)
 {
-    return isUpToDate(files.output, files.input) &&
+    return !isSameFile(files.output, files.input) && isUpToDate(files.output, files.input) &&
            (files.preview.empty() || isUpToDate(files.preview, files.input));
 }
 

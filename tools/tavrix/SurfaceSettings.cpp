@@ -13,11 +13,11 @@ float SurfaceSettings::reach() const
     return field == FieldKind::Distance ? 2.0f * radius : radius * (influence * 3.8f / 100.0f + 1.2f);
 }
 
-float SurfaceSettings::fieldLevel() const
+float SurfaceSettings::valueAtOne() const
 {
-    if (field != FieldKind::Anisotropic) return level;
+    if (field != FieldKind::Anisotropic) return 1;
     const float ratio = radius / reach(), t = 1 - ratio * ratio;
-    return level * t * t * t;
+    return t * t * t;
 }
 
 SurfaceSettings settle(const SurfaceOptions& options, const Array<Vector3F>& positions)

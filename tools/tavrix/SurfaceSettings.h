@@ -22,9 +22,9 @@ struct SurfaceSettings
 
     /// How far a particle reaches in the field: 2 radii in a distance field, else 1.2 to 5 by the influence.
     float reach() const;
-    /// The field's value at the level. A lone anisotropic kernel has (1 - (radius / reach)^2)^3 at its
-    /// radius.
-    float fieldLevel() const;
+    /// The field's value where the level is 1. A lone anisotropic kernel has (1 - (radius / reach)^2)^3 at
+    /// its radius.
+    float valueAtOne() const;
 };
 
 /// Settles the options for some particles. Level: 1; in a distance field 0.05, 1.6 radii from a particle, so

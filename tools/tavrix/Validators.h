@@ -19,7 +19,8 @@ inline const auto positiveNumber = CLI::Validator(
         double value = 0;
         const bool isNumber = CLI::detail::lexical_cast(text, value);
         if (!isNumber || !(value > 0)) return "must be a number above 0";
-        return value > 1e-30 && value < 1e30 ? "" : "must lie between 1e-30 and 1e30";
+        // the squares of lengths have to fit into single precision
+        return value >= 1e-15 && value <= 1e15 ? "" : "must lie between 1e-15 and 1e15";
     },
     "NUMBER > 0");
 
@@ -29,6 +30,15 @@ inline const auto finiteNumber = CLI::Validator(
         double value = 0;
         const bool finite = CLI::detail::lexical_cast(text, value) && value > -1e30 && value < 1e30;
         return finite ? "" : "must be a finite number";
+    },
+    "NUMBER");
+
+inline const auto frameNumber = CLI::Validator(
+    [](std::string& text) -> std::string
+    {
+        const bool isWhole =
+            !text.empty() && text.size() < 20 && text.find_first_not_of("0123456789") == std::string::npos;
+        return isWhole ? "" : "must be a whole number, as in the file's name";
     },
     "NUMBER");
 

@@ -103,6 +103,7 @@ Array<Vector3F> interpolateAtPlaces(const NeighbourGrid& grid, const Array<Vecto
     {
         const NeighbourGrid::Run run = placeGrid.cell(cell);
         grid.findRuns(boxAround(placeGrid, run, reach), runs);
+        if (runs.empty()) return;
         const detail::ValueRuns source{{grid.coordinates(0), grid.coordinates(1), grid.coordinates(2)},
                                        {sorted.axes[0].data(), sorted.axes[1].data(), sorted.axes[2].data()},
                                        &runs.data()->begin,

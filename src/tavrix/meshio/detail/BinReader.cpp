@@ -28,6 +28,12 @@ bool findMarker(FileBufferIn& file, uint32 expected)
     return file.readUInt(&marker) == 1 && marker == expected;
 }
 
+/// Files may end where a marker was looked for, but not break.
+FileStatus statusAtEnd(const FileBufferIn& file)
+{
+    return file.status() == FileStatus::failed ? FileStatus::failed : FileStatus::ok;
+}
+
 FileStatus readCount(FileBufferIn& file, uint32& count)
 {
     int32 number = 0;
@@ -182,9 +188,10 @@ FileStatus readBin(FileBufferIn& file, const BinChannels& channels, Mesh& mesh)
     if (status != FileStatus::ok) return status;
     mesh.createNormals(everythingSmooth);
 
-    if (!findMarker(file, binTextureMarker)) return FileStatus::ok;
+    if (!findMarker(file, binTextureMarker)) return statusAtEnd(file);
     status = readTextures(file, version, channels.uv, mesh);
-    if (status != FileStatus::ok || !findMarker(file, binVelocityMarker) || !channels.velocity) return status;
+    if (status != FileStatus::ok) return status;
+    if (!findMarker(file, binVelocityMarker) || !channels.velocity) return statusAtEnd(file);
     return readChannel(file, mesh, "Velocity",
                        [](const unsigned char* bytes) { return decodeVector<float, float>(bytes); });
 }
