@@ -4,7 +4,10 @@
 #include <array>
 #include <cmath>
 #include <limits>
+#include <tuple>
 #include <vector>
+
+#include "GridFit.h"
 
 namespace tavrix::tool
 {
@@ -17,9 +20,18 @@ constexpr std::size_t neighbourRank = 4;
 /// Radius of the ball that holds neighbourRank + 1/2 particles of a unit lattice.
 constexpr double radiusOnLattice = 1.0242;
 
+/// The axis along which the particles spread most.
+uint32 widestAxis(const Array<Vector3F>& positions)
+{
+    const Box3D box = boundingBox(positions);
+    const Vector3D extent = box.max - box.min;
+    const double widest = std::max({extent.x, extent.y, extent.z});
+    return extent.x == widest ? 0 : extent.y == widest ? 1 : 2;
+}
+
 /// The squared distance from a particle to the n-th nearest one elsewhere, or to the farthest where there are
-/// fewer; the particles are sorted by x.
-double squaredDistanceToNearest(const std::vector<Vector3F>& sorted, std::size_t index)
+/// fewer; the particles are sorted along the axis.
+double squaredDistanceToNearest(const std::vector<Vector3F>& sorted, std::size_t index, uint32 axis)
 {
     const Vector3D p = convert<double>(sorted[index]);
     std::array<double, neighbourRank> nearest;
@@ -33,7 +45,7 @@ double squaredDistanceToNearest(const std::vector<Vector3F>& sorted, std::size_t
             nearest.back() = square;
             std::inplace_merge(nearest.begin(), nearest.end() - 1, nearest.end());
         }
-        return d.x * d.x < nearest.back();
+        return d[axis] * d[axis] < nearest.back();
     };
     for (std::size_t n = index; n-- > 0 && look(sorted[n]);)
         ;
@@ -49,13 +61,17 @@ double squaredDistanceToNearest(const std::vector<Vector3F>& sorted, std::size_t
 double estimateSpacing(const Array<Vector3F>& positions)
 {
     std::vector<Vector3F> sorted(positions.begin(), positions.end());
-    std::sort(sorted.begin(), sorted.end(), [](const Vector3F& a, const Vector3F& b) { return a.x < b.x; });
+    // along the widest axis there are the fewest to look at; the others make the order the same everywhere
+    const uint32 axis = widestAxis(positions);
+    const auto key = [axis](const Vector3F& p) { return std::tuple(p[axis], p.x, p.y, p.z); };
+    std::sort(sorted.begin(), sorted.end(),
+              [&](const Vector3F& a, const Vector3F& b) { return key(a) < key(b); });
 
     std::vector<double> squares;
     const std::size_t step = sorted.size() / sampleCount + 1;
     for (std::size_t n = 0; n < sorted.size(); n += step)
     {
-        const double square = squaredDistanceToNearest(sorted, n);
+        const double square = squaredDistanceToNearest(sorted, n, axis);
         if (square > 0) squares.push_back(square);
     }
     if (squares.empty()) return 0;
