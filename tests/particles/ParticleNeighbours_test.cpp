@@ -75,6 +75,9 @@ TEST(ParticleNeighbours, EqualBruteForceForEveryThreadCount)
         for (const uint32 threads : {1u, 2u, 7u})
         {
             EXPECT_EQ(countNeighbours(grid, positions, reach, threads), counts);
+            Array<uint32> few = counts;
+            for (uint32& count : few) count = std::min(count, 3u);
+            EXPECT_EQ(countNeighbours(grid, positions, reach, threads, 3), few);
             const auto found = interpolateAtPlaces(grid, values, places, reach, threads, nullptr);
             if (threads == 1) first = found;
             EXPECT_EQ(found, first);

@@ -36,7 +36,7 @@ uint32 dropStrays(ParticleFile& particles, const SurfaceSettings& settings, uint
     if (least == 0) return 0;
     const double radius = 2.0 * settings.radius;
     const NeighbourGrid grid(particles.positions, radius, settings.threads);
-    const Array<uint32> counts = countNeighbours(grid, particles.positions, radius, settings.threads);
+    const Array<uint32> counts = countNeighbours(grid, particles.positions, radius, settings.threads, least);
     uint32 kept = 0;
     for (uint32 n = 0; n < counts.size(); ++n)
     {

@@ -19,13 +19,19 @@ double squaredDistance(const NeighbourGrid& grid, uint32 n, const Vector3D& plac
     return dx * dx + dy * dy + dz * dz;
 }
 
+/// Counts on to the end of a piece of the runs when there are more than `most`.
 uint32 countWithin(const NeighbourGrid& grid, const std::vector<NeighbourGrid::Run>& runs,
-                   const Vector3D& place, double radius)
+                   const Vector3D& place, double radius, uint32 most)
 {
+    constexpr uint32 pieceSize = 256;
     uint32 count = 0;
     for (const NeighbourGrid::Run& run : runs)
-        for (uint32 n = run.begin; n < run.end; ++n)
-            count += squaredDistance(grid, n, place) < radius * radius ? 1 : 0;
+        for (uint32 piece = run.begin; piece < run.end && count <= most;)
+        {
+            const uint32 end = piece + std::min(run.end - piece, pieceSize);
+            for (; piece < end; ++piece)
+                count += squaredDistance(grid, piece, place) < radius * radius ? 1 : 0;
+        }
     return count;
 }
 
@@ -76,7 +82,7 @@ Box3D boxAround(const NeighbourGrid& grid, NeighbourGrid::Run run, double margin
 }  // namespace
 
 Array<uint32> countNeighbours(const NeighbourGrid& grid, const Array<Vector3F>& positions, double radius,
-                              uint32 threadCount)
+                              uint32 threadCount, uint32 most)
 {
     Array<uint32> counts(positions.size(), 0u);
     const auto countInCell = [&](uint32 cell, std::vector<NeighbourGrid::Run>& runs)
@@ -85,7 +91,8 @@ Array<uint32> countNeighbours(const NeighbourGrid& grid, const Array<Vector3F>& 
         for (uint32 n = grid.cell(cell).begin; n < grid.cell(cell).end; ++n)
         {
             const Vector3D place = convert<double>(positions[grid.order()[n]]);
-            counts[grid.order()[n]] = countWithin(grid, runs, place, radius) - 1;
+            const uint32 count = countWithin(grid, runs, place, radius, most);
+            counts[grid.order()[n]] = count == 0 ? 0 : std::min(count - 1, most);  // less itself
         }
     };
     detail::forEachCell(grid, threadCount, nullptr, countInCell);

@@ -8,9 +8,10 @@ namespace tavrix
 
 /// The number of other sorted points of the grid closer than `radius` to each position that it was made of,
 /// in the order of the positions; 0 for those that are not finite. Points at one place count one another.
-/// Linear in the pairs of points within a few radii.
+/// No count goes beyond `most`. Linear in the pairs of points within a few radii, and with a small `most`,
+/// which ends each count early, in the points, however many lie at one place.
 TX_GEOMETRY_API Array<uint32> countNeighbours(const NeighbourGrid& grid, const Array<Vector3F>& positions,
-                                              double radius, uint32 threadCount);
+                                              double radius, uint32 threadCount, uint32 most = noIndex);
 
 /// Carries a quantity from particles to places: the average of the values around a place, weighted by
 /// (1 - d^2 / reach^2)^3, as in Shepard's interpolation.
