@@ -26,19 +26,21 @@ Field emptyField(uint32 x, uint32 y, uint32 z)
     return field;
 }
 
-/// The text with a # for each number of six decimals.
-std::string withoutNumbers(std::string text)
+/// The text with a # for each word that is a number of six decimals.
+std::string withoutNumbers(const std::string& text)
 {
-    const char* const digits = "0123456789";
-    for (std::size_t point = 0; (point = text.find('.', point + 1)) != std::string::npos;)
+    std::string result, word;
+    for (const char c : text)
     {
-        const std::size_t begin = text.find_last_not_of(digits, point - 1) + 1;
-        const std::size_t end = text.find_first_not_of(digits, point + 1);
-        if (begin == point || end - point != 7) continue;
-        text.replace(begin, end - begin, "#");
-        point = begin;
+        word += c;
+        if (c != ' ' && c != '\n') continue;
+        const std::size_t point = word.find_first_not_of("0123456789");
+        const bool isNumber = point > 0 && word.size() - point == 8 && word[point] == '.' &&
+                              word.find_first_not_of("0123456789", point + 1) == word.size() - 1;
+        result += isNumber ? std::string{'#', c} : word;
+        word.clear();
     }
-    return text;
+    return result + word;
 }
 
 /// Layers of particles 0.5 apart, shaken by up to a quarter of that, the top one around z = 0.
