@@ -121,7 +121,7 @@ class Convert(FilesTest):
         self.write("empty.obj", b"")
         before = sorted(os.listdir(self.folder))
         for arguments, status, word in (("particles.bin out.obj", 1, "tavrix surface"),
-                                        ("cut.bin out.obj", 1, "cut off"), ("cut.stl out.obj", 1, "cut.stl"),
+                                        ("cut.bin out.obj", 1, "cut off"), ("cut.stl out.obj", 1, "cut off"),
                                         ("empty.obj out.stl", 1, "no faces"),
                                         ("missing.stl out.obj", 1, "missing.stl"),
                                         ("good.stl missing/out.obj", 1, "missing/out.obj"),

@@ -11,7 +11,7 @@ from math import inf, nan
 
 from obj_mesh import ObjMesh
 from particle_file import block, particle_file
-from program import ProgramTest
+from program import ProgramTest, on_linux
 
 BLOCK = block(6, 0.05)
 
@@ -99,6 +99,21 @@ class Formats(OutputTest):
                      "--preview-size", "64x40")
         sizes = [struct.unpack_from(">2I", (self.folder / name).read_bytes(), 16) for name in ("one.png", "two.png")]
         self.assertEqual(sizes, [(64, 40), (128, 40)])
+
+
+    def test_what_cannot_be_written_is_said_before_the_work(self):
+        self.write("in.bin", particle_file(BLOCK))
+        for arguments in (["-o", "none/out.obj"], ["-o", "out.obj", "--preview", "none/out.png"]):
+            self.assert_refused(self.run_program("surface", "in.bin", *arguments), 1, "none", "does not exist")
+        self.assertEqual(os.listdir(self.folder), ["in.bin"])
+
+    @on_linux
+    def test_a_file_that_is_replaced_keeps_its_permissions(self):
+        self.write("in.bin", particle_file(BLOCK))
+        self.write("out.obj", b"older")
+        (self.folder / "out.obj").chmod(0o640)
+        self.surface("in.bin", "-o", "out.obj")
+        self.assertEqual((self.folder / "out.obj").stat().st_mode & 0o777, 0o640)
 
 
 class Sequences(OutputTest):

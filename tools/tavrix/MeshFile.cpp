@@ -56,11 +56,34 @@ void refuseFailedRead(const std::string& path, int result)
 
 bool isDirection(const Vector3F& v) { return dot(v, v) > 0.1f && dot(v, v) < 10.0f; }
 
+/// Whether there is a zero byte near the start, as in no text but in most binary STL files.
+bool beginsWithZeroBytes(const std::string& path)
+{
+    std::array<char, 512> bytes;
+    FileBufferIn file;
+    file.open(TX_String(path), "rb", 512);
+    const std::size_t count = file.readBuffer(bytes.data(), bytes.size());
+    return std::find(bytes.begin(), bytes.begin() + count, '\0') != bytes.begin() + count;
+}
+
+/// The number of facets that a binary STL file states.
+uint32 statedFacets(const std::string& path)
+{
+    FileBufferIn file;
+    uint32 count = 0;
+    file.open(TX_String(path), "rb", 16);
+    file.seek(80, 0);
+    file.readUInt(&count);
+    return count;
+}
+
 int readStl(const std::string& path, ArrayOfPtr<Mesh>& meshes)
 {
     using Encoding = MeshSTLFileParser::Encoding;
     const Encoding encoding = isBinaryStl(path) ? Encoding::binary : Encoding::ascii;
     const int result = parser<MeshSTLFileParser>().read(TX_String(path), meshes, encoding);
+    if (result > 0 && encoding == Encoding::binary && meshes.back()->getFacesSize() < statedFacets(path))
+        return meshFileEndsTooEarly;
     for (Mesh* mesh : meshes)
         if (!std::all_of(mesh->nor().begin(), mesh->nor().end(), isDirection)) mesh->recalculateNormals();
     return result;
@@ -166,7 +189,7 @@ bool isBinaryStl(const std::string& path)
 {
     MeshSTLFileParser::Encoding encoding = MeshSTLFileParser::Encoding::ascii;
     refuseFailedRead(path, MeshSTLFileParser::encodingBySize(TX_String(path), encoding));
-    return encoding == MeshSTLFileParser::Encoding::binary;
+    return encoding == MeshSTLFileParser::Encoding::binary || beginsWithZeroBytes(path);
 }
 
 MeshFile readMeshes(const std::string& path)

@@ -20,7 +20,8 @@ enum class FileKind
 /// Failure when it cannot be opened or is of no known kind.
 FileKind kindOfFile(const std::string& path);
 
-/// Whether an STL file is binary, as its size tells: many binary files claim in their headers to be ASCII.
+/// Whether an STL file is binary, as its size tells, or, should it be cut off, zero bytes near its start:
+/// many binary files claim in their headers to be ASCII.
 bool isBinaryStl(const std::string& path);
 
 /// What a mesh file holds: its meshes, one a group of an OBJ file, with valid indices; and the number of

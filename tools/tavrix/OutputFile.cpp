@@ -27,6 +27,14 @@ fs::path freeNameBeside(const fs::path& target)
 
 }  // namespace
 
+void confirmFolder(const std::string& target)
+{
+    std::error_code error;
+    const fs::path folder = pathOf(target).parent_path();
+    if (!folder.empty() && !fs::is_directory(folder, error))
+        throw Failure(target + ": the folder " + utf8Of(folder) + " does not exist; make it first");
+}
+
 void writeFileWhole(const std::string& target, const std::function<int(const std::string&)>& write)
 {
     std::error_code error;
@@ -34,9 +42,7 @@ void writeFileWhole(const std::string& target, const std::function<int(const std
     if (fs::is_symlink(path, error) && fs::is_regular_file(path, error)) path = fs::canonical(path);
     const fs::file_status status = fs::status(path, error);
     if (fs::is_directory(status)) throw Failure(target + ": is a folder; name a file in it");
-    const fs::path folder = path.parent_path();
-    if (!folder.empty() && !fs::is_directory(folder, error))
-        throw Failure(target + ": the folder " + utf8Of(folder) + " does not exist; make it first");
+    confirmFolder(target);
 
     const bool direct = fs::exists(status) && !fs::is_regular_file(status);
     const fs::path beside = direct ? path : freeNameBeside(path);
@@ -46,6 +52,7 @@ void writeFileWhole(const std::string& target, const std::function<int(const std
         throw Failure(target + ": cannot be written; is the disk full or the folder protected?");
     }
     if (direct) return;
+    if (fs::exists(status)) fs::permissions(beside, status.permissions(), error);
     fs::rename(beside, path, error);
     if (error)
     {

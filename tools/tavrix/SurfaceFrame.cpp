@@ -12,6 +12,7 @@
 #include "FileName.h"
 #include "Interrupt.h"
 #include "MeshFile.h"
+#include "OutputFile.h"
 #include "ParticleFile.h"
 #include "preview/Picture.h"
 #include "preview/Render.h"
@@ -171,6 +172,8 @@ FrameReport runFrame(const SurfaceOptions& options, const SurfaceFiles& files,
 {
     if (isSameFile(files.input, files.output))
         throw Failure(files.output + ": is the input by another name; name another file");
+    confirmFolder(files.output);
+    confirmFolder(files.preview);
     progress.begin("read");
     ParticleFile particles = readParticleFile(files.input);
     const SurfaceSettings settings = given ? *given : settle(options, particles.positions);
