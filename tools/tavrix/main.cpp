@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <memory>
 #include <new>
 #include <string>
 
@@ -12,6 +13,7 @@
 #include "Command.h"
 #include "ConvertCommand.h"
 #include "Failure.h"
+#include "HelpFormatter.h"
 #include "InfoCommand.h"
 #include "Interrupt.h"
 #include "PreviewCommand.h"
@@ -27,6 +29,9 @@ constexpr int failed = 1, wrongUsage = 2;
 std::string usageMessage(const CLI::App* app, const CLI::Error& error)
 {
     const std::vector<CLI::App*> chosen = app->get_subcommands();
+    const std::vector<std::string> unknown = app->remaining();
+    if (chosen.empty() && !unknown.empty())
+        return "tavrix: there is no command or option " + unknown.front() + "; see tavrix --help\n";
     const std::string command = chosen.empty() ? "" : " " + chosen.front()->get_name();
     return "tavrix: " + std::string(error.what()) + "; see tavrix" + command + " --help\n";
 }
@@ -68,6 +73,7 @@ int main(int argc, char** argv)
     app.require_subcommand(1);
     app.get_formatter()->column_width(32);
     app.set_version_flag("--version", "tavrix " TAVRIX_VERSION);
+    app.formatter(std::make_shared<HelpFormatter>());
     app.failure_message(usageMessage);
     app.footer(
         "\nFrom particles to a picture:\n"
