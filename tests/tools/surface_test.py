@@ -199,7 +199,7 @@ class Failures(SurfaceTest):
     def test_wrong_usage(self):
         self.write_particles(block(3, 0.05))
         good = "surface in.bin -o out.obj"
-        cases = {"": "subcommand", "volume": "subcommand", "surface -o out.obj": "IN",
+        cases = {"": "subcommand", "volume": "no command or option volume", "surface -o out.obj": "IN",
                  "surface in.bin": "--output", "surface in.bin -o out.txt": "out.txt",
                  f"{good} more.bin": "more.bin"}
         for option in ("--radius 0", "--radius -1", "--radius nan", "--radius 1e-20", "--radius 1e20", "--radius x",

@@ -6,8 +6,12 @@ _tavrix_commands() { "$1" --help 2>/dev/null | sed -n '/^Subcommands:/,/^[^ ]*$/
 # The long options of the program's help, given further arguments: they stand before the first two blanks.
 _tavrix_options() { "$@" --help 2>/dev/null | sed -nE '/^ +-/{s/^ +//; s/  .*//; p}' | grep -oE -- '--[a-z][a-z-]*'; }
 
-# The names that the help of an option quotes: _tavrix_names OPTION PROGRAM COMMAND
-_tavrix_names() { "$2" "$3" --help 2>/dev/null | grep -E -- "^ +[^ ]*$1[ ,]" | grep -oE "'[a-z]+'" | tr -d "'"; }
+# The names that the help of an option quotes, on however many lines: _tavrix_names OPTION PROGRAM COMMAND
+_tavrix_names()
+{
+    "$2" "$3" --help 2>/dev/null | awk -v option="(^|,)$1(,|\$)" '/^  -/ { on = $1 ~ option } on' |
+        grep -oE "'[a-z]+'" | tr -d "'"
+}
 
 # Completes a file name with one of the extensions, in small letters or capitals, or a folder.
 _tavrix_files()
