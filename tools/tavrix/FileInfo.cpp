@@ -1,7 +1,6 @@
 #include "FileInfo.h"
 
 #include <algorithm>
-#include <cmath>
 #include <filesystem>
 #include <limits>
 #include <numeric>
@@ -20,12 +19,6 @@ namespace tavrix::tool
 
 namespace
 {
-
-template <class T>
-bool isFinite(const Vector3<T>& v)
-{
-    return std::isfinite(v.x) && std::isfinite(v.y) && std::isfinite(v.z);
-}
 
 struct ParticleHeader
 {

@@ -1,6 +1,5 @@
 #include "ParticleFile.h"
 
-#include <cmath>
 #include <filesystem>
 #include <optional>
 
@@ -35,8 +34,6 @@ void refuseCut(const std::string& path, uint32 read)
                       std::to_string(*stated) + " particles; write or copy it again");
     if (read == 0) throw Failure(path + ": holds no particles; give a file that does");
 }
-
-bool isFinite(const Vector3F& v) { return std::isfinite(v.x) && std::isfinite(v.y) && std::isfinite(v.z); }
 
 /// The particles with a finite position.
 ParticleFile usable(const ParticleSystem_v3& particles)

@@ -212,7 +212,7 @@ FrameReport runFrame(const SurfaceOptions& options, const SurfaceFiles& files,
     if (!files.preview.empty())
     {
         progress.begin("preview");
-        mesh.confirmNormalsCalculated();
+        if (!holdsNormals(options)) mesh.recalculateNormalsParallelized(settings.threads);
         draw(mesh, particles, options, settings, viewBox.value_or(box), files.preview);
     }
     progress.end();

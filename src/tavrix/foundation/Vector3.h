@@ -57,6 +57,13 @@ T length(const Vector3<T>& a)
     return std::sqrt(dot(a, a));
 }
 
+/// Whether all components are numbers, and not infinite.
+template <class T>
+bool isFinite(const Vector3<T>& v)
+{
+    return std::isfinite(v.x) && std::isfinite(v.y) && std::isfinite(v.z);
+}
+
 /// The vector's components converted to another type, each as static_cast converts it.
 template <class To, class From>
 constexpr Vector3<To> convert(const Vector3<From>& v)

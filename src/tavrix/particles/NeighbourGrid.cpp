@@ -21,8 +21,6 @@ constexpr uint32 keyBits = 31;
 constexpr uint32 notFiniteKey = noIndex;  // above every key
 constexpr double farthestCell = 1e15;     // whole numbers up to here are exact
 
-bool isFinite(const Vector3F& p) { return std::isfinite(p.x) && std::isfinite(p.y) && std::isfinite(p.z); }
-
 }  // namespace
 
 NeighbourGrid::NeighbourGrid(const Array<Vector3F>& positions, double cellSize, uint32 threadCount)

@@ -20,8 +20,6 @@ bool isOnStage(const Vector3F& p)
     return std::fabs(p.x) < edgeOfStage && std::fabs(p.y) < edgeOfStage && std::fabs(p.z) < edgeOfStage;
 }
 
-bool isFinite(const Vector3D& p) { return std::isfinite(p.x) && std::isfinite(p.y) && std::isfinite(p.z); }
-
 bool isDrawable(const Array<Vector3D>& positions, const Index3& face)
 {
     return std::max({face.a, face.b, face.c}) < positions.size() && isFinite(positions[face.a]) &&

@@ -59,10 +59,8 @@ AnisotropicKernels::AnisotropicKernels(const Array<Vector3F>& positions, const A
     _radii.reserve(count);
     for (uint32 n = 0; n < count; ++n)
     {
-        const Vector3F& p = positions[n];
-        const bool isFinite = std::isfinite(p.x) && std::isfinite(p.y) && std::isfinite(p.z);
-        if (!isFinite || !(radii[n] > 0) || !std::isfinite(radii[n])) continue;
-        _positions.push_back(p);
+        if (!isFinite(positions[n]) || !(radii[n] > 0) || !std::isfinite(radii[n])) continue;
+        _positions.push_back(positions[n]);
         _radii.push_back(radii[n]);
     }
 }
