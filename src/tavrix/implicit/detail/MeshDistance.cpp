@@ -104,54 +104,88 @@ void rootsUpTo(T* samples, std::size_t count, T band)
     plain::rootsUpTo(samples, count, band);
 }
 
-/// Lowers the samples of the x planes [low, high) to the faces [first, last).
+/// The x planes of one worker, the faces that reach them, and how far it has come.
 template <class T>
-void lowerSlab(const DistanceTarget<T>& target, const MeshFaces& mesh, const Array<FaceReach>& reaches,
-               uint32 first, uint32 last, uint32 low, uint32 high, T* scratch)
+struct Slab
 {
-    constexpr uint32 blockSize = 512;
-    uint32 numbers[blockSize];
-    for (uint32 start = first; start < last; start += std::min(blockSize, last - start))
-    {
-        const uint32 end = start + std::min(blockSize, last - start);
-        uint32 count = 0;
-        for (uint32 f = start; f < end; ++f)
-        {
-            numbers[count] = f;
-            count += reaches[f].low < high && reaches[f].high > low;
-        }
-        lowerToFaces(target, mesh, numbers, count, low, high, scratch);
-    }
+    uint32 low, high;
+    Array<uint32> faces;
+    uint32 nextFace, nextPlane;
+    Array<T> scratch;
+
+    bool isDone() const { return nextFace == faces.size(); }
+};
+
+template <class T>
+std::vector<Slab<T>> makeSlabs(const DistanceTarget<T>& target, const Array<FaceReach>& reaches,
+                               uint32 threadCount)
+{
+    const std::vector<uint32> cuts = cutSlabs(reaches, target.size[0], threadCount);
+    std::vector<Slab<T>> slabs(cuts.size() - 1);
+    parallelFor(slabs.size(), threadCount,
+                [&](uint32, uint64 begin, uint64 end)
+                {
+                    for (uint64 s = begin; s < end; ++s)
+                    {
+                        Slab<T>& slab = slabs[s];
+                        slab.low = slab.nextPlane = cuts[s];
+                        slab.high = cuts[s + 1];
+                        slab.nextFace = 0;
+                        slab.scratch.resize(target.size[2]);
+                        for (uint32 f = 0; f < reaches.size(); ++f)
+                            if (reaches[f].low < slab.high && reaches[f].high > slab.low)
+                                slab.faces.push_back(f);
+                    }
+                });
+    return slabs;
 }
 
-/// Lowers all samples to all faces: rounds of faces, or, where one face is more than a round, of planes.
+/// One round of a slab: as many faces as make enough visits or, where the next alone makes more, some planes
+/// of it.
+template <class T>
+void lowerSlab(const DistanceTarget<T>& target, const MeshFaces& mesh, const Array<FaceReach>& reaches,
+               Slab<T>& slab)
+{
+    double visits = 0;
+    uint32 end = slab.nextFace;
+    while (end < slab.faces.size() && visits < visitsPerRound)
+    {
+        const FaceReach& reach = reaches[slab.faces[end]];
+        const double planes = std::min(slab.high, reach.high) - std::max(slab.low, reach.low);
+        const double more = double{reach.visits} * planes / (reach.high - reach.low);
+        if (end > slab.nextFace && more > visitsPerRound) break;
+        visits += more;
+        ++end;
+    }
+    const uint32* numbers = slab.faces.data() + slab.nextFace;
+    const double rounds = std::min(visits / visitsPerRound, 1e6);
+    const uint32 count = end - slab.nextFace;
+    const uint32 planesLeft = slab.high - slab.nextPlane;
+    const uint32 planes = count == 1 && rounds > 2
+                              ? std::min(planesLeft, static_cast<uint32>((slab.high - slab.low) / rounds) + 1)
+                              : planesLeft;
+    lowerToFaces(target, mesh, numbers, count, slab.nextPlane, slab.nextPlane + planes, slab.scratch.data());
+    slab.nextPlane += planes;
+    if (slab.nextPlane < slab.high) return;
+    slab.nextPlane = slab.low;
+    slab.nextFace = end;
+}
+
+/// Lowers all samples to all faces, in rounds.
 template <class T>
 bool lowerAll(const DistanceTarget<T>& target, const MeshFaces& mesh, const Array<FaceReach>& reaches,
               uint32 threadCount, CancelCallback callback)
 {
-    const std::vector<uint32> slabs = cutSlabs(reaches, target.size[0], threadCount);
-    const auto workers = static_cast<uint32>(slabs.size() - 1);
-    std::vector<Array<T>> scratch(workers);
-    for (auto& room : scratch) room.resize(target.size[2] + 8);
-    for (uint32 first = 0, last = 0; first < mesh.faceCount; first = last)
+    std::vector<Slab<T>> slabs = makeSlabs(target, reaches, threadCount);
+    const auto isDone = [](const Slab<T>& slab) { return slab.isDone(); };
+    while (!std::all_of(slabs.begin(), slabs.end(), isDone))
     {
-        double visits = 0;
-        while (last < mesh.faceCount && visits < visitsPerRound * workers) visits += reaches[last++].visits;
-        const auto parts = static_cast<uint32>(
-            std::clamp(visits / (2 * visitsPerRound * workers), 0.0, double(target.size[0] - 1)) + 1);
-        for (uint32 part = 0; part < parts; ++part)
-        {
-            if (isCancelled(callback)) return false;
-            parallelFor(workers, workers,
-                        [&](uint32, uint64 w, uint64)
-                        {
-                            const uint64 planes = slabs[w + 1] - slabs[w];
-                            lowerSlab(target, mesh, reaches, first, last,
-                                      static_cast<uint32>(slabs[w] + planes * part / parts),
-                                      static_cast<uint32>(slabs[w] + planes * (part + 1) / parts),
-                                      scratch[w].data());
-                        });
-        }
+        if (isCancelled(callback)) return false;
+        parallelFor(slabs.size(), static_cast<uint32>(slabs.size()),
+                    [&](uint32, uint64 s, uint64)
+                    {
+                        if (!slabs[s].isDone()) lowerSlab(target, mesh, reaches, slabs[s]);
+                    });
     }
     return true;
 }

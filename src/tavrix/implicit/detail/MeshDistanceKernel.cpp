@@ -30,6 +30,7 @@ struct Vector
 };
 
 Vector difference(const Vector& a, const Vector& b) { return {a.x - b.x, a.y - b.y, a.z - b.z}; }
+Vector added(const Vector& a, const Vector& b) { return {a.x + b.x, a.y + b.y, a.z + b.z}; }
 Vector scaled(const Vector& a, double s) { return {a.x * s, a.y * s, a.z * s}; }
 Vector middle(const Vector& a, const Vector& b)
 {
@@ -89,7 +90,7 @@ Face makeFace(const Vector3D& a, const Vector3D& b, const Vector3D& c)
         face.normal = scaled(normal, 1 / twiceArea);
         return face;
     }
-    // its longest edge, there and back
+    // its longest edge, there, back and there again
     const Vector along = face.length[0] > 0 ? scaled(edges[0], 1 / face.length[0]) : Vector{1, 0, 0};
     face.corner[2] = face.corner[0];
     for (uint32 e = 0; e < 3; ++e)
@@ -130,11 +131,11 @@ FaceForms<T> makeForms(const Face& face, const Vector& origin)
     forms.origin = origin;
     for (uint32 e = 0; e < 3; ++e)
     {
+        const double half = face.length[e] * 0.5;
         const Vector& from = face.corner[e];
-        const Vector& to = face.corner[(e + 1) % 3];
         forms.set(e, crossed(face.along[e], face.normal), from);
-        forms.set(3 + e, face.along[e], middle(from, to));
-        forms.halfLength[e] = static_cast<T>(face.length[e] * 0.5);
+        forms.set(3 + e, face.along[e], added(from, scaled(face.along[e], half)));
+        forms.halfLength[e] = static_cast<T>(half);
     }
     forms.set(normalForm, face.normal, face.corner[0]);
     forms.set(normalForm + 1, Vector{0, 0, 0}, origin);

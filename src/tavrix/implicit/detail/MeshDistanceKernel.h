@@ -23,7 +23,7 @@ struct DistanceTarget
 ///
 /// lowerToFaces lowers the samples of the x planes [low, high) to the squared distances from the faces with
 /// the numbers given, where these come within the band; the faces' corners exist and are finite. `scratch`
-/// has room for size[2] + 8 numbers. rootsUpTo makes distances of squared ones: the band for those not below
+/// has room for size[2] numbers. rootsUpTo makes distances of squared ones: the band for those not below
 /// its square.
 #define TX_DECLARE_DISTANCE_KERNEL                                                                     \
     template <class T>                                                                                 \
