@@ -135,6 +135,20 @@ TEST(MeshDistance, EqualsBruteForce)
         }
 }
 
+TEST(MeshDistance, NeedlesEndAtTheirTips)
+{
+    // nodes straight beyond the tip, where rounding decides on which side of the long edges they are
+    const Grid grid = gridAt(9, 9, 9, {0.1, 0.1, 0.1}, {0.02, 0.03, 0.01});
+    for (const Vector3D& direction : {Vector3D{1, 1, 1}, Vector3D{1, 2, -1}, Vector3D{0, 3, 1}})
+        for (double width = 1e-3; width > 1e-9; width *= 0.4)
+        {
+            const Vector3D tip = grid.getPoint(4, 4, 4), end = tip - direction;
+            Mesh mesh;
+            addFace(mesh, end, end + Vector3D{width, 0, -width}, tip);
+            EXPECT_LT(largestError(mesh, grid, 2.0f), 4e-6) << width;
+        }
+}
+
 TEST(MeshDistance, BadFacesDoNotCount)
 {
     const Grid grid = gridAt(6, 7, 18, {1, 1, 1}, {0, 0, 0});
