@@ -188,14 +188,16 @@ void ImplicitSurface3Regular<T>::initVectorSparseField(Vector3Field3<T, double>&
         values.set(m, _surface.test(m) ? surfaceValue : Vector3<T>{0, 0, 0});
 }
 
-#define TX_INSTANTIATE(T)                                                                                 \
-    template uint32 ImplicitSurface3Regular<T>::fastSweepingExtend(Field&, const T&, uint32) const;       \
-    template uint32 ImplicitSurface3Regular<T>::fastSweepingExtend(Vector3Field3<T, double>&, const T&,   \
-                                                                   uint32) const;                         \
-    template uint32 ImplicitSurface3Regular<T>::fastSweepingExtendSparse(Field&, const T&, uint32) const; \
-    template uint32 ImplicitSurface3Regular<T>::fastSweepingExtendSparse(Vector3Field3<T, double>&,       \
-                                                                         const T&, uint32) const;         \
-    template void ImplicitSurface3Regular<T>::initVectorSparseField(Vector3Field3<T, double>&,            \
+#define TX_INSTANTIATE(T)                                                                                  \
+    template bool ImplicitSurface3Regular<T>::getExtentionConvergence(const T&, const T&, T&, T&, uint32&, \
+                                                                      uint32&);                            \
+    template uint32 ImplicitSurface3Regular<T>::fastSweepingExtend(Field&, const T&, uint32) const;        \
+    template uint32 ImplicitSurface3Regular<T>::fastSweepingExtend(Vector3Field3<T, double>&, const T&,    \
+                                                                   uint32) const;                          \
+    template uint32 ImplicitSurface3Regular<T>::fastSweepingExtendSparse(Field&, const T&, uint32) const;  \
+    template uint32 ImplicitSurface3Regular<T>::fastSweepingExtendSparse(Vector3Field3<T, double>&,        \
+                                                                         const T&, uint32) const;          \
+    template void ImplicitSurface3Regular<T>::initVectorSparseField(Vector3Field3<T, double>&,             \
                                                                     const Vector3<T>&) const;
 TX_INSTANTIATE(float)
 TX_INSTANTIATE(double)

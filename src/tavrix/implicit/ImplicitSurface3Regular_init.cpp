@@ -147,6 +147,8 @@ void ImplicitSurface3Regular<T>::forgetInside()
 }
 
 #define TX_INSTANTIATE(T)                                                                                    \
+    template void ImplicitSurface3Regular<T>::resetOver(const Box3D&, double, uint32);                       \
+    template void ImplicitSurface3Regular<T>::forgetInside();                                                \
     template bool ImplicitSurface3Regular<T>::init(const Mesh&, double, const Box3D&, IMPLICIT_SURFACE_TYPE, \
                                                    uint32, CancelCallback, uint32);                          \
     template bool ImplicitSurface3Regular<T>::init(const Mesh&, uint32, IMPLICIT_SURFACE_TYPE, uint32,       \

@@ -130,7 +130,9 @@ void ImplicitSurface3Regular<T>::createNeighborsCells()
     template void ImplicitSurface3Regular<T>::markVoxelUnsignedNodes(const Index3&);               \
     template void ImplicitSurface3Regular<T>::addBorderAroundSurface();                            \
     template void ImplicitSurface3Regular<T>::addBorderAroundNeighbors();                          \
-    template void ImplicitSurface3Regular<T>::createNeighborsCells();
+    template void ImplicitSurface3Regular<T>::createNeighborsCells();                              \
+    template void ImplicitSurface3Regular<T>::markNeighbor(const Index3&, bool);                   \
+    template void ImplicitSurface3Regular<T>::addBorder(const BitArray&);
 TX_INSTANTIATE(float)
 TX_INSTANTIATE(double)
 #undef TX_INSTANTIATE

@@ -151,8 +151,14 @@ uint32 ImplicitSurface3Regular<T>::fastSweeping(const T& tolerance, const uint32
     return fastSweeping(T{length(diagonal)}, tolerance, threadCount);
 }
 
-#define TX_INSTANTIATE(T)                                                                        \
-    template uint32 ImplicitSurface3Regular<T>::fastSweeping(const T&, const T&, const uint32&); \
+#define TX_INSTANTIATE(T)                                                                              \
+    template uint32 ImplicitSurface3Regular<T>::fastSweepingPositive(const T&, const T&, uint32);      \
+    template T ImplicitSurface3Regular<T>::sweepOnce(                                                  \
+        const detail::SweepVolumes&, const Tuple3<int32, int32, int32>&, const T&, Array<T>&);         \
+    template void ImplicitSurface3Regular<T>::getSweepingDirections(Directions&);                      \
+    template detail::SweepVolumes ImplicitSurface3Regular<T>::preparingThreadedSweepingVolumes(uint32) \
+        const;                                                                                         \
+    template uint32 ImplicitSurface3Regular<T>::fastSweeping(const T&, const T&, const uint32&);       \
     template uint32 ImplicitSurface3Regular<T>::fastSweeping(const T&, const uint32&);
 TX_INSTANTIATE(float)
 TX_INSTANTIATE(double)

@@ -67,9 +67,10 @@ template <class T>
 T SparseField<T>::get(const Index3& node) const
 {
     const Row held = row(node.a, node.b);
-    const uint32* end = _indexes.begin() + held.end;
-    const uint32* found = std::lower_bound(_indexes.begin() + held.begin, end, node.c);
-    return found != end && *found == node.c ? _values[static_cast<std::size_t>(found - _indexes.begin())]
+    const uint32* begin = _indexes.data();
+    const uint32* end = begin + held.end;
+    const uint32* found = std::lower_bound(begin + held.begin, end, node.c);
+    return found != end && *found == node.c ? _values[static_cast<std::size_t>(found - begin)]
                                             : _defaultValue;
 }
 
@@ -77,9 +78,10 @@ template <class T>
 void SparseField<T>::set(const Index3& node, T value)
 {
     const Row held = row(node.a, node.b);
-    const uint32* end = _indexes.begin() + held.end;
-    const uint32* found = std::lower_bound(_indexes.begin() + held.begin, end, node.c);
-    const auto place = static_cast<uint32>(found - _indexes.begin());
+    const uint32* begin = _indexes.data();
+    const uint32* end = begin + held.end;
+    const uint32* found = std::lower_bound(begin + held.begin, end, node.c);
+    const auto place = static_cast<uint32>(found - begin);
     if (found != end && *found == node.c)
     {
         _values[place] = value;
