@@ -201,8 +201,6 @@ private:
     using Directions = std::array<Tuple3<int32, int32, int32>, 8>;
 
     uint32 fastSweepingPositive(const T& bandLimit, const T& tolerance, uint32 threadCount);
-    T sweepOnce(const detail::SweepVolumes& volumes, const Tuple3<int32, int32, int32>& direction,
-                const T& bandLimit, Array<T>& scratch);
     static void getSweepingDirections(Directions& directions);
     detail::SweepVolumes preparingThreadedSweepingVolumes(uint32 threadCount) const;
     template <class Values>
