@@ -4,8 +4,8 @@
 #include <vector>
 
 #include <tavrix/fields/detail/Lattice.h>
-#include <tavrix/implicit/detail/FaceCorners.h>
 #include <tavrix/implicit/detail/MeshDistanceKernel.h>
+#include <tavrix/implicit/detail/MeshFaces.h>
 #include <tavrix/implicit/detail/Rounds.h>
 #include <tavrix/platform/detail/CpuFeatures.h>
 

@@ -4,8 +4,8 @@
 #include <cstdint>
 #include <vector>
 
-#include <tavrix/implicit/detail/FaceCorners.h>
 #include <tavrix/implicit/detail/FaceSlice.h>
+#include <tavrix/implicit/detail/MeshFaces.h>
 #include <tavrix/implicit/detail/Rounds.h>
 
 namespace tavrix::detail
