@@ -60,19 +60,26 @@ VdbSampling meshToLevelSet(const float* points, unsigned pointCount, const unsig
     return sampling;
 }
 
-double sdfToSdf(const float* samples, int size, double voxelSize, int iterations, int threads)
+VdbSweeping sdfToSdf(const float* samples, const float* exact, int size, double voxelSize, int iterations,
+                     int threads)
 {
     openvdb::initialize();
     const tbb::global_control limit(tbb::global_control::max_allowed_parallelism, threads);
     const auto grid = openvdb::FloatGrid::create(static_cast<float>(size * voxelSize));
     grid->setTransform(openvdb::math::Transform::createLinearTransform(voxelSize));
     grid->setGridClass(openvdb::GRID_LEVEL_SET);
+    const auto place = [size](const openvdb::Coord& c)
+    { return (static_cast<std::size_t>(c.x()) * size + c.y()) * size + c.z(); };
     auto access = grid->getAccessor();
-    for (int i = 0; i < size; ++i)
-        for (int j = 0; j < size; ++j)
-            for (int k = 0; k < size; ++k)
-                access.setValueOn(openvdb::Coord(i, j, k),
-                                  samples[(static_cast<std::size_t>(i) * size + j) * size + k]);
+    for (openvdb::Coord c(0, 0, 0); c.x() < size; ++c.x())
+        for (c.y() = 0; c.y() < size; ++c.y())
+            for (c.z() = 0; c.z() < size; ++c.z()) access.setValueOn(c, samples[place(c)]);
+
+    VdbSweeping sweeping{};
     openvdb::FloatGrid::Ptr swept;
-    return secondsOf([&] { swept = openvdb::tools::sdfToSdf(*grid, 0.0f, iterations); });
+    sweeping.seconds = secondsOf([&] { swept = openvdb::tools::sdfToSdf(*grid, 0.0f, iterations); });
+    for (auto value = swept->cbeginValueOn(); value; ++value)
+        sweeping.meanError += std::fabs(*value - exact[place(value.getCoord())]);
+    sweeping.meanError /= std::pow(size, 3);
+    return sweeping;
 }

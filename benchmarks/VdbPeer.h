@@ -16,6 +16,12 @@ struct VdbSampling
 VdbSampling meshToLevelSet(const float* points, unsigned pointCount, const unsigned* triangles,
                            unsigned triangleCount, int threads, const float* samples, int size);
 
-/// tools::sdfToSdf with so many iterations of normalisation or sweeping, on size^3 samples, z fastest, all of
-/// them active; returns the seconds of the call alone.
-double sdfToSdf(const float* samples, int size, double voxelSize, int iterations, int threads);
+struct VdbSweeping
+{
+    double seconds;    ///< of the call alone
+    double meanError;  ///< of the result, from the exact samples given
+};
+
+/// tools::sdfToSdf with so many iterations of sweeping on size^3 samples, z fastest, all of them active.
+VdbSweeping sdfToSdf(const float* samples, const float* exact, int size, double voxelSize, int iterations,
+                     int threads);

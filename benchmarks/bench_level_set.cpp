@@ -1,14 +1,16 @@
-// Level sets. Sampling: the signed distance from a closed mesh of about 100,000 faces (a torus) on 128^3
-// nodes with a band of three nodes, at one and two threads; beside OpenVDB's meshToLevelSet (the band alone,
-// as many threads) where it is installed. And one face across a large grid. Median of seven runs.
+// Level sets: sampling a closed mesh of about 100,000 faces (a torus) on 128^3 nodes with a band of three,
+// redistancing 256^3 nodes from the exact band of a sphere, and diffusing 256^3 samples in both modes; at one
+// and two threads, the medians of a few runs. Beside OpenVDB's meshToLevelSet and sdfToSdf, with as many
+// threads, where it is installed, and a triad a = b + 3 c on arrays as large, which shows the memory's
+// bandwidth.
 
 #include <cmath>
 #include <cstdio>
 #include <vector>
 
 #include <tavrix/fields/ScalarField3.h>
-#include <tavrix/implicit/detail/MeshDistance.h>
-#include <tavrix/implicit/detail/MeshInside.h>
+#include <tavrix/foundation/ParallelFor.h>
+#include <tavrix/implicit/ImplicitSurface3Regular.h>
 #include <tavrix/isosurface/IsosurfaceExtractor3.h>
 #include <tavrix/mesh/Mesh.h>
 
@@ -24,87 +26,150 @@ using tavrix::benchmark::medianMilliseconds;
 namespace
 {
 
-constexpr uint32 size = 128;
+using Field = ScalarField3<float, double>;
+using Surface = ImplicitSurface3Regular<float>;
 
 /// A torus about the z axis on size^3 nodes from the origin on, in units of nodes, faces outwards.
-Mesh makeTorus()
+Mesh makeTorus(uint32 size)
 {
-    ScalarField3<float, double> field;
+    Field field;
     field.reset(size, size, size, 1.0);
     const double middle = (size - 1) / 2.0;
     field.moveTo({middle, middle, middle});
     for (uint32 m = 0; m < field.size(); ++m)
     {
-        const Index3 n = field.getIndexes(m);
-        const double x = n.a - middle, y = n.b - middle, z = n.c - middle;
-        field[m] = static_cast<float>(std::hypot(std::hypot(x, y) - 0.29 * size, z) - 0.17 * size);
+        const Vector3D p = field.getPoint(m) - Vector3D{middle, middle, middle};
+        field[m] = static_cast<float>(std::hypot(std::hypot(p.x, p.y) - 0.29 * size, p.z) - 0.17 * size);
     }
     Mesh mesh;
     IsosurfaceExtractor3::extractMesh(field, mesh, 0.0f, 0, 0, 0, 0, 0, 0, true);
     return mesh;
 }
 
-/// One face across 256^3 nodes: rows that it is far from must cost next to nothing.
-void sampleLargeFace()
+void benchSampling(uint32 threads)
 {
-    const auto grid = GridDescription3<double>::centered(256, 256, 256, {1, 1, 1});
-    Mesh mesh;
-    mesh.refPos() = {{-128, -128, -128}, {128, -128, 100}, {0, 128, 128}};
-    const auto time = [&]
+    constexpr uint32 size = 128;
+    const Mesh mesh = makeTorus(size);
+    Surface surface;
+    const double ours = medianMilliseconds(
+        [&]
+        {
+            surface.init_toZeroSize();
+            surface.init(mesh, 1.0, {{0, 0, 0}, {size - 1.0, size - 1.0, size - 1.0}},
+                         TX_IMPLICIT_SURFACE_SIGNED, threads);
+        });
+    std::printf("sampling %u faces on %u^3 nodes\n  init             %8.1f ms\n", mesh.getFacesSize(), size,
+                ours);
+#if defined(TAVRIX_WITH_OPENVDB)
+    std::vector<float> points;
+    for (const Vector3D& p : mesh.pos())
+        for (uint32 axis = 0; axis < 3; ++axis) points.push_back(static_cast<float>(p[axis]));
+    VdbSampling peer{};
+    std::vector<double> times;
+    for (int run = 0; run < 7; ++run)
     {
-        return medianMilliseconds(
-            [&]
-            {
-                Array<float> samples(grid.size);
-                detail::sampleDistance(mesh, grid, 3.0f, 1, nullptr, samples.data());
-            });
-    };
-    const double empty = time();
-    mesh.refTrindexPos() = {{0, 1, 2}};
-    std::printf("one face across 256^3 nodes, 1 thread: %.1f ms, no face: %.1f ms\n", time(), empty);
+        peer = meshToLevelSet(points.data(), mesh.getPosSize(), &mesh.trindexPos()[0].a, mesh.getFacesSize(),
+                              static_cast<int>(threads), surface.getField().getDenseSamples(), size);
+        times.push_back(peer.seconds * 1e3);
+    }
+    std::nth_element(times.begin(), times.begin() + 3, times.end());
+    std::printf("  meshToLevelSet   %8.1f ms  (%lld active voxels, largest difference %.2g nodes)\n",
+                times[3], peer.activeVoxels, peer.largestDifference);
+    std::printf("  meshToLevelSet / init = %.1f\n", times[3] / ours);
+#endif
+}
+
+void benchSweeping(uint32 threads)
+{
+    constexpr uint32 size = 256;
+    constexpr double separation = 2.0 / (size - 1), radius = 0.6;
+    Surface band;
+    band.reset(size, size, size, separation);
+    band.getDefaultValue() = 10;
+    Array<float> exact(band.getArraySize());
+    for (uint32 m = 0; m < exact.size(); ++m)
+    {
+        const double d = length(band.getField().getPoint(m)) - radius;
+        exact[m] = static_cast<float>(d);
+        band.set(m, std::fabs(d) < 2 * separation ? exact[m] : d < 0 ? -10.f : 10.f);
+    }
+    Surface surface;
+    uint32 iterations = 0;
+    std::vector<double> times;
+    for (int run = 0; run < 5; ++run)
+    {
+        surface = band;
+        times.push_back(medianMilliseconds(
+            [&] { iterations = surface.fastSweeping(static_cast<float>(1e-3 * separation), threads); }, 1));
+    }
+    std::nth_element(times.begin(), times.begin() + 2, times.end());
+    double error = 0;
+    for (uint32 m = 0; m < exact.size(); ++m)
+        error += std::fabs(double{surface.get(m)} - exact[m]) / exact.size();
+    std::printf(
+        "redistancing %u^3 nodes\n  fastSweeping     %8.1f ms  (%u iterations, mean error %.2f nodes)\n",
+        size, times[2], iterations, error / separation);
+#if defined(TAVRIX_WITH_OPENVDB)
+    const VdbSweeping peer = sdfToSdf(band.getField().getDenseSamples(), exact.data(), static_cast<int>(size),
+                                      separation, 1, static_cast<int>(threads));
+    std::printf("  sdfToSdf         %8.1f ms  (1 iteration, mean error %.2f nodes)\n", peer.seconds * 1e3,
+                peer.meanError / separation);
+    std::printf("  sdfToSdf / fastSweeping = %.1f\n", peer.seconds * 1e3 / times[2]);
+#endif
+}
+
+/// Milliseconds of a triad on three arrays.
+double triadTime(uint32 size, uint32 threads)
+{
+    Array<float> a(size, 0), b(size, 1), c(size, 2);
+    return medianMilliseconds(
+        [&]
+        {
+            parallelFor(size, threads,
+                        [&](uint32, uint64 begin, uint64 end)
+                        {
+                            for (uint64 n = begin; n < end; ++n) a[n] = b[n] + 3 * c[n];
+                        });
+        });
+}
+
+void benchDiffusion(uint32 threads)
+{
+    constexpr uint32 size = 256;
+    Field field;
+    field.reset(size, size, size, 1.0);
+    for (uint32 m = 0; m < field.size(); ++m) field[m] = static_cast<float>(m % 97);
+    const float diffusion = 0.1f / static_cast<float>(field.size());
+    const double bytes = sizeof(float) * static_cast<double>(field.size());
+    const double bandwidth = 3 * bytes / triadTime(field.size(), threads) / 1e6;
+    std::printf("diffusing %u^3 samples\n  triad            %8.1f GB/s\n", size, bandwidth);
+    const struct
+    {
+        const char* name;
+        Field::DiffuseDissipateSolverMode mode;
+        double traffic;  ///< arrays that are read or written at least
+        int runs;
+    } modes[] = {{"explicit", Field::TX_FIELD_DIFFUSE_EXPLICIT, 2, 7},
+                 {"implicit", Field::TX_FIELD_DIFFUSE_IMPLICIT, 20 * 3, 3}};
+    for (const auto& m : modes)
+    {
+        const double time = medianMilliseconds(
+            [&] { field.diffuse_dissipate(1, diffusion, 0, threads, m.mode, -farValue, farValue); }, m.runs);
+        std::printf("  %s         %8.1f ms  (%.0f %% of the triad's bandwidth)\n", m.name, time,
+                    100 * m.traffic * bytes / time / 1e6 / bandwidth);
+    }
 }
 
 }  // namespace
 
 int main()
 {
-    sampleLargeFace();
-    const Mesh mesh = makeTorus();
-    auto grid = GridDescription3<double>::centered(size, size, size, {1, 1, 1});
-    grid.moveTo({(size - 1) / 2.0, (size - 1) / 2.0, (size - 1) / 2.0});
-    std::printf("sampling %u faces on %u^3 nodes\n", mesh.getFacesSize(), size);
     for (const uint32 threads : {1u, 2u})
     {
-        Array<float> samples;
-        const double distance = medianMilliseconds(
-            [&]
-            {
-                samples = Array<float>(grid.size);
-                detail::sampleDistance(mesh, grid, 3.0f, threads, nullptr, samples.data());
-            });
-        // In place: an odd number of runs leaves the inside negative.
-        const double sign =
-            medianMilliseconds([&] { detail::negateInside(mesh, grid, threads, nullptr, samples.data()); });
         std::printf("%u thread%s\n", threads, threads == 1 ? "" : "s");
-        std::printf("  distance         %8.1f ms\n", distance);
-        std::printf("  sign             %8.1f ms\n", sign);
-#if defined(TAVRIX_WITH_OPENVDB)
-        std::vector<float> points;
-        for (const Vector3D& p : mesh.pos())
-            for (uint32 axis = 0; axis < 3; ++axis) points.push_back(static_cast<float>(p[axis]));
-        VdbSampling peer{};
-        std::vector<double> times;
-        for (int run = 0; run < 7; ++run)
-        {
-            peer = meshToLevelSet(points.data(), mesh.getPosSize(), &mesh.trindexPos()[0].a,
-                                  mesh.getFacesSize(), static_cast<int>(threads), samples.data(), size);
-            times.push_back(peer.seconds * 1e3);
-        }
-        std::nth_element(times.begin(), times.begin() + 3, times.end());
-        std::printf("  meshToLevelSet   %8.1f ms  (%lld active voxels, largest difference %.2g nodes)\n",
-                    times[3], peer.activeVoxels, peer.largestDifference);
-        std::printf("  sampling / meshToLevelSet = %.2f\n", (distance + sign) / times[3]);
-#endif
+        benchSampling(threads);
+        benchSweeping(threads);
+        benchDiffusion(threads);
     }
     return 0;
 }

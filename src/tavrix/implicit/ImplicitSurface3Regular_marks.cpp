@@ -1,5 +1,7 @@
 #include <tavrix/implicit/ImplicitSurface3Regular.h>
 
+#include <vector>
+
 namespace tavrix
 {
 
@@ -21,6 +23,17 @@ struct Around
     {
     }
 };
+
+/// How many of the four nodes of a row and its upper neighbours in x and y are below the threshold, for each
+/// k: two of these that follow each other are the nodes of a voxel.
+template <class T>
+void countBelow(const GridDescription3<double>& grid, const T* row, T threshold, std::vector<uint8>& below)
+{
+    const T *rowX = row + grid.sizeYZ, *rowY = row + grid.sizeZ, *rowXY = rowX + grid.sizeZ;
+    for (std::size_t k = 0; k < below.size(); ++k)
+        below[k] = static_cast<uint8>((row[k] < threshold) + (rowX[k] < threshold) + (rowY[k] < threshold) +
+                                      (rowXY[k] < threshold));
+}
 
 /// use(monoindex) for every set bit, in order.
 template <class Use>
@@ -115,11 +128,14 @@ template <class T>
 void ImplicitSurface3Regular<T>::createNeighborsCells()
 {
     unflag();
-    const uint32 rows = _field.sizeY();
+    std::vector<uint8> below(_field.sizeZ());
     for (uint32 i = 0; i + 1 < _field.sizeX(); ++i)
-        for (uint32 j = 0; j + 1 < rows; ++j)
-            for (uint32 k = 0; k + 1 < _field.sizeZ(); ++k)
-                if (detectLeftDownNearSurfaceVoxel({i, j, k})) markVoxelNodes({i, j, k});
+        for (uint32 j = 0; j + 1 < _field.sizeY(); ++j)
+        {
+            countBelow(_field.getGrid(), &_field[_field.getGrid().getMonoindex(i, j, 0)], _threshold, below);
+            for (uint32 k = 0; k + 1 < below.size(); ++k)
+                if ((below[k] + below[k + 1]) % 8 != 0) markVoxelNodes({i, j, k});
+        }
     addBorderAroundSurface();
 }
 
