@@ -31,47 +31,41 @@ public:
         uint32 m = _grid.getMonoindex(i, 0, 0);
         for (uint32 j = 0; j < _grid.sizeY; ++j)
             for (uint32 k = 0; k < _grid.sizeZ; ++k, ++m)
-            {
-                const Index3 node{i, j, k};
-                const Slopes slopes = slopesAt(node, m);
-                if (slopes.isNear) found.push_back({m, static_cast<T>(distance(m, slopes))});
-            }
+                if (isNear({i, j, k}, m)) found.push_back({m, static_cast<T>(distance({i, j, k}, m))});
     }
 
 private:
-    struct Slopes
-    {
-        double squares = 0;  ///< of the gradient's length
-        bool isNear = false;
-    };
+    uint32 step(uint32 axis) const { return axis == 0 ? _grid.sizeYZ : axis == 1 ? _grid.sizeZ : 1; }
+    bool hasLow(const Index3& node, uint32 axis) const { return node[axis] > 0; }
+    bool hasHigh(const Index3& node, uint32 axis) const { return node[axis] + 1 < _grid.sizeAlong(axis); }
 
-    /// The gradient at a node: along each axis the central difference or, where the sign changes, the
-    /// steepest difference that crosses, so that a sheet thinner than two cells keeps its place.
-    Slopes slopesAt(const Index3& node, uint32 m) const
+    bool isNear(const Index3& node, uint32 m) const
     {
-        const uint32 steps[3] = {_grid.sizeYZ, _grid.sizeZ, 1};
-        const double own = _samples[m];
-        Slopes slopes;
+        const bool negative = _samples[m] < 0;
         for (uint32 axis = 0; axis < 3; ++axis)
-        {
-            const bool hasLow = node[axis] > 0, hasHigh = node[axis] + 1 < _grid.sizeAlong(axis);
-            const double low = hasLow ? _samples[m - steps[axis]] : own;
-            const double high = hasHigh ? _samples[m + steps[axis]] : own;
-            double slope = std::fabs(high - low) / (hasLow && hasHigh ? 2 : 1);
-            for (const double neighbour : {low, high})
-                if ((neighbour < 0) != (own < 0))
-                {
-                    slopes.isNear = true;
-                    slope = std::max(slope, std::fabs(neighbour - own));
-                }
-            slopes.squares += slope * slope;
-        }
-        return slopes;
+            if ((hasLow(node, axis) && (_samples[m - step(axis)] < 0) != negative) ||
+                (hasHigh(node, axis) && (_samples[m + step(axis)] < 0) != negative))
+                return true;
+        return false;
     }
 
-    double distance(uint32 m, const Slopes& slopes) const
+    /// The sample over the length of the gradient. Along each axis that is the central difference or, where
+    /// the sign changes, the steepest difference that crosses, so that a sheet thinner than two cells keeps
+    /// its place.
+    double distance(const Index3& node, uint32 m) const
     {
-        return _samples[m] * _grid.largestSeparation / std::sqrt(slopes.squares);
+        const double own = _samples[m];
+        double squares = 0;
+        for (uint32 axis = 0; axis < 3; ++axis)
+        {
+            const double low = hasLow(node, axis) ? _samples[m - step(axis)] : own;
+            const double high = hasHigh(node, axis) ? _samples[m + step(axis)] : own;
+            double slope = std::fabs(high - low) / (hasLow(node, axis) && hasHigh(node, axis) ? 2 : 1);
+            for (const double neighbour : {low, high})
+                if ((neighbour < 0) != (own < 0)) slope = std::max(slope, std::fabs(neighbour - own));
+            squares += slope * slope;
+        }
+        return own * _grid.largestSeparation / std::sqrt(squares);
     }
 
     const GridDescription3<double>& _grid;
