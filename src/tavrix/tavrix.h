@@ -26,6 +26,7 @@
 #include <tavrix/foundation/BlockDesc.h>
 #include <tavrix/foundation/Box3.h>
 #include <tavrix/foundation/CancelCallback.h>
+#include <tavrix/foundation/Divisor.h>
 #include <tavrix/foundation/ElementaryFunctions.h>
 #include <tavrix/foundation/FileRam.h>
 #include <tavrix/foundation/FileStreamBase.h>
