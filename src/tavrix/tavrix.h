@@ -59,6 +59,7 @@
 #include <tavrix/fields/ScalarField3.h>
 #include <tavrix/fields/ScalarField3_base.h>
 #include <tavrix/fields/ScalarField3Parent.h>
+#include <tavrix/fields/Vector3Field3.h>
 
 #include <tavrix/isosurface/IsosurfaceExtractor3.h>
 

@@ -45,6 +45,7 @@ public:
     static uint64 getMemoryUsagePrediction(uint32 sizeX, uint32 sizeY, uint32 sizeZ, Coord separation);
 
     const Array<Value>& getArrScalars() const { return _samples; }
+    const Value* getDenseSamples() const override { return _samples.data(); }
     Array<Value>& refArrScalars() { return _samples; }
 
     Value get(uint32 i, uint32 j, uint32 k) const { return _samples[_grid.getMonoindex(i, j, k)]; }
@@ -76,11 +77,36 @@ public:
     /// Fills every sample with the value and keeps it as the default.
     void setDefaultValue(Value value);
 
-    Tuple2<bool, Value> evalSafe(const Vector3<Coord>& point, ScalarFieldEvalMode mode) const override;
-    Tuple2<bool, Value> evalSafe_useLessThanThreshold(const Vector3<Coord>& point, Value threshold,
-                                                      ScalarFieldEvalMode mode) const override;
-    Tuple2<bool, Value> evalSafe_useGreaterThanThreshold(const Vector3<Coord>& point, Value threshold,
-                                                         ScalarFieldEvalMode mode) const override;
+    /// Whole-field arithmetic, sample by sample; the other field has as many samples.
+    /// this = other factor + this.
+    void add(const ScalarField3& other, Value factor) requires std::floating_point<Value>;
+    /// this = this - other.
+    void sub(const ScalarField3& other) requires std::floating_point<Value>;
+    void multiply(Value factor) requires std::floating_point<Value>;
+    void abs() requires std::floating_point<Value>;
+    /// The extremes. The searches start at 3.4028235e38 and -3.4028235e38, which is what an empty field
+    /// gives; samples that are not numbers do not count.
+    void findMinMax(Value& min, Value& max) const requires std::floating_point<Value>;
+    /// The extremes, and the sum of the samples, kept in Value, divided by their count; 0 for an empty field.
+    void findMinMaxAvg(Value& min, Value& max, Value& avg) const requires std::floating_point<Value>;
+    /// True when a sample is not a number or infinite.
+    bool doIHave_NaN() const requires std::floating_point<Value>;
+    /// Adds v to the eight nodes around the point, each its trilinear weight's share, so that the samples'
+    /// sum grows by v. Returns false, and changes nothing, for a point outside the closed box.
+    bool addValueToBoxContainingPoint(const Vector3<Coord>& point,
+                                      Value v) requires std::floating_point<Value>;
+
+    /// Blurs and fades the field: df/dt = diffusion (Laplacian of f, in node steps) - dissipation f.
+    ///
+    /// With a = timeStep diffusion size() and d = timeStep dissipation, the explicit mode makes one step
+    /// v = f + a (second differences along x, y, z), stable for a up to 1/6; the implicit mode makes twenty
+    /// Gauss-Seidel passes, in monoindex order and in place, of v = (a (sum of the six neighbours) + f0) /
+    /// (6a + 1), f0 the field before the call. Neighbours beyond a face are the face's node itself. Each new
+    /// value becomes v - v d, clamped to [minValue, maxValue]. Another mode changes nothing. Both modes give
+    /// the same bytes for every thread count.
+    void diffuse_dissipate(Value timeStep, Value diffusion, Value dissipation, uint32 threadCount,
+                           typename Base::DiffuseDissipateSolverMode mode, Value minValue,
+                           Value maxValue) requires std::floating_point<Value>;
 
     /// this = (b - a) t + a, sample by sample. The three fields have the same sizes. Integer values are
     /// computed in double precision and truncated.

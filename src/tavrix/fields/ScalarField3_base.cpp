@@ -28,14 +28,6 @@ template <class Value, class Coord>
 ScalarField3_base<Value, Coord>::~ScalarField3_base() = default;
 
 template <class Value, class Coord>
-bool ScalarField3_base<Value, Coord>::eval(const Vector3<Coord>& point, Value& out) const
-{
-    const Tuple2<bool, Value> found = evalSafe(point);
-    out = found.b;
-    return found.a;
-}
-
-template <class Value, class Coord>
 void ScalarField3_base<Value, Coord>::moveTo(const Vector3<Coord>& point)
 {
     _grid.moveTo(point);

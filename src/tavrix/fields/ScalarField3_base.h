@@ -12,6 +12,10 @@
 namespace tavrix
 {
 
+class Mesh;
+template <class Value, class Coord>
+class Vector3Field3;
+
 /// How a field stores its samples.
 enum class ScalarFieldType : uint32
 {
@@ -25,6 +29,16 @@ enum ScalarFieldEvalMode
 {
     TX_FIELD_EVAL_ASYMMETRIC,
     TX_FIELD_EVAL_SYMMETRIC
+};
+
+/// The difference that stands for the first derivative along an axis. Forward and backward differences turn
+/// round where they would leave the grid.
+enum EvalGradType
+{
+    TX_FIELD_GRAD_CENTRAL,      ///< (f(i+1) - f(i-1)) / 2h; at borders the one-sided (f(i+1) - f(i)) / h
+    TX_FIELD_GRAD_FORWARD,      ///< (f(i+1) - f(i)) / h
+    TX_FIELD_GRAD_BACKWARD,     ///< (f(i) - f(i-1)) / h
+    TX_FIELD_GRAD_SECOND_ORDER  ///< central; at borders (-3 f(i) + 4 f(i+1) - f(i+2)) / 2h, mirrored
 };
 
 /// What a failed evaluation of a field yields beside the flag false: 3.4028235e38, or the largest value of an
@@ -46,6 +60,13 @@ public:
     /// Bit of the flags word: a reset or a write to many samples happened since a reader cleared it. Moving
     /// the grid and writing single samples do not set it.
     static constexpr uint32 flagChanged = 1;
+
+    /// How ScalarField3::diffuse_dissipate solves.
+    enum DiffuseDissipateSolverMode : uint32
+    {
+        TX_FIELD_DIFFUSE_EXPLICIT = 0,
+        TX_FIELD_DIFFUSE_IMPLICIT = 1
+    };
 
     virtual ~ScalarField3_base();
 
@@ -98,20 +119,23 @@ public:
     virtual void set(const Index3& node, Value value) = 0;
     virtual void set(uint32 monoindex, Value value) = 0;
 
+    /// All samples as one array in monoindex order, or null for a storage that has none.
+    virtual const Value* getDenseSamples() const { return nullptr; }
+
     /// The value at a point by trilinear interpolation of the eight nodes around it; (false, 3.4028235e38)
     /// outside the closed box and for a field of no samples. The corner weights are divided by their sum and
     /// narrowed to Value.
-    virtual Tuple2<bool, Value> evalSafe(const Vector3<Coord>& point, ScalarFieldEvalMode mode) const = 0;
+    virtual Tuple2<bool, Value> evalSafe(const Vector3<Coord>& point, ScalarFieldEvalMode mode) const;
     Tuple2<bool, Value> evalSafe(const Vector3<Coord>& point) const
     {
         return evalSafe(point, TX_FIELD_EVAL_ASYMMETRIC);
     }
     /// As evalSafe, but fails too when one of the eight nodes is below the threshold.
     virtual Tuple2<bool, Value> evalSafe_useLessThanThreshold(const Vector3<Coord>& point, Value threshold,
-                                                              ScalarFieldEvalMode mode) const = 0;
+                                                              ScalarFieldEvalMode mode) const;
     /// As evalSafe, but fails too when one of the eight nodes is above the threshold.
     virtual Tuple2<bool, Value> evalSafe_useGreaterThanThreshold(const Vector3<Coord>& point, Value threshold,
-                                                                 ScalarFieldEvalMode mode) const = 0;
+                                                                 ScalarFieldEvalMode mode) const;
 
     /// The value part of evalSafe.
     Value eval(const Vector3<Coord>& point) const { return evalSafe(point).b; }
@@ -119,6 +143,66 @@ public:
     bool eval(const Vector3<Coord>& point, Value& out) const;
     /// The sample of a node, with true.
     Tuple2<bool, Value> eval(const Index3& node) const { return {true, get(node)}; }
+
+    using GradTypes = Tuple3<EvalGradType, EvalGradType, EvalGradType>;
+
+    /// First derivatives at a node: (f(i+1) - f(i-1)) / 2h, at the first and last node of the axis the
+    /// one-sided difference / h, and 0 on an axis of one node. Here and in all derivatives h is the largest
+    /// separation, on every axis, even where the separations differ: that keeps the operators isotropic.
+    /// Always true.
+    bool gradx(const Index3& node, double& out) const requires std::floating_point<Value>;
+    bool grady(const Index3& node, double& out) const requires std::floating_point<Value>;
+    bool gradz(const Index3& node, double& out) const requires std::floating_point<Value>;
+    /// Second derivatives at a node: (f(i+1) - 2 f(i) + f(i-1)) / h^2; false, and out as it was, on the first
+    /// and last plane of the axis.
+    bool gradxx(const Index3& node, double& out) const requires std::floating_point<Value>;
+    bool gradyy(const Index3& node, double& out) const requires std::floating_point<Value>;
+    bool gradzz(const Index3& node, double& out) const requires std::floating_point<Value>;
+    /// Mixed derivatives at a node: (f(i+1,j+1) + f(i-1,j-1) - f(i-1,j+1) - f(i+1,j-1)) / 4h^2; false, and
+    /// out as it was, on the first and last planes of both axes.
+    bool gradxy(const Index3& node, double& out) const requires std::floating_point<Value>;
+    bool gradxz(const Index3& node, double& out) const requires std::floating_point<Value>;
+    bool gradyz(const Index3& node, double& out) const requires std::floating_point<Value>;
+
+    /// Curvature of the level set through a node, from the nine derivatives above: the divergence of the unit
+    /// gradient, which is 2 / r on a distance field around a sphere (no halving). False, and out as it was,
+    /// where one of them does not fit. Not a number, or infinite, where the gradient is 0.
+    bool curv(const Index3& node, float& out) const requires std::floating_point<Value>;
+    /// Curvature at a point: the same expression of the nine derivatives, each interpolated trilinearly from
+    /// the nodes around the point that have a weight. In the asymmetric mode false where one does not fit, so
+    /// one cell from the border; in the symmetric mode one-sided differences of second order take over there,
+    /// (2 f(i) - 5 f(i+1) + 4 f(i+2) - f(i+3)) / h^2 and their products, and only fields of fewer than four
+    /// nodes on an axis fail. (false, 3.4028235e38) outside the closed box.
+    Tuple2<bool, Value> evalCurvature(const Vector3<Coord>& point,
+                                      ScalarFieldEvalMode mode) const requires std::floating_point<Value>;
+
+    /// The gradient at a node, (gradx, grady, gradz), with true.
+    Tuple2<bool, Vector3<Value>> evalGradCentral(
+        const Index3& node) const requires std::floating_point<Value>;
+    /// The gradient at a point: that of evalGradCentral at the eight nodes around it, interpolated
+    /// trilinearly. False, and a zero vector, outside the closed box.
+    Tuple2<bool, Vector3<Value>> evalGradCentral(
+        const Vector3<Coord>& point) const requires std::floating_point<Value>;
+    /// The same with the differences of the mode: central, of first order at borders, in the asymmetric one;
+    /// of second order everywhere in the symmetric one.
+    Tuple2<bool, Vector3<Value>> evalGradSafe(
+        const Vector3<Coord>& point, ScalarFieldEvalMode mode) const requires std::floating_point<Value>;
+    /// The same with a difference of one's choice for each axis.
+    Tuple2<bool, Vector3<Value>> evalGradSafe(
+        const Vector3<Coord>& point, const GradTypes& types) const requires std::floating_point<Value>;
+    /// The same, but fails too when one of the eight nodes around the point is above the threshold.
+    Tuple2<bool, Vector3<Value>> evalGradSafe_useThreshold(
+        const Vector3<Coord>& point, const GradTypes& types,
+        Value threshold) const requires std::floating_point<Value>;
+
+    /// Gives the vector field this field's grid, place included, and every node (gradx, grady, gradz).
+    void gradient(Vector3Field3<Value, Coord>& out,
+                  uint32 threadCount = 1) const requires std::floating_point<Value>;
+    /// Gives every mesh vertex the unit gradient at its position as normal: the direction in which the field
+    /// grows, as the faces wind that the surface extractor makes. "Nor" gets one normal a position and
+    /// "TrindexNor" the position triples. Vertices outside the box, and where the gradient is 0, get zero
+    /// vectors.
+    void computeFieldNormals(Mesh& mesh, uint32 threadCount = 1) const requires std::floating_point<Value>;
 
     /// Moves the box so that its centre is the point.
     virtual void moveTo(const Vector3<Coord>& point);

@@ -1,0 +1,60 @@
+#pragma once
+
+#include <tavrix/fields/GridDescription3.h>
+#include <tavrix/foundation/Array.h>
+#include <tavrix/platform/Export.h>
+
+namespace tavrix
+{
+
+/// A vector for every node of a regular grid, in one array: gradients, velocities.
+///
+/// Indices of nodes are not checked. Copies are deep.
+template <class Value, class Coord>
+class Vector3Field3
+{
+public:
+    /// Takes over the grid, its place included; the vectors become unspecified.
+    void reset(const GridDescription3<Coord>& grid);
+    /// Sizes the grid, centred on the origin. Throws std::length_error, and changes nothing, when the node
+    /// count passes 2^32 - 1.
+    void reset(uint32 sizeX, uint32 sizeY, uint32 sizeZ, Coord separation);
+    void reset_toZeroSize();
+    /// Bytes held for the vectors.
+    uint64 getMemoryUsage() const { return uint64{_vectors.capacity()} * sizeof(Vector3<Value>); }
+
+    const GridDescription3<Coord>& getGrid() const { return _grid; }
+    uint32 sizeX() const { return _grid.sizeX; }
+    uint32 sizeY() const { return _grid.sizeY; }
+    uint32 sizeZ() const { return _grid.sizeZ; }
+    uint32 size() const { return _grid.size; }
+    const Box3<Coord>& getBox() const { return _grid.box; }
+
+    const Vector3<Value>& get(uint32 monoindex) const { return _vectors[monoindex]; }
+    const Vector3<Value>& get(uint32 i, uint32 j, uint32 k) const { return get(_grid.getMonoindex(i, j, k)); }
+    const Vector3<Value>& get(const Index3& node) const { return get(node.a, node.b, node.c); }
+    void set(uint32 monoindex, const Vector3<Value>& value) { _vectors[monoindex] = value; }
+    void set(const Index3& node, const Vector3<Value>& value)
+    {
+        _vectors[_grid.getMonoindex(node.a, node.b, node.c)] = value;
+    }
+    const Array<Vector3<Value>>& getArrVectors() const { return _vectors; }
+    Array<Vector3<Value>>& refArrVectors() { return _vectors; }
+
+    /// The vector at a point by trilinear interpolation of the eight nodes around it; false, and a zero
+    /// vector, outside the closed box.
+    Tuple2<bool, Vector3<Value>> evalSafe(const Vector3<Coord>& point) const;
+
+private:
+    GridDescription3<Coord> _grid{};
+    Array<Vector3<Value>> _vectors;
+};
+
+#define TX_DECLARE(Value, Coord) extern template class TX_GEOMETRY_API Vector3Field3<Value, Coord>;
+TX_DECLARE(float, float)
+TX_DECLARE(float, double)
+TX_DECLARE(double, float)
+TX_DECLARE(double, double)
+#undef TX_DECLARE
+
+}  // namespace tavrix

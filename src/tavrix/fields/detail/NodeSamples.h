@@ -1,0 +1,50 @@
+#pragma once
+
+#include <tavrix/fields/ScalarField3_base.h>
+
+// Samples by node, whatever the storage: what evaluation and derivatives are templates over. Besides
+// samples(i, j, k) they give whole rows along z, of which up to five are asked for at a time.
+
+namespace tavrix::detail
+{
+
+/// Samples in one array in monoindex order.
+template <class Value, class Coord>
+struct ArraySamples
+{
+    using ValueType = Value;
+
+    const GridDescription3<Coord>& grid;
+    const Value* values;
+
+    Value operator()(uint32 i, uint32 j, uint32 k) const { return values[grid.getMonoindex(i, j, k)]; }
+    const Value* row(uint32 i, uint32 j, Array<Value>&) const { return values + grid.getMonoindex(i, j, 0); }
+};
+
+/// Samples behind the virtual accessor.
+template <class Value, class Coord>
+struct FieldSamples
+{
+    using ValueType = Value;
+
+    const ScalarField3_base<Value, Coord>& field;
+
+    Value operator()(uint32 i, uint32 j, uint32 k) const { return field.get(Index3{i, j, k}); }
+    const Value* row(uint32 i, uint32 j, Array<Value>& buffer) const
+    {
+        buffer.resize(field.sizeZ());
+        for (uint32 k = 0; k < field.sizeZ(); ++k) buffer[k] = field.get(Index3{i, j, k});
+        return buffer.data();
+    }
+};
+
+/// use(samples) with the cheapest samples that the field has.
+template <class Value, class Coord, class Use>
+auto withSamples(const ScalarField3_base<Value, Coord>& field, Use use)
+{
+    if (const Value* values = field.getDenseSamples())
+        return use(ArraySamples<Value, Coord>{field.getGrid(), values});
+    return use(FieldSamples<Value, Coord>{field});
+}
+
+}  // namespace tavrix::detail
