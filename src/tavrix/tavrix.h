@@ -58,7 +58,9 @@
 #include <tavrix/fields/GridDescription3.h>
 #include <tavrix/fields/ScalarField3.h>
 #include <tavrix/fields/ScalarField3_base.h>
+#include <tavrix/fields/ScalarField3_SG.h>
 #include <tavrix/fields/ScalarField3Parent.h>
+#include <tavrix/fields/TileGrid3.h>
 #include <tavrix/fields/Vector3Field3.h>
 
 #include <tavrix/isosurface/IsosurfaceExtractor3.h>
