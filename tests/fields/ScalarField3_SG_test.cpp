@@ -280,10 +280,10 @@ TEST(ScalarField3_SG, SizesAreCheckedBeforeAnythingChanges)
     EXPECT_EQ(field.get(9, 14, 6), 4.0f);
     EXPECT_EQ(field.getMemoryUsage(), bytes);
     // A row of 2^32 - 1 nodes, whose last one lies in the last tile.
-    field.reset(1, 1, 0xFFFFFFFF, 1.0, 1000);
+    field.reset(1, 1, 0xFFFFFFFF, 1.0, 150);
     field.set(0, 0, 0xFFFFFFFE, 1);
-    EXPECT_EQ(field.getTileSize(), 4299267u);
-    EXPECT_TRUE(field.getTile(4299266));
+    EXPECT_EQ(field.getTileSize(), 28825284u);
+    EXPECT_TRUE(field.getTile(28825283));
     EXPECT_EQ(field.get(0xFFFFFFFEu) + field.get(0u), 1.0f);
     field.reset_toZeroSize();
     EXPECT_EQ(field.getMemoryUsage(), 0u);

@@ -127,28 +127,40 @@ void ScalarField3_SG<Value, Coord>::move(const Vector3<Coord>& offset)
     _tileGrid.tiles.box.max += offset;
 }
 
-/// The stored samples from a node on along z, as far as they lie in one tile; null when it has none. The
-/// length counts nodes either way.
+/// Copies samples along z, tile by tile.
 template <class Value, class Coord>
-const Value* ScalarField3_SG<Value, Coord>::runFrom(const Index3& node, uint32& length) const
+void ScalarField3_SG<Value, Coord>::copyRow(const Index3& node, uint32 count, Value* out) const
 {
-    const auto place = _tileGrid.placeOf(node.a, node.b, node.c);
-    length = std::min(_tileGrid.step() - _tileGrid.byStep.divide(node.c).rest, _grid.sizeZ - node.c);
-    const uint32 position = _table[place.tile];
-    return position == noIndex ? nullptr : _tiles[position]->data() + place.value;
+    auto place = _tileGrid.placeOf(node.a, node.b, node.c);
+    uint32 left = _tileGrid.step() - _tileGrid.byStep.divide(node.c).rest;  // in the tile
+    for (;;)
+    {
+        const uint32 length = std::min(left, count);
+        const uint32 position = _table[place.tile];
+        if (position == noIndex)
+            std::fill_n(out, length, _defaultValue);
+        else
+            std::copy_n(_tiles[position]->data() + place.value, length, out);
+        if (length == count) return;
+        out += length;
+        count -= length;
+        place.value -= _tileGrid.step() - left;
+        ++place.tile;
+        left = _tileGrid.step();
+    }
 }
 
 template <class Value, class Coord>
 void ScalarField3_SG<Value, Coord>::copySamples(uint32 first, uint32 count, Value* out) const
 {
-    for (uint32 done = 0, length; done < count; done += length)
+    while (count > 0)
     {
-        const Value* run = runFrom(_grid.getIndexes(first + done), length);
-        length = std::min(length, count - done);
-        if (run)
-            std::copy_n(run, length, out + done);
-        else
-            std::fill_n(out + done, length, _defaultValue);
+        const Index3 node = _grid.getIndexes(first);
+        const uint32 length = std::min(_grid.sizeZ - node.c, count);
+        copyRow(node, length, out);
+        first += length;
+        out += length;
+        count -= length;
     }
 }
 

@@ -176,7 +176,7 @@ public:
     void copyScalars(const Base& other);
 
 private:
-    const Value* runFrom(const Index3& node, uint32& length) const;
+    void copyRow(const Index3& node, uint32 count, Value* out) const;
     uint32 placeOfCopy(const Index3& tile, const Index3& local, const TileOffset& offset,
                        uint32& tileOfCopy) const;
     void takeSharedLayers(uint32 tileMonoindex, Tile& values) const;

@@ -150,15 +150,12 @@ void ScalarField3_SG<Value, Coord>::findMinMaxAvg(Value& min, Value& max,
 {
     findMinMax(min, max);
     Value sum = 0;  // in monoindex order, as rounding depends on it
-    uint32 length;
-    for (uint32 i = 0; i < _grid.sizeX; ++i)
-        for (uint32 j = 0; j < _grid.sizeY; ++j)
-            for (uint32 k = 0; k < _grid.sizeZ; k += length)
-            {
-                const Value* run = runFrom({i, j, k}, length);
-                if (!run && _defaultValue == 0) continue;
-                for (uint32 n = 0; n < length; ++n) sum += run ? run[n] : _defaultValue;
-            }
+    Array<Value> row(_grid.sizeZ);
+    for (uint32 first = 0; first != _grid.size; first += _grid.sizeZ)
+    {
+        copySamples(first, _grid.sizeZ, row.data());
+        for (const Value sample : row) sum += sample;
+    }
     avg = _grid.size == 0 ? Value(0) : sum / static_cast<Value>(_grid.size);
 }
 
