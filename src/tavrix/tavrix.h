@@ -23,6 +23,7 @@
 
 #include <tavrix/foundation/Array.h>
 #include <tavrix/foundation/ArrayOfPtr.h>
+#include <tavrix/foundation/BitArray.h>
 #include <tavrix/foundation/BlockDesc.h>
 #include <tavrix/foundation/Box3.h>
 #include <tavrix/foundation/CancelCallback.h>
@@ -64,6 +65,10 @@
 #include <tavrix/fields/Vector3Field3.h>
 
 #include <tavrix/isosurface/IsosurfaceExtractor3.h>
+
+#include <tavrix/implicit/ImplicitSurface3Regular.h>
+#include <tavrix/implicit/ImplicitSurface3Sparse.h>
+#include <tavrix/implicit/ImplicitSurface3StrategyInterface.h>
 
 #include <tavrix/meshio/Mesh_BIN_FileParser.h>
 #include <tavrix/meshio/Mesh_OBJ_FileParser.h>

@@ -1,6 +1,7 @@
 #include <tavrix/fields/ScalarField3.h>
 
 #include <algorithm>
+#include <stdexcept>
 
 #include <tavrix/fields/detail/Mix.h>
 #include <tavrix/foundation/detail/Signature.h>
@@ -57,6 +58,16 @@ void ScalarField3<Value, Coord>::reset_toZeroSize()
 {
     _samples.reserve(0);
     _grid = {};
+    _flags |= Base::flagChanged;
+}
+
+template <class Value, class Coord>
+void ScalarField3<Value, Coord>::adopt(const GridDescription3<Coord>& grid, Array<Value>&& samples)
+{
+    if (samples.size() != grid.size)
+        throw std::invalid_argument("tavrix: a field needs one sample a node");
+    _samples.swap(samples);
+    _grid = grid;
     _flags |= Base::flagChanged;
 }
 

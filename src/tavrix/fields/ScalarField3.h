@@ -36,6 +36,9 @@ public:
     void reset(uint32 sizeX, uint32 sizeY, uint32 sizeZ, const Vector3<Coord>& separation);
     void reset_XYZ(uint32 sizeX, uint32 sizeY, uint32 sizeZ, Coord separation) override;
     void reset_toZeroSize() override;
+    /// Takes over a grid, its place included, and as many samples as it has nodes. std::invalid_argument,
+    /// and nothing changes, for another number of them.
+    void adopt(const GridDescription3<Coord>& grid, Array<Value>&& samples);
     /// Does nothing for the dense field.
     void initialize() override {}
     uint64 getMemoryUsage() const override;

@@ -22,7 +22,8 @@ class Vector3Field3;
 enum class ScalarFieldType : uint32
 {
     Dense = 1,
-    Tiled = 2
+    Tiled = 2,
+    Sparse = 3
 };
 
 /// Which stencil an evaluation at a point uses. Values are trilinear in both modes (the interpolation is

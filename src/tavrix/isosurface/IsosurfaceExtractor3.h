@@ -12,6 +12,10 @@ namespace tavrix
 class Mesh;
 template <class Value, class Coord>
 class ScalarField3Parent;
+template <class T>
+class ImplicitSurface3Regular;
+template <class T>
+class ImplicitSurface3Sparse;
 
 /// (monoindex of a grid edge's lower node, axis 0 x, 1 y, 2 z).
 using GridEdgeKey = Tuple2<uint32, uint32>;
@@ -65,6 +69,43 @@ public:
     static unsigned long extractMesh(const ScalarField3<T, double>& field, Mesh& mesh, const T& threshold,
                                      uint32 xLow, uint32 xHigh, uint32 yLow, uint32 yHigh, uint32 zLow,
                                      uint32 zHigh, bool cleanUp);
+
+    /// Extracts a level-set surface at its own threshold; everything else as above. Of a sparse surface,
+    /// nodes that are not stored read as the default value.
+    template <class T>
+    static unsigned long extractMesh(const ImplicitSurface3Regular<T>& surface, Mesh& mesh,
+                                     const Box3<double>& box, Array<GridEdgeKey>& vertexEdges,
+                                     uint32 threadCount, CancelCallback callback, bool cleanUp);
+    template <class T>
+    static unsigned long extractMesh(const ImplicitSurface3Regular<T>& surface, Mesh& mesh,
+                                     const Box3<double>& box, uint32 threadCount, CancelCallback callback,
+                                     bool cleanUp);
+    template <class T>
+    static unsigned long extractMesh(const ImplicitSurface3Regular<T>& surface, Mesh& mesh, uint32 xLow,
+                                     uint32 xHigh, uint32 yLow, uint32 yHigh, uint32 zLow, uint32 zHigh,
+                                     Array<GridEdgeKey>& vertexEdges, uint32 threadCount,
+                                     CancelCallback callback, bool cleanUp);
+    template <class T>
+    static unsigned long extractMesh(const ImplicitSurface3Regular<T>& surface, Mesh& mesh, uint32 xLow,
+                                     uint32 xHigh, uint32 yLow, uint32 yHigh, uint32 zLow, uint32 zHigh,
+                                     uint32 threadCount, CancelCallback callback, bool cleanUp);
+    template <class T>
+    static unsigned long extractMesh(const ImplicitSurface3Sparse<T>& surface, Mesh& mesh,
+                                     const Box3<double>& box, Array<GridEdgeKey>& vertexEdges,
+                                     uint32 threadCount, CancelCallback callback, bool cleanUp);
+    template <class T>
+    static unsigned long extractMesh(const ImplicitSurface3Sparse<T>& surface, Mesh& mesh,
+                                     const Box3<double>& box, uint32 threadCount, CancelCallback callback,
+                                     bool cleanUp);
+    template <class T>
+    static unsigned long extractMesh(const ImplicitSurface3Sparse<T>& surface, Mesh& mesh, uint32 xLow,
+                                     uint32 xHigh, uint32 yLow, uint32 yHigh, uint32 zLow, uint32 zHigh,
+                                     Array<GridEdgeKey>& vertexEdges, uint32 threadCount,
+                                     CancelCallback callback, bool cleanUp);
+    template <class T>
+    static unsigned long extractMesh(const ImplicitSurface3Sparse<T>& surface, Mesh& mesh, uint32 xLow,
+                                     uint32 xHigh, uint32 yLow, uint32 yHigh, uint32 zLow, uint32 zHigh,
+                                     uint32 threadCount, CancelCallback callback, bool cleanUp);
 
     /// Extracts from a parent of several fields, with unit normals interpolated from the nodes' gradients.
     ///

@@ -14,7 +14,8 @@ struct Particle
 };
 
 /// Ball kernels: scale (1 - d^2 / R^2)^3 with R = reach r, merged by maximum (where the scale is 1) or by
-/// sum. Along each axis only the nodes within ceil(R / largestSeparation) of the particle's cell count.
+/// sum; or the depth R - d, merged by maximum. Along each axis only the nodes within ceil(R /
+/// largestSeparation) of the particle's cell count.
 struct SplatKernel
 {
     using Particle = detail::Particle;

@@ -1,5 +1,7 @@
 // The kernel loop, compiled once for each instruction set into a namespace of its own.
 
+#include <cmath>
+
 #include <tavrix/fields/detail/ParticleSplat.h>
 #include <tavrix/fields/detail/SplatRows.h>
 
@@ -9,13 +11,20 @@ namespace tavrix::detail::TX_KERNEL
 constexpr double farAway = 1e300;
 
 /// Gives `width` samples the kernel's values, where a squared distance is rowPart + zPart[n]. Distances
-/// beyond the reach change nothing: there the maximum gets a negative value and the sum 0.
+/// beyond the reach change nothing: there the maximum gets a negative value and the sum 0. For depths the
+/// scale is the reach.
 template <SplatMerge merge, uint32 width, class Value>
 inline void splatLanes(Value* __restrict samples, const double* __restrict zPart, double rowPart,
                        float squaredReach, float scale)
 {
     for (uint32 n = 0; n < width; ++n)
     {
+        if constexpr (merge == SplatMerge::Depth)
+        {
+            const auto v = static_cast<Value>(scale - std::sqrt(rowPart + zPart[n]));
+            samples[n] = v > samples[n] ? v : samples[n];
+            continue;
+        }
         const auto d2 = static_cast<float>(rowPart + zPart[n]);
         const float t = 1.0f - d2 / squaredReach;
         if constexpr (merge == SplatMerge::Maximum)
@@ -88,10 +97,18 @@ inline void splatParticle(const SplatTarget<Value>& target, const SplatKernel& k
     }
     const RowPart part = RowPart::covering(range[2], target.rowStart[2], target.rowLength);
     const double* squares = squaresAlongZ(target, range[2], center[2]) + part.skipped;
+    const float scale = merge == SplatMerge::Depth ? reach : kernel.scale;
     if (part.isInGroups())
-        splatRows<merge, lanes>(target, particle, reach * reach, kernel.scale, range, part, squares);
+        splatRows<merge, lanes>(target, particle, reach * reach, scale, range, part, squares);
     else
-        splatRows<merge, 1>(target, particle, reach * reach, kernel.scale, range, part, squares);
+        splatRows<merge, 1>(target, particle, reach * reach, scale, range, part, squares);
+}
+
+template <SplatMerge merge, class Value>
+inline void splatParticles(const SplatTarget<Value>& target, const SplatKernel& kernel,
+                           const Particle* particles, std::size_t count)
+{
+    for (std::size_t n = 0; n < count; ++n) splatParticle<merge>(target, kernel, particles[n]);
 }
 
 template <class Value>
@@ -99,10 +116,11 @@ void splat(const SplatTarget<Value>& target, const SplatKernel& kernel, const Pa
            std::size_t count)
 {
     if (kernel.merge == SplatMerge::Maximum)
-        for (std::size_t n = 0; n < count; ++n)
-            splatParticle<SplatMerge::Maximum>(target, kernel, particles[n]);
+        splatParticles<SplatMerge::Maximum>(target, kernel, particles, count);
+    else if (kernel.merge == SplatMerge::Sum)
+        splatParticles<SplatMerge::Sum>(target, kernel, particles, count);
     else
-        for (std::size_t n = 0; n < count; ++n) splatParticle<SplatMerge::Sum>(target, kernel, particles[n]);
+        splatParticles<SplatMerge::Depth>(target, kernel, particles, count);
 }
 
 template void splat(const SplatTarget<float>&, const SplatKernel&, const Particle*, std::size_t);

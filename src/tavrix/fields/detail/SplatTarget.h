@@ -10,11 +10,13 @@ namespace tavrix::detail
 /// No reach counts for more nodes than this, which is past the end of every lattice.
 inline constexpr double maxReachInNodes = 1e10;
 
-/// How the values of several particles at a node become one.
+/// How the values of several particles at a node become one, and for Depth, which merges by maximum, that the
+/// values are depths below the end of the reach instead of a smooth kernel.
 enum class SplatMerge
 {
     Maximum,
-    Sum
+    Sum,
+    Depth
 };
 
 /// The part of a lattice that particles are splatted into.

@@ -1,0 +1,126 @@
+#include <tavrix/implicit/ImplicitSurface3Regular.h>
+
+#include <cmath>
+
+#include <tavrix/implicit/detail/GridOverBox.h>
+#include <tavrix/isosurface/IsosurfaceExtractor3.h>
+
+namespace tavrix
+{
+
+template <class T>
+ImplicitSurface3Regular<T>::ImplicitSurface3Regular() = default;
+
+template <class T>
+ImplicitSurface3Regular<T>::~ImplicitSurface3Regular() = default;
+
+template <class T>
+ImplicitSurface3Regular<T>::ImplicitSurface3Regular(const ImplicitSurface3Regular&) = default;
+
+template <class T>
+ImplicitSurface3Regular<T>& ImplicitSurface3Regular<T>::operator=(const ImplicitSurface3Regular&) = default;
+
+template <class T>
+void ImplicitSurface3Regular<T>::reset(uint32 sizeX, uint32 sizeY, uint32 sizeZ, double separation)
+{
+    _field.reset(sizeX, sizeY, sizeZ, separation);
+    unflag();
+}
+
+template <class T>
+void ImplicitSurface3Regular<T>::unflag()
+{
+    for (BitArray* bits : {&_surface, &_neighborsPositive, &_neighborsNegative}) bits->resize(_field.size());
+}
+
+template <class T>
+void ImplicitSurface3Regular<T>::init_toZeroSize()
+{
+    _field.reset_toZeroSize();
+    unflag();
+}
+
+template <class T>
+uint64 ImplicitSurface3Regular<T>::getMemoryUsage() const
+{
+    return _field.getMemoryUsage() + _surface.getMemoryUsage() + _neighborsPositive.getMemoryUsage() +
+           _neighborsNegative.getMemoryUsage();
+}
+
+template <class T>
+uint64 ImplicitSurface3Regular<T>::getMemoryUsagePrediction(double separation, const Box3D& box)
+{
+    const auto sizes = detail::nodesOverBox(box, separation);
+    const uint64 count = GridDescription3<double>::nodeCount(sizes.a, sizes.b, sizes.c);
+    return count * sizeof(T) + 3 * sizeof(uint32) * BitArray::wordsFor(static_cast<uint32>(count));
+}
+
+template <class T>
+void ImplicitSurface3Regular<T>::invert()
+{
+    _field.multiply(T(-1));
+    _defaultValue = -_defaultValue;
+    _cutOffValue = _defaultValue - T(1);
+}
+
+template <class T>
+void ImplicitSurface3Regular<T>::abs()
+{
+    _field.abs();
+    _defaultValue = std::fabs(_defaultValue);
+    _cutOffValue = std::fabs(_cutOffValue);
+}
+
+template <class T>
+void ImplicitSurface3Regular<T>::setSurfaceTrue(uint32 monoindex)
+{
+    _surface.set(monoindex);
+    _neighborsPositive.clear(monoindex);
+    _neighborsNegative.clear(monoindex);
+}
+
+template <class T>
+void ImplicitSurface3Regular<T>::setNeighborsPositiveTrue(uint32 monoindex)
+{
+    _surface.clear(monoindex);
+    _neighborsPositive.set(monoindex);
+    _neighborsNegative.clear(monoindex);
+}
+
+template <class T>
+void ImplicitSurface3Regular<T>::setNeighborsNegativeTrue(uint32 monoindex)
+{
+    _surface.clear(monoindex);
+    _neighborsPositive.clear(monoindex);
+    _neighborsNegative.set(monoindex);
+}
+
+template <class T>
+unsigned long ImplicitSurface3Regular<T>::extractExplicitSurface(Mesh& mesh, uint32 threadCount,
+                                                                 CancelCallback callback) const
+{
+    return IsosurfaceExtractor3::extractMesh(*this, mesh, 0, 0, 0, 0, 0, 0, threadCount, callback, true);
+}
+
+template <class T>
+unsigned long ImplicitSurface3Regular<T>::extractExplicitSurface(Mesh& mesh, const Box3D& box,
+                                                                 uint32 threadCount,
+                                                                 CancelCallback callback) const
+{
+    return IsosurfaceExtractor3::extractMesh(*this, mesh, box, threadCount, callback, true);
+}
+
+template <class T>
+unsigned long ImplicitSurface3Regular<T>::extractExplicitSurface(Mesh& mesh, uint32 xLow, uint32 xHigh,
+                                                                 uint32 yLow, uint32 yHigh, uint32 zLow,
+                                                                 uint32 zHigh, uint32 threadCount,
+                                                                 CancelCallback callback) const
+{
+    return IsosurfaceExtractor3::extractMesh(*this, mesh, xLow, xHigh, yLow, yHigh, zLow, zHigh, threadCount,
+                                             callback, true);
+}
+
+template class ImplicitSurface3Regular<float>;
+template class ImplicitSurface3Regular<double>;
+
+}  // namespace tavrix

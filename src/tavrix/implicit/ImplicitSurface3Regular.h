@@ -1,0 +1,237 @@
+#pragma once
+
+#include <array>
+
+#include <tavrix/fields/ScalarField3.h>
+#include <tavrix/foundation/BitArray.h>
+#include <tavrix/implicit/ImplicitSurface3StrategyInterface.h>
+
+namespace tavrix
+{
+
+namespace detail
+{
+class SweepVolumes;
+}
+
+/// What a surface that is made from a mesh holds: distances that are negative inside, or distances without a
+/// sign, for meshes that enclose nothing.
+enum IMPLICIT_SURFACE_TYPE
+{
+    TX_IMPLICIT_SURFACE_SIGNED,
+    TX_IMPLICIT_SURFACE_UNSIGNED
+};
+
+/// A level-set surface on a dense grid, with flag bits for the nodes around it.
+///
+/// A node is flagged as surface (next to the surface), as neighbours-positive or as neighbours-negative (a
+/// little further away, outside or inside), or not at all. Values and queries are those of the field. Copies
+/// are deep. One surface may be read by several threads at once.
+template <class T>
+class ImplicitSurface3Regular : public ImplicitSurface3StrategyInterface<T>
+{
+    using Base = ImplicitSurface3StrategyInterface<T>;
+    using Base::_cutOffValue;
+    using Base::_defaultValue;
+    using Base::_threshold;
+
+public:
+    using Field = ScalarField3<T, double>;
+    using Base::set;
+
+    /// A surface of no nodes.
+    ImplicitSurface3Regular();
+    ~ImplicitSurface3Regular() override;
+    ImplicitSurface3Regular(const ImplicitSurface3Regular&);
+    ImplicitSurface3Regular& operator=(const ImplicitSurface3Regular&);
+
+    const Field& getField() const override { return _field; }
+    Field& refField() { return _field; }
+
+    void set(uint32 monoindex, const T& value) override { _field.set(monoindex, value); }
+    uint32 getArraySize() const override { return _field.size(); }
+    Tuple2<uint32, T> getArrayElement(uint32 number) const override { return {number, _field[number]}; }
+    void findMinMax(T& min, T& max) const override { _field.findMinMax(min, max); }
+
+    void reset(uint32 sizeX, uint32 sizeY, uint32 sizeZ, double separation) override;
+    void moveTo(const Vector3D& point) override { _field.moveTo(point); }
+    void init_toZeroSize() override;
+    uint64 getMemoryUsage() const override;
+    /// Bytes that a surface over the box would hold, as `init` sizes it.
+    static uint64 getMemoryUsagePrediction(double separation, const Box3D& box);
+
+    void invert() override;
+    void abs() override;
+    void offsetSurface(const T& v) override { _field.add(v); }
+
+    /// The flag of a node; monoindices are not checked. Setting one clears the node's other two.
+    bool isSurface(uint32 monoindex) const { return _surface.test(monoindex); }
+    bool isNeighborsPositive(uint32 monoindex) const { return _neighborsPositive.test(monoindex); }
+    bool isNeighborsNegative(uint32 monoindex) const { return _neighborsNegative.test(monoindex); }
+    void setSurfaceTrue(uint32 monoindex);
+    void setNeighborsPositiveTrue(uint32 monoindex);
+    void setNeighborsNegativeTrue(uint32 monoindex);
+    /// How many nodes are flagged as surface.
+    uint32 getNumberOfSurfaceCells() const { return _surface.count(); }
+
+    /// Samples a mesh: exact distances to its faces within the band (bandNodes grid separations), the default
+    /// value beyond, which is the band's width; the cut-off value is just below it. The flags are those of
+    /// createNeighborsCells.
+    ///
+    /// Signed surfaces are negative inside, by the mesh's orientation: a node is inside when the mean winding
+    /// number along the six axis directions is above 1/2, so small holes are bridged and overlaps are one
+    /// solid. Of a mesh that is inside out as a whole (negative volume) the outside is solid. The grid
+    /// covers the box, centred on it, with ceil(extent / separation) cells an axis; what of the mesh lies
+    /// outside counts too. Returns false, and leaves no nodes, when the callback, polled some tens of
+    /// milliseconds apart, stopped the work. Throws std::invalid_argument for a separation that is not above
+    /// 0 or a box that is not finite, std::length_error when the node count passes 2^32 - 1. The same bytes
+    /// for every thread count.
+    bool init(const Mesh& mesh, double separation, const Box3D& box, IMPLICIT_SURFACE_TYPE type,
+              uint32 threadCount = 1, CancelCallback callback = nullptr, uint32 bandNodes = 3);
+    /// The same over the mesh's box, cut into cellCount cells along its longest side, and bandNodes + 1
+    /// cells more on every side. A mesh of no extent, or no cells, leaves no nodes.
+    bool init(const Mesh& mesh, uint32 cellCount, IMPLICIT_SURFACE_TYPE type, uint32 threadCount = 1,
+              CancelCallback callback = nullptr, uint32 bandNodes = 3);
+    /// Samples the union of the particles' spheres: the distance to the nearest sphere outside, and inside
+    /// the distance to the union's surface, by fastSweeping from the nodes next to it. Particles without a
+    /// finite position and a positive radius are left out. Grid, band, flags, cancelling and errors as for
+    /// meshes.
+    bool init(const Array<Vector3F>& positions, const Array<float>& radii, double separation,
+              const Box3D& box, uint32 threadCount = 1, CancelCallback callback = nullptr,
+              uint32 bandNodes = 3);
+    /// The same over the box of the particles, and bandNodes + 1 cells more on every side.
+    bool init_v2(const Array<Vector3F>& positions, const Array<float>& radii, double separation,
+                 uint32 threadCount = 1, CancelCallback callback = nullptr, uint32 bandNodes = 3);
+    /// Does nothing, and must go on doing nothing: part of the interface only.
+    void init(const Field&, const T&, const T&, const T&) {}
+
+    /// True when the surface passes through the voxel whose lower corner is the node: not all of its eight
+    /// nodes are on one side of the threshold. False at the last nodes of an axis, which have no voxel.
+    bool detectLeftDownNearSurfaceVoxel(const Index3& node) const;
+    /// Flags the eight nodes of the voxel as surface.
+    void markVoxelNodes(const Index3& node);
+    /// Flags those of the voxel's nodes that have no flag as neighbours, positive or negative by the side of
+    /// the threshold that they are on.
+    void markVoxelSignedNodes(const Index3& node);
+    /// Flags those of the voxel's nodes that have no flag as neighbours-positive, as on unsigned surfaces.
+    void markVoxelUnsignedNodes(const Index3& node);
+    /// Flags the nodes without a flag that share a voxel with a surface node as neighbours, by their side.
+    void addBorderAroundSurface();
+    /// The same around the nodes that are flagged as neighbours: one layer more.
+    void addBorderAroundNeighbors();
+    /// Flags anew: the nodes of the voxels that the surface passes through as surface, and a layer of
+    /// neighbours around them.
+    void createNeighborsCells();
+
+    /// Makes the samples distances again, away from the surface: solves |grad u| = 1 by fast sweeping (Zhao,
+    /// Mathematics of Computation 74, 2005), first order, from the samples as they are. Magnitudes are only
+    /// ever lowered, so far nodes must hold a large value (the default) and nodes next to the surface the
+    /// right one; see redistance for a field that has neither.
+    ///
+    /// Samples whose neighbours all exceed bandLimit stay. Iterations of eight sweeps go on while one changes
+    /// a sample by tolerance or more; their number is returned. Signs stay, but a sample at the default value
+    /// (or beyond) gets the sign of the neighbour flags that reach it: afterwards every node without a flag
+    /// has taken those of the node before it, along z, then y, then x. The result depends on the thread
+    /// count, through the cuts between the workers' slabs, but not on timing.
+    virtual uint32 fastSweeping(const T& bandLimit, const T& tolerance, const uint32& threadCount);
+    /// The same with the diagonal of the box as band limit.
+    virtual uint32 fastSweeping(const T& tolerance, const uint32& threadCount);
+
+    /// Turns any field into distances to its level 0: nodes next to a change of sign get |v| over the length
+    /// of the gradient there, all others the default value, and fastSweeping, to the default value as band
+    /// limit, the rest. The flags are those of createNeighborsCells. Returns the iterations.
+    uint32 redistance(const T& defaultValue, const T& tolerance, uint32 threadCount);
+    /// Carries distances on from a band to a wider one: samples at the default value (or beyond) get the new
+    /// one, with their sign, and fastSweeping fills it. Returns the iterations.
+    uint32 widenBand(const T& defaultValue, const T& tolerance, uint32 threadCount);
+
+    /// Carries values outwards from the nodes flagged as surface, along the surface's normals: solves
+    /// grad q . grad u = 0 by upwind sweeps, u the magnitude of the samples, which must be distances. Values
+    /// of surface nodes stay; those of the other nodes are replaced. Iterations of eight sweeps go on until
+    /// getExtentionConvergence; their number is returned. values has the surface's sizes; otherwise nothing
+    /// happens, and 0 is returned.
+    uint32 fastSweepingExtend(Field& values, const T& tolerance, uint32 threadCount) const;
+    uint32 fastSweepingExtend(Vector3Field3<T, double>& values, const T& tolerance, uint32 threadCount) const;
+    /// The same within the band only: nodes at the default value or beyond keep what they hold.
+    uint32 fastSweepingExtendSparse(Field& values, const T& tolerance, uint32 threadCount) const;
+    uint32 fastSweepingExtendSparse(Vector3Field3<T, double>& values, const T& tolerance,
+                                    uint32 threadCount) const;
+    /// Gives a vector field the surface's grid, the value at the nodes flagged as surface and zero vectors
+    /// elsewhere: what an extension starts from.
+    void initVectorSparseField(Vector3Field3<T, double>& values, const Vector3<T>& surfaceValue) const;
+
+    unsigned long extractExplicitSurface(Mesh& mesh, uint32 threadCount,
+                                         CancelCallback callback) const override;
+    unsigned long extractExplicitSurface(Mesh& mesh, const Box3D& box, uint32 threadCount,
+                                         CancelCallback callback) const override;
+    unsigned long extractExplicitSurface(Mesh& mesh, uint32 xLow, uint32 xHigh, uint32 yLow, uint32 yHigh,
+                                         uint32 zLow, uint32 zHigh, uint32 threadCount,
+                                         CancelCallback callback) const override;
+
+    /// Writes the grid (124 bytes), all samples and the surface flags in the byte order of the stream:
+    /// docs/formats.md has the layout. Neither threshold, default value nor neighbour flags are written. The
+    /// stream tells whether all was written.
+    void save_useRegularFormat(FileStreamBase& stream) const override;
+    void save_useRegularFormat(FileStreamBaseBuffered& stream) const override;
+    /// Writes the grid, the samples below the default value and the surface nodes, each list with its count
+    /// and its indices.
+    void save_useSparseFormat(FileStreamBase& stream) const override;
+    void save_useSparseFormat(FileStreamBaseBuffered& stream) const override;
+
+    /// Reads what save_useRegularFormat wrote; the grid is taken as it stands. Of a stream that ends early,
+    /// the nodes that it did not give are far and no node is flagged. A grid whose counts are not those of
+    /// its sizes or samples, and one of which less than half is there, reads as a surface of no nodes;
+    /// surface flags for another number of nodes are left out. Neighbour flags are cleared.
+    void load_useRegularFormat(FileStreamBase& stream) override;
+    void load_useRegularFormat(FileStreamBaseBuffered& stream) override;
+    /// Reads what save_useSparseFormat wrote, with the present default value for what was not stored, so set
+    /// that first; the grid is built anew from sizes, separations and the box's centre. Indices out of range
+    /// are skipped; a stream that ends early leaves what it gave. A grid whose counts are not those of its
+    /// sizes reads as a surface of no nodes. Neighbour flags are cleared.
+    void load_useSparseFormat(FileStreamBase& stream) override;
+    void load_useSparseFormat(FileStreamBaseBuffered& stream) override;
+
+    /// Bit of the field's flags word that a load sets.
+    enum : uint32
+    {
+        flagInitialised = 2
+    };
+
+private:
+    using Directions = std::array<Tuple3<int32, int32, int32>, 8>;
+
+    uint32 fastSweepingPositive(const T& bandLimit, const T& tolerance, uint32 threadCount);
+    T sweepOnce(const detail::SweepVolumes& volumes, const Tuple3<int32, int32, int32>& direction,
+                const T& bandLimit, Array<T>& scratch);
+    static void getSweepingDirections(Directions& directions);
+    detail::SweepVolumes preparingThreadedSweepingVolumes(uint32 threadCount) const;
+    template <class Values>
+    uint32 extend(Values& values, const T& limit, const T& tolerance, uint32 threadCount) const;
+    static bool getExtentionConvergence(const T& tolerance, const T& residual, T& firstResidual,
+                                        T& lastResidual, uint32& stallCounter, uint32& iterationCounter);
+
+    void resetOver(const Box3D& box, double separation, uint32 bandNodes);
+    void setBand(T width);
+    void forgetInside();
+    void unflag();
+    bool isBelow(uint32 i, uint32 j, uint32 k) const { return _field.get(i, j, k) < _threshold; }
+    void markNeighbor(const Index3& node, bool negative);
+    void addBorder(const BitArray& bits);
+
+    template <class Stream>
+    void save_useRegularFormat_Imp(Stream& stream) const;
+    template <class Stream>
+    void save_useSparseFormat_Imp(Stream& stream) const;
+    template <class Stream>
+    void load_useRegularFormat_Imp(Stream& stream);
+    template <class Stream>
+    void load_useSparseFormat_Imp(Stream& stream);
+
+    Field _field;
+    BitArray _surface, _neighborsPositive, _neighborsNegative;
+};
+
+extern template class TX_GEOMETRY_API ImplicitSurface3Regular<float>;
+extern template class TX_GEOMETRY_API ImplicitSurface3Regular<double>;
+
+}  // namespace tavrix

@@ -1,0 +1,164 @@
+#include <algorithm>
+#include <cmath>
+
+#include <tavrix/fields/detail/ParticleSplat.h>
+#include <tavrix/fields/detail/Splatting.h>
+#include <tavrix/implicit/detail/GridOverBox.h>
+#include <tavrix/implicit/detail/MeshDistance.h>
+#include <tavrix/implicit/detail/MeshInside.h>
+#include <tavrix/implicit/ImplicitSurface3Regular.h>
+#include <tavrix/mesh/Mesh.h>
+
+namespace tavrix
+{
+
+namespace
+{
+
+/// The spheres of a call, grown by the band's width, as numbered particles.
+struct GrownSpheres
+{
+    const Array<Vector3F>& positions;
+    const Array<float>& radii;
+    float band;
+
+    uint32 size() const { return std::min(positions.size(), radii.size()); }
+    bool isUsable(uint32 n) const
+    {
+        return isFinite(positions[n]) && radii[n] > 0 && std::isfinite(radii[n]);
+    }
+    /// A radius of 0 where there is no sphere, which the splatting leaves out.
+    detail::Particle operator()(uint32 n) const
+    {
+        const float r = isUsable(n) ? radii[n] + band : 0;
+        return {positions[n].x, positions[n].y, positions[n].z, r};
+    }
+};
+
+Box3D boxOf(const GrownSpheres& spheres)
+{
+    Box3D box = Box3D::empty();
+    for (uint32 n = 0; n < spheres.size(); ++n)
+    {
+        if (!spheres.isUsable(n)) continue;
+        const Vector3D center = convert<double>(spheres.positions[n]);
+        const double r = spheres.radii[n];
+        box.extend(center - Vector3D{r, r, r});
+        box.extend(center + Vector3D{r, r, r});
+    }
+    return box;
+}
+
+bool isEmpty(const Box3D& box) { return !(box.min.x <= box.max.x); }
+
+Box3D grown(const Box3D& box, double by)
+{
+    return {box.min - Vector3D{by, by, by}, box.max + Vector3D{by, by, by}};
+}
+
+}  // namespace
+
+template <class T>
+void ImplicitSurface3Regular<T>::resetOver(const Box3D& box, double separation, uint32 bandNodes)
+{
+    const Index3 nodes = detail::nodesOverBox(box, separation);
+    reset(nodes.a, nodes.b, nodes.c, separation);
+    moveTo(box.min + (box.max - box.min) / 2);
+    setBand(static_cast<T>(std::max(bandNodes, 1u) * separation));
+}
+
+template <class T>
+bool ImplicitSurface3Regular<T>::init(const Mesh& mesh, double separation, const Box3D& box,
+                                      IMPLICIT_SURFACE_TYPE type, uint32 threadCount, CancelCallback callback,
+                                      uint32 bandNodes)
+{
+    resetOver(box, separation, bandNodes);
+    T* samples = _field.refArrScalars().data();
+    const bool isDone =
+        detail::sampleDistance(mesh, _field.getGrid(), _defaultValue, threadCount, callback, samples) &&
+        (type == TX_IMPLICIT_SURFACE_UNSIGNED ||
+         detail::negateInside(mesh, _field.getGrid(), threadCount, callback, samples));
+    if (isDone)
+        createNeighborsCells();
+    else
+        init_toZeroSize();
+    return isDone;
+}
+
+template <class T>
+bool ImplicitSurface3Regular<T>::init(const Mesh& mesh, uint32 cellCount, IMPLICIT_SURFACE_TYPE type,
+                                      uint32 threadCount, CancelCallback callback, uint32 bandNodes)
+{
+    const Box3D box = mesh.getPosSize() > 0 ? mesh.getBox() : Box3D::empty();
+    const Vector3D extent = box.max - box.min;
+    const double longest = std::max({extent.x, extent.y, extent.z});
+    if (isEmpty(box) || cellCount == 0 || !(longest > 0))
+    {
+        init_toZeroSize();
+        return true;
+    }
+    const double separation = longest / cellCount;
+    return init(mesh, separation, grown(box, (std::max(bandNodes, 1u) + 1) * separation), type, threadCount,
+                callback, bandNodes);
+}
+
+template <class T>
+bool ImplicitSurface3Regular<T>::init(const Array<Vector3F>& positions, const Array<float>& radii,
+                                      double separation, const Box3D& box, uint32 threadCount,
+                                      CancelCallback callback, uint32 bandNodes)
+{
+    resetOver(box, separation, bandNodes);
+    const GrownSpheres spheres{positions, radii, static_cast<float>(_defaultValue)};
+    float largest = 0;
+    for (uint32 n = 0; n < spheres.size(); ++n) largest = std::max(largest, spheres(n).r);
+    constexpr detail::SplatKernel depth{detail::SplatMerge::Depth, 1.0f, 1.0f};
+    if (!detail::buildField(_field, depth, spheres.size(), largest, threadCount, callback, spheres))
+    {
+        init_toZeroSize();
+        return false;
+    }
+    for (T& sample : _field.refArrScalars()) sample = _defaultValue - sample;
+    createNeighborsCells();
+    forgetInside();
+    fastSweeping(_defaultValue, static_cast<T>(separation * 1e-3), threadCount);
+    return true;
+}
+
+template <class T>
+bool ImplicitSurface3Regular<T>::init_v2(const Array<Vector3F>& positions, const Array<float>& radii,
+                                         double separation, uint32 threadCount, CancelCallback callback,
+                                         uint32 bandNodes)
+{
+    const Box3D box = boxOf({positions, radii, 0});
+    if (isEmpty(box))
+    {
+        init_toZeroSize();
+        return true;
+    }
+    return init(positions, radii, separation, grown(box, (std::max(bandNodes, 1u) + 1) * separation),
+                threadCount, callback, bandNodes);
+}
+
+template <class T>
+void ImplicitSurface3Regular<T>::forgetInside()
+{
+    for (uint32 m = 0; m < _field.size(); ++m)
+        if (_field[m] < 0 && !isSurface(m)) _field[m] = -_defaultValue;
+}
+
+#define TX_INSTANTIATE(T)                                                                                    \
+    template void ImplicitSurface3Regular<T>::resetOver(const Box3D&, double, uint32);                       \
+    template void ImplicitSurface3Regular<T>::forgetInside();                                                \
+    template bool ImplicitSurface3Regular<T>::init(const Mesh&, double, const Box3D&, IMPLICIT_SURFACE_TYPE, \
+                                                   uint32, CancelCallback, uint32);                          \
+    template bool ImplicitSurface3Regular<T>::init(const Mesh&, uint32, IMPLICIT_SURFACE_TYPE, uint32,       \
+                                                   CancelCallback, uint32);                                  \
+    template bool ImplicitSurface3Regular<T>::init(const Array<Vector3F>&, const Array<float>&, double,      \
+                                                   const Box3D&, uint32, CancelCallback, uint32);            \
+    template bool ImplicitSurface3Regular<T>::init_v2(const Array<Vector3F>&, const Array<float>&, double,   \
+                                                      uint32, CancelCallback, uint32);
+TX_INSTANTIATE(float)
+TX_INSTANTIATE(double)
+#undef TX_INSTANTIATE
+
+}  // namespace tavrix

@@ -1,0 +1,140 @@
+#include <tavrix/implicit/ImplicitSurface3Regular.h>
+
+namespace tavrix
+{
+
+namespace
+{
+
+constexpr Index3 voxelCorner(const Index3& node, uint32 c)
+{
+    return {node.a + (c & 1), node.b + (c >> 1 & 1), node.c + (c >> 2)};
+}
+
+/// Nodes first to last along an axis that share a voxel with a node.
+struct Around
+{
+    uint32 first, last;
+
+    Around(uint32 index, uint32 size)
+        : first(index > 0 ? index - 1 : 0), last(index + 1 < size ? index + 1 : index)
+    {
+    }
+};
+
+/// use(monoindex) for every set bit, in order.
+template <class Use>
+void forEachSetBit(const BitArray& bits, Use use)
+{
+    for (uint32 w = 0; w < bits.wordCount(); ++w)
+        for (uint32 word = bits.getWords()[w]; word != 0; word &= word - 1)
+            use(w * 32 + static_cast<uint32>(std::countr_zero(word)));
+}
+
+}  // namespace
+
+template <class T>
+bool ImplicitSurface3Regular<T>::detectLeftDownNearSurfaceVoxel(const Index3& node) const
+{
+    if (node.a >= _field.lastX() || node.b >= _field.lastY() || node.c >= _field.lastZ()) return false;
+    const bool below = isBelow(node.a, node.b, node.c);
+    for (uint32 c = 1; c < 8; ++c)
+    {
+        const Index3 corner = voxelCorner(node, c);
+        if (isBelow(corner.a, corner.b, corner.c) != below) return true;
+    }
+    return false;
+}
+
+template <class T>
+void ImplicitSurface3Regular<T>::markVoxelNodes(const Index3& node)
+{
+    for (uint32 c = 0; c < 8; ++c)
+    {
+        const Index3 corner = voxelCorner(node, c);
+        setSurfaceTrue(_field.getGrid().getMonoindex(corner.a, corner.b, corner.c));
+    }
+}
+
+template <class T>
+void ImplicitSurface3Regular<T>::markNeighbor(const Index3& node, bool negative)
+{
+    const uint32 m = _field.getGrid().getMonoindex(node.a, node.b, node.c);
+    if (isSurface(m) || isNeighborsPositive(m) || isNeighborsNegative(m)) return;
+    (negative ? _neighborsNegative : _neighborsPositive).set(m);
+}
+
+template <class T>
+void ImplicitSurface3Regular<T>::markVoxelSignedNodes(const Index3& node)
+{
+    for (uint32 c = 0; c < 8; ++c)
+    {
+        const Index3 corner = voxelCorner(node, c);
+        markNeighbor(corner, isBelow(corner.a, corner.b, corner.c));
+    }
+}
+
+template <class T>
+void ImplicitSurface3Regular<T>::markVoxelUnsignedNodes(const Index3& node)
+{
+    for (uint32 c = 0; c < 8; ++c) markNeighbor(voxelCorner(node, c), false);
+}
+
+template <class T>
+void ImplicitSurface3Regular<T>::addBorder(const BitArray& bits)
+{
+    forEachSetBit(bits,
+                  [this](uint32 m)
+                  {
+                      const Index3 node = _field.getIndexes(m);
+                      const Around x(node.a, _field.sizeX()), y(node.b, _field.sizeY()),
+                          z(node.c, _field.sizeZ());
+                      for (uint32 i = x.first; i <= x.last; ++i)
+                          for (uint32 j = y.first; j <= y.last; ++j)
+                              for (uint32 k = z.first; k <= z.last; ++k)
+                                  markNeighbor({i, j, k}, isBelow(i, j, k));
+                  });
+}
+
+template <class T>
+void ImplicitSurface3Regular<T>::addBorderAroundSurface()
+{
+    addBorder(_surface);
+}
+
+template <class T>
+void ImplicitSurface3Regular<T>::addBorderAroundNeighbors()
+{
+    // copies, because the layer that is added must not grow a layer of its own
+    const BitArray positive(_neighborsPositive), negative(_neighborsNegative);
+    addBorder(positive);
+    addBorder(negative);
+}
+
+template <class T>
+void ImplicitSurface3Regular<T>::createNeighborsCells()
+{
+    unflag();
+    const uint32 rows = _field.sizeY();
+    for (uint32 i = 0; i + 1 < _field.sizeX(); ++i)
+        for (uint32 j = 0; j + 1 < rows; ++j)
+            for (uint32 k = 0; k + 1 < _field.sizeZ(); ++k)
+                if (detectLeftDownNearSurfaceVoxel({i, j, k})) markVoxelNodes({i, j, k});
+    addBorderAroundSurface();
+}
+
+#define TX_INSTANTIATE(T)                                                                          \
+    template bool ImplicitSurface3Regular<T>::detectLeftDownNearSurfaceVoxel(const Index3&) const; \
+    template void ImplicitSurface3Regular<T>::markVoxelNodes(const Index3&);                       \
+    template void ImplicitSurface3Regular<T>::markVoxelSignedNodes(const Index3&);                 \
+    template void ImplicitSurface3Regular<T>::markVoxelUnsignedNodes(const Index3&);               \
+    template void ImplicitSurface3Regular<T>::addBorderAroundSurface();                            \
+    template void ImplicitSurface3Regular<T>::addBorderAroundNeighbors();                          \
+    template void ImplicitSurface3Regular<T>::createNeighborsCells();                              \
+    template void ImplicitSurface3Regular<T>::markNeighbor(const Index3&, bool);                   \
+    template void ImplicitSurface3Regular<T>::addBorder(const BitArray&);
+TX_INSTANTIATE(float)
+TX_INSTANTIATE(double)
+#undef TX_INSTANTIATE
+
+}  // namespace tavrix

@@ -1,0 +1,167 @@
+#include <algorithm>
+#include <cmath>
+
+#include <tavrix/implicit/detail/EikonalSweep.h>
+#include <tavrix/implicit/detail/FlagPropagation.h>
+#include <tavrix/implicit/detail/SweepVolumes.h>
+#include <tavrix/implicit/ImplicitSurface3Regular.h>
+#include <tavrix/platform/Timer.h>
+
+namespace tavrix
+{
+
+namespace
+{
+
+/// use(word, first node, end) for every 32 nodes, in parallel: bits of different words may be written at
+/// once.
+template <class Use>
+void forEachWord(uint32 nodeCount, uint32 threadCount, Use use)
+{
+    parallelFor(BitArray::wordsFor(nodeCount), threadCount,
+                [&](uint32, uint64 begin, uint64 end)
+                {
+                    for (uint64 w = begin; w < end; ++w)
+                        use(static_cast<uint32>(w), static_cast<uint32>(w * 32),
+                            static_cast<uint32>(std::min<uint64>(w * 32 + 32, nodeCount)));
+                });
+}
+
+/// Which samples were negative, and which were far: at the default value or beyond.
+struct SignMemory
+{
+    BitArray negative, far;
+};
+
+template <class T>
+SignMemory makePositive(Array<T>& samples, T defaultValue, uint32 threadCount)
+{
+    SignMemory memory{BitArray(samples.size()), BitArray(samples.size())};
+    const T farFrom = std::fabs(defaultValue);
+    forEachWord(samples.size(), threadCount,
+                [&](uint32 word, uint32 begin, uint32 end)
+                {
+                    uint32 negative = 0, far = 0;
+                    for (uint32 n = begin; n < end; ++n)
+                    {
+                        negative |= uint32{samples[n] < 0} << (n - begin);
+                        samples[n] = std::fabs(samples[n]);
+                        far |= uint32{samples[n] >= farFrom} << (n - begin);
+                    }
+                    memory.negative.refWords()[word] = negative;
+                    memory.far.refWords()[word] = far;
+                });
+    return memory;
+}
+
+/// Gives the samples their signs back; far ones that are flagged as inside become negative.
+template <class T>
+void restoreSigns(Array<T>& samples, const SignMemory& memory, const BitArray& neighborsNegative,
+                  uint32 threadCount)
+{
+    forEachWord(samples.size(), threadCount,
+                [&](uint32 word, uint32 begin, uint32 end)
+                {
+                    const uint32 flagged =
+                        word < neighborsNegative.wordCount() ? neighborsNegative.getWords()[word] : 0;
+                    const uint32 negative =
+                        memory.negative.getWords()[word] | (memory.far.getWords()[word] & flagged);
+                    for (uint32 n = begin; n < end; ++n)
+                        samples[n] = negative >> (n - begin) & 1 ? -samples[n] : samples[n];
+                });
+}
+
+}  // namespace
+
+template <class T>
+void ImplicitSurface3Regular<T>::getSweepingDirections(Directions& directions)
+{
+    directions = {
+        {{1, 1, 1}, {-1, 1, 1}, {-1, -1, 1}, {1, -1, 1}, {1, 1, -1}, {-1, 1, -1}, {-1, -1, -1}, {1, -1, -1}}};
+}
+
+template <class T>
+detail::SweepVolumes ImplicitSurface3Regular<T>::preparingThreadedSweepingVolumes(uint32 threadCount) const
+{
+    return detail::SweepVolumes(_field.sizeX(), threadCount);
+}
+
+template <class T>
+T ImplicitSurface3Regular<T>::sweepOnce(const detail::SweepVolumes& volumes,
+                                        const Tuple3<int32, int32, int32>& direction, const T& bandLimit,
+                                        Array<T>& scratch)
+{
+    const GridDescription3<double>& grid = _field.getGrid();
+    const uint32 scratchSize = scratch.size() / volumes.workerCount();
+    Array<T> changes(volumes.workerCount(), static_cast<T>(detail::noChange));
+    volumes.sweep(direction,
+                  [&](uint32 worker, uint32 i)
+                  {
+                      T* plane = _field.refArrScalars().data() + std::size_t{i} * grid.sizeYZ;
+                      const bool up = direction.a > 0;
+                      const bool isFirst = i == (up ? 0 : grid.sizeX - 1);
+                      const T* upwindX = isFirst ? plane : up ? plane - grid.sizeYZ : plane + grid.sizeYZ;
+                      const T change =
+                          detail::sweepPlane<T>({plane, upwindX, grid.sizeY, grid.sizeZ, direction.b > 0,
+                                                 direction.c > 0, grid.largestSeparation, bandLimit},
+                                                scratch.data() + std::size_t{worker} * scratchSize);
+                      changes[worker] = std::max(changes[worker], change);
+                  });
+    return *std::max_element(changes.begin(), changes.end());
+}
+
+template <class T>
+uint32 ImplicitSurface3Regular<T>::fastSweepingPositive(const T& bandLimit, const T& tolerance,
+                                                        uint32 threadCount)
+{
+    const detail::SweepVolumes volumes = preparingThreadedSweepingVolumes(threadCount);
+    Directions directions;
+    getSweepingDirections(directions);
+    Array<T> scratch((_field.sizeZ() + 64) * volumes.workerCount());
+    uint32 iterations = 0;
+    T maxChange;
+    do {
+        maxChange = -1e7;
+        for (const auto& direction : directions)
+            maxChange = std::max(maxChange, sweepOnce(volumes, direction, bandLimit, scratch));
+        ++iterations;
+        // The second condition ends a call with a tolerance so low that nothing reaches below it.
+    } while (tolerance <= maxChange && maxChange > static_cast<T>(detail::noChange));
+    detail::propagateFlags(_field.getGrid(), {&_surface, &_neighborsPositive, &_neighborsNegative});
+    return iterations;
+}
+
+template <class T>
+uint32 ImplicitSurface3Regular<T>::fastSweeping(const T& bandLimit, const T& tolerance,
+                                                const uint32& threadCount)
+{
+    if (_field.size() == 0) return 0;
+    Array<T>& samples = _field.refArrScalars();
+    const SignMemory memory = makePositive(samples, _defaultValue, threadCount);
+    const uint32 iterations = fastSweepingPositive(bandLimit, tolerance, threadCount);
+    restoreSigns(samples, memory, _neighborsNegative, threadCount);
+    _field.refFlags() |= Field::flagChanged;
+    return iterations;
+}
+
+template <class T>
+uint32 ImplicitSurface3Regular<T>::fastSweeping(const T& tolerance, const uint32& threadCount)
+{
+    const Vector3F diagonal = convert<float>(_field.getBox().max) - convert<float>(_field.getBox().min);
+    return fastSweeping(T{length(diagonal)}, tolerance, threadCount);
+}
+
+#define TX_INSTANTIATE(T)                                                                              \
+    template uint32 ImplicitSurface3Regular<T>::fastSweepingPositive(const T&, const T&, uint32);      \
+    template T ImplicitSurface3Regular<T>::sweepOnce(                                                  \
+        const detail::SweepVolumes&, const Tuple3<int32, int32, int32>&, const T&, Array<T>&);         \
+    template void ImplicitSurface3Regular<T>::getSweepingDirections(Directions&);                      \
+    template detail::SweepVolumes ImplicitSurface3Regular<T>::preparingThreadedSweepingVolumes(uint32) \
+        const;                                                                                         \
+    template uint32 ImplicitSurface3Regular<T>::fastSweeping(const T&, const T&, const uint32&);       \
+    template uint32 ImplicitSurface3Regular<T>::fastSweeping(const T&, const uint32&);
+TX_INSTANTIATE(float)
+TX_INSTANTIATE(double)
+#undef TX_INSTANTIATE
+
+}  // namespace tavrix

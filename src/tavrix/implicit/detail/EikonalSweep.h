@@ -1,0 +1,34 @@
+#pragma once
+
+#include <tavrix/platform/Types.h>
+
+namespace tavrix::detail
+{
+
+/// The change that a sweep reports when no sample changed.
+inline constexpr double noChange = -1e6;
+
+/// A plane x = const of samples, to be visited once in one of the four diagonal orders of its nodes.
+template <class T>
+struct EikonalPlane
+{
+    T* samples;
+    const T* upwindX;  ///< the neighbouring plane to look at, or the plane itself at the end of the grid
+    uint32 sizeY, sizeZ;
+    bool upY, upZ;  ///< whether y and z grow along the way
+    double h;
+    T bandLimit;
+};
+
+/// Lowers the samples of a plane to the upwind solutions of |grad u| = 1 (Zhao, Mathematics of Computation
+/// 74, 2005). The upwind neighbours a <= b <= c of a sample, one an axis, are those that were visited before
+/// it; beyond the grid, the sample itself. The solution is a + h, from two neighbours where b is not above
+/// it, from three where c is not, in double precision, and is stored where it is below the sample. A sample
+/// whose neighbours all exceed the band limit stays. Returns the largest change, or noChange.
+///
+/// scratch: room for sizeZ + 8 numbers of T's size. Uses the widest instructions that this processor has;
+/// all give the same bytes.
+template <class T>
+T sweepPlane(const EikonalPlane<T>& plane, T* scratch);
+
+}  // namespace tavrix::detail

@@ -1,0 +1,139 @@
+// The kernel loop, compiled once for each instruction set into a namespace of its own.
+
+#include <cmath>
+#include <cstddef>
+
+#include <tavrix/implicit/detail/EikonalSweep.h>
+
+namespace tavrix::detail::TX_KERNEL
+{
+
+/// Rows that are visited side by side, each one node behind the one before it, so that their nodes, each of
+/// which waits for the node before it, are computed at the same time.
+constexpr uint32 rowCount = 8;
+
+template <class T>
+struct Row
+{
+    T* own;
+    const T *upwindX, *upwindY;
+};
+
+/// The upwind solution, when it is below the sample; the sample otherwise.
+template <class T>
+inline T solve(T sample, T x, T y, T z, const EikonalPlane<T>& plane)
+{
+    const T low = x < y ? x : y, high = x < y ? y : x;
+    const T a = low < z ? low : z, rest = low < z ? z : low;
+    const T b = rest < high ? rest : high, c = rest < high ? high : rest;
+    if (!(sample > a)) return sample;
+    const T limit = plane.bandLimit;
+    const auto size = [](T v) { return v < 0 ? -v : v; };
+    if (size(a) > limit && size(b) > limit && size(c) > limit) return sample;
+    const double h = plane.h, da = a, db = b, dc = c;
+    auto u = static_cast<T>(da + h);
+    if (size(b) <= size(u))
+    {
+        const double ab = da - db;
+        u = static_cast<T>((da + db + std::sqrt(2 * h * h - ab * ab)) / 2);
+        if (size(c) <= size(u))
+        {
+            const double ac = da - dc, bc = db - dc;
+            u = static_cast<T>((da + db + dc + std::sqrt(3 * h * h - ab * ab - ac * ac - bc * bc)) / 3);
+        }
+    }
+    return sample > u ? u : sample;
+}
+
+/// Adds, for every node of a row, whether its sample v may be above the upwind solution: that is so when the
+/// sum of (v - neighbour)^2 over the neighbours below v exceeds h^2. The limit is a little lower, for the
+/// rounding of the sum.
+template <class T>
+inline void markRow(const Row<T>& row, uint32 sizeZ, bool upZ, T limit, T* __restrict marks)
+{
+    const T* __restrict own = row.own;
+    const T* __restrict upwindX = row.upwindX;
+    const T* __restrict upwindY = row.upwindY;
+    const T* upwindZ = upZ ? own - 1 : own + 1;
+    const auto squareAbove = [](T v, T neighbour)
+    {
+        const T d = v - neighbour;
+        const T above = d > 0 ? d : 0;
+        return above * above;
+    };
+    // The first node on the way is its own neighbour along z.
+    const uint32 first = upZ ? 0 : sizeZ - 1;
+    const T v = own[first];
+    if (squareAbove(v, upwindX[first]) + squareAbove(v, upwindY[first]) > limit) marks[first] = 1;
+    const uint32 begin = upZ ? 1 : 0, end = upZ ? sizeZ : sizeZ - 1;
+    for (uint32 k = begin; k < end; ++k)
+    {
+        const T sum = squareAbove(own[k], upwindX[k]) + squareAbove(own[k], upwindY[k]) +
+                      squareAbove(own[k], upwindZ[k]);
+        marks[k] = sum > limit ? T(1) : marks[k];
+    }
+}
+
+/// Visits rows that follow each other on the way. marks[m] tells that of the nodes k = m - offset(row), which
+/// are independent of each other, one may change.
+template <class T>
+inline T visitRows(const Row<T>* rows, uint32 count, const EikonalPlane<T>& plane, T* marks)
+{
+    const uint32 sizeZ = plane.sizeZ, markCount = sizeZ + rowCount;
+    const auto offset = [&](uint32 r) { return plane.upZ ? r : rowCount - 1 - r; };
+    const T h = static_cast<T>(plane.h);
+    const T limit = h * h * static_cast<T>(1 - 1e-6);
+    for (uint32 m = 0; m < markCount; ++m) marks[m] = 0;
+    for (uint32 r = 0; r < count; ++r) markRow(rows[r], sizeZ, plane.upZ, limit, marks + offset(r));
+
+    T maxChange = static_cast<T>(noChange);
+    for (uint32 t = 0; t < sizeZ + rowCount - 1; ++t)
+    {
+        const uint32 m = plane.upZ ? t : sizeZ + rowCount - 2 - t;
+        if (marks[m] == 0) continue;
+        bool changed = false;
+        for (uint32 r = 0; r < count; ++r)
+        {
+            const uint32 k = m - offset(r);
+            if (k >= sizeZ) continue;
+            const Row<T>& row = rows[r];
+            const bool isFirst = k == (plane.upZ ? 0 : sizeZ - 1);
+            const T old = row.own[k], z = isFirst ? old : row.own[plane.upZ ? k - 1 : k + 1];
+            const T u = solve(old, row.upwindX[k], row.upwindY[k], z, plane);
+            if (!(u < old)) continue;
+            row.own[k] = u;
+            maxChange = old - u > maxChange ? old - u : maxChange;
+            changed = true;
+        }
+        // Its neighbours on the way may change in turn.
+        if (changed && t + 1 < sizeZ + rowCount - 1) marks[plane.upZ ? m + 1 : m - 1] = 1;
+    }
+    return maxChange;
+}
+
+template <class T>
+T sweepPlane(const EikonalPlane<T>& plane, T* scratch)
+{
+    T maxChange = static_cast<T>(noChange);
+    Row<T> rows[rowCount];
+    for (uint32 t = 0; t < plane.sizeY; t += rowCount)
+    {
+        const uint32 count = plane.sizeY - t < rowCount ? plane.sizeY - t : rowCount;
+        for (uint32 r = 0; r < count; ++r)
+        {
+            const uint32 j = plane.upY ? t + r : plane.sizeY - 1 - t - r;
+            const std::size_t start = std::size_t{j} * plane.sizeZ;
+            T* own = plane.samples + start;
+            const std::ptrdiff_t back = plane.upY ? -static_cast<std::ptrdiff_t>(plane.sizeZ) : plane.sizeZ;
+            rows[r] = {own, plane.upwindX + start, t + r == 0 ? own : own + back};
+        }
+        const T change = visitRows(rows, count, plane, scratch);
+        maxChange = change > maxChange ? change : maxChange;
+    }
+    return maxChange;
+}
+
+template float sweepPlane(const EikonalPlane<float>&, float*);
+template double sweepPlane(const EikonalPlane<double>&, double*);
+
+}  // namespace tavrix::detail::TX_KERNEL

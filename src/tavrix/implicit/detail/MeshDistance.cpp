@@ -1,0 +1,235 @@
+#include <tavrix/implicit/detail/MeshDistance.h>
+
+#include <cmath>
+#include <vector>
+
+#include <tavrix/fields/detail/Lattice.h>
+#include <tavrix/implicit/detail/FaceCorners.h>
+#include <tavrix/implicit/detail/MeshDistanceKernel.h>
+#include <tavrix/implicit/detail/Rounds.h>
+#include <tavrix/platform/detail/CpuFeatures.h>
+
+namespace tavrix::detail
+{
+
+namespace
+{
+
+/// The x planes that a face may reach, half open, and about how many nodes it visits there.
+struct FaceReach
+{
+    uint32 low, high;
+    float visits;
+};
+
+/// Node visits that a worker makes in a round: some tens of milliseconds.
+constexpr double visitsPerRound = 3e7;
+
+/// The nodes of an axis that are within the band of [least, most], and a node to spare.
+NodeBox widened(const Lattice& lattice, const Box3D& box, double band)
+{
+    NodeBox nodes;
+    for (uint32 axis = 0; axis < 3; ++axis)
+    {
+        const double first = (box.min[axis] - band - lattice.nodes[axis][0]) * lattice.reciprocal[axis] - 1;
+        const double last = (box.max[axis] + band - lattice.nodes[axis][0]) * lattice.reciprocal[axis] + 2;
+        const double size = lattice.size[axis];
+        nodes.low[axis] = static_cast<uint32>(std::clamp(first, 0.0, size));
+        nodes.high[axis] = static_cast<uint32>(std::clamp(last, 0.0, size));
+    }
+    return nodes;
+}
+
+FaceReach reachOf(const Lattice& lattice, const MeshFaces& mesh, uint32 face, double band)
+{
+    if (!mesh.isUsable(face)) return {0, 0, 0};
+    Box3D box = Box3D::empty();
+    for (uint32 c = 0; c < 3; ++c) box.extend(mesh.corner(face, c));
+    const NodeBox nodes = widened(lattice, box, band);
+    double visits = 1;
+    for (uint32 axis = 0; axis < 3; ++axis)
+    {
+        if (nodes.low[axis] >= nodes.high[axis]) return {0, 0, 0};
+        visits *= nodes.high[axis] - nodes.low[axis];
+    }
+    return {nodes.low[0], nodes.high[0], static_cast<float>(visits)};
+}
+
+/// Cuts the x planes into one slab a worker, of about equal numbers of visits.
+std::vector<uint32> cutSlabs(const Array<FaceReach>& reaches, uint32 planeCount, uint32 threadCount)
+{
+    std::vector<double> work(std::size_t{planeCount} + 1, 0);
+    for (const FaceReach& reach : reaches)
+    {
+        if (reach.low == reach.high) continue;
+        const double perPlane = double{reach.visits} / (reach.high - reach.low);
+        work[reach.low] += perPlane;
+        work[reach.high] -= perPlane;
+    }
+    double density = 0, total = 0;
+    for (double& w : work)
+    {
+        density += w;
+        w = total += density;
+    }
+    const uint32 workers = std::clamp(threadCount, 1u, planeCount);
+    std::vector<uint32> cuts{0};
+    for (uint32 w = 1; w < workers; ++w)
+    {
+        uint32 cut = cuts.back();
+        while (cut < planeCount && work[cut] < total * w / workers) ++cut;
+        cuts.push_back(cut);
+    }
+    cuts.push_back(planeCount);
+    return cuts;
+}
+
+template <class T>
+void lowerToFaces(const DistanceTarget<T>& target, const MeshFaces& mesh, const uint32* numbers,
+                  std::size_t count, uint32 low, uint32 high, T* scratch)
+{
+#if defined(TX_AVX2_KERNELS)
+    if (hasAvx2())
+        return avx2::lowerToFaces(target, mesh.positions, mesh.faces, numbers, count, low, high, scratch);
+#endif
+    plain::lowerToFaces(target, mesh.positions, mesh.faces, numbers, count, low, high, scratch);
+}
+
+template <class T>
+void rootsUpTo(T* samples, std::size_t count, T band)
+{
+#if defined(TX_AVX2_KERNELS)
+    if (hasAvx2()) return avx2::rootsUpTo(samples, count, band);
+#endif
+    plain::rootsUpTo(samples, count, band);
+}
+
+/// The x planes of one worker, the faces that reach them, and how far it has come.
+template <class T>
+struct Slab
+{
+    uint32 low, high;
+    Array<uint32> faces;
+    uint32 nextFace, nextPlane;
+    Array<T> scratch;
+
+    bool isDone() const { return nextFace == faces.size(); }
+};
+
+template <class T>
+std::vector<Slab<T>> makeSlabs(const DistanceTarget<T>& target, const Array<FaceReach>& reaches,
+                               uint32 threadCount)
+{
+    const std::vector<uint32> cuts = cutSlabs(reaches, target.size[0], threadCount);
+    std::vector<Slab<T>> slabs(cuts.size() - 1);
+    parallelFor(slabs.size(), threadCount,
+                [&](uint32, uint64 begin, uint64 end)
+                {
+                    for (uint64 s = begin; s < end; ++s)
+                    {
+                        Slab<T>& slab = slabs[s];
+                        slab.low = slab.nextPlane = cuts[s];
+                        slab.high = cuts[s + 1];
+                        slab.nextFace = 0;
+                        slab.scratch.resize(target.size[2]);
+                        for (uint32 f = 0; f < reaches.size(); ++f)
+                            if (reaches[f].low < slab.high && reaches[f].high > slab.low)
+                                slab.faces.push_back(f);
+                    }
+                });
+    return slabs;
+}
+
+/// One round of a slab: as many faces as make enough visits or, where the next alone makes more, some planes
+/// of it.
+template <class T>
+void lowerSlab(const DistanceTarget<T>& target, const MeshFaces& mesh, const Array<FaceReach>& reaches,
+               Slab<T>& slab)
+{
+    double visits = 0;
+    uint32 end = slab.nextFace;
+    while (end < slab.faces.size() && visits < visitsPerRound)
+    {
+        const FaceReach& reach = reaches[slab.faces[end]];
+        const double planes = std::min(slab.high, reach.high) - std::max(slab.low, reach.low);
+        const double more = double{reach.visits} * planes / (reach.high - reach.low);
+        if (end > slab.nextFace && more > visitsPerRound) break;
+        visits += more;
+        ++end;
+    }
+    const uint32* numbers = slab.faces.data() + slab.nextFace;
+    const double rounds = std::min(visits / visitsPerRound, 1e6);
+    const uint32 count = end - slab.nextFace;
+    const uint32 planesLeft = slab.high - slab.nextPlane;
+    const uint32 planes = count == 1 && rounds > 2
+                              ? std::min(planesLeft, static_cast<uint32>((slab.high - slab.low) / rounds) + 1)
+                              : planesLeft;
+    lowerToFaces(target, mesh, numbers, count, slab.nextPlane, slab.nextPlane + planes, slab.scratch.data());
+    slab.nextPlane += planes;
+    if (slab.nextPlane < slab.high) return;
+    slab.nextPlane = slab.low;
+    slab.nextFace = end;
+}
+
+/// Lowers all samples to all faces, in rounds.
+template <class T>
+bool lowerAll(const DistanceTarget<T>& target, const MeshFaces& mesh, const Array<FaceReach>& reaches,
+              uint32 threadCount, CancelCallback callback)
+{
+    std::vector<Slab<T>> slabs = makeSlabs(target, reaches, threadCount);
+    const auto isDone = [](const Slab<T>& slab) { return slab.isDone(); };
+    while (!std::all_of(slabs.begin(), slabs.end(), isDone))
+    {
+        if (isCancelled(callback)) return false;
+        parallelFor(slabs.size(), static_cast<uint32>(slabs.size()),
+                    [&](uint32, uint64 s, uint64)
+                    {
+                        if (!slabs[s].isDone()) lowerSlab(target, mesh, reaches, slabs[s]);
+                    });
+    }
+    return true;
+}
+
+}  // namespace
+
+template <class T>
+bool sampleDistance(const Mesh& mesh, const GridDescription3<double>& grid, T band, uint32 threadCount,
+                    CancelCallback callback, T* samples)
+{
+    if (grid.size == 0) return !isCancelled(callback);
+    const MeshFaces faces(mesh);
+    const Lattice lattice(grid);
+    const T square = band > 0 ? band * band : T(0);
+    if (!inRounds(grid.size, itemsPerPass, threadCount, callback,
+                  [&](uint32, uint64 begin, uint64 end)
+                  { std::fill(samples + begin, samples + end, square); }))
+        return false;
+    if (band > 0)
+    {
+        Array<FaceReach> reaches(faces.faceCount);
+        if (!inRounds(faces.faceCount, itemsPerPass, threadCount, callback,
+                      [&](uint32, uint64 begin, uint64 end)
+                      {
+                          for (uint64 f = begin; f < end; ++f)
+                              reaches[f] = reachOf(lattice, faces, static_cast<uint32>(f), double{band});
+                      }))
+            return false;
+        DistanceTarget<T> target{samples, {}, {}, {}, double{band}};
+        for (uint32 axis = 0; axis < 3; ++axis)
+        {
+            target.size[axis] = lattice.size[axis];
+            target.nodes[axis] = lattice.nodes[axis].data();
+            target.reciprocal[axis] = lattice.reciprocal[axis];
+        }
+        if (!lowerAll(target, faces, reaches, threadCount, callback)) return false;
+    }
+    return inRounds(grid.size, itemsPerPass, threadCount, callback,
+                    [&](uint32, uint64 begin, uint64 end) { rootsUpTo(samples + begin, end - begin, band); });
+}
+
+template bool sampleDistance(const Mesh&, const GridDescription3<double>&, float, uint32, CancelCallback,
+                             float*);
+template bool sampleDistance(const Mesh&, const GridDescription3<double>&, double, uint32, CancelCallback,
+                             double*);
+
+}  // namespace tavrix::detail
