@@ -61,7 +61,7 @@ class ScalarField3_base
 {
 public:
     /// Bit of the flags word: a reset or a write to many samples happened since a reader cleared it. Moving
-    /// the grid and writing single samples do not set it.
+    /// the grid and writing single samples of a dense field do not set it.
     static constexpr uint32 flagChanged = 1;
 
     /// How ScalarField3::diffuse_dissipate solves.
@@ -211,7 +211,7 @@ public:
 
     /// Fills the field with the union of smooth balls: the largest (1 - (d / 2r)^2)^3 over the particles
     /// closer than 2r, 0 elsewhere; a particle's centre has 1, its radius 0.421875. The grid is neither moved
-    /// nor resized.
+    /// nor resized. Dense and tiled fields get the same samples.
     ///
     /// positions, radii: one per particle (the shorter array counts); a particle without a finite position
     /// and a positive, finite radius adds nothing. margin: how far a kernel may reach beyond the box of its
