@@ -354,6 +354,9 @@ TEST(ScalarField3_SG, ParticleFieldsEqualDenseOnes)
                 EXPECT_EQ(once.adjustCoarse_b3b(), 0u);
             }
             for (const float start : {0.0f, 0.5f})
+            {
+                for (uint32 m = 0; start > 0 && m < dense.size(); m += 211)
+                    dense.set(m, start), tiled.set(m, start);
                 for (const Setter& carve : carvers)
                 {
                     dense.add(start);
@@ -362,6 +365,7 @@ TEST(ScalarField3_SG, ParticleFieldsEqualDenseOnes)
                     ASSERT_TRUE(carve(tiled, few, threads, nullptr));
                     ASSERT_NO_FATAL_FAILURE(expectSameSamples(tiled, dense));
                 }
+            }
             if (edge != 8) continue;
             for (const Setter& set : {builders[0], carvers[1]})  // with loads that all workers share
             {
