@@ -378,31 +378,40 @@ TEST(ScalarField3_SG, ParticleFieldsEqualDenseOnes)
 
 TEST(ScalarField3_SG, EveryPollCanCancel)
 {
-    const Particles particles = clouds(200, {2, 2, 2});
-    const Array<Vector3F> none;
+    const Particles small = clouds(200, {2, 2, 2});
+    Particles large = small;  // each reaches all nodes, so that all workers splat a brick together
+    large.radii = Array<float>(201, 5.0f);
     Tiled start;
     start.reset(60, 60, 60, 0.125);
-    start.set(3, 3, 3, 9);
     start.setDefaultValue(1);
     start.set(4, 4, 4, 5);
-    for (const bool carving : {false, true})
-        for (const Setter& set : carving ? carvers : builders)
+    struct Case
+    {
+        const Setter& set;
+        const Particles& particles;
+        bool carves;
+        int polls;  // at least
+    };
+    std::vector<Case> cases{{builders[0], large, false, 5}, {carvers[0], large, true, 6}};
+    for (const Setter& build : builders) cases.push_back({build, small, false, 2});
+    for (const Setter& carve : carvers) cases.push_back({carve, small, true, 2});
+    for (const Case& c : cases)
+    {
+        Tiled field = start;
+        pollsLeft = 0;
+        ASSERT_TRUE(c.set(field, c.particles, 2, countUp));
+        const int polls = pollsLeft;
+        ASSERT_GE(polls, c.polls);
+        for (int n = 0; n < polls; ++n)
         {
-            Tiled field = start;
-            pollsLeft = 0;
-            ASSERT_TRUE(set(field, particles, 2, countUp));
-            const int polls = pollsLeft;
-            ASSERT_GE(polls, 2);
-            for (int n = 0; n < polls; ++n)
-            {
-                field = start;
-                pollsLeft = n;
-                EXPECT_FALSE(set(field, particles, 2, countDown));
-                EXPECT_EQ(field.getStoredTileSize(), carving ? 1u : 0u);
-                EXPECT_EQ(field.get(4, 4, 4), carving ? 5.0f : 0.0f);
-                EXPECT_EQ(field.getDefaultValue(), carving ? 1.0f : 0.0f);
-            }
+            field = start;
+            pollsLeft = n;
+            EXPECT_FALSE(c.set(field, c.particles, 2, countDown));
+            EXPECT_EQ(field.getStoredTileSize(), c.carves ? 1u : 0u);
+            EXPECT_EQ(field.get(4, 4, 4), c.carves ? 5.0f : 0.0f);
+            EXPECT_EQ(field.getDefaultValue(), c.carves ? 1.0f : 0.0f);
         }
+    }
 }
 
 TEST(ScalarField3_SG, EvaluationAndDerivativesEqualDenseOnes)
