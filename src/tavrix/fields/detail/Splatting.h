@@ -79,7 +79,8 @@ std::vector<uint32> cutSlabs(const Splatting<Kernel>& s, uint32 low, uint32 high
 {
     const uint32 workers = std::clamp(s.threadCount, 1u, std::max(high - low, 1u));
     if (workers == 1) return {low, high};
-    const auto planeOf = [&](int64 i) { return std::clamp<int64>(i, low, high) - low; };
+    const auto planeOf = [&](int64 i)
+    { return static_cast<std::size_t>(std::clamp<int64>(i, low, high) - low); };
     std::vector<int64> work(std::size_t{high - low} + 1, 0);  // of the planes up to each
     for (uint32 n = first; n < last; ++n)
     {
