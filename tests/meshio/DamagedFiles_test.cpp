@@ -90,6 +90,59 @@ std::size_t readParticles(const TX_String& path)
            held(&particles.getArrVelocity());
 }
 
+template <class Stream>
+std::size_t readSurface(Stream& stream, bool sparse)
+{
+    ImplicitSurface3Regular<float> surface;
+    surface.getDefaultValue() = 3;
+    if (sparse)
+        surface.load_useSparseFormat(stream);
+    else
+        surface.load_useRegularFormat(stream);
+    EXPECT_LE(surface.getNumberOfSurfaceCells(), surface.getArraySize());
+    Mesh mesh;
+    surface.extractExplicitSurface(mesh, 1, nullptr);
+    EXPECT_TRUE(hasValidIndices(mesh));
+    return surface.getMemoryUsage();
+}
+
+template <bool sparse>
+std::size_t readSurfaceRaw(const TX_String& path)
+{
+    std::FILE* file = openFile(path, "rb");
+    FileStreamRaw stream(file);
+    const std::size_t memory = readSurface<FileStreamBase>(stream, sparse);
+    std::fclose(file);
+    return memory;
+}
+
+template <bool sparse>
+std::size_t readSurfaceBuffered(const TX_String& path)
+{
+    FileStreamRawBuffered stream;
+    EXPECT_EQ(stream.openToRead(path), FileStatus::ok);
+    return readSurface<FileStreamBaseBuffered>(stream, sparse);
+}
+
+/// A level set of 5 x 4 x 3 nodes, of which two samples are below the default value.
+SmallFile surfaceFile(bool sparse)
+{
+    ImplicitSurface3Regular<float> surface;
+    surface.reset(5, 4, 3, 0.5);
+    surface.getDefaultValue() = 3;
+    surface.refField().set(3.0f);
+    surface.set(22u, -1.0f);
+    surface.set(23u, 1.0f);
+    surface.setSurfaceTrue(33);
+    FileRam ram;
+    if (sparse)
+        surface.save_useSparseFormat(ram);
+    else
+        surface.save_useRegularFormat(ram);
+    const std::size_t second = sparse ? 124 + 4 + 2 * 8 : 124 + 4 + 60 * 4;
+    return {{reinterpret_cast<const char*>(ram.data()), ram.size()}, 128, {0, 4, 8, 12, 16, 124, second}};
+}
+
 Mesh makeMesh()
 {
     Mesh mesh;
@@ -166,6 +219,10 @@ TEST(DamagedFiles, AreReadWithinReason)
                    {"binary STL read as text", stlFile, readStl<MeshSTLFileParser::Encoding::ascii>, 0},
                    {"OBJ", written(200, {}, [&](const TX_String& path) { return obj.write(path, mesh); }),
                     readMesh<Mesh_OBJ_FileParser>, 800},
+                   {"level set, raw", surfaceFile(false), readSurfaceRaw<false>, 240},
+                   {"level set, buffered", surfaceFile(false), readSurfaceBuffered<false>, 240},
+                   {"sparse level set, raw", surfaceFile(true), readSurfaceRaw<true>, 240},
+                   {"sparse level set, buffered", surfaceFile(true), readSurfaceBuffered<true>, 240},
                    {"particles", written(356, {276}, writeParticles), readParticles, 96}};
     const TestFolder folder;
     for (const auto& reader : readers)

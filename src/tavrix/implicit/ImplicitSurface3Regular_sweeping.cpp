@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <cmath>
+#include <vector>
 
 #include <tavrix/implicit/detail/EikonalSweep.h>
 #include <tavrix/implicit/detail/FlagPropagation.h>
@@ -71,6 +72,60 @@ void restoreSigns(Array<T>& samples, const SignMemory& memory, const BitArray& n
                 });
 }
 
+/// Sweeps over all nodes, each worker with marks of its own.
+template <class T>
+class Sweeper
+{
+public:
+    Sweeper(const GridDescription3<double>& grid, T* samples, T bandLimit,
+            const detail::SweepVolumes& volumes)
+        : _grid(grid),
+          _samples(samples),
+          _bandLimit(bandLimit),
+          _volumes(volumes),
+          _marks(volumes.workerCount(), Marks(grid.sizeZ + detail::sweptRows))
+    {
+    }
+
+    /// Returns the largest change of a sample, or noChange.
+    T sweep(const detail::SweepDirection& direction)
+    {
+        std::vector<T> changes(_volumes.workerCount(), static_cast<T>(detail::noChange));
+        _volumes.sweep(direction,
+                       [&](uint32 worker, uint32 i)
+                       {
+                           const T change = detail::sweepPlane(plane(i, direction), _marks[worker].data());
+                           changes[worker] = std::max(changes[worker], change);
+                       });
+        return *std::max_element(changes.begin(), changes.end());
+    }
+
+private:
+    using Marks = std::vector<detail::SweepMark<T>>;
+
+    detail::EikonalPlane<T> plane(uint32 i, const detail::SweepDirection& direction) const
+    {
+        T* samples = _samples + std::size_t{i} * _grid.sizeYZ;
+        const bool up = direction.a > 0;
+        const bool isFirst = i == (up ? 0 : _grid.sizeX - 1);
+        const T* upwindX = isFirst ? samples : up ? samples - _grid.sizeYZ : samples + _grid.sizeYZ;
+        return {samples,
+                upwindX,
+                _grid.sizeY,
+                _grid.sizeZ,
+                direction.b > 0,
+                direction.c > 0,
+                _grid.largestSeparation,
+                _bandLimit};
+    }
+
+    const GridDescription3<double>& _grid;
+    T* _samples;
+    T _bandLimit;
+    const detail::SweepVolumes& _volumes;
+    std::vector<Marks> _marks;
+};
+
 }  // namespace
 
 template <class T>
@@ -87,43 +142,18 @@ detail::SweepVolumes ImplicitSurface3Regular<T>::preparingThreadedSweepingVolume
 }
 
 template <class T>
-T ImplicitSurface3Regular<T>::sweepOnce(const detail::SweepVolumes& volumes,
-                                        const Tuple3<int32, int32, int32>& direction, const T& bandLimit,
-                                        Array<T>& scratch)
-{
-    const GridDescription3<double>& grid = _field.getGrid();
-    const uint32 scratchSize = scratch.size() / volumes.workerCount();
-    Array<T> changes(volumes.workerCount(), static_cast<T>(detail::noChange));
-    volumes.sweep(direction,
-                  [&](uint32 worker, uint32 i)
-                  {
-                      T* plane = _field.refArrScalars().data() + std::size_t{i} * grid.sizeYZ;
-                      const bool up = direction.a > 0;
-                      const bool isFirst = i == (up ? 0 : grid.sizeX - 1);
-                      const T* upwindX = isFirst ? plane : up ? plane - grid.sizeYZ : plane + grid.sizeYZ;
-                      const T change =
-                          detail::sweepPlane<T>({plane, upwindX, grid.sizeY, grid.sizeZ, direction.b > 0,
-                                                 direction.c > 0, grid.largestSeparation, bandLimit},
-                                                scratch.data() + std::size_t{worker} * scratchSize);
-                      changes[worker] = std::max(changes[worker], change);
-                  });
-    return *std::max_element(changes.begin(), changes.end());
-}
-
-template <class T>
 uint32 ImplicitSurface3Regular<T>::fastSweepingPositive(const T& bandLimit, const T& tolerance,
                                                         uint32 threadCount)
 {
     const detail::SweepVolumes volumes = preparingThreadedSweepingVolumes(threadCount);
     Directions directions;
     getSweepingDirections(directions);
-    Array<T> scratch((_field.sizeZ() + 64) * volumes.workerCount());
+    Sweeper<T> sweeper(_field.getGrid(), _field.refArrScalars().data(), bandLimit, volumes);
     uint32 iterations = 0;
     T maxChange;
     do {
         maxChange = -1e7;
-        for (const auto& direction : directions)
-            maxChange = std::max(maxChange, sweepOnce(volumes, direction, bandLimit, scratch));
+        for (const auto& direction : directions) maxChange = std::max(maxChange, sweeper.sweep(direction));
         ++iterations;
         // The second condition ends a call with a tolerance so low that nothing reaches below it.
     } while (tolerance <= maxChange && maxChange > static_cast<T>(detail::noChange));
@@ -153,8 +183,6 @@ uint32 ImplicitSurface3Regular<T>::fastSweeping(const T& tolerance, const uint32
 
 #define TX_INSTANTIATE(T)                                                                              \
     template uint32 ImplicitSurface3Regular<T>::fastSweepingPositive(const T&, const T&, uint32);      \
-    template T ImplicitSurface3Regular<T>::sweepOnce(                                                  \
-        const detail::SweepVolumes&, const Tuple3<int32, int32, int32>&, const T&, Array<T>&);         \
     template void ImplicitSurface3Regular<T>::getSweepingDirections(Directions&);                      \
     template detail::SweepVolumes ImplicitSurface3Regular<T>::preparingThreadedSweepingVolumes(uint32) \
         const;                                                                                         \

@@ -8,17 +8,17 @@ namespace tavrix::detail
 namespace plain
 {
 template <class T>
-T sweepPlane(const EikonalPlane<T>&, T*);
+T sweepPlane(const EikonalPlane<T>&, SweepMark<T>*);
 }
 
 namespace avx2
 {
 template <class T>
-T sweepPlane(const EikonalPlane<T>&, T*);
+T sweepPlane(const EikonalPlane<T>&, SweepMark<T>*);
 }
 
 template <class T>
-T sweepPlane(const EikonalPlane<T>& plane, T* scratch)
+T sweepPlane(const EikonalPlane<T>& plane, SweepMark<T>* scratch)
 {
 #if defined(TX_AVX2_KERNELS)
     if (hasAvx2()) return avx2::sweepPlane(plane, scratch);
@@ -26,7 +26,7 @@ T sweepPlane(const EikonalPlane<T>& plane, T* scratch)
     return plain::sweepPlane(plane, scratch);
 }
 
-template float sweepPlane(const EikonalPlane<float>&, float*);
-template double sweepPlane(const EikonalPlane<double>&, double*);
+template float sweepPlane(const EikonalPlane<float>&, SweepMark<float>*);
+template double sweepPlane(const EikonalPlane<double>&, SweepMark<double>*);
 
 }  // namespace tavrix::detail

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <type_traits>
+
 #include <tavrix/platform/Types.h>
 
 namespace tavrix::detail
@@ -7,6 +9,13 @@ namespace tavrix::detail
 
 /// The change that a sweep reports when no sample changed.
 inline constexpr double noChange = -1e6;
+
+/// Rows of nodes that a sweep visits side by side.
+inline constexpr uint32 sweptRows = 8;
+
+/// A word with a bit for each of these rows, as wide as a sample.
+template <class T>
+using SweepMark = std::conditional_t<sizeof(T) == sizeof(uint32), uint32, uint64>;
 
 /// A plane x = const of samples, to be visited once in one of the four diagonal orders of its nodes.
 template <class T>
@@ -26,9 +35,9 @@ struct EikonalPlane
 /// it, from three where c is not, in double precision, and is stored where it is below the sample. A sample
 /// whose neighbours all exceed the band limit stays. Returns the largest change, or noChange.
 ///
-/// scratch: room for sizeZ + 8 numbers of T's size. Uses the widest instructions that this processor has;
+/// scratch: room for sizeZ + sweptRows marks. Uses the widest instructions that this processor has;
 /// all give the same bytes.
 template <class T>
-T sweepPlane(const EikonalPlane<T>& plane, T* scratch);
+T sweepPlane(const EikonalPlane<T>& plane, SweepMark<T>* scratch);
 
 }  // namespace tavrix::detail

@@ -1,5 +1,6 @@
 // The kernel loop, compiled once for each instruction set into a namespace of its own.
 
+#include <bit>
 #include <cmath>
 #include <cstddef>
 
@@ -10,7 +11,7 @@ namespace tavrix::detail::TX_KERNEL
 
 /// Rows that are visited side by side, each one node behind the one before it, so that their nodes, each of
 /// which waits for the node before it, are computed at the same time.
-constexpr uint32 rowCount = 8;
+constexpr uint32 rowCount = sweptRows;
 
 template <class T>
 struct Row
@@ -45,74 +46,89 @@ inline T solve(T sample, T x, T y, T z, const EikonalPlane<T>& plane)
     return sample > u ? u : sample;
 }
 
-/// Adds, for every node of a row, whether its sample v may be above the upwind solution: that is so when the
-/// sum of (v - neighbour)^2 over the neighbours below v exceeds h^2. The limit is a little lower, for the
-/// rounding of the sum.
+/// Half the step from a positive number to the next lower one: a solution that is not further below the
+/// number rounds to it and so does not lower it.
 template <class T>
-inline void markRow(const Row<T>& row, uint32 sizeZ, bool upZ, T limit, T* __restrict marks)
+inline T slackOf(T v)
+{
+    const T next = std::bit_cast<T>(std::bit_cast<SweepMark<T>>(v) - 1);
+    return (v - next) * T(0.5);
+}
+
+/// Adds a row's bit to the marks of those of its nodes whose sample v may be above the upwind solution: that
+/// is so when the sum of (v - neighbour)^2 over the neighbours below v exceeds h^2. The limit is a little
+/// lower, for the rounding of the sum.
+template <class T>
+inline void markRow(const Row<T>& row, uint32 sizeZ, bool upZ, T limit, SweepMark<T> bit,
+                    SweepMark<T>* __restrict marks)
 {
     const T* __restrict own = row.own;
     const T* __restrict upwindX = row.upwindX;
     const T* __restrict upwindY = row.upwindY;
     const T* upwindZ = upZ ? own - 1 : own + 1;
-    const auto squareAbove = [](T v, T neighbour)
+    const auto squareAbove = [](T v, T slack, T neighbour)
     {
-        const T d = v - neighbour;
+        const T d = (v - neighbour) - slack;
         const T above = d > 0 ? d : 0;
         return above * above;
     };
     // The first node on the way is its own neighbour along z.
     const uint32 first = upZ ? 0 : sizeZ - 1;
-    const T v = own[first];
-    if (squareAbove(v, upwindX[first]) + squareAbove(v, upwindY[first]) > limit) marks[first] = 1;
+    const T v = own[first], slack = slackOf(v);
+    if (squareAbove(v, slack, upwindX[first]) + squareAbove(v, slack, upwindY[first]) > limit)
+        marks[first] |= bit;
     const uint32 begin = upZ ? 1 : 0, end = upZ ? sizeZ : sizeZ - 1;
     for (uint32 k = begin; k < end; ++k)
     {
-        const T sum = squareAbove(own[k], upwindX[k]) + squareAbove(own[k], upwindY[k]) +
-                      squareAbove(own[k], upwindZ[k]);
-        marks[k] = sum > limit ? T(1) : marks[k];
+        const T slack = slackOf(own[k]);
+        const T sum = squareAbove(own[k], slack, upwindX[k]) + squareAbove(own[k], slack, upwindY[k]) +
+                      squareAbove(own[k], slack, upwindZ[k]);
+        marks[k] |= sum > limit ? bit : 0;
     }
 }
 
-/// Visits rows that follow each other on the way. marks[m] tells that of the nodes k = m - offset(row), which
-/// are independent of each other, one may change.
+/// Visits rows that follow each other on the way. The nodes k = m - offset(row) of the rows do not depend on
+/// each other; marks[m] has the bits of those that may change.
 template <class T>
-inline T visitRows(const Row<T>* rows, uint32 count, const EikonalPlane<T>& plane, T* marks)
+inline T visitRows(const Row<T>* rows, uint32 count, const EikonalPlane<T>& plane, SweepMark<T>* marks)
 {
-    const uint32 sizeZ = plane.sizeZ, markCount = sizeZ + rowCount;
+    const uint32 sizeZ = plane.sizeZ, steps = sizeZ + rowCount - 1;
     const auto offset = [&](uint32 r) { return plane.upZ ? r : rowCount - 1 - r; };
     const T h = static_cast<T>(plane.h);
-    const T limit = h * h * static_cast<T>(1 - 1e-6);
-    for (uint32 m = 0; m < markCount; ++m) marks[m] = 0;
-    for (uint32 r = 0; r < count; ++r) markRow(rows[r], sizeZ, plane.upZ, limit, marks + offset(r));
+    const T limit = h * h * static_cast<T>(1 - 5e-7);
+    for (uint32 m = 0; m < steps; ++m) marks[m] = 0;
+    for (uint32 r = 0; r < count; ++r)
+        markRow(rows[r], sizeZ, plane.upZ, limit, SweepMark<T>{1} << r, marks + offset(r));
 
+    const uint32 firstNode = plane.upZ ? 0 : sizeZ - 1;
+    const std::ptrdiff_t back = plane.upZ ? -1 : 1;
+    SweepMark<T> woken = 0;  // nodes whose upwind neighbour has just changed
     T maxChange = static_cast<T>(noChange);
-    for (uint32 t = 0; t < sizeZ + rowCount - 1; ++t)
+    for (uint32 t = 0; t < steps; ++t)
     {
-        const uint32 m = plane.upZ ? t : sizeZ + rowCount - 2 - t;
-        if (marks[m] == 0) continue;
-        bool changed = false;
-        for (uint32 r = 0; r < count; ++r)
+        const uint32 m = plane.upZ ? t : steps - 1 - t;
+        SweepMark<T> waiting = marks[m] | woken;
+        woken = 0;
+        for (; waiting != 0; waiting &= waiting - 1)
         {
+            const auto r = static_cast<uint32>(std::countr_zero(waiting));
             const uint32 k = m - offset(r);
-            if (k >= sizeZ) continue;
+            if (k >= sizeZ || r >= count) continue;
             const Row<T>& row = rows[r];
-            const bool isFirst = k == (plane.upZ ? 0 : sizeZ - 1);
-            const T old = row.own[k], z = isFirst ? old : row.own[plane.upZ ? k - 1 : k + 1];
+            T* sample = row.own + k;
+            const T old = *sample, z = k == firstNode ? old : sample[back];
             const T u = solve(old, row.upwindX[k], row.upwindY[k], z, plane);
             if (!(u < old)) continue;
-            row.own[k] = u;
+            *sample = u;
             maxChange = old - u > maxChange ? old - u : maxChange;
-            changed = true;
+            woken |= SweepMark<T>{3} << r;
         }
-        // Its neighbours on the way may change in turn.
-        if (changed && t + 1 < sizeZ + rowCount - 1) marks[plane.upZ ? m + 1 : m - 1] = 1;
     }
     return maxChange;
 }
 
 template <class T>
-T sweepPlane(const EikonalPlane<T>& plane, T* scratch)
+T sweepPlane(const EikonalPlane<T>& plane, SweepMark<T>* scratch)
 {
     T maxChange = static_cast<T>(noChange);
     Row<T> rows[rowCount];
@@ -133,7 +149,7 @@ T sweepPlane(const EikonalPlane<T>& plane, T* scratch)
     return maxChange;
 }
 
-template float sweepPlane(const EikonalPlane<float>&, float*);
-template double sweepPlane(const EikonalPlane<double>&, double*);
+template float sweepPlane(const EikonalPlane<float>&, SweepMark<float>*);
+template double sweepPlane(const EikonalPlane<double>&, SweepMark<double>*);
 
 }  // namespace tavrix::detail::TX_KERNEL

@@ -4,8 +4,8 @@
 #include <vector>
 
 #include <tavrix/fields/detail/Lattice.h>
-#include <tavrix/implicit/detail/FaceCorners.h>
 #include <tavrix/implicit/detail/MeshDistanceKernel.h>
+#include <tavrix/implicit/detail/MeshFaces.h>
 #include <tavrix/implicit/detail/Rounds.h>
 #include <tavrix/platform/detail/CpuFeatures.h>
 
@@ -140,35 +140,45 @@ std::vector<Slab<T>> makeSlabs(const DistanceTarget<T>& target, const Array<Face
     return slabs;
 }
 
-/// One round of a slab: as many faces as make enough visits or, where the next alone makes more, some planes
-/// of it.
+/// Faces that follow each other in a slab's list, and about how many of its nodes they visit.
+struct FaceRun
+{
+    uint32 count;
+    double visits;
+};
+
+/// The next faces of a slab that make a round, or the next one alone where it makes more.
+template <class T>
+FaceRun nextRun(const Array<FaceReach>& reaches, const Slab<T>& slab)
+{
+    FaceRun run{0, 0};
+    for (uint32 n = slab.nextFace; n < slab.faces.size() && run.visits < visitsPerRound; ++n)
+    {
+        const FaceReach& reach = reaches[slab.faces[n]];
+        const double planes = std::min(slab.high, reach.high) - std::max(slab.low, reach.low);
+        const double visits = double{reach.visits} * planes / (reach.high - reach.low);
+        if (run.count > 0 && visits > visitsPerRound) break;
+        run = {run.count + 1, run.visits + visits};
+    }
+    return run;
+}
+
+/// One round of a slab: some faces or, where one alone is more than that, some planes of it.
 template <class T>
 void lowerSlab(const DistanceTarget<T>& target, const MeshFaces& mesh, const Array<FaceReach>& reaches,
                Slab<T>& slab)
 {
-    double visits = 0;
-    uint32 end = slab.nextFace;
-    while (end < slab.faces.size() && visits < visitsPerRound)
-    {
-        const FaceReach& reach = reaches[slab.faces[end]];
-        const double planes = std::min(slab.high, reach.high) - std::max(slab.low, reach.low);
-        const double more = double{reach.visits} * planes / (reach.high - reach.low);
-        if (end > slab.nextFace && more > visitsPerRound) break;
-        visits += more;
-        ++end;
-    }
-    const uint32* numbers = slab.faces.data() + slab.nextFace;
-    const double rounds = std::min(visits / visitsPerRound, 1e6);
-    const uint32 count = end - slab.nextFace;
-    const uint32 planesLeft = slab.high - slab.nextPlane;
-    const uint32 planes = count == 1 && rounds > 2
-                              ? std::min(planesLeft, static_cast<uint32>((slab.high - slab.low) / rounds) + 1)
-                              : planesLeft;
-    lowerToFaces(target, mesh, numbers, count, slab.nextPlane, slab.nextPlane + planes, slab.scratch.data());
+    const FaceRun run = nextRun(reaches, slab);
+    uint32 planes = slab.high - slab.nextPlane;
+    if (run.count == 1 && run.visits > 2 * visitsPerRound)
+        planes =
+            std::min(planes, static_cast<uint32>((slab.high - slab.low) * visitsPerRound / run.visits) + 1);
+    lowerToFaces(target, mesh, slab.faces.data() + slab.nextFace, run.count, slab.nextPlane,
+                 slab.nextPlane + planes, slab.scratch.data());
     slab.nextPlane += planes;
     if (slab.nextPlane < slab.high) return;
     slab.nextPlane = slab.low;
-    slab.nextFace = end;
+    slab.nextFace += run.count;
 }
 
 /// Lowers all samples to all faces, in rounds.

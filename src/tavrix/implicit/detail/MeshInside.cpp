@@ -4,8 +4,8 @@
 #include <cstdint>
 #include <vector>
 
-#include <tavrix/implicit/detail/FaceCorners.h>
 #include <tavrix/implicit/detail/FaceSlice.h>
+#include <tavrix/implicit/detail/MeshFaces.h>
 #include <tavrix/implicit/detail/Rounds.h>
 
 namespace tavrix::detail
@@ -29,7 +29,7 @@ struct PlaneRange
 /// all faces.
 uint32 planesTogether(const Lattice& lattice, uint32 axis)
 {
-    constexpr uint64 nodesTogether = 1u << 17;
+    constexpr uint64 nodesTogether = 1u << 18;
     const uint64 plane = uint64{lattice.size[(axis + 1) % 3]} * lattice.size[(axis + 2) % 3];
     return static_cast<uint32>(std::max(nodesTogether / plane, uint64{lattice.size[axis]} / 64)) + 1;
 }
@@ -127,13 +127,27 @@ private:
         };
         if (!inRounds(_faces.faceCount, itemsPerPass, _threadCount, _callback, findRanges)) return false;
         std::vector<Workspace> spaces(std::max(_threadCount, 1u));
+        const uint32 together = planesTogether(_lattice, axis);
         const auto votePlanes = [&](uint32 worker, uint64 begin, uint64 end)
-        { vote(spaces[worker], static_cast<uint32>(begin), static_cast<uint32>(end)); };
-        if (!inRounds(_lattice.size[axis], planesTogether(_lattice, axis), _threadCount, _callback,
-                      votePlanes))
+        {
+            for (uint64 low = begin; low < end; low += together)
+                vote(spaces[worker], static_cast<uint32>(low),
+                     static_cast<uint32>(std::min<uint64>(low + together, end)));
+        };
+        if (!inRounds(_lattice.size[axis], planesInRound(axis), _threadCount, _callback, votePlanes))
             return false;
         for (const Workspace& space : spaces) _isOpen |= space.isOpen;
         return true;
+    }
+
+    /// Planes that a worker handles between two polls: some tens of milliseconds of nodes and faces.
+    uint64 planesInRound(uint32 axis) const
+    {
+        constexpr uint64 facesInRound = uint64{1} << 18;
+        const uint64 workers = std::max(_threadCount, 1u);
+        const uint64 rounds =
+            1 + _votes.size() / (itemsPerPass * workers) + _faces.faceCount / (facesInRound * workers);
+        return _lattice.size[axis] / (rounds * workers) + 1;
     }
 
     PlaneRange rangeOf(uint32 face, uint32 axis) const

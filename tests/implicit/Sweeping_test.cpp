@@ -1,0 +1,296 @@
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <random>
+
+#include <tavrix/implicit/detail/EikonalSweep.h>
+#include <tavrix/implicit/detail/FlagPropagation.h>
+#include <tavrix/implicit/ImplicitSurface3Regular.h>
+
+using namespace tavrix;
+
+namespace
+{
+
+template <class T>
+using Surface = ImplicitSurface3Regular<T>;
+
+constexpr int32 directions[8][3] = {{1, 1, 1},  {-1, 1, 1},  {-1, -1, 1},  {1, -1, 1},
+                                    {1, 1, -1}, {-1, 1, -1}, {-1, -1, -1}, {1, -1, -1}};
+
+/// The update of a node as it is defined; returns the change, or noChange.
+template <class T>
+T updateNode(ScalarField3<T, double>& field, const Index3& node, const int32* direction, T bandLimit)
+{
+    const double h = field.getPointSeparation();
+    const T own = field.get(node);
+    T n[3];
+    for (uint32 axis = 0; axis < 3; ++axis)
+    {
+        Index3 upwind = node;
+        upwind[axis] -= static_cast<uint32>(direction[axis]);
+        n[axis] = upwind[axis] < field.getGrid().sizeAlong(axis) ? field.get(upwind) : own;
+    }
+    std::sort(n, n + 3);
+    const auto no = static_cast<T>(detail::noChange);
+    if (std::fabs(n[0]) > bandLimit && std::fabs(n[1]) > bandLimit && std::fabs(n[2]) > bandLimit) return no;
+    const double a = n[0], b = n[1], c = n[2];
+    auto u = static_cast<T>(a + h);
+    if (std::fabs(n[1]) <= std::fabs(u))
+        u = static_cast<T>((a + b + std::sqrt(2 * h * h - (a - b) * (a - b))) / 2);
+    if (std::fabs(n[2]) <= std::fabs(u))
+        u = static_cast<T>(
+            (a + b + c + std::sqrt(3 * h * h - (a - b) * (a - b) - (a - c) * (a - c) - (b - c) * (b - c))) /
+            3);
+    if (!(own > u)) return no;
+    field.set(node, u);
+    return own - u;
+}
+
+/// The iteration as it is defined, one node after the other; returns how many there were.
+template <class T>
+uint32 sweepLiterally(ScalarField3<T, double>& field, T bandLimit, T tolerance)
+{
+    for (uint32 iterations = 1;; ++iterations)
+    {
+        T maxChange = -1e7;
+        for (const auto& d : directions)
+            for (uint32 m = 0; m < field.size(); ++m)
+            {
+                Index3 node = field.getIndexes(m);
+                for (uint32 axis = 0; axis < 3; ++axis)
+                    if (d[axis] < 0) node[axis] = field.getGrid().sizeAlong(axis) - 1 - node[axis];
+                maxChange = std::max(maxChange, updateNode(field, node, d, bandLimit));
+            }
+        if (!(tolerance <= maxChange)) return iterations;
+    }
+}
+
+template <class T>
+Surface<T> randomSurface(const Index3& size, uint32 seed)
+{
+    Surface<T> surface;
+    surface.reset(size.a, size.b, size.c, 0.37);
+    std::mt19937 random(seed);
+    for (T& v : surface.refField().refArrScalars())
+        v = random() % 4 == 0 ? static_cast<T>(random() % 1000) / 300 : T(100);
+    return surface;
+}
+
+double exactSphere(const Vector3D& p) { return length(p) - 0.6; }
+
+/// The exact band of a sphere around its surface, and far values elsewhere.
+template <class T>
+Surface<T> sphereBand(uint32 size)
+{
+    Surface<T> surface;
+    const double h = 2.0 / (size - 1);
+    surface.reset(size, size, size, h);
+    surface.getDefaultValue() = 10;
+    for (uint32 m = 0; m < surface.getArraySize(); ++m)
+    {
+        const double d = exactSphere(surface.getField().getPoint(m));
+        surface.set(m, static_cast<T>(std::fabs(d) < 2 * h ? d : std::copysign(10, d)));
+    }
+    return surface;
+}
+
+}  // namespace
+
+template <class T>
+class Sweeping : public testing::Test
+{
+};
+using Values = testing::Types<float, double>;
+TYPED_TEST_SUITE(Sweeping, Values);
+
+TYPED_TEST(Sweeping, IsTheDefinedIteration)
+{
+    for (const Index3& size : {Index3{5, 6, 7}, Index3{3, 19, 40}, Index3{1, 1, 1}, Index3{4, 1, 9}})
+        for (const TypeParam bandLimit : {TypeParam(1000), TypeParam(2.5)})
+            for (const TypeParam tolerance : {TypeParam(0), TypeParam(0.05)})
+            {
+                Surface<TypeParam> surface = randomSurface<TypeParam>(size, size.c);
+                auto expected(surface.getField());
+                const uint32 iterations = sweepLiterally(expected, bandLimit, tolerance);
+                EXPECT_EQ(surface.fastSweeping(bandLimit, tolerance, 1), iterations);
+                EXPECT_EQ(surface.getField().getArrScalars(), expected.getArrScalars());
+            }
+}
+
+TYPED_TEST(Sweeping, ConvergesToTheDistanceAtFirstOrder)
+{
+    double lastMean = 0;
+    for (const uint32 size : {25u, 49u, 97u})
+    {
+        const double h = 2.0 / (size - 1);
+        Surface<TypeParam> surface = sphereBand<TypeParam>(size);
+        EXPECT_LE(surface.fastSweeping(static_cast<TypeParam>(1e-3 * h), 1), 3u);
+        double mean = 0;
+        for (uint32 m = 0; m < surface.getArraySize(); ++m)
+        {
+            const double d = exactSphere(surface.getField().getPoint(m));
+            EXPECT_EQ(surface.get(m) < 0, d < 0) << "signs stay";
+            if (std::fabs(d) < 2 * h)
+            {
+                EXPECT_NEAR(surface.get(m), d, (std::fabs(d) < h ? 0.05 : 0.15) * h) << "the band stays";
+            }
+            mean += std::fabs(surface.get(m) - d) / surface.getArraySize();
+        }
+        EXPECT_LT(mean, 0.25 * h);
+        if (lastMean > 0) { EXPECT_GT(lastMean / mean, 1.6); }
+        lastMean = mean;
+
+        for (uint32 n = 0; n < 2000; ++n)
+        {
+            const double z = 2 * (n + 0.5) / 2000 - 1, r = std::sqrt(1 - z * z),
+                         at = 0.3 + 0.65 * (n % 7) / 7;
+            const Vector3D p = Vector3D{r * std::cos(2.4 * n), r * std::sin(2.4 * n), z} * at;
+            Vector3<TypeParam> gradient;
+            ASSERT_TRUE(surface.evalGrad_v2(p, gradient));
+            EXPECT_NEAR(length(gradient), 1, 2 * h);
+        }
+    }
+}
+
+TYPED_TEST(Sweeping, ThreadsChangeLittleAndTimingNothing)
+{
+    Surface<TypeParam> one = sphereBand<TypeParam>(30);
+    one.fastSweeping(TypeParam(1e-4), 1);
+    for (const uint32 threads : {2u, 3u, 14u, 15u, 40u})
+    {
+        Surface<TypeParam> first = sphereBand<TypeParam>(30), second(first);
+        first.fastSweeping(TypeParam(1e-4), threads);
+        second.fastSweeping(TypeParam(1e-4), threads);
+        EXPECT_EQ(first.getField().getArrScalars(), second.getField().getArrScalars()) << threads;
+        for (uint32 m = 0; m < one.getArraySize(); ++m)
+            EXPECT_NEAR(first.get(m), one.get(m), 1e-3) << threads;
+    }
+}
+
+TYPED_TEST(Sweeping, EndsWhenNothingChanges)
+{
+    Surface<TypeParam> surface = sphereBand<TypeParam>(20);
+    surface.fastSweeping(TypeParam(0), 1);
+    EXPECT_EQ(surface.fastSweeping(TypeParam(0), 1), 1u);
+    EXPECT_EQ(surface.fastSweeping(TypeParam(-1e9), 1), 1u);
+    Surface<TypeParam> empty;
+    EXPECT_EQ(empty.fastSweeping(TypeParam(0), 2), 0u);
+    const TypeParam far = surface.get(0u);
+    surface.set(0u, TypeParam(50));
+    surface.fastSweeping(TypeParam(0.01), TypeParam(0), 1);
+    EXPECT_EQ(surface.get(0u), 50) << "beyond the band limit";
+    surface.fastSweeping(TypeParam(0), 1);
+    EXPECT_NEAR(surface.get(0u), far, 1e-4);
+}
+
+TYPED_TEST(Sweeping, FarNodesTakeTheSideOfTheirFlags)
+{
+    Surface<TypeParam> surface = sphereBand<TypeParam>(25);
+    surface.createNeighborsCells();
+    surface.addBorderAroundNeighbors();
+    for (TypeParam& v : surface.refField().refArrScalars()) v = std::fabs(v) == 10 ? TypeParam(10) : v;
+    surface.fastSweeping(TypeParam(1e-4), 2);
+    for (uint32 m = 0; m < surface.getArraySize(); ++m)
+    {
+        const double d = exactSphere(surface.getField().getPoint(m));
+        EXPECT_EQ(surface.get(m) < 0, d < 0) << m;
+        EXPECT_EQ(surface.isSurface(m) + surface.isNeighborsNegative(m) + surface.isNeighborsPositive(m), 1);
+    }
+}
+
+TYPED_TEST(Sweeping, RedistancesAFieldThatIsNoDistance)
+{
+    for (const uint32 size : {33u, 65u})
+    {
+        const double h = 2.0 / (size - 1);
+        Surface<TypeParam> surface;
+        surface.reset(size, size, size, h);
+        for (uint32 m = 0; m < surface.getArraySize(); ++m)
+        {
+            const Vector3D p = surface.getField().getPoint(m);
+            surface.set(m, static_cast<TypeParam>((dot(p, p) - 0.36) * (3 + p.x)));
+        }
+        surface.redistance(TypeParam(4), static_cast<TypeParam>(1e-3 * h), 2);
+        for (uint32 m = 0; m < surface.getArraySize(); ++m)
+        {
+            const double d = exactSphere(surface.getField().getPoint(m));
+            EXPECT_NEAR(surface.get(m), d, std::fabs(d) < 1.5 * h ? 0.1 * h : 2 * h);
+        }
+    }
+}
+
+TYPED_TEST(Sweeping, WidensABand)
+{
+    Surface<TypeParam> surface = sphereBand<TypeParam>(33);
+    surface.getDefaultValue() = 10;
+    surface.widenBand(TypeParam(0.3), TypeParam(1e-4), 1);
+    for (uint32 m = 0; m < surface.getArraySize(); ++m)
+    {
+        const double d = exactSphere(surface.getField().getPoint(m));
+        EXPECT_NEAR(surface.get(m), std::fabs(d) < 0.3 ? d : std::copysign(0.3, d), 0.05);
+    }
+    EXPECT_LT(surface.getCutOffValue(), surface.getDefaultValue());
+}
+
+TYPED_TEST(Sweeping, ExtendsValuesAlongTheNormals)
+{
+    Surface<TypeParam> surface = sphereBand<TypeParam>(49);
+    surface.fastSweeping(TypeParam(1e-4), 1);
+    surface.createNeighborsCells();
+    ScalarField3<TypeParam, double> heights(surface.getField());
+    Vector3Field3<TypeParam, double> vectors;
+    surface.initVectorSparseField(vectors, {1, 2, 3});
+    for (uint32 m = 0; m < heights.size(); ++m)
+    {
+        const Vector3D p = heights.getPoint(m);
+        heights[m] = surface.isSurface(m) ? static_cast<TypeParam>(p.z / length(p)) : TypeParam(-99);
+    }
+    const auto before = heights;
+    EXPECT_GE(surface.fastSweepingExtend(heights, TypeParam(1e-4), 2), 1u);
+    surface.fastSweepingExtend(vectors, TypeParam(1e-4), 1);
+    for (uint32 m = 0; m < heights.size(); ++m)
+    {
+        const Vector3D p = heights.getPoint(m);
+        if (length(p) < 0.2) continue;
+        EXPECT_NEAR(heights[m], p.z / length(p), 0.12);
+        EXPECT_NEAR(length(vectors.get(m) - Vector3<TypeParam>{1, 2, 3}), 0, 1e-5);
+    }
+    ScalarField3<TypeParam, double> inBand(before);
+    surface.getDefaultValue() = TypeParam(0.2);
+    surface.fastSweepingExtendSparse(inBand, TypeParam(1e-4), 1);
+    for (uint32 m = 0; m < heights.size(); ++m)
+        EXPECT_EQ(inBand[m] == -99, std::fabs(surface.get(m)) >= TypeParam(0.2)) << m;
+    ScalarField3<TypeParam, double> other;
+    EXPECT_EQ(surface.fastSweepingExtend(other, TypeParam(1e-4), 1), 0u);
+}
+
+TEST(FlagPropagation, IsTheDefinedOne)
+{
+    std::mt19937 random(5);
+    for (const Index3& size : {Index3{4, 5, 130}, Index3{3, 7, 64}, Index3{6, 6, 5}, Index3{1, 1, 1}})
+    {
+        const auto grid = GridDescription3<double>::centered(size.a, size.b, size.c, {1, 1, 1});
+        BitArray flags[3] = {BitArray(grid.size), BitArray(grid.size), BitArray(grid.size)};
+        for (uint32 m = 0; m < grid.size; ++m)
+            if (random() % 37 == 0) flags[random() % 3].set(m);
+        BitArray expected[3] = {flags[0], flags[1], flags[2]};
+        const auto copyFlags = [&](uint32 to, uint32 from)
+        {
+            for (const BitArray& f : expected)
+                if (f.test(to)) return;
+            for (BitArray& f : expected)
+                if (f.test(from)) f.set(to);
+        };
+        for (const uint32 axis : {2u, 1u, 0u})
+        {
+            const uint32 step = axis == 2 ? 1 : axis == 1 ? grid.sizeZ : grid.sizeYZ;
+            for (uint32 m = 0; m < grid.size; ++m)
+                if (grid.getIndexes(m)[axis] > 0) copyFlags(m, m - step);
+            for (uint32 m = grid.size; m-- > 0;)
+                if (grid.getIndexes(m)[axis] + 1 < grid.sizeAlong(axis)) copyFlags(m, m + step);
+        }
+        detail::propagateFlags(grid, {&flags[0], &flags[1], &flags[2]});
+        for (uint32 f = 0; f < 3; ++f) EXPECT_EQ(flags[f].getWords(), expected[f].getWords());
+    }
+}
