@@ -212,7 +212,7 @@ TYPED_TEST(EveryTiledField, EveryOperationAgreesWithADenseField)
             Value expected[3], found[3];
             dense.findMinMaxAvg(expected[0], expected[1], expected[2]);
             tiled.findMinMaxAvg(found[0], found[1], found[2]);
-            for (uint32 n : {0, 1, 2}) EXPECT_EQ(found[n], expected[n]);
+            for (const uint32 n : {0u, 1u, 2u}) EXPECT_EQ(found[n], expected[n]);
             EXPECT_FALSE(tiled.doIHave_NaN());
             tiled.set(3, 4, 5, std::numeric_limits<Value>::infinity());
             EXPECT_TRUE(tiled.doIHave_NaN());
@@ -266,9 +266,9 @@ TEST(ScalarField3_SG, ANewTileAgreesWithStoredNeighbours)
     const Index3 corner{1, 1, 1};
     const uint32 places[][2] = {{0, 511}, {1, 504 + 1}, {5 * 8 + 6, 7 * 64 + 5 * 8 + 6}};  // here and before
     const Index3 before[] = {{0, 0, 0}, {0, 0, 1}, {0, 1, 1}};
-    for (uint32 n : {0, 1, 2})
+    for (const uint32 n : {0u, 1u, 2u})
         field.refTile_alloc(field.getTileMonoindex(corner, INDEXES_TILE_SPACE))[places[n][0]] = 5;
-    for (uint32 n : {0, 1, 2})
+    for (const uint32 n : {0u, 1u, 2u})
     {
         const uint32 tile = field.getTileMonoindex(before[n], INDEXES_TILE_SPACE);
         EXPECT_TRUE(field.createTile(tile));
