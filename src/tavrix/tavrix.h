@@ -27,6 +27,7 @@
 #include <tavrix/foundation/BlockDesc.h>
 #include <tavrix/foundation/Box3.h>
 #include <tavrix/foundation/CancelCallback.h>
+#include <tavrix/foundation/Divisor.h>
 #include <tavrix/foundation/ElementaryFunctions.h>
 #include <tavrix/foundation/FileRam.h>
 #include <tavrix/foundation/FileStreamBase.h>
@@ -58,7 +59,9 @@
 #include <tavrix/fields/GridDescription3.h>
 #include <tavrix/fields/ScalarField3.h>
 #include <tavrix/fields/ScalarField3_base.h>
+#include <tavrix/fields/ScalarField3_SG.h>
 #include <tavrix/fields/ScalarField3Parent.h>
+#include <tavrix/fields/TileGrid3.h>
 #include <tavrix/fields/Vector3Field3.h>
 
 #include <tavrix/isosurface/IsosurfaceExtractor3.h>

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <stdexcept>
 
+#include <tavrix/fields/detail/Mix.h>
 #include <tavrix/foundation/detail/Signature.h>
 
 namespace tavrix
@@ -131,28 +132,15 @@ void ScalarField3<Value, Coord>::setDefaultValue(Value value)
 template <class Value, class Coord>
 void ScalarField3<Value, Coord>::interpolate(const ScalarField3& a, const ScalarField3& b, double t)
 {
-    using Real = std::conditional_t<std::is_floating_point_v<Value>, Value, double>;
-    const auto fraction = static_cast<Real>(t);
-    for (uint32 n = 0; n < _samples.size(); ++n)
-    {
-        const auto va = static_cast<Real>(a._samples[n]);
-        const auto vb = static_cast<Real>(b._samples[n]);
-        _samples[n] = static_cast<Value>((vb - va) * fraction + va);
-    }
+    const detail::Mix<Value> mix(t);
+    for (uint32 n = 0; n < _samples.size(); ++n) _samples[n] = mix(a._samples[n], b._samples[n]);
     _flags |= Base::flagChanged;
 }
 
 template <class Value, class Coord>
 void ScalarField3<Value, Coord>::copyScalars(const Base& other)
 {
-    const uint32 count = std::min(this->size(), other.size());
-    if (other.getType() == ScalarFieldType::Dense)
-    {
-        const Array<Value>& source = static_cast<const ScalarField3&>(other)._samples;
-        std::copy_n(source.begin(), count, _samples.begin());
-    }
-    else
-        for (uint32 n = 0; n < count; ++n) _samples[n] = other.get(n);
+    if (&other != this) other.copySamples(0, std::min(this->size(), other.size()), _samples.data());
     _flags |= Base::flagChanged;
 }
 

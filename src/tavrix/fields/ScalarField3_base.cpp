@@ -1,5 +1,6 @@
 #include <tavrix/fields/ScalarField3_base.h>
 
+#include <algorithm>
 #include <cmath>
 
 namespace tavrix
@@ -26,6 +27,15 @@ ScalarField3_base<Value, Coord>& ScalarField3_base<Value, Coord>::operator=(cons
 
 template <class Value, class Coord>
 ScalarField3_base<Value, Coord>::~ScalarField3_base() = default;
+
+template <class Value, class Coord>
+void ScalarField3_base<Value, Coord>::copySamples(uint32 first, uint32 count, Value* out) const
+{
+    if (const Value* samples = getDenseSamples())
+        std::copy_n(samples + first, count, out);
+    else
+        for (uint32 n = 0; n < count; ++n) out[n] = get(first + n);
+}
 
 template <class Value, class Coord>
 void ScalarField3_base<Value, Coord>::moveTo(const Vector3<Coord>& point)

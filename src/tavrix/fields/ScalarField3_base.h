@@ -4,8 +4,10 @@
 #include <limits>
 #include <memory>
 
+#include <tavrix/fields/AnisotropySettings.h>
 #include <tavrix/fields/GridDescription3.h>
 #include <tavrix/foundation/Array.h>
+#include <tavrix/foundation/CancelCallback.h>
 #include <tavrix/foundation/ScalarField3_RL.h>
 #include <tavrix/platform/Export.h>
 
@@ -59,7 +61,7 @@ class ScalarField3_base
 {
 public:
     /// Bit of the flags word: a reset or a write to many samples happened since a reader cleared it. Moving
-    /// the grid and writing single samples do not set it.
+    /// the grid and writing single samples of a dense field do not set it.
     static constexpr uint32 flagChanged = 1;
 
     /// How ScalarField3::diffuse_dissipate solves.
@@ -122,6 +124,8 @@ public:
 
     /// All samples as one array in monoindex order, or null for a storage that has none.
     virtual const Value* getDenseSamples() const { return nullptr; }
+    /// Copies `count` samples, from that of a monoindex on, in monoindex order.
+    virtual void copySamples(uint32 first, uint32 count, Value* out) const;
 
     /// The value at a point by trilinear interpolation of the eight nodes around it; (false, 3.4028235e38)
     /// outside the closed box and for a field of no samples. The corner weights are divided by their sum and
@@ -204,6 +208,107 @@ public:
     /// "TrindexNor" the position triples. Vertices outside the box, and where the gradient is 0, get zero
     /// vectors.
     void computeFieldNormals(Mesh& mesh, uint32 threadCount = 1) const requires std::floating_point<Value>;
+
+    /// Fills the field with the union of smooth balls: the largest (1 - (d / 2r)^2)^3 over the particles
+    /// closer than 2r, 0 elsewhere; a particle's centre has 1, its radius 0.421875. The grid is neither moved
+    /// nor resized. Dense and tiled fields get the same samples.
+    ///
+    /// positions, radii: one per particle (the shorter array counts); a particle without a finite position
+    /// and a positive, finite radius adds nothing. margin: how far a kernel may reach beyond the box of its
+    /// group of particles; pass at least the largest reach, 2r here, or kernels are cut off there. The
+    /// particles that can touch the grid form threadCount groups by position. Along every axis a kernel
+    /// counts as many nodes as its reach has largest separations. The result is the same for every thread
+    /// count when nothing is cut off. Returns false when the callback, polled some tens of milliseconds
+    /// apart, stopped the work: the field is then all zero.
+    bool setDistanceField(const Array<Vector3F>& positions, const Array<float>& radii, float margin,
+                          uint32 threadCount, CancelCallback callback) requires std::floating_point<Value>;
+    /// Carves the union of smooth balls out of a field built earlier: group by group, where the group's balls
+    /// v and the sample are above 0, the sample becomes sample - v. A cancelled call leaves the field as it
+    /// was.
+    bool setSubtractiveDistanceField(const Array<Vector3F>& positions, const Array<float>& radii,
+                                     float margin, uint32 threadCount,
+                                     CancelCallback callback) requires std::floating_point<Value>;
+    /// Fills the field with metaballs: the sum of w (1 - (d / R)^2)^3 over the particles within R = k r,
+    /// where k = 1.2 + 0.038 influence (influence 0 to 100: 1.2 to 5) and w makes each ball 1 at its radius.
+    /// Arguments, margin (the largest reach is R) and result as for setDistanceField; the sums are the same
+    /// for every thread count.
+    bool setMetaballField(const Array<Vector3F>& positions, const Array<float>& radii, float margin,
+                          float influence, uint32 threadCount,
+                          CancelCallback callback) requires std::floating_point<Value>;
+    /// Subtracts the metaballs from a field built earlier. A cancelled call leaves the field as it was.
+    bool setSubtractiveMetaballField(const Array<Vector3F>& positions, const Array<float>& radii,
+                                     float margin, float influence, uint32 threadCount,
+                                     CancelCallback callback) requires std::floating_point<Value>;
+
+    /// Fills the field with the union of weighted balls: the largest w (1 - (d / R)^2)^3 over the particles
+    /// within R = reach r. A weight scales a particle's kernel; with weights of one and a reach of 2 this is
+    /// setDistanceField up to rounding.
+    ///
+    /// weights: one per particle (the shortest array counts); particles that weigh no more than leastWeight,
+    /// or than 0, add nothing. largestReach: R goes no further than this length. margin (the largest reach is
+    /// R), the other arguments and the result as for setDistanceField; here a kernel counts at every node in
+    /// its reach.
+    bool setWeigthDistanceField(const Array<Vector3F>& positions, const Array<float>& radii,
+                                const Array<float>& weights, float margin, float reach, uint32 threadCount,
+                                CancelCallback callback) requires std::floating_point<Value>;
+    bool setWeigthDistanceField(const Array<Vector3F>& positions, const Array<float>& radii,
+                                const Array<float>& weights, float margin, float reach, float leastWeight,
+                                uint32 threadCount,
+                                CancelCallback callback) requires std::floating_point<Value>;
+    bool setWeigthDistanceField(const Array<Vector3F>& positions, const Array<float>& radii,
+                                const Array<float>& weights, float margin, float reach, float leastWeight,
+                                double largestReach, uint32 threadCount,
+                                CancelCallback callback) requires std::floating_point<Value>;
+    /// The same with the kernels summed: the smooth union in which neighbours swell together. Weights may be
+    /// negative here unless leastWeight says otherwise. Sums are the same for every thread count.
+    bool setWeigthDistanceField_v2(const Array<Vector3F>& positions, const Array<float>& radii,
+                                   const Array<float>& weights, float margin, float reach, uint32 threadCount,
+                                   CancelCallback callback) requires std::floating_point<Value>;
+    bool setWeigthDistanceField_v2(const Array<Vector3F>& positions, const Array<float>& radii,
+                                   const Array<float>& weights, float margin, float reach, float leastWeight,
+                                   uint32 threadCount,
+                                   CancelCallback callback) requires std::floating_point<Value>;
+    /// Carves the union of weighted balls out of a field built earlier, as setSubtractiveDistanceField does.
+    bool setSubtractiveWeigthDistanceField(const Array<Vector3F>& positions, const Array<float>& radii,
+                                           const Array<float>& weights, float margin, float reach,
+                                           uint32 threadCount,
+                                           CancelCallback callback) requires std::floating_point<Value>;
+    bool setSubtractiveWeigthDistanceField(const Array<Vector3F>& positions, const Array<float>& radii,
+                                           const Array<float>& weights, float margin, float reach,
+                                           float leastWeight, uint32 threadCount,
+                                           CancelCallback callback) requires std::floating_point<Value>;
+    /// The union of weighted balls, flattened along their normals: the largest w (1 - q)^3 where
+    /// q = (d^2 + 3 (n . d)^2) / (2r)^2 < 1, d the vector from the particle and n its normal. A unit normal
+    /// halves the kernel along it, a longer one flattens more, and a zero normal leaves the plain ball.
+    /// Weights, margin (the largest reach is 2r) and the rest as for setWeigthDistanceField.
+    bool setWeigthNormalDistanceField(const Array<Vector3F>& positions, const Array<float>& radii,
+                                      const Array<Vector3F>& normals, const Array<float>& weights,
+                                      float margin, uint32 threadCount,
+                                      CancelCallback callback) requires std::floating_point<Value>;
+
+    /// Fills the field with the sum of ellipsoidal kernels that follow the liquid's shape (after Yu and Turk,
+    /// ACM Transactions on Graphics 32(1), 2013): flat along its surface, so that the surface is smooth while
+    /// sheets stay thin and drops round. A particle adds (1 - q)^3 where q = d^T F d < 1, d the vector from
+    /// its smoothed centre; F comes from the weighted covariance of its neighbourhood (w = 1 - (distance /
+    /// reach)^3).
+    ///
+    /// No kernel reaches further than 2r, a lone particle or one in an even, full neighbourhood has the plain
+    /// kernel of setDistanceField, and radii of 1.5 to 3 times half the particles' spacing serve well. At the
+    /// level (1 - (s / 2r)^2)^3 a lone particle has its surface at the distance s. margin, threadCount,
+    /// callback and the result as for setDistanceField; the bytes are the same for every thread count while
+    /// nothing is cut off. Time is linear in the pairs of neighbours.
+    ///
+    /// Prints the seconds of its phases, "neighbo", "Gs", "elips bb", "field" and "global", on standard
+    /// output, and on standard error five times the MiB of memory in use: at the start and after each of the
+    /// four.
+    bool setAnisotropyDistanceField(const Array<Vector3F>& positions, const Array<float>& radii, float margin,
+                                    uint32 threadCount,
+                                    CancelCallback callback) requires std::floating_point<Value>;
+    /// The same with settings of the caller's, and nothing printed. A setting out of its range takes its
+    /// default.
+    bool setAnisotropyDistanceField(const Array<Vector3F>& positions, const Array<float>& radii, float margin,
+                                    const AnisotropySettings& settings, uint32 threadCount,
+                                    CancelCallback callback) requires std::floating_point<Value>;
 
     /// Moves the box so that its centre is the point.
     virtual void moveTo(const Vector3<Coord>& point);

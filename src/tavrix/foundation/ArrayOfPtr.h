@@ -48,6 +48,13 @@ public:
         }
     }
 
+    /// Takes the last pointer off; an owning list deletes its object.
+    void pop_back() noexcept
+    {
+        if constexpr (owns) delete _pointers.back();
+        _pointers.resize(_pointers.size() - 1);
+    }
+
     /// Empties the list; an owning list deletes its objects.
     void clear() noexcept
     {

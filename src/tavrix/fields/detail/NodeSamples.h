@@ -33,7 +33,7 @@ struct FieldSamples
     const Value* row(uint32 i, uint32 j, Array<Value>& buffer) const
     {
         buffer.resize(field.sizeZ());
-        for (uint32 k = 0; k < field.sizeZ(); ++k) buffer[k] = field.get(Index3{i, j, k});
+        field.copySamples(field.getGrid().getMonoindex(i, j, 0), field.sizeZ(), buffer.data());
         return buffer.data();
     }
 };

@@ -36,6 +36,11 @@ struct Block
     std::size_t strideX() const { return std::size_t{extent(1)} * extent(2); }
     std::size_t strideY() const { return extent(2); }
     uint32 extent(uint32 axis) const { return nodes.high[axis] - nodes.low[axis]; }
+    std::size_t placeOf(const uint32 (&node)[3]) const
+    {
+        return (node[0] - nodes.low[0]) * strideX() + (node[1] - nodes.low[1]) * strideY() +
+               (node[2] - nodes.low[2]);
+    }
 };
 
 template <class Value>
@@ -72,30 +77,33 @@ struct Splatting
 template <class Kernel>
 std::vector<uint32> cutSlabs(const Splatting<Kernel>& s, uint32 low, uint32 high, uint32 first, uint32 last)
 {
-    std::vector<int64> work(std::size_t{s.lattice.size[0]} + 1, 0);
+    const uint32 workers = std::clamp(s.threadCount, 1u, std::max(high - low, 1u));
+    if (workers == 1) return {low, high};
+    const auto planeOf = [&](int64 i)
+    { return static_cast<std::size_t>(std::clamp<int64>(i, low, high) - low); };
+    std::vector<int64> work(std::size_t{high - low} + 1, 0);  // of the planes up to each
     for (uint32 n = first; n < last; ++n)
     {
         const auto& p = s.particles[n];
-        const uint32 cell = s.lattice.clampedCell(0, p.x), reach = s.reach(p, 0);
+        const int64 cell = s.lattice.clampedCell(0, p.x), reach = s.reach(p, 0);
         // bounded, which keeps the sums in range
         const int64 rows = int64{std::min(s.reach(p, 1), 4096u)} * std::min(s.reach(p, 2), 4096u);
-        work[cell > reach ? cell - reach : 0] += rows;
-        work[std::min<uint64>(uint64{cell} + reach + 1, s.lattice.size[0])] -= rows;
+        work[planeOf(cell - reach)] += rows;
+        work[planeOf(cell + reach + 1)] -= rows;
     }
     int64 density = 0, total = 0;
-    for (uint32 i = 0; i < s.lattice.size[0]; ++i)
+    for (int64& plane : work)
     {
-        density += work[i];
-        if (i >= low && i < high) total += density;
-        work[i] = total;
+        density += plane;
+        total += density;
+        plane = total;
     }
-    const uint32 workers = std::clamp(s.threadCount, 1u, std::max(high - low, 1u));
     std::vector<uint32> cuts{low};
     for (uint32 w = 1; w < workers; ++w)
     {
         const auto goal = static_cast<double>(total) * w / workers;
         uint32 cut = std::max(cuts.back(), low);
-        while (cut < high && static_cast<double>(work[cut]) < goal) ++cut;
+        while (cut < high && static_cast<double>(work[cut - low]) < goal) ++cut;
         cuts.push_back(cut);
     }
     cuts.push_back(high);
@@ -217,7 +225,8 @@ bool buildField(ScalarField3<Value, Coord>& field, const Kernel& kernel, uint32 
     return false;
 }
 
-/// Calls merge(target sample, block sample) for every node of the block, each worker on x planes of its own.
+/// Calls merge(target sample, block sample) for every node of the block, which lies in the target, each
+/// worker on x planes of its own.
 template <class Value, class Merge>
 void mergeBlock(const Block<Value>& target, const Block<Value>& block, uint32 threadCount, Merge merge)
 {
@@ -228,8 +237,8 @@ void mergeBlock(const Block<Value>& target, const Block<Value>& block, uint32 th
                         for (uint32 j = 0; j < block.extent(1); ++j)
                         {
                             const Value* from = block.samples + i * block.strideX() + j * block.strideY();
-                            Value* to = target.samples + (block.nodes.low[0] + i) * target.strideX() +
-                                        (block.nodes.low[1] + j) * target.strideY() + block.nodes.low[2];
+                            Value* to = target.samples + target.placeOf(block.nodes.low) +
+                                        i * target.strideX() + j * target.strideY();
                             for (uint32 k = 0; k < block.extent(2); ++k) to[k] = merge(to[k], from[k]);
                         }
                 });

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <tavrix/foundation/detail/Divisor.h>
+#include <tavrix/foundation/Divisor.h>
 #include <tavrix/foundation/ParallelFor.h>
 #include <tavrix/isosurface/detail/MeshCleaning.h>
 #include <tavrix/isosurface/detail/SurfaceTopology.h>

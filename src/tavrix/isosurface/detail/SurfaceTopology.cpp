@@ -5,7 +5,7 @@
 #include <vector>
 
 #include <tavrix/foundation/detail/BucketSort.h>
-#include <tavrix/foundation/detail/Divisor.h>
+#include <tavrix/foundation/Divisor.h>
 #include <tavrix/foundation/ParallelFor.h>
 #include <tavrix/isosurface/detail/MarchingCubesTable.h>
 

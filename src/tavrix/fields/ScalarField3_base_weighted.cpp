@@ -1,8 +1,7 @@
 #include <algorithm>
 
 #include <tavrix/fields/detail/EllipsoidSplat.h>
-#include <tavrix/fields/detail/Splatting.h>
-#include <tavrix/fields/ScalarField3.h>
+#include <tavrix/fields/detail/ParticleField.h>
 
 namespace tavrix
 {
@@ -70,7 +69,7 @@ constexpr float lowest = -farValue;
 }  // namespace
 
 template <class Value, class Coord>
-bool ScalarField3<Value, Coord>::setWeigthDistanceField(
+bool ScalarField3_base<Value, Coord>::setWeigthDistanceField(
     const Array<Vector3F>& positions, const Array<float>& radii, const Array<float>& weights, float margin,
     float reach, uint32 threadCount, CancelCallback callback) requires std::floating_point<Value>
 {
@@ -78,7 +77,7 @@ bool ScalarField3<Value, Coord>::setWeigthDistanceField(
 }
 
 template <class Value, class Coord>
-bool ScalarField3<Value, Coord>::setWeigthDistanceField(
+bool ScalarField3_base<Value, Coord>::setWeigthDistanceField(
     const Array<Vector3F>& positions, const Array<float>& radii, const Array<float>& weights, float margin,
     float reach, float leastWeight, uint32 threadCount,
     CancelCallback callback) requires std::floating_point<Value>
@@ -88,7 +87,7 @@ bool ScalarField3<Value, Coord>::setWeigthDistanceField(
 }
 
 template <class Value, class Coord>
-bool ScalarField3<Value, Coord>::setWeigthDistanceField(
+bool ScalarField3_base<Value, Coord>::setWeigthDistanceField(
     const Array<Vector3F>& positions, const Array<float>& radii, const Array<float>& weights, float margin,
     float reach, float leastWeight, double largestReach, uint32 threadCount,
     CancelCallback callback) requires std::floating_point<Value>
@@ -98,7 +97,7 @@ bool ScalarField3<Value, Coord>::setWeigthDistanceField(
 }
 
 template <class Value, class Coord>
-bool ScalarField3<Value, Coord>::setWeigthDistanceField_v2(
+bool ScalarField3_base<Value, Coord>::setWeigthDistanceField_v2(
     const Array<Vector3F>& positions, const Array<float>& radii, const Array<float>& weights, float margin,
     float reach, uint32 threadCount, CancelCallback callback) requires std::floating_point<Value>
 {
@@ -106,7 +105,7 @@ bool ScalarField3<Value, Coord>::setWeigthDistanceField_v2(
 }
 
 template <class Value, class Coord>
-bool ScalarField3<Value, Coord>::setWeigthDistanceField_v2(
+bool ScalarField3_base<Value, Coord>::setWeigthDistanceField_v2(
     const Array<Vector3F>& positions, const Array<float>& radii, const Array<float>& weights, float margin,
     float reach, float leastWeight, uint32 threadCount,
     CancelCallback callback) requires std::floating_point<Value>
@@ -116,7 +115,7 @@ bool ScalarField3<Value, Coord>::setWeigthDistanceField_v2(
 }
 
 template <class Value, class Coord>
-bool ScalarField3<Value, Coord>::setSubtractiveWeigthDistanceField(
+bool ScalarField3_base<Value, Coord>::setSubtractiveWeigthDistanceField(
     const Array<Vector3F>& positions, const Array<float>& radii, const Array<float>& weights, float margin,
     float reach, uint32 threadCount, CancelCallback callback) requires std::floating_point<Value>
 {
@@ -125,7 +124,7 @@ bool ScalarField3<Value, Coord>::setSubtractiveWeigthDistanceField(
 }
 
 template <class Value, class Coord>
-bool ScalarField3<Value, Coord>::setSubtractiveWeigthDistanceField(
+bool ScalarField3_base<Value, Coord>::setSubtractiveWeigthDistanceField(
     const Array<Vector3F>& positions, const Array<float>& radii, const Array<float>& weights, float margin,
     float reach, float leastWeight, uint32 threadCount,
     CancelCallback callback) requires std::floating_point<Value>
@@ -137,7 +136,7 @@ bool ScalarField3<Value, Coord>::setSubtractiveWeigthDistanceField(
 }
 
 template <class Value, class Coord>
-bool ScalarField3<Value, Coord>::setWeigthNormalDistanceField(
+bool ScalarField3_base<Value, Coord>::setWeigthNormalDistanceField(
     const Array<Vector3F>& positions, const Array<float>& radii, const Array<Vector3F>& normals,
     const Array<float>& weights, float margin, uint32 threadCount,
     CancelCallback callback) requires std::floating_point<Value>
@@ -148,23 +147,23 @@ bool ScalarField3<Value, Coord>::setWeigthNormalDistanceField(
 
 using Positions = Array<Vector3F>;
 using Numbers = Array<float>;
-#define TX_INSTANTIATE(Value, Coord)                                                                      \
-    template bool ScalarField3<Value, Coord>::setWeigthDistanceField(                                     \
-        const Positions&, const Numbers&, const Numbers&, float, float, uint32, CancelCallback);          \
-    template bool ScalarField3<Value, Coord>::setWeigthDistanceField(                                     \
-        const Positions&, const Numbers&, const Numbers&, float, float, float, uint32, CancelCallback);   \
-    template bool ScalarField3<Value, Coord>::setWeigthDistanceField(const Positions&, const Numbers&,    \
-                                                                     const Numbers&, float, float, float, \
-                                                                     double, uint32, CancelCallback);     \
-    template bool ScalarField3<Value, Coord>::setWeigthDistanceField_v2(                                  \
-        const Positions&, const Numbers&, const Numbers&, float, float, uint32, CancelCallback);          \
-    template bool ScalarField3<Value, Coord>::setWeigthDistanceField_v2(                                  \
-        const Positions&, const Numbers&, const Numbers&, float, float, float, uint32, CancelCallback);   \
-    template bool ScalarField3<Value, Coord>::setSubtractiveWeigthDistanceField(                          \
-        const Positions&, const Numbers&, const Numbers&, float, float, uint32, CancelCallback);          \
-    template bool ScalarField3<Value, Coord>::setSubtractiveWeigthDistanceField(                          \
-        const Positions&, const Numbers&, const Numbers&, float, float, float, uint32, CancelCallback);   \
-    template bool ScalarField3<Value, Coord>::setWeigthNormalDistanceField(                               \
+#define TX_INSTANTIATE(Value, Coord)                                                                    \
+    template bool ScalarField3_base<Value, Coord>::setWeigthDistanceField(                              \
+        const Positions&, const Numbers&, const Numbers&, float, float, uint32, CancelCallback);        \
+    template bool ScalarField3_base<Value, Coord>::setWeigthDistanceField(                              \
+        const Positions&, const Numbers&, const Numbers&, float, float, float, uint32, CancelCallback); \
+    template bool ScalarField3_base<Value, Coord>::setWeigthDistanceField(                              \
+        const Positions&, const Numbers&, const Numbers&, float, float, float, double, uint32,          \
+        CancelCallback);                                                                                \
+    template bool ScalarField3_base<Value, Coord>::setWeigthDistanceField_v2(                           \
+        const Positions&, const Numbers&, const Numbers&, float, float, uint32, CancelCallback);        \
+    template bool ScalarField3_base<Value, Coord>::setWeigthDistanceField_v2(                           \
+        const Positions&, const Numbers&, const Numbers&, float, float, float, uint32, CancelCallback); \
+    template bool ScalarField3_base<Value, Coord>::setSubtractiveWeigthDistanceField(                   \
+        const Positions&, const Numbers&, const Numbers&, float, float, uint32, CancelCallback);        \
+    template bool ScalarField3_base<Value, Coord>::setSubtractiveWeigthDistanceField(                   \
+        const Positions&, const Numbers&, const Numbers&, float, float, float, uint32, CancelCallback); \
+    template bool ScalarField3_base<Value, Coord>::setWeigthNormalDistanceField(                        \
         const Positions&, const Numbers&, const Positions&, const Numbers&, float, uint32, CancelCallback);
 TX_FOR_EACH_REAL_SCALAR_FIELD(TX_INSTANTIATE)
 #undef TX_INSTANTIATE

@@ -1,8 +1,7 @@
 #include <cstdio>
 
 #include <tavrix/fields/detail/AnisotropicKernels.h>
-#include <tavrix/fields/detail/Splatting.h>
-#include <tavrix/fields/ScalarField3.h>
+#include <tavrix/fields/detail/ParticleField.h>
 #include <tavrix/platform/Hardware.h>
 #include <tavrix/platform/Timer.h>
 
@@ -51,11 +50,12 @@ private:
 };
 
 template <class Value, class Coord>
-bool buildAnisotropicField(ScalarField3<Value, Coord>& field, float margin,
+bool buildAnisotropicField(ScalarField3_base<Value, Coord>& field, float margin,
                            detail::AnisotropicKernels kernels, uint32 threadCount, CancelCallback callback,
                            Diagnostics diagnostics)
 {
-    const auto cancel = [&] { return field.set(Value(0)), false; };
+    const auto cancel = [&]
+    { return detail::withStorage(field, [](auto& stored) { stored.setZero(); }), false; };
     if (!kernels.measureNeighbourhoods()) return cancel();
     diagnostics.endPhase("neighbo");
     if (!kernels.fitEllipsoids()) return cancel();
@@ -75,7 +75,7 @@ bool buildAnisotropicField(ScalarField3<Value, Coord>& field, float margin,
 }  // namespace
 
 template <class Value, class Coord>
-bool ScalarField3<Value, Coord>::setAnisotropyDistanceField(
+bool ScalarField3_base<Value, Coord>::setAnisotropyDistanceField(
     const Array<Vector3F>& positions, const Array<float>& radii, float margin, uint32 threadCount,
     CancelCallback callback) requires std::floating_point<Value>
 {
@@ -84,7 +84,7 @@ bool ScalarField3<Value, Coord>::setAnisotropyDistanceField(
 }
 
 template <class Value, class Coord>
-bool ScalarField3<Value, Coord>::setAnisotropyDistanceField(
+bool ScalarField3_base<Value, Coord>::setAnisotropyDistanceField(
     const Array<Vector3F>& positions, const Array<float>& radii, float margin,
     const AnisotropySettings& settings, uint32 threadCount,
     CancelCallback callback) requires std::floating_point<Value>
@@ -94,9 +94,9 @@ bool ScalarField3<Value, Coord>::setAnisotropyDistanceField(
 }
 
 #define TX_INSTANTIATE(Value, Coord)                                                           \
-    template bool ScalarField3<Value, Coord>::setAnisotropyDistanceField(                      \
+    template bool ScalarField3_base<Value, Coord>::setAnisotropyDistanceField(                 \
         const Array<Vector3F>&, const Array<float>&, float, uint32, CancelCallback);           \
-    template bool ScalarField3<Value, Coord>::setAnisotropyDistanceField(                      \
+    template bool ScalarField3_base<Value, Coord>::setAnisotropyDistanceField(                 \
         const Array<Vector3F>&, const Array<float>&, float, const AnisotropySettings&, uint32, \
         CancelCallback);
 TX_FOR_EACH_REAL_SCALAR_FIELD(TX_INSTANTIATE)

@@ -1,6 +1,5 @@
+#include <tavrix/fields/detail/ParticleField.h>
 #include <tavrix/fields/detail/ParticleSplat.h>
-#include <tavrix/fields/detail/Splatting.h>
-#include <tavrix/fields/ScalarField3.h>
 
 namespace tavrix
 {
@@ -38,16 +37,16 @@ struct Balls
 }  // namespace
 
 template <class Value, class Coord>
-bool ScalarField3<Value, Coord>::setDistanceField(const Array<Vector3F>& positions, const Array<float>& radii,
-                                                  float margin, uint32 threadCount,
-                                                  CancelCallback callback) requires std::floating_point<Value>
+bool ScalarField3_base<Value, Coord>::setDistanceField(
+    const Array<Vector3F>& positions, const Array<float>& radii, float margin, uint32 threadCount,
+    CancelCallback callback) requires std::floating_point<Value>
 {
     const Balls balls{positions, radii};
     return buildField(*this, distanceKernel, balls.size(), margin, threadCount, callback, balls);
 }
 
 template <class Value, class Coord>
-bool ScalarField3<Value, Coord>::setSubtractiveDistanceField(
+bool ScalarField3_base<Value, Coord>::setSubtractiveDistanceField(
     const Array<Vector3F>& positions, const Array<float>& radii, float margin, uint32 threadCount,
     CancelCallback callback) requires std::floating_point<Value>
 {
@@ -57,16 +56,16 @@ bool ScalarField3<Value, Coord>::setSubtractiveDistanceField(
 }
 
 template <class Value, class Coord>
-bool ScalarField3<Value, Coord>::setMetaballField(const Array<Vector3F>& positions, const Array<float>& radii,
-                                                  float margin, float influence, uint32 threadCount,
-                                                  CancelCallback callback) requires std::floating_point<Value>
+bool ScalarField3_base<Value, Coord>::setMetaballField(
+    const Array<Vector3F>& positions, const Array<float>& radii, float margin, float influence,
+    uint32 threadCount, CancelCallback callback) requires std::floating_point<Value>
 {
     const Balls balls{positions, radii};
     return buildField(*this, metaballKernel(influence), balls.size(), margin, threadCount, callback, balls);
 }
 
 template <class Value, class Coord>
-bool ScalarField3<Value, Coord>::setSubtractiveMetaballField(
+bool ScalarField3_base<Value, Coord>::setSubtractiveMetaballField(
     const Array<Vector3F>& positions, const Array<float>& radii, float margin, float influence,
     uint32 threadCount, CancelCallback callback) requires std::floating_point<Value>
 {
@@ -75,14 +74,14 @@ bool ScalarField3<Value, Coord>::setSubtractiveMetaballField(
                       detail::carveSum<Value>);
 }
 
-#define TX_INSTANTIATE(Value, Coord)                                                                        \
-    template bool ScalarField3<Value, Coord>::setDistanceField(const Array<Vector3F>&, const Array<float>&, \
-                                                               float, uint32, CancelCallback);              \
-    template bool ScalarField3<Value, Coord>::setSubtractiveDistanceField(                                  \
-        const Array<Vector3F>&, const Array<float>&, float, uint32, CancelCallback);                        \
-    template bool ScalarField3<Value, Coord>::setMetaballField(const Array<Vector3F>&, const Array<float>&, \
-                                                               float, float, uint32, CancelCallback);       \
-    template bool ScalarField3<Value, Coord>::setSubtractiveMetaballField(                                  \
+#define TX_INSTANTIATE(Value, Coord)                                                        \
+    template bool ScalarField3_base<Value, Coord>::setDistanceField(                        \
+        const Array<Vector3F>&, const Array<float>&, float, uint32, CancelCallback);        \
+    template bool ScalarField3_base<Value, Coord>::setSubtractiveDistanceField(             \
+        const Array<Vector3F>&, const Array<float>&, float, uint32, CancelCallback);        \
+    template bool ScalarField3_base<Value, Coord>::setMetaballField(                        \
+        const Array<Vector3F>&, const Array<float>&, float, float, uint32, CancelCallback); \
+    template bool ScalarField3_base<Value, Coord>::setSubtractiveMetaballField(             \
         const Array<Vector3F>&, const Array<float>&, float, float, uint32, CancelCallback);
 TX_FOR_EACH_REAL_SCALAR_FIELD(TX_INSTANTIATE)
 #undef TX_INSTANTIATE

@@ -1,0 +1,204 @@
+#pragma once
+
+#include <tavrix/fields/ScalarField3_base.h>
+#include <tavrix/fields/TileGrid3.h>
+#include <tavrix/foundation/ArrayOfPtr.h>
+
+namespace tavrix
+{
+
+/// What the indices of a call count: nodes or tiles.
+enum IndexesSpace
+{
+    INDEXES_GLOBAL_SPACE,
+    INDEXES_TILE_SPACE
+};
+
+/// Nodes along a tile's side unless a reset names another number.
+inline constexpr uint32 defaultTileEdge = 8;
+
+/// Tiled scalar field: the nodes lie in cubic tiles (see TileGrid3), of which only those are stored that were
+/// written to. The nodes of all others read the default value. For fields that are non-trivial near a
+/// surface only.
+///
+/// A node on a layer that tiles share belongs to the tile where its local index is 0; the copies in the
+/// tiles before it equal it after every operation of this class. Values of a tile that lie outside the grid
+/// have the default value. Operations on the whole field act on the tiles and on the default value, which
+/// stands for the nodes without a tile: set and setZero free all tiles and change it alone. What the
+/// class has in common with ScalarField3 gives the same samples, particle fields included, byte for byte;
+/// diffuse_dissipate, which leaves no node at its value, is not offered. Writes of single samples set the
+/// changed bit here. Indices are not checked.
+template <class Value, class Coord>
+class ScalarField3_SG final : public ScalarField3_base<Value, Coord>
+{
+    using Base = ScalarField3_base<Value, Coord>;
+    using Base::_flags;
+    using Base::_grid;
+
+public:
+    using Tile = Array<Value>;
+    using TileOffset = Tuple3<int32, int32, int32>;
+
+    using Base::eval;
+    using Base::evalSafe;
+
+    /// An empty field with tiles of 8 nodes a side.
+    ScalarField3_SG();
+    /// Copies grids, tiles and default value, not the render object.
+    ScalarField3_SG(const ScalarField3_SG& other);
+    ScalarField3_SG& operator=(const ScalarField3_SG& other);
+    ~ScalarField3_SG() override;
+
+    /// Sizes the grid, centred on the origin, and the table of ceil(size / (tileEdge - 1)) tiles an axis, and
+    /// frees every tile; the default value stays. Throws std::invalid_argument for a tile edge below 2 and
+    /// std::length_error when the grid's nodes or a tile's values pass 2^32 - 1, and then changes nothing.
+    void reset(uint32 sizeX, uint32 sizeY, uint32 sizeZ, Coord separation, uint32 tileEdge = defaultTileEdge);
+    void reset(uint32 sizeX, uint32 sizeY, uint32 sizeZ, const Vector3<Coord>& separation,
+               uint32 tileEdge = defaultTileEdge);
+    /// The same with tiles of 8 nodes a side.
+    void reset_XYZ(uint32 sizeX, uint32 sizeY, uint32 sizeZ, Coord separation) override;
+    void reset_toZeroSize() override;
+    /// Does nothing for the tiled field.
+    void initialize() override {}
+    /// Bytes of the tiles and of the table and list that lead to them.
+    uint64 getMemoryUsage() const override;
+
+    void moveTo(const Vector3<Coord>& point) override;
+    void move(const Vector3<Coord>& offset) override;
+
+    Value get(uint32 i, uint32 j, uint32 k) const
+    {
+        const auto place = _tileGrid.placeOf(i, j, k);
+        const uint32 position = _table[place.tile];
+        return position == noIndex ? _defaultValue : (*_tiles[position])[place.value];
+    }
+    Value get(const Index3& node) const override { return get(node.a, node.b, node.c); }
+    Value get(uint32 monoindex) const override { return get(_grid.getIndexes(monoindex)); }
+    Value get(uint64 monoindex) const { return get(static_cast<uint32>(monoindex)); }
+    Value operator[](uint32 monoindex) const { return get(monoindex); }
+    void copySamples(uint32 first, uint32 count, Value* out) const override;
+
+    /// Writes a sample and its copies; the tiles that hold them are made where they are missing.
+    void set(uint32 i, uint32 j, uint32 k, Value value);
+    void set(const Index3& node, Value value) override { set(node.a, node.b, node.c, value); }
+    void set(uint32 monoindex, Value value) override { set(_grid.getIndexes(monoindex), value); }
+    void set(uint64 monoindex, Value value) { set(static_cast<uint32>(monoindex), value); }
+    /// Adds to a sample and its copies, making tiles as set does.
+    void add(uint32 i, uint32 j, uint32 k, Value v);
+    void add(uint32 monoindex, Value v);
+    /// Add or subtract one and return the new value.
+    Value inc(uint32 i, uint32 j, uint32 k);
+    Value dec(uint32 i, uint32 j, uint32 k);
+
+    const TileGrid3<Coord>& getTileGrid() const { return _tileGrid; }
+    uint32 getTileEdge() const { return _tileGrid.edge; }
+    /// Number of tiles, stored or not, altogether and per axis.
+    uint32 getTileSize() const { return _tileGrid.tiles.size; }
+    uint32 getTileSizeX() const { return _tileGrid.tiles.sizeX; }
+    uint32 getTileSizeY() const { return _tileGrid.tiles.sizeY; }
+    uint32 getTileSizeZ() const { return _tileGrid.tiles.sizeZ; }
+    /// Number of tiles that are stored.
+    uint32 getStoredTileSize() const { return _tiles.size(); }
+
+    /// The monoindex of a tile from the indices of one of its nodes (global space) or from its own.
+    uint32 getTileMonoindex(uint32 i, uint32 j, uint32 k, IndexesSpace space) const
+    {
+        return getTileMonoindex(Index3{i, j, k}, space);
+    }
+    uint32 getTileMonoindex(const Index3& indexes, IndexesSpace space) const;
+    /// The indices of the tile that a node belongs to.
+    Index3 getTileIndexes(uint32 i, uint32 j, uint32 k) const { return getTileIndexes(Index3{i, j, k}); }
+    Index3 getTileIndexes(const Index3& node) const { return _tileGrid.tileOf(node); }
+    /// The indices of a tile from the monoindex of one of its nodes (global space) or from its own.
+    Index3 getTileIndexes(uint32 monoindex, IndexesSpace space) const;
+    /// The indices of the tile around a point; noCell for a point outside the closed box.
+    Index3 getTileIndexes(const Vector3<Coord>& point) const;
+
+    /// A tile's edge^3 values, z fastest; null for one that is not stored. Who writes into a tile writes the
+    /// copies too, with setAtBorder.
+    const Tile* getTile(uint32 tileMonoindex) const;
+    Tile* getTile(uint32 tileMonoindex);
+    /// The same, making the tile when it is not stored.
+    Tile& refTile_alloc(uint32 tileMonoindex);
+    /// Makes a tile that is not stored, of the default value but for the layers that it shares with stored
+    /// tiles after it: no sample changes. Returns whether it did.
+    bool createTile(uint32 tileMonoindex);
+    /// Gives a tile its edge^3 values, shared layers included: these and the neighbours' copies must agree.
+    /// Throws std::invalid_argument for another number of values.
+    void setTile(uint32 tileMonoindex, Tile&& values);
+
+    /// Writes the copies of a node that has the local indices (i, j, k) in a tile: for every set of axes
+    /// whose local index is 0, that in the tile before it along these axes, if there is one in the grid.
+    /// Makes tiles that are not stored.
+    void setAtBorder(const Index3& tile, uint32 i, uint32 j, uint32 k, Value value);
+    /// Writes one copy: at local + offset, wrapped into the tile, of the tile at tile + offset. Nothing
+    /// happens outside the grid of tiles.
+    void setAtBorderOffset(const Index3& tile, const Index3& local, const TileOffset& offset, Value value);
+    /// The same, adding v. A copy in a tile that had to be made becomes the default value + v.
+    void addValueToTilesAtBorders(const Index3& tile, uint32 i, uint32 j, uint32 k, Value v);
+    void addValueToTileOffset(const Index3& tile, const Index3& local, const TileOffset& offset, Value v);
+
+    /// Makes the missing neighbours, along the axes, of every tile stored before the call that has a value
+    /// larger than the threshold, not equal to it, next to them: on the shared layer or, as set gives a value
+    /// on that layer its tiles anyway, on the last layer before it. So a feature that grows by a node
+    /// between two calls finds its tile.
+    void createNeighborTiles_ifValuesAtBoundaryLarger(Value threshold);
+    /// Frees the tiles all of whose values are the default value, bit for bit; no sample changes. Returns
+    /// their number.
+    uint32 adjustCoarse_b3b();
+
+    Value getDefaultValue() const { return _defaultValue; }
+    /// Frees the tiles and gives every node this value.
+    void setDefaultValue(Value value);
+    void set(Value value) { setDefaultValue(value); }
+    void setZero() { setDefaultValue(Value(0)); }
+    /// Adds to every sample.
+    void add(Value v);
+
+    /// As in ScalarField3. Fields that are combined have the same sizes and the same tile edge
+    /// (std::invalid_argument), and the result stores the tiles that one of them does.
+    void interpolate(const ScalarField3_SG& a, const ScalarField3_SG& b, double t);
+    void add(const ScalarField3_SG& other, Value factor) requires std::floating_point<Value>;
+    void sub(const ScalarField3_SG& other) requires std::floating_point<Value>;
+    void multiply(Value factor) requires std::floating_point<Value>;
+    void abs() requires std::floating_point<Value>;
+    /// As in ScalarField3, over all nodes.
+    void findMinMax(Value& min, Value& max) const requires std::floating_point<Value>;
+    void findMinMaxAvg(Value& min, Value& max, Value& avg) const requires std::floating_point<Value>;
+    bool doIHave_NaN() const requires std::floating_point<Value>;
+    bool addValueToBoxContainingPoint(const Vector3<Coord>& point,
+                                      Value v) requires std::floating_point<Value>;
+
+    /// Copies the samples of a field of any storage with as many nodes; the grid stays. Of a tiled field the
+    /// default value is taken over, and the tiles as they are when the tile grids agree. Otherwise only the
+    /// tiles are made in which a sample is not the default value. Into a dense field copies
+    /// ScalarField3::copyScalars.
+    void copyScalars(const Base& other);
+
+private:
+    void copyRow(const Index3& node, uint32 count, Value* out) const;
+    uint32 placeOfCopy(const Index3& tile, const Index3& local, const TileOffset& offset,
+                       uint32& tileOfCopy) const;
+    void takeSharedLayers(uint32 tileMonoindex, Tile& values) const;
+    bool isLargerTowards(const Tile& values, const Index3& tile, uint32 axis, bool upwards,
+                         Value threshold) const;
+    void freeTiles();
+    bool hasSameTiles(const ScalarField3_SG& other) const;
+    template <class Map>
+    void mapSamples(Map map);
+    template <class Combine>
+    void combineSamples(const ScalarField3_SG& a, const ScalarField3_SG& b, Combine combine);
+    template <class Visit>
+    void forEachStoredRow(Visit visit) const;
+
+    TileGrid3<Coord> _tileGrid = TileGrid3<Coord>::over({}, defaultTileEdge);
+    Array<uint32> _table;  ///< of every tile: its position in the list, noIndex when it is not stored
+    ArrayOfPtr<Tile> _tiles;
+    Value _defaultValue{};
+};
+
+#define TX_DECLARE(Value, Coord) extern template class TX_GEOMETRY_API ScalarField3_SG<Value, Coord>;
+TX_FOR_EACH_SCALAR_FIELD(TX_DECLARE)
+#undef TX_DECLARE
+
+}  // namespace tavrix

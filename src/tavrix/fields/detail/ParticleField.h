@@ -1,0 +1,36 @@
+#pragma once
+
+#include <tavrix/fields/detail/TileSplatting.h>
+
+// The particle setters' way to a field's storage.
+
+namespace tavrix::detail
+{
+
+/// Calls use(field) with the field as the storage that it is.
+template <class Value, class Coord, class Use>
+auto withStorage(ScalarField3_base<Value, Coord>& field, Use use)
+{
+    if (field.getType() == ScalarFieldType::Tiled)
+        return use(static_cast<ScalarField3_SG<Value, Coord>&>(field));
+    return use(static_cast<ScalarField3<Value, Coord>&>(field));
+}
+
+template <class Value, class Coord, class Kernel, class Make>
+bool buildField(ScalarField3_base<Value, Coord>& field, const Kernel& kernel, uint32 count, float margin,
+                uint32 threadCount, CancelCallback callback, Make make)
+{
+    return withStorage(field, [&](auto& stored)
+                       { return buildField(stored, kernel, count, margin, threadCount, callback, make); });
+}
+
+template <class Value, class Coord, class Kernel, class Make, class Merge>
+bool carveField(ScalarField3_base<Value, Coord>& field, const Kernel& kernel, uint32 count, float margin,
+                uint32 threadCount, CancelCallback callback, Make make, Merge merge)
+{
+    return withStorage(
+        field, [&](auto& stored)
+        { return carveField(stored, kernel, count, margin, threadCount, callback, make, merge); });
+}
+
+}  // namespace tavrix::detail

@@ -1,0 +1,280 @@
+#pragma once
+
+#include <atomic>
+#include <vector>
+
+#include <tavrix/fields/detail/Splatting.h>
+#include <tavrix/fields/detail/TileBricks.h>
+#include <tavrix/fields/ScalarField3_SG.h>
+
+// Particles to a tiled field. The particles are sorted and grouped as for a dense field, then listed for
+// every brick of tiles that they may reach. Each brick is splatted into a dense block, by the same functions,
+// so that a node gets the same particles in the same order as in a dense field, and the tiles whose values it
+// changes are collected. When all is done they go into the field, in the order of the bricks.
+//
+// Workers take light bricks in turn; on a heavy one, which would keep the callback waiting, all of them work.
+
+namespace tavrix::detail
+{
+
+/// The sorted particles that may reach a brick.
+struct BrickLoad
+{
+    uint32 brick;
+    std::vector<uint32> particles;
+    NodeBox reached;    ///< holds the brick's nodes that they may reach
+    double visits = 0;  ///< of nodes
+
+    void add(uint32 particle, const NodeBox& nodes)
+    {
+        if (particles.empty()) reached = nodes;
+        particles.push_back(particle);
+        double volume = 1;
+        for (uint32 axis = 0; axis < 3; ++axis)
+        {
+            reached.low[axis] = std::min(reached.low[axis], nodes.low[axis]);
+            reached.high[axis] = std::max(reached.high[axis], nodes.high[axis]);
+            volume *= nodes.high[axis] - nodes.low[axis];
+        }
+        visits += volume;
+    }
+};
+
+/// The loads of the bricks that particles may reach, in the order of the bricks.
+template <class Kernel>
+std::vector<BrickLoad> loadBricks(const Splatting<Kernel>& s, const TileBricks& bricks)
+{
+    std::vector<BrickLoad> loads(bricks.size());
+    for (uint32 n = 0; n < s.particles.size(); ++n)
+    {
+        const auto& p = s.particles[n];
+        const float center[] = {p.x, p.y, p.z};
+        NodeBox box;
+        for (uint32 axis = 0; axis < 3; ++axis)
+        {
+            const uint32 cell = s.lattice.clampedCell(axis, center[axis]), reach = s.reach(p, axis);
+            box.low[axis] = cell > reach ? cell - reach : 0;
+            box.high[axis] =
+                static_cast<uint32>(std::min<uint64>(uint64{cell} + reach + 1, s.lattice.size[axis]));
+        }
+        bricks.forEachIn(box, [&](uint32 brick, const NodeBox& nodes) { loads[brick].add(n, nodes); });
+    }
+    for (uint32 brick = 0; brick < loads.size(); ++brick) loads[brick].brick = brick;
+    std::erase_if(loads, [](const BrickLoad& load) { return load.particles.empty(); });
+    return loads;
+}
+
+/// Calls work(n, worker, threadCount, callback), which returns false when the callback stopped it, for every
+/// load. Each worker takes one light load after the other, in rounds between which the callback is polled.
+template <class Work>
+bool forEachLoad(const std::vector<BrickLoad>& loads, uint32 threadCount, CancelCallback callback, Work work)
+{
+    const auto isHeavy = [&](uint32 n) { return loads[n].visits > visitsPerPoll; };
+    for (uint32 first = 0, last; first < loads.size(); first = last)
+    {
+        if (isCancelled(callback)) return false;
+        last = first + 1;
+        if (isHeavy(first))
+        {
+            if (!work(first, 0, threadCount, callback)) return false;
+            continue;
+        }
+        double visits = loads[first].visits;
+        for (; last < loads.size() && !isHeavy(last) && visits < visitsPerPoll * threadCount; ++last)
+            visits += loads[last].visits;
+        const uint32 workers = std::clamp(threadCount, 1u, last - first);
+        std::atomic<uint32> next = first;
+        parallelFor(workers, workers,
+                    [&](uint32 worker, uint64, uint64)
+                    {
+                        for (uint32 n; (n = next++) < last;) work(n, worker, 1, nullptr);
+                    });
+    }
+    return !isCancelled(callback);
+}
+
+/// Copies of some of the sorted particles, with their groups.
+template <class Kernel>
+struct GroupedParticles
+{
+    Array<typename Kernel::Particle> particles;
+    std::vector<ParticleGroup> groups;
+
+    GroupedParticles(const Splatting<Kernel>& s, const std::vector<ParticleGroup>& allGroups,
+                     const std::vector<uint32>& numbers)
+        : particles(static_cast<uint32>(numbers.size()))
+    {
+        for (uint32 n = 0; n < particles.size(); ++n) particles[n] = s.particles[numbers[n]];
+        const auto countBefore = [&](uint32 number) {
+            return static_cast<uint32>(std::lower_bound(numbers.begin(), numbers.end(), number) -
+                                       numbers.begin());
+        };
+        for (const ParticleGroup& group : allGroups)
+        {
+            const uint32 first = countBefore(group.first), last = countBefore(group.last);
+            if (first != last) groups.push_back({first, last, group.nodes});
+        }
+    }
+};
+
+/// A tile's new values.
+template <class Value>
+struct TileChange
+{
+    uint32 tile;
+    Array<Value> values;
+};
+
+/// What a worker keeps from brick to brick.
+template <class Value>
+struct BrickRooms
+{
+    Array<Value> target, own;
+};
+
+/// A block over a box of nodes in a room. Its rows are as long as whole groups of lanes, which is the quick
+/// case for the kernels; samples past the box are of no meaning.
+template <class Value>
+Block<Value> blockOver(const NodeBox& box, Array<Value>& room)
+{
+    constexpr uint32 lanes = 8;
+    Block<Value> block{nullptr, box};
+    block.nodes.high[2] = box.low[2] + (block.extent(2) + lanes - 1) / lanes * lanes;
+    const auto count = static_cast<uint32>(block.extent(0) * block.strideX());
+    if (count > room.capacity()) room.reserve(count, false);
+    room.resize(count);
+    block.samples = room.data();
+    return block;
+}
+
+/// Gives the block the field's samples.
+template <class Value, class Coord>
+void readSamples(const ScalarField3_SG<Value, Coord>& field, const NodeBox& box, const Block<Value>& block)
+{
+    std::fill_n(block.samples, block.extent(0) * block.strideX(), field.getDefaultValue());
+    if (field.getStoredTileSize() == 0) return;
+    for (uint32 i = box.low[0]; i < box.high[0]; ++i)
+        for (uint32 j = box.low[1]; j < box.high[1]; ++j)
+            field.copySamples(field.getGrid().getMonoindex(i, j, box.low[2]), box.high[2] - box.low[2],
+                              block.samples + block.placeOf({i, j, box.low[2]}));
+}
+
+/// Calls visit(row of the block, place of the row in the tile, length) for the rows along z of the nodes of a
+/// tile that lie in the box.
+template <class Value, class Coord, class Visit>
+void forEachRowOfTile(const TileGrid3<Coord>& tileGrid, const uint32 (&tile)[3], const NodeBox& box,
+                      const Block<Value>& block, Visit visit)
+{
+    uint32 origin[3], low[3], high[3];
+    for (uint32 axis = 0; axis < 3; ++axis)
+    {
+        origin[axis] = tile[axis] * tileGrid.step();
+        low[axis] = std::max(box.low[axis], origin[axis]);
+        high[axis] = std::min(box.high[axis] - origin[axis], tileGrid.edge) + origin[axis];
+    }
+    for (uint32 i = low[0]; i < high[0]; ++i)
+        for (uint32 j = low[1]; j < high[1]; ++j)
+            visit(block.samples + block.placeOf({i, j, low[2]}),
+                  tileGrid.valueAt(i - origin[0], j - origin[1], low[2] - origin[2]), high[2] - low[2]);
+}
+
+/// Collects the tiles of a brick in which the block's samples are no longer the field's.
+template <class Value, class Coord>
+void collectChanges(const ScalarField3_SG<Value, Coord>& field, const NodeBox& tiles, const NodeBox& box,
+                    const Block<Value>& block, std::vector<TileChange<Value>>& changes)
+{
+    const TileGrid3<Coord>& tileGrid = field.getTileGrid();
+    uint32 tile[3];
+    for (tile[0] = tiles.low[0]; tile[0] < tiles.high[0]; ++tile[0])
+        for (tile[1] = tiles.low[1]; tile[1] < tiles.high[1]; ++tile[1])
+            for (tile[2] = tiles.low[2]; tile[2] < tiles.high[2]; ++tile[2])
+            {
+                const uint32 monoindex = tileGrid.tiles.getMonoindex(tile[0], tile[1], tile[2]);
+                const Array<Value>* before = field.getTile(monoindex);
+                const Value defaultValue = field.getDefaultValue();
+                bool isChanged = false;
+                forEachRowOfTile(tileGrid, tile, box, block,
+                                 [&](const Value* row, uint32 place, uint32 length)
+                                 {
+                                     const Value* old = before ? before->data() + place : nullptr;
+                                     for (uint32 n = 0; n < length; ++n)
+                                         isChanged |= row[n] != (old ? old[n] : defaultValue);
+                                 });
+                if (!isChanged) continue;
+                Array<Value> values = before ? *before : Array<Value>(tileGrid.valuesPerTile(), defaultValue);
+                forEachRowOfTile(tileGrid, tile, box, block,
+                                 [&](const Value* row, uint32 place, uint32 length)
+                                 { std::copy_n(row, length, values.data() + place); });
+                changes.push_back({monoindex, std::move(values)});
+            }
+}
+
+/// Changes the field brick by brick: splatBrick(splatting, groups, block, room) changes the samples of a
+/// block by the particles of the splatting, and returns false when the callback stopped it. Returns false,
+/// and leaves the field as it was, in that case.
+template <class Value, class Coord, class Kernel, class Make, class SplatBrick>
+bool changeTiles(ScalarField3_SG<Value, Coord>& field, const Kernel& kernel, uint32 count, float margin,
+                 uint32 threadCount, CancelCallback callback, Make make, SplatBrick splatBrick)
+{
+    const Lattice lattice(field.getGrid());
+    const auto particles = sortParticles(lattice, kernel, count, threadCount, make);
+    const auto groups = groupParticles(lattice, particles, margin, threadCount);
+    const Splatting<Kernel> all{lattice, particles, kernel, threadCount, callback};
+    const TileBricks bricks(lattice, field.getTileGrid().step());
+    const std::vector<BrickLoad> loads = loadBricks(all, bricks);
+    std::vector<std::vector<TileChange<Value>>> changes(loads.size());
+    std::vector<BrickRooms<Value>> rooms(std::min<std::size_t>(loads.size(), std::max(threadCount, 1u)));
+    const auto work = [&](uint32 n, uint32 worker, uint32 threads, CancelCallback poll)
+    {
+        const BrickLoad& load = loads[n];
+        const GroupedParticles<Kernel> own(all, groups, load.particles);
+        const Block<Value> block = blockOver(load.reached, rooms[worker].target);
+        readSamples(field, load.reached, block);
+        const Splatting<Kernel> splatting{lattice, own.particles, kernel, threads, poll};
+        if (!splatBrick(splatting, own.groups, block, rooms[worker].own)) return false;
+        collectChanges(field, bricks.tilesIn(load.brick, load.reached), load.reached, block, changes[n]);
+        return true;
+    };
+    if (!forEachLoad(loads, std::max(threadCount, 1u), callback, work)) return false;
+    for (auto& ofBrick : changes)
+        for (TileChange<Value>& change : ofBrick) field.setTile(change.tile, std::move(change.values));
+    return true;
+}
+
+/// As for a dense field; only tiles that get a sample other than 0 are made.
+template <class Value, class Coord, class Kernel, class Make>
+bool buildField(ScalarField3_SG<Value, Coord>& field, const Kernel& kernel, uint32 count, float margin,
+                uint32 threadCount, CancelCallback callback, Make make)
+{
+    field.setZero();
+    if (field.size() == 0) return true;
+    return changeTiles(field, kernel, count, margin, threadCount, callback, make,
+                       [](const Splatting<Kernel>& splatting, const std::vector<ParticleGroup>& groups,
+                          const Block<Value>& block, Array<Value>&)
+                       { return splatIntoBlock(splatting, groups, block); });
+}
+
+/// As for a dense field; only tiles that get a sample other than the default value are made.
+template <class Value, class Coord, class Kernel, class Make, class Merge>
+bool carveField(ScalarField3_SG<Value, Coord>& field, const Kernel& kernel, uint32 count, float margin,
+                uint32 threadCount, CancelCallback callback, Make make, Merge merge)
+{
+    if (field.size() == 0) return true;
+    const auto carveBrick = [&](const Splatting<Kernel>& splatting, const std::vector<ParticleGroup>& groups,
+                                const Block<Value>& block, Array<Value>& room)
+    {
+        for (const ParticleGroup& group : groups)
+        {
+            const Block<Value> own = blockOver(block.nodes, room);
+            fillZero(own, splatting.threadCount);
+            if (!splatIntoBlock(splatting, {group}, own)) return false;
+            mergeBlock(block, own, splatting.threadCount, merge);
+        }
+        return true;
+    };
+    if (!changeTiles(field, kernel, count, margin, threadCount, callback, make, carveBrick)) return false;
+    field.refFlags() |= ScalarField3_SG<Value, Coord>::flagChanged;
+    return true;
+}
+
+}  // namespace tavrix::detail

@@ -1,0 +1,440 @@
+#include <tavrix/fields/ScalarField3_SG.h>
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <random>
+#include <stdexcept>
+#include <vector>
+
+#include <tavrix/fields/ScalarField3.h>
+#include <tavrix/fields/Vector3Field3.h>
+
+using namespace tavrix;
+
+namespace
+{
+
+using Dense = ScalarField3<float, double>;
+using Tiled = ScalarField3_SG<float, double>;
+
+/// The tiled field has the dense one's samples, and its tiles' values are those of the nodes that they stand
+/// for, copies included; values outside the grid are the default.
+template <class Value, class Coord>
+void expectSameSamples(const ScalarField3_SG<Value, Coord>& tiled, const ScalarField3<Value, Coord>& dense)
+{
+    Array<Value> samples(tiled.size());
+    tiled.copySamples(0, tiled.size(), samples.data());
+    ASSERT_EQ(samples, dense.getArrScalars());
+    const uint32 edge = tiled.getTileEdge();
+    for (uint32 t = 0; t < tiled.getTileSize(); ++t)
+    {
+        const Array<Value>* values = tiled.getTile(t);
+        if (!values) continue;
+        const Index3 tile = tiled.getTileIndexes(t, INDEXES_TILE_SPACE);
+        for (uint32 n = 0; n < values->size(); ++n)
+        {
+            const Index3 node{tile.a * (edge - 1) + n / edge / edge, tile.b * (edge - 1) + n / edge % edge,
+                              tile.c * (edge - 1) + n % edge};
+            const bool isInside = node.a < tiled.sizeX() && node.b < tiled.sizeY() && node.c < tiled.sizeZ();
+            ASSERT_EQ((*values)[n], isInside ? tiled.get(node) : tiled.getDefaultValue())
+                << "tile " << t << ", value " << n;
+        }
+    }
+}
+
+struct Particles
+{
+    Array<Vector3F> positions, normals;
+    Array<float> radii, weights;
+};
+
+/// Two small clouds at opposite corners of a box, and one large ball.
+Particles clouds(uint32 count, const Vector3F& corner)
+{
+    std::mt19937 random(7);
+    const auto unit = [&] { return static_cast<float>(random() % 10001) / 10000.0f; };
+    Particles p{{{0, 0, 0}}, {{0, 1, 0}}, {0.4f}, {1.0f}};
+    for (uint32 n = 0; n < count; ++n)
+    {
+        const Vector3F offset{unit() - 0.5f, unit() - 0.5f, unit() - 0.5f};
+        p.positions.push_back((n % 2 ? corner : -corner) + offset);
+        p.normals.push_back({unit(), unit(), 0});
+        p.radii.push_back(0.1f + 0.1f * unit());
+        p.weights.push_back(unit() * 2 - 0.3f);
+    }
+    return p;
+}
+
+using Field = ScalarField3_base<float, double>;
+using Setter = std::function<bool(Field&, const Particles&, uint32 threads, CancelCallback)>;
+
+const std::vector<Setter> builders{
+    [](Field& f, const Particles& p, uint32 t, CancelCallback c)
+    { return f.setDistanceField(p.positions, p.radii, 1.0f, t, c); },
+    [](Field& f, const Particles& p, uint32 t, CancelCallback c)
+    { return f.setMetaballField(p.positions, p.radii, 0.3f, 30.0f, t, c); },
+    [](Field& f, const Particles& p, uint32 t, CancelCallback c)
+    { return f.setWeigthDistanceField(p.positions, p.radii, p.weights, 1.0f, 2.0f, t, c); },
+    [](Field& f, const Particles& p, uint32 t, CancelCallback c)
+    { return f.setWeigthDistanceField_v2(p.positions, p.radii, p.weights, 1.0f, 2.0f, t, c); },
+    [](Field& f, const Particles& p, uint32 t, CancelCallback c)
+    { return f.setWeigthNormalDistanceField(p.positions, p.radii, p.normals, p.weights, 1.0f, t, c); },
+    [](Field& f, const Particles& p, uint32 t, CancelCallback c)
+    { return f.setAnisotropyDistanceField(p.positions, p.radii, 1.0f, {}, t, c); }};
+
+const std::vector<Setter> carvers{
+    [](Field& f, const Particles& p, uint32 t, CancelCallback c)
+    { return f.setSubtractiveDistanceField(p.positions, p.radii, 1.0f, t, c); },
+    [](Field& f, const Particles& p, uint32 t, CancelCallback c)
+    { return f.setSubtractiveMetaballField(p.positions, p.radii, 0.3f, 30.0f, t, c); },
+    [](Field& f, const Particles& p, uint32 t, CancelCallback c)
+    { return f.setSubtractiveWeigthDistanceField(p.positions, p.radii, p.weights, 1.0f, 2.0f, t, c); }};
+
+int pollsLeft = 0;
+int countDown() { return pollsLeft-- <= 0 ? 1 : 0; }
+int countUp() { return ++pollsLeft, 0; }
+
+template <class F>
+class EveryTiledField : public testing::Test
+{
+};
+template <class V, class C>
+struct Types
+{
+    using Value = V;
+    using Coord = C;
+};
+using Instantiations = testing::Types<Types<float, double>, Types<double, float>, Types<uint8, float>,
+                                      Types<int32, double>, Types<uint64, float>>;
+TYPED_TEST_SUITE(EveryTiledField, Instantiations);
+
+}  // namespace
+
+TYPED_TEST(EveryTiledField, EveryOperationAgreesWithADenseField)
+{
+    using Value = typename TypeParam::Value;
+    using Coord = typename TypeParam::Coord;
+    constexpr bool isReal = std::is_floating_point_v<Value>;
+    for (const uint32 edge : {2u, 3u, 8u, 40u})
+    {
+        std::mt19937 random(edge);
+        ScalarField3_SG<Value, Coord> tiled;
+        ScalarField3<Value, Coord> dense;
+        tiled.reset(15, 8, 22, {1, 2, 0.5}, edge);
+        dense.reset(15, 8, 22, {1, 2, 0.5});
+        dense.setZero();
+        auto other = tiled;
+        auto otherDense = dense;
+        for (uint32 step = 0; step < 400; ++step)
+        {
+            const auto m = static_cast<uint32>(random() % tiled.size());
+            const auto v = static_cast<Value>(random() % 7);
+            const Index3 n = tiled.getIndexes(m);
+            const auto tile = static_cast<uint32>(random() % tiled.getTileSize());
+            const auto both = [&](auto change) { change(tiled), change(dense); };
+            switch (random() % 24)
+            {
+                case 0:
+                    tiled.createTile(tile);
+                    break;
+                case 1:
+                    tiled.refTile_alloc(tile);
+                    break;
+                case 2:
+                    tiled.adjustCoarse_b3b();
+                    break;
+                case 3:
+                    tiled.createNeighborTiles_ifValuesAtBoundaryLarger(v);
+                    break;
+                case 4:
+                    both([&](auto& f) { f.add(v); });
+                    break;
+                case 5:
+                    other = tiled, otherDense = dense;
+                    break;
+                case 6:
+                    tiled.interpolate(other, tiled, 0.25);
+                    dense.interpolate(otherDense, dense, 0.25);
+                    break;
+                case 7:
+                    if (random() % 4 == 0) both([&](auto& f) { f.setDefaultValue(v); });
+                    break;
+                case 8:
+                    tiled.copyScalars(dense);
+                    break;
+                case 9:
+                    EXPECT_EQ(tiled.inc(n.a, n.b, n.c), dense.inc(n.a, n.b, n.c));
+                    break;
+                case 10:
+                    EXPECT_EQ(tiled.dec(n.a, n.b, n.c), dense.dec(n.a, n.b, n.c));
+                    break;
+                case 11:
+                    if constexpr (isReal) tiled.add(other, Value(0.3)), dense.add(otherDense, Value(0.3));
+                    break;
+                case 12:
+                    if constexpr (isReal) tiled.sub(other), dense.sub(otherDense);
+                    break;
+                case 13:
+                    if constexpr (isReal) both([](auto& f) { f.multiply(Value(-0.7)); });
+                    break;
+                case 14:
+                    if constexpr (isReal) both([](auto& f) { f.abs(); });
+                    break;
+                case 15:
+                    if constexpr (isReal)
+                        both(
+                            [&](auto& f) {
+                                f.addValueToBoxContainingPoint(
+                                    f.getPoint(n) + Vector3<Coord>{Coord(0.3), 0, Coord(0.1)}, v);
+                            });
+                    break;
+                case 16:
+                    both([&](auto& f) { f.add(m, v); });
+                    break;
+                default:
+                    for (uint32 near = m; near < std::min(m + 5, tiled.size()); ++near)
+                        both([&](auto& f) { f.set(near, v); });
+            }
+            if (step % 8 != 0) continue;
+            ASSERT_NO_FATAL_FAILURE(expectSameSamples(tiled, dense)) << "step " << step;
+        }
+        for (uint32 m = 0; m < tiled.size(); m += 11) EXPECT_EQ(tiled.get(m), dense.get(m));
+        dense.setZero();
+        dense.copyScalars(tiled);
+        expectSameSamples(tiled, dense);
+        ScalarField3_SG<Value, Coord> otherTiles;
+        otherTiles.reset(15, 8, 22, 1, 5);
+        otherTiles.copyScalars(tiled);
+        expectSameSamples(otherTiles, dense);
+        if constexpr (isReal)
+        {
+            Value expected[3], found[3];
+            dense.findMinMaxAvg(expected[0], expected[1], expected[2]);
+            tiled.findMinMaxAvg(found[0], found[1], found[2]);
+            for (const uint32 n : {0u, 1u, 2u}) EXPECT_EQ(found[n], expected[n]);
+            EXPECT_FALSE(tiled.doIHave_NaN());
+            tiled.set(3, 4, 5, std::numeric_limits<Value>::infinity());
+            EXPECT_TRUE(tiled.doIHave_NaN());
+            EXPECT_THROW(tiled.sub(otherTiles), std::invalid_argument);
+        }
+    }
+}
+
+TEST(ScalarField3_SG, WritesMakeTheTilesThatHoldTheNode)
+{
+    struct Case
+    {
+        Index3 node;
+        std::vector<Index3> tiles;
+    };
+    for (const Case& c :
+         {Case{{0, 0, 0}, {{0, 0, 0}}}, Case{{6, 6, 6}, {{0, 0, 0}}}, Case{{7, 0, 0}, {{1, 0, 0}, {0, 0, 0}}},
+          Case{{7, 7, 3}, {{1, 1, 0}, {0, 1, 0}, {1, 0, 0}, {0, 0, 0}}},
+          Case{{7, 7, 7},
+               {{0, 0, 0}, {0, 0, 1}, {0, 1, 0}, {0, 1, 1}, {1, 0, 0}, {1, 0, 1}, {1, 1, 0}, {1, 1, 1}}}})
+        for (const bool adding : {false, true})
+        {
+            Tiled field;
+            field.reset(10, 10, 10, 1.0, 8);
+            field.setDefaultValue(2);
+            EXPECT_EQ(field.getTileSize(), 8u);
+            EXPECT_EQ(field.getTile(0), nullptr);
+            EXPECT_EQ(field.getStoredTileSize(), 0u);
+            field.refFlags() = 0;
+            const auto [i, j, k] = c.node;
+            adding ? field.add(i, j, k, 3) : field.set(i, j, k, 5);
+            EXPECT_EQ(field.getFlags(), Tiled::flagChanged);
+            EXPECT_EQ(field.getStoredTileSize(), c.tiles.size());
+            for (const Index3& tile : c.tiles)
+            {
+                const auto* values = field.getTile(field.getTileMonoindex(tile, INDEXES_TILE_SPACE));
+                ASSERT_TRUE(values);
+                const uint32 place = ((i - 7 * tile.a) * 8 + j - 7 * tile.b) * 8 + k - 7 * tile.c;
+                EXPECT_EQ((*values)[place], 5.0f);
+            }
+            EXPECT_EQ(
+                field.getTileMonoindex(i, j, k, INDEXES_GLOBAL_SPACE),
+                field.getTileMonoindex(field.getTileIndexes(field.getPoint(c.node)), INDEXES_TILE_SPACE));
+        }
+}
+
+TEST(ScalarField3_SG, ANewTileAgreesWithStoredNeighbours)
+{
+    Tiled field;
+    field.reset(20, 20, 20, 1.0);
+    const Index3 corner{1, 1, 1};
+    const uint32 places[][2] = {{0, 511}, {1, 504 + 1}, {5 * 8 + 6, 7 * 64 + 5 * 8 + 6}};  // here and before
+    const Index3 before[] = {{0, 0, 0}, {0, 0, 1}, {0, 1, 1}};
+    for (const uint32 n : {0u, 1u, 2u})
+        field.refTile_alloc(field.getTileMonoindex(corner, INDEXES_TILE_SPACE))[places[n][0]] = 5;
+    for (const uint32 n : {0u, 1u, 2u})
+    {
+        const uint32 tile = field.getTileMonoindex(before[n], INDEXES_TILE_SPACE);
+        EXPECT_TRUE(field.createTile(tile));
+        EXPECT_FALSE(field.createTile(tile));
+        EXPECT_EQ((*field.getTile(tile))[places[n][1]], 5.0f);
+    }
+    Dense dense;
+    dense.reset(20, 20, 20, 1.0);
+    dense.copyScalars(field);
+    EXPECT_EQ(dense.get(7, 7, 7) + dense.get(7, 7, 8) + dense.get(7, 12, 13), 15.0f);
+    field.adjustCoarse_b3b();
+    expectSameSamples(field, dense);
+}
+
+TEST(ScalarField3_SG, SizesAreCheckedBeforeAnythingChanges)
+{
+    Tiled field;
+    EXPECT_EQ(field.size() + field.getTileSize(), 0u);
+    EXPECT_FALSE(field.evalSafe({0, 0, 0}).a);
+    field.reset(10, 15, 7, 0.5, 8);
+    EXPECT_EQ((Index3{field.getTileSizeX(), field.getTileSizeY(), field.getTileSizeZ()}), (Index3{2, 3, 1}));
+    EXPECT_EQ(field.getTileGrid().tiles.separation, (Vector3D{3.5, 3.5, 3.5}));
+    EXPECT_EQ(field.getTileGrid().tiles.box.max, (Vector3D{1.75, 3.5, 0}));
+    field.moveTo({1, 2, 3});
+    EXPECT_EQ(field.getTileGrid().tiles.box.center(), (Vector3D{1, 2, 3}));
+    field.set(9, 14, 6, 4);
+    const uint64 bytes = field.getMemoryUsage();
+    EXPECT_GE(bytes, 512 * sizeof(float) + 6 * sizeof(uint32));
+    EXPECT_THROW(field.reset(4, 4, 4, 1.0, 0), std::invalid_argument);
+    EXPECT_THROW(field.reset(4, 4, 4, 1.0, 1), std::invalid_argument);
+    EXPECT_THROW(field.reset(4, 4, 4, 1.0, 1626), std::length_error);
+    EXPECT_THROW(field.reset(65536, 65536, 1, 1.0, 8), std::length_error);
+    EXPECT_EQ(field.get(9, 14, 6), 4.0f);
+    EXPECT_EQ(field.getMemoryUsage(), bytes);
+    // A row of 2^32 - 1 nodes, whose last one lies in the last tile.
+    field.reset(1, 1, 0xFFFFFFFF, 1.0, 150);
+    field.set(0, 0, 0xFFFFFFFE, 1);
+    EXPECT_EQ(field.getTileSize(), 28825284u);
+    EXPECT_TRUE(field.getTile(28825283));
+    EXPECT_EQ(field.get(0xFFFFFFFEu) + field.get(0u), 1.0f);
+    field.reset_toZeroSize();
+    EXPECT_EQ(field.getMemoryUsage(), 0u);
+}
+
+TEST(ScalarField3_SG, NeighboursAreMadeWhereAFeatureMayGrow)
+{
+    struct Case
+    {
+        Index3 node;
+        float threshold;
+        uint32 tiles;
+    };
+    for (const Case& c : {Case{{10, 10, 10}, 1, 1}, Case{{13, 10, 10}, 1, 2}, Case{{13, 13, 10}, 1, 3},
+                          Case{{13, 10, 10}, 2, 1}, Case{{6, 3, 3}, 1, 2}, Case{{20, 20, 20}, 1, 1}})
+    {
+        Tiled field;
+        field.reset(21, 21, 21, 1.0);
+        field.set(c.node, 2);
+        field.createNeighborTiles_ifValuesAtBoundaryLarger(c.threshold);
+        EXPECT_EQ(field.getStoredTileSize(), c.tiles);
+        EXPECT_EQ(field.adjustCoarse_b3b(), c.tiles - 1);
+        EXPECT_EQ(field.get(c.node), 2.0f);
+    }
+}
+
+TEST(ScalarField3_SG, ParticleFieldsEqualDenseOnes)
+{
+    const Particles few = clouds(300, {6.0f, 2.0f, 1.5f}), many = clouds(40000, {6.0f, 2.0f, 1.5f});
+    for (const uint32 edge : {8u, 2u, 33u})
+        for (const uint32 threads : {1u, 3u})
+        {
+            Dense dense;
+            Tiled tiled, once;
+            dense.reset(131, 60, 37, 0.125);
+            tiled.reset(131, 60, 37, 0.125, edge);
+            tiled.set(77, 7, 7, 9);
+            for (const Setter& build : builders)
+            {
+                ASSERT_TRUE(build(dense, few, threads, nullptr));
+                ASSERT_TRUE(build(tiled, few, threads, nullptr));
+                ASSERT_NO_FATAL_FAILURE(expectSameSamples(tiled, dense));
+                once = tiled;
+                EXPECT_EQ(once.adjustCoarse_b3b(), 0u);
+            }
+            for (const float start : {0.0f, 0.5f})
+            {
+                for (uint32 m = 0; start > 0 && m < dense.size(); m += 211)
+                    dense.set(m, start), tiled.set(m, start);
+                for (const Setter& carve : carvers)
+                {
+                    dense.add(start);
+                    tiled.add(start);
+                    ASSERT_TRUE(carve(dense, few, threads, nullptr));
+                    ASSERT_TRUE(carve(tiled, few, threads, nullptr));
+                    ASSERT_NO_FATAL_FAILURE(expectSameSamples(tiled, dense));
+                }
+            }
+            if (edge != 8) continue;
+            for (const Setter& set : {builders[0], carvers[1]})  // with loads that all workers share
+            {
+                ASSERT_TRUE(set(dense, many, threads, nullptr));
+                ASSERT_TRUE(set(tiled, many, threads, nullptr));
+                ASSERT_NO_FATAL_FAILURE(expectSameSamples(tiled, dense));
+            }
+        }
+}
+
+TEST(ScalarField3_SG, EveryPollCanCancel)
+{
+    const Particles small = clouds(200, {2, 2, 2});
+    Particles large = small;  // each reaches all nodes, so that all workers splat a brick together
+    large.radii = Array<float>(201, 5.0f);
+    Tiled start;
+    start.reset(60, 60, 60, 0.125);
+    start.setDefaultValue(1);
+    start.set(4, 4, 4, 5);
+    struct Case
+    {
+        const Setter& set;
+        const Particles& particles;
+        bool carves;
+        int polls;  // at least
+    };
+    std::vector<Case> cases{{builders[0], large, false, 5}, {carvers[0], large, true, 6}};
+    for (const Setter& build : builders) cases.push_back({build, small, false, 2});
+    for (const Setter& carve : carvers) cases.push_back({carve, small, true, 2});
+    for (const Case& c : cases)
+    {
+        Tiled field = start;
+        pollsLeft = 0;
+        ASSERT_TRUE(c.set(field, c.particles, 2, countUp));
+        const int polls = pollsLeft;
+        ASSERT_GE(polls, c.polls);
+        for (int n = 0; n < polls; ++n)
+        {
+            field = start;
+            pollsLeft = n;
+            EXPECT_FALSE(c.set(field, c.particles, 2, countDown));
+            EXPECT_EQ(field.getStoredTileSize(), c.carves ? 1u : 0u);
+            EXPECT_EQ(field.get(4, 4, 4), c.carves ? 5.0f : 0.0f);
+            EXPECT_EQ(field.getDefaultValue(), c.carves ? 1.0f : 0.0f);
+        }
+    }
+}
+
+TEST(ScalarField3_SG, EvaluationAndDerivativesEqualDenseOnes)
+{
+    const Particles particles = clouds(100, {1, 1, 1});
+    Dense dense;
+    Tiled tiled;
+    dense.reset(40, 40, 40, 0.125);
+    tiled.reset(40, 40, 40, 0.125);
+    builders[1](dense, particles, 1, nullptr);
+    tiled.copyScalars(dense);
+    EXPECT_LT(tiled.getMemoryUsage(), dense.getMemoryUsage());
+    std::mt19937 random(3);
+    for (uint32 n = 0; n < 500; ++n)
+    {
+        const auto c = [&] { return (static_cast<double>(random() % 1001) / 1000 - 0.5) * 5; };
+        const Vector3D point{c(), c(), c()};
+        EXPECT_EQ(tiled.evalSafe(point), dense.evalSafe(point));
+        EXPECT_EQ(tiled.evalGradSafe(point, TX_FIELD_EVAL_SYMMETRIC),
+                  dense.evalGradSafe(point, TX_FIELD_EVAL_SYMMETRIC));
+    }
+    Vector3Field3<float, double> ofDense, ofTiled;
+    dense.gradient(ofDense);
+    tiled.gradient(ofTiled, 2);
+    EXPECT_EQ(ofTiled.refArrVectors(), ofDense.refArrVectors());
+}
