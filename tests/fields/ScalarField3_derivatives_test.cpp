@@ -158,10 +158,7 @@ TEST(ScalarField3Derivatives, CurvatureOfASphereConvergesAtSecondOrder)
             ASSERT_TRUE(found.a);
             error = std::max(error, std::fabs(found.b - 2 / radius));
         }
-        if (lastError > 0)
-        {
-            EXPECT_GT(std::log2(lastError / error), 1.8) << size << " nodes";
-        }
+        if (lastError > 0) { EXPECT_GT(std::log2(lastError / error), 1.8) << size << " nodes"; }
         lastError = error;
     }
 }

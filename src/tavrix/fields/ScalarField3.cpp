@@ -64,8 +64,7 @@ void ScalarField3<Value, Coord>::reset_toZeroSize()
 template <class Value, class Coord>
 void ScalarField3<Value, Coord>::adopt(const GridDescription3<Coord>& grid, Array<Value>&& samples)
 {
-    if (samples.size() != grid.size)
-        throw std::invalid_argument("tavrix: a field needs one sample a node");
+    if (samples.size() != grid.size) throw std::invalid_argument("tavrix: a field needs one sample a node");
     _samples.swap(samples);
     _grid = grid;
     _flags |= Base::flagChanged;
