@@ -131,8 +131,8 @@ public:
     /// Samples whose neighbours all exceed bandLimit stay. Iterations of eight sweeps go on while one changes
     /// a sample by tolerance or more; their number is returned. Signs stay, but a sample at the default value
     /// (or beyond) gets the sign of the neighbour flags that reach it: afterwards every node without a flag
-    /// has taken those of the node before it, along z, then y, then x. The result depends on the thread
-    /// count, through the cuts between the workers' slabs, but not on timing.
+    /// has taken those of the node before it, along z, then y, then x. The bytes are the same for every
+    /// thread count.
     virtual uint32 fastSweeping(const T& bandLimit, const T& tolerance, const uint32& threadCount);
     /// The same with the diagonal of the box as band limit.
     virtual uint32 fastSweeping(const T& tolerance, const uint32& threadCount);

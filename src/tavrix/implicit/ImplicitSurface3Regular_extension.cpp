@@ -37,11 +37,11 @@ public:
     {
     }
 
-    /// Visits the nodes of plane i in the direction's order and returns the largest change.
-    T visitPlane(uint32 i, const detail::SweepDirection& direction) const
+    /// Visits rows of plane i in the direction's order and returns the largest change.
+    T visitRows(uint32 i, uint32 firstRow, uint32 endRow, const detail::SweepDirection& direction) const
     {
         T change = 0;
-        for (uint32 tj = 0; tj < _grid.sizeY; ++tj)
+        for (uint32 tj = firstRow; tj < endRow; ++tj)
             for (uint32 tk = 0; tk < _grid.sizeZ; ++tk)
                 change = std::max(change, visit({i, direction.b > 0 ? tj : _grid.sizeY - 1 - tj,
                                                  direction.c > 0 ? tk : _grid.sizeZ - 1 - tk}));
@@ -141,9 +141,12 @@ uint32 ImplicitSurface3Regular<T>::extend(Values& values, const T& limit, const 
     do {
         Array<T> changes(volumes.workerCount(), T(0));
         for (const auto& direction : directions)
-            volumes.sweep(
-                direction, [&](uint32 worker, uint32 i)
-                { changes[worker] = std::max(changes[worker], extension.visitPlane(i, direction)); });
+            volumes.sweep(direction,
+                          [&](uint32 worker, uint32 i, uint32 firstRow, uint32 endRow)
+                          {
+                              const T change = extension.visitRows(i, firstRow, endRow, direction);
+                              changes[worker] = std::max(changes[worker], change);
+                          });
         residual = *std::max_element(changes.begin(), changes.end());
         ++iterations;
     } while (residual > 0 && !getExtentionConvergence(tolerance, residual, firstResidual, lastResidual,

@@ -92,9 +92,12 @@ public:
     {
         std::vector<T> changes(_volumes.workerCount(), static_cast<T>(detail::noChange));
         _volumes.sweep(direction,
-                       [&](uint32 worker, uint32 i)
+                       [&](uint32 worker, uint32 i, uint32 firstRow, uint32 endRow)
                        {
-                           const T change = detail::sweepPlane(plane(i, direction), _marks[worker].data());
+                           detail::EikonalPlane<T> rows = plane(i, direction);
+                           rows.firstRow = firstRow;
+                           rows.endRow = endRow;
+                           const T change = detail::sweepPlane(rows, _marks[worker].data());
                            changes[worker] = std::max(changes[worker], change);
                        });
         return *std::max_element(changes.begin(), changes.end());
@@ -109,14 +112,16 @@ private:
         const bool up = direction.a > 0;
         const bool isFirst = i == (up ? 0 : _grid.sizeX - 1);
         const T* upwindX = isFirst ? samples : up ? samples - _grid.sizeYZ : samples + _grid.sizeYZ;
-        return {samples,
-                upwindX,
-                _grid.sizeY,
-                _grid.sizeZ,
-                direction.b > 0,
-                direction.c > 0,
-                _grid.largestSeparation,
-                _bandLimit};
+        return {.samples = samples,
+                .upwindX = upwindX,
+                .sizeY = _grid.sizeY,
+                .sizeZ = _grid.sizeZ,
+                .firstRow = 0,
+                .endRow = _grid.sizeY,
+                .upY = direction.b > 0,
+                .upZ = direction.c > 0,
+                .h = _grid.largestSeparation,
+                .bandLimit = _bandLimit};
     }
 
     const GridDescription3<double>& _grid;
@@ -138,7 +143,7 @@ void ImplicitSurface3Regular<T>::getSweepingDirections(Directions& directions)
 template <class T>
 detail::SweepVolumes ImplicitSurface3Regular<T>::preparingThreadedSweepingVolumes(uint32 threadCount) const
 {
-    return detail::SweepVolumes(_field.sizeX(), threadCount);
+    return detail::SweepVolumes(_field.getGrid(), threadCount, detail::sweptRows);
 }
 
 template <class T>

@@ -17,19 +17,20 @@ inline constexpr uint32 sweptRows = 8;
 template <class T>
 using SweepMark = std::conditional_t<sizeof(T) == sizeof(uint32), uint32, uint64>;
 
-/// A plane x = const of samples, to be visited once in one of the four diagonal orders of its nodes.
+/// Rows of a plane x = const of samples, to be visited once in one of the four diagonal orders of its nodes.
 template <class T>
 struct EikonalPlane
 {
     T* samples;
     const T* upwindX;  ///< the neighbouring plane to look at, or the plane itself at the end of the grid
     uint32 sizeY, sizeZ;
-    bool upY, upZ;  ///< whether y and z grow along the way
+    uint32 firstRow, endRow;  ///< counted along the way; the first is a multiple of sweptRows
+    bool upY, upZ;            ///< whether y and z grow along the way
     double h;
     T bandLimit;
 };
 
-/// Lowers the samples of a plane to the upwind solutions of |grad u| = 1 (Zhao, Mathematics of Computation
+/// Lowers the samples of the rows to the upwind solutions of |grad u| = 1 (Zhao, Mathematics of Computation
 /// 74, 2005). The upwind neighbours a <= b <= c of a sample, one an axis, are those that were visited before
 /// it; beyond the grid, the sample itself. The solution is a + h, from two neighbours where b is not above
 /// it, from three where c is not, in double precision, and is stored where it is below the sample. A sample

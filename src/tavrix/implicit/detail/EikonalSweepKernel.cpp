@@ -132,9 +132,9 @@ T sweepPlane(const EikonalPlane<T>& plane, SweepMark<T>* scratch)
 {
     T maxChange = static_cast<T>(noChange);
     Row<T> rows[rowCount];
-    for (uint32 t = 0; t < plane.sizeY; t += rowCount)
+    for (uint32 t = plane.firstRow; t < plane.endRow; t += rowCount)
     {
-        const uint32 count = plane.sizeY - t < rowCount ? plane.sizeY - t : rowCount;
+        const uint32 count = plane.endRow - t < rowCount ? plane.endRow - t : rowCount;
         for (uint32 r = 0; r < count; ++r)
         {
             const uint32 j = plane.upY ? t + r : plane.sizeY - 1 - t - r;

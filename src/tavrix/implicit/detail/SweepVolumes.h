@@ -1,9 +1,9 @@
 #pragma once
 
-#include <vector>
+#include <algorithm>
 
+#include <tavrix/fields/GridDescription3.h>
 #include <tavrix/foundation/ParallelFor.h>
-#include <tavrix/foundation/Tuple.h>
 
 namespace tavrix::detail
 {
@@ -11,49 +11,71 @@ namespace tavrix::detail
 /// A diagonal order of the nodes of a grid: +1 or -1 an axis.
 using SweepDirection = Tuple3<int32, int32, int32>;
 
-/// How the x planes of a grid are shared out to the workers of a sweep: slabs, and between each two of them
-/// one plane, the seam.
+/// How a grid is cut into volumes, slabs of x planes by blocks of y rows, so that workers may share a sweep.
 ///
-/// A sweep first visits the slabs, in parallel, then the seams, in parallel. The slabs read the seams and the
-/// seams the slabs' planes beside them, neither writes what the other pass of the same sweep reads while it
-/// runs, so the outcome depends on the number of slabs but never on timing.
+/// A sweep goes over the volumes in waves, each of those volumes whose upwind neighbours were visited in the
+/// wave before: volume (s, b) in wave s + b. The volumes of a wave touch each other along edges only, where
+/// no node looks, so they can be visited at once, and every node sees what it would see if one worker visited
+/// them all: the result is the same for every thread count.
 class SweepVolumes
 {
 public:
-    SweepVolumes(uint32 planeCount, uint32 threadCount)
+    /// Blocks are of whole groups of rows, which are visited side by side.
+    SweepVolumes(const GridDescription3<double>& grid, uint32 threadCount, uint32 rowsInGroup)
+        : _sizeX(grid.sizeX),
+          _sizeY(grid.sizeY),
+          _rowsInGroup(rowsInGroup),
+          _threadCount(std::max(threadCount, 1u))
     {
-        const uint64 slabs = std::max(1u, std::min(threadCount, planeCount / 2));
-        const uint64 inSlabs = planeCount - (slabs - 1);
-        uint32 begin = 0;
-        for (uint64 s = 0; s < slabs; ++s)
-        {
-            const auto length = static_cast<uint32>((s + 1) * inSlabs / slabs - s * inSlabs / slabs);
-            _slabs.push_back({begin, begin + length});
-            begin += length + 1;
-        }
+        // With n workers, 8n volumes along an axis leave them little to wait for at the ends of waves; small
+        // volumes are not worth the start of a worker.
+        constexpr uint64 leastNodes = 8192;
+        const uint32 most = _threadCount == 1 ? 1 : std::min(8 * std::min(_threadCount, 1024u), 1u << 13);
+        uint32 along = 1;
+        while (along < most && grid.size / (uint64{4} * along * along) >= leastNodes) along *= 2;
+        _slabs = std::clamp(std::min(along, grid.sizeX), 1u, most);
+        _blocks = std::clamp(std::min(along, groups()), 1u, most);
     }
 
-    uint32 workerCount() const { return static_cast<uint32>(_slabs.size()); }
+    /// Workers are numbered below this.
+    uint32 workerCount() const { return std::min(_threadCount, std::min(_slabs, _blocks)); }
 
-    /// visit(worker, plane) for every plane once, the planes of a slab in the direction's order.
+    /// visit(worker, plane, first row, end row) for parts of planes that cover all nodes once. Rows are
+    /// counted along the way of the direction.
     template <class Visit>
     void sweep(const SweepDirection& direction, Visit visit) const
     {
-        const uint32 workers = workerCount();
-        parallelFor(workers, workers,
-                    [&](uint32, uint64 w, uint64)
-                    {
-                        const auto [begin, end] = _slabs[w];
-                        for (uint32 n = 0; n < end - begin; ++n)
-                            visit(static_cast<uint32>(w), direction.a > 0 ? begin + n : end - 1 - n);
-                    });
-        parallelFor(workers - 1, workers - 1,
-                    [&](uint32, uint64 w, uint64) { visit(static_cast<uint32>(w), _slabs[w].b); });
+        for (uint32 wave = 0; wave < _slabs + _blocks - 1; ++wave)
+        {
+            const uint32 first = wave < _blocks ? 0 : wave - _blocks + 1;
+            const uint32 last = std::min(wave, _slabs - 1);
+            parallelFor(last - first + 1, _threadCount,
+                        [&](uint32 worker, uint64 begin, uint64 end)
+                        {
+                            for (uint64 slab = first + begin; slab < first + end; ++slab)
+                                visitVolume(direction, slab, wave - slab, worker, visit);
+                        });
+        }
     }
 
 private:
-    std::vector<Tuple2<uint32, uint32>> _slabs;  ///< half open; the plane at the end of all but the last is
-                                                 ///< a seam
+    uint32 groups() const { return (_sizeY + _rowsInGroup - 1) / _rowsInGroup; }
+    uint32 planeAt(uint64 slab) const { return static_cast<uint32>(slab * _sizeX / _slabs); }
+    uint32 rowAt(uint64 block) const
+    {
+        return std::min(static_cast<uint32>(block * groups() / _blocks) * _rowsInGroup, _sizeY);
+    }
+
+    template <class Visit>
+    void visitVolume(const SweepDirection& direction, uint64 slab, uint64 block, uint32 worker,
+                     Visit visit) const
+    {
+        for (uint32 t = planeAt(slab); t < planeAt(slab + 1); ++t)
+            visit(worker, direction.a > 0 ? t : _sizeX - 1 - t, rowAt(block), rowAt(block + 1));
+    }
+
+    uint32 _sizeX, _sizeY, _rowsInGroup, _threadCount;
+    uint32 _slabs, _blocks;
 };
 
 }  // namespace tavrix::detail
