@@ -163,16 +163,15 @@ Grid confirmField(const std::string& path, FieldLayout layout)
     return grid;
 }
 
-/// Gives the surface the default value of field files, and the cut-off value just below.
+}  // namespace
+
+float fieldBand(double separation) { return static_cast<float>(3 * separation); }
+
 void setBand(LevelSet& surface, float band)
 {
     surface.getDefaultValue() = band;
     surface.getCutOffValue() = std::nextafter(band, 0.0f);
 }
-
-}  // namespace
-
-float fieldBand(double separation) { return static_cast<float>(3 * separation); }
 
 LevelSet readField(const std::string& path, FieldLayout layout, double bytesPerNode)
 {

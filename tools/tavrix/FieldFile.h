@@ -22,6 +22,9 @@ enum class FieldLayout
 /// The default value of field files: three separations.
 float fieldBand(double separation);
 
+/// Makes the band's width the default value, with the cut-off value just below.
+void setBand(LevelSet& surface, float band);
+
 /// Reads a field file of float samples. Throws Failure when it cannot be opened, is cut off, has the other
 /// layout, or holds what makes no sense: counts that are not those of the file and of each other, a grid that
 /// is not finite or whose separations differ, samples that are not finite, indices out of range or order.

@@ -122,8 +122,8 @@ Mesh readSolid(const std::string& file, Progress& progress)
     return mesh;
 }
 
-/// Tells of what keeps the mesh from enclosing a solid, and turns one that is inside out.
-void orient(Mesh& mesh, const std::string& file, Progress& progress)
+/// Tells of what keeps the mesh from enclosing a solid.
+void noteFaults(const Mesh& mesh, const std::string& file, Progress& progress)
 {
     const MeshTopology topology = computeTopology(mesh);
     if (!topology.isClosed())
@@ -134,17 +134,28 @@ void orient(Mesh& mesh, const std::string& file, Progress& progress)
     else if (!topology.isConsistentlyOriented())
         progress.note(file + text(": its faces are of mixed orientation along %u edges; parts may be missing",
                                   topology.inconsistentEdgeCount));
-    if (!(signedVolume(mesh) < 0)) return;
-    turnFaces(mesh);
+}
+
+/// Makes the inside of a mesh that is inside out as a whole the solid; its outside was, up to the grid's
+/// border.
+void turnOutwards(LevelSet& surface, const std::string& file, Progress& progress)
+{
+    if (surface.getArraySize() == 0 || !(surface.get(0) < 0)) return;
+    const float band = surface.getDefaultValue();
+    surface.invert();
+    setBand(surface, band);
+    surface.createNeighborsCells();
     progress.note(file + ": its faces look inwards and are turned around");
 }
 
 std::string describe(const Mesh& mesh)
 {
-    const bool isClosed = computeTopology(mesh).isClosed();
+    const MeshTopology topology = computeTopology(mesh);
+    const bool isClosed = topology.isClosed();
     const std::string faces =
         text("input      %u faces, %s", mesh.getFacesSize(), isClosed ? "closed" : "open");
-    return faces + (isClosed ? text(", volume %.6g\n", signedVolume(mesh)) : "\n");
+    const bool hasVolume = isClosed && topology.isConsistentlyOriented();
+    return faces + (hasVolume ? text(", volume %.6g\n", std::fabs(signedVolume(mesh))) : "\n");
 }
 
 double facesVisit(const Mesh& mesh, double spacing, uint32 nodes)
@@ -172,8 +183,8 @@ LevelSetSource fromMesh(const LevelSetOptions& options, uint32 threads, Progress
     if (options.radius)
         throw Failure(options.input + ": is a mesh, and --radius is for particles; leave it out");
     progress.begin("read");
-    Mesh mesh = readSolid(options.input, progress);
-    if (!options.isUnsigned) orient(mesh, options.input, progress);
+    const Mesh mesh = readSolid(options.input, progress);
+    if (!options.isUnsigned) noteFaults(mesh, options.input, progress);
     const Box3D box = boxOfDrawableFaces(mesh);
     const Lattice lattice = latticeOver(box, spacingFor(box, options), options);
 
@@ -184,6 +195,7 @@ LevelSetSource fromMesh(const LevelSetOptions& options, uint32 threads, Progress
     source.surface.init(mesh, spacing, lattice.box,
                         options.isUnsigned ? TX_IMPLICIT_SURFACE_UNSIGNED : TX_IMPLICIT_SURFACE_SIGNED,
                         threads, interrupted, nodes);
+    turnOutwards(source.surface, options.input, progress);
     finish(source, lattice, nodes);
     return source;
 }

@@ -83,12 +83,6 @@ uint32 dropInfiniteFaces(Mesh& mesh)
     return dropped;
 }
 
-void turnFaces(Mesh& mesh)
-{
-    for (Index3& face : mesh.refTrindexPos()) std::swap(face.b, face.c);
-    mesh.invalidateConnectivity();
-}
-
 Mesh joined(const ArrayOfPtr<Mesh>& meshes)
 {
     Mesh all;

@@ -25,9 +25,6 @@ void dropNormals(Mesh& mesh);
 /// without such to the first face's corner. Returns how many faces those were.
 uint32 dropInfiniteFaces(Mesh& mesh);
 
-/// Swaps two corners of every face, of a mesh without normals.
-void turnFaces(Mesh& mesh);
-
 /// All meshes in one, named as the first. Normals when all have them.
 Mesh joined(const ArrayOfPtr<Mesh>& meshes);
 
