@@ -24,7 +24,7 @@ namespace
 
 /// Bytes that a run needs for each node at most: a float sample, three flags, and what sampling, sweeping
 /// and extracting take for a time. A grid that grows is there twice.
-constexpr double bytesPerNode = 8, bytesPerGrownNode = 13;
+constexpr double bytesPerNode = 8, bytesPerGrownNode = 10;
 
 /// Sweeping ends when no sample changes by so many separations any more.
 constexpr double sweepTolerance = 1e-3;
