@@ -128,14 +128,6 @@ void reshape(LevelSet& surface, const LevelSetOptions& options, Progress& progre
     hollow(surface, *options.shell);
 }
 
-/// Distances of the reshaped surface, in the band of field files; by one worker, for the result depends on
-/// their number.
-void redistance(LevelSet& surface)
-{
-    const double spacing = surface.getField().getGrid().largestSeparation;
-    surface.redistance(fieldBand(spacing), static_cast<float>(1e-3 * spacing), 1);
-}
-
 void extract(const LevelSet& surface, Mesh& mesh, const LevelSetOptions& options, uint32 threads)
 {
     mesh.setName("surface");
@@ -187,7 +179,7 @@ void runLevelSet(const LevelSetOptions& options)
     if (!options.isUnsigned) confirmSurface(surface, options.source());
     if (options.reshapes() || options.redistance) progress.begin("reshape");
     reshape(surface, options, progress);
-    if (options.redistance && (options.reshapes() || options.loadField.empty())) redistance(surface);
+    if (options.redistance && (options.reshapes() || options.loadField.empty())) redistance(surface, 3);
     stopIfInterrupted();
 
     ArrayOfPtr<Mesh> meshes;

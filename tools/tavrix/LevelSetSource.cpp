@@ -282,8 +282,7 @@ LevelSetSource fromField(const LevelSetOptions& options, Progress& progress)
                      GridFit{grid.sizeX, grid.sizeY, grid.sizeZ, {0, 0, 0}, spacing}.text() + "\n" +
                      text("band       %.4g spacings\n", band);
     if (options.redistance)
-        surface.redistance(static_cast<float>(band * spacing), static_cast<float>(sweepTolerance * spacing),
-                           1);
+        redistance(surface, band);
     else if (options.reshapes())
         carryOn(surface, band, spacing);
     stopIfInterrupted();
@@ -291,6 +290,13 @@ LevelSetSource fromField(const LevelSetOptions& options, Progress& progress)
 }
 
 }  // namespace
+
+void redistance(LevelSet& surface, double band)
+{
+    const double separation = surface.getField().getGrid().largestSeparation;
+    surface.redistance(static_cast<float>(band * separation), static_cast<float>(sweepTolerance * separation),
+                       1);
+}
 
 LevelSetSource makeLevelSet(const LevelSetOptions& options, uint32 threads, Progress& progress)
 {

@@ -22,4 +22,7 @@ struct LevelSetSource
 /// "distances" and of what is wrong with the input. Throws Failure.
 LevelSetSource makeLevelSet(const LevelSetOptions& options, uint32 threads, Progress& progress);
 
+/// Makes the samples distances again, in a band of so many separations; by one worker, as there.
+void redistance(LevelSet& surface, double band);
+
 }  // namespace tavrix::tool
