@@ -14,9 +14,6 @@ namespace tavrix::tool
 namespace
 {
 
-/// Bytes that the run needs for each node: a float sample, a sign bit, and a share for the surface.
-constexpr double bytesPerNode = 5;
-
 struct Extent
 {
     double low, high;  ///< in nodes
@@ -36,7 +33,7 @@ double nodesAt(const Box3D& box, double reach, double spacing)
     return nodes;
 }
 
-double nodesThatFit()
+double nodesThatFit(double bytesPerNode)
 {
     const double available = Hardware::getMemoryInfo().available * 1024 * 1024;
     const double fitting = available > 0 ? available * 0.9 / bytesPerNode : 4e9;
@@ -67,17 +64,17 @@ Box3D boundingBox(const Array<Vector3F>& positions)
     return box;
 }
 
-GridFit fitGrid(const Box3D& box, double reach, double spacing, const std::string& file)
+GridFit fitGrid(const Box3D& box, double reach, double spacing, double bytesPerNode, const std::string& file)
 {
-    const double nodes = nodesAt(box, reach, spacing), limit = nodesThatFit();
+    const double nodes = nodesAt(box, reach, spacing), limit = nodesThatFit(bytesPerNode);
     if (!(nodes <= limit))
     {
         const Vector3D extent = box.max - box.min;
         char message[320];
         std::snprintf(
             message, sizeof message,
-            ": a grid of spacing %.3g over all particles (%.3g x %.3g x %.3g; are some astray?) would have "
-            "%.3g nodes (%.3g GiB), more than fits; try --spacing %.2g",
+            ": a grid of spacing %.3g over everything in it (%.3g x %.3g x %.3g; is some of it astray?) "
+            "would have %.3g nodes (%.3g GiB), more than fits; try --spacing %.2g",
             spacing, extent.x, extent.y, extent.z, nodes, nodes * bytesPerNode / (1 << 30),
             fittingSpacing(box, reach, spacing, limit));
         throw Failure(file + message);
@@ -91,6 +88,16 @@ GridFit fitGrid(const Box3D& box, double reach, double spacing, const std::strin
         grid.center[axis] = (extent.low + extent.high) / 2 * spacing;
     }
     return grid;
+}
+
+void confirmFits(double nodes, double bytesPerNode, const std::string& file)
+{
+    if (nodes <= nodesThatFit(bytesPerNode)) return;
+    char message[160];
+    std::snprintf(message, sizeof message,
+                  ": work on its %.3g nodes takes %.3g GiB, more than fits; use a larger machine", nodes,
+                  nodes * bytesPerNode / (1 << 30));
+    throw Failure(file + message);
 }
 
 }  // namespace tavrix::tool

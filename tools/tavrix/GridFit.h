@@ -8,8 +8,8 @@
 namespace tavrix::tool
 {
 
-/// A grid over particles: the nodes' count and the centre of their box. Its nodes lie on whole multiples of
-/// the spacing, so that the grids of a sequence of frames share one lattice.
+/// A grid over particles or a mesh: the nodes' count and the centre of their box. Its nodes lie on whole
+/// multiples of the spacing, so that the grids of a sequence of frames share one lattice.
 struct GridFit
 {
     uint32 sizeX, sizeY, sizeZ;
@@ -23,9 +23,14 @@ struct GridFit
 /// The smallest box around the particles.
 Box3D boundingBox(const Array<Vector3F>& positions);
 
-/// The grid over the box, widened by the kernels' reach and a layer of empty nodes. Throws Failure, before
+/// The grid over the box, widened by the reach and a layer of nodes more, for work that takes so many bytes
+/// a node. Throws Failure, before
 /// anything is allocated, when it would pass 2^32 - 1 nodes or the memory that the machine has left; the
 /// message names the file and the smallest spacing that would fit.
-GridFit fitGrid(const Box3D& box, double reach, double spacing, const std::string& file);
+GridFit fitGrid(const Box3D& box, double reach, double spacing, double bytesPerNode, const std::string& file);
+
+/// Throws Failure, naming the file, when a grid of so many nodes would pass the memory that the machine has
+/// left.
+void confirmFits(double nodes, double bytesPerNode, const std::string& file);
 
 }  // namespace tavrix::tool

@@ -2,6 +2,8 @@
 
 #include <csignal>
 
+#include "Failure.h"
+
 namespace tavrix::tool
 {
 
@@ -21,5 +23,10 @@ void installInterruptHandler()
 }
 
 int interrupted() { return requested; }
+
+void stopIfInterrupted()
+{
+    if (interrupted()) throw Failure("interrupted");
+}
 
 }  // namespace tavrix::tool

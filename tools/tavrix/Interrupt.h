@@ -9,4 +9,7 @@ void installInterruptHandler();
 /// 1 after such a request, else 0: a cancellation callback.
 int interrupted();
 
+/// Throws Failure after such a request.
+void stopIfInterrupted();
+
 }  // namespace tavrix::tool

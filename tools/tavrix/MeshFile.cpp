@@ -204,6 +204,12 @@ MeshFile readMeshes(const std::string& path)
     return file;
 }
 
+bool holdsNormals(const std::string& path)
+{
+    const std::string extension = extensionOf(path);
+    return extension != "stl" && extension != "bin";
+}
+
 void writeMeshes(const std::string& path, const ArrayOfPtr<Mesh>& meshes, const MeshWriteOptions& options)
 {
     const std::string extension = extensionOf(path);

@@ -37,6 +37,10 @@ struct MeshFile
 /// face.
 MeshFile readMeshes(const std::string& path);
 
+/// Whether vertex normals go into a file of that name; those of STL files are the writer's, and BIN files
+/// hold none.
+bool holdsNormals(const std::string& path);
+
 struct MeshWriteOptions
 {
     bool asciiStl = false;

@@ -58,6 +58,31 @@ void smoothSeparateFaces(Mesh& mesh)
     mesh.createNormals(creaseAngle);
 }
 
+void dropNormals(Mesh& mesh)
+{
+    mesh.refNor().clear();
+    mesh.refTrindexNor().clear();
+}
+
+uint32 dropInfiniteFaces(Mesh& mesh)
+{
+    dropNormals(mesh);
+    Array<Vector3D>& positions = mesh.refPos();
+    Array<Index3>& faces = mesh.refTrindexPos();
+    uint32 kept = 0;
+    for (const Index3& face : faces)
+        if (isFinite(positions[face.a]) && isFinite(positions[face.b]) && isFinite(positions[face.c]))
+            faces[kept++] = face;
+    const uint32 dropped = faces.size() - kept;
+    faces.resize(kept);
+    const Vector3D first = kept > 0 ? positions[faces[0].a] : Vector3D{0, 0, 0};
+    for (Vector3D& p : positions)
+        if (!isFinite(p)) p = first;
+    mesh.invalidateBox();
+    mesh.invalidateConnectivity();
+    return dropped;
+}
+
 Mesh joined(const ArrayOfPtr<Mesh>& meshes)
 {
     Mesh all;

@@ -18,6 +18,13 @@ void confirmSmoothNormals(Mesh& mesh);
 /// Gives a mesh whose faces share no positions such normals, after joining equal positions.
 void smoothSeparateFaces(Mesh& mesh);
 
+/// Leaves the mesh without normals.
+void dropNormals(Mesh& mesh);
+
+/// Drops the normals and the faces that have a corner without finite coordinates, and moves the positions
+/// without such to the first face's corner. Returns how many faces those were.
+uint32 dropInfiniteFaces(Mesh& mesh);
+
 /// All meshes in one, named as the first. Normals when all have them.
 Mesh joined(const ArrayOfPtr<Mesh>& meshes);
 

@@ -7,6 +7,7 @@
 #include <tuple>
 #include <vector>
 
+#include "Failure.h"
 #include "GridFit.h"
 
 namespace tavrix::tool
@@ -78,6 +79,15 @@ double estimateSpacing(const Array<Vector3F>& positions)
     const auto middle = squares.begin() + static_cast<std::ptrdiff_t>(squares.size() / 2);
     std::nth_element(squares.begin(), middle, squares.end());
     return std::sqrt(*middle) / radiusOnLattice;
+}
+
+double radiusOrEstimate(const std::optional<double>& given, const Array<Vector3F>& positions,
+                        const std::string& file, const std::string& option)
+{
+    const double radius = given ? *given : estimateSpacing(positions) / 2;
+    if (static_cast<float>(radius) > 0) return radius;
+    throw Failure(file + ": the particles all lie at one place, so their radius cannot be estimated; give " +
+                  option);
 }
 
 }  // namespace tavrix::tool

@@ -1,5 +1,8 @@
 #pragma once
 
+#include <optional>
+#include <string>
+
 #include <tavrix/foundation/Array.h>
 #include <tavrix/foundation/Vector3.h>
 
@@ -12,5 +15,10 @@ namespace tavrix::tool
 /// two thousand particles picked evenly; particles at one place do not count. 0 when no two particles lie
 /// apart.
 double estimateSpacing(const Array<Vector3F>& positions);
+
+/// The radius that was given, or half the estimated spacing. Throws Failure, which names the file and the
+/// option that gives a radius, when there is neither.
+double radiusOrEstimate(const std::optional<double>& given, const Array<Vector3F>& positions,
+                        const std::string& file, const std::string& option = "--radius");
 
 }  // namespace tavrix::tool

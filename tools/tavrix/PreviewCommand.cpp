@@ -59,11 +59,7 @@ Subject meshSubject(const std::string& file)
 Subject particleSubject(const std::string& file, const std::optional<double>& radius)
 {
     Array<Vector3F> positions = readParticleFile(file).positions;
-    const double used = radius ? *radius : estimateSpacing(positions) / 2;
-    if (!(used > 0))
-        throw Failure(file +
-                      ": the particles all lie at one place, so their radius cannot be estimated; give "
-                      "--particle-radius");
+    const double used = radiusOrEstimate(radius, positions, file, "--particle-radius");
     const Box3D box = boundingBox(positions);
     const Vector3D reach{used, used, used};
     return {std::move(positions), static_cast<float>(used), {box.min - reach, box.max + reach}};

@@ -4,6 +4,7 @@
 #include <vector>
 
 #include <tavrix/platform/Timer.h>
+#include <tavrix/platform/Types.h>
 
 namespace tavrix::tool
 {
@@ -29,18 +30,27 @@ public:
     /// Ends the last stage; the bar goes.
     void end();
 
+    /// Prints a line on standard error, above the bar, unless quiet.
+    void note(const std::string& line);
+
     const std::vector<Stage>& stages() const { return _stages; }
+    double totalSeconds() const;
 
 private:
     void closeStage();
+    void showBar() const;
     void clearLine() const;
 
     std::size_t _stageCount;
     std::string _label;
+    bool _quiet;
     bool _visible;
     bool _running = false;
     Timer _timer;
     std::vector<Stage> _stages;
 };
+
+/// Prints what a command took: the seconds of each stage and the memory, two lines of its summary.
+void printCosts(const Progress& progress, uint32 threads);
 
 }  // namespace tavrix::tool

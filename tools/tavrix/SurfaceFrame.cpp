@@ -12,6 +12,7 @@
 #include "FileName.h"
 #include "Interrupt.h"
 #include "MeshFile.h"
+#include "MeshRepair.h"
 #include "OutputFile.h"
 #include "ParticleFile.h"
 #include "preview/Picture.h"
@@ -25,10 +26,8 @@ namespace
 
 using Field = ScalarField3<float, double>;
 
-void stopIfInterrupted()
-{
-    if (interrupted()) throw Failure("interrupted");
-}
+/// Bytes that the run needs for each node: a float sample, a sign bit, and a share for the surface.
+constexpr double bytesPerNode = 5;
 
 /// Removes the particles with fewer than `least` others within two radii; returns how many those were.
 uint32 dropStrays(ParticleFile& particles, const SurfaceSettings& settings, uint32 least,
@@ -85,12 +84,6 @@ void faceOutwards(Mesh& mesh)
         for (Index3& face : *faces) std::swap(face.b, face.c);
 }
 
-void dropNormals(Mesh& mesh)
-{
-    mesh.refNor().clear();
-    mesh.refTrindexNor().clear();
-}
-
 void extract(Mesh& mesh, const SurfaceOptions& options, const SurfaceSettings& settings, const Field& field,
              const std::string& file)
 {
@@ -132,14 +125,9 @@ void carryVelocities(Mesh& mesh, const ParticleFile& particles, const SurfaceSet
     mesh.addArray<Vector3F>("Velocity").swap(velocities);
 }
 
-bool holdsVelocities(const std::string& output) { return extensionOf(output) == "bin"; }
+bool wantsNormals(const SurfaceOptions& options) { return options.normals && holdsNormals(options.output); }
 
-/// Whether normals go into the file; those of STL files are the writer's, and BIN files hold none.
-bool holdsNormals(const SurfaceOptions& options)
-{
-    const std::string extension = extensionOf(options.output);
-    return options.normals && extension != "stl" && extension != "bin";
-}
+bool holdsVelocities(const std::string& output) { return extensionOf(output) == "bin"; }
 
 void draw(const Mesh& mesh, const ParticleFile& particles, const SurfaceOptions& options,
           const SurfaceSettings& settings, Box3D box, const std::string& file)
@@ -160,7 +148,7 @@ void draw(const Mesh& mesh, const ParticleFile& particles, const SurfaceOptions&
 std::size_t stageCount(const SurfaceOptions& options)
 {
     std::size_t count = 4;
-    for (const bool isTaken : {options.smoothing > 0, holdsNormals(options), holdsVelocities(options.output),
+    for (const bool isTaken : {options.smoothing > 0, wantsNormals(options), holdsVelocities(options.output),
                                !options.preview.empty()})
         count += isTaken ? 1 : 0;
     return count;
@@ -179,7 +167,7 @@ FrameReport runFrame(const SurfaceOptions& options, const SurfaceFiles& files,
     const SurfaceSettings settings = given ? *given : settle(options, particles.positions);
     const uint32 strays = dropStrays(particles, settings, options.minNeighbours, files.input);
     const Box3D box = boundingBox(particles.positions);
-    const GridFit grid = fitGrid(box, settings.reach(), settings.spacing, files.input);
+    const GridFit grid = fitGrid(box, settings.reach(), settings.spacing, bytesPerNode, files.input);
 
     progress.begin("field");
     Field field = buildField(settings, grid, particles.positions);
@@ -194,7 +182,7 @@ FrameReport runFrame(const SurfaceOptions& options, const SurfaceFiles& files,
         progress.begin("smooth");
         relax(mesh, options, settings);
     }
-    if (holdsNormals(options))
+    if (wantsNormals(options))
     {
         progress.begin("normals");
         mesh.recalculateNormalsParallelized(settings.threads);
@@ -212,7 +200,7 @@ FrameReport runFrame(const SurfaceOptions& options, const SurfaceFiles& files,
     if (!files.preview.empty())
     {
         progress.begin("preview");
-        if (!holdsNormals(options)) mesh.recalculateNormalsParallelized(settings.threads);
+        if (!wantsNormals(options)) mesh.recalculateNormalsParallelized(settings.threads);
         draw(mesh, particles, options, settings, viewBox.value_or(box), files.preview);
     }
     progress.end();

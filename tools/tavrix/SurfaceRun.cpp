@@ -3,8 +3,6 @@
 #include <cstdio>
 #include <new>
 
-#include <tavrix/platform/Hardware.h>
-
 #include "Failure.h"
 #include "FileName.h"
 #include "FrameSequence.h"
@@ -27,13 +25,6 @@ void warnOfInfinite(const SurfaceOptions& options, const SurfaceFiles& files, co
                  files.input.c_str(), report.infinite, plural(report.infinite));
 }
 
-double totalSeconds(const Progress& progress)
-{
-    double total = 0;
-    for (const Progress::Stage& stage : progress.stages()) total += stage.seconds;
-    return total;
-}
-
 void printSummary(const SurfaceFiles& files, const FrameReport& report, const Progress& progress)
 {
     std::printf("particles  %u, radius %.6g%s\n", report.particles, report.settings.radius,
@@ -43,12 +34,7 @@ void printSummary(const SurfaceFiles& files, const FrameReport& report, const Pr
     std::printf("mesh       %u vertices, %u faces%s -> %s\n", report.vertices, report.faces,
                 report.hasVelocities ? ", with velocities" : "", files.output.c_str());
     if (!files.preview.empty()) std::printf("preview    -> %s\n", files.preview.c_str());
-    std::printf("time      ");
-    for (const Progress::Stage& stage : progress.stages())
-        std::printf(" %s %.3f s,", stage.name.c_str(), stage.seconds);
-    std::printf(" in all %.3f s on %u thread%s\n", totalSeconds(progress), report.settings.threads,
-                plural(report.settings.threads));
-    std::printf("memory     %.0f MiB at most\n", Hardware::getMemoryInfo().processPeak);
+    printCosts(progress, report.settings.threads);
 }
 
 /// How the frames of a sequence ended.
@@ -109,7 +95,7 @@ std::optional<Box3D> sharedBox(const Sequence& sequence)
         catch (const Failure&)
         {
         }
-        if (interrupted()) throw Failure("interrupted");
+        stopIfInterrupted();
     }
     return whole == Box3D::empty() ? std::nullopt : std::optional(whole);
 }
@@ -123,7 +109,7 @@ void surfaceFrame(const Sequence& sequence, const SurfaceFiles& files, const std
     if (sequence.options.quiet) return;
     std::printf("%s  %u particles, ", label.c_str(), report.particles);
     if (report.strays > 0) std::printf("%u strays left out, ", report.strays);
-    std::printf("%u faces -> %s, %.3f s\n", report.faces, files.output.c_str(), totalSeconds(progress));
+    std::printf("%u faces -> %s, %.3f s\n", report.faces, files.output.c_str(), progress.totalSeconds());
     std::fflush(stdout);
 }
 

@@ -2,7 +2,6 @@
 
 #include <tavrix/platform/Hardware.h>
 
-#include "Failure.h"
 #include "ParticleSpacing.h"
 
 namespace tavrix::tool
@@ -24,12 +23,8 @@ SurfaceSettings settle(const SurfaceOptions& options, const Array<Vector3F>& pos
 {
     SurfaceSettings settings{};
     settings.radiusIsEstimated = !options.radius;
-    const double radius = options.radius ? *options.radius : estimateSpacing(positions) / 2;
+    const double radius = radiusOrEstimate(options.radius, positions, options.input);
     settings.radius = static_cast<float>(radius);
-    if (!(settings.radius > 0))
-        throw Failure(
-            options.input +
-            ": the particles all lie at one place, so their radius cannot be estimated; give --radius");
     settings.field = options.field;
     settings.influence =
         static_cast<float>(options.influence.value_or(options.field == FieldKind::Anisotropic ? 100 : 60));

@@ -1,5 +1,5 @@
-// The tavrix program: particles become surface meshes, and meshes pictures and other files. Exit status 0
-// done, 1 failed, 2 wrong usage.
+// The tavrix program: particles become surface meshes, and meshes other shapes, pictures and files. Exit
+// status 0 done, 1 failed, 2 wrong usage.
 
 #include <algorithm>
 #include <cstdio>
@@ -16,6 +16,7 @@
 #include "HelpFormatter.h"
 #include "InfoCommand.h"
 #include "Interrupt.h"
+#include "LevelSetCommand.h"
 #include "PreviewCommand.h"
 #include "SurfaceCommand.h"
 
@@ -84,6 +85,7 @@ int main(int argc, char** argv)
         "tavrix COMMAND --help tells more about each.");
     Command command;
     addSurfaceCommand(app, command);
+    addLevelSetCommand(app, command);
     addPreviewCommand(app, command);
     addConvertCommand(app, command);
     addInfoCommand(app, command);

@@ -40,9 +40,13 @@ _tavrix()
         return
     fi
     case $command:$previous in
-        surface:-o | surface:--output) _tavrix_files "$word" obj stl bin ;;
+        surface:-o | surface:--output | levelset:-o | levelset:--output) _tavrix_files "$word" obj stl bin ;;
+        *:--load-field | *:--save-field) compopt -o filenames 2>/dev/null; COMPREPLY=($(compgen -f -- "$word")) ;;
         preview:-o | preview:--output | *:--preview) _tavrix_files "$word" png ;;
         *:-f | *:--field) COMPREPLY=($(compgen -W "$(_tavrix_names --field "$program" "$command")" -- "$word")) ;;
+        *:--field-format)
+            COMPREPLY=($(compgen -W "$(_tavrix_names --field-format "$program" "$command")" -- "$word"))
+            ;;
         *:--up) COMPREPLY=($(compgen -W $'y\nz' -- "$word")) ;;
         preview:--size | *:--preview-size) COMPREPLY=($(compgen -W $'1600x1000\n1920x1080\n3840x2160' -- "$word")) ;;
         *)

@@ -1,0 +1,275 @@
+"""Tests of `tavrix levelset` from outside: solids in, other solids, fields, messages and exit status out.
+
+    levelset_test.py PROGRAM [EMULATOR...]"""
+
+import os
+import pathlib
+import random
+import signal
+import struct
+import subprocess
+import sys
+import time
+import unittest
+from math import inf, nan, pi
+
+from mesh_file import CUBE_FACES, CUBE_POINTS, binary_stl, obj_file
+from obj_mesh import ObjMesh
+from particle_file import block, particle_file
+from program import PROGRAM, ProgramTest, address_space, limit_file_size, on_linux
+
+SPACING = 1 / 16  # of which the sides of the cube are whole multiples
+INWARDS = [(a, c, b) for a, b, c in CUBE_FACES]
+CUBE_TEXT = obj_file(CUBE_POINTS, CUBE_FACES)
+SHEET_FACES = CUBE_FACES[:2]  # the side z = 0 of the cube
+
+
+def grown_cube(by, side=2):
+    """The volume within a distance of a cube."""
+    return side**3 + 6 * side**2 * by + 3 * pi * side * by**2 + 4 / 3 * pi * by**3
+
+
+def grown_sheet(by, side=2):
+    return 2 * side**2 * by + 2 * pi * side * by**2 + 4 / 3 * pi * by**3
+
+
+class LevelSetTest(ProgramTest):
+    def setUp(self):
+        super().setUp()
+        self.write("cube.stl", binary_stl(CUBE_POINTS, CUBE_FACES))
+
+    def mesh(self, *arguments, output="out.obj", spacing=("--spacing", SPACING)):
+        self.succeed("levelset", *arguments, *spacing, "-o", output)
+        return ObjMesh(self.folder / output)
+
+    def load(self, *arguments, **options):
+        return self.mesh("--load-field", *arguments, spacing=(), **options)
+
+    def assert_solid(self, mesh, volume, error=0.015):
+        self.assertTrue(mesh.is_closed_and_oriented())
+        self.assertAlmostEqual(mesh.volume() / volume, 1, delta=error)
+
+    def assert_fails(self, arguments, status, *words, **options):
+        """The run fails with one line, and nothing in the folder changes."""
+        before = {name: os.stat(self.folder / name).st_mtime_ns for name in os.listdir(self.folder)}
+        self.assert_refused(self.run_program("levelset", *arguments, **options), status, *words)
+        after = {name: os.stat(self.folder / name).st_mtime_ns for name in os.listdir(self.folder)}
+        self.assertEqual(after, before)
+
+
+class Shapes(LevelSetTest):
+    def test_a_cube_is_grown_shrunk_and_hollowed(self):
+        cases = [((), 8), (("--redistance",), 8), (("--offset", 0.25), grown_cube(0.25)),
+                 (("--offset", 0.9), grown_cube(0.9)),  # beyond the exact band
+                 (("--offset", -0.25), 1.5**3), (("--offset", -0.25, "--redistance"), 1.5**3),
+                 (("--shell", 0.3), 8 - 1.4**3), (("--offset", 0.2, "--shell", 0.2), grown_cube(0.2) - 8),
+                 (("--offset", -0.2, "--shell", 0.7), 1.6**3 - 0.2**3),
+                 (("--offset", 0.5, "--shell", 9), grown_cube(0.5))]
+        for arguments, volume in cases:
+            with self.subTest(arguments):
+                if 9 in arguments:  # thicker than the solid
+                    result = self.run_program("levelset", "cube.stl", *arguments, "-s", SPACING, "-o", "out.obj")
+                    self.assert_one_line(result.stderr, "cube.stl", "no cavity")
+                    mesh = ObjMesh(self.folder / "out.obj")
+                else:
+                    mesh = self.mesh("cube.stl", *arguments)
+                self.assert_solid(mesh, volume)
+
+    def test_the_grid_does_not_matter(self):
+        """Nodes on the faces and between them, and the default of 128 cells."""
+        for spacing in (0.0625, 0.0417, None):
+            mesh = self.mesh("cube.stl", "--offset", 0.1, spacing=("--spacing", spacing) if spacing else ())
+            self.assert_solid(mesh, grown_cube(0.1))
+
+    def test_meshes_of_all_kinds(self):
+        lines = CUBE_TEXT.decode().splitlines()
+        cut, last = obj_file(CUBE_POINTS, CUBE_FACES[:-1]), CUBE_FACES[-1]
+        groups = "\n".join(lines[:8] + ["g a"] + lines[8:11] + ["g b"] + lines[11:]).encode()
+        strange = obj_file([*CUBE_POINTS, (nan, 0, 0), (0, inf, 0)], CUBE_FACES + [(0, 8, 9)])
+        mixed = CUBE_FACES[:-1] + [last[::-1]]
+        for content, word in ((groups, None), (obj_file(CUBE_POINTS, INWARDS), "turned around"),
+                              (cut, "open along 3 edges"), (strange, "1 faces have corners without finite"),
+                              (obj_file(CUBE_POINTS, mixed), "mixed orientation along 3 edges")):
+            self.write("in.obj", content)
+            result = self.run_program("levelset", "in.obj", "-s", SPACING, "-o", "out.obj")
+            self.assertEqual(result.returncode, 0)
+            if word:
+                self.assert_one_line(result.stderr, "in.obj", word)
+                self.assertEqual(self.succeed("levelset", "in.obj", "-s", SPACING, "-o", "out.obj", "--quiet"), "")
+            self.assert_solid(ObjMesh(self.folder / "out.obj"), 8, error=0.02)
+
+    def test_a_sheet_becomes_a_wall(self):
+        self.write("sheet.obj", obj_file(CUBE_POINTS, SHEET_FACES))
+        self.assert_solid(self.mesh("sheet.obj", "--unsigned", "--offset", 0.3), grown_sheet(0.3))
+        self.assert_solid(self.mesh("sheet.obj", "--unsigned", "--offset", 0.9, "--shell", 0.5),
+                          grown_sheet(0.9) - grown_sheet(0.4))
+
+    def test_particles_are_spheres(self):
+        self.write("one.bin", particle_file([(0.3, -1.2, 20.7)]))
+        for arguments, radius in (((), 0.5), (("--offset", 0.2), 0.7), (("--offset", -0.2), 0.3)):
+            mesh = self.mesh("one.bin", "--radius", 0.5, *arguments, spacing=("-s", 0.02))
+            self.assert_solid(mesh, 4 / 3 * pi * radius**3, error=0.04)
+
+    def test_every_thread_count_gives_the_same_bytes(self):
+        self.write("block.bin", particle_file(block(5, 0.05)))
+        for arguments in (("block.bin", "--radius", 0.04, "--offset", 0.1), ("cube.stl", "--offset", 1, "-s", 0.07)):
+            outputs = set()
+            for threads in (1, 2, 3):
+                self.succeed("levelset", *arguments, "-o", "out.obj", "--threads", threads, "--redistance")
+                outputs.add((self.folder / "out.obj").read_bytes())
+            self.assertEqual(len(outputs), 1)
+
+    def test_outputs_beside_obj(self):
+        text = self.succeed("levelset", "cube.stl", "-o", "out.stl", "--preview", "out.png", "--preview-size", "64x40",
+                            "--spacing", SPACING)
+        self.assertRegex(text, r"input +12 faces, closed, volume 8\ngrid +41 x 41 x 41 nodes, spacing 0.0625\n"
+                               r"band +3 spacings, exact\n"
+                               r"mesh +\d+ vertices, \d+ faces, closed, volume 7.9\d* -> out.stl\n"
+                               r"preview +-> out.png\ntime .* read .* in all .*\nmemory +\d+ MiB")
+        self.assertEqual(struct.unpack_from(">2I", (self.folder / "out.png").read_bytes(), 16), (64, 40))
+        self.succeed("levelset", "cube.stl", "-o", "bare.obj", "--no-normals")
+        self.assertNotIn(b"vn ", (self.folder / "bare.obj").read_bytes())
+
+
+class Fields(LevelSetTest):
+    def save(self, name, *arguments):
+        self.succeed("levelset", "cube.stl", "--spacing", SPACING, "--save-field", name, *arguments)
+        return (self.folder / name).read_bytes()
+
+    def test_both_layouts_give_the_mesh_back(self):
+        for shape in (), ("--offset", 0.3), ("--shell", 0.2):
+            direct = self.mesh("cube.stl", *shape, "--save-field", "a.field", "--force")
+            self.save("b.field", *shape, "--field-format", "sparse", "--force")
+            for arguments in (("a.field",), ("b.field", "--field-format", "sparse")):
+                again = self.load(*arguments)
+                self.assertEqual((again.points, again.faces), (direct.points, direct.faces))
+
+    def test_the_layouts_are_those_of_the_formats(self):
+        regular, sparse = self.save("a.field"), self.save("b.field", "--field-format", "sparse")
+        n = 41
+        grid = struct.pack("<5I", n, n, n, n**2, n**3)
+        grid += struct.pack("<13d", *[-0.25] * 3, *[2.25] * 3, *[SPACING] * 3, *[1 / SPACING] * 3, SPACING)
+        self.assertEqual((regular[:124], sparse[:124]), (grid, grid))
+        samples = struct.unpack_from(f"<I{n**3}f", regular, 124)[1:]
+        self.assertEqual((min(samples), max(samples)), (-3 * SPACING, 3 * SPACING))
+        self.assertEqual(len(regular), 124 + 12 + 4 * n**3 + 4 * ((n**3 + 31) // 32))
+        stored = [pair for pair in enumerate(samples) if pair[1] < 3 * SPACING]
+        self.assertEqual(list(struct.iter_unpack("<If", sparse[128:128 + 8 * len(stored)])), stored)
+
+    def test_loaded_fields_are_reshaped(self):
+        """Also beyond their band and their grid, and such as are no distances."""
+        regular = self.save("a.field")
+        for arguments, volume in ((("--offset", 0.5), grown_cube(0.5)), (("--offset", -0.5), 1),
+                                  (("--shell", 0.4), 8 - 1.2**3)):
+            self.assert_solid(self.load("a.field", *arguments), volume, error=0.03)
+        count = 41**3
+        samples = [7 * v for v in struct.unpack_from(f"<{count}f", regular, 128)]
+        self.write("steep.field", regular[:128] + struct.pack(f"<{count}f", *samples) + regular[128 + 4 * count:])
+        self.assert_solid(self.load("steep.field", "--redistance", "--offset", 0.25), grown_cube(0.25), error=0.04)
+
+    def test_fields_are_not_replaced_without_force(self):
+        self.write("a.field", b"older")
+        self.assert_fails(["cube.stl", "--save-field", "a.field"], 1, "a.field", "--force")
+        self.assertNotEqual(self.save("a.field", "--force"), b"older")
+        self.assert_fails(["--load-field", "a.field", "--save-field", "./a.field", "--force"], 1, "input")
+
+    def test_damaged_files_are_refused(self):
+        regular, sparse = self.save("a.field"), self.save("b.field", "--field-format", "sparse")
+        count, = struct.unpack_from("<I", sparse, 124)
+
+        def patched(data, offset, layout, *values):
+            return data[:offset] + struct.pack(layout, *values) + data[offset + struct.calcsize(layout):]
+
+        cases = [(b"", "too short"), (regular[:100], "too short"), (regular[:-1], "cut off"), (sparse, "sparse layout"),
+                 (regular[:5000], "cut off"), (regular + b"\0", "no field file"), (CUBE_TEXT * 99, "no field file"),
+                 (patched(regular, 0, "<5I", 0, 41, 41, 1681, 0), "number of nodes"),
+                 (patched(regular, 0, "<5I", 41, 0, 0, 0, 41), "number of nodes"),
+                 (patched(regular, 0, "<5I", 65536, 65536, 1, 65536, 0), "number of nodes"),
+                 (patched(regular, 20, "<d", nan), "box"), (patched(regular, 44, "<d", 9), "box"),
+                 (patched(regular, 68, "<d", 1), "separations"), (patched(regular, 116, "<d", -SPACING), "separation"),
+                 (patched(regular, 124, "<I", 5), "float samples"), (patched(regular, 8000, "<f", nan), "finite")]
+        cases += [(data, word, "--field-format", "sparse") for data, word in (
+            (sparse[:-1], "cut off"), (sparse[:3000], "cut off"), (regular, "regular layout"),
+            (patched(sparse, 124, "<I", 0xFFFFFFFF), "no field file"), (patched(sparse, 128, "<I", 41**3), "indices"),
+            (patched(sparse, 128 + 8 * count + 8, "<I", 0), "indices"), (patched(sparse, 132, "<f", -inf), "finite"),
+            (patched(sparse[:124] + bytes(8), 0, "<5I", 65535, 65535, 1, 65535, 65535**2), "box"))]
+        far = 65534 * SPACING  # a grid that takes 16 GiB
+        huge = struct.pack("<5I", 65535, 65535, 1, 65535, 65535**2)
+        huge += struct.pack("<13d", 0, 0, 0, far, far, 0, *[SPACING] * 3, *[1 / SPACING] * 3, SPACING) + bytes(8)
+        for data, word, *arguments in cases:
+            with self.subTest(word, size=len(data)):
+                self.write("bad.field", data)
+                self.assert_fails(["--load-field", "bad.field", "-o", "out.obj", *arguments], 1, "bad.field", word)
+        self.write("bad.field", huge)
+        self.assert_fails(["--load-field", "bad.field", "-o", "out.obj", "--field-format", "sparse"], 1, "bad.field",
+                          **address_space(2**30))
+
+    def test_whatever_is_in_a_file_it_is_answered(self):
+        chance = random.Random(1)
+        for layout in ("regular", "sparse"):
+            whole = self.save("a.field", "--field-format", layout, "--force")
+            for _ in range(8):
+                data = bytearray(whole[:chance.choice([len(whole), chance.randrange(len(whole))])])
+                for _ in range(chance.randrange(1, 4)):
+                    place = chance.choice([chance.randrange(128), chance.randrange(len(data))])
+                    data[place % len(data)] ^= 1 << chance.randrange(8)
+                self.write("bad.field", bytes(data))
+                result = self.run_program("levelset", "--load-field", "bad.field", "-o", "out.obj",
+                                          "--field-format", layout)
+                self.assertIn(result.returncode, (0, 1))
+                if result.returncode:
+                    self.assert_one_line(result.stderr, "bad.field")
+
+    def catches(self, process, number):
+        """Whether the process has a handler for the signal."""
+        status = pathlib.Path("/proc", str(process.pid), "status").read_text()
+        return int(status.split("SigCgt:")[1].split()[0], 16) >> (number - 1) & 1
+
+    @on_linux
+    def test_full_disks_and_interruption_leave_no_half_file(self):
+        self.assert_fails(["cube.stl", "--save-field", "new.field"], 1, "new.field", preexec_fn=limit_file_size)
+        command = [PROGRAM, "levelset", "cube.stl", "--spacing", "0.012", "--offset", "0.5", "-o", "out.obj",
+                   "--save-field", "new.field"]
+        process = subprocess.Popen(command, cwd=self.folder, stderr=subprocess.PIPE, encoding="utf-8")
+        while not self.catches(process, signal.SIGINT):
+            time.sleep(0.001)
+        process.send_signal(signal.SIGINT)
+        _, errors = process.communicate(timeout=60)
+        self.assertEqual((process.returncode, errors), (1, "tavrix: interrupted\n"))
+        self.assertEqual(os.listdir(self.folder), ["cube.stl"])
+
+
+class Failures(LevelSetTest):
+    def test_what_cannot_be(self):
+        self.write("sheet.obj", obj_file(CUBE_POINTS, [*SHEET_FACES, *(f[::-1] for f in SHEET_FACES)]))
+        self.write("point.obj", obj_file([(1, 1, 1)] * 3, [(0, 1, 2)]))
+        self.write("water.bin", particle_file(block(2, 0.1)))
+        for arguments, word in ((("missing.stl",), "missing.stl"), (("--load-field", "missing"), "missing"),
+                                (("cube.stl", "--offset", -1.1), "nothing is left"), (("sheet.obj",), "--unsigned"),
+                                (("point.obj", "--quiet"), "--spacing"),
+                                (("water.bin", "--unsigned", "--offset", 1), "--unsigned"),
+                                (("cube.stl", "--radius", 1), "--radius"),
+                                (("cube.stl", "--spacing", 1e-6), "try --spacing"),
+                                (("cube.stl", "--offset", 1e9), "try --spacing"),
+                                (("cube.stl", "--save-field", "none/f"), "none"),
+                                (("cube.stl", "--save-field", "out.obj"), "another output")):
+            with self.subTest(arguments):
+                self.assert_fails([*arguments, "-o", "out.obj"], 1, word)
+        self.assert_fails(["cube.stl", "-o", "./cube.stl"], 1, "input")
+
+    def test_wrong_usage(self):
+        self.write("a.field", b"")
+        for arguments, word in ((("cube.stl",), "--save-field"), (("-o", "out.obj"), "IN"),
+                                (("cube.stl", "-o", "out.ply"), "out.ply"),
+                                (("cube.stl", "-o", "o.obj", "--unsigned"), "--offset"),
+                                (("cube.stl", "--load-field", "a.field", "-o", "o.obj"), "--load-field"),
+                                (("--load-field", "a.field", "-o", "o.obj", "-s", 1), "--spacing"),
+                                (("cube.stl", "-o", "o.obj", "--shell", 0), "--shell"),
+                                (("cube.stl", "-o", "o.obj", "--offset", "nan"), "--offset"),
+                                (("cube.stl", "-o", "o.obj", "--field-format", "dense"), "--field-format")):
+            with self.subTest(arguments):
+                self.assert_fails(arguments, 2, word)
+
+
+if __name__ == "__main__":
+    unittest.main(argv=sys.argv[:1])
