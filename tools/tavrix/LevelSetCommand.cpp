@@ -46,8 +46,8 @@ void addDistances(CLI::App& levelset, LevelSetOptions& options)
     levelset
         .add_option(
             "-r,--radius", options.radius,
-            "Radius of particles, whose spheres are the solid; half their spacing when absent, so that "
-            "neighbours just touch")
+            "Radius of particles, whose spheres are the solid; 0.8 of their spacing when absent, so that "
+            "neighbours run together")
         ->check(positiveNumber)
         ->option_text("NUMBER")
         ->group("Distances");

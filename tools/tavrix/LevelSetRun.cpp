@@ -179,7 +179,8 @@ void runLevelSet(const LevelSetOptions& options)
     if (!options.isUnsigned) confirmSurface(surface, options.source());
     if (options.reshapes() || options.redistance) progress.begin("reshape");
     reshape(surface, options, progress);
-    if (options.redistance && (options.reshapes() || options.loadField.empty())) redistance(surface, 3);
+    if (options.redistance && (options.reshapes() || options.loadField.empty()))
+        redistance(surface, 3, threads);
     stopIfInterrupted();
 
     ArrayOfPtr<Mesh> meshes;

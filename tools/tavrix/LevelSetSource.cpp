@@ -26,6 +26,9 @@ namespace
 /// and extracting take for a time. A grid that grows is there twice.
 constexpr double bytesPerNode = 8, bytesPerGrownNode = 10;
 
+/// Estimated radii, half the particles' spacing, are enlarged so that the spheres run together.
+constexpr double overlap = 1.6;
+
 /// Sweeping ends when no sample changes by so many separations any more.
 constexpr double sweepTolerance = 1e-3;
 
@@ -49,10 +52,10 @@ double neededBand(const LevelSetOptions& options, double separation, const Box3D
     return std::min(farthest, length(grid.max - grid.min)) / separation + 4;
 }
 
-void carryOn(LevelSet& surface, double band, double separation)
+void carryOn(LevelSet& surface, double band, double separation, uint32 threads)
 {
     surface.widenBand(static_cast<float>(band * separation), static_cast<float>(sweepTolerance * separation),
-                      1);
+                      threads);
 }
 
 // From geometry
@@ -94,14 +97,14 @@ uint32 exactBandNodes(double neededNodes, NodesVisited visited)
 }
 
 /// Carries the distances on to the needed band, when the exact one is narrower, and tells of grid and band.
-void finish(LevelSetSource& source, const Lattice& lattice, uint32 exactNodes)
+void finish(LevelSetSource& source, const Lattice& lattice, uint32 exactNodes, uint32 threads)
 {
     stopIfInterrupted();
     const bool isExact = lattice.band <= exactNodes;
     source.summary += "grid       " + lattice.fit.text() + "\n";
     source.summary += isExact ? text("band       %u spacings, exact\n", exactNodes)
                               : text("band       %.4g spacings, exact to %u\n", lattice.band, exactNodes);
-    if (!isExact) carryOn(source.surface, lattice.band, lattice.fit.spacing);
+    if (!isExact) carryOn(source.surface, lattice.band, lattice.fit.spacing, threads);
     stopIfInterrupted();
 }
 
@@ -196,11 +199,11 @@ LevelSetSource fromMesh(const LevelSetOptions& options, uint32 threads, Progress
                         options.isUnsigned ? TX_IMPLICIT_SURFACE_UNSIGNED : TX_IMPLICIT_SURFACE_SIGNED,
                         threads, interrupted, nodes);
     turnOutwards(source.surface, options.input, progress);
-    finish(source, lattice, nodes);
+    finish(source, lattice, nodes, threads);
     return source;
 }
 
-LevelSetSource fromParticles(const LevelSetOptions& options, Progress& progress)
+LevelSetSource fromParticles(const LevelSetOptions& options, uint32 threads, Progress& progress)
 {
     if (options.isUnsigned)
         throw Failure(options.input + ": holds particles, and --unsigned is for meshes; leave it out");
@@ -210,7 +213,8 @@ LevelSetSource fromParticles(const LevelSetOptions& options, Progress& progress)
         progress.note(options.input + text(": left out %u particle%s without a finite position",
                                            particles.leftOut, particles.leftOut == 1 ? "" : "s"));
     const uint32 count = particles.positions.size();
-    const double radius = radiusOrEstimate(options.radius, particles.positions, options.input);
+    const double half = radiusOrEstimate(options.radius, particles.positions, options.input);
+    const double radius = options.radius ? half : half * overlap;
     const double spacing = options.spacing.value_or(radius / 2);
     const Vector3D reach{radius, radius, radius};
     const Box3D centers = boundingBox(particles.positions);
@@ -223,8 +227,8 @@ LevelSetSource fromParticles(const LevelSetOptions& options, Progress& progress)
                           text("particles  %u, radius %.6g%s\n", count, radius,
                                options.radius ? "" : " (estimated from their spacing)")};
     source.surface.init(particles.positions, Array<float>(count, static_cast<float>(radius)), spacing,
-                        lattice.box, 1, interrupted, nodes);
-    finish(source, lattice, nodes);
+                        lattice.box, threads, interrupted, nodes);
+    finish(source, lattice, nodes, threads);
     return source;
 }
 
@@ -267,7 +271,7 @@ void makeRoom(LevelSet& surface, const LevelSetOptions& options)
     surface = grown(surface, static_cast<uint32>(nodes));
 }
 
-LevelSetSource fromField(const LevelSetOptions& options, Progress& progress)
+LevelSetSource fromField(const LevelSetOptions& options, uint32 threads, Progress& progress)
 {
     progress.begin("read");
     LevelSetSource source{readField(options.loadField, options.layout, bytesPerNode), ""};
@@ -282,26 +286,26 @@ LevelSetSource fromField(const LevelSetOptions& options, Progress& progress)
                      GridFit{grid.sizeX, grid.sizeY, grid.sizeZ, {0, 0, 0}, spacing}.text() + "\n" +
                      text("band       %.4g spacings\n", band);
     if (options.redistance)
-        redistance(surface, band);
+        redistance(surface, band, threads);
     else if (options.reshapes())
-        carryOn(surface, band, spacing);
+        carryOn(surface, band, spacing, threads);
     stopIfInterrupted();
     return source;
 }
 
 }  // namespace
 
-void redistance(LevelSet& surface, double band)
+void redistance(LevelSet& surface, double band, uint32 threads)
 {
     const double separation = surface.getField().getGrid().largestSeparation;
     surface.redistance(static_cast<float>(band * separation), static_cast<float>(sweepTolerance * separation),
-                       1);
+                       threads);
 }
 
 LevelSetSource makeLevelSet(const LevelSetOptions& options, uint32 threads, Progress& progress)
 {
-    if (!options.loadField.empty()) return fromField(options, progress);
-    if (kindOfFile(options.input) == FileKind::Particles) return fromParticles(options, progress);
+    if (!options.loadField.empty()) return fromField(options, threads, progress);
+    if (kindOfFile(options.input) == FileKind::Particles) return fromParticles(options, threads, progress);
     return fromMesh(options, threads, progress);
 }
 

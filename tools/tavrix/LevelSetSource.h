@@ -17,12 +17,12 @@ struct LevelSetSource
 
 /// Reads the mesh, the particles or the field that the options name, and makes distances of it, in a band
 /// that reaches four separations beyond the surfaces to come and on a grid that has room for them. Distances
-/// are exact as far out as some seconds allow, 3 to 10 separations, and carried on by sweeping from there; by
-/// one worker, for what several sweep depends on their number. `progress` is told of the stages "read" and
+/// are exact as far out as some seconds allow, 3 to 10 separations, and carried on by sweeping from there.
+/// The same for every number of threads. `progress` is told of the stages "read" and
 /// "distances" and of what is wrong with the input. Throws Failure.
 LevelSetSource makeLevelSet(const LevelSetOptions& options, uint32 threads, Progress& progress);
 
-/// Makes the samples distances again, in a band of so many separations; by one worker, as there.
-void redistance(LevelSet& surface, double band);
+/// Makes the samples distances again, in a band of so many separations.
+void redistance(LevelSet& surface, double band, uint32 threads);
 
 }  // namespace tavrix::tool
