@@ -168,27 +168,20 @@ template <class Value, class Coord>
 void ScalarField3_SG<Value, Coord>::set(uint32 i, uint32 j, uint32 k, Value value)
 {
     const auto place = _tileGrid.placeOf(i, j, k);
-    refTile_alloc(place.tile)[place.value] = value;
+    Value& sample = refTile_alloc(place.tile)[place.value];
     if (place.isShared)
     {
         const Index3 local = _tileGrid.localOf({i, j, k});
         setAtBorder(_tileGrid.tileOf({i, j, k}), local.a, local.b, local.c, value);
     }
+    sample = value;
     _flags |= Base::flagChanged;
 }
 
 template <class Value, class Coord>
 void ScalarField3_SG<Value, Coord>::add(uint32 i, uint32 j, uint32 k, Value v)
 {
-    const auto place = _tileGrid.placeOf(i, j, k);
-    Value& sample = refTile_alloc(place.tile)[place.value];
-    sample = static_cast<Value>(sample + v);
-    if (place.isShared)
-    {
-        const Index3 local = _tileGrid.localOf({i, j, k});
-        addValueToTilesAtBorders(_tileGrid.tileOf({i, j, k}), local.a, local.b, local.c, v);
-    }
-    _flags |= Base::flagChanged;
+    set(i, j, k, static_cast<Value>(get(i, j, k) + v));
 }
 
 template <class Value, class Coord>
@@ -316,6 +309,13 @@ uint32 ScalarField3_SG<Value, Coord>::placeOfCopy(const Index3& tile, const Inde
 template <class Value, class Coord>
 void ScalarField3_SG<Value, Coord>::setAtBorder(const Index3& tile, uint32 i, uint32 j, uint32 k, Value value)
 {
+    // All tiles are made before the first copy is written: when one cannot be, no copy differs.
+    forEachTileBefore({i, j, k},
+                      [&](const TileOffset& offset)
+                      {
+                          const uint32 at = tileAt(_tileGrid.tiles, tile, offset);
+                          if (at != noIndex) createTile(at);
+                      });
     forEachTileBefore({i, j, k},
                       [&](const TileOffset& offset) {
                           setAtBorderOffset(tile, {i, j, k}, offset, value);
