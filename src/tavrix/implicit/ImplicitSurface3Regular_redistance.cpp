@@ -84,7 +84,7 @@ void ImplicitSurface3Regular<T>::setBand(T width)
 template <class T>
 uint32 ImplicitSurface3Regular<T>::redistance(const T& defaultValue, const T& tolerance, uint32 threadCount)
 {
-    const T far = defaultValue;
+    const T far = std::fabs(defaultValue);
     Array<T>& samples = _field.refArrScalars();
     const NearNodes<T> nearNodes(_field.getGrid(), samples.data());
     std::vector<std::vector<Sample<T>>> planes(_field.sizeX());
@@ -111,7 +111,7 @@ uint32 ImplicitSurface3Regular<T>::redistance(const T& defaultValue, const T& to
 template <class T>
 uint32 ImplicitSurface3Regular<T>::widenBand(const T& defaultValue, const T& tolerance, uint32 threadCount)
 {
-    const T oldFar = _defaultValue, far = defaultValue;
+    const T oldFar = std::fabs(_defaultValue), far = std::fabs(defaultValue);
     for (T& sample : _field.refArrScalars())
         if (std::fabs(sample) >= oldFar) sample = sample < 0 ? -far : far;
     setBand(far);
