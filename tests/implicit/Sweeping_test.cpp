@@ -248,6 +248,20 @@ TYPED_TEST(Sweeping, RedistancesAFieldThatIsNoDistance)
     }
 }
 
+TYPED_TEST(Sweeping, RedistancesWhatOnlyTellsInsideFromOutside)
+{
+    for (const double v : {1.0, 1e200, double{INFINITY}})
+    {
+        Surface<TypeParam> surface = sphereBand<TypeParam>(33);
+        for (TypeParam& sample : surface.refField().refArrScalars())
+            sample = static_cast<TypeParam>(sample < 0 ? -v : v);
+        surface.set(16, 16, 27, static_cast<TypeParam>(NAN));
+        surface.redistance(TypeParam(-4), TypeParam(1e-4), 1);
+        for (uint32 m = 0; m < surface.getArraySize(); ++m)
+            EXPECT_NEAR(surface.get(m), exactSphere(surface.getField().getPoint(m)), 0.1) << v;
+    }
+}
+
 TYPED_TEST(Sweeping, WidensABand)
 {
     Surface<TypeParam> surface = sphereBand<TypeParam>(33);

@@ -138,10 +138,11 @@ public:
     /// The same with the diagonal of the box as band limit.
     virtual uint32 fastSweeping(const T& tolerance, const uint32& threadCount);
 
-    /// Turns any field into distances to its level 0: nodes next to a change of sign get |v| over the length
-    /// of the gradient there, all others the default value, and fastSweeping, to the default value as band
-    /// limit, the rest. The flags are those of createNeighborsCells; of the default value the magnitude
-    /// counts. Returns the iterations.
+    /// Turns any field into distances to its level 0, also one that only tells inside from outside by
+    /// infinite samples; those that are not numbers count as outside, far from the level. Nodes next to a
+    /// change of sign get |v| over the length of the gradient there, all others the default value, and
+    /// fastSweeping, to the default value as band limit, the rest. The flags are those of
+    /// createNeighborsCells; of the default value the magnitude counts. Returns the iterations.
     uint32 redistance(const T& defaultValue, const T& tolerance, uint32 threadCount);
     /// Carries distances on from a band to a wider one: samples at the default value (or beyond) get the new
     /// one, with their sign, and fastSweeping fills it. Of both values the magnitude counts. Returns the
