@@ -127,6 +127,15 @@ void ScalarField3_SG<Value, Coord>::move(const Vector3<Coord>& offset)
     _tileGrid.tiles.box.max += offset;
 }
 
+template <class Value, class Coord>
+Value ScalarField3_SG<Value, Coord>::get(const Vector3<Coord>& point) const
+{
+    const Vector3<Coord> d = point - _grid.box.min;
+    const Vector3<Coord>& scale = _grid.reciprocalSeparation;
+    return get(static_cast<uint32>(d.x * scale.x), static_cast<uint32>(d.y * scale.y),
+               static_cast<uint32>(d.z * scale.z));
+}
+
 /// Copies samples along z, tile by tile.
 template <class Value, class Coord>
 void ScalarField3_SG<Value, Coord>::copyRow(const Index3& node, uint32 count, Value* out) const
