@@ -289,6 +289,7 @@ TYPED_TEST(Sweeping, ExtendsValuesAlongTheNormals)
         heights[m] = surface.isSurface(m) ? static_cast<TypeParam>(p.z / length(p)) : TypeParam(-99);
     }
     const auto before = heights;
+    for (TypeParam& v : heights.refArrScalars()) v = v == -99 ? static_cast<TypeParam>(NAN) : v;
     EXPECT_GE(surface.fastSweepingExtend(heights, TypeParam(1e-4), 2), 1u);
     surface.fastSweepingExtend(vectors, TypeParam(1e-4), 1);
     for (uint32 m = 0; m < heights.size(); ++m)

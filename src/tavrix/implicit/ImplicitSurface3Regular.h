@@ -130,8 +130,8 @@ public:
     ///
     /// Samples whose neighbours all exceed bandLimit stay. Iterations of eight sweeps go on while one changes
     /// a sample by tolerance or more; their number is returned. Signs stay, but a sample at the default value
-    /// (or beyond) gets the sign of the neighbour flags that reach it: afterwards every node without a flag
-    /// has taken those of the node before it, along z, then y, then x. The result depends on the thread
+    /// (or beyond) becomes negative where neighbours-negative flags reach it: afterwards every node without a
+    /// flag has taken those of the node before it, along z, then y, then x. The result depends on the thread
     /// count, through the cuts between the workers' slabs, but not on timing. A grid of a negative
     /// separation, as a damaged file may have it, is left alone, and 0 returned.
     virtual uint32 fastSweeping(const T& bandLimit, const T& tolerance, const uint32& threadCount);
@@ -151,9 +151,9 @@ public:
 
     /// Carries values outwards from the nodes flagged as surface, along the surface's normals: solves
     /// grad q . grad u = 0 by upwind sweeps, u the magnitude of the samples, which must be distances. Values
-    /// of surface nodes stay; those of the other nodes are replaced. Iterations of eight sweeps go on until
-    /// getExtentionConvergence; their number is returned. values has the surface's sizes; otherwise nothing
-    /// happens, and 0 is returned.
+    /// of surface nodes stay; those of the other nodes, which need not be numbers, are replaced. Iterations
+    /// of eight sweeps go on until getExtentionConvergence; their number is returned. values has the
+    /// surface's sizes; otherwise nothing happens, and 0 is returned.
     uint32 fastSweepingExtend(Field& values, const T& tolerance, uint32 threadCount) const;
     uint32 fastSweepingExtend(Vector3Field3<T, double>& values, const T& tolerance, uint32 threadCount) const;
     /// The same within the band only: nodes at the default value or beyond keep what they hold.
