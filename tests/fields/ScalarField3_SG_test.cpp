@@ -430,6 +430,7 @@ TEST(ScalarField3_SG, EvaluationAndDerivativesEqualDenseOnes)
         const auto c = [&] { return (static_cast<double>(random() % 1001) / 1000 - 0.5) * 5; };
         const Vector3D point{c(), c(), c()};
         EXPECT_EQ(tiled.evalSafe(point), dense.evalSafe(point));
+        if (dense.getBox().contains(point)) { EXPECT_EQ(tiled.get(point), dense.get(point)); }
         EXPECT_EQ(tiled.evalGradSafe(point, TX_FIELD_EVAL_SYMMETRIC),
                   dense.evalGradSafe(point, TX_FIELD_EVAL_SYMMETRIC));
     }

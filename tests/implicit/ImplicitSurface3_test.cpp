@@ -361,6 +361,26 @@ TYPED_TEST(ImplicitSurface3Files, SparseFormat)
     EXPECT_EQ(loaded.getNumberOfSurfaceCells(), 1u);
 }
 
+TYPED_TEST(ImplicitSurface3Files, ASurfaceOfNoNodesIsReadWhole)
+{
+    const Regular<TypeParam> empty;
+    FileRam ram;
+    FileStreamBase& stream = ram;
+    empty.save_useRegularFormat(stream);
+    EXPECT_EQ(ram.size(), 136u);
+    empty.save_useSparseFormat(stream);
+    EXPECT_EQ(ram.size(), 136u + 132u);
+    smallSurface<TypeParam>().save_useSparseFormat(stream);
+    Regular<TypeParam> loaded = smallSurface<TypeParam>();
+    loaded.load_useRegularFormat(stream);
+    EXPECT_EQ(loaded.getArraySize(), 0u);
+    EXPECT_TRUE(loaded.getField().getFlags() & Regular<TypeParam>::flagInitialised);
+    loaded.load_useSparseFormat(stream);
+    EXPECT_EQ(loaded.getArraySize(), 0u);
+    loaded.load_useSparseFormat(stream);
+    EXPECT_EQ(loaded.getArraySize(), 60u) << "the next one in the file";
+}
+
 TYPED_TEST(ImplicitSurface3Files, AStreamThatEndsEarlyLeavesWhatItGave)
 {
     const auto surface = smallSurface<TypeParam>();
@@ -383,6 +403,13 @@ TYPED_TEST(ImplicitSurface3Files, AStreamThatEndsEarlyLeavesWhatItGave)
     whole.rewind();
     sparse.load_useRegularFormat(static_cast<FileStreamBase&>(whole));
     EXPECT_EQ(whole.remaining(), static_cast<int64>(whole.size()));
+}
+
+TEST(ImplicitSurface3Sparse, RefusesMoreRowsThanItCanCount)
+{
+    ImplicitSurface3Sparse<float> sparse;
+    EXPECT_THROW(sparse.reset(65535, 65537, 1, 1.0), std::length_error);
+    EXPECT_EQ(sparse.getField().size(), 0u);
 }
 
 TEST(ImplicitSurface3Init, ParticlesMakeTheUnionOfTheirSpheres)

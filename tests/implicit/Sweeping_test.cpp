@@ -67,13 +67,13 @@ uint32 sweepLiterally(ScalarField3<T, double>& field, T bandLimit, T tolerance)
 }
 
 template <class T>
-Surface<T> randomSurface(const Index3& size, uint32 seed)
+Surface<T> randomSurface(const Index3& size, double h, T far)
 {
     Surface<T> surface;
-    surface.reset(size.a, size.b, size.c, 0.37);
-    std::mt19937 random(seed);
+    surface.reset(size.a, size.b, size.c, h);
+    std::mt19937 random(size.c);
     for (T& v : surface.refField().refArrScalars())
-        v = random() % 4 == 0 ? static_cast<T>(random() % 1000) / 300 : T(100);
+        v = random() % 4 == 0 ? static_cast<T>(static_cast<double>(random() % 1000) / 100 * h) : far;
     return surface;
 }
 
@@ -107,15 +107,18 @@ TYPED_TEST_SUITE(Sweeping, Values);
 TYPED_TEST(Sweeping, IsTheDefinedIteration)
 {
     for (const Index3& size : {Index3{5, 6, 7}, Index3{3, 19, 40}, Index3{1, 1, 1}, Index3{4, 1, 9}})
-        for (const TypeParam bandLimit : {TypeParam(1000), TypeParam(2.5)})
-            for (const TypeParam tolerance : {TypeParam(0), TypeParam(0.05)})
-            {
-                Surface<TypeParam> surface = randomSurface<TypeParam>(size, size.c);
-                auto expected(surface.getField());
-                const uint32 iterations = sweepLiterally(expected, bandLimit, tolerance);
-                EXPECT_EQ(surface.fastSweeping(bandLimit, tolerance, 1), iterations);
-                EXPECT_EQ(surface.getField().getArrScalars(), expected.getArrScalars());
-            }
+        for (const double h : {0.37, 1e-25, 1e20})
+            for (const auto far :
+                 {static_cast<TypeParam>(270 * h), std::numeric_limits<TypeParam>::infinity()})
+                for (const auto bandLimit : {static_cast<TypeParam>(2700 * h), static_cast<TypeParam>(7 * h)})
+                    for (const auto tolerance : {TypeParam(0), static_cast<TypeParam>(0.1 * h)})
+                    {
+                        Surface<TypeParam> surface = randomSurface<TypeParam>(size, h, far);
+                        auto expected(surface.getField());
+                        const uint32 iterations = sweepLiterally(expected, bandLimit, tolerance);
+                        EXPECT_EQ(surface.fastSweeping(bandLimit, tolerance, 1), iterations);
+                        EXPECT_EQ(surface.getField().getArrScalars(), expected.getArrScalars());
+                    }
 }
 
 TYPED_TEST(Sweeping, ConvergesToTheDistanceAtFirstOrder)
@@ -181,6 +184,7 @@ TYPED_TEST(Sweeping, EndsWhenNothingChanges)
     Surface<TypeParam> empty;
     EXPECT_EQ(empty.fastSweeping(TypeParam(0), 2), 0u);
     const TypeParam far = surface.get(0u);
+    surface.moveTo({1e9, 0, 0});  // the band limit is the box's diagonal wherever it lies
     surface.set(0u, TypeParam(50));
     surface.fastSweeping(TypeParam(0.01), TypeParam(0), 1);
     EXPECT_EQ(surface.get(0u), 50) << "beyond the band limit";
@@ -203,6 +207,30 @@ TYPED_TEST(Sweeping, FarNodesTakeTheSideOfTheirFlags)
     }
 }
 
+TYPED_TEST(Sweeping, FarNodesKeepTheirSideWhenTheSurfaceIsTurned)
+{
+    for (const bool inverts : {true, false})
+    {
+        Surface<TypeParam> surface = sphereBand<TypeParam>(25);
+        surface.createNeighborsCells();
+        if (inverts)
+            surface.invert();
+        else
+            surface.abs();
+        Surface<TypeParam> widened(surface);
+        surface.fastSweeping(TypeParam(1e-4), 2);
+        widened.widenBand(TypeParam(20), TypeParam(1e-4), 2);
+        for (uint32 m = 0; m < surface.getArraySize(); ++m)
+        {
+            const double d = exactSphere(surface.getField().getPoint(m));
+            const double expected = inverts ? -d : std::fabs(d);
+            EXPECT_NEAR(surface.get(m), expected, 0.2) << m;
+            EXPECT_EQ(widened.get(m), surface.get(m)) << m;
+            EXPECT_FALSE(surface.isNeighborsNegative(m) && expected > 0) << m;
+        }
+    }
+}
+
 TYPED_TEST(Sweeping, RedistancesAFieldThatIsNoDistance)
 {
     for (const uint32 size : {33u, 65u})
@@ -221,6 +249,20 @@ TYPED_TEST(Sweeping, RedistancesAFieldThatIsNoDistance)
             const double d = exactSphere(surface.getField().getPoint(m));
             EXPECT_NEAR(surface.get(m), d, std::fabs(d) < 1.5 * h ? 0.1 * h : 2 * h);
         }
+    }
+}
+
+TYPED_TEST(Sweeping, RedistancesWhatOnlyTellsInsideFromOutside)
+{
+    for (const double v : {1.0, 1e200, double{INFINITY}})
+    {
+        Surface<TypeParam> surface = sphereBand<TypeParam>(33);
+        for (TypeParam& sample : surface.refField().refArrScalars())
+            sample = static_cast<TypeParam>(sample < 0 ? -v : v);
+        surface.set(16, 16, 27, static_cast<TypeParam>(NAN));
+        surface.redistance(TypeParam(-4), TypeParam(1e-4), 1);
+        for (uint32 m = 0; m < surface.getArraySize(); ++m)
+            EXPECT_NEAR(surface.get(m), exactSphere(surface.getField().getPoint(m)), 0.1) << v;
     }
 }
 
@@ -251,6 +293,7 @@ TYPED_TEST(Sweeping, ExtendsValuesAlongTheNormals)
         heights[m] = surface.isSurface(m) ? static_cast<TypeParam>(p.z / length(p)) : TypeParam(-99);
     }
     const auto before = heights;
+    for (TypeParam& v : heights.refArrScalars()) v = v == -99 ? static_cast<TypeParam>(NAN) : v;
     EXPECT_GE(surface.fastSweepingExtend(heights, TypeParam(1e-4), 2), 1u);
     surface.fastSweepingExtend(vectors, TypeParam(1e-4), 1);
     for (uint32 m = 0; m < heights.size(); ++m)

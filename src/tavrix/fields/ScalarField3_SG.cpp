@@ -127,6 +127,15 @@ void ScalarField3_SG<Value, Coord>::move(const Vector3<Coord>& offset)
     _tileGrid.tiles.box.max += offset;
 }
 
+template <class Value, class Coord>
+Value ScalarField3_SG<Value, Coord>::get(const Vector3<Coord>& point) const
+{
+    const Vector3<Coord> d = point - _grid.box.min;
+    const Vector3<Coord>& scale = _grid.reciprocalSeparation;
+    return get(static_cast<uint32>(d.x * scale.x), static_cast<uint32>(d.y * scale.y),
+               static_cast<uint32>(d.z * scale.z));
+}
+
 /// Copies samples along z, tile by tile.
 template <class Value, class Coord>
 void ScalarField3_SG<Value, Coord>::copyRow(const Index3& node, uint32 count, Value* out) const
@@ -168,27 +177,20 @@ template <class Value, class Coord>
 void ScalarField3_SG<Value, Coord>::set(uint32 i, uint32 j, uint32 k, Value value)
 {
     const auto place = _tileGrid.placeOf(i, j, k);
-    refTile_alloc(place.tile)[place.value] = value;
+    Value& sample = refTile_alloc(place.tile)[place.value];
     if (place.isShared)
     {
         const Index3 local = _tileGrid.localOf({i, j, k});
         setAtBorder(_tileGrid.tileOf({i, j, k}), local.a, local.b, local.c, value);
     }
+    sample = value;
     _flags |= Base::flagChanged;
 }
 
 template <class Value, class Coord>
 void ScalarField3_SG<Value, Coord>::add(uint32 i, uint32 j, uint32 k, Value v)
 {
-    const auto place = _tileGrid.placeOf(i, j, k);
-    Value& sample = refTile_alloc(place.tile)[place.value];
-    sample = static_cast<Value>(sample + v);
-    if (place.isShared)
-    {
-        const Index3 local = _tileGrid.localOf({i, j, k});
-        addValueToTilesAtBorders(_tileGrid.tileOf({i, j, k}), local.a, local.b, local.c, v);
-    }
-    _flags |= Base::flagChanged;
+    set(i, j, k, static_cast<Value>(get(i, j, k) + v));
 }
 
 template <class Value, class Coord>
@@ -316,6 +318,13 @@ uint32 ScalarField3_SG<Value, Coord>::placeOfCopy(const Index3& tile, const Inde
 template <class Value, class Coord>
 void ScalarField3_SG<Value, Coord>::setAtBorder(const Index3& tile, uint32 i, uint32 j, uint32 k, Value value)
 {
+    // All tiles are made before the first copy is written: when one cannot be, no copy differs.
+    forEachTileBefore({i, j, k},
+                      [&](const TileOffset& offset)
+                      {
+                          const uint32 at = tileAt(_tileGrid.tiles, tile, offset);
+                          if (at != noIndex) createTile(at);
+                      });
     forEachTileBefore({i, j, k},
                       [&](const TileOffset& offset) {
                           setAtBorderOffset(tile, {i, j, k}, offset, value);

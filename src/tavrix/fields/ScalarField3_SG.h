@@ -75,6 +75,8 @@ public:
     Value get(const Index3& node) const override { return get(node.a, node.b, node.c); }
     Value get(uint32 monoindex) const override { return get(_grid.getIndexes(monoindex)); }
     Value get(uint64 monoindex) const { return get(static_cast<uint32>(monoindex)); }
+    /// The sample of the node whose indices are (p - min) / separation truncated, as in ScalarField3.
+    Value get(const Vector3<Coord>& point) const;
     Value operator[](uint32 monoindex) const { return get(monoindex); }
     void copySamples(uint32 first, uint32 count, Value* out) const override;
 

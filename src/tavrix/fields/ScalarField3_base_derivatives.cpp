@@ -86,7 +86,11 @@ void gradientOfPlanes(const GridDescription3<Coord>& grid, const Samples& sample
             rows.highY = hasHighY ? samples.row(i, j + 1, buffers[4]) : rows.own;
             rows.divisorX = hasLowX && hasHighX ? 2 * h : h;
             rows.divisorY = hasLowY && hasHighY ? 2 * h : h;
-            gradientAlongRow(rows, grid.sizeZ, h, out + grid.getMonoindex(i, j, 0));
+            Vector3<Value>* row = out + grid.getMonoindex(i, j, 0);
+            gradientAlongRow(rows, grid.sizeZ, h, row);
+            for (uint32 axis = 0; axis < 3; ++axis)
+                if (grid.sizeAlong(axis) == 1)  // where an infinite sample less itself is not 0
+                    for (uint32 k = 0; k < grid.sizeZ; ++k) row[k][axis] = 0;
         }
 }
 

@@ -46,8 +46,8 @@ public:
     Tuple2<bool, Vector3<Value>> evalSafe(const Vector3<Coord>& point) const;
 
 private:
+    Array<Vector3<Value>> _vectors;  ///< before the grid, so that a copy that fails leaves as many as nodes
     GridDescription3<Coord> _grid{};
-    Array<Vector3<Value>> _vectors;
 };
 
 #define TX_DECLARE(Value, Coord) extern template class TX_GEOMETRY_API Vector3Field3<Value, Coord>;

@@ -1,6 +1,7 @@
 #include <tavrix/implicit/ImplicitSurface3Regular.h>
 
 #include <cmath>
+#include <utility>
 
 #include <tavrix/implicit/detail/GridOverBox.h>
 #include <tavrix/isosurface/IsosurfaceExtractor3.h>
@@ -18,26 +19,40 @@ template <class T>
 ImplicitSurface3Regular<T>::ImplicitSurface3Regular(const ImplicitSurface3Regular&) = default;
 
 template <class T>
-ImplicitSurface3Regular<T>& ImplicitSurface3Regular<T>::operator=(const ImplicitSurface3Regular&) = default;
+ImplicitSurface3Regular<T>& ImplicitSurface3Regular<T>::operator=(const ImplicitSurface3Regular& other)
+{
+    // All that may fail comes first, here and in reset: there is a bit a node at any time.
+    BitArray surface(other._surface), positive(other._neighborsPositive), negative(other._neighborsNegative);
+    _field = other._field;
+    Base::operator=(other);
+    _surface = std::move(surface);
+    _neighborsPositive = std::move(positive);
+    _neighborsNegative = std::move(negative);
+    return *this;
+}
 
 template <class T>
 void ImplicitSurface3Regular<T>::reset(uint32 sizeX, uint32 sizeY, uint32 sizeZ, double separation)
 {
+    const uint32 count = GridDescription3<double>::nodeCount(sizeX, sizeY, sizeZ);
+    BitArray surface(count), positive(count), negative(count);
     _field.reset(sizeX, sizeY, sizeZ, separation);
-    unflag();
+    _surface = std::move(surface);
+    _neighborsPositive = std::move(positive);
+    _neighborsNegative = std::move(negative);
 }
 
 template <class T>
-void ImplicitSurface3Regular<T>::unflag()
+void ImplicitSurface3Regular<T>::unflag(uint32 nodeCount)
 {
-    for (BitArray* bits : {&_surface, &_neighborsPositive, &_neighborsNegative}) bits->resize(_field.size());
+    for (BitArray* bits : {&_surface, &_neighborsPositive, &_neighborsNegative}) bits->resize(nodeCount);
 }
 
 template <class T>
 void ImplicitSurface3Regular<T>::init_toZeroSize()
 {
     _field.reset_toZeroSize();
-    unflag();
+    unflag(0);
 }
 
 template <class T>
@@ -59,6 +74,7 @@ template <class T>
 void ImplicitSurface3Regular<T>::invert()
 {
     _field.multiply(T(-1));
+    std::swap(_neighborsPositive, _neighborsNegative);
     _defaultValue = -_defaultValue;
     _cutOffValue = _defaultValue - T(1);
 }
@@ -67,6 +83,9 @@ template <class T>
 void ImplicitSurface3Regular<T>::abs()
 {
     _field.abs();
+    for (uint32 w = 0; w < _neighborsNegative.wordCount(); ++w)
+        _neighborsPositive.refWords()[w] |= _neighborsNegative.getWords()[w];
+    _neighborsNegative.resize(_neighborsNegative.size());
     _defaultValue = std::fabs(_defaultValue);
     _cutOffValue = std::fabs(_cutOffValue);
 }

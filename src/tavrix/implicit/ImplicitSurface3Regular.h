@@ -43,7 +43,7 @@ public:
     ImplicitSurface3Regular();
     ~ImplicitSurface3Regular() override;
     ImplicitSurface3Regular(const ImplicitSurface3Regular&);
-    ImplicitSurface3Regular& operator=(const ImplicitSurface3Regular&);
+    ImplicitSurface3Regular& operator=(const ImplicitSurface3Regular& other);
 
     const Field& getField() const override { return _field; }
     Field& refField() { return _field; }
@@ -130,26 +130,30 @@ public:
     ///
     /// Samples whose neighbours all exceed bandLimit stay. Iterations of eight sweeps go on while one changes
     /// a sample by tolerance or more; their number is returned. Signs stay, but a sample at the default value
-    /// (or beyond) gets the sign of the neighbour flags that reach it: afterwards every node without a flag
-    /// has taken those of the node before it, along z, then y, then x. The bytes are the same for every
-    /// thread count.
+    /// (or beyond) becomes negative where neighbours-negative flags reach it: afterwards every node without a
+    /// flag has taken those of the node before it, along z, then y, then x. The bytes are the same for every
+    /// thread count. A grid of a negative separation, as a damaged file may have it, is left alone, and 0
+    /// returned.
     virtual uint32 fastSweeping(const T& bandLimit, const T& tolerance, const uint32& threadCount);
     /// The same with the diagonal of the box as band limit.
     virtual uint32 fastSweeping(const T& tolerance, const uint32& threadCount);
 
-    /// Turns any field into distances to its level 0: nodes next to a change of sign get |v| over the length
-    /// of the gradient there, all others the default value, and fastSweeping, to the default value as band
-    /// limit, the rest. The flags are those of createNeighborsCells. Returns the iterations.
+    /// Turns any field into distances to its level 0, also one that only tells inside from outside by
+    /// infinite samples; those that are not numbers count as outside, far from the level. Nodes next to a
+    /// change of sign get |v| over the length of the gradient there, all others the default value, and
+    /// fastSweeping, to the default value as band limit, the rest. The flags are those of
+    /// createNeighborsCells; of the default value the magnitude counts. Returns the iterations.
     uint32 redistance(const T& defaultValue, const T& tolerance, uint32 threadCount);
     /// Carries distances on from a band to a wider one: samples at the default value (or beyond) get the new
-    /// one, with their sign, and fastSweeping fills it. Returns the iterations.
+    /// one, with their sign, and fastSweeping fills it. Of both values the magnitude counts. Returns the
+    /// iterations.
     uint32 widenBand(const T& defaultValue, const T& tolerance, uint32 threadCount);
 
     /// Carries values outwards from the nodes flagged as surface, along the surface's normals: solves
     /// grad q . grad u = 0 by upwind sweeps, u the magnitude of the samples, which must be distances. Values
-    /// of surface nodes stay; those of the other nodes are replaced. Iterations of eight sweeps go on until
-    /// getExtentionConvergence; their number is returned. values has the surface's sizes; otherwise nothing
-    /// happens, and 0 is returned.
+    /// of surface nodes stay; those of the other nodes, which need not be numbers, are replaced. Iterations
+    /// of eight sweeps go on until getExtentionConvergence; their number is returned. values has the
+    /// surface's sizes; otherwise nothing happens, and 0 is returned.
     uint32 fastSweepingExtend(Field& values, const T& tolerance, uint32 threadCount) const;
     uint32 fastSweepingExtend(Vector3Field3<T, double>& values, const T& tolerance, uint32 threadCount) const;
     /// The same within the band only: nodes at the default value or beyond keep what they hold.
@@ -211,7 +215,8 @@ private:
     void resetOver(const Box3D& box, double separation, uint32 bandNodes);
     void setBand(T width);
     void forgetInside();
-    void unflag();
+    /// Clears all flags, of so many nodes.
+    void unflag(uint32 nodeCount);
     bool isBelow(uint32 i, uint32 j, uint32 k) const { return _field.get(i, j, k) < _threshold; }
     void markNeighbor(const Index3& node, bool negative);
     void addBorder(const BitArray& bits);

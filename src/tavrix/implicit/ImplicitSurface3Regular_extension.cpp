@@ -37,6 +37,13 @@ public:
     {
     }
 
+    /// Makes the values that will be replaced finite: others would spoil the measure of change.
+    void clearNonFinite() const
+    {
+        for (uint32 m = 0; m < _grid.size; ++m)
+            if (isReplaced(m) && !isFinite(_values[m])) _values[m] = Value{};
+    }
+
     /// Visits rows of plane i in the direction's order and returns the largest change.
     T visitRows(uint32 i, uint32 firstRow, uint32 endRow, const detail::SweepDirection& direction) const
     {
@@ -49,11 +56,16 @@ public:
     }
 
 private:
+    static bool isFinite(T v) { return std::isfinite(v); }
+    static bool isFinite(const Vector3<T>& v) { return tavrix::isFinite(v); }
+
+    bool isReplaced(uint32 m) const { return !_fixed.test(m) && std::fabs(_distances[m]) < _limit; }
+
     T visit(const Index3& node) const
     {
         const uint32 m = _grid.getMonoindex(node.a, node.b, node.c);
+        if (!isReplaced(m)) return 0;
         const T distance = std::fabs(_distances[m]);
-        if (_fixed.test(m) || distance >= _limit) return 0;
         const uint32 steps[3] = {_grid.sizeYZ, _grid.sizeZ, 1};
         T weights = 0;
         Value sum{};
@@ -135,6 +147,7 @@ uint32 ImplicitSurface3Regular<T>::extend(Values& values, const T& limit, const 
     const detail::SweepVolumes volumes = preparingThreadedSweepingVolumes(threadCount);
     Directions directions;
     getSweepingDirections(directions);
+    extension.clearNonFinite();
     T firstResidual = 0, lastResidual = 0;
     uint32 stallCounter = 0, iterationCounter = 0, iterations = 0;
     T residual;

@@ -39,8 +39,7 @@ bool hasItsCounts(const GridDescription3<double>& grid)
 {
     try
     {
-        return grid.size > 0 &&
-               grid.size == GridDescription3<double>::nodeCount(grid.sizeX, grid.sizeY, grid.sizeZ) &&
+        return grid.size == GridDescription3<double>::nodeCount(grid.sizeX, grid.sizeY, grid.sizeZ) &&
                grid.sizeYZ == grid.sizeY * grid.sizeZ;
     }
     catch (const std::length_error&)
@@ -199,9 +198,9 @@ void ImplicitSurface3Regular<T>::load_useRegularFormat_Imp(Stream& stream)
     samples.resize(grid.size);
     std::fill(samples.begin() + given, samples.end(), _defaultValue);
 
+    unflag(grid.size);
     _field.adopt(grid, std::move(samples));
     _field.refFlags() |= flagInitialised;
-    unflag();
     if (isWhole) readFlags(stream, _surface, grid.size);
 }
 
@@ -212,11 +211,11 @@ void ImplicitSurface3Regular<T>::load_useSparseFormat_Imp(Stream& stream)
     init_toZeroSize();
     GridDescription3<double> grid;
     if (!readGrid(stream, grid)) return;
+    unflag(grid.size);
     _field.reset(grid.sizeX, grid.sizeY, grid.sizeZ, grid.separation);
     _field.moveTo(grid.box.min + (grid.box.max - grid.box.min) / 2);
     _field.set(_defaultValue);
     _field.refFlags() |= flagInitialised;
-    unflag();
     const bool isWhole = readList<IndexedSample<T>>(stream,
                                                     [this](const IndexedSample<T>& sample)
                                                     {

@@ -56,6 +56,9 @@ Box3D grown(const Box3D& box, double by)
     return {box.min - Vector3D{by, by, by}, box.max + Vector3D{by, by, by}};
 }
 
+/// How far a grid over what it samples goes beyond that.
+double marginOf(uint32 bandNodes, double separation) { return (std::max(bandNodes, 1u) + 1.0) * separation; }
+
 }  // namespace
 
 template <class T>
@@ -98,8 +101,8 @@ bool ImplicitSurface3Regular<T>::init(const Mesh& mesh, uint32 cellCount, IMPLIC
         return true;
     }
     const double separation = longest / cellCount;
-    return init(mesh, separation, grown(box, (std::max(bandNodes, 1u) + 1) * separation), type, threadCount,
-                callback, bandNodes);
+    return init(mesh, separation, grown(box, marginOf(bandNodes, separation)), type, threadCount, callback,
+                bandNodes);
 }
 
 template <class T>
@@ -135,8 +138,8 @@ bool ImplicitSurface3Regular<T>::init_v2(const Array<Vector3F>& positions, const
         init_toZeroSize();
         return true;
     }
-    return init(positions, radii, separation, grown(box, (std::max(bandNodes, 1u) + 1) * separation),
-                threadCount, callback, bandNodes);
+    return init(positions, radii, separation, grown(box, marginOf(bandNodes, separation)), threadCount,
+                callback, bandNodes);
 }
 
 template <class T>

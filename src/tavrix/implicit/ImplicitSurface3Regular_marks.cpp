@@ -127,7 +127,7 @@ void ImplicitSurface3Regular<T>::addBorderAroundNeighbors()
 template <class T>
 void ImplicitSurface3Regular<T>::createNeighborsCells()
 {
-    unflag();
+    unflag(_field.size());
     std::vector<uint8> below(_field.sizeZ());
     for (uint32 i = 0; i + 1 < _field.sizeX(); ++i)
         for (uint32 j = 0; j + 1 < _field.sizeY(); ++j)

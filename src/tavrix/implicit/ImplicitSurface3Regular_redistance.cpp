@@ -41,6 +41,7 @@ private:
 
     bool isNear(const Index3& node, uint32 m) const
     {
+        if (std::isnan(_samples[m])) return false;
         const bool negative = _samples[m] < 0;
         for (uint32 axis = 0; axis < 3; ++axis)
             if ((hasLow(node, axis) && (_samples[m - step(axis)] < 0) != negative) ||
@@ -49,20 +50,29 @@ private:
         return false;
     }
 
+    /// A sample whose square is finite.
+    double sample(uint32 m) const { return std::clamp(static_cast<double>(_samples[m]), -1e150, 1e150); }
+
+    /// The neighbour at a step, or the sample itself where there is none or it is not a number.
+    double neighbour(bool isThere, uint32 m, double own) const
+    {
+        return isThere && !std::isnan(_samples[m]) ? sample(m) : own;
+    }
+
     /// The sample over the length of the gradient. Along each axis that is the central difference or, where
     /// the sign changes, the steepest difference that crosses, so that a sheet thinner than two cells keeps
     /// its place.
     double distance(const Index3& node, uint32 m) const
     {
-        const double own = _samples[m];
+        const double own = sample(m);
         double squares = 0;
         for (uint32 axis = 0; axis < 3; ++axis)
         {
-            const double low = hasLow(node, axis) ? _samples[m - step(axis)] : own;
-            const double high = hasHigh(node, axis) ? _samples[m + step(axis)] : own;
+            const double low = neighbour(hasLow(node, axis), m - step(axis), own);
+            const double high = neighbour(hasHigh(node, axis), m + step(axis), own);
             double slope = std::fabs(high - low) / (hasLow(node, axis) && hasHigh(node, axis) ? 2 : 1);
-            for (const double neighbour : {low, high})
-                if ((neighbour < 0) != (own < 0)) slope = std::max(slope, std::fabs(neighbour - own));
+            for (const double other : {low, high})
+                if ((other < 0) != (own < 0)) slope = std::max(slope, std::fabs(other - own));
             squares += slope * slope;
         }
         return own * _grid.largestSeparation / std::sqrt(squares);
@@ -84,7 +94,7 @@ void ImplicitSurface3Regular<T>::setBand(T width)
 template <class T>
 uint32 ImplicitSurface3Regular<T>::redistance(const T& defaultValue, const T& tolerance, uint32 threadCount)
 {
-    const T far = defaultValue;
+    const T far = std::fabs(defaultValue);
     Array<T>& samples = _field.refArrScalars();
     const NearNodes<T> nearNodes(_field.getGrid(), samples.data());
     std::vector<std::vector<Sample<T>>> planes(_field.sizeX());
@@ -111,7 +121,7 @@ uint32 ImplicitSurface3Regular<T>::redistance(const T& defaultValue, const T& to
 template <class T>
 uint32 ImplicitSurface3Regular<T>::widenBand(const T& defaultValue, const T& tolerance, uint32 threadCount)
 {
-    const T oldFar = _defaultValue, far = defaultValue;
+    const T oldFar = std::fabs(_defaultValue), far = std::fabs(defaultValue);
     for (T& sample : _field.refArrScalars())
         if (std::fabs(sample) >= oldFar) sample = sample < 0 ? -far : far;
     setBand(far);

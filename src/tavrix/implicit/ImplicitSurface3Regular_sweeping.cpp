@@ -32,12 +32,13 @@ void forEachWord(uint32 nodeCount, uint32 threadCount, Use use)
 struct SignMemory
 {
     BitArray negative, far;
+
+    explicit SignMemory(uint32 nodeCount) : negative(nodeCount), far(nodeCount) {}
 };
 
 template <class T>
-SignMemory makePositive(Array<T>& samples, T defaultValue, uint32 threadCount)
+void makePositive(Array<T>& samples, T defaultValue, SignMemory& memory, uint32 threadCount)
 {
-    SignMemory memory{BitArray(samples.size()), BitArray(samples.size())};
     const T farFrom = std::fabs(defaultValue);
     forEachWord(samples.size(), threadCount,
                 [&](uint32 word, uint32 begin, uint32 end)
@@ -52,10 +53,10 @@ SignMemory makePositive(Array<T>& samples, T defaultValue, uint32 threadCount)
                     memory.negative.refWords()[word] = negative;
                     memory.far.refWords()[word] = far;
                 });
-    return memory;
 }
 
-/// Gives the samples their signs back; far ones that are flagged as inside become negative.
+/// Gives the samples their signs back, those that lost them; far ones that are flagged as inside become
+/// negative.
 template <class T>
 void restoreSigns(Array<T>& samples, const SignMemory& memory, const BitArray& neighborsNegative,
                   uint32 threadCount)
@@ -68,7 +69,7 @@ void restoreSigns(Array<T>& samples, const SignMemory& memory, const BitArray& n
                     const uint32 negative =
                         memory.negative.getWords()[word] | (memory.far.getWords()[word] & flagged);
                     for (uint32 n = begin; n < end; ++n)
-                        samples[n] = negative >> (n - begin) & 1 ? -samples[n] : samples[n];
+                        samples[n] = negative >> (n - begin) & 1 ? -std::fabs(samples[n]) : samples[n];
                 });
 }
 
@@ -170,19 +171,28 @@ template <class T>
 uint32 ImplicitSurface3Regular<T>::fastSweeping(const T& bandLimit, const T& tolerance,
                                                 const uint32& threadCount)
 {
-    if (_field.size() == 0) return 0;
+    if (_field.size() == 0 || !(_field.getPointSeparation() >= 0)) return 0;
     Array<T>& samples = _field.refArrScalars();
-    const SignMemory memory = makePositive(samples, _defaultValue, threadCount);
-    const uint32 iterations = fastSweepingPositive(bandLimit, tolerance, threadCount);
-    restoreSigns(samples, memory, _neighborsNegative, threadCount);
     _field.refFlags() |= Field::flagChanged;
-    return iterations;
+    SignMemory memory(samples.size());
+    try
+    {
+        makePositive(samples, _defaultValue, memory, threadCount);
+        const uint32 iterations = fastSweepingPositive(bandLimit, tolerance, threadCount);
+        restoreSigns(samples, memory, _neighborsNegative, threadCount);
+        return iterations;
+    }
+    catch (...)
+    {
+        restoreSigns(samples, memory, _neighborsNegative, 1);
+        throw;
+    }
 }
 
 template <class T>
 uint32 ImplicitSurface3Regular<T>::fastSweeping(const T& tolerance, const uint32& threadCount)
 {
-    const Vector3F diagonal = convert<float>(_field.getBox().max) - convert<float>(_field.getBox().min);
+    const Vector3F diagonal = convert<float>(_field.getBox().max - _field.getBox().min);
     return fastSweeping(T{length(diagonal)}, tolerance, threadCount);
 }
 

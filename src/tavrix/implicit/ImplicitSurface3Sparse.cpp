@@ -29,8 +29,8 @@ ImplicitSurface3Sparse<T>::ImplicitSurface3Sparse(const ImplicitSurface3Sparse& 
 template <class T>
 ImplicitSurface3Sparse<T>& ImplicitSurface3Sparse<T>::operator=(const ImplicitSurface3Sparse& other)
 {
-    Base::operator=(other);
     *_field = *other._field;
+    Base::operator=(other);
     return *this;
 }
 

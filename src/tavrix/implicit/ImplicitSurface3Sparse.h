@@ -21,7 +21,9 @@ class SparseField;
 ///
 /// Nodes that are not held read as the default value. A node costs its sample and four bytes, a row along z
 /// four bytes; reading one takes a binary search among the held nodes of its row. Copies are deep. Queries
-/// and extraction give what the regular surface with the same samples gives.
+/// and extraction give what the regular surface with the same samples gives. Writing the default value
+/// through getDefaultValue changes what later `set`s hold and what nodes read that are not held; held nodes
+/// stay.
 template <class T>
 class ImplicitSurface3Sparse : public ImplicitSurface3StrategyInterface<T>
 {
@@ -45,9 +47,6 @@ public:
 
     const ScalarField3_base<T, double>& getField() const override;
 
-    /// Writing the default value through getDefaultValue changes what later `set`s hold and what nodes read
-    /// that are not held; held nodes stay.
-    ///
     /// Sets a held node; holds another one when the value is below the default value, and otherwise changes
     /// nothing. Holding one more node takes time in proportion to the nodes held and the rows: use init for
     /// many.

@@ -92,9 +92,10 @@ public:
     bool evalCurvatureSafe(const Vector3D& point, T& out) const;
 
     /// Turns the surface inside out: every sample and the default value change their sign, and the cut-off
-    /// value becomes the new default value - 1.
+    /// value becomes the new default value - 1. Neighbour flags change sides.
     virtual void invert() = 0;
-    /// Takes absolute values: of every sample, the default value and the cut-off value.
+    /// Takes absolute values: of every sample, the default value and the cut-off value. Neighbour flags
+    /// become positive ones.
     virtual void abs() = 0;
     /// Adds v to every sample, which moves the surface inwards by v. The default and the cut-off value stay
     /// as they were, unlike in invert and abs: hosts rely on it.

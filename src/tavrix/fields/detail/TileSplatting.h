@@ -248,10 +248,18 @@ bool buildField(ScalarField3_SG<Value, Coord>& field, const Kernel& kernel, uint
 {
     field.setZero();
     if (field.size() == 0) return true;
-    return changeTiles(field, kernel, count, margin, threadCount, callback, make,
-                       [](const Splatting<Kernel>& splatting, const std::vector<ParticleGroup>& groups,
-                          const Block<Value>& block, Array<Value>&)
-                       { return splatIntoBlock(splatting, groups, block); });
+    try
+    {
+        return changeTiles(field, kernel, count, margin, threadCount, callback, make,
+                           [](const Splatting<Kernel>& splatting, const std::vector<ParticleGroup>& groups,
+                              const Block<Value>& block, Array<Value>&)
+                           { return splatIntoBlock(splatting, groups, block); });
+    }
+    catch (...)
+    {
+        field.setZero();  // tiles that were taken over before have copies without their nodes
+        throw;
+    }
 }
 
 /// As for a dense field; only tiles that get a sample other than the default value are made.

@@ -3,6 +3,7 @@
 #include <bit>
 #include <cmath>
 #include <cstddef>
+#include <limits>
 
 #include <tavrix/implicit/detail/EikonalSweep.h>
 
@@ -47,17 +48,28 @@ inline T solve(T sample, T x, T y, T z, const EikonalPlane<T>& plane)
 }
 
 /// Half the step from a positive number to the next lower one: a solution that is not further below the
-/// number rounds to it and so does not lower it.
+/// number rounds to it and so does not lower it. Finite also for infinity, which every solution lowers.
 template <class T>
 inline T slackOf(T v)
 {
+    constexpr T largest = std::numeric_limits<T>::max();
     const T next = std::bit_cast<T>(std::bit_cast<SweepMark<T>>(v) - 1);
-    return (v - next) * T(0.5);
+    const T slack = (v - next) * T(0.5);
+    return slack < largest ? slack : largest;
+}
+
+/// What the sum of squares in markRow exceeds where a sample may fall: h^2, a little lower for the rounding
+/// of the sum. Where T cannot hold h^2 it is a number that every sum exceeds.
+template <class T>
+inline T squareLimit(double h)
+{
+    const double square = h * h;
+    constexpr double least = std::numeric_limits<T>::min() * 1e8, most = std::numeric_limits<T>::max() * 1e-8;
+    return square > least && square < most ? static_cast<T>(square * (1 - 5e-7)) : T(-1);
 }
 
 /// Adds a row's bit to the marks of those of its nodes whose sample v may be above the upwind solution: that
-/// is so when the sum of (v - neighbour)^2 over the neighbours below v exceeds h^2. The limit is a little
-/// lower, for the rounding of the sum.
+/// is so when the sum of (v - neighbour)^2 over the neighbours below v exceeds h^2; see squareLimit.
 template <class T>
 inline void markRow(const Row<T>& row, uint32 sizeZ, bool upZ, T limit, SweepMark<T> bit,
                     SweepMark<T>* __restrict marks)
@@ -94,8 +106,7 @@ inline T visitRows(const Row<T>* rows, uint32 count, const EikonalPlane<T>& plan
 {
     const uint32 sizeZ = plane.sizeZ, steps = sizeZ + rowCount - 1;
     const auto offset = [&](uint32 r) { return plane.upZ ? r : rowCount - 1 - r; };
-    const T h = static_cast<T>(plane.h);
-    const T limit = h * h * static_cast<T>(1 - 5e-7);
+    const T limit = squareLimit<T>(plane.h);
     for (uint32 m = 0; m < steps; ++m) marks[m] = 0;
     for (uint32 r = 0; r < count; ++r)
         markRow(rows[r], sizeZ, plane.upZ, limit, SweepMark<T>{1} << r, marks + offset(r));

@@ -9,10 +9,15 @@ namespace
 {
 
 template <class Value>
-void insertAt(Array<Value>& array, uint32 place, const Value& value)
+void moveLastTo(Array<Value>& array, uint32 place)
 {
-    array.push_back(value);
     std::rotate(array.begin() + place, array.end() - 1, array.end());
+}
+
+/// The first held sample of every row and the count of all; nothing for a grid of no nodes.
+uint32 rowBeginCount(const GridDescription3<double>& grid)
+{
+    return grid.size == 0 ? 0 : Array<uint32>::checkedSize(std::size_t{grid.sizeX} * grid.sizeY + 1);
 }
 
 }  // namespace
@@ -20,9 +25,11 @@ void insertAt(Array<Value>& array, uint32 place, const Value& value)
 template <class T>
 SparseField<T>& SparseField<T>::operator=(const SparseField& other)
 {
-    _rowBegins = other._rowBegins;
-    _indexes = other._indexes;
-    _values = other._values;
+    Array<uint32> rowBegins(other._rowBegins), indexes(other._indexes);
+    Array<T> values(other._values);
+    _rowBegins.swap(rowBegins);
+    _indexes.swap(indexes);
+    _values.swap(values);
     Base::operator=(other);
     return *this;
 }
@@ -32,7 +39,7 @@ void SparseField<T>::reset_XYZ(uint32 sizeX, uint32 sizeY, uint32 sizeZ, double 
 {
     const auto grid =
         GridDescription3<double>::centered(sizeX, sizeY, sizeZ, {separation, separation, separation});
-    _rowBegins.assign(grid.size == 0 ? 0 : grid.sizeX * grid.sizeY + 1, 0);
+    _rowBegins.assign(rowBeginCount(grid), 0);
     _indexes.clear();
     _values.clear();
     _grid = grid;
@@ -88,8 +95,11 @@ void SparseField<T>::set(const Index3& node, T value)
         return;
     }
     if (!(value < _defaultValue)) return;
-    insertAt(_indexes, place, node.c);
-    insertAt(_values, place, value);
+    _indexes.resize(_values.size());  // one more is left of a call in which the next line threw
+    _indexes.push_back(node.c);
+    _values.push_back(value);
+    moveLastTo(_indexes, place);
+    moveLastTo(_values, place);
     const std::size_t next = std::size_t{node.a} * _grid.sizeY + node.b + 1;
     for (std::size_t n = next; n < _rowBegins.size(); ++n) ++_rowBegins[n];
 }
@@ -99,7 +109,7 @@ void SparseField<T>::assignBelow(const GridDescription3<double>& grid, const T* 
 {
     const auto count =
         static_cast<uint32>(std::count_if(samples, samples + grid.size, [=](T v) { return v < value; }));
-    Array<uint32> rowBegins(grid.size == 0 ? 0 : grid.sizeX * grid.sizeY + 1);
+    Array<uint32> rowBegins(rowBeginCount(grid));
     Array<uint32> indexes(count);
     Array<T> values(count);
     uint32 held = 0;
