@@ -1,5 +1,7 @@
 #pragma once
 
+#include <stdexcept>
+
 #include <tavrix/fields/detail/TileSplatting.h>
 
 // The particle setters' way to a field's storage.
@@ -7,13 +9,15 @@
 namespace tavrix::detail
 {
 
-/// Calls use(field) with the field as the storage that it is.
+/// Calls use(field) with the field as the storage that it is; std::invalid_argument for one of a host's own.
 template <class Value, class Coord, class Use>
 auto withStorage(ScalarField3_base<Value, Coord>& field, Use use)
 {
     if (field.getType() == ScalarFieldType::Tiled)
         return use(static_cast<ScalarField3_SG<Value, Coord>&>(field));
-    return use(static_cast<ScalarField3<Value, Coord>&>(field));
+    if (field.getType() == ScalarFieldType::Dense)
+        return use(static_cast<ScalarField3<Value, Coord>&>(field));
+    throw std::invalid_argument("tavrix: particles make dense and tiled fields only");
 }
 
 template <class Value, class Coord, class Kernel, class Make>
