@@ -86,10 +86,10 @@ class Shapes(LevelSetTest):
         cut, last = obj_file(CUBE_POINTS, CUBE_FACES[:-1]), CUBE_FACES[-1]
         groups = "\n".join(lines[:8] + ["g a"] + lines[8:11] + ["g b"] + lines[11:]).encode()
         strange = obj_file([*CUBE_POINTS, (nan, 0, 0), (0, inf, 0)], CUBE_FACES + [(0, 8, 9)])
-        mixed = CUBE_FACES[:-1] + [last[::-1]]
+        mixed = [face[::-1] if n % 3 else face for n, face in enumerate(CUBE_FACES)]
         for content, word in ((groups, None), (obj_file(CUBE_POINTS, INWARDS), "turned around"),
                               (cut, "open along 3 edges"), (strange, "1 faces have corners without finite"),
-                              (obj_file(CUBE_POINTS, mixed), "mixed orientation along 3 edges")):
+                              (obj_file(CUBE_POINTS, mixed), "8 faces look the other way")):
             self.write("in.obj", content)
             result = self.run_program("levelset", "in.obj", "-s", SPACING, "-o", "out.obj")
             self.assertEqual(result.returncode, 0)

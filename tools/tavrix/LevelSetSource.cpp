@@ -122,6 +122,9 @@ Mesh readSolid(const std::string& file, Progress& progress)
     if (mesh.getFacesSize() == 0)
         throw Failure(file + ": has no face with finite coordinates; export it again");
     joinEqualPositions(mesh);
+    if (const uint32 turned = orientMixedParts(mesh))
+        progress.note(file +
+                      text(": %u faces look the other way than their neighbours and are turned", turned));
     return mesh;
 }
 

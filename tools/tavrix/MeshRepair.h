@@ -25,6 +25,11 @@ void dropNormals(Mesh& mesh);
 /// without such to the first face's corner. Returns how many faces those were.
 uint32 dropInfiniteFaces(Mesh& mesh);
 
+/// Turns faces so that neighbours across an edge wind alike, in those parts of the mesh where some do not; a
+/// part that was turned faces outwards, by its volume. Parts hang together by edges of exactly two faces,
+/// which name the same positions. Returns how many faces were turned. Normals are dropped then.
+uint32 orientMixedParts(Mesh& mesh);
+
 /// All meshes in one, named as the first. Normals when all have them.
 Mesh joined(const ArrayOfPtr<Mesh>& meshes);
 
