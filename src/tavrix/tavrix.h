@@ -27,6 +27,7 @@
 #include <tavrix/foundation/BlockDesc.h>
 #include <tavrix/foundation/Box3.h>
 #include <tavrix/foundation/CancelCallback.h>
+#include <tavrix/foundation/Color4.h>
 #include <tavrix/foundation/Divisor.h>
 #include <tavrix/foundation/ElementaryFunctions.h>
 #include <tavrix/foundation/FileRam.h>
@@ -35,8 +36,11 @@
 #include <tavrix/foundation/FileStreamEndian.h>
 #include <tavrix/foundation/FileStreamRaw.h>
 #include <tavrix/foundation/FileStreamRawBuffered.h>
+#include <tavrix/foundation/List.h>
 #include <tavrix/foundation/Mesh_RL.h>
+#include <tavrix/foundation/Optional.h>
 #include <tavrix/foundation/ParallelFor.h>
+#include <tavrix/foundation/Particles_RL_v2.h>
 #include <tavrix/foundation/Plane3.h>
 #include <tavrix/foundation/Quaternion.h>
 #include <tavrix/foundation/RenderLayer.h>
@@ -52,8 +56,14 @@
 #include <tavrix/mesh/MeshTopology.h>
 
 #include <tavrix/particles/NeighbourGrid.h>
+#include <tavrix/particles/Particle_v2.h>
+#include <tavrix/particles/ParticleChannel_v2.h>
+#include <tavrix/particles/ParticleChannelChunkData_v2.h>
 #include <tavrix/particles/ParticleNeighbours.h>
+#include <tavrix/particles/ParticleSystem_v2.h>
 #include <tavrix/particles/ParticleSystem_v3.h>
+#include <tavrix/particles/ParticleSystemChunk_v2.h>
+#include <tavrix/particles/ParticleSystemIterator_v2.h>
 
 #include <tavrix/fields/AnisotropySettings.h>
 #include <tavrix/fields/GridDescription3.h>

@@ -55,6 +55,14 @@ public:
         _pointers.resize(_pointers.size() - 1);
     }
 
+    /// Takes the pointer at `i` off and moves the later ones down; an owning list deletes its object.
+    void erase(uint32 i) noexcept
+    {
+        if constexpr (owns) delete _pointers[i];
+        std::copy(_pointers.begin() + i + 1, _pointers.end(), _pointers.begin() + i);
+        _pointers.resize(_pointers.size() - 1);
+    }
+
     /// Empties the list; an owning list deletes its objects.
     void clear() noexcept
     {

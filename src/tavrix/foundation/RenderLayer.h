@@ -1,5 +1,6 @@
 #pragma once
 
+#include <tavrix/foundation/Color4.h>
 #include <tavrix/platform/Export.h>
 
 namespace tavrix
@@ -22,12 +23,6 @@ class FactoryOwnerT
 public:
     static Factory& getFactory();
     static void setFactory(Factory* factory);
-};
-
-/// A colour in RGBA, each component in [0, 1].
-struct Color4F
-{
-    float r, g, b, a;
 };
 
 }  // namespace tavrix
