@@ -1,21 +1,25 @@
-// Dam break: a column of water collapses in a box, and every frame becomes a particle file.
+// Dam break: a column of water collapses in a box, a jet pours more in, and some spills over the far wall.
+// Every frame becomes a particle file.
 //
 //     dam_break FOLDER [FRAMES [THREADS]]
 //
-// writes FOLDER/frame_0000.bin, frame_0001.bin, ...: 15,000 particles of radius 0.025 m with velocities and
-// ids, 30 frames a second, y up. The result is the same for every number of threads.
+// writes FOLDER/frame_0000.bin, frame_0001.bin, ...: 15,000 particles of radius 0.025 m and those of the jet,
+// with velocities and ids, 30 frames a second, y up. The result is the same for every number of threads.
 //
 // The water is a position-based fluid (M. Macklin, M. Müller: Position Based Fluids, ACM Transactions on
 // Graphics 32(4), 2013): particles move as gravity has it, then a few Jacobi iterations shift them until no
-// place is denser than water, and the velocity is whatever led from the old position to the new one. The
-// example shows three things of the library: parallelFor, the value types, and ParticleSystem_v3, which
-// writes the files.
+// place is denser than water, and the velocity is whatever led from the old position to the new one.
+//
+// The example shows three things of the library: parallelFor, the value types, and ParticleSystem_v2, which
+// keeps the particles with channels of the simulation's own. A step takes their positions and velocities out
+// as arrays, sorts and moves these, and writes them back; in between, particles come and go.
 
 #include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <cstdio>
 #include <filesystem>
+#include <numeric>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -25,6 +29,7 @@
 #include <tavrix/foundation/ParallelFor.h>
 #include <tavrix/foundation/Tuple.h>
 #include <tavrix/foundation/Vector3.h>
+#include <tavrix/particles/ParticleSystem_v2.h>
 #include <tavrix/particles/ParticleSystem_v3.h>
 #include <tavrix/platform/Hardware.h>
 #include <tavrix/platform/Timer.h>
@@ -40,6 +45,10 @@ constexpr float radius = spacing / 2;
 constexpr float reach = 2 * spacing;  ///< of the smoothing kernels, h in the paper
 constexpr Box3F tank{{0, 0, 0}, {3, 3, 1}};
 constexpr uint32 column[3] = {25, 30, 20};  ///< particles along x, y, z: 15,000
+constexpr float farWall = 1;  ///< height of the wall at the far end of x; the others reach up to the top
+constexpr Vector3F nozzle{0, 2, 0.45f};  ///< of the jet, in the wall at x = 0
+constexpr uint32 nozzleSize = 4;         ///< particles along y and z
+constexpr float jetSpeed = 2;
 constexpr Vector3F gravity{0, -9.81f, 0};
 constexpr uint32 stepsPerFrame = 4;
 constexpr float timeStep = 1.0f / (30 * stepsPerFrame);
@@ -115,13 +124,16 @@ public:
 
     void advance();
 
-    const Array<Vector3F>& positions() const { return _position; }
-    const Array<Vector3F>& velocities() const { return _velocity; }
-    const Array<int64>& ids() const { return _id; }
-    const std::vector<float>& densities() const { return _density; }
+    const ParticleSystem_v2& particles() const { return _particles; }
     double energy() const;
+    double compression() const;
 
 private:
+    void addParticle(const Vector3F& position, const Vector3F& velocity);
+    void pour();
+    void takeOut();
+    void writeBack();
+    void removeSpilled();
     void predict();
     void sortByCell();
     void findNeighbours();
@@ -143,50 +155,58 @@ private:
     uint32 _threads;
     Kernels _kernels;
     std::vector<Block> _blocks;
+    ParticleSystem_v2 _particles;
+    uint32 _densityChannel, _neighbourChannel;
+    uint32 _step = 0;
+    uint32 _seed = 1;
+    // Of the particles of this step, sorted by cell:
+    Array<uint32> _rank;  ///< their rank in the iteration order of _particles
     Array<Vector3F> _position, _predicted, _velocity;
-    Array<int64> _id;
     Array<Vector3F> _next;  ///< of whatever is being updated
-    std::vector<float> _density, _multiplier;
+    Array<float> _density, _multiplier;
+    Array<uint32> _neighbourCount;
     Index3 _cells;
     std::vector<uint32> _cellBegin;
 };
 
-/// Puts the column into a corner of the tank, each particle off its lattice place by up to a hundredth of the
-/// spacing: an exact lattice would fall as columns of particles that never leave their line.
-Fluid::Fluid(uint32 threads) : _threads(threads)
+/// Puts the column into a corner of the tank.
+Fluid::Fluid(uint32 threads)
+    : _threads(threads),
+      _densityChannel(_particles.addChannel("density", ParticleChannel_v2::Type::FLOAT)),
+      _neighbourChannel(_particles.addChannel("neighbours", ParticleChannel_v2::Type::UINT32))
 {
-    uint32 seed = 1;
-    const auto jitter = [&seed]
-    {
-        seed = seed * 1664525u + 1013904223u;
-        return (static_cast<float>(seed >> 8) / 8388608.0f - 1) * 0.01f * spacing;
-    };
     for (uint32 i = 0; i < column[0]; ++i)
         for (uint32 j = 0; j < column[1]; ++j)
             for (uint32 k = 0; k < column[2]; ++k)
             {
                 const Vector3F lattice{static_cast<float>(i), static_cast<float>(j), static_cast<float>(k)};
-                const Vector3F first{radius, radius, radius};
-                _position.push_back(first + lattice * spacing + Vector3F{jitter(), jitter(), jitter()});
-                _id.push_back(_id.size());
+                addParticle(Vector3F{radius, radius, radius} + lattice * spacing, {0, 0, 0});
             }
-    _velocity.assign(size(), {0, 0, 0});
-    _predicted = _position;
-    _next.resize(size());
-    _density.assign(size(), 1.0f);
-    _multiplier.assign(size(), 0.0f);
-
-    constexpr uint32 blockSize = 256;
-    for (uint32 begin = 0; begin < size(); begin += blockSize)
-        _blocks.push_back({begin, std::min(begin + blockSize, size()), {}, {}});
     const Vector3F extent = (tank.max - tank.min) * (1 / reach);
     _cells = {static_cast<uint32>(extent.x) + 1, static_cast<uint32>(extent.y) + 1,
               static_cast<uint32>(extent.z) + 1};
 }
 
+/// Adds a particle, off its place by up to a hundredth of the spacing: an exact lattice would fall as columns
+/// of particles that never leave their line.
+void Fluid::addParticle(const Vector3F& position, const Vector3F& velocity)
+{
+    const auto jitter = [this]
+    {
+        _seed = _seed * 1664525u + 1013904223u;
+        return (static_cast<float>(_seed >> 8) / 8388608.0f - 1) * 0.01f * spacing;
+    };
+    const Vector3F offset{jitter(), jitter(), jitter()};
+    const Particle_v2 particle = _particles.addParticle();
+    particle.setPosition(position + offset);
+    particle.setVelocity(velocity);
+}
+
 /// One time step: the paper's algorithm 1.
 void Fluid::advance()
 {
+    pour();
+    takeOut();
     predict();
     sortByCell();
     findNeighbours();
@@ -197,16 +217,88 @@ void Fluid::advance()
     }
     updateVelocities();
     smoothVelocities();
+    writeBack();
+    removeSpilled();
+    ++_step;
+}
+
+/// Lets a layer of the jet in whenever the one before has moved on by the spacing.
+void Fluid::pour()
+{
+    constexpr uint32 stepsPerLayer = static_cast<uint32>(spacing / (jetSpeed * timeStep) + 0.5f);
+    if (_step % stepsPerLayer != 0) return;
+    for (uint32 j = 0; j < nozzleSize; ++j)
+        for (uint32 k = 0; k < nozzleSize; ++k)
+        {
+            const Vector3F place{radius, static_cast<float>(j) * spacing, static_cast<float>(k) * spacing};
+            addParticle(nozzle + place, {jetSpeed, 0, 0});
+        }
+}
+
+/// Takes positions and velocities out of the particle system, and shares the particles out in blocks.
+void Fluid::takeOut()
+{
+    _particles.begin_rawIteration();
+    _particles.copyChannelValues(0, _position);
+    _particles.copyChannelValues(1, _velocity);
+    _predicted.resize(size());
+    _next.resize(size());
+    _density.resize(size());
+    _multiplier.resize(size());
+    _neighbourCount.resize(size());
+    _rank.resize(size());
+    std::iota(_rank.begin(), _rank.end(), 0u);
+
+    constexpr uint32 blockSize = 256;
+    _blocks.resize((size() + blockSize - 1) / blockSize);
+    for (uint32 b = 0; b < _blocks.size(); ++b)
+    {
+        _blocks[b].begin = b * blockSize;
+        _blocks[b].end = std::min((b + 1) * blockSize, size());
+    }
+}
+
+/// Writes the step's results into the particle system, in its order.
+void Fluid::writeBack()
+{
+    const auto write = [this](uint32 channel, const auto& values)
+    {
+        auto ordered = values;
+        for (uint32 i = 0; i < size(); ++i) ordered[_rank[i]] = values[i];
+        _particles.setChannelValues(channel, ordered);
+    };
+    write(0, _position);
+    write(1, _velocity);
+    write(_densityChannel, _density);
+    write(_neighbourChannel, _neighbourCount);
+}
+
+/// Removes what went over the far wall.
+void Fluid::removeSpilled()
+{
+    std::vector<uint64> spilled;
+    for (const Particle_v2 particle : _particles)
+        if (particle.getPosition().x > tank.max.x) spilled.push_back(particle.getId());
+    for (const uint64 id : spilled) _particles.remove(id);
 }
 
 /// Kinetic and potential energy for each kilogram of water.
 double Fluid::energy() const
 {
     double sum = 0;
-    for (uint32 i = 0; i < size(); ++i)
-        sum += 0.5 * static_cast<double>(dot(_velocity[i], _velocity[i])) -
-               static_cast<double>(dot(gravity, _position[i]));
-    return sum / size();
+    for (const Particle_v2 particle : _particles)
+        sum += 0.5 * static_cast<double>(dot(particle.getVelocity(), particle.getVelocity())) -
+               static_cast<double>(dot(gravity, particle.getPosition()));
+    return sum / _particles.getParticlesCount();
+}
+
+/// How much denser than water the particles are in the mean.
+double Fluid::compression() const
+{
+    double sum = 0;
+    for (const Particle_v2 particle : _particles)
+        sum += static_cast<double>(std::max(particle.getChannelValue_FLOAT(_densityChannel) - 1, 0.0f));
+    return sum / _particles.getParticlesCount();
 }
 
 template <class Body>
@@ -238,12 +330,14 @@ void Fluid::forEachNeighbour(const Block& block, uint32 i, const Visit& visit) c
         visit(block.neighbours[n], _predicted[i] - _predicted[block.neighbours[n]]);
 }
 
-/// The place inside the tank that is nearest to p, a particle's radius off the walls.
+/// The place inside the tank that is nearest to p, a particle's radius off the walls; over the far wall, up
+/// to as far outside as a particle gets in a step.
 Vector3F keepInTank(const Vector3F& p)
 {
     const auto clamp = [](float x, float low, float high)
     { return std::clamp(x, low + radius, high - radius); };
-    return {clamp(p.x, tank.min.x, tank.max.x), clamp(p.y, tank.min.y, tank.max.y),
+    const float end = p.y > farWall ? tank.max.x + spacing : tank.max.x;
+    return {clamp(p.x, tank.min.x, end), clamp(p.y, tank.min.y, tank.max.y),
             clamp(p.z, tank.min.z, tank.max.z)};
 }
 
@@ -289,7 +383,7 @@ void Fluid::sortByCell()
     permute(_position);
     permute(_predicted);
     permute(_velocity);
-    permute(_id);
+    permute(_rank);
 }
 
 /// The cells around a particle's cell are nine runs along z, and each run's particles follow each other in
@@ -323,6 +417,7 @@ void Fluid::findNeighbours()
             {
                 collectNeighbours(block, i);
                 block.firstNeighbour.push_back(static_cast<uint32>(block.neighbours.size()));
+                _neighbourCount[i] = block.firstNeighbour.back() - block.firstNeighbour[i - block.begin];
             }
         });
 }
@@ -405,9 +500,7 @@ bool parseCount(std::string_view text, uint32& count)
 bool writeFrame(const Fluid& fluid, const std::string& folder, uint32 frame)
 {
     ParticleSystem_v3 particles;
-    particles.setArrId(fluid.ids());
-    particles.setArrPosition(fluid.positions());
-    particles.setArrVelocity(fluid.velocities());
+    fluid.particles().copyTo(particles);
     TX_String path(folder);
     path.appendFormat("/frame_%04u.bin", frame);
     if (particles.save_BIN(path) == 0) return true;
@@ -418,10 +511,9 @@ bool writeFrame(const Fluid& fluid, const std::string& folder, uint32 frame)
 
 void report(const Fluid& fluid, uint32 frame)
 {
-    double density = 0;
-    for (const float d : fluid.densities()) density += static_cast<double>(std::max(d, 1.0f));
-    std::printf("frame %4u  %.2f s  energy %.3f J/kg  compression %.1f %%\n", frame, frame / 30.0,
-                fluid.energy(), 100 * (density / fluid.positions().size() - 1));
+    std::printf("frame %4u  %.2f s  %u particles  energy %.3f J/kg  compression %.1f %%\n", frame,
+                frame / 30.0, fluid.particles().getParticlesCount(), fluid.energy(),
+                100 * fluid.compression());
 }
 
 int run(const std::vector<std::string>& arguments)
@@ -448,7 +540,7 @@ int run(const std::vector<std::string>& arguments)
         if (frame % 10 == 0) report(fluid, frame);
         for (uint32 step = 0; step < stepsPerFrame; ++step) fluid.advance();
     }
-    std::printf("%u frames of %u particles in %.1f s\n", frames, fluid.positions().size(), timer.stop());
+    std::printf("%u frames in %.1f s\n", frames, timer.stop());
     return 0;
 }
 

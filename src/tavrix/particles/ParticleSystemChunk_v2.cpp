@@ -122,15 +122,48 @@ void ParticleSystemChunk_v2::noteOrder(uint32 position) noexcept
 
 int32 ParticleSystemChunk_v2::findInChunk(uint64 id)
 {
-    if (id < _minId || id > _maxId) return -1;
+    if (!mayContain(id)) return -1;
     if (!_sortedById) sortChunkById();
-    const ParticleEntry wanted{id, 0, 0};
-    auto entry = std::lower_bound(_entries.begin(), _entries.end(), wanted, refParticleEntryComparator_v2());
     // Ids are not checked for uniqueness, and released entries keep theirs: a live one may hide behind
     // others.
-    while (entry != _entries.end() && entry->id == id && entry->released) ++entry;
-    const bool found = entry != _entries.end() && entry->id == id;
-    return found ? static_cast<int32>(entry - _entries.begin()) : -1;
+    uint32 position = lowerBound(id);
+    while (position < _entries.size() && _entries[position].id == id && _entries[position].released)
+        ++position;
+    const bool found = position < _entries.size() && _entries[position].id == id;
+    return found ? static_cast<int32>(position) : -1;
+}
+
+/// The position of the first id that is not below the given one, in a sorted chunk. Ids mostly come in runs,
+/// so the search starts where the id would be if all were evenly spread, and widens from there.
+uint32 ParticleSystemChunk_v2::lowerBound(uint64 id) const noexcept
+{
+    const uint32 count = _entries.size();
+    const uint64 first = _entries[0].id, last = _entries[count - 1].id;
+    if (id <= first) return 0;
+    if (id > last) return count;
+    const double share = static_cast<double>(id - first) / static_cast<double>(last - first);
+    const uint32 guess = std::min(static_cast<uint32>(share * (count - 1)), count - 1);
+
+    // From here on: the id at `below` is less, the one at `above` is not.
+    uint32 below = 0, above = count - 1, step = 1;
+    if (_entries[guess].id < id)
+    {
+        below = guess;
+        for (; above - below > step && _entries[below + step].id < id; step *= 2) below += step;
+        above = std::min(above, below + step);
+    }
+    else
+    {
+        above = guess;
+        for (; above > step && _entries[above - step].id >= id; step *= 2) above -= step;
+        below = above > step ? above - step : 0;
+    }
+    while (above - below > 1)
+    {
+        const uint32 middle = below + (above - below) / 2;
+        (_entries[middle].id < id ? below : above) = middle;
+    }
+    return above;
 }
 
 void ParticleSystemChunk_v2::releaseEntry(uint32 position) noexcept

@@ -57,6 +57,8 @@ public:
     /// never narrower than the truth.
     uint64 getMinId() const noexcept { return _minId; }
     uint64 getMaxId() const noexcept { return _maxId; }
+    /// Whether min and max id leave room for the id.
+    bool mayContain(uint64 id) const noexcept { return _minId <= id && id <= _maxId; }
     uint16 getFreeCount() const noexcept { return _freeCount; }
     /// Number of live particles.
     uint16 getSize() const noexcept { return static_cast<uint16>(capacity - _freeCount); }
@@ -111,12 +113,13 @@ private:
     uint32 takeNextSlot() noexcept;
     uint32 takeReleasedEntry() noexcept;
     void noteOrder(uint32 position) noexcept;
+    uint32 lowerBound(uint64 id) const noexcept;
     void orderBySlot() noexcept;
 
+    uint64 _minId = ~uint64{0};
+    uint64 _maxId = 0;  ///< first: a lookup that passes the chunk by reads no more than these
     Array<ParticleEntry> _entries;
     ParticleChunkChannels_v2 _channels;
-    uint64 _minId = ~uint64{0};
-    uint64 _maxId = 0;
     uint32 _id;
     uint32 _sortedCount = 0;    ///< the entries before this one ascend by id
     uint32 _firstReleased = 0;  ///< no released entry comes before this one

@@ -83,8 +83,10 @@ ParticleSystem_v2::ChunkNode* ParticleSystem_v2::createChunk()
 Particle_v2 ParticleSystem_v2::find(uint64 id)
 {
     for (ParticleSystemChunk_v2& chunk : _storage->chunks)
-        if (const int32 position = chunk.findInChunk(id); position >= 0)
-            return chunk.getParticle(static_cast<uint32>(position));
+    {
+        const int32 position = chunk.mayContain(id) ? chunk.findInChunk(id) : -1;
+        if (position >= 0) return chunk.getParticle(static_cast<uint32>(position));
+    }
     return Particle_v2::dirty();
 }
 
@@ -93,7 +95,7 @@ bool ParticleSystem_v2::remove(uint64 id)
     for (ChunkNode* node = _storage->chunks.head(); node; node = node->next)
     {
         ParticleSystemChunk_v2& chunk = *node->value;
-        const int32 position = chunk.findInChunk(id);
+        const int32 position = chunk.mayContain(id) ? chunk.findInChunk(id) : -1;
         if (position < 0) continue;
 
         updateMapChunksWithFreeEntries(chunk.getSize() > 1, chunk);
