@@ -326,7 +326,7 @@ TEST(ParticleSystem_v2, FillsChunksAndReusesReleasedEntries)
     EXPECT_FALSE(system.getChunks().tail()->value->isSortedById()) << "sorted for an id out of its range";
     EXPECT_TRUE(system.remove(7));
     EXPECT_EQ(system.addParticle().getSlot(), 6u) << "the released entry of the first chunk";
-    for (const uint64 id : {9000, 10})
+    for (const uint64 id : {9000u, 10u})
     {
         EXPECT_TRUE(system.remove(id));
         EXPECT_EQ(system.addParticle(id).getSlot(), id - 1)
@@ -415,7 +415,7 @@ TEST(ParticleSystem_v2, EveryTypeHasItsAccessorsAndTag)
 TEST(ParticleSystem_v2, FindsTheLiveOneOfEqualIds)
 {
     ParticleSystem_v2 system;
-    for (const uint64 id : {3, 5, 5, 9}) system.addParticle(id);
+    for (const uint64 id : {3u, 5u, 5u, 9u}) system.addParticle(id);
     EXPECT_TRUE(system.remove(3));
     EXPECT_TRUE(system.remove(5));
     EXPECT_TRUE(system.remove(9));
