@@ -587,11 +587,8 @@ TEST(ParticleSystem_v2, ExchangesParticlesWithTheFileSystemOfArrays)
 
 TEST(ParticleSystem_v2, ReordersValuesByAnyRemap)
 {
-    ParticleSystem_v2 system;
-    for (uint32 i = 0; i < 6; ++i) system.addParticle(i);
-    const uint32 id = system.addChannel("n", Type::FLOAT);
-    ParticleChannelChunkDataConcept_v2& values = *system.getChannelData(id)[0]->getData();
-    const auto expect = [&](std::vector<uint16> remap, std::vector<float> expected)
+    ParticleChannelChunkDataModel_v2<float> values(6, 0.0f);
+    const auto expect = [&values](std::vector<uint16> remap, std::vector<float> expected)
     {
         for (uint32 i = 0; i < 6; ++i) values.getData_FLOAT()[i] = static_cast<float>(i);
         values.reorder(remap);
@@ -600,7 +597,8 @@ TEST(ParticleSystem_v2, ReordersValuesByAnyRemap)
     expect({0, 5, 2, 4}, {0, 5, 2, 4, 4, 5});
     expect({1, 2, 0, 0, 3}, {1, 2, 0, 0, 3, 5});
     expect({}, {0, 1, 2, 3, 4, 5});
-    EXPECT_EQ(values.getMemoryUsage(), chunkCapacity * sizeof(float));
+    EXPECT_EQ(values.getMemoryUsage(), 6 * sizeof(float));
+    EXPECT_EQ(values.getData_DOUBLE(), nullptr);
 }
 
 namespace

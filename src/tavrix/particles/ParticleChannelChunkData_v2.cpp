@@ -49,6 +49,10 @@ void ParticleChannelChunkDataModel_v2<T>::reorder(std::span<const uint16> remap)
     if (!inPlace) _values.swap(reordered);
 }
 
+#define TX_INSTANTIATE(T, suffix, registered) template class ParticleChannelChunkDataModel_v2<T>;
+TX_FOR_EACH_PARTICLE_CHANNEL_TYPE(TX_INSTANTIATE)
+#undef TX_INSTANTIATE
+
 ParticleChannelChunkData_v2::ParticleChannelChunkData_v2(const ParticleChannel_v2& channel, uint32 size)
     : _data(detail::visitParticleChannelType(
           channel.getType(), [&]<class T>(std::type_identity<T>) { return makeValues<T>(channel, size); })),

@@ -40,7 +40,7 @@ public:
     virtual void reorder(std::span<const uint16> remap) = 0;
 };
 
-/// The array of T behind the concept.
+/// The array of T, one of the twelve channel types, behind the concept.
 template <class T>
 class ParticleChannelChunkDataModel_v2 : public ParticleChannelChunkDataConcept_v2
 {
@@ -75,6 +75,19 @@ private:
 
     Array<T> _values;
 };
+
+extern template class TX_GEOMETRY_API ParticleChannelChunkDataModel_v2<Vector3F>;
+extern template class TX_GEOMETRY_API ParticleChannelChunkDataModel_v2<Vector3D>;
+extern template class TX_GEOMETRY_API ParticleChannelChunkDataModel_v2<Vector2F>;
+extern template class TX_GEOMETRY_API ParticleChannelChunkDataModel_v2<uint64>;
+extern template class TX_GEOMETRY_API ParticleChannelChunkDataModel_v2<uint16>;
+extern template class TX_GEOMETRY_API ParticleChannelChunkDataModel_v2<uint8>;
+extern template class TX_GEOMETRY_API ParticleChannelChunkDataModel_v2<int32>;
+extern template class TX_GEOMETRY_API ParticleChannelChunkDataModel_v2<bool>;
+extern template class TX_GEOMETRY_API ParticleChannelChunkDataModel_v2<float>;
+extern template class TX_GEOMETRY_API ParticleChannelChunkDataModel_v2<double>;
+extern template class TX_GEOMETRY_API ParticleChannelChunkDataModel_v2<Color4F>;
+extern template class TX_GEOMETRY_API ParticleChannelChunkDataModel_v2<uint32>;
 
 /// What a chunk holds of one channel: the values, and the channel's record, which is the system's.
 class TX_GEOMETRY_API ParticleChannelChunkData_v2

@@ -33,7 +33,7 @@ using ParticleChannelData_v2 = Array<ParticleChannelChunkData_v2*>;
 /// particles array and the render object are each one's own.
 ///
 /// Systems, copies included, are to be used by one thread at a time. When memory runs out, std::bad_alloc
-/// leaves the system as it was.
+/// leaves the system as it was (addParticles: with the particles added so far).
 class TX_GEOMETRY_API ParticleSystem_v2
 {
 public:
