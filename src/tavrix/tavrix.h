@@ -42,6 +42,7 @@
 #include <tavrix/foundation/ParallelFor.h>
 #include <tavrix/foundation/Particles_RL_v2.h>
 #include <tavrix/foundation/Plane3.h>
+#include <tavrix/foundation/PolyParam.h>
 #include <tavrix/foundation/Quaternion.h>
 #include <tavrix/foundation/RenderLayer.h>
 #include <tavrix/foundation/ScalarField3_RL.h>
@@ -54,6 +55,8 @@
 #include <tavrix/mesh/Mesh.h>
 #include <tavrix/mesh/MeshArrayInf.h>
 #include <tavrix/mesh/MeshTopology.h>
+
+#include <tavrix/meshproc/Vector3Simplifier.h>
 
 #include <tavrix/particles/NeighbourGrid.h>
 #include <tavrix/particles/Particle_v2.h>

@@ -1,0 +1,332 @@
+#include <tavrix/meshproc/Vector3Simplifier.h>
+
+#include <cstring>
+#include <limits>
+#include <random>
+
+#include <gtest/gtest.h>
+
+#include "meshproc/SimplifierOracle.h"
+
+namespace tavrix
+{
+namespace
+{
+
+constexpr double nan = std::numeric_limits<double>::quiet_NaN();
+constexpr double infinity = std::numeric_limits<double>::infinity();
+constexpr float smallest = std::numeric_limits<float>::denorm_min();
+constexpr auto center = V3S_SIMP_MODE::center, centered = V3S_SIMP_MODE::centered;
+using Params = PolyParam<8, float>;
+using Points = Array<Vector3D>;
+using Indices = Array<uint32>;
+using Triangles = Array<Index3>;
+
+/// -0 differs from 0 here, and what is not a number equals itself.
+template <class T, class Range>
+bool haveSameBytes(const Array<T>& a, const Range& b)
+{
+    return a.size() == b.size() && (a.empty() || std::memcmp(a.data(), b.data(), a.size() * sizeof(T)) == 0);
+}
+
+enum class Cloud
+{
+    Uniform,
+    Lattice,
+    Clusters,
+    Strange
+};
+
+/// Points around which a tolerance of 0.1 decides differently: far apart, with many equal coordinates, in
+/// clusters a little smaller and larger than it, and with coordinates out of the ordinary.
+template <class T>
+std::vector<Vector3<T>> makeCloud(Cloud kind, uint32 count, std::mt19937& chance)
+{
+    static const double strange[] = {0.0,   -0.0,  0.1, 0.05, nan,  -nan, infinity, -infinity, 3e38,
+                                     -3e38, 1e-42, 1,   -1,   -0.1, 2e38, 1e30,     -1e-42,    0.2};
+    const auto below = [&](uint32 limit) { return static_cast<uint32>(chance() % limit); };
+    const auto coordinate = [&]() -> double
+    {
+        switch (kind)
+        {
+            case Cloud::Uniform:
+                return below(1u << 24) * 0x1p-24 * 3 - 1;
+            case Cloud::Lattice:
+                return static_cast<float>(below(9)) * 0.05f - 0.2f;
+            case Cloud::Clusters:
+                return below(6) + below(1000) * 0.00011;
+            case Cloud::Strange:
+                return strange[below(std::size(strange))];
+        }
+        return 0;
+    };
+    std::vector<Vector3<T>> points(count);
+    for (Vector3<T>& p : points)
+    {
+        for (uint32 axis = 0; axis < 3; ++axis) p[axis] = static_cast<T>(coordinate());
+        if (below(3) == 0) p = points[below(count)];
+    }
+    return points;
+}
+
+template <class T>
+void compareWithOracle(const std::vector<Vector3<T>>& points, const std::vector<uint32>& families,
+                       const Params& tolerances, V3S_SIMP_MODE mode)
+{
+    test::SimplifierOracle<T> oracle;
+    oracle.points = points;
+    oracle.families = families;
+    oracle.run(tolerances, mode == centered);
+
+    Vector3Simplifier<T> simplifier;
+    const Array<Vector3<T>> input(points);
+    const Indices familyArray(families);
+    if (!families.empty()) simplifier.setArrFamily(familyArray);
+    Indices dictionary;
+    EXPECT_EQ(simplifier.simplifyConst(input, dictionary, tolerances, mode), oracle.hasMerged);
+    EXPECT_TRUE(haveSameBytes(simplifier.getArrPosOut(), oracle.output));
+    EXPECT_TRUE(haveSameBytes(dictionary, oracle.dictionary));
+
+    float reach = 0;
+    for (const float tolerance : tolerances) reach += std::fmax(tolerance, 0.0f);
+    for (uint32 i = 0; i < points.size(); ++i)
+    {
+        ASSERT_LT(dictionary[i], simplifier.getArrPosOut().size());
+        const Vector3<T>& out = simplifier.getArrPosOut()[dictionary[i]];
+        for (uint32 axis = 0; axis < 3; ++axis)
+        {
+            const T moved = std::abs(points[i][axis] - out[axis]);
+            ASSERT_TRUE(!(moved > T(reach)) || std::isnan(moved));
+        }
+    }
+}
+
+template <class T>
+void compareOnClouds()
+{
+    std::mt19937 chance(7);
+    const Params lists[] = {{},
+                            {0.1f},
+                            {0.02f, 0.1f},
+                            {0.05f, 0.0f, 0.1f, 0.3f},
+                            {-1.0f},
+                            {smallest},
+                            {static_cast<float>(nan), 0.04f},
+                            {static_cast<float>(infinity)}};
+    for (const Cloud cloud : {Cloud::Uniform, Cloud::Lattice, Cloud::Clusters, Cloud::Strange})
+        for (const uint32 count : {0u, 1u, 2u, 3u, 25u, 60u, 400u, 5000u})
+        {
+            SCOPED_TRACE(testing::Message() << "cloud " << int(cloud) << ", " << count << " points");
+            const auto points = makeCloud<T>(cloud, count, chance);
+            std::vector<uint32> families(count > 10 ? count - 5 : count);  // some points have none
+            for (uint32& family : families) family = static_cast<uint32>(chance() % 3) * 0x7FF00001u;
+            for (const Params& list : lists)
+                for (const V3S_SIMP_MODE mode : {center, centered})
+                {
+                    compareWithOracle(points, {}, list, mode);
+                    compareWithOracle(points, families, list, mode);
+                }
+        }
+}
+
+TEST(Vector3Simplifier, TheSweepIsThatOfItsDefinition)
+{
+    compareOnClouds<float>();
+    compareOnClouds<double>();
+}
+
+struct SweepCase
+{
+    const char* name;
+    Points points;
+    V3S_SIMP_MODE mode;
+    Points output;  ///< for a tolerance of 0.5
+    Indices dictionary;
+};
+
+TEST(Vector3Simplifier, SmallCases)
+{
+    const SweepCase cases[] = {
+        {"chain", {{0.9, 0, 0}, {0, 0, 0}, {0.45, 0, 0}}, center, {{0.225, 0, 0}, {0.9, 0, 0}}, {1, 0, 0}},
+        {"exactly the tolerance", {{1, 0, 0}, {0.5, 0, 0}}, center, {{1, 0, 0}, {0.5, 0, 0}}, {0, 1}},
+        {"two, first along z", {{0, 0, 0.25}, {0.25, 0, 0}}, centered, {{0.25, 0, 0}}, {0, 0}},
+        {"two, equal along z", {{0.25, 0, 0}, {0, 0, 0}}, centered, {{0, 0, 0}}, {0, 0}},
+        {"three, nearest to the centre",
+         {{0, 0, 0}, {0, 0, 0.375}, {0, 0, 0.25}},
+         centered,
+         {{0, 0, 0.25}},
+         {0, 0, 0}},
+        {"three, equally near", {{0.375, 0, 0}, {0, 0, 0}, {0.375, 0, 0}}, centered, {{0, 0, 0}}, {0, 0, 0}},
+        {"any other mode",
+         {{0, 0, 0}, {0, 0.25, 0}, {0, 0, 0}},
+         V3S_SIMP_MODE(9),
+         {{0, 0.125, 0}},
+         {0, 0, 0}},
+        {"sweep order",
+         {{2, 0, 0}, {1, 3, 0}, {1.25, 2, 0}, {1, 2, 1}, {1, 2, -1}, {2, 0, 0}},
+         center,
+         {{1, 2, -1}, {1.25, 2, 0}, {1, 2, 1}, {1, 3, 0}, {2, 0, 0}},
+         {4, 3, 1, 2, 0, 4}}};
+    for (const SweepCase& c : cases)
+    {
+        SCOPED_TRACE(c.name);
+        Vector3Simplifier<double> simplifier;
+        EXPECT_EQ(simplifier.simplifyConst(c.points, {0.5f}, c.mode), c.output.size() < c.points.size());
+        EXPECT_EQ(simplifier.getArrPosOut(), c.output);
+        EXPECT_EQ(simplifier.getArrPosDict_In_to_Out(), c.dictionary);
+    }
+}
+
+TEST(Vector3Simplifier, JoiningEqualPointsLeavesNothingToJoin)
+{
+    std::mt19937 chance(3);
+    for (const Cloud cloud : {Cloud::Lattice, Cloud::Strange})
+    {
+        Points points(makeCloud<double>(cloud, 3000, chance));
+        Vector3Simplifier<double> simplifier;
+        EXPECT_TRUE(simplifier.simplifyOverwrite(points, {smallest}, center));
+        const Points once = points;
+        EXPECT_FALSE(simplifier.simplifyOverwrite(points, {smallest}, center));
+        EXPECT_TRUE(haveSameBytes(points, once));
+    }
+}
+
+TEST(Vector3Simplifier, FamiliesStayApartThroughSeveralTolerances)
+{
+    const Points points{{0, 0, 0}, {0, 0, 0}, {0.05, 0, 0}, {0, 0, 0}, {0.3, 0, 0}};
+    const Indices families{5, 2, 5, 2, 5};
+    Vector3Simplifier<double> simplifier;
+    simplifier.setArrFamily(families);
+    for (int run = 0; run < 2; ++run)  // the second finds the caller's families again
+    {
+        EXPECT_TRUE(simplifier.simplifyConst(points, {0.1f, 1.0f}, centered));
+        EXPECT_EQ(simplifier.getArrPosOut(), (Points{{0, 0, 0}, {0, 0, 0}}));
+        EXPECT_EQ(simplifier.getArrPosDict_In_to_Out(), (Indices{1, 0, 1, 0, 1}));
+    }
+    simplifier.clearArrFamily();
+    EXPECT_TRUE(simplifier.simplifyConst(points, {1.0f}, centered));
+    EXPECT_EQ(simplifier.getArrPosOut().size(), 1u);
+}
+
+/// Makes the protected steps callable.
+struct Steps : Vector3Simplifier<double>
+{
+    using Vector3Simplifier<double>::faces_translateRemoveDegenerateDictionary;
+    using Vector3Simplifier<double>::faces_translateRemoveDegenerateTrindicesDictionary;
+};
+
+// Points 0 and 4 merge; from 0 to 1 it is 4, points 2 and 3 lie 0.5 and 0.25 beside the middle of that edge.
+const Points facePoints{{0, 0, 0}, {4, 0, 0}, {2, 0, 0.5}, {2, 0.75, 0}, {0, 0, 0}};
+const Triangles faces{{0, 1, 2}, {0, 4, 2}, {2, 1, 4},       {1, 3, 0},
+                      {3, 4, 1}, {0, 1, 7}, {0, 7, noIndex}, {1, 1, 2}};
+
+TEST(Vector3Simplifier, DegenerateAndThinTrianglesAreDropped)
+{
+    const float half = 0.5f;  // which faces of that height do not exceed
+    for (const bool dropsThin : {false, true})
+    {
+        SCOPED_TRACE(dropsThin);
+        const Points output{{0, 0, 0}, {2, 0, 0.5}, {2, 0.75, 0}, {4, 0, 0}};
+        const Triangles kept =
+            dropsThin ? Triangles{{3, 2, 0}, {2, 0, 3}}
+                      : Triangles{{0, 3, 1}, {1, 3, 0}, {3, 2, 0}, {2, 0, 3}, {0, 3, 7}, {0, 7, noIndex}};
+        const Indices newIndex = dropsThin
+                                     ? Indices{noIndex, noIndex, noIndex, 0, 1, noIndex, noIndex, noIndex}
+                                     : Indices{0, noIndex, 1, 2, 3, 4, 5, noIndex};
+        const Steps simplifier;
+        Points points = facePoints;
+        Triangles tris = faces, again;
+        Indices posDict, triDict, againDict;
+        EXPECT_TRUE(dropsThin ? simplifier.simplifyRemovingDegenerateFaces(points, tris, posDict, triDict,
+                                                                           {half}, center)
+                              : simplifier.simplifyRemovingDegenerateTrindices(points, tris, posDict, triDict,
+                                                                               {half}, center));
+        EXPECT_EQ(points, output);
+        EXPECT_EQ(tris, kept);
+        EXPECT_EQ(posDict, (Indices{0, 3, 1, 2, 0}));
+        EXPECT_EQ(triDict, newIndex);
+
+        simplifier.simplifyConst(facePoints, {half}, center);
+        EXPECT_TRUE(
+            dropsThin
+                ? simplifier.faces_translateRemoveDegenerateDictionary(faces, again, againDict, {half})
+                : simplifier.faces_translateRemoveDegenerateTrindicesDictionary(faces, again, againDict));
+        EXPECT_EQ(again, kept);
+        EXPECT_EQ(againDict, newIndex);
+
+        points = facePoints;
+        tris = faces;
+        EXPECT_TRUE(dropsThin ? simplifier.simplifyRemovingDegenerateFaces(points, tris, {half}, center)
+                              : simplifier.simplifyRemovingDegenerateTrindices(points, tris, {half}, center));
+        EXPECT_EQ(tris, kept);
+        // nothing merges any more, and nothing is dropped
+        EXPECT_FALSE(dropsThin
+                         ? simplifier.simplifyRemovingDegenerateFaces(points, tris, {half}, center)
+                         : simplifier.simplifyRemovingDegenerateTrindices(points, tris, {half}, center));
+        EXPECT_EQ(tris, kept);
+    }
+}
+
+TEST(Vector3Simplifier, TheLastToleranceDecidesWhatIsThin)
+{
+    const struct
+    {
+        Params params;
+        uint32 kept;
+    } cases[] = {{{}, 4},           {{static_cast<float>(nan)}, 4},
+                 {{0.0f}, 4},       {{0.6f, 0.1f}, 4},
+                 {{0.1f, 0.6f}, 2}, {{-0.6f}, 2},
+                 {{0.7501f}, 0}};
+    for (const auto& c : cases)
+    {
+        Points points = facePoints;
+        Triangles tris{{0, 1, 2}, {2, 1, 0}, {1, 3, 0}, {3, 0, 1}, {0, 1, 1}, {0, 4, 4}};
+        EXPECT_TRUE(
+            Vector3Simplifier<double>().simplifyRemovingDegenerateFaces(points, tris, c.params, center));
+        EXPECT_EQ(tris.size(), c.kept);
+    }
+}
+
+TEST(Vector3Simplifier, ArraysAreHandedOverCopiedOrOverwritten)
+{
+    const Vector3Simplifier<double> simplifier;
+    const Points merged{{0, 0, 0}, {2, 0, 0.5}, {2, 0.75, 0}, {4, 0, 0}};
+    const Triangles renumbered{{0, 3, 1}, {0, 0, 1}, {1, 3, 0},       {3, 2, 0},
+                               {2, 0, 3}, {0, 3, 7}, {0, 7, noIndex}, {3, 3, 1}};
+    Points points;
+    Triangles tris;
+    EXPECT_TRUE(simplifier.simplify(facePoints, faces, points, tris, {0.5f}, center));
+    EXPECT_EQ(points, merged);
+    EXPECT_EQ(tris, renumbered);
+    EXPECT_TRUE(simplifier.getArrPosOut().empty());
+
+    EXPECT_FALSE(simplifier.simplify(facePoints, faces, points, tris, {0.0f}, center));
+    EXPECT_EQ(points, facePoints);
+    EXPECT_EQ(tris, faces);
+    EXPECT_EQ(simplifier.getArrPosOut(), facePoints);
+
+    EXPECT_TRUE(simplifier.simplifyOverwrite(points, tris, {0.5f}, center));
+    EXPECT_EQ(points, merged);
+    EXPECT_EQ(tris, renumbered);
+
+    points = facePoints;
+    EXPECT_TRUE(simplifier.snap(points, {0.5f, 2.5f}, centered));  // 2 and 3 join 0 along x
+    EXPECT_EQ(points, (Points{{0, 0, 0}, {4, 0, 0}, {0, 0, 0}, {0, 0, 0}, {0, 0, 0}}));
+    EXPECT_FALSE(simplifier.snap(points, {}, centered));
+
+    EXPECT_TRUE(simplifier.simplifyConst(facePoints, {0.5f}, center));
+    EXPECT_TRUE(simplifier.simplifyConst(simplifier.getArrPosOut(), {2.5f}, center));
+    EXPECT_EQ(simplifier.getArrPosDict_In_to_Out(), (Indices{0, 0, 0, 1}));
+}
+
+TEST(PolyParam, HoldsSoManyAndNoMore)
+{
+    PolyParam<2, float> params{1.0f};
+    params.push_back(2.0f);
+    EXPECT_THROW(params.push_back(3.0f), std::length_error);
+    EXPECT_EQ(params.size(), 2u);
+    EXPECT_EQ(params.back(), 2.0f);
+}
+
+}  // namespace
+}  // namespace tavrix
