@@ -56,6 +56,7 @@
 #include <tavrix/mesh/MeshArrayInf.h>
 #include <tavrix/mesh/MeshTopology.h>
 
+#include <tavrix/meshproc/SphereTriangulated.h>
 #include <tavrix/meshproc/Vector3Simplifier.h>
 
 #include <tavrix/particles/NeighbourGrid.h>

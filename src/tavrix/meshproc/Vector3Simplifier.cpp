@@ -8,6 +8,7 @@
 
 #include <tavrix/foundation/Box3.h>
 #include <tavrix/meshproc/detail/PairSort.h>
+#include <tavrix/meshproc/detail/RepeatedPoints.h>
 #include <tavrix/platform/detail/Prefetch.h>
 
 namespace tavrix
@@ -120,23 +121,20 @@ bool Vector3Simplifier<T>::simplifyConst_protected(const Positions& pos, T toler
                                                    V3S_SIMP_MODE mode) const
 {
     focus(pos, tolerance, mode);
-    const Block all{0, pos.size()};
     if (pos.empty()) return false;
     if (!(tolerance > 0)) return resetUnmerged(pos);
+    fillWork();
+    const Block all{0, _work.size()};
     if (_arrFamily)
-    {
-        sortFamilies();
-        for (Block run = all; run.start < all.count; run.start += run.count)
-        {
-            run.count = getSubBlockRepeatedSize_family({run.start, all.count - run.start});
-            run.count == 1 ? simplify_1(run.start) : simplify_loopX(run);
-        }
-    }
+        forEachFamily(all);
     else if (pos.size() == 1)
         simplify_1(0);
     else
         simplify_loopX(all);
-    return _arrPosOut.size() == pos.size() ? resetUnmerged(pos) : true;
+    if (_arrPosOut.size() == pos.size()) return resetUnmerged(pos);
+    for (uint32 i = 0; i < pos.size(); ++i)
+        if (_twins[i] < i) _arrPosDict[i] = _arrPosDict[_twins[i]];
+    return true;
 }
 
 template <std::floating_point T>
@@ -145,13 +143,31 @@ void Vector3Simplifier<T>::focus(const Positions& pos, T tolerance, V3S_SIMP_MOD
     _pos = &pos;
     _tolerance = tolerance;
     _mode = mode;
-    _work.resize(pos.size());
-    for (uint32 i = 0; i < pos.size(); ++i) _work[i] = {pos[i].x, i};
-    _scratch.resize(pos.size());
     _arrPosOut.clear();
-    if (_arrPosOut.capacity() < pos.size()) _arrPosOut.reserve(pos.size(), false);
     _arrPosDict.resize(pos.size());
     std::iota(_arrPosDict.begin(), _arrPosDict.end(), 0u);
+}
+
+/// Makes work pairs of all points but those known to repeat earlier ones: they share their clusters, and
+/// change no box, and no first or nearest point.
+template <std::floating_point T>
+void Vector3Simplifier<T>::fillWork() const
+{
+    const uint32 count = _pos->size();
+    _twins.resize(count);
+    detail::RepeatedPoints<T>::find(*_pos, _twins,
+                                    [this](uint32 i, uint32 earlier)
+                                    { return !_arrFamily || familyOf(i) == familyOf(earlier); });
+    uint32 repeated = 0;
+    for (uint32 i = 0; i < count; ++i) repeated += _twins[i] < i;
+    _work.clear();
+    _work.resize(count - repeated);
+    _scratch.clear();
+    _scratch.resize(count - repeated);
+    if (_arrPosOut.capacity() < _work.size()) _arrPosOut.reserve(_work.size(), false);
+    Pair* next = _work.data();
+    for (uint32 i = 0; i < count; ++i)
+        if (_twins[i] >= i) *next++ = {(*_pos)[i].x, i};
 }
 
 /// Ends a pass that merged nothing; returns false.
@@ -164,10 +180,23 @@ bool Vector3Simplifier<T>::resetUnmerged(const Positions& pos) const
 }
 
 template <std::floating_point T>
-void Vector3Simplifier<T>::sortFamilies() const
+void Vector3Simplifier<T>::forEachFamily(const Block& all) const
 {
     for (Pair& pair : _work) refFamily(pair) = familyOf(pair.b);
     detail::PairSort<Pair, FamilyKey<T>>::sort(_work.data(), _work.size(), _scratch.data());
+    for (Block run = all; run.start < all.count; run.start += run.count)
+    {
+        run.count = getSubBlockRepeatedSize_family({run.start, all.count - run.start});
+        isOnePoint(run) ? simplify_1(run.start) : simplify_loopX(run);
+    }
+}
+
+/// Whether a block stands for a single input point.
+template <std::floating_point T>
+bool Vector3Simplifier<T>::isOnePoint(const Block& block) const
+{
+    const uint32 index = _work[block.start].b;
+    return block.count == 1 && _twins[index] == index;
 }
 
 template <std::floating_point T>
@@ -220,7 +249,7 @@ void Vector3Simplifier<T>::forEachRun(const Block& block, Next next) const
     for (Block run = block; run.start < end; run.start += run.count)
     {
         run.count = getSubBlockRepeatedSize_coord({run.start, end - run.start});
-        run.count == 1 ? simplify_1(run.start) : next(run);
+        isOnePoint(run) ? simplify_1(run.start) : next(run);
     }
 }
 
@@ -252,7 +281,7 @@ uint32 Vector3Simplifier<T>::getSubBlockRepeatedSize_family(const Block& block) 
 template <std::floating_point T>
 Vector3<T> Vector3Simplifier<T>::selectPointInArrCoordBlock(const Block& block) const
 {
-    if (block.count == 1) return selectPointInArrCoordBlock_modeFirst(block);
+    if (isOnePoint(block)) return selectPointInArrCoordBlock_modeFirst(block);
     return _mode == V3S_SIMP_MODE::centered ? selectPointInArrCoordBlock_modeCentered(block)
                                             : selectPointInArrCoordBlock_modeCenter(block);
 }
@@ -276,7 +305,8 @@ template <std::floating_point T>
 Vector3<T> Vector3Simplifier<T>::selectPointInArrCoordBlock_modeCentered(const Block& block) const
 {
     Vector3<T> best = selectPointInArrCoordBlock_modeFirst(block);
-    if (block.count <= 2) return best;
+    if (block.count == 1 || (block.count == 2 && !isRepeated(block.start) && !isRepeated(block.start + 1)))
+        return best;
     const Vector3<T> center = selectPointInArrCoordBlock_modeCenter(block);
     const auto squaredDistance = [&](const Vector3<T>& p) { return dot(p - center, p - center); };
     T least = squaredDistance(best);

@@ -115,7 +115,7 @@ protected:
     static FamilyRef refFamily(Pair& pair) { return FamilyRef(pair); }
     static uint32 getFamily(const Pair& pair);
 
-    /// Begins a pass: work pairs (x, index) for all points, an empty output, an identity dictionary.
+    /// Begins a pass: an empty output and an identity dictionary.
     void focus(const Positions& pos, T tolerance, V3S_SIMP_MODE mode) const;
     /// One pass with one tolerance; true when it merged points.
     bool simplifyConst_protected(const Positions& pos, T tolerance, V3S_SIMP_MODE mode) const;
@@ -150,7 +150,10 @@ protected:
 
 private:
     uint32 familyOf(uint32 index) const;
-    void sortFamilies() const;
+    void fillWork() const;
+    void forEachFamily(const Block& all) const;
+    bool isOnePoint(const Block& block) const;
+    bool isRepeated(uint32 place) const { return _twins[_work[place].b] != _work[place].b; }
     void sortAlong(T Vector3<T>::*axis, const Block& block) const;
     template <class Next>
     void forEachRun(const Block& block, Next next) const;
@@ -173,6 +176,7 @@ private:
     mutable T _tolerance = 0;
     mutable V3S_SIMP_MODE _mode = V3S_SIMP_MODE::center;
     mutable Array<Pair, _Wa> _work, _scratch;
+    mutable Indices _twins;  ///< equal points, as RepeatedPoints finds them
     mutable Positions _arrPosOut;
     mutable Indices _arrPosDict;
 };

@@ -32,10 +32,9 @@ public:
     /// `scratch` has room for as many records; its contents are lost.
     static void sort(Record* records, uint32 count, Record* scratch)
     {
+        if (count <= insertionCount) return sortByInsertion(records, records + count);
         if (std::is_sorted(records, records + count, less)) return;
-        if (count <= insertionCount)
-            sortByInsertion(records, records + count);
-        else if (count < radixCount)
+        if (count < radixCount)
             sortByMerging(records, count, scratch);
         else
             sortByDigits(records, count, scratch);
