@@ -2,10 +2,12 @@
 
 #include <cstdio>
 #include <memory>
+#include <optional>
 
 #include <CLI/CLI.hpp>
 
 #include "MeshFile.h"
+#include "MeshWeld.h"
 #include "Validators.h"
 
 namespace tavrix::tool
@@ -17,25 +19,21 @@ namespace
 struct Options
 {
     std::string input, output;
+    std::optional<double> weld;
     bool ascii = false;
     bool quiet = false;
 };
 
 void runConvert(const Options& options)
 {
-    const MeshFile file = readMeshes(options.input);
+    MeshFile file = readMeshes(options.input);
+    if (options.weld) weldMeshes(file.meshes, {{*options.weld}}, holdsNormals(options.output), options.input);
     writeMeshes(options.output, file.meshes, {options.ascii});
     if (options.quiet) return;
-    if (file.leftOut > 0)
-        std::fprintf(stderr, "tavrix: %s: %u faces name vertices that are not there and are left out\n",
-                     options.input.c_str(), file.leftOut);
-    uint32 vertices = 0, faces = 0;
-    for (const Mesh* mesh : file.meshes)
-    {
-        vertices += mesh->getPosSize();
-        faces += mesh->getFacesSize();
-    }
-    std::printf("mesh       %u vertices, %u faces -> %s\n", vertices, faces, options.output.c_str());
+    tellLeftOut(options.input, file);
+    const MeshCounts counts = countsOf(file.meshes);
+    std::printf("mesh       %u vertices, %u faces -> %s\n", counts.vertices, counts.faces,
+                options.output.c_str());
 }
 
 }  // namespace
@@ -53,15 +51,23 @@ void addConvertCommand(CLI::App& app, Command& command)
         ->required()
         ->check(outputWithExtension({"obj", "stl", "bin"}))
         ->option_text(" ");
+    convert
+        ->add_option(
+            "--weld", options->weld,
+            "Join vertices that differ by less than this along every axis; 0 joins equal ones, such as "
+            "the corners of STL triangles")
+        ->check(weldTolerance)
+        ->option_text("NUMBER");
     convert->add_flag("--ascii", options->ascii, "Write STL as text; binary when absent");
     convert->add_flag("-q,--quiet", options->quiet, "Print errors only");
     convert->footer(
         "What the format can hold is carried over: OBJ holds groups, normals and texture\n"
         "coordinates, BIN texture coordinates and velocities, STL triangles alone. BIN and\n"
         "STL get all groups in one mesh. STL triangles share no vertices, and converting\n"
-        "them to OBJ or BIN joins none.\n\n"
+        "them to OBJ or BIN joins none without --weld, with which normals are made anew, and\n"
+        "texture coordinates and velocities are lost.\n\n"
         "Examples:\n"
-        "  tavrix convert part.stl part.obj\n"
+        "  tavrix convert part.stl part.obj --weld 0\n"
         "  tavrix convert water.obj water.stl --ascii");
     convert->callback(
         [options, &command]

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdio>
 #include <filesystem>
 #include <string_view>
 
@@ -202,6 +203,24 @@ MeshFile readMeshes(const std::string& path)
     if (faces == 0) throw Failure(path + ": holds no faces; give a file that does");
     if (kind == FileKind::BinMesh) file.leftOut = statedFaces(path) - faces;
     return file;
+}
+
+void tellLeftOut(const std::string& path, const MeshFile& file)
+{
+    if (file.leftOut > 0)
+        std::fprintf(stderr, "tavrix: %s: %u faces name vertices that are not there and are left out\n",
+                     path.c_str(), file.leftOut);
+}
+
+MeshCounts countsOf(const ArrayOfPtr<Mesh>& meshes)
+{
+    MeshCounts counts{0, 0};
+    for (const Mesh* mesh : meshes)
+    {
+        counts.vertices += mesh->getPosSize();
+        counts.faces += mesh->getFacesSize();
+    }
+    return counts;
 }
 
 bool holdsNormals(const std::string& path)

@@ -37,6 +37,17 @@ struct MeshFile
 /// face.
 MeshFile readMeshes(const std::string& path);
 
+/// Prints on standard error that faces were left out, if there were such.
+void tellLeftOut(const std::string& path, const MeshFile& file);
+
+struct MeshCounts
+{
+    uint32 vertices, faces;
+};
+
+/// The sums over all meshes.
+MeshCounts countsOf(const ArrayOfPtr<Mesh>& meshes);
+
 /// Whether vertex normals go into a file of that name; those of STL files are the writer's, and BIN files
 /// hold none.
 bool holdsNormals(const std::string& path);

@@ -95,6 +95,14 @@ void addSurface(CLI::App& surface, SurfaceOptions& options)
         ->option_text("COUNT [0]")
         ->group("Surface");
     surface
+        .add_option(
+            "--simplify", options.simplify,
+            "Join vertices that differ by less than this along every axis, at the end; a fraction of the "
+            "spacing makes slightly smaller meshes without thin faces")
+        ->check(weldTolerance)
+        ->option_text("NUMBER")
+        ->group("Surface");
+    surface
         .add_flag_callback(
             "--no-clean", [&options] { options.clean = false; },
             "Keep coincident vertices and the thin faces between them")

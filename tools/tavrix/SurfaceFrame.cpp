@@ -13,6 +13,7 @@
 #include "Interrupt.h"
 #include "MeshFile.h"
 #include "MeshRepair.h"
+#include "MeshWeld.h"
 #include "OutputFile.h"
 #include "ParticleFile.h"
 #include "preview/Picture.h"
@@ -148,8 +149,8 @@ void draw(const Mesh& mesh, const ParticleFile& particles, const SurfaceOptions&
 std::size_t stageCount(const SurfaceOptions& options)
 {
     std::size_t count = 4;
-    for (const bool isTaken : {options.smoothing > 0, wantsNormals(options), holdsVelocities(options.output),
-                               !options.preview.empty()})
+    for (const bool isTaken : {options.smoothing > 0, options.simplify.has_value(), wantsNormals(options),
+                               holdsVelocities(options.output), !options.preview.empty()})
         count += isTaken ? 1 : 0;
     return count;
 }
@@ -181,6 +182,11 @@ FrameReport runFrame(const SurfaceOptions& options, const SurfaceFiles& files,
     {
         progress.begin("smooth");
         relax(mesh, options, settings);
+    }
+    if (options.simplify)
+    {
+        progress.begin("simplify");
+        weldMeshes(meshes, {{*options.simplify}}, false, files.input);
     }
     if (wantsNormals(options))
     {

@@ -35,6 +35,7 @@ struct SurfaceOptions
     std::optional<double> spacing;
 
     uint32 smoothing = 0;
+    std::optional<double> simplify;
     bool clean = true;
     bool normals = true;
     bool asciiStl = false;

@@ -24,6 +24,16 @@ inline const auto positiveNumber = CLI::Validator(
     },
     "NUMBER > 0");
 
+/// How near vertices must lie to be joined; 0: at one place.
+inline const auto weldTolerance = CLI::Validator(
+    [](std::string& text) -> std::string
+    {
+        double value = 0;
+        const bool fits = CLI::detail::lexical_cast(text, value) && value >= 0 && value <= 1e15;
+        return fits ? "" : "must be a number from 0 to 1e15";
+    },
+    "NUMBER >= 0");
+
 inline const auto finiteNumber = CLI::Validator(
     [](std::string& text) -> std::string
     {

@@ -18,6 +18,8 @@
 #include "Interrupt.h"
 #include "LevelSetCommand.h"
 #include "PreviewCommand.h"
+#include "SimplifyCommand.h"
+#include "SphereCommand.h"
 #include "SurfaceCommand.h"
 
 namespace
@@ -88,6 +90,8 @@ int main(int argc, char** argv)
     addLevelSetCommand(app, command);
     addPreviewCommand(app, command);
     addConvertCommand(app, command);
+    addSimplifyCommand(app, command);
+    addSphereCommand(app, command);
     addInfoCommand(app, command);
 
     std::vector<std::string> arguments = utf8Arguments(argc, argv);

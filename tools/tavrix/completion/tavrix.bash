@@ -40,7 +40,10 @@ _tavrix()
         return
     fi
     case $command:$previous in
-        surface:-o | surface:--output | levelset:-o | levelset:--output) _tavrix_files "$word" obj stl bin ;;
+        surface:-o | surface:--output | levelset:-o | levelset:--output | simplify:-o | simplify:--output | \
+            sphere:-o | sphere:--output)
+            _tavrix_files "$word" obj stl bin
+            ;;
         *:--load-field | *:--save-field) compopt -o filenames 2>/dev/null; COMPREPLY=($(compgen -f -- "$word")) ;;
         preview:-o | preview:--output | *:--preview) _tavrix_files "$word" png ;;
         *:-f | *:--field) COMPREPLY=($(compgen -W "$(_tavrix_names --field "$program" "$command")" -- "$word")) ;;
@@ -54,8 +57,10 @@ _tavrix()
                 COMPREPLY=($(compgen -W "$(_tavrix_options "$program" "$command")" -- "$word"))
             elif [ "$command" = surface ]; then
                 _tavrix_files "$word" bin
-            elif [ "$command" = convert ]; then
+            elif [ "$command" = convert ] || [ "$command" = simplify ]; then
                 _tavrix_files "$word" obj stl bin
+            elif [ "$command" = sphere ]; then
+                COMPREPLY=($(compgen -W $'20\n500' -- "$word"))
             else
                 _tavrix_files "$word" bin obj stl
             fi

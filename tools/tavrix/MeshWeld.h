@@ -1,0 +1,29 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include <tavrix/foundation/ArrayOfPtr.h>
+#include <tavrix/mesh/Mesh.h>
+
+namespace tavrix::tool
+{
+
+/// How vertices are joined: along every axis they differ by less than a tolerance, or, where it is 0, by
+/// nothing. Each tolerance, of up to eight, joins what the one before left over.
+struct WeldOptions
+{
+    std::vector<double> tolerances;
+    bool dropThin = false;  ///< also faces no higher than the last tolerance
+};
+
+/// Joins vertices and drops the faces whose corners came together. Nothing is kept but the name, positions
+/// and faces. Without vertices to join and faces to drop, those stay as they are.
+void weldMesh(Mesh& mesh, const WeldOptions& options);
+
+/// The same for each of a file's meshes, with smooth normals, which keep creases, when `withNormals`. Throws
+/// Failure when no face is left.
+void weldMeshes(ArrayOfPtr<Mesh>& meshes, const WeldOptions& options, bool withNormals,
+                const std::string& file);
+
+}  // namespace tavrix::tool
