@@ -69,10 +69,10 @@ private:
         std::stable_sort(block.begin(), block.end(),
                          [&](uint32 a, uint32 b)
                          { return key(a) < key(b) || (std::isnan(key(b)) && !std::isnan(key(a))); });
-        for (std::size_t s = 0, e; s < block.size(); s = e)
+        for (auto s = block.begin(), e = s; s != block.end(); s = e)
         {
-            for (e = s + 1; e < block.size() && tolerance > std::abs(key(block[e]) - key(block[s]));) ++e;
-            sweep(Block(block.begin() + s, block.begin() + e), axis + 1, tolerance, clusters);
+            for (e = s + 1; e != block.end() && tolerance > std::abs(key(*e) - key(*s));) ++e;
+            sweep(Block(s, e), axis + 1, tolerance, clusters);
         }
     }
 
