@@ -35,10 +35,13 @@
 #include <tavrix/foundation/FileStreamEndian.h>
 #include <tavrix/foundation/FileStreamRaw.h>
 #include <tavrix/foundation/FileStreamRawBuffered.h>
+#include <tavrix/foundation/GeometryTree_RL.h>
+#include <tavrix/foundation/Matrix4.h>
 #include <tavrix/foundation/Mesh_RL.h>
 #include <tavrix/foundation/ParallelFor.h>
 #include <tavrix/foundation/Plane3.h>
 #include <tavrix/foundation/Quaternion.h>
+#include <tavrix/foundation/Ray3.h>
 #include <tavrix/foundation/RenderLayer.h>
 #include <tavrix/foundation/ScalarField3_RL.h>
 #include <tavrix/foundation/Tuple.h>
@@ -74,3 +77,7 @@
 #include <tavrix/meshio/Mesh_OBJ_FileParser.h>
 #include <tavrix/meshio/MeshFileParser.h>
 #include <tavrix/meshio/MeshSTLFileParser.h>
+
+#include <tavrix/spatial/GeometryNode.h>
+#include <tavrix/spatial/GeometryNodeEx.h>
+#include <tavrix/spatial/GeometryTree.h>

@@ -1,5 +1,6 @@
 #include <tavrix/foundation/RenderLayer.h>
 
+#include <tavrix/foundation/GeometryTree_RL.h>
 #include <tavrix/foundation/Mesh_RL.h>
 #include <tavrix/foundation/ScalarField3_RL.h>
 
@@ -7,10 +8,12 @@ namespace tavrix
 {
 
 Service_RL::~Service_RL() = default;
+GeometryTree_RL_factory::~GeometryTree_RL_factory() = default;
 Mesh_RL_Shader::~Mesh_RL_Shader() = default;
 Mesh_RL_factory::~Mesh_RL_factory() = default;
 ScalarField3_RL_factory::~ScalarField3_RL_factory() = default;
 
+GeometryTree_RL* GeometryTree_RL_factory::create() { return new GeometryTree_RL_Dummy; }
 Mesh_RL* Mesh_RL_factory::create() { return new Mesh_RL_Dummy; }
 ScalarField3_RL* ScalarField3_RL_factory::create() { return new ScalarField3_RL_Dummy; }
 
@@ -35,6 +38,7 @@ void FactoryOwnerT<Factory>::setFactory(Factory* factory)
     hostFactory<Factory> = factory;
 }
 
+template class FactoryOwnerT<GeometryTree_RL_factory>;
 template class FactoryOwnerT<Mesh_RL_factory>;
 template class FactoryOwnerT<ScalarField3_RL_factory>;
 
