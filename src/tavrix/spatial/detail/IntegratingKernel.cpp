@@ -13,32 +13,6 @@ static_assert(IntegratingRows::capacity % lanes == 0);
 
 constexpr float none = -farValue;
 
-/// The greatest of eight running maxima, the first of equal ones, and the row that it came from.
-struct Maximum
-{
-    float value[lanes];
-    uint32 row[lanes];
-
-    uint32 winner() const
-    {
-        uint32 lane = 0;
-        for (uint32 n = 1; n < lanes; ++n)
-            if (value[n] > value[lane] || (value[n] == value[lane] && row[n] < row[lane])) lane = n;
-        return lane;
-    }
-};
-
-inline Maximum noMaximum()
-{
-    Maximum m;
-    for (uint32 n = 0; n < lanes; ++n)
-    {
-        m.value[n] = none;
-        m.row[n] = noIndex;
-    }
-    return m;
-}
-
 /// A box on its own.
 struct RowBox
 {
@@ -51,78 +25,82 @@ inline RowBox boxOf(const IntegratingRows& rows, uint32 r)
             rows.max[1][r], rows.max[2][r], rows.volume[r]};
 }
 
-/// The scores of a box with the eight rows from `first` on.
-inline void scoreEight(const IntegratingRows& rows, uint32 first, const RowBox& box, float* __restrict scores)
+/// The scores of a row with the rows [0, count); with itself it has none.
+inline void scoreAll(const IntegratingRows& rows, uint32 row, uint32 count, float* __restrict scores)
 {
-    for (uint32 n = 0; n < lanes; ++n)
+    const RowBox box = boxOf(rows, row);
+    for (uint32 r = 0; r < count; ++r)
     {
-        const uint32 r = first + n;
         const float x = larger(box.maxX, rows.max[0][r]) - smaller(box.minX, rows.min[0][r]);
         const float y = larger(box.maxY, rows.max[1][r]) - smaller(box.minY, rows.min[1][r]);
         const float z = larger(box.maxZ, rows.max[2][r]) - smaller(box.minZ, rows.min[2][r]);
-        scores[n] = 0.2f * (box.volume + rows.volume[r]) - x * y * z;
+        scores[r] = 0.2f * (box.volume + rows.volume[r]) - x * y * z;
     }
+    scores[row] = none;
 }
 
-inline void raise(Maximum& m, const float* __restrict values, uint32 first)
+inline float greatest(const float* __restrict values, uint32 count)
 {
-    for (uint32 n = 0; n < lanes; ++n)
+    float most[lanes];
+    for (uint32 n = 0; n < lanes; ++n) most[n] = none;
+    for (uint32 first = 0; first < count; first += lanes)
+        for (uint32 n = 0; n < lanes; ++n) most[n] = larger(values[first + n], most[n]);
+    for (uint32 n = 1; n < lanes; ++n) most[0] = larger(most[n], most[0]);
+    return most[0];
+}
+
+inline uint32 firstOf(const float* __restrict values, uint32 count, float value)
+{
+    uint32 first = noIndex;
+    for (uint32 n = 0; n < count; ++n)
     {
-        const bool isBetter = values[n] > m.value[n];
-        m.value[n] = isBetter ? values[n] : m.value[n];
-        m.row[n] = isBetter ? first + n : m.row[n];
+        const uint32 candidate = values[n] == value ? n : noIndex;
+        first = candidate < first ? candidate : first;
     }
+    return first;
 }
 
-inline void take(IntegratingRows& rows, uint32 row, const Maximum& m)
+/// The rows up to the next whole group of lanes.
+inline uint32 padded(uint32 count) { return (count + lanes - 1) / lanes * lanes; }
+
+inline void takeBest(IntegratingRows& rows, uint32 row, const float* scores, uint32 count)
 {
-    const uint32 lane = m.winner();
-    rows.best[row] = m.value[lane];
-    rows.partner[row] = m.row[lane];
+    const float best = greatest(scores, count);
+    rows.best[row] = best;
+    rows.partner[row] = best > none ? firstOf(scores, count, best) : noIndex;
 }
 
 }  // namespace
 
 void scoreLastRow(IntegratingRows& rows)
 {
-    const uint32 last = rows.count - 1;
-    const RowBox box = boxOf(rows, last);
-    Maximum m = noMaximum();
-    float scores[lanes];
-    for (uint32 first = 0; first < last; first += lanes)
+    const uint32 last = rows.count - 1, count = padded(rows.count);
+    float scores[IntegratingRows::capacity];
+    scoreAll(rows, last, count, scores);
+    float* __restrict best = rows.best;
+    uint32* __restrict partner = rows.partner;
+    for (uint32 r = 0; r < count; ++r)
     {
-        scoreEight(rows, first, box, scores);
-        if (last - first < lanes) scores[last - first] = none;
-        for (uint32 n = 0; n < lanes; ++n)
-        {
-            const bool isBetter = scores[n] > rows.best[first + n];
-            rows.best[first + n] = isBetter ? scores[n] : rows.best[first + n];
-            rows.partner[first + n] = isBetter ? last : rows.partner[first + n];
-        }
-        raise(m, scores, first);
+        const bool isBetter = scores[r] > best[r];
+        best[r] = isBetter ? scores[r] : best[r];
+        partner[r] = isBetter ? last : partner[r];
     }
-    take(rows, last, m);
+    takeBest(rows, last, scores, count);
 }
 
 void rescore(IntegratingRows& rows, uint32 row)
 {
-    const RowBox box = boxOf(rows, row);
-    Maximum m = noMaximum();
-    float scores[lanes];
-    for (uint32 first = 0; first < rows.count; first += lanes)
-    {
-        scoreEight(rows, first, box, scores);
-        if (row - first < lanes) scores[row - first] = none;
-        raise(m, scores, first);
-    }
-    take(rows, row, m);
+    const uint32 count = padded(rows.count);
+    float scores[IntegratingRows::capacity];
+    scoreAll(rows, row, count, scores);
+    takeBest(rows, row, scores, count);
 }
 
 uint32 bestRow(const IntegratingRows& rows)
 {
-    Maximum m = noMaximum();
-    for (uint32 first = 0; first < rows.count; first += lanes) raise(m, rows.best + first, first);
-    return m.row[m.winner()];
+    const uint32 count = padded(rows.count);
+    const float best = greatest(rows.best, count);
+    return best > none ? firstOf(rows.best, count, best) : noIndex;
 }
 
 }  // namespace tavrix::detail::TX_KERNEL
