@@ -9,8 +9,6 @@ namespace tavrix::detail::TX_KERNEL
 namespace
 {
 
-static_assert(IntegratingRows::capacity % lanes == 0);
-
 constexpr float none = -farValue;
 
 /// A box on its own.
@@ -39,29 +37,30 @@ inline void scoreAll(const IntegratingRows& rows, uint32 row, uint32 count, floa
     scores[row] = none;
 }
 
+/// Maxima that run side by side; more than the compiler unrolls, so that it vectorises their loops.
+constexpr uint32 runs = 4 * lanes;
+static_assert(IntegratingRows::capacity % runs == 0);
+
 inline float greatest(const float* __restrict values, uint32 count)
 {
-    float most[lanes];
-    for (uint32 n = 0; n < lanes; ++n) most[n] = none;
-    for (uint32 first = 0; first < count; first += lanes)
-        for (uint32 n = 0; n < lanes; ++n) most[n] = larger(values[first + n], most[n]);
-    for (uint32 n = 1; n < lanes; ++n) most[0] = larger(most[n], most[0]);
+    float most[runs];
+    for (uint32 n = 0; n < runs; ++n) most[n] = none;
+    for (uint32 first = 0; first < count; first += runs)
+        for (uint32 n = 0; n < runs; ++n) most[n] = larger(values[first + n], most[n]);
+    for (uint32 half = runs / 2; half > 0; half /= 2)
+        for (uint32 n = 0; n < half; ++n) most[n] = larger(most[n + half], most[n]);
     return most[0];
 }
 
 inline uint32 firstOf(const float* __restrict values, uint32 count, float value)
 {
-    uint32 first = noIndex;
-    for (uint32 n = 0; n < count; ++n)
-    {
-        const uint32 candidate = values[n] == value ? n : noIndex;
-        first = candidate < first ? candidate : first;
-    }
-    return first;
+    int32 first = -1;
+    for (int32 n = static_cast<int32>(count) - 1; n >= 0; --n) first = values[n] == value ? n : first;
+    return static_cast<uint32>(first);
 }
 
-/// The rows up to the next whole group of lanes.
-inline uint32 padded(uint32 count) { return (count + lanes - 1) / lanes * lanes; }
+/// The rows up to the next whole number of runs.
+inline uint32 padded(uint32 count) { return (count + runs - 1) / runs * runs; }
 
 inline void takeBest(IntegratingRows& rows, uint32 row, const float* scores, uint32 count)
 {

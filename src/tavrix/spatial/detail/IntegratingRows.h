@@ -6,13 +6,13 @@ namespace tavrix::detail
 {
 
 /// The rows of a scoring table, one array a quantity, so that eight rows are scored at a time. A row without
-/// a box (merged away, or behind the end up to the next multiple of eight) has a volume that is not a number
+/// a box (merged away, or behind the end) has a volume that is not a number
 /// and so has every score with it, which no comparison takes for a better one; its best score is below those
 /// of all others.
 struct IntegratingRows
 {
     /// A block's boxes, and room for new ones until the merged rows are swept out.
-    static constexpr uint32 capacity = 256 + 40;
+    static constexpr uint32 capacity = 256 + 64;
 
     float min[3][capacity];
     float max[3][capacity];
