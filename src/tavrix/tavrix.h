@@ -76,8 +76,13 @@
 #include <tavrix/meshio/Mesh_BIN_FileParser.h>
 #include <tavrix/meshio/Mesh_OBJ_FileParser.h>
 #include <tavrix/meshio/MeshFileParser.h>
+#include <tavrix/meshio/MeshImporter.h>
 #include <tavrix/meshio/MeshSTLFileParser.h>
 
+#include <tavrix/spatial/BoxDistance.h>
 #include <tavrix/spatial/GeometryNode.h>
 #include <tavrix/spatial/GeometryNodeEx.h>
 #include <tavrix/spatial/GeometryTree.h>
+#include <tavrix/spatial/MeshCollider.h>
+#include <tavrix/spatial/MeshPoint.h>
+#include <tavrix/spatial/RaySlabs.h>

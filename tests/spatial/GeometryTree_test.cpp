@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstring>
 #include <random>
 #include <set>
 
@@ -44,7 +45,8 @@ std::vector<Box3F> makeBoxes(uint32 count, Kind kind, uint32 seed)
         for (uint32 axis = 0; axis < 3; ++axis)
         {
             float low = unit() * 100, extent = unit() * 5;
-            if (kind == onSmallGrid || kind == flat) low = std::floor(low / 12), extent = std::floor(extent / 2);
+            if (kind == onSmallGrid || kind == flat)
+                low = std::floor(low / 12), extent = std::floor(extent / 2);
             if (kind == onLine && axis != 1) low = 0, extent = 1;
             if (kind == flat && axis == 2) extent = 0;
             if (kind == equal) low = 3, extent = 2;
@@ -90,8 +92,181 @@ TEST(GeometryTree, IsThePlainTreeNodeForNode)
     for (uint32 seed = 0; seed < 3000; ++seed)
         expectSame(1 + seed % 49, static_cast<Kind>(seed % kindCount), seed);
     for (const uint32 count : {63u, 255u, 256u, 257u, 293u, 600u, 1000u})
-        for (uint32 kind = 0; kind < kindCount; ++kind) expectSame(count, static_cast<Kind>(kind), count + kind);
+        for (uint32 kind = 0; kind < kindCount; ++kind)
+            expectSame(count, static_cast<Kind>(kind), count + kind);
     for (const Kind kind : {anywhere, onSmallGrid}) expectSame(10000, kind, 7);
+}
+
+TEST(GeometryTree, KernelsGiveTheSameBytes)
+{
+#if defined(TX_AVX2_KERNELS)
+    if (!detail::hasAvx2()) GTEST_SKIP() << "the processor has no AVX2";
+    using detail::IntegratingRows;
+    for (const Kind kind : {anywhere, onSmallGrid, infinite})
+    {
+        IntegratingRows plain{}, wide{};
+        std::fill(plain.volume, plain.volume + IntegratingRows::capacity, std::nanf(""));
+        wide = plain;
+        for (const Box3F& box : makeBoxes(200, kind, 5))
+            for (IntegratingRows* rows : {&plain, &wide})
+            {
+                for (uint32 axis = 0; axis < 3; ++axis)
+                {
+                    rows->min[axis][rows->count] = box.min[axis];
+                    rows->max[axis][rows->count] = box.max[axis];
+                }
+                rows->volume[rows->count++] = PlainTree::volume(box);
+                rows == &plain ? detail::plain::scoreLastRow(*rows) : detail::avx2::scoreLastRow(*rows);
+            }
+        EXPECT_EQ(std::memcmp(&plain, &wide, sizeof plain), 0) << kind;
+        for (const uint32 row : {0u, 31u, 199u})
+        {
+            detail::plain::rescore(plain, row);
+            detail::avx2::rescore(wide, row);
+        }
+        EXPECT_EQ(std::memcmp(&plain, &wide, sizeof plain), 0) << kind;
+        EXPECT_EQ(detail::plain::bestRow(plain), detail::avx2::bestRow(wide));
+    }
+#else
+    GTEST_SKIP() << "there is one kernel only";
+#endif
+}
+
+/// Children side by side behind their parent, every leaf there once, every box the union of those below.
+void expectWhole(const Tree& tree, uint32 leafCount)
+{
+    ASSERT_EQ(tree.size(), 2 * leafCount - 1);
+    std::set<uint32> children{0}, leaves;
+    for (uint32 n = 0; n < tree.size(); ++n)
+    {
+        const Node& node = tree.node(n);
+        if (node.isLeaf())
+        {
+            leaves.insert(node.geometryIndex());
+            continue;
+        }
+        ASSERT_GT(node.link, n);
+        children.insert({node.link, node.link + 1});
+        EXPECT_EQ(node.box, PlainTree::unionOf(tree.geometry(node.link), tree.geometry(node.link + 1)));
+    }
+    EXPECT_EQ(leaves.size(), leafCount);
+    EXPECT_EQ(children.size(), tree.size());
+}
+
+TEST(GeometryTree, GrowsAndIsRefitted)
+{
+    Tree tree;
+    tree.integrate();
+    EXPECT_TRUE(tree.isEmpty());
+    EXPECT_EQ(tree.getRootNode(), Box3F::empty());
+    const std::vector<Box3F> boxes = makeBoxes(700, anywhere, 1);
+    for (uint32 n = 0; n < 500; ++n) tree.add(boxes[n], n);
+    tree.integrate();
+    for (uint32 n = 500; n < 700; ++n) tree.add(boxes[n], n);
+    tree.integrate();
+    expectWhole(tree, 700);
+
+    for (uint32 n = 0; n < tree.size(); ++n)
+        if (tree.node(n).isLeaf()) tree.geometry(n).max.x += static_cast<float>(n);
+    const Tree stale = tree;
+    const uint32 child = tree.node(0).link;
+    tree.recalculateGeometryNodesNoLeafFromGeometryNodesLeafRecursive(child);
+    EXPECT_NE(tree.geometry(child), stale.geometry(child));
+    EXPECT_EQ(tree.geometry(child + 1), stale.geometry(child + 1));
+    tree.recalculateGeometryNodesNoLeafFromGeometryNodesLeaf();
+    expectWhole(tree, 700);
+    Tree twin;
+    twin.add({}, 1);
+    twin = stale;
+    twin.recalculateGeometryNodesNoLeafFromGeometryNodesLeafRecursive(0);
+    EXPECT_TRUE(std::equal(twin.nodes().begin(), twin.nodes().end(), tree.nodes().begin(),
+                           [](const Node& a, const Node& b) { return a.box == b.box && a.link == b.link; }));
+    tree.clear(100);
+    EXPECT_TRUE(tree.isEmpty());
+    EXPECT_EQ(tree.nodes().capacity(), 100u);
+    tree.add(boxes[0], 3);
+    tree.unreserve();
+    EXPECT_EQ(tree.nodes().capacity(), 1u);
+    EXPECT_EQ(twin.size(), 1399u);
+}
+
+TEST(GeometryTree, MeshLeavesAreCubesUntilRefitted)
+{
+    const Array<Vector3D> positions{{0, 0, 0}, {3, 0, 0}, {0, 4, 0}, {0.1, 1e-50, 16777217}, {NAN, 0, 0}};
+    const Array<Index3> triangles{{0, 1, 2}, {0, 1, 3}, {0, 1, 4}, {0, 1, 5}};
+    Tree tree;
+    tree.integrateMesh(triangles, positions, false);
+    const auto boxOf = [&](uint32 triangle)
+    {
+        for (const Node& node : tree.nodes())
+            if (node.isLeaf() && node.geometryIndex() == triangle) return node.box;
+        return Box3F{};
+    };
+    EXPECT_EQ(boxOf(0), (Box3F{{-0.5f, 0, -2}, {3.5f, 4, 2}}));
+    EXPECT_EQ(boxOf(2), Box3F::empty());
+    EXPECT_EQ(boxOf(3), Box3F::empty());
+    tree.recalculateMesh(triangles, positions, 0);
+    EXPECT_EQ(boxOf(0), (Box3F{{0, 0, 0}, {3, 4, 0}}));
+    EXPECT_EQ(boxOf(1), (Box3F{{0, 0, 0}, {3, std::numeric_limits<float>::denorm_min(), 16777218}}));
+    expectWhole(tree, 4);
+    tree.recalculateMesh(triangles, positions, 0x1p-23f);
+    EXPECT_EQ(boxOf(0).max.x, 3 + 0x1.8p-22f);
+    EXPECT_EQ(boxOf(0).min.x, 0);
+    EXPECT_EQ(boxOf(2), Box3F::empty());
+    tree.clear();
+    tree.integrateMesh({}, positions, true);
+    EXPECT_TRUE(tree.isEmpty());
+}
+
+TEST(GeometryTree, VisitsWhatIsWithinTheLimit)
+{
+    // boxes in each other make a chain of nodes that is deeper than the stack that a query begins with
+    for (const Kind kind : {anywhere, onSmallGrid, growing, flat})
+    {
+        const std::vector<Box3F> boxes = makeBoxes(250, kind, 9);
+        const Tree tree = makeTree(boxes);
+        for (const Box3F& asked : makeBoxes(50, kind == growing ? anywhere : kind, 10))
+        {
+            std::set<uint32> expected, found;
+            for (uint32 n = 0; n < boxes.size(); ++n)
+            {
+                const Box3F& b = boxes[n];
+                bool isApart = false;
+                for (uint32 axis = 0; axis < 3; ++axis)
+                    isApart |= b.max[axis] < asked.min[axis] || asked.max[axis] < b.min[axis];
+                if (!isApart) expected.insert(n);
+            }
+            tree.visitOverlapping(asked, [&](uint32 n, double limit) { return found.insert(n), limit; });
+            EXPECT_EQ(found, expected);
+            uint32 calls = 0;
+            tree.visitOverlapping(asked, [&](uint32, double) { return ++calls, -1; });
+            EXPECT_EQ(calls, expected.empty() ? 0u : 1u);
+        }
+    }
+}
+
+class CountingRender : public GeometryTree_RL_Dummy
+{
+public:
+    explicit CountingRender(int& level) : _level(level) {}
+    void render(const Tree&, int level) override { _level = level; }
+
+private:
+    int& _level;
+};
+
+TEST(GeometryTree, HandsDrawingOn)
+{
+    Tree tree;
+    tree.render(1);
+    tree.initializeRenderObject();
+    ASSERT_NE(tree.getGeometryTree_RL(), nullptr);
+    int level = 0;
+    tree.setGeometryTree_RL(new CountingRender(level));
+    const Tree copy(tree);
+    EXPECT_EQ(copy.getGeometryTree_RL(), nullptr);
+    tree.render(7);
+    EXPECT_EQ(level, 7);
 }
 
 }  // namespace

@@ -1,14 +1,16 @@
 #pragma once
 
+#include <array>
 #include <limits>
 #include <memory>
 
 #include <tavrix/foundation/Array.h>
 #include <tavrix/foundation/GeometryTree_RL.h>
-#include <tavrix/foundation/Ray3.h>
 #include <tavrix/foundation/Tuple.h>
 #include <tavrix/platform/Export.h>
+#include <tavrix/spatial/BoxDistance.h>
 #include <tavrix/spatial/GeometryNode.h>
+#include <tavrix/spatial/RaySlabs.h>
 
 namespace tavrix
 {
@@ -81,6 +83,40 @@ public:
     /// The same for the nodes below one node and itself; a leaf stays as it is.
     void recalculateGeometryNodesNoLeafFromGeometryNodesLeafRecursive(uint32 node);
 
+    // The queries. The nodes have to be refitted, so that every box holds what is below it. A query calls
+    // visit(geometryIndex, limit) for leaves whose boxes are within the limit, near ones first (which is no
+    // strict order of what is in them), and visit returns the limit to go on with: the same or a smaller one;
+    // below 0 ends the query.
+
+    /// Leaves that the ray meets at most `limit` lengths of its direction away from its origin.
+    template <class Visit>
+    void visitRay(const Ray3D& ray, double limit, Visit visit) const
+    {
+        const RaySlabs slabs(ray, getRootNode());
+        descend([&](const Box3F& box) { return slabs.entry(box); }, limit, visit);
+    }
+    /// Leaves whose squared distance from the point is at most `squaredLimit`; none for a point that is not
+    /// finite.
+    template <class Visit>
+    void visitNearest(const Vector3D& point, double squaredLimit, Visit visit) const
+    {
+        if (!isFinite(point)) return;
+        const BoxDistance distance(point, getRootNode());
+        descend([&](const Box3F& box) { return distance.squared(box); }, squaredLimit, visit);
+    }
+    /// Leaves that have a point in common with the box, in no particular order; the limit is 0.
+    template <class Visit>
+    void visitOverlapping(const Box3F& box, Visit visit) const
+    {
+        const auto isApart = [&](const Box3F& other)
+        {
+            for (uint32 axis = 0; axis < 3; ++axis)
+                if (!(other.min[axis] <= box.max[axis] && box.min[axis] <= other.max[axis])) return true;
+            return false;
+        };
+        descend([&](const Box3F& other) { return isApart(other) ? 1.0 : 0.0; }, 0.0, visit);
+    }
+
     /// The render object, null until a host or initializeRenderObject supplies one; the tree owns it.
     GeometryTree_RL* getGeometryTree_RL() const { return _renderObject.get(); }
     void setGeometryTree_RL(GeometryTree_RL* renderObject);
@@ -88,6 +124,71 @@ public:
     void initializeRenderObject();
 
 private:
+    /// Nodes to be visited later, and what they measure. Deeper trees than most spill into an array.
+    class Stack
+    {
+    public:
+        void push(uint32 node, double measure)
+        {
+            if (_count < _first.size())
+                _first[_count++] = {measure, node};
+            else
+                _more.push_back({measure, node});
+        }
+        /// The last node pushed of those that measure at most `limit`, noIndex when none is left.
+        uint32 pop(double limit)
+        {
+            while (_count > 0)
+            {
+                Entry entry = _first[_count - 1];
+                if (_more.empty())
+                    --_count;
+                else
+                {
+                    entry = _more.back();
+                    _more.resize(_more.size() - 1);
+                }
+                if (entry.measure <= limit) return entry.node;
+            }
+            return noIndex;
+        }
+
+    private:
+        struct Entry
+        {
+            double measure;
+            uint32 node;
+        };
+        std::array<Entry, 64> _first;
+        uint32 _count = 0;
+        Array<Entry> _more;
+    };
+
+    /// Visits the leaves that measure at most `limit`.
+    template <class Measure, class Visit>
+    void descend(const Measure& measure, double limit, Visit& visit) const
+    {
+        limit = std::min(limit, std::numeric_limits<double>::max());
+        if (isEmpty() || !(measure(_nodes[0].box) <= limit)) return;
+        Stack stack;
+        for (uint32 n = 0; n != noIndex;)
+        {
+            const Node& node = _nodes[n];
+            if (node.isLeaf())
+            {
+                limit = std::min<double>(limit, visit(node.geometryIndex(), limit));
+                n = stack.pop(limit);
+                continue;
+            }
+            const uint32 pair = node.link;
+            const double first = measure(_nodes[pair].box), second = measure(_nodes[pair + 1].box);
+            const bool swapped = second < first;
+            const double near = swapped ? second : first, far = swapped ? first : second;
+            if (far <= limit) stack.push(pair + !swapped, far);
+            n = near <= limit ? pair + swapped : stack.pop(limit);
+        }
+    }
+
     void refit(Node& node);
 
     Array<Node> _nodes;

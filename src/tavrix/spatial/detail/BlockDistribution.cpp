@@ -116,9 +116,7 @@ Array<BlockDesc> distributeInBlocks(Array<IntegratingEntry>& entries, uint32 thr
 {
     Array<BlockDesc> blocks{{0, entries.size()}};
     Array<IntegratingEntry> scratch(entries.size());
-    while (distributeInBlocksIteration(entries, scratch, blocks, threadCount))
-    {
-    }
+    while (distributeInBlocksIteration(entries, scratch, blocks, threadCount)) {}
     return blocks;
 }
 

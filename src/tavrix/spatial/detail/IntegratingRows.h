@@ -17,7 +17,7 @@ struct IntegratingRows
     float min[3][capacity];
     float max[3][capacity];
     float volume[capacity];
-    float best[capacity];  ///< the best score with another row
+    float best[capacity];      ///< the best score with another row
     uint32 partner[capacity];  ///< the first row with that score, noIndex when there is none
     uint32 count;
 };
@@ -29,8 +29,8 @@ struct IntegratingRows
 /// scoreLastRow scores the last row against those before it; these take it for their partner when it is
 /// better than what they have. rescore finds the best partner of a row among all others anew. bestRow is the
 /// first row with the greatest score, noIndex when no row has a partner.
-#define TX_DECLARE_INTEGRATING_KERNEL           \
-    void scoreLastRow(IntegratingRows& rows);   \
+#define TX_DECLARE_INTEGRATING_KERNEL                \
+    void scoreLastRow(IntegratingRows& rows);        \
     void rescore(IntegratingRows& rows, uint32 row); \
     uint32 bestRow(const IntegratingRows& rows);
 namespace plain
