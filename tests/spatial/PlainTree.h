@@ -101,8 +101,8 @@ private:
         const auto [nx, ny, nz] = straddlers;
         const uint32 axis = nx >= ny ? (ny >= nz ? 2 : 1) : (nx >= nz ? 2 : 0);
         const float value = middle(box, axis);
-        const auto low = std::stable_partition(
-            begin, end, [&](uint32 n) { return middle(_work[n].box, axis) < value; });
+        const auto low =
+            std::stable_partition(begin, end, [&](uint32 n) { return middle(_work[n].box, axis) < value; });
         auto k = static_cast<uint32>(low - begin);
         if (k < count / 8 || k > count - count / 8)
         {

@@ -18,6 +18,7 @@
 #include "Interrupt.h"
 #include "LevelSetCommand.h"
 #include "PreviewCommand.h"
+#include "QueryCommand.h"
 #include "SurfaceCommand.h"
 
 namespace
@@ -88,6 +89,7 @@ int main(int argc, char** argv)
     addLevelSetCommand(app, command);
     addPreviewCommand(app, command);
     addConvertCommand(app, command);
+    addQueryCommand(app, command);
     addInfoCommand(app, command);
 
     std::vector<std::string> arguments = utf8Arguments(argc, argv);

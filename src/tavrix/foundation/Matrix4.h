@@ -13,10 +13,7 @@ struct Matrix4
 {
     T m[4][4];  ///< m[row][column]
 
-    static constexpr Matrix4 identity()
-    {
-        return {{{1, 0, 0, 0}, {0, 1, 0, 0}, {0, 0, 1, 0}, {0, 0, 0, 1}}};
-    }
+    static constexpr Matrix4 identity() { return {{{1, 0, 0, 0}, {0, 1, 0, 0}, {0, 0, 1, 0}, {0, 0, 0, 1}}}; }
     /// Turns about the origin by a unit quaternion, then moves.
     static constexpr Matrix4 rotationTranslation(const Quaternion<T>& rotation, const Vector3<T>& translation)
     {
@@ -47,8 +44,7 @@ struct Matrix4
     /// The direction by the upper left 3 x 3 part, without translation.
     constexpr Vector3<T> transformDirection(const Vector3<T>& d) const
     {
-        return {m[0][0] * d.x + m[0][1] * d.y + m[0][2] * d.z,
-                m[1][0] * d.x + m[1][1] * d.y + m[1][2] * d.z,
+        return {m[0][0] * d.x + m[0][1] * d.y + m[0][2] * d.z, m[1][0] * d.x + m[1][1] * d.y + m[1][2] * d.z,
                 m[2][0] * d.x + m[2][1] * d.y + m[2][2] * d.z};
     }
 

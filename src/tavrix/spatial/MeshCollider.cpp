@@ -1,6 +1,6 @@
 #include <tavrix/spatial/MeshCollider.h>
 
-#include <tavrix/mesh/MeshTopology.h>
+#include <tavrix/mesh/detail/IndexTriples.h>
 #include <tavrix/meshio/MeshImporter.h>
 
 namespace tavrix
@@ -48,7 +48,7 @@ void MeshCollider::copyFrom(const MeshCollider& other)
 void MeshCollider::create(const Mesh& mesh, uint32 threadCount)
 {
     _mesh.copyFrom(mesh, true);
-    if (hasValidIndices(_mesh)) _mesh.createSafe_arrNorSurface();
+    if (detail::neededEntries(_mesh.trindexPos()) <= _mesh.getPosSize()) _mesh.createSafe_arrNorSurface();
     _tree.clear();
     _tree.integrateMesh(_mesh.trindexPos(), _mesh.pos(), true, threadCount);
 }

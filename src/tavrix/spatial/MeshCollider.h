@@ -30,9 +30,9 @@ public:
     virtual ~MeshCollider();
     void copyFrom(const MeshCollider& other);
 
-    /// Copies the mesh, makes sure that it has smoothed normals (when all its indices are valid) and builds
-    /// the tree, refitted to the triangles. A million faces take about a second. The same tree for every
-    /// thread count.
+    /// Copies the mesh, makes sure that it has smoothed normals (unless a face has a corner that does not
+    /// exist) and builds the tree, refitted to the triangles. A million faces take about a second. The same
+    /// tree for every thread count.
     void create(const Mesh& mesh, uint32 threadCount = 1);
     /// The same with all objects of an ASE file, joined. False, and the collider as it was, when the file
     /// cannot be read or has no faces (MeshImporter::read_ASE tells which).
