@@ -30,6 +30,7 @@ enum Kind
     flat,
     equal,
     growing,
+    lopsided,  ///< an eighth on one side of the first cut, in no order
     infinite,
     kindCount
 };
@@ -49,6 +50,8 @@ std::vector<Box3F> makeBoxes(uint32 count, Kind kind, uint32 seed)
                 low = std::floor(low / 12), extent = std::floor(extent / 2);
             if (kind == onLine && axis != 1) low = 0, extent = 1;
             if (kind == flat && axis == 2) extent = 0;
+            if (kind == lopsided) low = axis > 0 ? 0 : (n % 8 == 0) == (seed % 2 == 0) ? unit() : 9 + unit();
+            if (kind == lopsided) extent = axis > 0 ? 1 : 0.1f;
             if (kind == equal) low = 3, extent = 2;
             if (kind == growing) low = 0, extent = std::ldexp(1.0f, static_cast<int>(n % 40));
             if (kind == infinite && random() % 3 == 0) low = -std::numeric_limits<float>::infinity();
@@ -91,9 +94,11 @@ TEST(GeometryTree, IsThePlainTreeNodeForNode)
     };
     for (uint32 seed = 0; seed < 3000; ++seed)
         expectSame(1 + seed % 49, static_cast<Kind>(seed % kindCount), seed);
-    for (const uint32 count : {63u, 255u, 256u, 257u, 293u, 600u, 1000u})
+    for (const uint32 count : {63u, 255u, 256u, 257u, 264u, 265u, 600u, 1000u})
         for (uint32 kind = 0; kind < kindCount; ++kind)
             expectSame(count, static_cast<Kind>(kind), count + kind);
+    expectSame(264, lopsided, 0);
+    expectSame(264, lopsided, 1);
     for (const Kind kind : {anywhere, onSmallGrid}) expectSame(10000, kind, 7);
 }
 
