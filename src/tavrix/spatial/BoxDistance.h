@@ -27,7 +27,8 @@ public:
         for (uint32 axis = 0; axis < 3; ++axis)
         {
             const double below = box.min[axis] - _low[axis], above = _high[axis] - box.max[axis];
-            const double apart = std::max(std::max(below, above), 0.0);
+            const double nearer = below > above ? below : above;
+            const double apart = nearer > 0 ? nearer : 0;
             sum += apart * apart;
         }
         return sum;
