@@ -225,7 +225,6 @@ TEST(GeometryTree, MeshLeavesAreCubesUntilRefitted)
 
 TEST(GeometryTree, VisitsWhatIsWithinTheLimit)
 {
-    // boxes in each other make a chain of nodes that is deeper than the stack that a query begins with
     for (const Kind kind : {anywhere, onSmallGrid, growing, flat})
     {
         const std::vector<Box3F> boxes = makeBoxes(250, kind, 9);
@@ -248,6 +247,46 @@ TEST(GeometryTree, VisitsWhatIsWithinTheLimit)
             EXPECT_EQ(calls, expected.empty() ? 0u : 1u);
         }
     }
+}
+
+TEST(GeometryTree, DeepTreesAreVisitedToTheEnd)
+{
+    // each box as far again as those before make a chain of nodes, each a leaf and the rest of the chain
+    constexpr uint32 count = 120;
+    Tree tree;
+    for (uint32 n = 0; n < count; ++n)
+    {
+        const float x = std::ldexp(1.0f, static_cast<int>(n));
+        tree.add({{x, 0, 0}, {x, 1, 1}}, n);
+    }
+    tree.integrate();
+    // brought to even distances, the deepest nearest: every other leaf has to wait until the end is reached
+    std::vector<uint32> expected;
+    for (uint32 pair = tree.node(0).link; pair != noIndex;)
+    {
+        uint32 next = noIndex;
+        for (const uint32 n : {pair, pair + 1})
+        {
+            if (!tree.node(n).isLeaf())
+            {
+                next = tree.node(n).link;
+                continue;
+            }
+            const auto x = static_cast<float>(count - expected.size());
+            tree.geometry(n) = {{x, 0, 0}, {x, 1, 1}};
+            expected.insert(expected.begin(), tree.node(n).geometryIndex());
+        }
+        pair = next;
+    }
+    ASSERT_EQ(expected.size(), count);
+    tree.recalculateGeometryNodesNoLeafFromGeometryNodesLeaf();
+    std::vector<uint32> found;
+    const auto visit = [&](uint32 n, double limit) { return found.push_back(n), limit; };
+    tree.visitNearest({0, 0, 0}, std::numeric_limits<double>::infinity(), visit);
+    EXPECT_EQ(found, expected);
+    found.clear();
+    tree.visitRay({{0, 0.5, 0.5}, {2, 0, 0}}, 5.1, visit);
+    EXPECT_EQ(found, std::vector<uint32>(expected.begin(), expected.begin() + 10));
 }
 
 class CountingRender : public GeometryTree_RL_Dummy

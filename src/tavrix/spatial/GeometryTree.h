@@ -54,15 +54,22 @@ public:
     void add(const Box3F& box, uint32 geometryIndex) { _nodes.push_back(Node::leaf(box, geometryIndex)); }
 
     /// Builds the hierarchy over all leaves, in the order in which they lie in the array; internal nodes from
-    /// before are dropped. Pairs are merged by 0.2 (vol(a) + vol(b)) - vol(a + b), where a + b is the
-    /// smallest box that holds both, the greatest first, in single precision; the first child is the one that
-    /// came first. From 256 leaves on that happens in blocks of at most 256 leaves, which leave 32 nodes each
-    /// for the next pass (detail/BlockDistribution.h says how blocks are cut, detail/IntegratingTable.h what
-    /// happens to ties). O(n log n); the same tree for every thread count. More than 2^30 leaves throw
+    /// before are dropped. O(n log n); the same tree for every thread count. More than 2^30 leaves throw
     /// std::length_error.
     ///
-    /// A block gives a chain of at most 224 nodes, so no tree is deeper than a few thousand; that of a
-    /// million even triangles is some 40 deep. A query keeps at most one node a level in mind.
+    /// Pairs are merged by 0.2 (vol(a) + vol(b)) - vol(a + b), where a + b is the smallest box that holds
+    /// both, the greatest first, in single precision. Of equal scores the pair that comes first counts, and
+    /// new nodes come last; the first child is the one that came first. Where no score is a number above the
+    /// smallest of single precision, the first two are merged.
+    ///
+    /// From 256 leaves on that happens in blocks of at most 256, which leave 32 nodes each for the next pass,
+    /// block after block. Blocks are cut in rounds over the blocks that there are: at the centre of all
+    /// boxes, on the axis with the fewest boxes across (of equal ones the later), low being what has its box
+    /// centre below; or, when a side would get less than an eighth, an eighth along the sorted centres.
+    /// Partition and sort keep the order of equals; the high side is appended behind all blocks.
+    ///
+    /// A block adds at most 224 levels, so no tree is deeper than a few thousand; one of a million even
+    /// triangles has some 30. A query keeps at most one node a level in mind.
     void integrate(uint32 threadCount = 1);
 
     /// Adds a leaf per triangle and integrates. For the merging, a leaf's box is the cube around the centre
