@@ -86,3 +86,4 @@
 #include <tavrix/spatial/MeshCollider.h>
 #include <tavrix/spatial/MeshPoint.h>
 #include <tavrix/spatial/RaySlabs.h>
+#include <tavrix/spatial/VisitStack.h>

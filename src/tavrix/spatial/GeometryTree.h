@@ -1,6 +1,5 @@
 #pragma once
 
-#include <array>
 #include <limits>
 #include <memory>
 
@@ -11,6 +10,7 @@
 #include <tavrix/spatial/BoxDistance.h>
 #include <tavrix/spatial/GeometryNode.h>
 #include <tavrix/spatial/RaySlabs.h>
+#include <tavrix/spatial/VisitStack.h>
 
 namespace tavrix
 {
@@ -131,53 +131,13 @@ public:
     void initializeRenderObject();
 
 private:
-    /// Nodes to be visited later, and what they measure. Deeper trees than most spill into an array.
-    class Stack
-    {
-    public:
-        void push(uint32 node, double measure)
-        {
-            if (_count < _first.size())
-                _first[_count++] = {measure, node};
-            else
-                _more.push_back({measure, node});
-        }
-        /// The last node pushed of those that measure at most `limit`, noIndex when none is left.
-        uint32 pop(double limit)
-        {
-            while (_count > 0)
-            {
-                Entry entry = _first[_count - 1];
-                if (_more.empty())
-                    --_count;
-                else
-                {
-                    entry = _more.back();
-                    _more.resize(_more.size() - 1);
-                }
-                if (entry.measure <= limit) return entry.node;
-            }
-            return noIndex;
-        }
-
-    private:
-        struct Entry
-        {
-            double measure;
-            uint32 node;
-        };
-        std::array<Entry, 64> _first;
-        uint32 _count = 0;
-        Array<Entry> _more;
-    };
-
     /// Visits the leaves that measure at most `limit`.
     template <class Measure, class Visit>
     void descend(const Measure& measure, double limit, Visit& visit) const
     {
         limit = std::min(limit, std::numeric_limits<double>::max());
         if (isEmpty() || !(measure(_nodes[0].box) <= limit)) return;
-        Stack stack;
+        VisitStack stack;
         for (uint32 n = 0; n != noIndex;)
         {
             const Node& node = _nodes[n];
