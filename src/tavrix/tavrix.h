@@ -36,7 +36,9 @@
 #include <tavrix/foundation/FileStreamEndian.h>
 #include <tavrix/foundation/FileStreamRaw.h>
 #include <tavrix/foundation/FileStreamRawBuffered.h>
+#include <tavrix/foundation/GeometryTree_RL.h>
 #include <tavrix/foundation/List.h>
+#include <tavrix/foundation/Matrix4.h>
 #include <tavrix/foundation/Mesh_RL.h>
 #include <tavrix/foundation/Optional.h>
 #include <tavrix/foundation/ParallelFor.h>
@@ -44,6 +46,7 @@
 #include <tavrix/foundation/Plane3.h>
 #include <tavrix/foundation/PolyParam.h>
 #include <tavrix/foundation/Quaternion.h>
+#include <tavrix/foundation/Ray3.h>
 #include <tavrix/foundation/RenderLayer.h>
 #include <tavrix/foundation/ScalarField3_RL.h>
 #include <tavrix/foundation/Tuple.h>
@@ -87,4 +90,14 @@
 #include <tavrix/meshio/Mesh_BIN_FileParser.h>
 #include <tavrix/meshio/Mesh_OBJ_FileParser.h>
 #include <tavrix/meshio/MeshFileParser.h>
+#include <tavrix/meshio/MeshImporter.h>
 #include <tavrix/meshio/MeshSTLFileParser.h>
+
+#include <tavrix/spatial/BoxDistance.h>
+#include <tavrix/spatial/GeometryNode.h>
+#include <tavrix/spatial/GeometryNodeEx.h>
+#include <tavrix/spatial/GeometryTree.h>
+#include <tavrix/spatial/MeshCollider.h>
+#include <tavrix/spatial/MeshPoint.h>
+#include <tavrix/spatial/RaySlabs.h>
+#include <tavrix/spatial/VisitStack.h>

@@ -42,7 +42,7 @@ void addConvertCommand(CLI::App& app, Command& command)
 {
     const auto options = std::make_shared<Options>();
     CLI::App* convert = app.add_subcommand("convert", "Write a mesh file in another format");
-    convert->add_option("IN", options->input, "Mesh file to read (.obj, .stl or .bin)")
+    convert->add_option("IN", options->input, "Mesh file to read (.obj, .stl, .bin or .ase)")
         ->required()
         ->option_text(" ");
     convert

@@ -99,6 +99,7 @@ uint32 countComponents(const Mesh& mesh)
 std::string formatName(FileKind kind, const std::string& path)
 {
     if (kind == FileKind::ObjMesh) return "OBJ";
+    if (kind == FileKind::AseMesh) return "ASE";
     if (kind == FileKind::BinMesh) return "BIN";
     return isBinaryStl(path) ? "binary STL" : "ASCII STL";
 }

@@ -229,7 +229,7 @@ void addInfoCommand(CLI::App& app, Command& command)
 {
     const auto options = std::make_shared<Options>();
     CLI::App* info = app.add_subcommand("info", "Tell what particle and mesh files hold");
-    info->add_option("FILE", options->inputs, "Particle (.bin) or mesh files (.obj, .stl, .bin)")
+    info->add_option("FILE", options->inputs, "Particle (.bin) or mesh files (.obj, .stl, .bin, .ase)")
         ->required()
         ->option_text("...");
     info->add_flag("--json", options->json, "Print an array of objects, one a file, for other programs");

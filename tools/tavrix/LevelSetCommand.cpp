@@ -20,7 +20,7 @@ const std::map<std::string, FieldLayout> layoutNames{{"regular", FieldLayout::Re
 
 void addFiles(CLI::App& levelset, LevelSetOptions& options)
 {
-    levelset.add_option("IN", options.input, "Mesh (.obj, .stl, .bin) or particle file (.bin)")
+    levelset.add_option("IN", options.input, "Mesh (.obj, .stl, .bin, .ase) or particle file (.bin)")
         ->option_text(" ");
     levelset
         .add_option("-o,--output", options.output,

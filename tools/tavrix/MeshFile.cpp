@@ -8,6 +8,7 @@
 
 #include <tavrix/meshio/Mesh_BIN_FileParser.h>
 #include <tavrix/meshio/Mesh_OBJ_FileParser.h>
+#include <tavrix/meshio/MeshImporter.h>
 #include <tavrix/meshio/MeshSTLFileParser.h>
 #include <tavrix/platform/FileBufferIn.h>
 
@@ -131,6 +132,8 @@ int readAs(FileKind kind, const std::string& path, ArrayOfPtr<Mesh>& meshes)
             return readBin(path, meshes);
         case FileKind::StlMesh:
             return readStl(path, meshes);
+        case FileKind::AseMesh:
+            return parser<MeshImporter>().read_ASE(TX_String(path), meshes);
         case FileKind::Particles:
             break;
     }
@@ -180,10 +183,11 @@ FileKind kindOfFile(const std::string& path)
     const std::string extension = extensionOf(path);
     if (extension == "obj") return FileKind::ObjMesh;
     if (extension == "stl") return FileKind::StlMesh;
+    if (extension == "ase") return FileKind::AseMesh;
     if (extension == "bin")
         throw Failure(path +
                       ": is neither a particle nor a mesh BIN file; export it in one of these formats");
-    throw Failure(path + ": is of no known kind; give a .bin, .obj or .stl file");
+    throw Failure(path + ": is of no known kind; give a .bin, .obj, .stl or .ase file");
 }
 
 bool isBinaryStl(const std::string& path)

@@ -13,7 +13,8 @@ enum class FileKind
     Particles,
     BinMesh,
     ObjMesh,
-    StlMesh
+    StlMesh,
+    AseMesh
 };
 
 /// What kind of file this is: what its first bytes say, else its extension, in capitals or not. Throws
@@ -24,8 +25,9 @@ FileKind kindOfFile(const std::string& path);
 /// many binary files claim in their headers to be ASCII.
 bool isBinaryStl(const std::string& path);
 
-/// What a mesh file holds: its meshes, one a group of an OBJ file, with valid indices; and the number of
-/// faces that a BIN file names and that were left out, for they have corners that it does not hold.
+/// What a mesh file holds: its meshes, one a group of an OBJ file or an object of an ASE file, with valid
+/// indices; and the number of faces that a BIN file names and that were left out, for they have corners that
+/// it does not hold.
 struct MeshFile
 {
     ArrayOfPtr<Mesh> meshes;

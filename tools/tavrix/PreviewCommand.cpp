@@ -129,7 +129,7 @@ void addPreviewCommand(CLI::App& app, Command& command)
         ->group("Run");
     preview->add_flag("-q,--quiet", options->quiet, "Print errors only")->group("Run");
     preview->footer(
-        "Meshes are .obj, .stl and .bin files, particles .bin files.\n\nExamples:\n"
+        "Meshes are .obj, .stl, .bin and .ase files, particles .bin files.\n\nExamples:\n"
         "  tavrix preview water.obj -o water.png\n"
         "  tavrix preview frame_0035.bin water_0035.obj -o both.png --size 900x900\n"
         "  tavrix preview part.stl -o part.png --up z");

@@ -53,7 +53,7 @@ void addSimplifyCommand(CLI::App& app, Command& command)
     const auto options = std::make_shared<Options>();
     CLI::App* simplify =
         app.add_subcommand("simplify", "Join the vertices of a mesh that lie near each other");
-    simplify->add_option("IN", options->input, "Mesh file to read (.obj, .stl or .bin)")
+    simplify->add_option("IN", options->input, "Mesh file to read (.obj, .stl, .bin or .ase)")
         ->required()
         ->option_text(" ");
     simplify->add_option("-o,--output", options->output, "Mesh file to write, needed: .obj, .stl or .bin")

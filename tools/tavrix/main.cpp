@@ -18,6 +18,7 @@
 #include "Interrupt.h"
 #include "LevelSetCommand.h"
 #include "PreviewCommand.h"
+#include "QueryCommand.h"
 #include "SimplifyCommand.h"
 #include "SphereCommand.h"
 #include "SurfaceCommand.h"
@@ -92,6 +93,7 @@ int main(int argc, char** argv)
     addConvertCommand(app, command);
     addSimplifyCommand(app, command);
     addSphereCommand(app, command);
+    addQueryCommand(app, command);
     addInfoCommand(app, command);
 
     std::vector<std::string> arguments = utf8Arguments(argc, argv);

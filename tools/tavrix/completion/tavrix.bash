@@ -50,6 +50,7 @@ _tavrix()
         *:--field-format)
             COMPREPLY=($(compgen -W "$(_tavrix_names --field-format "$program" "$command")" -- "$word"))
             ;;
+        query:-o | query:--output | query:--points) compopt -o filenames 2>/dev/null; COMPREPLY=($(compgen -f -- "$word")) ;;
         *:--up) COMPREPLY=($(compgen -W $'y\nz' -- "$word")) ;;
         preview:--size | *:--preview-size) COMPREPLY=($(compgen -W $'1600x1000\n1920x1080\n3840x2160' -- "$word")) ;;
         *)
@@ -58,11 +59,11 @@ _tavrix()
             elif [ "$command" = surface ]; then
                 _tavrix_files "$word" bin
             elif [ "$command" = convert ] || [ "$command" = simplify ]; then
-                _tavrix_files "$word" obj stl bin
+                _tavrix_files "$word" obj stl bin ase
             elif [ "$command" = sphere ]; then
                 COMPREPLY=($(compgen -W $'20\n500' -- "$word"))
             else
-                _tavrix_files "$word" bin obj stl
+                _tavrix_files "$word" bin obj stl ase
             fi
             ;;
     esac

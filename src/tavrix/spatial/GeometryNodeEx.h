@@ -1,0 +1,24 @@
+#pragma once
+
+#include <tavrix/spatial/GeometryNode.h>
+
+namespace tavrix
+{
+
+/// A node of a tree that is being built, whose children may lie anywhere: `link` names the first, as in a
+/// finished tree, and `child` the second, which there is link + 1. Of a leaf `child` is noIndex.
+template <class Box>
+struct GeometryNodeEx
+{
+    GeometryNode<Box> node;
+    uint32 child;
+
+    static constexpr GeometryNodeEx from(const GeometryNode<Box>& node)
+    {
+        return {node, node.isLeaf() ? noIndex : node.link + 1};
+    }
+};
+
+static_assert(sizeof(GeometryNodeEx<Box3F>) == 36);
+
+}  // namespace tavrix

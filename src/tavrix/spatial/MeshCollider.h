@@ -1,0 +1,86 @@
+#pragma once
+
+#include <limits>
+#include <optional>
+
+#include <tavrix/foundation/Matrix4.h>
+#include <tavrix/mesh/Mesh.h>
+#include <tavrix/spatial/GeometryTree.h>
+#include <tavrix/spatial/MeshPoint.h>
+
+namespace tavrix
+{
+
+/// A copy of a mesh with a tree of boxes over its triangles, which answers where rays hit it, what of it is
+/// near, and what is inside.
+///
+/// Answers do not depend on the tree: they are those of a look at every face, and of equal answers that of
+/// the face with the lowest number. Faces with a corner that does not exist or is not finite are not there
+/// for queries. Computation is in double precision; coordinates are to stay below 1e75, so that it does not
+/// overflow. A query takes O(log faces) on even meshes and allocates nothing on trees of usual depth; several
+/// threads may ask one collider at once.
+class TX_GEOMETRY_API MeshCollider
+{
+public:
+    using Tree = GeometryTree<GeometryNode<Box3F>>;
+
+    MeshCollider();
+    MeshCollider(const MeshCollider& other);
+    MeshCollider& operator=(const MeshCollider& other);
+    virtual ~MeshCollider();
+    void copyFrom(const MeshCollider& other);
+
+    /// Copies the mesh, makes sure that it has smoothed normals (unless a face has a corner that does not
+    /// exist) and builds the tree, refitted to the triangles. A million faces take about a second. The same
+    /// tree for every thread count.
+    void create(const Mesh& mesh, uint32 threadCount = 1);
+    /// The same with all objects of an ASE file, joined. False, and the collider as it was, when the file
+    /// cannot be read or has no faces (MeshImporter::read_ASE tells which).
+    bool create_ASE(const TX_String& path, uint32 threadCount = 1);
+
+    /// Refits the tree after the mesh's positions were changed, with a margin of 2^-23; the faces are the
+    /// same.
+    void recalculateTree();
+    /// Gives the mesh the positions of `source` under the matrix, and its normals (vertex, face and smoothed)
+    /// turned by it, then refits the tree. The source is the mesh that the collider was created with, or one
+    /// with the same faces: false, and nothing changed, when it has another number of positions or faces.
+    bool transformRt(const Matrix4<double>& matrix, const Mesh& source);
+
+    /// The mesh; whoever moves its positions calls recalculateTree, and create when faces change.
+    Mesh& getMesh() { return _mesh; }
+    const Mesh& getMesh() const { return _mesh; }
+    const Tree& getTree() const { return _tree; }
+    Tree& getTree() { return _tree; }
+
+    /// The first hit of the ray, from either side, at most `limit` from its origin; `distance` and `limit`
+    /// are in lengths of the ray's direction. No ray slips through between faces that share an edge or a
+    /// corner. Faces that the ray runs in are not hit, nor are those without area. A ray without direction,
+    /// or that is not finite, hits nothing.
+    std::optional<MeshPoint> castRay(const Ray3D& ray,
+                                     double limit = std::numeric_limits<double>::infinity()) const;
+    /// Whether the ray hits anything; sooner known than what it hits first.
+    bool isHit(const Ray3D& ray, double limit = std::numeric_limits<double>::infinity()) const;
+
+    /// The point of the surface nearest to a point, at most `limit` away. Faces without area count as the
+    /// edges or points that they are. None when the point is not finite.
+    std::optional<MeshPoint> nearestPoint(const Vector3D& point,
+                                          double limit = std::numeric_limits<double>::infinity()) const;
+
+    /// Whether the faces wind around the point: six rays along the axes count how often they come in and out,
+    /// and the mean of the counts is further than 1/2 from 0. For a closed mesh that is exact, also where
+    /// rays run through edges and corners or along faces; overlapping parts are inside, cavities are not, and
+    /// which side the faces look to does not matter as long as they agree. Near holes most rays decide. A
+    /// point on the surface may go either way; one that is not finite is outside.
+    bool isInside(const Vector3D& point) const;
+
+    /// The faces that have a point in common with the closed box, ascending: the triangles themselves are
+    /// tested, not their boxes. What comes closer than rounding in double precision can tell counts as
+    /// touching. `faces` is replaced.
+    void findOverlapping(const Box3D& box, Array<uint32>& faces) const;
+
+private:
+    Mesh _mesh;
+    Tree _tree;
+};
+
+}  // namespace tavrix

@@ -1,0 +1,195 @@
+#include <algorithm>
+#include <cmath>
+
+#include <tavrix/spatial/detail/LineWinding.h>
+#include <tavrix/spatial/detail/RayTriangle.h>
+#include <tavrix/spatial/detail/TriangleBox.h>
+#include <tavrix/spatial/detail/TriangleNearest.h>
+#include <tavrix/spatial/detail/TriangleOverlap.h>
+#include <tavrix/spatial/MeshCollider.h>
+
+namespace tavrix
+{
+
+namespace
+{
+
+/// A ray whose direction's largest component is in [1, 2), by a power of two, so that nothing is rounded.
+struct ScaledRay
+{
+    Ray3D ray;
+    int exponent;  ///< the asked ray's direction is this one's times 2 to its power
+};
+
+/// None when the ray is not finite or has no direction.
+std::optional<ScaledRay> scaled(const Ray3D& ray)
+{
+    const Vector3D& d = ray.direction;
+    if (!isFinite(ray.origin) || !isFinite(d) || d == Vector3D{0, 0, 0}) return std::nullopt;
+    const int exponent = std::ilogb(std::max({std::fabs(d.x), std::fabs(d.y), std::fabs(d.z)}));
+    const auto scale = [exponent](double v) { return std::scalbn(v, -exponent); };
+    return ScaledRay{{ray.origin, {scale(d.x), scale(d.y), scale(d.z)}}, exponent};
+}
+
+/// The corners of a face.
+struct Corners
+{
+    Vector3D a, b, c;
+
+    Vector3D at(const Vector3D& weights) const { return a * weights.x + b * weights.y + c * weights.z; }
+};
+
+/// Gives the corners of the mesh's faces.
+class Faces
+{
+public:
+    explicit Faces(const Mesh& mesh) : _triples(mesh.trindexPos()), _positions(mesh.pos()) {}
+
+    /// False for faces that do not count.
+    bool get(uint32 face, Corners& corners) const
+    {
+        if (!detail::isUsable(_triples, _positions, face)) return false;
+        corners = at(face);
+        return true;
+    }
+    Corners at(uint32 face) const
+    {
+        const Index3& t = _triples[face];
+        return {_positions[t.a], _positions[t.b], _positions[t.c]};
+    }
+
+private:
+    const Array<Index3>& _triples;
+    const Array<Vector3D>& _positions;
+};
+
+/// The nearest face so far; of equally near ones that with the lowest number.
+struct Nearest
+{
+    uint32 face = noIndex;
+    double measure = 0;
+    Vector3D weights{};
+
+    void take(uint32 candidate, double candidateMeasure, const Vector3D& candidateWeights)
+    {
+        if (face != noIndex &&
+            !(candidateMeasure < measure || (candidateMeasure == measure && candidate < face)))
+            return;
+        face = candidate;
+        measure = candidateMeasure;
+        weights = candidateWeights;
+    }
+};
+
+}  // namespace
+
+std::optional<MeshPoint> MeshCollider::castRay(const Ray3D& ray, double limit) const
+{
+    const auto asked = scaled(ray);
+    if (!asked) return std::nullopt;
+    const Faces faces(_mesh);
+    const detail::RayTriangle test(asked->ray);
+    Nearest nearest;
+    _tree.visitRay(asked->ray, std::scalbn(limit, asked->exponent),
+                   [&](uint32 face, double reach)
+                   {
+                       Corners f;
+                       detail::TriangleHit hit;
+                       if (!faces.get(face, f) || !test.hit(f.a, f.b, f.c, hit) || !(hit.t <= reach))
+                           return reach;
+                       nearest.take(face, hit.t, hit.weights);
+                       return hit.t;
+                   });
+    if (nearest.face == noIndex) return std::nullopt;
+    return MeshPoint{nearest.face, std::scalbn(nearest.measure, -asked->exponent), nearest.weights,
+                     faces.at(nearest.face).at(nearest.weights)};
+}
+
+bool MeshCollider::isHit(const Ray3D& ray, double limit) const
+{
+    const auto asked = scaled(ray);
+    if (!asked) return false;
+    const Faces faces(_mesh);
+    const detail::RayTriangle test(asked->ray);
+    bool isFound = false;
+    _tree.visitRay(asked->ray, std::scalbn(limit, asked->exponent),
+                   [&](uint32 face, double reach)
+                   {
+                       Corners f;
+                       detail::TriangleHit hit;
+                       isFound = faces.get(face, f) && test.hit(f.a, f.b, f.c, hit) && hit.t <= reach;
+                       return isFound ? -1 : reach;
+                   });
+    return isFound;
+}
+
+std::optional<MeshPoint> MeshCollider::nearestPoint(const Vector3D& point, double limit) const
+{
+    if (!(limit >= 0)) return std::nullopt;
+    const Faces faces(_mesh);
+    Nearest nearest;
+    _tree.visitNearest(point, limit * limit,
+                       [&](uint32 face, double reach)
+                       {
+                           Corners f;
+                           if (!faces.get(face, f)) return reach;
+                           const auto found = detail::TriangleNearest::to(point, f.a, f.b, f.c);
+                           if (!(found.squared <= reach)) return reach;
+                           nearest.take(face, found.squared, found.weights);
+                           return found.squared;
+                       });
+    if (nearest.face == noIndex) return std::nullopt;
+    return MeshPoint{nearest.face, std::sqrt(nearest.measure), nearest.weights,
+                     faces.at(nearest.face).at(nearest.weights)};
+}
+
+bool MeshCollider::isInside(const Vector3D& point) const
+{
+    if (!isFinite(point)) return false;
+    const Box3F root = _tree.getRootNode();
+    const Vector3F low{detail::floatBelow(point.x), detail::floatBelow(point.y), detail::floatBelow(point.z)};
+    const Vector3F high{detail::floatAbove(point.x), detail::floatAbove(point.y),
+                        detail::floatAbove(point.z)};
+    const Faces faces(_mesh);
+    int32 windings = 0;
+    for (uint32 axis = 0; axis < 3; ++axis)
+    {
+        if (!(root.min[axis] <= high[axis] && low[axis] <= root.max[axis])) return false;
+        Box3F line{low, high};
+        line.min[axis] = root.min[axis];
+        line.max[axis] = root.max[axis];
+        detail::LineWinding winding(point, axis);
+        _tree.visitOverlapping(line,
+                               [&](uint32 face, double reach)
+                               {
+                                   Corners f;
+                                   if (faces.get(face, f)) winding.add(f.a, f.b, f.c);
+                                   return reach;
+                               });
+        windings += winding.sum();
+    }
+    return std::abs(windings) > 3;
+}
+
+void MeshCollider::findOverlapping(const Box3D& box, Array<uint32>& faces) const
+{
+    faces.clear();
+    const Faces corners(_mesh);
+    Box3F outwards;
+    for (uint32 axis = 0; axis < 3; ++axis)
+    {
+        outwards.min[axis] = detail::floatBelow(box.min[axis]);
+        outwards.max[axis] = detail::floatAbove(box.max[axis]);
+    }
+    _tree.visitOverlapping(outwards,
+                           [&](uint32 face, double reach)
+                           {
+                               Corners f;
+                               if (corners.get(face, f) && detail::TriangleOverlap::test(f.a, f.b, f.c, box))
+                                   faces.push_back(face);
+                               return reach;
+                           });
+    std::sort(faces.begin(), faces.end());
+}
+
+}  // namespace tavrix

@@ -1,0 +1,67 @@
+#pragma once
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+#include <tavrix/foundation/Box3.h>
+#include <tavrix/foundation/Ray3.h>
+
+namespace tavrix
+{
+
+/// What rounding may move a point by that is computed from another point and coordinates in a box: 2^-48 of
+/// the largest coordinate.
+inline double roundingReach(const Vector3D& point, const Box3F& box)
+{
+    double largest = 0;
+    for (uint32 axis = 0; axis < 3; ++axis)
+        largest = std::max({largest, std::fabs(double{box.min[axis]}), std::fabs(double{box.max[axis]}),
+                            std::fabs(point[axis])});
+    return largest * 0x1p-48;
+}
+
+/// A ray made ready to be met with many boxes, by the planes that bound them.
+///
+/// Boxes count as larger than they are by roundingReach, so that whatever the ray hits in a box by a
+/// computation in double precision, it meets the box, and no later than it hits.
+class RaySlabs
+{
+public:
+    /// All boxes that come lie in `world`. A ray with a number that is not finite, or without direction,
+    /// meets none.
+    RaySlabs(const Ray3D& ray, const Box3F& world)
+        : _isValid(isFinite(ray.origin) && isFinite(ray.direction) && ray.direction != Vector3D{0, 0, 0})
+    {
+        const double reach = roundingReach(ray.origin, world);
+        for (uint32 axis = 0; axis < 3; ++axis)
+        {
+            _inverse[axis] = 1 / ray.direction[axis];
+            _low[axis] = ray.origin[axis] + reach;
+            _high[axis] = ray.origin[axis] - reach;
+        }
+    }
+
+    /// Where the ray enters the box, in lengths of its direction, 0 when it starts inside; infinity when it
+    /// misses the box.
+    double entry(const Box3F& box) const
+    {
+        double first = 0, last = _isValid ? std::numeric_limits<double>::max() : -1;
+        for (uint32 axis = 0; axis < 3; ++axis)
+        {
+            const double low = (box.min[axis] - _low[axis]) * _inverse[axis];
+            const double high = (box.max[axis] - _high[axis]) * _inverse[axis];
+            const double in = _inverse[axis] < 0 ? high : low, out = _inverse[axis] < 0 ? low : high;
+            // in a plane that the ray runs along these are not numbers, and change nothing
+            first = in > first ? in : first;
+            last = out < last ? out : last;
+        }
+        return first <= last ? first : std::numeric_limits<double>::infinity();
+    }
+
+private:
+    double _inverse[3], _low[3], _high[3];
+    bool _isValid;
+};
+
+}  // namespace tavrix

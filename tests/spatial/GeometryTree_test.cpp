@@ -1,0 +1,318 @@
+#include <tavrix/spatial/GeometryTree.h>
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstring>
+#include <random>
+#include <set>
+
+#include <spatial/PlainTree.h>
+#include <tavrix/platform/detail/CpuFeatures.h>
+#include <tavrix/spatial/detail/IntegratingRows.h>
+
+namespace tavrix
+{
+
+namespace
+{
+
+using Node = GeometryNode<Box3F>;
+using Tree = GeometryTree<Node>;
+using test::PlainTree;
+
+/// Kinds of boxes: corners on a small grid of integers give ties and equal boxes in plenty.
+enum Kind
+{
+    anywhere,
+    onSmallGrid,
+    onLine,
+    flat,
+    equal,
+    growing,
+    lopsided,  ///< an eighth on one side of the first cut, in no order
+    infinite,
+    kindCount
+};
+
+std::vector<Box3F> makeBoxes(uint32 count, Kind kind, uint32 seed)
+{
+    std::mt19937 random(seed);
+    const auto unit = [&] { return static_cast<float>(random() % 65536) / 65536; };
+    std::vector<Box3F> boxes;
+    for (uint32 n = 0; n < count; ++n)
+    {
+        Box3F box;
+        for (uint32 axis = 0; axis < 3; ++axis)
+        {
+            float low = unit() * 100, extent = unit() * 5;
+            if (kind == onSmallGrid || kind == flat)
+                low = std::floor(low / 12), extent = std::floor(extent / 2);
+            if (kind == onLine && axis != 1) low = 0, extent = 1;
+            if (kind == flat && axis == 2) extent = 0;
+            if (kind == lopsided) low = axis > 0 ? 0 : (n % 8 == 0) == (seed % 2 == 0) ? unit() : 9 + unit();
+            if (kind == lopsided) extent = axis > 0 ? 1 : 0.1f;
+            if (kind == equal) low = 3, extent = 2;
+            if (kind == growing) low = 0, extent = std::ldexp(1.0f, static_cast<int>(n % 40));
+            if (kind == infinite && random() % 3 == 0) low = -std::numeric_limits<float>::infinity();
+            if (kind == infinite && random() % 3 == 0) extent = 1e20f;
+            box.min[axis] = low;
+            box.max[axis] = low + extent;
+        }
+        boxes.push_back(box);
+    }
+    return boxes;
+}
+
+Tree makeTree(const std::vector<Box3F>& boxes, uint32 threads = 1)
+{
+    Tree tree;
+    for (uint32 n = 0; n < boxes.size(); ++n) tree.add(boxes[n], n);
+    tree.integrate(threads);
+    return tree;
+}
+
+/// The position of the first node that differs, the number of nodes when none does.
+uint32 firstDifference(const Tree& tree, const PlainTree& plain)
+{
+    if (tree.size() != plain.nodes().size()) return 0;
+    uint32 n = 0;
+    while (n < tree.size() && tree.node(n).link == plain.nodes()[n].link &&
+           tree.node(n).box == plain.nodes()[n].box)
+        ++n;
+    return n;
+}
+
+TEST(GeometryTree, IsThePlainTreeNodeForNode)
+{
+    const auto expectSame = [](uint32 count, Kind kind, uint32 seed)
+    {
+        const std::vector<Box3F> boxes = makeBoxes(count, kind, seed);
+        const PlainTree plain(boxes);
+        EXPECT_EQ(firstDifference(makeTree(boxes, 1 + seed % 3), plain), plain.nodes().size())
+            << count << " boxes of kind " << kind << ", seed " << seed;
+    };
+    for (uint32 seed = 0; seed < 3000; ++seed)
+        expectSame(1 + seed % 49, static_cast<Kind>(seed % kindCount), seed);
+    for (const uint32 count : {63u, 255u, 256u, 257u, 264u, 265u, 600u, 1000u})
+        for (uint32 kind = 0; kind < kindCount; ++kind)
+            expectSame(count, static_cast<Kind>(kind), count + kind);
+    expectSame(264, lopsided, 0);
+    expectSame(264, lopsided, 1);
+    for (const Kind kind : {anywhere, onSmallGrid}) expectSame(10000, kind, 7);
+}
+
+TEST(GeometryTree, KernelsGiveTheSameBytes)
+{
+#if defined(TX_AVX2_KERNELS)
+    if (!detail::hasAvx2()) GTEST_SKIP() << "the processor has no AVX2";
+    using detail::IntegratingRows;
+    for (const Kind kind : {anywhere, onSmallGrid, infinite})
+    {
+        IntegratingRows plain{}, wide{};
+        std::fill(plain.volume, plain.volume + IntegratingRows::capacity, std::nanf(""));
+        wide = plain;
+        for (const Box3F& box : makeBoxes(200, kind, 5))
+            for (IntegratingRows* rows : {&plain, &wide})
+            {
+                for (uint32 axis = 0; axis < 3; ++axis)
+                {
+                    rows->min[axis][rows->count] = box.min[axis];
+                    rows->max[axis][rows->count] = box.max[axis];
+                }
+                rows->volume[rows->count++] = PlainTree::volume(box);
+                rows == &plain ? detail::plain::scoreLastRow(*rows) : detail::avx2::scoreLastRow(*rows);
+            }
+        EXPECT_EQ(std::memcmp(&plain, &wide, sizeof plain), 0) << kind;
+        for (const uint32 row : {0u, 31u, 199u})
+        {
+            detail::plain::rescore(plain, row);
+            detail::avx2::rescore(wide, row);
+        }
+        EXPECT_EQ(std::memcmp(&plain, &wide, sizeof plain), 0) << kind;
+        EXPECT_EQ(detail::plain::bestRow(plain), detail::avx2::bestRow(wide));
+    }
+#else
+    GTEST_SKIP() << "there is one kernel only";
+#endif
+}
+
+/// Children side by side behind their parent, every leaf there once, every box the union of those below.
+void expectWhole(const Tree& tree, uint32 leafCount)
+{
+    ASSERT_EQ(tree.size(), 2 * leafCount - 1);
+    std::set<uint32> children{0}, leaves;
+    for (uint32 n = 0; n < tree.size(); ++n)
+    {
+        const Node& node = tree.node(n);
+        if (node.isLeaf())
+        {
+            leaves.insert(node.geometryIndex());
+            continue;
+        }
+        ASSERT_GT(node.link, n);
+        children.insert({node.link, node.link + 1});
+        EXPECT_EQ(node.box, PlainTree::unionOf(tree.geometry(node.link), tree.geometry(node.link + 1)));
+    }
+    EXPECT_EQ(leaves.size(), leafCount);
+    EXPECT_EQ(children.size(), tree.size());
+}
+
+TEST(GeometryTree, GrowsAndIsRefitted)
+{
+    Tree tree;
+    tree.integrate();
+    EXPECT_TRUE(tree.isEmpty());
+    EXPECT_EQ(tree.getRootNode(), Box3F::empty());
+    const std::vector<Box3F> boxes = makeBoxes(700, anywhere, 1);
+    for (uint32 n = 0; n < 500; ++n) tree.add(boxes[n], n);
+    tree.integrate();
+    for (uint32 n = 500; n < 700; ++n) tree.add(boxes[n], n);
+    tree.integrate();
+    expectWhole(tree, 700);
+
+    for (uint32 n = 0; n < tree.size(); ++n)
+        if (tree.node(n).isLeaf()) tree.geometry(n).max.x += static_cast<float>(n);
+    const Tree stale = tree;
+    const uint32 child = tree.node(0).link;
+    tree.recalculateGeometryNodesNoLeafFromGeometryNodesLeafRecursive(child);
+    EXPECT_NE(tree.geometry(child), stale.geometry(child));
+    EXPECT_EQ(tree.geometry(child + 1), stale.geometry(child + 1));
+    tree.recalculateGeometryNodesNoLeafFromGeometryNodesLeaf();
+    expectWhole(tree, 700);
+    Tree twin;
+    twin.add({}, 1);
+    twin = stale;
+    twin.recalculateGeometryNodesNoLeafFromGeometryNodesLeafRecursive(0);
+    EXPECT_TRUE(std::equal(twin.nodes().begin(), twin.nodes().end(), tree.nodes().begin(),
+                           [](const Node& a, const Node& b) { return a.box == b.box && a.link == b.link; }));
+    tree.clear(100);
+    EXPECT_TRUE(tree.isEmpty());
+    EXPECT_EQ(tree.nodes().capacity(), 100u);
+    tree.add(boxes[0], 3);
+    tree.unreserve();
+    EXPECT_EQ(tree.nodes().capacity(), 1u);
+    EXPECT_EQ(twin.size(), 1399u);
+}
+
+TEST(GeometryTree, MeshLeavesAreCubesUntilRefitted)
+{
+    const Array<Vector3D> positions{{0, 0, 0}, {3, 0, 0}, {0, 4, 0}, {0.1, 1e-50, 16777217}, {NAN, 0, 0}};
+    const Array<Index3> triangles{{0, 1, 2}, {0, 1, 3}, {0, 1, 4}, {0, 1, 5}};
+    Tree tree;
+    tree.integrateMesh(triangles, positions, false);
+    const auto boxOf = [&](uint32 triangle)
+    {
+        for (const Node& node : tree.nodes())
+            if (node.isLeaf() && node.geometryIndex() == triangle) return node.box;
+        return Box3F{};
+    };
+    EXPECT_EQ(boxOf(0), (Box3F{{-0.5f, 0, -2}, {3.5f, 4, 2}}));
+    EXPECT_EQ(boxOf(2), Box3F::empty());
+    EXPECT_EQ(boxOf(3), Box3F::empty());
+    tree.recalculateMesh(triangles, positions, 0);
+    EXPECT_EQ(boxOf(0), (Box3F{{0, 0, 0}, {3, 4, 0}}));
+    EXPECT_EQ(boxOf(1), (Box3F{{0, 0, 0}, {3, std::numeric_limits<float>::denorm_min(), 16777218}}));
+    expectWhole(tree, 4);
+    tree.recalculateMesh(triangles, positions, 0x1p-23f);
+    EXPECT_EQ(boxOf(0).max.x, 3 + 0x1.8p-22f);
+    EXPECT_EQ(boxOf(0).min.x, 0);
+    EXPECT_EQ(boxOf(2), Box3F::empty());
+    tree.clear();
+    tree.integrateMesh({}, positions, true);
+    EXPECT_TRUE(tree.isEmpty());
+}
+
+TEST(GeometryTree, VisitsWhatIsWithinTheLimit)
+{
+    for (const Kind kind : {anywhere, onSmallGrid, growing, flat})
+    {
+        const std::vector<Box3F> boxes = makeBoxes(250, kind, 9);
+        const Tree tree = makeTree(boxes);
+        for (const Box3F& asked : makeBoxes(50, kind == growing ? anywhere : kind, 10))
+        {
+            std::set<uint32> expected, found;
+            for (uint32 n = 0; n < boxes.size(); ++n)
+            {
+                const Box3F& b = boxes[n];
+                bool isApart = false;
+                for (uint32 axis = 0; axis < 3; ++axis)
+                    isApart |= b.max[axis] < asked.min[axis] || asked.max[axis] < b.min[axis];
+                if (!isApart) expected.insert(n);
+            }
+            tree.visitOverlapping(asked, [&](uint32 n, double limit) { return found.insert(n), limit; });
+            EXPECT_EQ(found, expected);
+            uint32 calls = 0;
+            tree.visitOverlapping(asked, [&](uint32, double) { return ++calls, -1; });
+            EXPECT_EQ(calls, expected.empty() ? 0u : 1u);
+        }
+    }
+}
+
+TEST(GeometryTree, DeepTreesAreVisitedToTheEnd)
+{
+    // each box as far again as those before make a chain of nodes, each a leaf and the rest of the chain
+    constexpr uint32 count = 120;
+    Tree tree;
+    for (uint32 n = 0; n < count; ++n)
+    {
+        const float x = std::ldexp(1.0f, static_cast<int>(n));
+        tree.add({{x, 0, 0}, {x, 1, 1}}, n);
+    }
+    tree.integrate();
+    // brought to even distances, the deepest nearest: every other leaf has to wait until the end is reached
+    std::vector<uint32> expected;
+    for (uint32 pair = tree.node(0).link; pair != noIndex;)
+    {
+        uint32 next = noIndex;
+        for (const uint32 n : {pair, pair + 1})
+        {
+            if (!tree.node(n).isLeaf())
+            {
+                next = tree.node(n).link;
+                continue;
+            }
+            const auto x = static_cast<float>(count - expected.size());
+            tree.geometry(n) = {{x, 0, 0}, {x, 1, 1}};
+            expected.insert(expected.begin(), tree.node(n).geometryIndex());
+        }
+        pair = next;
+    }
+    ASSERT_EQ(expected.size(), count);
+    tree.recalculateGeometryNodesNoLeafFromGeometryNodesLeaf();
+    std::vector<uint32> found;
+    const auto visit = [&](uint32 n, double limit) { return found.push_back(n), limit; };
+    tree.visitNearest({0, 0, 0}, std::numeric_limits<double>::infinity(), visit);
+    EXPECT_EQ(found, expected);
+    found.clear();
+    tree.visitRay({{0, 0.5, 0.5}, {2, 0, 0}}, 5.1, visit);
+    EXPECT_EQ(found, std::vector<uint32>(expected.begin(), expected.begin() + 10));
+}
+
+class CountingRender : public GeometryTree_RL_Dummy
+{
+public:
+    explicit CountingRender(int& level) : _level(level) {}
+    void render(const Tree&, int level) override { _level = level; }
+
+private:
+    int& _level;
+};
+
+TEST(GeometryTree, HandsDrawingOn)
+{
+    Tree tree;
+    tree.render(1);
+    tree.initializeRenderObject();
+    ASSERT_NE(tree.getGeometryTree_RL(), nullptr);
+    int level = 0;
+    tree.setGeometryTree_RL(new CountingRender(level));
+    const Tree copy(tree);
+    EXPECT_EQ(copy.getGeometryTree_RL(), nullptr);
+    tree.render(7);
+    EXPECT_EQ(level, 7);
+}
+
+}  // namespace
+
+}  // namespace tavrix

@@ -1,0 +1,89 @@
+"""Tests of `tavrix query`, from outside.
+
+    query_test.py PROGRAM [EMULATOR...]"""
+
+import csv
+import io
+import os
+import sys
+import unittest
+
+from mesh_file import CUBE_FACES, CUBE_POINTS, binary_stl, obj_file
+from program import ProgramTest
+
+HEADING = "query,ox,oy,oz,dx,dy,dz,distance,x,y,z,face,a,b,c,inside"
+
+
+def ase_file(points, faces):
+    vertices = "".join(f"\t\t\t*MESH_VERTEX {n}\t{x}\t{y}\t{z}\r\n" for n, (x, y, z) in enumerate(points))
+    lines = "".join(f"\t\t\t*MESH_FACE {n}:  A: {a} B: {b} C: {c} AB: 1\r\n" for n, (a, b, c) in enumerate(faces))
+    return (f'*GEOMOBJECT {{\r\n*NODE_NAME "cube"\r\n*MESH {{\r\n*MESH_VERTEX_LIST {{\r\n{vertices}}}\r\n'
+            f"*MESH_FACE_LIST {{\r\n{lines}}}\r\n}}\r\n}}\r\n").encode()
+
+
+class Query(ProgramTest):
+    """The mesh is the cube from (0, 0, 0) to (2, 2, 2)."""
+
+    def setUp(self):
+        super().setUp()
+        self.write("cube.obj", obj_file(CUBE_POINTS, CUBE_FACES))
+
+    def table(self, text):
+        self.assertEqual(text.splitlines()[0], HEADING)
+        return list(csv.DictReader(io.StringIO(text)))
+
+    def ask(self, *arguments):
+        return self.table(self.succeed("query", *arguments))
+
+    def numbers(self, row, *names):
+        return [float(row[name]) for name in names]
+
+    def test_rays_and_points(self):
+        rows = self.ask("cube.obj", "--nearest", "-3,1,0.5", "--ray", "1,0.5,10,0,0,-2", "--ray", "-1,5,0,0,1,0",
+                        "--nearest", "1,1,1.75")
+        self.assertEqual([row["query"] for row in rows], ["ray", "ray", "point", "point"])
+        hit, missed, outside, inside = rows
+        self.assertEqual(self.numbers(hit, "distance", "x", "y", "z", "dz"), [4, 1, 0.5, 2, -2])
+        corners = [CUBE_POINTS[n] for n in CUBE_FACES[int(hit["face"])]]
+        weights = self.numbers(hit, "a", "b", "c")
+        self.assertEqual([sum(w * p[axis] for w, p in zip(weights, corners)) for axis in range(3)], [1, 0.5, 2])
+        self.assertEqual([missed[name] for name in ("distance", "x", "face", "c", "inside")], [""] * 5)
+        self.assertEqual(self.numbers(outside, "distance", "x", "y", "z", "inside"), [3, 0, 1, 0.5, 0])
+        self.assertEqual(self.numbers(inside, "distance", "z", "inside"), [0.25, 2, 1])
+
+    def test_every_format_and_files_of_queries(self):
+        expected = self.succeed("query", "cube.obj", "--ray", "1,0.5,10,0,0,-2", "--nearest", "1,1,1.75")
+        self.write("cube.ase", ase_file(CUBE_POINTS, CUBE_FACES))
+        self.write("cube.stl", binary_stl(CUBE_POINTS, CUBE_FACES))
+        for content in (b"ox,oy,oz\n1,0.5,10,0,0,-2\n1,1,1.75\n", b"1; .5; 10; 0; 0; -2\r\n\r\n 1 1\t1.75",):
+            self.write("asked.csv", content)
+            for name in ("cube.obj", "cube.ase", "cube.stl"):
+                self.assertEqual(self.succeed("query", name, "--points", "asked.csv"), expected, name)
+        summary = self.succeed("query", "cube.ase", "--points", "asked.csv", "-o", "out.csv", "--threads", "3")
+        self.assertRegex(summary, r"\Aanswers +2, from 12 faces -> out.csv\n\Z")
+        self.assertEqual((self.folder / "out.csv").read_text(), expected)
+        self.assertEqual(self.succeed("query", "cube.ase", "--points", "asked.csv", "-o", "out.csv", "-q"), "")
+        self.assertIn("ASE mesh", self.succeed("info", "cube.ase"))
+
+    def test_failures_leave_nothing_behind(self):
+        self.write("bad.csv", b"x,y,z\n1,2,3\n1,2,nan\n")
+        self.write("long.csv", b"1,2,3,4,5,6,7\n")
+        self.write("heading.csv", b"1,2,3\nx,y,z\n")
+        self.write("bad.ase", b"*MESH {\n")
+        before = sorted(os.listdir(self.folder))
+        for arguments, status, word in (("cube.obj --points bad.csv -o out.csv", 1, "bad.csv:3"),
+                                        ("cube.obj --points long.csv", 1, "long.csv:1"),
+                                        ("cube.obj --points heading.csv", 1, "heading.csv:2"),
+                                        ("cube.obj --points missing.csv", 1, "missing.csv"),
+                                        ("bad.ase --nearest 1,2,3", 1, "bad.ase"),
+                                        ("missing.obj --nearest 1,2,3", 1, "missing.obj"),
+                                        ("cube.obj --nearest 1,2,3 -o missing/out.csv", 1, "missing/out.csv"),
+                                        ("cube.obj --nearest 1,2", 2, "1,2"), ("cube.obj --ray 1,2,3", 2, "1,2,3"),
+                                        ("cube.obj --nearest 1,2,inf", 2, "inf"), ("cube.obj", 2, "--points")):
+            with self.subTest(arguments):
+                self.assert_refused(self.run_program("query", *arguments.split()), status, word)
+                self.assertEqual(sorted(os.listdir(self.folder)), before)
+
+
+if __name__ == "__main__":
+    unittest.main(argv=sys.argv[:1])
