@@ -94,7 +94,7 @@ TEST(MeshMemory, StaysSoundWhereverAnAllocationFails)
             ASSERT_LT(n, 2000) << name;
             {
                 Mesh mesh = makeFullMesh();
-                failed = test::failsAtAllocation(n, [&] { operation(mesh); });
+                failed = test::failsAtAllocation(n, [&, &run = operation] { run(mesh); });
                 EXPECT_TRUE(isSound(mesh)) << name << ", allocation " << n;
             }
             ASSERT_EQ(TX_ArrayServer::instance().arrayCount(), before) << name << ", allocation " << n;
