@@ -1,44 +1,14 @@
-// Allocations fail on purpose here, by replacing the global operator new. On Windows the library has an
-// operator new of its own, which cannot be replaced from outside.
 #if !defined(_WIN32)
 
 #include <gtest/gtest.h>
 
-#include <atomic>
-#include <cstdlib>
 #include <functional>
-#include <new>
 #include <utility>
 
 #include <tavrix/mesh/MeshTopology.h>
 
+#include "FailingAllocations.h"
 #include "mesh/TestMeshes.h"
-
-namespace
-{
-
-/// Allocations until one fails; negative: none does.
-std::atomic<int> allocationsLeft = -1;
-
-bool failsNow() { return allocationsLeft >= 0 && allocationsLeft-- == 0; }
-
-}  // namespace
-
-// Inlined into each other's callers, they would look like a mismatched pair to the compiler.
-[[gnu::noinline]] void* operator new(std::size_t size)
-{
-    void* block = failsNow() ? nullptr : std::malloc(size);
-    if (!block) throw std::bad_alloc();
-    return block;
-}
-
-[[gnu::noinline]] void* operator new(std::size_t size, const std::nothrow_t&) noexcept
-{
-    return failsNow() ? nullptr : std::malloc(size);
-}
-
-[[gnu::noinline]] void operator delete(void* block) noexcept { std::free(block); }
-[[gnu::noinline]] void operator delete(void* block, std::size_t) noexcept { std::free(block); }
 
 namespace tavrix
 {
@@ -124,15 +94,7 @@ TEST(MeshMemory, StaysSoundWhereverAnAllocationFails)
             ASSERT_LT(n, 2000) << name;
             {
                 Mesh mesh = makeFullMesh();
-                allocationsLeft = n;
-                try
-                {
-                    operation(mesh);
-                }
-                catch (const std::bad_alloc&)
-                {
-                }
-                failed = allocationsLeft.exchange(-1) < 0;
+                failed = test::failsAtAllocation(n, [&, &run = operation] { run(mesh); });
                 EXPECT_TRUE(isSound(mesh)) << name << ", allocation " << n;
             }
             ASSERT_EQ(TX_ArrayServer::instance().arrayCount(), before) << name << ", allocation " << n;
@@ -148,16 +110,12 @@ TEST(MeshMemory, ListsThatFailedAreBuiltTheNextTime)
     for (int n = 0; n < 20; ++n)
     {
         Mesh mesh = makeTerrain(9);
-        allocationsLeft = n;
-        try
-        {
-            mesh.createSafe_arrBindexFacedge();
-            mesh.createSafe_PosConnectivityToPos();
-        }
-        catch (const std::bad_alloc&)
-        {
-        }
-        allocationsLeft = -1;
+        test::failsAtAllocation(n,
+                                [&]
+                                {
+                                    mesh.createSafe_arrBindexFacedge();
+                                    mesh.createSafe_PosConnectivityToPos();
+                                });
         mesh.createSafe_PosConnectivityToPos();
         mesh.createSafe_arrBindexFacedge();
         EXPECT_EQ(mesh.posPosData(), whole.posPosData()) << n;

@@ -426,6 +426,9 @@ TEST(ParticleSystem_v2, FindsTheLiveOneOfEqualIds)
     EXPECT_FALSE(system.remove(9));
     EXPECT_EQ(system.getParticlesCount(), 1u);
     EXPECT_EQ(system.addParticle().getId(), 10u) << "removal does not lower the greatest id";
+
+    system.addParticle(~uint64{0});
+    for (const uint64 id : {0u, 1u, 2u}) EXPECT_EQ(system.addParticle().getId(), id) << "after the last id";
 }
 
 TEST(ParticleSystem_v2, IterationEndsAtAChunkOfOneEntry)

@@ -234,6 +234,18 @@ class Manners(SurfaceTest):
         self.mesh()
         self.assertEqual(result.stdout, (self.folder / "out.obj").read_text())
 
+    @on_linux
+    def test_standard_output_in_a_file_is_appended_to(self):
+        self.write_particles(block(3, 0.05))
+        self.mesh()
+        self.write("log", b"before\n")
+        with open(self.folder / "log", "ab") as log:
+            self.assertEqual(self.surface(output="/dev/stdout", stdout=log).returncode, 0)
+            log.write(b"after\n")
+        mesh = (self.folder / "out.obj").read_bytes()
+        self.assertEqual((self.folder / "log").read_bytes(), b"before\n" + mesh + b"after\n")
+        self.assertEqual(sorted(os.listdir(self.folder)), ["in.bin", "log", "out.obj"])
+
     def test_quiet_says_nothing(self):
         self.write_particles([*block(3, 0.05), (nan, 0, 0)])
         result = self.surface("--quiet")

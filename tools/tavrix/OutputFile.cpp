@@ -1,6 +1,8 @@
 #include "OutputFile.h"
 
 #include <filesystem>
+#include <fstream>
+#include <iostream>
 
 #include "Failure.h"
 #include "FileName.h"
@@ -23,6 +25,18 @@ fs::path freeNameBeside(const fs::path& target)
         std::error_code error;
         if (!fs::exists(fs::symlink_status(candidate, error))) return candidate;
     }
+}
+
+/// Appends a file to standard output, behind what others have written there; false when that fails.
+bool copyToStandardOutput(const fs::path& path)
+{
+    std::ifstream file(path, std::ios::binary);
+    return static_cast<bool>(std::cout << file.rdbuf() << std::flush);
+}
+
+[[noreturn]] void refuseUnwritten(const std::string& target)
+{
+    throw Failure(target + ": cannot be written; is the disk full or the folder protected?");
 }
 
 }  // namespace
@@ -49,9 +63,16 @@ void writeFileWhole(const std::string& target, const std::function<int(const std
     if (write(utf8Of(beside)) != 0)
     {
         if (!direct) fs::remove(beside, error);
-        throw Failure(target + ": cannot be written; is the disk full or the folder protected?");
+        refuseUnwritten(target);
     }
     if (direct) return;
+    if (isStandardOutput(target))
+    {
+        const bool isCopied = copyToStandardOutput(beside);
+        fs::remove(beside, error);
+        if (!isCopied) refuseUnwritten(target);
+        return;
+    }
     if (fs::exists(status)) fs::permissions(beside, status.permissions(), error);
     fs::rename(beside, path, error);
     if (error)

@@ -336,7 +336,10 @@ bool Vector3Simplifier<T>::simplify(const Positions& posIn, Positions& posOut, c
 {
     const bool merged = simplifyConst(posIn, params, mode);
     if (merged)
+    {
+        trimOutput();
         handOver(posOut);
+    }
     else
         posOut = posIn;
     return merged;
@@ -356,16 +359,18 @@ bool Vector3Simplifier<T>::snap(Positions& pos, const Params& params, V3S_SIMP_M
     return true;
 }
 
-/// Moves the output to the caller; the room that it was given for as many points as came in does not go
-/// along.
+/// Frees the room that the output was given for as many points as came in.
 template <std::floating_point T>
-void Vector3Simplifier<T>::handOver(Positions& pos) const
+void Vector3Simplifier<T>::trimOutput() const
 {
-    pos = std::exchange(_arrPosOut, {});
-    pos.reserve(pos.size());
+    _arrPosOut.reserve(_arrPosOut.size());
 }
 
-/// Whether the height of a triangle of output points over its longest edge exceeds the tolerance.
+template <std::floating_point T>
+void Vector3Simplifier<T>::handOver(Positions& pos) const noexcept
+{
+    pos = std::exchange(_arrPosOut, {});
+}
 
 template class Vector3Simplifier<float>;
 template class Vector3Simplifier<double>;

@@ -38,7 +38,8 @@ enum class V3S_SIMP_MODE : uint32
 /// points of one family merge, and output points come family by family in ascending order; points beyond the
 /// end of the family array are of family noIndex. Further tolerances keep the families of what was merged.
 ///
-/// Triangle indices that name no point stay as they are. Every input array may be the output array as well.
+/// Triangle indices that name no point stay as they are. Every input array may be the output array as well;
+/// when memory runs out, std::bad_alloc leaves points and triangles that were to be replaced as they were.
 ///
 /// O(n) memory, O(n log n) time at worst; for large inputs the sorts are linear. Operations are const, but
 /// keep the state of a pass, the output and the dictionary in members: one instance serves one thread at a
@@ -161,7 +162,8 @@ private:
     bool resetUnmerged(const Positions& pos) const;
     void mergeFurther(const Params& params, V3S_SIMP_MODE mode, bool& merged) const;
     void carryFamilies(Indices& carried) const;
-    void handOver(Positions& pos) const;
+    void trimOutput() const;
+    void handOver(Positions& pos) const noexcept;
     const Vector3<T>& pointAt(uint32 place) const { return (*_pos)[_work[place].b]; }
     Index3 translated(const Index3& tri) const;
     template <class Drop>

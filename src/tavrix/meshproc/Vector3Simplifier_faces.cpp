@@ -34,10 +34,16 @@ template <std::floating_point T>
 bool Vector3Simplifier<T>::simplify(const Positions& posIn, const Triangles& trisIn, Positions& posOut,
                                     Triangles& trisOut, const Params& params, V3S_SIMP_MODE mode) const
 {
-    const bool merged = simplify(posIn, posOut, params, mode);
+    const bool merged = simplifyConst(posIn, params, mode);
+    if (merged) trimOutput();
     trisOut = trisIn;
     if (merged)
+    {
         for (Index3& tri : trisOut) tri = translated(tri);
+        handOver(posOut);
+    }
+    else
+        posOut = posIn;
     return merged;
 }
 
@@ -48,13 +54,15 @@ bool Vector3Simplifier<T>::simplifyOverwrite(Positions& pos, Triangles& tris, co
     return simplify(pos, tris, pos, tris, params, mode);
 }
 
-/// Merges points, lets drop() renumber the triangles and drop some, and hands the points over.
+/// Merges points, lets drop() renumber the triangles and drop some, and hands the points over. Nothing can
+/// fail once drop() has begun with the triangles.
 template <std::floating_point T>
 template <class Drop>
 bool Vector3Simplifier<T>::mergeAndDrop(Positions& pos, const Params& params, V3S_SIMP_MODE mode,
                                         Drop drop) const
 {
     const bool merged = simplifyConst(pos, params, mode);
+    if (merged) trimOutput();
     const bool dropped = drop();
     if (merged) handOver(pos);
     return merged || dropped;
@@ -73,10 +81,12 @@ bool Vector3Simplifier<T>::simplifyRemovingDegenerateTrindices(Positions& pos, T
                                                                Indices& posDict, Indices& triDict,
                                                                const Params& params, V3S_SIMP_MODE mode) const
 {
-    const bool changed = mergeAndDrop(
-        pos, params, mode, [&] { return faces_translateRemoveDegenerateTrindicesDictionary(tris, triDict); });
-    posDict = _arrPosDict;
-    return changed;
+    return mergeAndDrop(pos, params, mode,
+                        [&]
+                        {
+                            posDict = _arrPosDict;
+                            return faces_translateRemoveDegenerateTrindicesDictionary(tris, triDict);
+                        });
 }
 
 template <std::floating_point T>
@@ -92,10 +102,12 @@ bool Vector3Simplifier<T>::simplifyRemovingDegenerateFaces(Positions& pos, Trian
                                                            Indices& triDict, const Params& params,
                                                            V3S_SIMP_MODE mode) const
 {
-    const bool changed = mergeAndDrop(
-        pos, params, mode, [&] { return faces_translateRemoveDegenerateDictionary(tris, triDict, params); });
-    posDict = _arrPosDict;
-    return changed;
+    return mergeAndDrop(pos, params, mode,
+                        [&]
+                        {
+                            posDict = _arrPosDict;
+                            return faces_translateRemoveDegenerateDictionary(tris, triDict, params);
+                        });
 }
 
 template <std::floating_point T>

@@ -126,7 +126,7 @@ int32 ParticleSystemChunk_v2::findInChunk(uint64 id)
     if (!_sortedById) sortChunkById();
     // Ids are not checked for uniqueness, and released entries keep theirs: a live one may hide behind
     // others.
-    uint32 position = lowerBound(id);
+    uint32 position = std::max(lowerBound(id), _firstLive);
     while (position < _entries.size() && _entries[position].id == id && _entries[position].released)
         ++position;
     const bool found = position < _entries.size() && _entries[position].id == id;
@@ -183,7 +183,9 @@ void ParticleSystemChunk_v2::sortChunkById()
                                                            refParticleEntryComparator_v2());
         if (middle != end)
         {
-            std::stable_sort(middle, end, refParticleEntryComparator_v2());
+            // One particle that took the place of another leaves two runs, which need no sort.
+            if (!std::is_sorted(middle, end, refParticleEntryComparator_v2()))
+                std::stable_sort(middle, end, refParticleEntryComparator_v2());
             std::inplace_merge(begin, middle, end, refParticleEntryComparator_v2());
             _firstReleased = 0;
         }

@@ -48,7 +48,12 @@ uint16 ParticleSystem_v2::getChunkSize(uint32 i) const noexcept
 
 const List<ParticleSystemChunk_v2>& ParticleSystem_v2::getChunks() const noexcept { return _storage->chunks; }
 
-Particle_v2 ParticleSystem_v2::addParticle() { return addParticle(_storage->greatestParticleId + 1); }
+Particle_v2 ParticleSystem_v2::addParticle()
+{
+    const Particle_v2 particle = addParticle(_storage->greatestParticleId + 1);
+    _storage->greatestParticleId = particle.getId();  // lower only after 2^64 - 1
+    return particle;
+}
 
 Particle_v2 ParticleSystem_v2::addParticle(uint64 id)
 {

@@ -33,7 +33,7 @@ using ParticleChannelData_v2 = Array<ParticleChannelChunkData_v2*>;
 /// particles array and the render object are each one's own.
 ///
 /// Systems, copies included, are to be used by one thread at a time. When memory runs out, std::bad_alloc
-/// leaves the system as it was (addParticles: with the particles added so far).
+/// leaves the system as it was (addParticles: with the particles added so far; addChannel: the id consumed).
 class TX_GEOMETRY_API ParticleSystem_v2
 {
 public:
@@ -73,7 +73,7 @@ public:
     static const ParticleChannel_v2 invalidChannel_;
 
     /// Adds a particle with the channels' default values. Without an id it gets the greatest that was ever
-    /// added, plus one: 1, 2, 3, ... in a new or cleared system.
+    /// added, plus one: 1, 2, 3, ... in a new or cleared system, and after 2^64 - 1 again 0, 1, 2, ...
     Particle_v2 addParticle();
     Particle_v2 addParticle(uint64 id);
     /// Removes a particle; false when there is none. A chunk that is left without any is destroyed.
