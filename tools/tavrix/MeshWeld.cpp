@@ -12,6 +12,28 @@
 namespace tavrix::tool
 {
 
+namespace
+{
+
+/// Leaves out the positions that no face has for a corner; the others keep their order.
+void dropUnusedPositions(Mesh& mesh)
+{
+    Array<Vector3D>& positions = mesh.refPos();
+    Array<uint32> place(positions.size(), noIndex);
+    for (const Index3& face : mesh.trindexPos()) place[face.a] = place[face.b] = place[face.c] = 0;
+    uint32 used = 0;
+    for (uint32 i = 0; i < place.size(); ++i)
+    {
+        if (place[i] == noIndex) continue;
+        place[i] = used;
+        positions[used++] = positions[i];
+    }
+    positions.resize(used);
+    for (Index3& face : mesh.refTrindexPos()) face = {place[face.a], place[face.b], place[face.c]};
+}
+
+}  // namespace
+
 void weldMesh(Mesh& mesh, const WeldOptions& options)
 {
     using Simplifier = Vector3Simplifier<double>;
@@ -30,6 +52,7 @@ void weldMesh(Mesh& mesh, const WeldOptions& options)
     else
         simplifier.simplifyRemovingDegenerateTrindices(welded.refPos(), welded.refTrindexPos(), tolerances,
                                                        V3S_SIMP_MODE::center);
+    dropUnusedPositions(welded);
     mesh = std::move(welded);
 }
 

@@ -17,8 +17,8 @@ struct WeldOptions
     bool dropThin = false;  ///< also faces no higher than the last tolerance
 };
 
-/// Joins vertices and drops the faces whose corners came together. Nothing is kept but the name, positions
-/// and faces. Without vertices to join and faces to drop, those stay as they are.
+/// Joins vertices, drops the faces whose corners came together, and leaves out vertices without a face.
+/// Nothing is kept but the name, positions and faces, whose indices must be valid.
 void weldMesh(Mesh& mesh, const WeldOptions& options);
 
 /// The same for each of a file's meshes, with smooth normals, which keep creases, when `withNormals`. Throws

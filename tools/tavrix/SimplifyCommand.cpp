@@ -75,9 +75,9 @@ void addSimplifyCommand(CLI::App& app, Command& command)
     simplify->add_flag("--ascii", options->ascii, "Write STL as text; binary when absent");
     simplify->add_flag("-q,--quiet", options->quiet, "Print errors only");
     simplify->footer(
-        "\nFaces whose corners come together are dropped, and normals are made anew, with edges\n"
-        "kept where faces meet at more than 40 degrees. Texture coordinates and velocities are\n"
-        "lost. Each group of an OBJ file is simplified by itself.\n\n"
+        "\nFaces whose corners come together are dropped, and vertices without a face. Normals\n"
+        "are made anew, with edges kept where faces meet at more than 40 degrees. Texture\n"
+        "coordinates and velocities are lost. Each group of an OBJ file is simplified by itself.\n\n"
         "Examples:\n"
         "  tavrix simplify part.stl -o part.obj --tolerance 0\n"
         "  tavrix simplify scan.obj -o small.obj --tolerance 0.1 --tolerance 0.4 --drop-thin");
