@@ -305,6 +305,25 @@ TEST(MeshCollider, FindsTheNearestPoint)
     }
 }
 
+TEST(MeshCollider, FindsTheFootOfDistantPoints)
+{
+    Random random(8);
+    for (uint32 n = 0; n < 200; ++n)
+    {
+        const Vector3D a = random.vector(false), b = random.vector(false), c = random.vector(false);
+        const Vector3D normal = cross(b - a, c - a), foot = a * 0.3 + b * 0.4 + c * 0.3,
+                       along = (a + b) * 0.5;
+        if (length(normal) < 0.3) continue;
+        Mesh mesh;
+        mesh.refPos() = {a, b, c};
+        mesh.refTrindexPos() = {{0, 1, 2}};
+        const MeshCollider collider = makeCollider(mesh);
+        const Vector3D over = normal * (1e6 / length(normal)), beside = cross(b - a, over);
+        EXPECT_LT(length(collider.nearestPoint(foot + over)->position - foot), 1e-8);
+        EXPECT_LT(length(collider.nearestPoint(along + over + beside)->position - along), 1e-8);
+    }
+}
+
 /// Whether anything of a triangle is left when a box's planes have cut it.
 bool isLeftOver(const Corners& t, const Box3D& box)
 {
