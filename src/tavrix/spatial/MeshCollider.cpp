@@ -39,18 +39,42 @@ MeshCollider& MeshCollider::operator=(const MeshCollider& other)
 }
 MeshCollider::~MeshCollider() = default;
 
+/// Leaves no tree, rather than that of another mesh or part of one, when filling fails.
+template <class Fill>
+void MeshCollider::fillOrClearTree(const Fill& fill)
+{
+    try
+    {
+        fill();
+    }
+    catch (...)
+    {
+        _tree.clear();
+        throw;
+    }
+}
+
 void MeshCollider::copyFrom(const MeshCollider& other)
 {
-    _mesh.copyFrom(other._mesh, true);
-    _tree.assign(other._tree);
+    fillOrClearTree(
+        [&]
+        {
+            _mesh.copyFrom(other._mesh, true);
+            _tree.assign(other._tree);
+        });
 }
 
 void MeshCollider::create(const Mesh& mesh, uint32 threadCount)
 {
-    _mesh.copyFrom(mesh, true);
-    if (detail::neededEntries(_mesh.trindexPos()) <= _mesh.getPosSize()) _mesh.createSafe_arrNorSurface();
-    _tree.clear();
-    _tree.integrateMesh(_mesh.trindexPos(), _mesh.pos(), true, threadCount);
+    fillOrClearTree(
+        [&]
+        {
+            _mesh.copyFrom(mesh, true);
+            if (detail::neededEntries(_mesh.trindexPos()) <= _mesh.getPosSize())
+                _mesh.createSafe_arrNorSurface();
+            _tree.clear();
+            _tree.integrateMesh(_mesh.trindexPos(), _mesh.pos(), true, threadCount);
+        });
 }
 
 bool MeshCollider::create_ASE(const TX_String& path, uint32 threadCount)

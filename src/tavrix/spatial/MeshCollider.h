@@ -19,6 +19,8 @@ namespace tavrix
 /// for queries. Computation is in double precision; coordinates are to stay below 1e75, so that it does not
 /// overflow. A query takes O(log faces) on even meshes and allocates nothing on trees of usual depth; several
 /// threads may ask one collider at once.
+///
+/// When memory runs out, creating and copying leave a collider that finds nothing.
 class TX_GEOMETRY_API MeshCollider
 {
 public:
@@ -79,6 +81,9 @@ public:
     void findOverlapping(const Box3D& box, Array<uint32>& faces) const;
 
 private:
+    template <class Fill>
+    void fillOrClearTree(const Fill& fill);
+
     Mesh _mesh;
     Tree _tree;
 };
