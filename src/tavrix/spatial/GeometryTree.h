@@ -83,7 +83,8 @@ public:
     /// Gives every leaf the box of its triangle, rounded outwards to single precision, and refits the nodes
     /// above. Each side moves outwards by its own distance from the origin plane times `margin` before that,
     /// so that 2^-23 means one or two units in the last place. O(nodes).
-    void recalculateMesh(const Array<Index3>& triangles, const Array<Vector3D>& positions, float margin);
+    void recalculateMesh(const Array<Index3>& triangles, const Array<Vector3D>& positions, float margin,
+                         uint32 threadCount = 1);
 
     /// Refits all internal nodes: each becomes the smallest box that holds its two children.
     void recalculateGeometryNodesNoLeafFromGeometryNodesLeaf();

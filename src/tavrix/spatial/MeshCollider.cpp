@@ -71,7 +71,7 @@ void MeshCollider::create(const Mesh& mesh, uint32 threadCount)
         {
             _mesh.copyFrom(mesh, true);
             if (detail::neededEntries(_mesh.trindexPos()) <= _mesh.getPosSize())
-                _mesh.createSafe_arrNorSurface();
+                _mesh.createSafe_arrNorSurface(threadCount);
             _tree.clear();
             _tree.integrateMesh(_mesh.trindexPos(), _mesh.pos(), true, threadCount);
         });
