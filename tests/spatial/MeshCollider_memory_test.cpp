@@ -18,16 +18,23 @@ namespace
 /// Allocations until one fails; negative: none does.
 std::atomic<int> allocationsLeft = -1;
 
+bool failsNow() { return allocationsLeft >= 0 && allocationsLeft-- == 0; }
+
 }  // namespace
 
 // Inlined into each other's callers, they would look like a mismatched pair to the compiler.
 [[gnu::noinline]] void* operator new(std::size_t size)
 {
-    const bool failsNow = allocationsLeft >= 0 && allocationsLeft-- == 0;
-    void* block = failsNow ? nullptr : std::malloc(size);
+    void* block = failsNow() ? nullptr : std::malloc(size);
     if (!block) throw std::bad_alloc();
     return block;
 }
+
+[[gnu::noinline]] void* operator new(std::size_t size, const std::nothrow_t&) noexcept
+{
+    return failsNow() ? nullptr : std::malloc(size);
+}
+
 [[gnu::noinline]] void operator delete(void* block) noexcept { std::free(block); }
 [[gnu::noinline]] void operator delete(void* block, std::size_t) noexcept { std::free(block); }
 
