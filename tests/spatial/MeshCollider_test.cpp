@@ -490,6 +490,15 @@ TEST(MeshCollider, FollowsItsMesh)
     EXPECT_TRUE(before.castRay({{1, 0, 5}, {0, 0, -1}}));
     EXPECT_FALSE(collider.transformRt(matrix, makeCube(0, 1)));
 
+    // a face without a corner keeps smoothed normals from being computed, not the mesh from moving
+    Mesh broken = source;
+    broken.refTrindexPos().push_back({0, 1, 1000000});
+    Mesh withNormals = before.getMesh();
+    withNormals.refTrindexPos() = broken.trindexPos();
+    collider.create(withNormals);
+    ASSERT_TRUE(collider.transformRt(matrix, broken));
+    EXPECT_NEAR(collider.castRay({{0, 1, 0}, {1, 0, 0}})->distance, 12.5, 1e-12);
+
     collider = before;
     for (Vector3D& p : collider.getMesh().refPos()) p = p * 2.0;
     collider.recalculateTree();

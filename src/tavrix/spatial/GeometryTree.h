@@ -65,8 +65,9 @@ public:
     /// From 256 leaves on that happens in blocks of at most 256, which leave 32 nodes each for the next pass,
     /// block after block. Blocks are cut in rounds over the blocks that there are: at the centre of all
     /// boxes, on the axis with the fewest boxes across (of equal ones the later), low being what has its box
-    /// centre below; or, when a side would get less than an eighth, an eighth along the sorted centres.
-    /// Partition and sort keep the order of equals; the high side is appended behind all blocks.
+    /// centre, min + (max - min) / 2, below; or, when a side would get less than an eighth, an eighth along
+    /// the sorted centres. Partition and sort keep the order of equals; the high side is appended behind all
+    /// blocks.
     ///
     /// A block adds at most 224 levels, so no tree is deeper than a few thousand; one of a million even
     /// triangles has some 30. A query keeps at most one node a level in mind.

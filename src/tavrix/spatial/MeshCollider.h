@@ -64,7 +64,8 @@ public:
     bool isHit(const Ray3D& ray, double limit = std::numeric_limits<double>::infinity()) const;
 
     /// The point of the surface nearest to a point, at most `limit` away. Faces without area count as the
-    /// edges or points that they are. None when the point is not finite.
+    /// edges or points that they are. None when the point is not finite. Distances are compared as squares:
+    /// from more than 2^25 of its sizes away, any point of the mesh may count as the nearest.
     std::optional<MeshPoint> nearestPoint(const Vector3D& point,
                                           double limit = std::numeric_limits<double>::infinity()) const;
 
