@@ -305,6 +305,25 @@ TEST(MeshCollider, FindsTheNearestPoint)
     }
 }
 
+TEST(MeshCollider, FindsTheFootOfDistantPoints)
+{
+    Random random(8);
+    for (uint32 n = 0; n < 200; ++n)
+    {
+        const Vector3D a = random.vector(false), b = random.vector(false), c = random.vector(false);
+        const Vector3D normal = cross(b - a, c - a), foot = a * 0.3 + b * 0.4 + c * 0.3,
+                       along = (a + b) * 0.5;
+        if (length(normal) < 0.3) continue;
+        Mesh mesh;
+        mesh.refPos() = {a, b, c};
+        mesh.refTrindexPos() = {{0, 1, 2}};
+        const MeshCollider collider = makeCollider(mesh);
+        const Vector3D over = normal * (1e6 / length(normal)), beside = cross(b - a, over);
+        EXPECT_LT(length(collider.nearestPoint(foot + over)->position - foot), 1e-8);
+        EXPECT_LT(length(collider.nearestPoint(along + over + beside)->position - along), 1e-8);
+    }
+}
+
 /// Whether anything of a triangle is left when a box's planes have cut it.
 bool isLeftOver(const Corners& t, const Box3D& box)
 {
@@ -470,6 +489,15 @@ TEST(MeshCollider, FollowsItsMesh)
     EXPECT_NEAR(turned.z, -normal.x, 1e-6);
     EXPECT_TRUE(before.castRay({{1, 0, 5}, {0, 0, -1}}));
     EXPECT_FALSE(collider.transformRt(matrix, makeCube(0, 1)));
+
+    // a face without a corner keeps smoothed normals from being computed, not the mesh from moving
+    Mesh broken = source;
+    broken.refTrindexPos().push_back({0, 1, 1000000});
+    Mesh withNormals = before.getMesh();
+    withNormals.refTrindexPos() = broken.trindexPos();
+    collider.create(withNormals);
+    ASSERT_TRUE(collider.transformRt(matrix, broken));
+    EXPECT_NEAR(collider.castRay({{0, 1, 0}, {1, 0, 0}})->distance, 12.5, 1e-12);
 
     collider = before;
     for (Vector3D& p : collider.getMesh().refPos()) p = p * 2.0;

@@ -55,7 +55,7 @@ class Query(ProgramTest):
         expected = self.succeed("query", "cube.obj", "--ray", "1,0.5,10,0,0,-2", "--nearest", "1,1,1.75")
         self.write("cube.ase", ase_file(CUBE_POINTS, CUBE_FACES))
         self.write("cube.stl", binary_stl(CUBE_POINTS, CUBE_FACES))
-        for content in (b"ox,oy,oz\n1,0.5,10,0,0,-2\n1,1,1.75\n", b"1; .5; 10; 0; 0; -2\r\n\r\n 1 1\t1.75",):
+        for content in (b"ox,oy,oz\n1,0.5,10,0,0,-2\n1,1,1.75\n", b"\xef\xbb\xbf1; .5; 10; 0; 0; -2\r\n\r\n 1 1\t1.75,"):
             self.write("asked.csv", content)
             for name in ("cube.obj", "cube.ase", "cube.stl"):
                 self.assertEqual(self.succeed("query", name, "--points", "asked.csv"), expected, name)
@@ -68,11 +68,13 @@ class Query(ProgramTest):
     def test_failures_leave_nothing_behind(self):
         self.write("bad.csv", b"x,y,z\n1,2,3\n1,2,nan\n")
         self.write("long.csv", b"1,2,3,4,5,6,7\n")
+        self.write("gap.csv", b"1,2,,3\n")
         self.write("heading.csv", b"1,2,3\nx,y,z\n")
         self.write("bad.ase", b"*MESH {\n")
         before = sorted(os.listdir(self.folder))
         for arguments, status, word in (("cube.obj --points bad.csv -o out.csv", 1, "bad.csv:3"),
                                         ("cube.obj --points long.csv", 1, "long.csv:1"),
+                                        ("cube.obj --points gap.csv", 1, "gap.csv:1"),
                                         ("cube.obj --points heading.csv", 1, "heading.csv:2"),
                                         ("cube.obj --points missing.csv", 1, "missing.csv"),
                                         ("bad.ase --nearest 1,2,3", 1, "bad.ase"),

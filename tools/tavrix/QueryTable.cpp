@@ -16,6 +16,9 @@ namespace tavrix::tool
 namespace
 {
 
+/// What some programs begin UTF-8 files with.
+constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
+
 bool parseNumber(std::string_view word, double& value)
 {
     if (word.starts_with('+')) word.remove_prefix(1);
@@ -29,10 +32,23 @@ bool isHeading(std::string_view line)
     return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '"' || c == '#';
 }
 
+/// Whether there is nothing between two commas or semicolons, or before the first.
+bool hasEmptyField(std::string_view text)
+{
+    bool isEmpty = true;
+    for (const char c : text)
+    {
+        const bool isSeparator = c == ',' || c == ';';
+        if (isSeparator && isEmpty) return true;
+        isEmpty = isSeparator || (isEmpty && (c == ' ' || c == '\t'));
+    }
+    return false;
+}
+
 void append(std::string& text, double value)
 {
     char number[40];
-    std::snprintf(number, sizeof number, ",%.12g", value);
+    std::snprintf(number, sizeof number, ",%.12g", value + 0.0);  // -0 becomes 0
     text += number;
 }
 
@@ -54,6 +70,7 @@ void append(std::string& text, const MeshPoint& point)
 
 std::optional<Query> parseQuery(std::string_view text)
 {
+    if (hasEmptyField(text)) return std::nullopt;
     TX_Tokenizer words(text, ",; \t\r");
     double numbers[6];
     uint32 count = 0;
@@ -73,6 +90,7 @@ std::vector<Query> readQueries(const std::string& path)
     std::string line;
     for (uint64 number = 1; std::getline(file, line); ++number)
     {
+        if (number == 1 && line.starts_with(byteOrderMark)) line.erase(0, byteOrderMark.size());
         if (line.find_first_not_of(" \t\r") == std::string::npos || (number == 1 && isHeading(line)))
             continue;
         const std::optional<Query> query = parseQuery(line);

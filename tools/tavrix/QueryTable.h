@@ -25,7 +25,7 @@ struct Answer
 };
 
 /// Reads finite numbers with commas, semicolons or blanks between them: three are a point, six a ray's origin
-/// and direction. None for anything else.
+/// and direction. None for anything else, nor where a field is empty between others.
 std::optional<Query> parseQuery(std::string_view text);
 
 /// Reads a query from each line of a text file. Empty lines are skipped, and so is a first line that begins

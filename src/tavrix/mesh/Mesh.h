@@ -301,7 +301,7 @@ public:
     /// The same into an array of the caller's, which is resized to the positions.
     void calculateVerticesSurfaceNormalExternal(Array<Vector3F>& normals) const;
     /// Computes "NorAllSmoothed" unless the mesh holds one normal a position already.
-    void createSafe_arrNorSurface();
+    void createSafe_arrNorSurface(uint32 threadCount = 1);
 
     /// Appends name and element counts as text, in six lines.
     void addStringDescription(TX_String& text) const;

@@ -124,9 +124,10 @@ void Mesh::calculateVerticesSurfaceNormalExternal(Array<Vector3F>& normals) cons
     staticCalculateNormals(pos(), trindexPos(), normals);
 }
 
-void Mesh::createSafe_arrNorSurface()
+void Mesh::createSafe_arrNorSurface(uint32 threadCount)
 {
-    if (getArrNorSurface().isNone() || norSurface().size() != getPosSize()) calculateVerticesSurfaceNormal();
+    if (getArrNorSurface().isNone() || norSurface().size() != getPosSize())
+        calculateVerticesSurfaceNormal(threadCount);
 }
 
 }  // namespace tavrix

@@ -1,5 +1,6 @@
 #include <tavrix/spatial/GeometryTree.h>
 
+#include <tavrix/foundation/ParallelFor.h>
 #include <tavrix/spatial/detail/IntegratingTable.h>
 #include <tavrix/spatial/detail/TriangleBox.h>
 
@@ -84,12 +85,16 @@ void GeometryTree<Node>::recalculateGeometryNodesNoLeafFromGeometryNodesLeafRecu
 
 template <class Node>
 void GeometryTree<Node>::recalculateMesh(const Array<Index3>& triangles, const Array<Vector3D>& positions,
-                                         float margin)
+                                         float margin, uint32 threadCount)
 {
-    for (Node& node : _nodes)
-        if (node.isLeaf())
-            node.box = detail::roundedOutwards(
-                detail::triangleBox(triangles, positions, node.geometryIndex()), double{margin});
+    parallelFor(size(), threadCount,
+                [&](uint32, uint64 begin, uint64 end)
+                {
+                    for (uint64 n = begin; n < end; ++n)
+                        if (Node& node = _nodes[n]; node.isLeaf())
+                            node.box = detail::roundedOutwards(
+                                detail::triangleBox(triangles, positions, node.geometryIndex()), margin);
+                });
     recalculateGeometryNodesNoLeafFromGeometryNodesLeaf();
 }
 

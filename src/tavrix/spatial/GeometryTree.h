@@ -65,8 +65,9 @@ public:
     /// From 256 leaves on that happens in blocks of at most 256, which leave 32 nodes each for the next pass,
     /// block after block. Blocks are cut in rounds over the blocks that there are: at the centre of all
     /// boxes, on the axis with the fewest boxes across (of equal ones the later), low being what has its box
-    /// centre below; or, when a side would get less than an eighth, an eighth along the sorted centres.
-    /// Partition and sort keep the order of equals; the high side is appended behind all blocks.
+    /// centre, min + (max - min) / 2, below; or, when a side would get less than an eighth, an eighth along
+    /// the sorted centres. Partition and sort keep the order of equals; the high side is appended behind all
+    /// blocks.
     ///
     /// A block adds at most 224 levels, so no tree is deeper than a few thousand; one of a million even
     /// triangles has some 30. A query keeps at most one node a level in mind.
@@ -83,7 +84,8 @@ public:
     /// Gives every leaf the box of its triangle, rounded outwards to single precision, and refits the nodes
     /// above. Each side moves outwards by its own distance from the origin plane times `margin` before that,
     /// so that 2^-23 means one or two units in the last place. O(nodes).
-    void recalculateMesh(const Array<Index3>& triangles, const Array<Vector3D>& positions, float margin);
+    void recalculateMesh(const Array<Index3>& triangles, const Array<Vector3D>& positions, float margin,
+                         uint32 threadCount = 1);
 
     /// Refits all internal nodes: each becomes the smallest box that holds its two children.
     void recalculateGeometryNodesNoLeafFromGeometryNodesLeaf();
@@ -148,12 +150,25 @@ private:
                 continue;
             }
             const uint32 pair = node.link;
+            fetchChildren(_nodes[pair]);
+            fetchChildren(_nodes[pair + 1]);
             const double first = measure(_nodes[pair].box), second = measure(_nodes[pair + 1].box);
             const bool swapped = second < first;
             const double near = swapped ? second : first, far = swapped ? first : second;
             if (far <= limit) stack.push(pair + !swapped, far);
             n = near <= limit ? pair + swapped : stack.pop(limit);
         }
+    }
+
+    /// Has the children on their way from memory, which large trees wait for most, by the time that they are
+    /// measured.
+    void fetchChildren([[maybe_unused]] const Node& node) const
+    {
+#if defined(__GNUC__)
+        if (node.isLeaf()) return;
+        __builtin_prefetch(&_nodes[node.link]);
+        __builtin_prefetch(&_nodes[node.link + 1]);
+#endif
     }
 
     void refit(Node& node);

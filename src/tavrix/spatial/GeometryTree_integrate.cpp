@@ -146,7 +146,7 @@ void GeometryTree<Node>::integrateMesh(const Array<Index3>& triangles, const Arr
     for (uint32 t = 0; t < triangles.size(); ++t)
         add(mergingBox(detail::triangleBox(triangles, positions, t)), t);
     integrate(threadCount);
-    if (recalculate && !isEmpty()) recalculateMesh(triangles, positions, 0);
+    if (recalculate && !isEmpty()) recalculateMesh(triangles, positions, 0, threadCount);
 }
 
 template void GeometryTree<Node>::integrate(uint32);

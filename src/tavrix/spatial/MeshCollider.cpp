@@ -28,6 +28,9 @@ void turn(const Matrix4<double>& matrix, const Array<Normal>& from, Array<Normal
     }
 }
 
+/// Whether every corner of every face exists, without which no smoothed normals can be computed.
+bool hasAllCorners(const Mesh& mesh) { return detail::neededEntries(mesh.trindexPos()) <= mesh.getPosSize(); }
+
 }  // namespace
 
 MeshCollider::MeshCollider() = default;
@@ -39,18 +42,41 @@ MeshCollider& MeshCollider::operator=(const MeshCollider& other)
 }
 MeshCollider::~MeshCollider() = default;
 
+/// Leaves no tree, rather than that of another mesh or part of one, when filling fails.
+template <class Fill>
+void MeshCollider::fillOrClearTree(const Fill& fill)
+{
+    try
+    {
+        fill();
+    }
+    catch (...)
+    {
+        _tree.clear();
+        throw;
+    }
+}
+
 void MeshCollider::copyFrom(const MeshCollider& other)
 {
-    _mesh.copyFrom(other._mesh, true);
-    _tree.assign(other._tree);
+    fillOrClearTree(
+        [&]
+        {
+            _mesh.copyFrom(other._mesh, true);
+            _tree.assign(other._tree);
+        });
 }
 
 void MeshCollider::create(const Mesh& mesh, uint32 threadCount)
 {
-    _mesh.copyFrom(mesh, true);
-    if (detail::neededEntries(_mesh.trindexPos()) <= _mesh.getPosSize()) _mesh.createSafe_arrNorSurface();
-    _tree.clear();
-    _tree.integrateMesh(_mesh.trindexPos(), _mesh.pos(), true, threadCount);
+    fillOrClearTree(
+        [&]
+        {
+            _mesh.copyFrom(mesh, true);
+            if (hasAllCorners(_mesh)) _mesh.createSafe_arrNorSurface(threadCount);
+            _tree.clear();
+            _tree.integrateMesh(_mesh.trindexPos(), _mesh.pos(), true, threadCount);
+        });
 }
 
 bool MeshCollider::create_ASE(const TX_String& path, uint32 threadCount)
@@ -78,16 +104,16 @@ bool MeshCollider::transformRt(const Matrix4<double>& matrix, const Mesh& source
     const Array<Vector3D>& from = source.pos();
     Array<Vector3D>& to = _mesh.refPos();
     for (uint32 p = 0; p < from.size(); ++p) to[p] = matrix.transformPoint(from[p]);
+    recalculateTree();
     turn(matrix, source.nor(), _mesh.refNor());
     turn(matrix, source.faceNor(), _mesh.refFaceNor());
     if (auto* smoothed = _mesh.findArray<Vector3F>("NorAllSmoothed"))
     {
         if (source.norSurface().size() == smoothed->size())
             turn(matrix, source.norSurface(), *smoothed);
-        else
+        else if (hasAllCorners(_mesh))
             _mesh.calculateVerticesSurfaceNormal();
     }
-    recalculateTree();
     return true;
 }
 

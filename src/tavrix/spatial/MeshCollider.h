@@ -19,6 +19,8 @@ namespace tavrix
 /// for queries. Computation is in double precision; coordinates are to stay below 1e75, so that it does not
 /// overflow. A query takes O(log faces) on even meshes and allocates nothing on trees of usual depth; several
 /// threads may ask one collider at once.
+///
+/// When memory runs out, creating and copying leave a collider that finds nothing.
 class TX_GEOMETRY_API MeshCollider
 {
 public:
@@ -62,7 +64,8 @@ public:
     bool isHit(const Ray3D& ray, double limit = std::numeric_limits<double>::infinity()) const;
 
     /// The point of the surface nearest to a point, at most `limit` away. Faces without area count as the
-    /// edges or points that they are. None when the point is not finite.
+    /// edges or points that they are. None when the point is not finite. Distances are compared as squares:
+    /// from more than 2^25 of its sizes away, any point of the mesh may count as the nearest.
     std::optional<MeshPoint> nearestPoint(const Vector3D& point,
                                           double limit = std::numeric_limits<double>::infinity()) const;
 
@@ -79,6 +82,9 @@ public:
     void findOverlapping(const Box3D& box, Array<uint32>& faces) const;
 
 private:
+    template <class Fill>
+    void fillOrClearTree(const Fill& fill);
+
     Mesh _mesh;
     Tree _tree;
 };

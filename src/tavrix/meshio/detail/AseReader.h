@@ -1,9 +1,9 @@
 #pragma once
 
+#include <map>
 #include <memory>
 #include <string>
 #include <string_view>
-#include <unordered_map>
 #include <vector>
 
 #include <tavrix/foundation/ArrayOfPtr.h>
@@ -27,7 +27,7 @@ public:
 private:
     Array<Vector3D> _positions;
     bool _isCounting = true;
-    std::unordered_map<uint32, uint32> _places;
+    std::map<uint32, uint32> _places;  ///< no hash table: a file could let all its numbers collide
 };
 
 /// The state of reading an ASE file line by line.

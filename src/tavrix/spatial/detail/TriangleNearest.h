@@ -18,30 +18,31 @@ struct TriangleNearest
     static TriangleNearest to(const Vector3D& point, const Vector3D& a, const Vector3D& b, const Vector3D& c)
     {
         const Vector3D corners[3] = {a - point, b - point, c - point};
+        // not between those: what a distant point rounds off would turn them, and move feet by much more
+        const Vector3D edges[3] = {b - a, c - b, a - c};
         TriangleNearest nearest;
-        nearest.tryInside(corners);
-        for (uint32 corner = 0; corner < 3; ++corner) nearest.tryEdge(corners, corner, (corner + 1) % 3);
+        nearest.tryInside(corners, edges);
+        for (uint32 corner = 0; corner < 3; ++corner) nearest.tryEdge(corners, edges[corner], corner);
         return nearest;
     }
 
 private:
-    void tryInside(const Vector3D (&corners)[3])
+    void tryInside(const Vector3D (&corners)[3], const Vector3D (&edges)[3])
     {
-        const auto& [a, b, c] = corners;
-        const Vector3D normal = cross(b - a, c - a);
-        const Vector3D w{dot(normal, cross(b, c)), dot(normal, cross(c, a)), dot(normal, cross(a, b))};
-        const double sum = w.x + w.y + w.z;
-        if (w.x >= 0 && w.y >= 0 && w.z >= 0 && sum > 0) consider(corners, w / sum);
+        const Vector3D normal = cross(edges[2], edges[0]), across = cross(normal, corners[0]);
+        const double square = dot(normal, normal);
+        const double y = dot(edges[2], across), z = dot(edges[0], across), x = square - y - z;
+        if (x >= 0 && y >= 0 && z >= 0 && square > 0) consider(corners, Vector3D{x, y, z} / square);
     }
 
-    void tryEdge(const Vector3D (&corners)[3], uint32 from, uint32 to)
+    /// The edge from a corner to the next.
+    void tryEdge(const Vector3D (&corners)[3], const Vector3D& edge, uint32 from)
     {
-        const Vector3D edge = corners[to] - corners[from];
         const double along = -dot(corners[from], edge), square = dot(edge, edge);
         const double t = along > 0 ? (along < square ? along / square : 1) : 0;
         Vector3D w{0, 0, 0};
         w[from] = 1 - t;
-        w[to] = t;
+        w[(from + 1) % 3] = t;
         consider(corners, w);
     }
 
