@@ -83,23 +83,33 @@ uint32 firstDifference(const Tree& tree, const PlainTree& plain)
     return n;
 }
 
+/// Compares what one to three threads, by the seed, build.
+void expectThePlainTree(uint32 count, Kind kind, uint32 seed)
+{
+    const std::vector<Box3F> boxes = makeBoxes(count, kind, seed);
+    const PlainTree plain(boxes);
+    EXPECT_EQ(firstDifference(makeTree(boxes, 1 + seed % 3), plain), plain.nodes().size())
+        << count << " boxes of kind " << kind << ", seed " << seed;
+}
+
 TEST(GeometryTree, IsThePlainTreeNodeForNode)
 {
-    const auto expectSame = [](uint32 count, Kind kind, uint32 seed)
-    {
-        const std::vector<Box3F> boxes = makeBoxes(count, kind, seed);
-        const PlainTree plain(boxes);
-        EXPECT_EQ(firstDifference(makeTree(boxes, 1 + seed % 3), plain), plain.nodes().size())
-            << count << " boxes of kind " << kind << ", seed " << seed;
-    };
     for (uint32 seed = 0; seed < 3000; ++seed)
-        expectSame(1 + seed % 49, static_cast<Kind>(seed % kindCount), seed);
+        expectThePlainTree(1 + seed % 49, static_cast<Kind>(seed % kindCount), seed);
+}
+
+TEST(GeometryTree, IsThePlainTreeWithBlocksForEveryThreadCount)
+{
     for (const uint32 count : {63u, 255u, 256u, 257u, 264u, 265u, 600u, 1000u})
         for (uint32 kind = 0; kind < kindCount; ++kind)
-            expectSame(count, static_cast<Kind>(kind), count + kind);
-    expectSame(264, lopsided, 0);
-    expectSame(264, lopsided, 1);
-    for (const Kind kind : {anywhere, onSmallGrid}) expectSame(10000, kind, 7);
+            expectThePlainTree(count, static_cast<Kind>(kind), count + kind);
+    expectThePlainTree(264, lopsided, 0);
+    expectThePlainTree(264, lopsided, 1);
+}
+
+TEST(GeometryTree, IsThePlainTreeWithManyBlocks)
+{
+    for (const Kind kind : {anywhere, onSmallGrid}) expectThePlainTree(10000, kind, 7);
 }
 
 TEST(GeometryTree, KernelsGiveTheSameBytes)
