@@ -37,8 +37,11 @@ public:
         for (uint32 axis = 0; axis < 3; ++axis)
         {
             _inverse[axis] = 1 / ray.direction[axis];
-            _low[axis] = ray.origin[axis] + reach;
-            _high[axis] = ray.origin[axis] - reach;
+            const bool isDown = _inverse[axis] < 0;
+            _nearSide[axis] = isDown ? &Box3F::max : &Box3F::min;
+            _farSide[axis] = isDown ? &Box3F::min : &Box3F::max;
+            _near[axis] = ray.origin[axis] + (isDown ? -reach : reach);
+            _far[axis] = ray.origin[axis] - (isDown ? -reach : reach);
         }
     }
 
@@ -49,9 +52,8 @@ public:
         double first = 0, last = _isValid ? std::numeric_limits<double>::max() : -1;
         for (uint32 axis = 0; axis < 3; ++axis)
         {
-            const double low = (box.min[axis] - _low[axis]) * _inverse[axis];
-            const double high = (box.max[axis] - _high[axis]) * _inverse[axis];
-            const double in = _inverse[axis] < 0 ? high : low, out = _inverse[axis] < 0 ? low : high;
+            const double in = ((box.*_nearSide[axis])[axis] - _near[axis]) * _inverse[axis];
+            const double out = ((box.*_farSide[axis])[axis] - _far[axis]) * _inverse[axis];
             // in a plane that the ray runs along these are not numbers, and change nothing
             first = in > first ? in : first;
             last = out < last ? out : last;
@@ -60,7 +62,9 @@ public:
     }
 
 private:
-    double _inverse[3], _low[3], _high[3];
+    Vector3F Box3F::*_nearSide[3];  ///< of boxes, as the ray comes to them
+    Vector3F Box3F::*_farSide[3];
+    double _inverse[3], _near[3], _far[3];
     bool _isValid;
 };
 
