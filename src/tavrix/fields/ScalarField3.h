@@ -127,7 +127,7 @@ private:
     Value _defaultValue{};
 };
 
-#define TX_DECLARE(Value, Coord) extern template class TX_GEOMETRY_API ScalarField3<Value, Coord>;
+#define TX_DECLARE(Value, Coord) TX_GEOMETRY_INSTANCE(ScalarField3<Value, Coord>);
 TX_FOR_EACH_SCALAR_FIELD(TX_DECLARE)
 #undef TX_DECLARE
 

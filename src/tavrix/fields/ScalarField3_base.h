@@ -347,7 +347,7 @@ protected:
 /// The same for the floating-point values.
 #define TX_FOR_EACH_REAL_SCALAR_FIELD(M) M(float, float) M(float, double) M(double, float) M(double, double)
 
-#define TX_DECLARE(Value, Coord) extern template class TX_GEOMETRY_API ScalarField3_base<Value, Coord>;
+#define TX_DECLARE(Value, Coord) TX_GEOMETRY_INSTANCE(ScalarField3_base<Value, Coord>);
 TX_FOR_EACH_SCALAR_FIELD(TX_DECLARE)
 #undef TX_DECLARE
 

@@ -50,7 +50,7 @@ private:
     GridDescription3<Coord> _grid{};
 };
 
-#define TX_DECLARE(Value, Coord) extern template class TX_GEOMETRY_API Vector3Field3<Value, Coord>;
+#define TX_DECLARE(Value, Coord) TX_GEOMETRY_INSTANCE(Vector3Field3<Value, Coord>);
 TX_DECLARE(float, float)
 TX_DECLARE(float, double)
 TX_DECLARE(double, float)

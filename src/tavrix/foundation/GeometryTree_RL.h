@@ -36,6 +36,6 @@ public:
     void render(const GeometryTree<GeometryNode<Box3<float>>>&, int) override {}
 };
 
-extern template class TX_GEOMETRY_API FactoryOwnerT<GeometryTree_RL_factory>;
+TX_GEOMETRY_INSTANCE(FactoryOwnerT<GeometryTree_RL_factory>);
 
 }  // namespace tavrix

@@ -45,6 +45,6 @@ private:
     Mesh_RL_Shader* _shader = nullptr;
 };
 
-extern template class TX_GEOMETRY_API FactoryOwnerT<Mesh_RL_factory>;
+TX_GEOMETRY_INSTANCE(FactoryOwnerT<Mesh_RL_factory>);
 
 }  // namespace tavrix

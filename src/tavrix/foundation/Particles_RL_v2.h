@@ -31,6 +31,6 @@ public:
     void render(const ParticleSystem_v2&, const Color4F&) override {}
 };
 
-extern template class TX_GEOMETRY_API FactoryOwnerT<Particles_RL_factory_v2>;
+TX_GEOMETRY_INSTANCE(FactoryOwnerT<Particles_RL_factory_v2>);
 
 }  // namespace tavrix

@@ -49,8 +49,8 @@ public:
 
 using Plane3F_virtual = Plane3_virtual<float>;
 using Plane3D_virtual = Plane3_virtual<double>;
-extern template class TX_GEOMETRY_API Plane3_virtual<float>;
-extern template class TX_GEOMETRY_API Plane3_virtual<double>;
+TX_GEOMETRY_INSTANCE(Plane3_virtual<float>);
+TX_GEOMETRY_INSTANCE(Plane3_virtual<double>);
 
 extern TX_GEOMETRY_API const TX_MetaClass metaClass_Plane3F;
 extern TX_GEOMETRY_API const TX_MetaClass metaClass_Plane3D;

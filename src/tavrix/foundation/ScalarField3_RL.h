@@ -33,6 +33,6 @@ public:
     void render(const Color4F&) override {}
 };
 
-extern template class TX_GEOMETRY_API FactoryOwnerT<ScalarField3_RL_factory>;
+TX_GEOMETRY_INSTANCE(FactoryOwnerT<ScalarField3_RL_factory>);
 
 }  // namespace tavrix

@@ -234,7 +234,7 @@ private:
     BitArray _surface, _neighborsPositive, _neighborsNegative;
 };
 
-extern template class TX_GEOMETRY_API ImplicitSurface3Regular<float>;
-extern template class TX_GEOMETRY_API ImplicitSurface3Regular<double>;
+TX_GEOMETRY_INSTANCE(ImplicitSurface3Regular<float>);
+TX_GEOMETRY_INSTANCE(ImplicitSurface3Regular<double>);
 
 }  // namespace tavrix

@@ -91,7 +91,7 @@ private:
     std::unique_ptr<detail::SparseField<T>> _field;
 };
 
-extern template class TX_GEOMETRY_API ImplicitSurface3Sparse<float>;
-extern template class TX_GEOMETRY_API ImplicitSurface3Sparse<double>;
+TX_GEOMETRY_INSTANCE(ImplicitSurface3Sparse<float>);
+TX_GEOMETRY_INSTANCE(ImplicitSurface3Sparse<double>);
 
 }  // namespace tavrix

@@ -132,7 +132,7 @@ protected:
     T _cutOffValue = farValue;
 };
 
-extern template class TX_GEOMETRY_API ImplicitSurface3StrategyInterface<float>;
-extern template class TX_GEOMETRY_API ImplicitSurface3StrategyInterface<double>;
+TX_GEOMETRY_INSTANCE(ImplicitSurface3StrategyInterface<float>);
+TX_GEOMETRY_INSTANCE(ImplicitSurface3StrategyInterface<double>);
 
 }  // namespace tavrix

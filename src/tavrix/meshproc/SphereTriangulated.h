@@ -53,7 +53,7 @@ private:
     Triangles _arrTrindexPos;
 };
 
-extern template class TX_GEOMETRY_API SphereTriangulated<float>;
-extern template class TX_GEOMETRY_API SphereTriangulated<double>;
+TX_GEOMETRY_INSTANCE(SphereTriangulated<float>);
+TX_GEOMETRY_INSTANCE(SphereTriangulated<double>);
 
 }  // namespace tavrix

@@ -183,7 +183,7 @@ private:
     mutable Indices _arrPosDict;
 };
 
-extern template class TX_GEOMETRY_API Vector3Simplifier<float>;
-extern template class TX_GEOMETRY_API Vector3Simplifier<double>;
+TX_GEOMETRY_INSTANCE(Vector3Simplifier<float>);
+TX_GEOMETRY_INSTANCE(Vector3Simplifier<double>);
 
 }  // namespace tavrix

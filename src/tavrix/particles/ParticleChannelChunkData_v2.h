@@ -76,18 +76,18 @@ private:
     Array<T> _values;
 };
 
-extern template class TX_GEOMETRY_API ParticleChannelChunkDataModel_v2<Vector3F>;
-extern template class TX_GEOMETRY_API ParticleChannelChunkDataModel_v2<Vector3D>;
-extern template class TX_GEOMETRY_API ParticleChannelChunkDataModel_v2<Vector2F>;
-extern template class TX_GEOMETRY_API ParticleChannelChunkDataModel_v2<uint64>;
-extern template class TX_GEOMETRY_API ParticleChannelChunkDataModel_v2<uint16>;
-extern template class TX_GEOMETRY_API ParticleChannelChunkDataModel_v2<uint8>;
-extern template class TX_GEOMETRY_API ParticleChannelChunkDataModel_v2<int32>;
-extern template class TX_GEOMETRY_API ParticleChannelChunkDataModel_v2<bool>;
-extern template class TX_GEOMETRY_API ParticleChannelChunkDataModel_v2<float>;
-extern template class TX_GEOMETRY_API ParticleChannelChunkDataModel_v2<double>;
-extern template class TX_GEOMETRY_API ParticleChannelChunkDataModel_v2<Color4F>;
-extern template class TX_GEOMETRY_API ParticleChannelChunkDataModel_v2<uint32>;
+TX_GEOMETRY_INSTANCE(ParticleChannelChunkDataModel_v2<Vector3F>);
+TX_GEOMETRY_INSTANCE(ParticleChannelChunkDataModel_v2<Vector3D>);
+TX_GEOMETRY_INSTANCE(ParticleChannelChunkDataModel_v2<Vector2F>);
+TX_GEOMETRY_INSTANCE(ParticleChannelChunkDataModel_v2<uint64>);
+TX_GEOMETRY_INSTANCE(ParticleChannelChunkDataModel_v2<uint16>);
+TX_GEOMETRY_INSTANCE(ParticleChannelChunkDataModel_v2<uint8>);
+TX_GEOMETRY_INSTANCE(ParticleChannelChunkDataModel_v2<int32>);
+TX_GEOMETRY_INSTANCE(ParticleChannelChunkDataModel_v2<bool>);
+TX_GEOMETRY_INSTANCE(ParticleChannelChunkDataModel_v2<float>);
+TX_GEOMETRY_INSTANCE(ParticleChannelChunkDataModel_v2<double>);
+TX_GEOMETRY_INSTANCE(ParticleChannelChunkDataModel_v2<Color4F>);
+TX_GEOMETRY_INSTANCE(ParticleChannelChunkDataModel_v2<uint32>);
 
 /// What a chunk holds of one channel: the values, and the channel's record, which is the system's.
 class TX_GEOMETRY_API ParticleChannelChunkData_v2

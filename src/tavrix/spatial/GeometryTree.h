@@ -177,6 +177,6 @@ private:
     std::unique_ptr<GeometryTree_RL> _renderObject;
 };
 
-extern template class TX_GEOMETRY_API GeometryTree<GeometryNode<Box3F>>;
+TX_GEOMETRY_INSTANCE(GeometryTree<GeometryNode<Box3F>>);
 
 }  // namespace tavrix
