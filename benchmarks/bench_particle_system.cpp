@@ -51,7 +51,7 @@ double timed(const std::function<void()>& action)
 /// Milliseconds of each operation, and what the walk summed up: equal for both containers.
 struct Figures
 {
-    double add, findFirst, find, remove, removeBehind, walkFirst, walk;
+    double add, findFirst, find, remove, walkFirst, walk;
     double sum, bytes, processBytes;
 };
 

@@ -1,6 +1,5 @@
 #include "ConvertCommand.h"
 
-#include <cstdio>
 #include <memory>
 #include <optional>
 
@@ -31,9 +30,7 @@ void runConvert(const Options& options)
     writeMeshes(options.output, file.meshes, {options.ascii});
     if (options.quiet) return;
     tellLeftOut(options.input, file);
-    const MeshCounts counts = countsOf(file.meshes);
-    std::printf("mesh       %u vertices, %u faces -> %s\n", counts.vertices, counts.faces,
-                options.output.c_str());
+    tellWritten(options.output, file.meshes);
 }
 
 }  // namespace

@@ -227,6 +227,12 @@ MeshCounts countsOf(const ArrayOfPtr<Mesh>& meshes)
     return counts;
 }
 
+void tellWritten(const std::string& path, const ArrayOfPtr<Mesh>& meshes)
+{
+    const MeshCounts counts = countsOf(meshes);
+    std::printf("mesh       %u vertices, %u faces -> %s\n", counts.vertices, counts.faces, path.c_str());
+}
+
 bool holdsNormals(const std::string& path)
 {
     const std::string extension = extensionOf(path);

@@ -50,6 +50,9 @@ struct MeshCounts
 /// The sums over all meshes.
 MeshCounts countsOf(const ArrayOfPtr<Mesh>& meshes);
 
+/// Prints how much went into a file.
+void tellWritten(const std::string& path, const ArrayOfPtr<Mesh>& meshes);
+
 /// Whether vertex normals go into a file of that name; those of STL files are the writer's, and BIN files
 /// hold none.
 bool holdsNormals(const std::string& path);

@@ -32,8 +32,6 @@ void dropUnusedPositions(Mesh& mesh)
     for (Index3& face : mesh.refTrindexPos()) face = {place[face.a], place[face.b], place[face.c]};
 }
 
-}  // namespace
-
 void weldMesh(Mesh& mesh, const WeldOptions& options)
 {
     using Simplifier = Vector3Simplifier<double>;
@@ -55,6 +53,8 @@ void weldMesh(Mesh& mesh, const WeldOptions& options)
     dropUnusedPositions(welded);
     mesh = std::move(welded);
 }
+
+}  // namespace
 
 void weldMeshes(ArrayOfPtr<Mesh>& meshes, const WeldOptions& options, bool withNormals,
                 const std::string& file)

@@ -17,12 +17,9 @@ struct WeldOptions
     bool dropThin = false;  ///< also faces no higher than the last tolerance
 };
 
-/// Joins vertices, drops the faces whose corners came together, and leaves out vertices without a face.
-/// Nothing is kept but the name, positions and faces, whose indices must be valid.
-void weldMesh(Mesh& mesh, const WeldOptions& options);
-
-/// The same for each of a file's meshes, with smooth normals, which keep creases, when `withNormals`. Throws
-/// Failure when no face is left.
+/// Joins the vertices of each of a file's meshes, drops the faces whose corners came together, and leaves out
+/// vertices without a face. Nothing is kept but the names, positions and faces, whose indices must be valid;
+/// `withNormals` makes smooth normals, which keep creases. Throws Failure when no face is left.
 void weldMeshes(ArrayOfPtr<Mesh>& meshes, const WeldOptions& options, bool withNormals,
                 const std::string& file);
 

@@ -39,10 +39,8 @@ void runSimplify(const Options& options)
     progress.end();
     if (options.quiet) return;
     tellLeftOut(options.input, file);
-    const MeshCounts after = countsOf(file.meshes);
     std::printf("input      %u vertices, %u faces\n", before.vertices, before.faces);
-    std::printf("mesh       %u vertices, %u faces -> %s\n", after.vertices, after.faces,
-                options.output.c_str());
+    tellWritten(options.output, file.meshes);
     printCosts(progress, 1);
 }
 

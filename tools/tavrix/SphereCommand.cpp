@@ -1,6 +1,5 @@
 #include "SphereCommand.h"
 
-#include <cstdio>
 #include <memory>
 
 #include <CLI/CLI.hpp>
@@ -36,9 +35,7 @@ void runSphere(const Options& options)
     mesh.refTrindexPos() = sphere.getArrTrindexPos();
     if (holdsNormals(options.output)) mesh.recalculateNormals();
     writeMeshes(options.output, meshes, {options.ascii});
-    if (!options.quiet)
-        std::printf("mesh       %u vertices, %u faces -> %s\n", mesh.getPosSize(), mesh.getFacesSize(),
-                    options.output.c_str());
+    if (!options.quiet) tellWritten(options.output, meshes);
 }
 
 }  // namespace

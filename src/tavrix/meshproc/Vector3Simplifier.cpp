@@ -3,10 +3,10 @@
 #include <bit>
 #include <cmath>
 #include <numeric>
-#include <type_traits>
 #include <utility>
 
 #include <tavrix/foundation/Box3.h>
+#include <tavrix/foundation/detail/BitsOf.h>
 #include <tavrix/meshproc/detail/PairSort.h>
 #include <tavrix/meshproc/detail/RepeatedPoints.h>
 #include <tavrix/platform/detail/Prefetch.h>
@@ -21,9 +21,6 @@ namespace
 constexpr uint32 prefetchDistance = 12;
 
 template <class T>
-using KeyBits = std::conditional_t<sizeof(T) == 4, uint32, uint64>;
-
-template <class T>
 struct CoordKey
 {
     auto operator()(const Tuple2<T, uint32>& pair) const { return detail::orderedBits(pair.a); }
@@ -34,7 +31,7 @@ struct FamilyKey
 {
     uint32 operator()(const Tuple2<T, uint32>& pair) const
     {
-        return static_cast<uint32>(std::bit_cast<KeyBits<T>>(pair.a));
+        return static_cast<uint32>(std::bit_cast<detail::BitsOf<T>>(pair.a));
     }
 };
 
@@ -58,7 +55,7 @@ private:
 template <std::floating_point T>
 void Vector3Simplifier<T>::FamilyRef::operator=(uint32 family)
 {
-    _pair.a = std::bit_cast<T>(static_cast<KeyBits<T>>(family));
+    _pair.a = std::bit_cast<T>(static_cast<detail::BitsOf<T>>(family));
 }
 
 template <std::floating_point T>

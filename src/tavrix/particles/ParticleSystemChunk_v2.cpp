@@ -120,9 +120,9 @@ void ParticleSystemChunk_v2::noteOrder(uint32 position) noexcept
         _sortedCount = position;
 }
 
-int32 ParticleSystemChunk_v2::findInChunk(uint64 id)
+/// For an id between min and max id.
+int32 ParticleSystemChunk_v2::findSorted(uint64 id)
 {
-    if (!mayContain(id)) return -1;
     if (!_sortedById) sortChunkById();
     // Ids are not checked for uniqueness, and released entries keep theirs: a live one may hide behind
     // others.

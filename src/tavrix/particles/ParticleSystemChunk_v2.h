@@ -89,7 +89,7 @@ public:
     Particle_v2 addParticle(uint64 id) noexcept;
     /// The position of a live entry of that id, -1 without one. An id between min and max id sorts the chunk.
     /// O(log n) when it is sorted.
-    int32 findInChunk(uint64 id);
+    int32 findInChunk(uint64 id) { return mayContain(id) ? findSorted(id) : -1; }
     /// Marks a live entry released. O(1).
     void releaseEntry(uint32 position) noexcept;
     /// Sorts the entries by id unless they are sorted, and makes min and max id exact.
@@ -109,6 +109,7 @@ public:
     static std::atomic<uint32>& refNextChunkId() noexcept;
 
 private:
+    int32 findSorted(uint64 id);
     uint32 takeFreeEntry() noexcept;
     uint32 takeNextSlot() noexcept;
     uint32 takeReleasedEntry() noexcept;

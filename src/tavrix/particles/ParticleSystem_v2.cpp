@@ -89,7 +89,7 @@ Particle_v2 ParticleSystem_v2::find(uint64 id)
 {
     for (ParticleSystemChunk_v2& chunk : _storage->chunks)
     {
-        const int32 position = chunk.mayContain(id) ? chunk.findInChunk(id) : -1;
+        const int32 position = chunk.findInChunk(id);
         if (position >= 0) return chunk.getParticle(static_cast<uint32>(position));
     }
     return Particle_v2::dirty();
@@ -100,7 +100,7 @@ bool ParticleSystem_v2::remove(uint64 id)
     for (ChunkNode* node = _storage->chunks.head(); node; node = node->next)
     {
         ParticleSystemChunk_v2& chunk = *node->value;
-        const int32 position = chunk.mayContain(id) ? chunk.findInChunk(id) : -1;
+        const int32 position = chunk.findInChunk(id);
         if (position < 0) continue;
 
         updateMapChunksWithFreeEntries(chunk.getSize() > 1, chunk);

@@ -2,9 +2,8 @@
 
 #include <bit>
 #include <concepts>
-#include <type_traits>
 
-#include <tavrix/platform/Types.h>
+#include <tavrix/foundation/detail/BitsOf.h>
 
 namespace tavrix::detail
 {
@@ -14,10 +13,7 @@ template <class Value>
 bool sameBits(Value a, Value b)
 {
     if constexpr (std::floating_point<Value>)
-    {
-        using Bits = std::conditional_t<sizeof(Value) == 4, uint32, uint64>;
-        return std::bit_cast<Bits>(a) == std::bit_cast<Bits>(b);
-    }
+        return std::bit_cast<BitsOf<Value>>(a) == std::bit_cast<BitsOf<Value>>(b);
     else
         return a == b;
 }

@@ -1,8 +1,6 @@
 #pragma once
 
-#include <type_traits>
-
-#include <tavrix/platform/Types.h>
+#include <tavrix/foundation/detail/BitsOf.h>
 
 namespace tavrix::detail
 {
@@ -15,7 +13,7 @@ inline constexpr uint32 sweptRows = 8;
 
 /// A word with a bit for each of these rows, as wide as a sample.
 template <class T>
-using SweepMark = std::conditional_t<sizeof(T) == sizeof(uint32), uint32, uint64>;
+using SweepMark = BitsOf<T>;
 
 /// Rows of a plane x = const of samples, to be visited once in one of the four diagonal orders of its nodes.
 template <class T>

@@ -3,10 +3,9 @@
 #include <algorithm>
 #include <array>
 #include <bit>
-#include <type_traits>
 #include <utility>
 
-#include <tavrix/platform/Types.h>
+#include <tavrix/foundation/detail/BitsOf.h>
 
 namespace tavrix::detail
 {
@@ -16,7 +15,7 @@ namespace tavrix::detail
 template <class T>
 auto orderedBits(T number)
 {
-    using Bits = std::conditional_t<sizeof(T) == 4, uint32, uint64>;
+    using Bits = BitsOf<T>;
     constexpr Bits sign = Bits{1} << (8 * sizeof(Bits) - 1);
     if (number != number) return static_cast<Bits>(~Bits{0});
     const auto bits = std::bit_cast<Bits>(number + T(0));

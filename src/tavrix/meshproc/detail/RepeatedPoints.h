@@ -4,9 +4,9 @@
 #include <array>
 #include <bit>
 #include <cstring>
-#include <type_traits>
 
 #include <tavrix/foundation/Array.h>
+#include <tavrix/foundation/detail/BitsOf.h>
 #include <tavrix/foundation/Vector3.h>
 #include <tavrix/platform/detail/Prefetch.h>
 
@@ -55,13 +55,11 @@ public:
     }
 
 private:
-    using Bits = std::conditional_t<sizeof(T) == 4, uint32, uint64>;
-
     static constexpr uint32 batch = 32;
 
     static uint64 hash(const Vector3<T>& p)
     {
-        const auto bits = [](T number) { return uint64{std::bit_cast<Bits>(number)}; };
+        const auto bits = [](T number) { return uint64{std::bit_cast<BitsOf<T>>(number)}; };
         const uint64 mixed = bits(p.x) * 0x9E3779B97F4A7C15u + bits(p.y) * 0xC2B2AE3D27D4EB4Fu +
                              bits(p.z) * 0x165667B19E3779F9u;
         return (mixed ^ (mixed >> 32)) * 0xD6E8FEB86659FD93u;
