@@ -4,7 +4,6 @@
 
 #include <functional>
 #include <random>
-#include <stdexcept>
 #include <vector>
 
 #include <tavrix/fields/ScalarField3.h>
@@ -17,6 +16,43 @@ namespace
 
 using Dense = ScalarField3<float, double>;
 using Tiled = ScalarField3_SG<float, double>;
+
+/// A storage of a host's own that has no more than it must.
+template <class Value, class Coord>
+class HostField : public ScalarField3_base<Value, Coord>
+{
+    using Base = ScalarField3_base<Value, Coord>;
+
+public:
+    using Base::get;
+    using Base::set;
+
+    HostField() : Base(ScalarFieldType::Sparse) {}
+    void takeGrid(const Base& other)
+    {
+        this->_grid = other.getGrid();
+        _samples.assign(other.size(), Value(0));
+    }
+    void reset_XYZ(uint32, uint32, uint32, Coord) override {}
+    void reset_toZeroSize() override {}
+    void initialize() override {}
+    uint64 getMemoryUsage() const override { return 0; }
+    Value get(const Index3& node) const override
+    {
+        return get(this->_grid.getMonoindex(node.a, node.b, node.c));
+    }
+    Value get(uint32 monoindex) const override { return _samples[monoindex]; }
+    void set(const Index3& node, Value value) override
+    {
+        set(this->_grid.getMonoindex(node.a, node.b, node.c), value);
+    }
+    void set(uint32 monoindex, Value value) override { _samples[monoindex] = value; }
+    Value getDefaultValue() const override { return 0; }
+    void setDefaultValue(Value value) override { set(value); }
+
+private:
+    std::vector<Value> _samples;
+};
 
 /// The tiled field has the dense one's samples, and its tiles' values are those of the nodes that they stand
 /// for, copies included; values outside the grid are the default.
@@ -115,24 +151,34 @@ TYPED_TEST(EveryTiledField, EveryOperationAgreesWithADenseField)
 {
     using Value = typename TypeParam::Value;
     using Coord = typename TypeParam::Coord;
-    constexpr bool isReal = std::is_floating_point_v<Value>;
+    using Base = ScalarField3_base<Value, Coord>;
     for (const uint32 edge : {2u, 3u, 8u, 40u})
     {
         std::mt19937 random(edge);
-        ScalarField3_SG<Value, Coord> tiled;
-        ScalarField3<Value, Coord> dense;
+        ScalarField3_SG<Value, Coord> tiled, other, otherTiles;
+        ScalarField3<Value, Coord> dense, otherDense;
+        HostField<Value, Coord> host;
         tiled.reset(15, 8, 22, {1, 2, 0.5}, edge);
+        otherTiles.reset(22, 15, 8, 1, edge + 3);  // as many samples
         dense.reset(15, 8, 22, {1, 2, 0.5});
+        host.takeGrid(dense);
         dense.setZero();
-        auto other = tiled;
-        auto otherDense = dense;
+        other = tiled;
+        otherDense = dense;
         for (uint32 step = 0; step < 400; ++step)
         {
             const auto m = static_cast<uint32>(random() % tiled.size());
             const auto v = static_cast<Value>(random() % 7);
             const Index3 n = tiled.getIndexes(m);
             const auto tile = static_cast<uint32>(random() % tiled.getTileSize());
-            const auto both = [&](auto change) { change(tiled), change(dense); };
+            const auto all = [&](auto change)
+            {
+                for (Base* field :
+                     {static_cast<Base*>(&tiled), static_cast<Base*>(&dense), static_cast<Base*>(&host)})
+                    change(*field);
+            };
+            const Base* const others[] = {&other, &otherDense, &otherTiles, &dense};
+            const Base& any = *others[m % 4];
             switch (random() % 24)
             {
                 case 0:
@@ -148,77 +194,157 @@ TYPED_TEST(EveryTiledField, EveryOperationAgreesWithADenseField)
                     tiled.createNeighborTiles_ifValuesAtBoundaryLarger(v);
                     break;
                 case 4:
-                    both([&](auto& f) { f.add(v); });
+                    all([&](Base& f) { f.add(v); });
                     break;
                 case 5:
                     other = tiled, otherDense = dense;
                     break;
                 case 6:
-                    tiled.interpolate(other, tiled, 0.25);
-                    dense.interpolate(otherDense, dense, 0.25);
+                    otherTiles.copyScalars(tiled);
                     break;
                 case 7:
-                    if (random() % 4 == 0) both([&](auto& f) { f.setDefaultValue(v); });
+                    if (random() % 4 == 0) all([&](Base& f) { f.setDefaultValue(v); });
                     break;
                 case 8:
                     tiled.copyScalars(dense);
                     break;
                 case 9:
-                    EXPECT_EQ(tiled.inc(n.a, n.b, n.c), dense.inc(n.a, n.b, n.c));
+                    all(
+                        [&](Base& f)
+                        {
+                            const Value now = f.inc(n.a, n.b, n.c);
+                            EXPECT_EQ(f.get(m), now);
+                        });
                     break;
                 case 10:
-                    EXPECT_EQ(tiled.dec(n.a, n.b, n.c), dense.dec(n.a, n.b, n.c));
+                    all(
+                        [&](Base& f)
+                        {
+                            const Value now = f.dec(n.a, n.b, n.c);
+                            EXPECT_EQ(f.get(n.a, n.b, n.c), now);
+                        });
                     break;
                 case 11:
-                    if constexpr (isReal) tiled.add(other, Value(0.3)), dense.add(otherDense, Value(0.3));
+                    EXPECT_TRUE(tiled.add(any, Value(0.3)) && host.add(any, Value(0.3)));
+                    EXPECT_TRUE(dense.add(any, Value(0.3)));
                     break;
                 case 12:
-                    if constexpr (isReal) tiled.sub(other), dense.sub(otherDense);
+                    EXPECT_TRUE(tiled.sub(any) && host.sub(any) && dense.sub(any));
                     break;
                 case 13:
-                    if constexpr (isReal) both([](auto& f) { f.multiply(Value(-0.7)); });
+                    all([](Base& f) { f.multiply(Value(-0.7)); });
                     break;
                 case 14:
-                    if constexpr (isReal) both([](auto& f) { f.abs(); });
+                    all([](Base& f) { f.abs(); });
                     break;
                 case 15:
-                    if constexpr (isReal)
-                        both(
-                            [&](auto& f) {
-                                f.addValueToBoxContainingPoint(
-                                    f.getPoint(n) + Vector3<Coord>{Coord(0.3), 0, Coord(0.1)}, v);
-                            });
+                    all(
+                        [&](Base& f) {
+                            f.addValueToBoxContainingPoint(
+                                f.getPoint(n) + Vector3<Coord>{Coord(0.3), 0, Coord(0.1)}, v);
+                        });
                     break;
                 case 16:
-                    both([&](auto& f) { f.add(m, v); });
+                    all([&](Base& f) { f.add(m, v); });
+                    break;
+                case 17:
+                    EXPECT_TRUE(tiled.interpolate(any, tiled, 0.25) && host.interpolate(any, host, 0.25));
+                    EXPECT_TRUE(dense.interpolate(any, dense, 0.25));
                     break;
                 default:
                     for (uint32 near = m; near < std::min(m + 5, tiled.size()); ++near)
-                        both([&](auto& f) { f.set(near, v); });
+                        all([&](Base& f) { f.set(near, v); });
             }
             if (step % 8 != 0) continue;
             ASSERT_NO_FATAL_FAILURE(expectSameSamples(tiled, dense)) << "step " << step;
+            ASSERT_EQ(host.computeSignature_v1(), dense.computeSignature_v1()) << "step " << step;
+            ASSERT_EQ(tiled.computeSignature_v2(), dense.computeSignature_v2()) << "step " << step;
         }
         for (uint32 m = 0; m < tiled.size(); m += 11) EXPECT_EQ(tiled.get(m), dense.get(m));
-        dense.setZero();
-        dense.copyScalars(tiled);
-        expectSameSamples(tiled, dense);
-        ScalarField3_SG<Value, Coord> otherTiles;
-        otherTiles.reset(15, 8, 22, 1, 5);
-        otherTiles.copyScalars(tiled);
-        expectSameSamples(otherTiles, dense);
-        if constexpr (isReal)
+        Value found[3][3];
+        uint32 row = 0;
+        for (const Base* field :
+             {static_cast<Base*>(&dense), static_cast<Base*>(&tiled), static_cast<Base*>(&host)})
         {
-            Value expected[3], found[3];
-            dense.findMinMaxAvg(expected[0], expected[1], expected[2]);
-            tiled.findMinMaxAvg(found[0], found[1], found[2]);
-            for (const uint32 n : {0u, 1u, 2u}) EXPECT_EQ(found[n], expected[n]);
-            EXPECT_FALSE(tiled.doIHave_NaN());
-            tiled.set(3, 4, 5, std::numeric_limits<Value>::infinity());
-            EXPECT_TRUE(tiled.doIHave_NaN());
-            EXPECT_THROW(tiled.sub(otherTiles), std::invalid_argument);
+            auto& [min, max, avg] = found[row++];
+            field->findMinMaxAvg(min, max, avg);
+            EXPECT_FALSE(field->doIHave_NaN());
         }
+        for (const uint32 n : {0u, 1u, 2u})
+        {
+            EXPECT_EQ(found[1][n], found[0][n]);
+            EXPECT_EQ(found[2][n], found[0][n]);
+        }
+        if constexpr (std::is_floating_point_v<Value>)
+            for (Base* field : {static_cast<Base*>(&tiled), static_cast<Base*>(&host)})
+            {
+                field->set(3, 4, 5, std::numeric_limits<Value>::infinity());
+                EXPECT_TRUE(field->doIHave_NaN());
+            }
     }
+}
+
+TEST(ScalarField3_SG, FieldsOfOtherSizesAreLeftAlone)
+{
+    Dense dense, larger;
+    Tiled tiled, largerTiled;
+    HostField<float, double> host;
+    dense.reset(4, 5, 6, 1.0);
+    larger.reset(4, 5, 7, 1.0);
+    tiled.reset(4, 5, 6, 1.0);
+    largerTiled.reset(40, 5, 6, 1.0);
+    host.takeGrid(dense);
+    larger.set(7.0f);
+    largerTiled.set(7.0f);
+    for (Field* field :
+         {static_cast<Field*>(&dense), static_cast<Field*>(&tiled), static_cast<Field*>(&host)})
+        for (const Field* other : {static_cast<Field*>(&larger), static_cast<Field*>(&largerTiled)})
+            for (const bool swapped : {false, true})
+            {
+                Field& to = swapped ? const_cast<Field&>(*other) : *field;
+                const Field& from = swapped ? *field : *other;
+                to.set(3.0f);
+                to.refFlags() = 0;
+                EXPECT_FALSE(to.add(from, 2));
+                EXPECT_FALSE(to.sub(from));
+                EXPECT_FALSE(to.copyScalars(from));
+                EXPECT_FALSE(to.interpolate(from, to, 0.5));
+                EXPECT_FALSE(to.interpolate(to, from, 0.5));
+                float min, max;
+                to.findMinMax(min, max);
+                EXPECT_EQ(min + max, 6.0f);
+                EXPECT_EQ(to.getFlags(), 0u);
+            }
+}
+
+TEST(ScalarField3_SG, WritesSetTheChangedBitAsInDenseFields)
+{
+    Dense dense;
+    Tiled tiled;
+    dense.reset(9, 9, 9, 1.0);
+    tiled.reset(9, 9, 9, 1.0);
+    const std::function<void(Field&)> changes[] = {[](Field& f) { f.set(3u, 1); },
+                                                   [](Field& f) { f.set(1, 2, 3, 1); },
+                                                   [](Field& f) { f.add(3, 1); },
+                                                   [](Field& f) { f.add(1, 2, 3, 1); },
+                                                   [](Field& f) { f.inc(1, 2, 3); },
+                                                   [](Field& f) {
+                                                       f.addValueToBoxContainingPoint({0, 0, 0}, 1);
+                                                   },
+                                                   [](Field& f) { f.setDefaultValue(1); },
+                                                   [](Field& f) { f.abs(); },
+                                                   [](Field& f)
+                                                   {
+                                                       f.copyScalars(Dense());
+                                                       f.moveTo({1, 2, 3});
+                                                   }};
+    for (Field* field : {static_cast<Field*>(&dense), static_cast<Field*>(&tiled)})
+        for (const auto& change : changes)
+        {
+            field->refFlags() = 0;
+            change(*field);
+            EXPECT_EQ(field->getFlags(), &change == std::end(changes) - 1 ? 0u : Field::flagChanged);
+        }
 }
 
 TEST(ScalarField3_SG, WritesMakeTheTilesThatHoldTheNode)
@@ -297,12 +423,13 @@ TEST(ScalarField3_SG, SizesAreCheckedBeforeAnythingChanges)
     field.set(9, 14, 6, 4);
     const uint64 bytes = field.getMemoryUsage();
     EXPECT_GE(bytes, 512 * sizeof(float) + 6 * sizeof(uint32));
-    EXPECT_THROW(field.reset(4, 4, 4, 1.0, 0), std::invalid_argument);
-    EXPECT_THROW(field.reset(4, 4, 4, 1.0, 1), std::invalid_argument);
     EXPECT_THROW(field.reset(4, 4, 4, 1.0, 1626), std::length_error);
     EXPECT_THROW(field.reset(65536, 65536, 1, 1.0, 8), std::length_error);
     EXPECT_EQ(field.get(9, 14, 6), 4.0f);
     EXPECT_EQ(field.getMemoryUsage(), bytes);
+    EXPECT_FALSE(field.setTile(0, Array<float>(511)));
+    field.reset(4, 4, 4, 1.0, 0);
+    EXPECT_EQ(field.getTileEdge(), 2u);
     // A row of 2^32 - 1 nodes, whose last one lies in the last tile.
     field.reset(1, 1, 0xFFFFFFFF, 1.0, 150);
     field.set(0, 0, 0xFFFFFFFE, 1);
@@ -367,6 +494,13 @@ TEST(ScalarField3_SG, ParticleFieldsEqualDenseOnes)
                 }
             }
             if (edge != 8) continue;
+            HostField<float, double> host;
+            host.takeGrid(dense);
+            for (const Setter& set : {builders[1], carvers[0]})
+            {
+                ASSERT_TRUE(set(dense, few, threads, nullptr) && set(host, few, threads, nullptr));
+                ASSERT_EQ(host.computeSignature_v1(), dense.computeSignature_v1());
+            }
             for (const Setter& set : {builders[0], carvers[1]})  // with loads that all workers share
             {
                 ASSERT_TRUE(set(dense, many, threads, nullptr));
@@ -374,6 +508,29 @@ TEST(ScalarField3_SG, ParticleFieldsEqualDenseOnes)
                 ASSERT_NO_FATAL_FAILURE(expectSameSamples(tiled, dense));
             }
         }
+}
+
+TEST(ScalarField3_SG, AMarginBelowZeroLeavesNothingOfAKernel)
+{
+    const Particles p = clouds(20, {1, 1, 1});
+    Dense dense;
+    Tiled tiled;
+    dense.reset(30, 30, 30, 0.125);
+    tiled.reset(30, 30, 30, 0.125);
+    for (const float margin : {-0.3f, -0.32f, -0.4f, -2.0f, -1e30f, -INFINITY, NAN})
+        for (Field* field : {static_cast<Field*>(&dense), static_cast<Field*>(&tiled)})
+            for (const uint32 threads : {1u, 40u})
+            {
+                field->set(1.0f);
+                EXPECT_TRUE(field->setSubtractiveDistanceField(p.positions, p.radii, margin, threads));
+                EXPECT_TRUE(field->setSubtractiveMetaballField(p.positions, p.radii, margin, 30, threads));
+                EXPECT_TRUE(field->setSubtractiveWeigthDistanceField(p.positions, p.radii, p.weights, margin,
+                                                                     2.0f, threads));
+                float min, max;
+                field->findMinMax(min, max);
+                if (margin <= -2) { EXPECT_EQ(min, 1.0f) << margin; }
+                EXPECT_TRUE(field->setDistanceField(p.positions, p.radii, margin, threads));
+            }
 }
 
 TEST(ScalarField3_SG, EveryPollCanCancel)

@@ -178,7 +178,8 @@ TEST(ScalarField3Derivatives, SymmetricCurvatureHoldsUpToTheBorder)
 
 TEST(ScalarField3Derivatives, WholeFieldGradientIsTheNodesGradient)
 {
-    for (const Index3& size : {Index3{6, 5, 7}, Index3{1, 2, 3}, Index3{4, 1, 1}, Index3{0, 0, 0}})
+    for (const Index3& size : {Index3{6, 5, 7}, Index3{1, 2, 3}, Index3{4, 1, 1}, Index3{0, 0, 0},
+                               Index3{0, 3, 4}, Index3{3, 0, 4}})
     {
         ScalarField3<float, double> field;
         field.reset(size.a, size.b, size.c, 0.3);
@@ -213,4 +214,21 @@ TEST(ScalarField3Derivatives, FieldNormalsPointAsTheFacesDo)
     EXPECT_GT(
         dot(cross(pos[face.b] - pos[face.a], pos[face.c] - pos[face.a]), convert<double>(mesh.nor()[face.a])),
         0);
+}
+
+TEST(ScalarField3Derivatives, SurfacesCutByTheGridHaveNormalsEverywhere)
+{
+    for (int n = 0; n < 40; ++n)
+    {
+        ScalarField3<float, double> field;
+        field.reset(9, 8, 7, 0.1);
+        field.moveTo({0.37 * n, 100.0 / (n + 3), -0.013 * n});
+        const Vector3D corner = field.getBox().max;
+        for (uint32 m = 0; m < field.size(); ++m)
+            field[m] = static_cast<float>(length(field.getPoint(m) - corner));
+        Mesh mesh;
+        ASSERT_GT(IsosurfaceExtractor3::extractMesh(field, mesh, 0.25, 0, 0, 0, 0, 0, 0, n % 2 == 0), 0u);
+        field.computeFieldNormals(mesh);
+        for (const Vector3F& normal : mesh.nor()) EXPECT_NEAR(length(normal), 1, 1e-5);
+    }
 }

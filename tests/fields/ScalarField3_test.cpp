@@ -2,7 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <memory>
+#include <random>
 #include <set>
 
 using namespace tavrix;
@@ -41,6 +43,8 @@ TYPED_TEST(EveryScalarField, SizesReadsAndWrites)
     EXPECT_EQ(field[23], 7);
     EXPECT_EQ(field.get(Index3{1, 2, 3}), 7);
     EXPECT_EQ(field.get(uint64{22}), 5);
+    field.set(0, 5);
+    EXPECT_EQ(field.get(0), 5);
     field.refFlags() = 0;
     EXPECT_EQ(field.inc(0, 0, 1), 6);
     EXPECT_EQ(field.dec(0, 0, 0), 4);
@@ -54,7 +58,7 @@ TYPED_TEST(EveryScalarField, SizesReadsAndWrites)
     TypeParam target;
     target.reset(2, 3, 4, 1);
     target.setZero();
-    target.interpolate(copy, target, 0.0);
+    EXPECT_TRUE(target.interpolate(copy, target, 0.0));
     EXPECT_EQ(target.getArrScalars(), field.getArrScalars());
     field.reset_toZeroSize();
     EXPECT_EQ(field.getMemoryUsage(), 0u);
@@ -82,6 +86,35 @@ TEST(ScalarField3, GridConventions)
     EXPECT_EQ(field.getBox(), (Box3D{{9, 17, 29}, {11, 23, 31}}));
     field.move({1, 1, 1});
     EXPECT_EQ(field.getBox(), (Box3D{{10, 18, 30}, {12, 24, 32}}));
+    field.reset(0, 3, 4, 1.0);
+    EXPECT_EQ((Index3{field.sizeX(), field.sizeY(), field.sizeZ()}), (Index3{0, 3, 4}));
+    EXPECT_EQ(field.getPointSeparation(), 1.0);
+    EXPECT_EQ(field.getBox(), (Box3D{{0, -1, -1.5}, {0, 1, 1.5}}));
+    EXPECT_FALSE(field.evalSafe({0, 0, 0}).a);
+}
+
+TEST(ScalarField3, NodesLieInsideWhereverTheGridIsMoved)
+{
+    std::mt19937 random(5);
+    const auto number = [&](double scale)
+    { return (static_cast<double>(random()) / 4294967296.0 - 0.5) * scale; };
+    for (int grid = 0; grid < 200; ++grid)
+    {
+        Field field;
+        const Index3 size{2 + static_cast<uint32>(random() % 9), 1 + static_cast<uint32>(random() % 4), 7};
+        field.reset(size.a, size.b, size.c, Vector3D{0.1, number(1) + 1, std::fabs(number(1e-3)) + 1e-6});
+        field.moveTo({number(10), number(1000), number(1)});
+        if (grid % 2) field.move({number(1), number(1), number(1)});
+        if (grid % 3 == 0) field.alignAbsolute(0.1);
+        EXPECT_EQ(field.getPoint(field.size() - 1), field.getBox().max);
+        for (uint32 m = 0; m < field.size(); ++m) field[m] = static_cast<float>(m % 5);
+        for (uint32 m = 0; m < field.size(); ++m)
+        {
+            const auto found = field.evalSafe(field.getPoint(m));
+            EXPECT_TRUE(found.a);
+            EXPECT_NEAR(found.b, field[m], 1e-5);
+        }
+    }
 }
 
 TEST(ScalarField3, AlignsItsMinCornerTowardsZero)

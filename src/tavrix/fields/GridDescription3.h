@@ -14,7 +14,8 @@ namespace tavrix
 ///
 /// Node (i, j, k) lies at box.min + (i dx, j dy, k dz); box.max is the last node. Its monoindex is
 /// i sizeY sizeZ + j sizeZ + k, so z varies fastest. A fresh grid is centred on the origin; translating it
-/// changes neither sizes nor separations. A grid of no nodes has the box at the origin.
+/// changes neither sizes nor separations. box.max is the last node's position as getPoint rounds it, so every
+/// node lies in the closed box.
 template <class Coord>
 struct GridDescription3
 {
@@ -26,24 +27,23 @@ struct GridDescription3
     Vector3<Coord> reciprocalSeparation;
     Coord largestSeparation;
 
-    /// The grid of these sizes, centred on the origin. Throws std::length_error when the node count passes
-    /// 2^32 - 1.
+    /// The grid of these sizes, centred on the origin. One size may be 0: the others are kept. Throws
+    /// std::length_error when the node count passes 2^32 - 1.
     static GridDescription3 centered(uint32 sizeX, uint32 sizeY, uint32 sizeZ,
                                      const Vector3<Coord>& separation)
     {
         const uint32 size = nodeCount(sizeX, sizeY, sizeZ);
-        if (size == 0) return GridDescription3{};
-        const Vector3<Coord> half{halfExtent(sizeX, separation.x), halfExtent(sizeY, separation.y),
-                                  halfExtent(sizeZ, separation.z)};
-        return {sizeX,
-                sizeY,
-                sizeZ,
-                sizeY * sizeZ,
-                size,
-                {-half, half},
-                separation,
-                {1 / separation.x, 1 / separation.y, 1 / separation.z},
-                std::max({separation.x, separation.y, separation.z})};
+        GridDescription3 grid{sizeX,
+                              sizeY,
+                              sizeZ,
+                              sizeY * sizeZ,
+                              size,
+                              {},
+                              separation,
+                              {1 / separation.x, 1 / separation.y, 1 / separation.z},
+                              std::max({separation.x, separation.y, separation.z})};
+        grid.setOrigin(-grid.halfExtent());
+        return grid;
     }
 
     /// sizeX sizeY sizeZ; std::length_error when it passes 2^32 - 1.
@@ -78,18 +78,39 @@ struct GridDescription3
         return {getCoordinate(0, i), getCoordinate(1, j), getCoordinate(2, k)};
     }
 
-    /// Moves the box so that its centre is the point.
-    void moveTo(const Vector3<Coord>& point)
+    /// The indices (p - min) / separation of a point, truncated, unchecked.
+    Index3 getTruncated(const Vector3<Coord>& point) const
     {
-        if (size == 0)
-        {
-            box = {point, point};
-            return;
-        }
-        const Vector3<Coord> half{halfExtent(sizeX, separation.x), halfExtent(sizeY, separation.y),
-                                  halfExtent(sizeZ, separation.z)};
-        box = {point - half, point + half};
+        const Vector3<Coord> d = point - box.min;
+        return {static_cast<uint32>(d.x * reciprocalSeparation.x),
+                static_cast<uint32>(d.y * reciprocalSeparation.y),
+                static_cast<uint32>(d.z * reciprocalSeparation.z)};
     }
+
+    /// Puts the first node at a point and the box around all nodes. An axis of no nodes has no extent.
+    void setOrigin(const Vector3<Coord>& point)
+    {
+        box.min = point;
+        for (uint32 axis = 0; axis < 3; ++axis)
+            box.max[axis] = getCoordinate(axis, std::max(sizeAlong(axis), 1u) - 1);
+    }
+
+    /// Whether the point lies in the closed box. The last nodes do, also where a box that was read from a
+    /// file ends a rounding error before them. False without nodes.
+    bool contains(const Vector3<Coord>& point) const
+    {
+        if (size == 0) return false;
+        for (uint32 axis = 0; axis < 3; ++axis)
+        {
+            const Coord p = point[axis];
+            const bool isBelowEnd = p <= box.max[axis] || p <= getCoordinate(axis, sizeAlong(axis) - 1);
+            if (!(box.min[axis] <= p && isBelowEnd)) return false;
+        }
+        return true;
+    }
+
+    /// Moves the box so that its centre is the point.
+    void moveTo(const Vector3<Coord>& point) { setOrigin(point - halfExtent()); }
 
     /// The lower node of the cell that holds the point, noCell when a coordinate lies below the box, is not a
     /// number or gives an index past the last node. The index truncated from (p - min) / separation is
@@ -110,9 +131,12 @@ struct GridDescription3
     }
 
 private:
-    static Coord halfExtent(uint32 size, Coord separation)
+    Vector3<Coord> halfExtent() const
     {
-        return static_cast<Coord>(size - 1) * separation / Coord(2);
+        Vector3<Coord> half;
+        for (uint32 axis = 0; axis < 3; ++axis)
+            half[axis] = static_cast<Coord>(std::max(sizeAlong(axis), 1u) - 1) * separation[axis] / Coord(2);
+        return half;
     }
 };
 

@@ -1,11 +1,6 @@
 #include <tavrix/fields/ScalarField3.h>
 
 #include <algorithm>
-#include <stdexcept>
-
-#include <tavrix/fields/detail/Mix.h>
-#include <tavrix/foundation/detail/Signature.h>
-
 namespace tavrix
 {
 
@@ -62,12 +57,13 @@ void ScalarField3<Value, Coord>::reset_toZeroSize()
 }
 
 template <class Value, class Coord>
-void ScalarField3<Value, Coord>::adopt(const GridDescription3<Coord>& grid, Array<Value>&& samples)
+bool ScalarField3<Value, Coord>::adopt(const GridDescription3<Coord>& grid, Array<Value>&& samples)
 {
-    if (samples.size() != grid.size) throw std::invalid_argument("tavrix: a field needs one sample a node");
+    if (samples.size() != grid.size) return false;
     _samples.swap(samples);
     _grid = grid;
     _flags |= Base::flagChanged;
+    return true;
 }
 
 template <class Value, class Coord>
@@ -83,15 +79,6 @@ uint64 ScalarField3<Value, Coord>::getMemoryUsagePrediction(uint32 sizeX, uint32
 }
 
 template <class Value, class Coord>
-Value ScalarField3<Value, Coord>::get(const Vector3<Coord>& point) const
-{
-    const Vector3<Coord> d = point - _grid.box.min;
-    const Vector3<Coord>& scale = _grid.reciprocalSeparation;
-    return get(static_cast<uint32>(d.x * scale.x), static_cast<uint32>(d.y * scale.y),
-               static_cast<uint32>(d.z * scale.z));
-}
-
-template <class Value, class Coord>
 void ScalarField3<Value, Coord>::set(Value value)
 {
     std::fill(_samples.begin(), _samples.end(), value);
@@ -99,86 +86,10 @@ void ScalarField3<Value, Coord>::set(Value value)
 }
 
 template <class Value, class Coord>
-void ScalarField3<Value, Coord>::add(Value v)
-{
-    for (Value& sample : _samples) sample = static_cast<Value>(sample + v);
-    _flags |= Base::flagChanged;
-}
-
-template <class Value, class Coord>
-Value ScalarField3<Value, Coord>::inc(uint32 i, uint32 j, uint32 k)
-{
-    add(i, j, k, Value(1));
-    _flags |= Base::flagChanged;
-    return get(i, j, k);
-}
-
-template <class Value, class Coord>
-Value ScalarField3<Value, Coord>::dec(uint32 i, uint32 j, uint32 k)
-{
-    add(i, j, k, static_cast<Value>(-1));
-    _flags |= Base::flagChanged;
-    return get(i, j, k);
-}
-
-template <class Value, class Coord>
 void ScalarField3<Value, Coord>::setDefaultValue(Value value)
 {
     set(value);
     _defaultValue = value;
-}
-
-template <class Value, class Coord>
-void ScalarField3<Value, Coord>::interpolate(const ScalarField3& a, const ScalarField3& b, double t)
-{
-    const detail::Mix<Value> mix(t);
-    for (uint32 n = 0; n < _samples.size(); ++n) _samples[n] = mix(a._samples[n], b._samples[n]);
-    _flags |= Base::flagChanged;
-}
-
-template <class Value, class Coord>
-void ScalarField3<Value, Coord>::copyScalars(const Base& other)
-{
-    if (&other != this) other.copySamples(0, std::min(this->size(), other.size()), _samples.data());
-    _flags |= Base::flagChanged;
-}
-
-namespace
-{
-
-template <class Value>
-detail::Signature signatureOf(const Array<Value>& samples)
-{
-    detail::Signature signature;
-    signature.add(samples.data(), std::size_t{samples.size()} * sizeof(Value));
-    return signature;
-}
-
-}  // namespace
-
-template <class Value, class Coord>
-uint64 ScalarField3<Value, Coord>::computeSignature_v1() const
-{
-    return signatureOf(_samples).value();
-}
-
-template <class Value, class Coord>
-uint64 ScalarField3<Value, Coord>::computeSignature_v2() const
-{
-    detail::Signature signature = signatureOf(_samples);
-    signature.addValue(Index3{_grid.sizeX, _grid.sizeY, _grid.sizeZ});
-    return signature.value();
-}
-
-template <class Value, class Coord>
-uint64 ScalarField3<Value, Coord>::computeSignature_v3() const
-{
-    detail::Signature signature = signatureOf(_samples);
-    signature.addValue(Index3{_grid.sizeX, _grid.sizeY, _grid.sizeZ});
-    signature.addValue(_grid.box);
-    signature.addValue(_grid.separation);
-    signature.addValue(_defaultValue);
-    return signature.value();
 }
 
 #define TX_INSTANTIATE(Value, Coord) template class ScalarField3<Value, Coord>;

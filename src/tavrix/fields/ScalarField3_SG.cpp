@@ -2,9 +2,9 @@
 
 #include <algorithm>
 #include <memory>
-#include <stdexcept>
 
 #include <tavrix/fields/detail/SameBits.h>
+#include <tavrix/fields/detail/SampleArithmetic.h>
 
 namespace tavrix
 {
@@ -80,7 +80,7 @@ template <class Value, class Coord>
 void ScalarField3_SG<Value, Coord>::reset(uint32 sizeX, uint32 sizeY, uint32 sizeZ,
                                           const Vector3<Coord>& separation, uint32 tileEdge)
 {
-    if (tileEdge < 2) throw std::invalid_argument("tavrix: a tile edge below 2 nodes");
+    tileEdge = std::max(tileEdge, 2u);
     GridDescription3<Coord>::nodeCount(tileEdge, tileEdge, tileEdge);  // throws when a tile is too large
     const auto grid = GridDescription3<Coord>::centered(sizeX, sizeY, sizeZ, separation);
     const auto tileGrid = TileGrid3<Coord>::over(grid, tileEdge);
@@ -123,17 +123,7 @@ template <class Value, class Coord>
 void ScalarField3_SG<Value, Coord>::move(const Vector3<Coord>& offset)
 {
     Base::move(offset);
-    _tileGrid.tiles.box.min += offset;
-    _tileGrid.tiles.box.max += offset;
-}
-
-template <class Value, class Coord>
-Value ScalarField3_SG<Value, Coord>::get(const Vector3<Coord>& point) const
-{
-    const Vector3<Coord> d = point - _grid.box.min;
-    const Vector3<Coord>& scale = _grid.reciprocalSeparation;
-    return get(static_cast<uint32>(d.x * scale.x), static_cast<uint32>(d.y * scale.y),
-               static_cast<uint32>(d.z * scale.z));
+    _tileGrid.tiles.setOrigin(_tileGrid.tiles.box.min + offset);
 }
 
 /// Copies samples along z, tile by tile.
@@ -188,33 +178,6 @@ void ScalarField3_SG<Value, Coord>::set(uint32 i, uint32 j, uint32 k, Value valu
 }
 
 template <class Value, class Coord>
-void ScalarField3_SG<Value, Coord>::add(uint32 i, uint32 j, uint32 k, Value v)
-{
-    set(i, j, k, static_cast<Value>(get(i, j, k) + v));
-}
-
-template <class Value, class Coord>
-void ScalarField3_SG<Value, Coord>::add(uint32 monoindex, Value v)
-{
-    const Index3 node = _grid.getIndexes(monoindex);
-    add(node.a, node.b, node.c, v);
-}
-
-template <class Value, class Coord>
-Value ScalarField3_SG<Value, Coord>::inc(uint32 i, uint32 j, uint32 k)
-{
-    add(i, j, k, Value(1));
-    return get(i, j, k);
-}
-
-template <class Value, class Coord>
-Value ScalarField3_SG<Value, Coord>::dec(uint32 i, uint32 j, uint32 k)
-{
-    add(i, j, k, static_cast<Value>(-1));
-    return get(i, j, k);
-}
-
-template <class Value, class Coord>
 uint32 ScalarField3_SG<Value, Coord>::getTileMonoindex(const Index3& indexes, IndexesSpace space) const
 {
     const Index3 tile = space == INDEXES_GLOBAL_SPACE ? _tileGrid.tileOf(indexes) : indexes;
@@ -231,7 +194,7 @@ Index3 ScalarField3_SG<Value, Coord>::getTileIndexes(uint32 monoindex, IndexesSp
 template <class Value, class Coord>
 Index3 ScalarField3_SG<Value, Coord>::getTileIndexes(const Vector3<Coord>& point) const
 {
-    const Index3 cell = _grid.size > 0 && _grid.box.contains(point) ? _grid.getCell(point) : noCell;
+    const Index3 cell = _grid.contains(point) ? _grid.getCell(point) : noCell;
     return cell == noCell ? noCell : _tileGrid.tileOf(cell);
 }
 
@@ -267,10 +230,9 @@ bool ScalarField3_SG<Value, Coord>::createTile(uint32 tileMonoindex)
 }
 
 template <class Value, class Coord>
-void ScalarField3_SG<Value, Coord>::setTile(uint32 tileMonoindex, Tile&& values)
+bool ScalarField3_SG<Value, Coord>::setTile(uint32 tileMonoindex, Tile&& values)
 {
-    if (values.size() != _tileGrid.valuesPerTile())
-        throw std::invalid_argument("tavrix: a tile of another number of values");
+    if (values.size() != _tileGrid.valuesPerTile()) return false;
     if (Tile* tile = getTile(tileMonoindex))
         *tile = std::move(values);
     else
@@ -279,6 +241,7 @@ void ScalarField3_SG<Value, Coord>::setTile(uint32 tileMonoindex, Tile&& values)
         _table[tileMonoindex] = _tiles.size() - 1;
     }
     _flags |= Base::flagChanged;
+    return true;
 }
 
 /// Copies into a tile's values what the stored tiles after it hold of the layers that it shares with them.
@@ -362,7 +325,7 @@ void ScalarField3_SG<Value, Coord>::addValueToTileOffset(const Index3& tile, con
     // A new tile has taken over what its neighbours hold, which may already include v.
     const bool isNew = createTile(tileOfCopy);
     Value& copy = (*getTile(tileOfCopy))[place];
-    copy = static_cast<Value>((isNew ? _defaultValue : copy) + v);
+    copy = detail::sumOf(isNew ? _defaultValue : copy, v);
     _flags |= Base::flagChanged;
 }
 

@@ -26,8 +26,7 @@ inline constexpr uint32 defaultTileEdge = 8;
 /// have the default value. Operations on the whole field act on the tiles and on the default value, which
 /// stands for the nodes without a tile: set and setZero free all tiles and change it alone. What the
 /// class has in common with ScalarField3 gives the same samples, particle fields included, byte for byte;
-/// diffuse_dissipate, which leaves no node at its value, is not offered. Writes of single samples set the
-/// changed bit here. Indices are not checked.
+/// diffuse_dissipate, which leaves no node at its value, is not offered. Indices are not checked.
 template <class Value, class Coord>
 class ScalarField3_SG final : public ScalarField3_base<Value, Coord>
 {
@@ -39,8 +38,9 @@ public:
     using Tile = Array<Value>;
     using TileOffset = Tuple3<int32, int32, int32>;
 
-    using Base::eval;
-    using Base::evalSafe;
+    using Base::add;
+    using Base::get;
+    using Base::set;
 
     /// An empty field with tiles of 8 nodes a side.
     ScalarField3_SG();
@@ -50,8 +50,8 @@ public:
     ~ScalarField3_SG() override;
 
     /// Sizes the grid, centred on the origin, and the table of ceil(size / (tileEdge - 1)) tiles an axis, and
-    /// frees every tile; the default value stays. Throws std::invalid_argument for a tile edge below 2 and
-    /// std::length_error when the grid's nodes or a tile's values pass 2^32 - 1, and then changes nothing.
+    /// frees every tile; the default value stays. A tile edge below 2 counts as 2. Throws std::length_error
+    /// when the grid's nodes or a tile's values pass 2^32 - 1, and then changes nothing.
     void reset(uint32 sizeX, uint32 sizeY, uint32 sizeZ, Coord separation, uint32 tileEdge = defaultTileEdge);
     void reset(uint32 sizeX, uint32 sizeY, uint32 sizeZ, const Vector3<Coord>& separation,
                uint32 tileEdge = defaultTileEdge);
@@ -74,23 +74,16 @@ public:
     }
     Value get(const Index3& node) const override { return get(node.a, node.b, node.c); }
     Value get(uint32 monoindex) const override { return get(_grid.getIndexes(monoindex)); }
-    Value get(uint64 monoindex) const { return get(static_cast<uint32>(monoindex)); }
-    /// The sample of the node whose indices are (p - min) / separation truncated, as in ScalarField3.
-    Value get(const Vector3<Coord>& point) const;
-    Value operator[](uint32 monoindex) const { return get(monoindex); }
     void copySamples(uint32 first, uint32 count, Value* out) const override;
 
     /// Writes a sample and its copies; the tiles that hold them are made where they are missing.
     void set(uint32 i, uint32 j, uint32 k, Value value);
     void set(const Index3& node, Value value) override { set(node.a, node.b, node.c, value); }
     void set(uint32 monoindex, Value value) override { set(_grid.getIndexes(monoindex), value); }
-    void set(uint64 monoindex, Value value) { set(static_cast<uint32>(monoindex), value); }
-    /// Adds to a sample and its copies, making tiles as set does.
-    void add(uint32 i, uint32 j, uint32 k, Value v);
-    void add(uint32 monoindex, Value v);
-    /// Add or subtract one and return the new value.
-    Value inc(uint32 i, uint32 j, uint32 k);
-    Value dec(uint32 i, uint32 j, uint32 k);
+    /// Frees the tiles and gives every node this value, which becomes the default value.
+    void set(Value value) override { setDefaultValue(value); }
+    Value getDefaultValue() const override { return _defaultValue; }
+    void setDefaultValue(Value value) override;
 
     const TileGrid3<Coord>& getTileGrid() const { return _tileGrid; }
     uint32 getTileEdge() const { return _tileGrid.edge; }
@@ -126,8 +119,8 @@ public:
     /// tiles after it: no sample changes. Returns whether it did.
     bool createTile(uint32 tileMonoindex);
     /// Gives a tile its edge^3 values, shared layers included: these and the neighbours' copies must agree.
-    /// Throws std::invalid_argument for another number of values.
-    void setTile(uint32 tileMonoindex, Tile&& values);
+    /// Returns false, and changes nothing, for another number of values.
+    bool setTile(uint32 tileMonoindex, Tile&& values);
 
     /// Writes the copies of a node that has the local indices (i, j, k) in a tile: for every set of axes
     /// whose local index is 0, that in the tile before it along these axes, if there is one in the grid.
@@ -149,33 +142,19 @@ public:
     /// their number.
     uint32 adjustCoarse_b3b();
 
-    Value getDefaultValue() const { return _defaultValue; }
-    /// Frees the tiles and gives every node this value.
-    void setDefaultValue(Value value);
-    void set(Value value) { setDefaultValue(value); }
-    void setZero() { setDefaultValue(Value(0)); }
-    /// Adds to every sample.
-    void add(Value v);
-
-    /// As in ScalarField3. Fields that are combined have the same sizes and the same tile edge
-    /// (std::invalid_argument), and the result stores the tiles that one of them does.
-    void interpolate(const ScalarField3_SG& a, const ScalarField3_SG& b, double t);
-    void add(const ScalarField3_SG& other, Value factor) requires std::floating_point<Value>;
-    void sub(const ScalarField3_SG& other) requires std::floating_point<Value>;
-    void multiply(Value factor) requires std::floating_point<Value>;
-    void abs() requires std::floating_point<Value>;
-    /// As in ScalarField3, over all nodes.
-    void findMinMax(Value& min, Value& max) const requires std::floating_point<Value>;
-    void findMinMaxAvg(Value& min, Value& max, Value& avg) const requires std::floating_point<Value>;
-    bool doIHave_NaN() const requires std::floating_point<Value>;
-    bool addValueToBoxContainingPoint(const Vector3<Coord>& point,
-                                      Value v) requires std::floating_point<Value>;
-
-    /// Copies the samples of a field of any storage with as many nodes; the grid stays. Of a tiled field the
-    /// default value is taken over, and the tiles as they are when the tile grids agree. Otherwise only the
-    /// tiles are made in which a sample is not the default value. Into a dense field copies
-    /// ScalarField3::copyScalars.
-    void copyScalars(const Base& other);
+    void add(Value v) override;
+    void multiply(Value factor) override;
+    void abs() override;
+    /// With fields of the same sizes and tile edge, the result stores the tiles that one of them does, and
+    /// the default value is combined as the samples are; with others, it stores the tiles that were written.
+    bool add(const Base& other, Value factor) override;
+    bool sub(const Base& other) override;
+    bool interpolate(const Base& a, const Base& b, double t) override;
+    /// Of a tiled field the default value is taken over too. Stores the tiles that the other field does, when
+    /// its sizes and tile edge are the same, or else those in which a sample is not the default value.
+    bool copyScalars(const Base& other) override;
+    void findMinMax(Value& min, Value& max) const override;
+    bool doIHave_NaN() const override;
 
 private:
     void copyRow(const Index3& node, uint32 count, Value* out) const;
@@ -185,11 +164,11 @@ private:
     bool isLargerTowards(const Tile& values, const Index3& tile, uint32 axis, bool upwards,
                          Value threshold) const;
     void freeTiles();
-    bool hasSameTiles(const ScalarField3_SG& other) const;
+    const ScalarField3_SG* asSameTiles(const Base& other) const;
     template <class Map>
     void mapSamples(Map map);
     template <class Combine>
-    void combineSamples(const ScalarField3_SG& a, const ScalarField3_SG& b, Combine combine);
+    bool combineTiles(const Base& a, const Base& b, Combine combine);
     template <class Visit>
     void forEachStoredRow(Visit visit) const;
 

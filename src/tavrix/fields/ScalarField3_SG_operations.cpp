@@ -1,10 +1,7 @@
 #include <algorithm>
-#include <cmath>
-#include <stdexcept>
 
-#include <tavrix/fields/detail/Mix.h>
-#include <tavrix/fields/detail/PointCell.h>
 #include <tavrix/fields/detail/SameBits.h>
+#include <tavrix/fields/detail/SampleArithmetic.h>
 #include <tavrix/fields/ScalarField3_SG.h>
 
 namespace tavrix
@@ -17,12 +14,16 @@ void ScalarField3_SG<Value, Coord>::freeTiles()
     std::fill(_table.begin(), _table.end(), noIndex);
 }
 
+/// The other field when it is tiled in the same way, and null otherwise.
 template <class Value, class Coord>
-bool ScalarField3_SG<Value, Coord>::hasSameTiles(const ScalarField3_SG& other) const
+const ScalarField3_SG<Value, Coord>* ScalarField3_SG<Value, Coord>::asSameTiles(const Base& other) const
 {
-    const GridDescription3<Coord>& grid = other._grid;
-    return grid.sizeX == _grid.sizeX && grid.sizeY == _grid.sizeY && grid.sizeZ == _grid.sizeZ &&
-           other._tileGrid.edge == _tileGrid.edge;
+    if (other.getType() != ScalarFieldType::Tiled) return nullptr;
+    const auto& tiled = static_cast<const ScalarField3_SG&>(other);
+    const GridDescription3<Coord>& grid = tiled._grid;
+    const bool isSame = grid.sizeX == _grid.sizeX && grid.sizeY == _grid.sizeY && grid.sizeZ == _grid.sizeZ &&
+                        tiled._tileGrid.edge == _tileGrid.edge;
+    return isSame ? &tiled : nullptr;
 }
 
 /// Replaces every sample by map(sample). Values outside the grid are mapped as the default value is.
@@ -36,30 +37,32 @@ void ScalarField3_SG<Value, Coord>::mapSamples(Map map)
     _flags |= Base::flagChanged;
 }
 
-/// Replaces every sample by combine(sample of a, sample of b), where either may be this field.
+/// Replaces every sample by combine(sample of a, sample of b), where either may be this field; false, and
+/// nothing changed, unless both are tiled as this one is.
 template <class Value, class Coord>
 template <class Combine>
-void ScalarField3_SG<Value, Coord>::combineSamples(const ScalarField3_SG& a, const ScalarField3_SG& b,
-                                                   Combine combine)
+bool ScalarField3_SG<Value, Coord>::combineTiles(const Base& a, const Base& b, Combine combine)
 {
-    if (!hasSameTiles(a) || !hasSameTiles(b))
-        throw std::invalid_argument("tavrix: tiled fields of different sizes or tile edges");
+    const ScalarField3_SG *fieldA = asSameTiles(a), *fieldB = asSameTiles(b);
+    if (!fieldA || !fieldB) return false;
     Array<uint32> table(_table.size(), noIndex);
     ArrayOfPtr<Tile> tiles;
     for (uint32 t = 0; t < table.size(); ++t)
     {
-        const Tile *ofA = a.getTile(t), *ofB = b.getTile(t);
+        const Tile *ofA = fieldA->getTile(t), *ofB = fieldB->getTile(t);
         if (!ofA && !ofB) continue;
         Tile values(_tileGrid.valuesPerTile());
         for (uint32 n = 0; n < values.size(); ++n)
-            values[n] = combine(ofA ? (*ofA)[n] : a._defaultValue, ofB ? (*ofB)[n] : b._defaultValue);
+            values[n] =
+                combine(ofA ? (*ofA)[n] : fieldA->_defaultValue, ofB ? (*ofB)[n] : fieldB->_defaultValue);
         tiles.push_back(new Tile(std::move(values)));
         table[t] = tiles.size() - 1;
     }
-    _defaultValue = combine(a._defaultValue, b._defaultValue);
+    _defaultValue = combine(fieldA->_defaultValue, fieldB->_defaultValue);
     _table = std::move(table);
     _tiles = std::move(tiles);
     _flags |= Base::flagChanged;
+    return true;
 }
 
 /// Calls visit(samples, count) for the rows along z of the nodes that belong to stored tiles.
@@ -91,45 +94,49 @@ void ScalarField3_SG<Value, Coord>::setDefaultValue(Value value)
 template <class Value, class Coord>
 void ScalarField3_SG<Value, Coord>::add(Value v)
 {
-    mapSamples([v](Value sample) { return static_cast<Value>(sample + v); });
+    mapSamples([v](Value sample) { return detail::sumOf(sample, v); });
 }
 
 template <class Value, class Coord>
-void ScalarField3_SG<Value, Coord>::interpolate(const ScalarField3_SG& a, const ScalarField3_SG& b, double t)
+void ScalarField3_SG<Value, Coord>::multiply(Value factor)
 {
-    combineSamples(a, b, detail::Mix<Value>(t));
+    mapSamples([factor](Value sample) { return detail::productOf(sample, factor); });
 }
 
 template <class Value, class Coord>
-void ScalarField3_SG<Value, Coord>::add(const ScalarField3_SG& other,
-                                        Value factor) requires std::floating_point<Value>
+void ScalarField3_SG<Value, Coord>::abs()
 {
-    combineSamples(*this, other, [factor](Value mine, Value theirs) { return theirs * factor + mine; });
+    mapSamples([](Value sample) { return detail::magnitudeOf(sample); });
 }
 
 template <class Value, class Coord>
-void ScalarField3_SG<Value, Coord>::sub(const ScalarField3_SG& other) requires std::floating_point<Value>
+bool ScalarField3_SG<Value, Coord>::add(const Base& other, Value factor)
 {
-    combineSamples(*this, other, [](Value mine, Value theirs) { return mine - theirs; });
+    return combineTiles(*this, other,
+                        [factor](Value mine, Value theirs)
+                        { return detail::sumOf(detail::productOf(theirs, factor), mine); }) ||
+           Base::add(other, factor);
 }
 
 template <class Value, class Coord>
-void ScalarField3_SG<Value, Coord>::multiply(Value factor) requires std::floating_point<Value>
+bool ScalarField3_SG<Value, Coord>::sub(const Base& other)
 {
-    mapSamples([factor](Value sample) { return sample * factor; });
+    return combineTiles(*this, other,
+                        [](Value mine, Value theirs) { return detail::differenceOf(mine, theirs); }) ||
+           Base::sub(other);
 }
 
 template <class Value, class Coord>
-void ScalarField3_SG<Value, Coord>::abs() requires std::floating_point<Value>
+bool ScalarField3_SG<Value, Coord>::interpolate(const Base& a, const Base& b, double t)
 {
-    mapSamples([](Value sample) { return std::fabs(sample); });
+    return combineTiles(a, b, [t](Value from, Value to) { return detail::mixOf(from, to, t); }) ||
+           Base::interpolate(a, b, t);
 }
 
 template <class Value, class Coord>
-void ScalarField3_SG<Value, Coord>::findMinMax(Value& min,
-                                               Value& max) const requires std::floating_point<Value>
+void ScalarField3_SG<Value, Coord>::findMinMax(Value& min, Value& max) const
 {
-    Value low = farValue, high = -farValue;
+    Value low = detail::startOfMin<Value>, high = detail::startOfMax<Value>;
     const auto take = [&](const Value* samples, uint32 count)
     {
         for (uint32 n = 0; n < count; ++n)
@@ -145,57 +152,22 @@ void ScalarField3_SG<Value, Coord>::findMinMax(Value& min,
 }
 
 template <class Value, class Coord>
-void ScalarField3_SG<Value, Coord>::findMinMaxAvg(Value& min, Value& max,
-                                                  Value& avg) const requires std::floating_point<Value>
+bool ScalarField3_SG<Value, Coord>::doIHave_NaN() const
 {
-    findMinMax(min, max);
-    Value sum = 0;  // in monoindex order, as rounding depends on it
-    Array<Value> row(_grid.sizeZ);
-    for (uint32 first = 0; first != _grid.size; first += _grid.sizeZ)
-    {
-        copySamples(first, _grid.sizeZ, row.data());
-        for (const Value sample : row) sum += sample;
-    }
-    avg = _grid.size == 0 ? Value(0) : sum / static_cast<Value>(_grid.size);
-}
-
-template <class Value, class Coord>
-bool ScalarField3_SG<Value, Coord>::doIHave_NaN() const requires std::floating_point<Value>
-{
-    bool found = _tiles.size() < _table.size() && !std::isfinite(_defaultValue);
+    bool found = _tiles.size() < _table.size() && !detail::isFiniteSample(_defaultValue);
     forEachStoredRow(
-        [&](const Value* samples, uint32 count) {
-            found = found || !std::all_of(samples, samples + count, [](Value v) { return std::isfinite(v); });
-        });
+        [&](const Value* samples, uint32 count)
+        { found = found || !std::all_of(samples, samples + count, detail::isFiniteSample<Value>); });
     return found;
 }
 
 template <class Value, class Coord>
-bool ScalarField3_SG<Value, Coord>::addValueToBoxContainingPoint(const Vector3<Coord>& point,
-                                                                 Value v) requires std::floating_point<Value>
+bool ScalarField3_SG<Value, Coord>::copyScalars(const Base& other)
 {
-    detail::PointCell<Coord> cell;
-    if (!detail::findCell(_grid, point, cell)) return false;
-    for (uint32 c = 0; c < 8; ++c)
-    {
-        const Index3 node = cell.corner(c);
-        add(node.a, node.b, node.c, v * static_cast<Value>(cell.weight[c] / cell.weightSum));
-    }
-    return true;
-}
-
-template <class Value, class Coord>
-void ScalarField3_SG<Value, Coord>::copyScalars(const Base& other)
-{
-    if (&other == this) return;
-    if (other.getType() == ScalarFieldType::Tiled)
-    {
-        const auto& tiled = static_cast<const ScalarField3_SG&>(other);
-        if (hasSameTiles(tiled)) return combineSamples(tiled, tiled, [](Value v, Value) { return v; });
-        _defaultValue = tiled._defaultValue;
-    }
+    if (other.size() != this->size()) return false;
+    if (&other == this || combineTiles(other, other, [](Value v, Value) { return v; })) return true;
+    if (other.getType() == ScalarFieldType::Tiled) _defaultValue = other.getDefaultValue();
     freeTiles();
-    const uint32 count = std::min(this->size(), other.size());
     Tile values(_tileGrid.valuesPerTile());
     for (uint32 t = 0; t < _table.size(); ++t)
     {
@@ -210,38 +182,31 @@ void ScalarField3_SG<Value, Coord>::copyScalars(const Base& other)
         for (uint32 i = low.a; i < high.a; ++i)
             for (uint32 j = low.b; j < high.b; ++j)
             {
-                const uint32 first = _grid.getMonoindex(i, j, low.c);
-                if (first < count)
-                    other.copySamples(first, std::min(high.c - low.c, count - first),
-                                      values.data() + _tileGrid.valueAt(i - low.a, j - low.b, 0));
+                other.copySamples(_grid.getMonoindex(i, j, low.c), high.c - low.c,
+                                  values.data() + _tileGrid.valueAt(i - low.a, j - low.b, 0));
             }
         const auto isDefault = [this](Value v) { return detail::sameBits(v, _defaultValue); };
         if (!std::all_of(values.begin(), values.end(), isDefault)) setTile(t, Tile(values));
     }
     _flags |= Base::flagChanged;
+    return true;
 }
 
-#define TX_INSTANTIATE(Value, Coord)                                                                         \
-    template void ScalarField3_SG<Value, Coord>::freeTiles();                                                \
-    template bool ScalarField3_SG<Value, Coord>::hasSameTiles(const ScalarField3_SG&) const;                 \
-    template void ScalarField3_SG<Value, Coord>::setDefaultValue(Value);                                     \
-    template void ScalarField3_SG<Value, Coord>::add(Value);                                                 \
-    template void ScalarField3_SG<Value, Coord>::interpolate(const ScalarField3_SG&, const ScalarField3_SG&, \
-                                                             double);                                        \
-    template void ScalarField3_SG<Value, Coord>::copyScalars(const ScalarField3_base<Value, Coord>&);
+#define TX_INSTANTIATE(Value, Coord)                                                                      \
+    template const ScalarField3_SG<Value, Coord>* ScalarField3_SG<Value, Coord>::asSameTiles(const Base&) \
+        const;                                                                                            \
+    template void ScalarField3_SG<Value, Coord>::freeTiles();                                             \
+    template void ScalarField3_SG<Value, Coord>::setDefaultValue(Value);                                  \
+    template void ScalarField3_SG<Value, Coord>::add(Value);                                              \
+    template void ScalarField3_SG<Value, Coord>::multiply(Value);                                         \
+    template void ScalarField3_SG<Value, Coord>::abs();                                                   \
+    template bool ScalarField3_SG<Value, Coord>::add(const Base&, Value);                                 \
+    template bool ScalarField3_SG<Value, Coord>::sub(const Base&);                                        \
+    template bool ScalarField3_SG<Value, Coord>::interpolate(const Base&, const Base&, double);           \
+    template bool ScalarField3_SG<Value, Coord>::copyScalars(const Base&);                                \
+    template void ScalarField3_SG<Value, Coord>::findMinMax(Value&, Value&) const;                        \
+    template bool ScalarField3_SG<Value, Coord>::doIHave_NaN() const;
 TX_FOR_EACH_SCALAR_FIELD(TX_INSTANTIATE)
-#undef TX_INSTANTIATE
-
-#define TX_INSTANTIATE(Value, Coord)                                                          \
-    template void ScalarField3_SG<Value, Coord>::add(const ScalarField3_SG&, Value);          \
-    template void ScalarField3_SG<Value, Coord>::sub(const ScalarField3_SG&);                 \
-    template void ScalarField3_SG<Value, Coord>::multiply(Value);                             \
-    template void ScalarField3_SG<Value, Coord>::abs();                                       \
-    template void ScalarField3_SG<Value, Coord>::findMinMax(Value&, Value&) const;            \
-    template void ScalarField3_SG<Value, Coord>::findMinMaxAvg(Value&, Value&, Value&) const; \
-    template bool ScalarField3_SG<Value, Coord>::doIHave_NaN() const;                         \
-    template bool ScalarField3_SG<Value, Coord>::addValueToBoxContainingPoint(const Vector3<Coord>&, Value);
-TX_FOR_EACH_REAL_SCALAR_FIELD(TX_INSTANTIATE)
 #undef TX_INSTANTIATE
 
 }  // namespace tavrix

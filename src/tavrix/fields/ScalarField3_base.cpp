@@ -1,6 +1,5 @@
 #include <tavrix/fields/ScalarField3_base.h>
 
-#include <algorithm>
 #include <cmath>
 
 namespace tavrix
@@ -29,15 +28,6 @@ template <class Value, class Coord>
 ScalarField3_base<Value, Coord>::~ScalarField3_base() = default;
 
 template <class Value, class Coord>
-void ScalarField3_base<Value, Coord>::copySamples(uint32 first, uint32 count, Value* out) const
-{
-    if (const Value* samples = getDenseSamples())
-        std::copy_n(samples + first, count, out);
-    else
-        for (uint32 n = 0; n < count; ++n) out[n] = get(first + n);
-}
-
-template <class Value, class Coord>
 void ScalarField3_base<Value, Coord>::moveTo(const Vector3<Coord>& point)
 {
     _grid.moveTo(point);
@@ -46,8 +36,7 @@ void ScalarField3_base<Value, Coord>::moveTo(const Vector3<Coord>& point)
 template <class Value, class Coord>
 void ScalarField3_base<Value, Coord>::move(const Vector3<Coord>& offset)
 {
-    _grid.box.min += offset;
-    _grid.box.max += offset;
+    _grid.setOrigin(_grid.box.min + offset);
 }
 
 template <class Value, class Coord>

@@ -53,15 +53,18 @@ inline constexpr double failedValue<double> = farValue;
 
 /// A 3-D scalar field on the nodes of a regular grid, whatever its storage.
 ///
-/// Holds what all storages share: the flags word, the render object, the type and the grid. Indices of nodes
-/// are not checked; a point outside the closed box answers (false, 3.4028235e38). No operation reports errors
-/// otherwise.
+/// Holds what all storages share: the flags word, the render object, the type and the grid. Every operation
+/// works on every storage, and gives the same samples; a storage overrides what it can do faster. Indices of
+/// nodes are not checked; a point outside the closed box answers (false, 3.4028235e38). Fields that meet in
+/// one operation may differ in storage, sizes and place, but must have equally many samples, which are
+/// paired by monoindex: otherwise nothing changes and the operation returns false. No other errors are
+/// reported. Integer arithmetic wraps around.
 template <class Value, class Coord>
 class ScalarField3_base
 {
 public:
-    /// Bit of the flags word: a reset or a write to many samples happened since a reader cleared it. Moving
-    /// the grid and writing single samples of a dense field do not set it.
+    /// Bit of the flags word: samples were reset or written, one or many, since a reader cleared it. Moving
+    /// the grid does not set it, nor do writes through references and pointers to samples.
     static constexpr uint32 flagChanged = 1;
 
     /// How ScalarField3::diffuse_dissipate solves.
@@ -119,8 +122,82 @@ public:
 
     virtual Value get(const Index3& node) const = 0;
     virtual Value get(uint32 monoindex) const = 0;
+    Value get(uint64 monoindex) const { return get(static_cast<uint32>(monoindex)); }
+    template <std::integral Index>
+    Value get(Index monoindex) const
+    {
+        return get(static_cast<uint32>(monoindex));
+    }
+    Value get(uint32 i, uint32 j, uint32 k) const { return get(Index3{i, j, k}); }
+    /// The sample of the node whose indices are (p - min) / separation truncated; neither rounding nor range
+    /// is corrected.
+    Value get(const Vector3<Coord>& point) const { return get(_grid.getTruncated(point)); }
+    Value operator[](uint32 monoindex) const { return get(monoindex); }
+
+    /// Writes a sample and sets the changed bit. Several threads may write different nodes of a dense field
+    /// while the bit is set, as it is after a reset.
     virtual void set(const Index3& node, Value value) = 0;
     virtual void set(uint32 monoindex, Value value) = 0;
+    void set(uint64 monoindex, Value value) { set(static_cast<uint32>(monoindex), value); }
+    template <std::integral Index>
+    void set(Index monoindex, Value value)
+    {
+        set(static_cast<uint32>(monoindex), value);
+    }
+    void set(uint32 i, uint32 j, uint32 k, Value value) { set(Index3{i, j, k}, value); }
+    /// Fills every sample.
+    virtual void set(Value value);
+    void setZero() { set(Value(0)); }
+
+    /// What nodes read that a storage does not hold; of dense fields the value last given.
+    virtual Value getDefaultValue() const = 0;
+    /// Fills every sample with the value and keeps it as the default.
+    virtual void setDefaultValue(Value value) = 0;
+
+    /// Adds to a sample.
+    void add(uint32 i, uint32 j, uint32 k, Value v);
+    void add(uint32 monoindex, Value v)
+    {
+        const Index3 n = getIndexes(monoindex);
+        add(n.a, n.b, n.c, v);
+    }
+    /// Add or subtract one and return the new value.
+    Value inc(uint32 i, uint32 j, uint32 k);
+    Value dec(uint32 i, uint32 j, uint32 k);
+    /// Adds v to the eight nodes around the point, each its trilinear weight's share, so that the samples'
+    /// sum grows by v; shares of integers are truncated. Returns false, and changes nothing, for a point
+    /// outside the closed box.
+    virtual bool addValueToBoxContainingPoint(const Vector3<Coord>& point, Value v);
+
+    // Arithmetic, sample by sample.
+
+    virtual void add(Value v);
+    virtual void multiply(Value factor);
+    virtual void abs();
+    /// this = other factor + this.
+    virtual bool add(const ScalarField3_base& other, Value factor);
+    /// this = this - other.
+    virtual bool sub(const ScalarField3_base& other);
+    /// this = (b - a) t + a. Integers are computed in double precision, truncated and kept in range.
+    virtual bool interpolate(const ScalarField3_base& a, const ScalarField3_base& b, double t);
+    /// Copies the samples; grid and default value stay.
+    virtual bool copyScalars(const ScalarField3_base& other);
+
+    /// The extremes. The searches start at 3.4028235e38 and -3.4028235e38, for integers at the type's own
+    /// extremes, which is what an empty field gives; samples that are not numbers do not count.
+    virtual void findMinMax(Value& min, Value& max) const;
+    /// The extremes, and the sum of the samples in monoindex order, kept in Value, divided by their count; 0
+    /// for an empty field.
+    virtual void findMinMaxAvg(Value& min, Value& max, Value& avg) const;
+    /// True when a sample is not a number or infinite; false for integers.
+    virtual bool doIHave_NaN() const;
+
+    /// 64-bit signatures for telling whether a field changed; a change of one sample always changes them. v1
+    /// covers the samples, v2 also the sizes, v3 also box, separations and default value. Equal on every
+    /// system and for every storage.
+    uint64 computeSignature_v1() const;
+    uint64 computeSignature_v2() const;
+    uint64 computeSignature_v3() const;
 
     /// All samples as one array in monoindex order, or null for a storage that has none.
     virtual const Value* getDenseSamples() const { return nullptr; }
@@ -205,8 +282,9 @@ public:
                   uint32 threadCount = 1) const requires std::floating_point<Value>;
     /// Gives every mesh vertex the unit gradient at its position as normal: the direction in which the field
     /// grows, as the faces wind that the surface extractor makes. "Nor" gets one normal a position and
-    /// "TrindexNor" the position triples. Vertices outside the box, and where the gradient is 0, get zero
-    /// vectors.
+    /// "TrindexNor" the position triples. Vertices outside the box by less than 2^-13 separations count as on
+    /// its border, where rounding may have moved them from. The others outside, and those where the gradient
+    /// is 0, get zero vectors.
     void computeFieldNormals(Mesh& mesh, uint32 threadCount = 1) const requires std::floating_point<Value>;
 
     /// Fills the field with the union of smooth balls: the largest (1 - (d / 2r)^2)^3 over the particles
@@ -221,24 +299,25 @@ public:
     /// count when nothing is cut off. Returns false when the callback, polled some tens of milliseconds
     /// apart, stopped the work: the field is then all zero.
     bool setDistanceField(const Array<Vector3F>& positions, const Array<float>& radii, float margin,
-                          uint32 threadCount, CancelCallback callback) requires std::floating_point<Value>;
+                          uint32 threadCount = 1,
+                          CancelCallback callback = nullptr) requires std::floating_point<Value>;
     /// Carves the union of smooth balls out of a field built earlier: group by group, where the group's balls
     /// v and the sample are above 0, the sample becomes sample - v. A cancelled call leaves the field as it
     /// was.
     bool setSubtractiveDistanceField(const Array<Vector3F>& positions, const Array<float>& radii,
-                                     float margin, uint32 threadCount,
-                                     CancelCallback callback) requires std::floating_point<Value>;
+                                     float margin, uint32 threadCount = 1,
+                                     CancelCallback callback = nullptr) requires std::floating_point<Value>;
     /// Fills the field with metaballs: the sum of w (1 - (d / R)^2)^3 over the particles within R = k r,
     /// where k = 1.2 + 0.038 influence (influence 0 to 100: 1.2 to 5) and w makes each ball 1 at its radius.
     /// Arguments, margin (the largest reach is R) and result as for setDistanceField; the sums are the same
     /// for every thread count.
     bool setMetaballField(const Array<Vector3F>& positions, const Array<float>& radii, float margin,
-                          float influence, uint32 threadCount,
-                          CancelCallback callback) requires std::floating_point<Value>;
+                          float influence, uint32 threadCount = 1,
+                          CancelCallback callback = nullptr) requires std::floating_point<Value>;
     /// Subtracts the metaballs from a field built earlier. A cancelled call leaves the field as it was.
     bool setSubtractiveMetaballField(const Array<Vector3F>& positions, const Array<float>& radii,
-                                     float margin, float influence, uint32 threadCount,
-                                     CancelCallback callback) requires std::floating_point<Value>;
+                                     float margin, float influence, uint32 threadCount = 1,
+                                     CancelCallback callback = nullptr) requires std::floating_point<Value>;
 
     /// Fills the field with the union of weighted balls: the largest w (1 - (d / R)^2)^3 over the particles
     /// within R = reach r. A weight scales a particle's kernel; with weights of one and a reach of 2 this is
@@ -249,42 +328,76 @@ public:
     /// R), the other arguments and the result as for setDistanceField; here a kernel counts at every node in
     /// its reach.
     bool setWeigthDistanceField(const Array<Vector3F>& positions, const Array<float>& radii,
-                                const Array<float>& weights, float margin, float reach, uint32 threadCount,
-                                CancelCallback callback) requires std::floating_point<Value>;
+                                const Array<float>& weights, float margin, float reach,
+                                uint32 threadCount = 1,
+                                CancelCallback callback = nullptr) requires std::floating_point<Value>;
     bool setWeigthDistanceField(const Array<Vector3F>& positions, const Array<float>& radii,
                                 const Array<float>& weights, float margin, float reach, float leastWeight,
                                 uint32 threadCount,
-                                CancelCallback callback) requires std::floating_point<Value>;
+                                CancelCallback callback = nullptr) requires std::floating_point<Value>;
     bool setWeigthDistanceField(const Array<Vector3F>& positions, const Array<float>& radii,
                                 const Array<float>& weights, float margin, float reach, float leastWeight,
                                 double largestReach, uint32 threadCount,
-                                CancelCallback callback) requires std::floating_point<Value>;
+                                CancelCallback callback = nullptr) requires std::floating_point<Value>;
+    /// The same on one thread: a floating-point number behind the reach is a least weight, an integer a
+    /// thread count.
+    template <std::floating_point Number>
+    bool setWeigthDistanceField(const Array<Vector3F>& positions, const Array<float>& radii,
+                                const Array<float>& weights, float margin, float reach, Number leastWeight)
+    {
+        return setWeigthDistanceField(positions, radii, weights, margin, reach,
+                                      static_cast<float>(leastWeight), 1);
+    }
+    template <std::floating_point Number>
+    bool setWeigthDistanceField(const Array<Vector3F>& positions, const Array<float>& radii,
+                                const Array<float>& weights, float margin, float reach, float leastWeight,
+                                Number largestReach)
+    {
+        return setWeigthDistanceField(positions, radii, weights, margin, reach, leastWeight,
+                                      static_cast<double>(largestReach), 1);
+    }
     /// The same with the kernels summed: the smooth union in which neighbours swell together. Weights may be
     /// negative here unless leastWeight says otherwise. Sums are the same for every thread count.
     bool setWeigthDistanceField_v2(const Array<Vector3F>& positions, const Array<float>& radii,
-                                   const Array<float>& weights, float margin, float reach, uint32 threadCount,
-                                   CancelCallback callback) requires std::floating_point<Value>;
+                                   const Array<float>& weights, float margin, float reach,
+                                   uint32 threadCount = 1,
+                                   CancelCallback callback = nullptr) requires std::floating_point<Value>;
     bool setWeigthDistanceField_v2(const Array<Vector3F>& positions, const Array<float>& radii,
                                    const Array<float>& weights, float margin, float reach, float leastWeight,
                                    uint32 threadCount,
-                                   CancelCallback callback) requires std::floating_point<Value>;
+                                   CancelCallback callback = nullptr) requires std::floating_point<Value>;
+    template <std::floating_point Number>
+    bool setWeigthDistanceField_v2(const Array<Vector3F>& positions, const Array<float>& radii,
+                                   const Array<float>& weights, float margin, float reach, Number leastWeight)
+    {
+        return setWeigthDistanceField_v2(positions, radii, weights, margin, reach,
+                                         static_cast<float>(leastWeight), 1);
+    }
     /// Carves the union of weighted balls out of a field built earlier, as setSubtractiveDistanceField does.
+    bool setSubtractiveWeigthDistanceField(
+        const Array<Vector3F>& positions, const Array<float>& radii, const Array<float>& weights,
+        float margin, float reach, uint32 threadCount = 1,
+        CancelCallback callback = nullptr) requires std::floating_point<Value>;
+    bool setSubtractiveWeigthDistanceField(
+        const Array<Vector3F>& positions, const Array<float>& radii, const Array<float>& weights,
+        float margin, float reach, float leastWeight, uint32 threadCount,
+        CancelCallback callback = nullptr) requires std::floating_point<Value>;
+    template <std::floating_point Number>
     bool setSubtractiveWeigthDistanceField(const Array<Vector3F>& positions, const Array<float>& radii,
                                            const Array<float>& weights, float margin, float reach,
-                                           uint32 threadCount,
-                                           CancelCallback callback) requires std::floating_point<Value>;
-    bool setSubtractiveWeigthDistanceField(const Array<Vector3F>& positions, const Array<float>& radii,
-                                           const Array<float>& weights, float margin, float reach,
-                                           float leastWeight, uint32 threadCount,
-                                           CancelCallback callback) requires std::floating_point<Value>;
+                                           Number leastWeight)
+    {
+        return setSubtractiveWeigthDistanceField(positions, radii, weights, margin, reach,
+                                                 static_cast<float>(leastWeight), 1);
+    }
     /// The union of weighted balls, flattened along their normals: the largest w (1 - q)^3 where
     /// q = (d^2 + 3 (n . d)^2) / (2r)^2 < 1, d the vector from the particle and n its normal. A unit normal
     /// halves the kernel along it, a longer one flattens more, and a zero normal leaves the plain ball.
     /// Weights, margin (the largest reach is 2r) and the rest as for setWeigthDistanceField.
     bool setWeigthNormalDistanceField(const Array<Vector3F>& positions, const Array<float>& radii,
                                       const Array<Vector3F>& normals, const Array<float>& weights,
-                                      float margin, uint32 threadCount,
-                                      CancelCallback callback) requires std::floating_point<Value>;
+                                      float margin, uint32 threadCount = 1,
+                                      CancelCallback callback = nullptr) requires std::floating_point<Value>;
 
     /// Fills the field with the sum of ellipsoidal kernels that follow the liquid's shape (after Yu and Turk,
     /// ACM Transactions on Graphics 32(1), 2013): flat along its surface, so that the surface is smooth while
@@ -302,13 +415,13 @@ public:
     /// output, and on standard error five times the MiB of memory in use: at the start and after each of the
     /// four.
     bool setAnisotropyDistanceField(const Array<Vector3F>& positions, const Array<float>& radii, float margin,
-                                    uint32 threadCount,
-                                    CancelCallback callback) requires std::floating_point<Value>;
+                                    uint32 threadCount = 1,
+                                    CancelCallback callback = nullptr) requires std::floating_point<Value>;
     /// The same with settings of the caller's, and nothing printed. A setting out of its range takes its
     /// default.
     bool setAnisotropyDistanceField(const Array<Vector3F>& positions, const Array<float>& radii, float margin,
-                                    const AnisotropySettings& settings, uint32 threadCount,
-                                    CancelCallback callback) requires std::floating_point<Value>;
+                                    const AnisotropySettings& settings, uint32 threadCount = 1,
+                                    CancelCallback callback = nullptr) requires std::floating_point<Value>;
 
     /// Moves the box so that its centre is the point.
     virtual void moveTo(const Vector3<Coord>& point);

@@ -54,8 +54,7 @@ bool buildAnisotropicField(ScalarField3_base<Value, Coord>& field, float margin,
                            detail::AnisotropicKernels kernels, uint32 threadCount, CancelCallback callback,
                            Diagnostics diagnostics)
 {
-    const auto cancel = [&]
-    { return detail::withStorage(field, [](auto& stored) { stored.setZero(); }), false; };
+    const auto cancel = [&] { return field.setZero(), false; };
     if (!kernels.measureNeighbourhoods()) return cancel();
     diagnostics.endPhase("neighbo");
     if (!kernels.fitEllipsoids()) return cancel();

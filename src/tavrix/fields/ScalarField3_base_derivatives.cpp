@@ -244,6 +244,26 @@ void ScalarField3_base<Value, Coord>::gradient(Vector3Field3<Value, Coord>& out,
         });
 }
 
+namespace
+{
+
+/// A point outside the box by less than 2^-13 separations, moved onto the box; any other point as it is. That
+/// much outside, rounding may have put vertices of the border, or clean-up, which merges within it.
+template <class Coord>
+Vector3D takenToBorder(const GridDescription3<Coord>& grid, Vector3D point)
+{
+    for (uint32 axis = 0; axis < 3; ++axis)
+    {
+        const double low = grid.box.min[axis], high = grid.box.max[axis];
+        const double slack = double{grid.separation[axis]} / 8192;
+        if (point[axis] < low && point[axis] > low - slack) point[axis] = low;
+        if (point[axis] > high && point[axis] < high + slack) point[axis] = high;
+    }
+    return point;
+}
+
+}  // namespace
+
 template <class Value, class Coord>
 void ScalarField3_base<Value, Coord>::computeFieldNormals(
     Mesh& mesh, uint32 threadCount) const requires std::floating_point<Value>
@@ -255,8 +275,11 @@ void ScalarField3_base<Value, Coord>::computeFieldNormals(
                 [&](uint32, uint64 begin, uint64 end)
                 {
                     for (uint64 v = begin; v < end; ++v)
-                        normals[v] = unitOrZero(convert<double>(
-                            evalGradSafe(convert<Coord>(positions[v]), TX_FIELD_EVAL_ASYMMETRIC).b));
+                    {
+                        const auto point = convert<Coord>(takenToBorder(_grid, positions[v]));
+                        normals[v] =
+                            unitOrZero(convert<double>(evalGradSafe(point, TX_FIELD_EVAL_ASYMMETRIC).b));
+                    }
                 });
     mesh.refTrindexNor() = mesh.refTrindexPos();
 }

@@ -1,8 +1,11 @@
 #include <algorithm>
-#include <cmath>
 
 #include <tavrix/fields/detail/PointCell.h>
+#include <tavrix/fields/detail/SampleArithmetic.h>
 #include <tavrix/fields/ScalarField3.h>
+
+// Operations on whole fields over the sample array, for vectors; with a field of another storage they go the
+// way of every storage.
 
 namespace tavrix
 {
@@ -19,8 +22,8 @@ struct Extremes
 
     Extremes()
     {
-        std::fill_n(min, lanes, Value(farValue));
-        std::fill_n(max, lanes, Value(-farValue));
+        std::fill_n(min, lanes, detail::startOfMin<Value>);
+        std::fill_n(max, lanes, detail::startOfMax<Value>);
     }
 
     void add(uint32 lane, Value v)
@@ -33,38 +36,69 @@ struct Extremes
 }  // namespace
 
 template <class Value, class Coord>
-void ScalarField3<Value, Coord>::add(const ScalarField3& other,
-                                     Value factor) requires std::floating_point<Value>
+void ScalarField3<Value, Coord>::add(Value v)
 {
-    const uint32 count = std::min(_samples.size(), other._samples.size());
-    for (uint32 n = 0; n < count; ++n) _samples[n] = other._samples[n] * factor + _samples[n];
-    _flags |= Base::flagChanged;
+    for (Value& sample : _samples) sample = detail::sumOf(sample, v);
+    setChanged();
 }
 
 template <class Value, class Coord>
-void ScalarField3<Value, Coord>::sub(const ScalarField3& other) requires std::floating_point<Value>
+void ScalarField3<Value, Coord>::multiply(Value factor)
 {
-    const uint32 count = std::min(_samples.size(), other._samples.size());
-    for (uint32 n = 0; n < count; ++n) _samples[n] = _samples[n] - other._samples[n];
-    _flags |= Base::flagChanged;
+    for (Value& sample : _samples) sample = detail::productOf(sample, factor);
+    setChanged();
 }
 
 template <class Value, class Coord>
-void ScalarField3<Value, Coord>::multiply(Value factor) requires std::floating_point<Value>
+void ScalarField3<Value, Coord>::abs()
 {
-    for (Value& sample : _samples) sample *= factor;
-    _flags |= Base::flagChanged;
+    for (Value& sample : _samples) sample = detail::magnitudeOf(sample);
+    setChanged();
 }
 
 template <class Value, class Coord>
-void ScalarField3<Value, Coord>::abs() requires std::floating_point<Value>
+bool ScalarField3<Value, Coord>::add(const Base& other, Value factor)
 {
-    for (Value& sample : _samples) sample = std::fabs(sample);
-    _flags |= Base::flagChanged;
+    const Value* theirs = other.getDenseSamples();
+    if (!theirs || other.size() != this->size()) return Base::add(other, factor);
+    for (uint32 n = 0; n < _samples.size(); ++n)
+        _samples[n] = detail::sumOf(detail::productOf(theirs[n], factor), _samples[n]);
+    setChanged();
+    return true;
 }
 
 template <class Value, class Coord>
-void ScalarField3<Value, Coord>::findMinMax(Value& min, Value& max) const requires std::floating_point<Value>
+bool ScalarField3<Value, Coord>::sub(const Base& other)
+{
+    const Value* theirs = other.getDenseSamples();
+    if (!theirs || other.size() != this->size()) return Base::sub(other);
+    for (uint32 n = 0; n < _samples.size(); ++n) _samples[n] = detail::differenceOf(_samples[n], theirs[n]);
+    setChanged();
+    return true;
+}
+
+template <class Value, class Coord>
+bool ScalarField3<Value, Coord>::interpolate(const Base& a, const Base& b, double t)
+{
+    const Value *from = a.getDenseSamples(), *to = b.getDenseSamples();
+    if (!from || !to || a.size() != this->size() || b.size() != this->size())
+        return Base::interpolate(a, b, t);
+    for (uint32 n = 0; n < _samples.size(); ++n) _samples[n] = detail::mixOf(from[n], to[n], t);
+    setChanged();
+    return true;
+}
+
+template <class Value, class Coord>
+bool ScalarField3<Value, Coord>::copyScalars(const Base& other)
+{
+    if (other.size() != this->size()) return false;
+    if (&other != this) other.copySamples(0, this->size(), _samples.data());
+    setChanged();
+    return true;
+}
+
+template <class Value, class Coord>
+void ScalarField3<Value, Coord>::findMinMax(Value& min, Value& max) const
 {
     Extremes<Value> found;
     const uint32 grouped = _samples.size() / found.lanes * found.lanes;
@@ -76,46 +110,38 @@ void ScalarField3<Value, Coord>::findMinMax(Value& min, Value& max) const requir
 }
 
 template <class Value, class Coord>
-void ScalarField3<Value, Coord>::findMinMaxAvg(Value& min, Value& max,
-                                               Value& avg) const requires std::floating_point<Value>
+bool ScalarField3<Value, Coord>::doIHave_NaN() const
 {
-    findMinMax(min, max);
-    Value sum = 0;
-    for (const Value sample : _samples) sum += sample;
-    avg = _samples.empty() ? Value(0) : sum / static_cast<Value>(_samples.size());
+    return !std::all_of(_samples.begin(), _samples.end(), detail::isFiniteSample<Value>);
 }
 
 template <class Value, class Coord>
-bool ScalarField3<Value, Coord>::doIHave_NaN() const requires std::floating_point<Value>
-{
-    return std::any_of(_samples.begin(), _samples.end(), [](Value v) { return !std::isfinite(v); });
-}
-
-template <class Value, class Coord>
-bool ScalarField3<Value, Coord>::addValueToBoxContainingPoint(const Vector3<Coord>& point,
-                                                              Value v) requires std::floating_point<Value>
+bool ScalarField3<Value, Coord>::addValueToBoxContainingPoint(const Vector3<Coord>& point, Value v)
 {
     detail::PointCell<Coord> cell;
     if (!detail::findCell(_grid, point, cell)) return false;
     for (uint32 c = 0; c < 8; ++c)
     {
         const Index3 node = cell.corner(c);
-        add(node.a, node.b, node.c, v * static_cast<Value>(cell.weight[c] / cell.weightSum));
+        Value& sample = _samples[_grid.getMonoindex(node.a, node.b, node.c)];
+        sample = detail::sumOf(sample, detail::shareOf(v, cell.weight[c] / cell.weightSum));
     }
-    _flags |= Base::flagChanged;
+    setChanged();
     return true;
 }
 
-#define TX_INSTANTIATE(Value, Coord)                                                       \
-    template void ScalarField3<Value, Coord>::add(const ScalarField3&, Value);             \
-    template void ScalarField3<Value, Coord>::sub(const ScalarField3&);                    \
-    template void ScalarField3<Value, Coord>::multiply(Value);                             \
-    template void ScalarField3<Value, Coord>::abs();                                       \
-    template void ScalarField3<Value, Coord>::findMinMax(Value&, Value&) const;            \
-    template void ScalarField3<Value, Coord>::findMinMaxAvg(Value&, Value&, Value&) const; \
-    template bool ScalarField3<Value, Coord>::doIHave_NaN() const;                         \
+#define TX_INSTANTIATE(Value, Coord)                                                         \
+    template void ScalarField3<Value, Coord>::add(Value);                                    \
+    template void ScalarField3<Value, Coord>::multiply(Value);                               \
+    template void ScalarField3<Value, Coord>::abs();                                         \
+    template bool ScalarField3<Value, Coord>::add(const Base&, Value);                       \
+    template bool ScalarField3<Value, Coord>::sub(const Base&);                              \
+    template bool ScalarField3<Value, Coord>::interpolate(const Base&, const Base&, double); \
+    template bool ScalarField3<Value, Coord>::copyScalars(const Base&);                      \
+    template void ScalarField3<Value, Coord>::findMinMax(Value&, Value&) const;              \
+    template bool ScalarField3<Value, Coord>::doIHave_NaN() const;                           \
     template bool ScalarField3<Value, Coord>::addValueToBoxContainingPoint(const Vector3<Coord>&, Value);
-TX_FOR_EACH_REAL_SCALAR_FIELD(TX_INSTANTIATE)
+TX_FOR_EACH_SCALAR_FIELD(TX_INSTANTIATE)
 #undef TX_INSTANTIATE
 
 }  // namespace tavrix

@@ -83,9 +83,9 @@ void ImplicitSurface3Sparse<T>::findMinMax(T& min, T& max) const
 }
 
 template <class T>
-void ImplicitSurface3Sparse<T>::reset(uint32 sizeX, uint32 sizeY, uint32 sizeZ, double separation)
+void ImplicitSurface3Sparse<T>::reset(uint32 sizeX, uint32 sizeY, uint32 sizeZ, const Vector3D& separation)
 {
-    _field->reset_XYZ(sizeX, sizeY, sizeZ, separation);
+    _field->reset(sizeX, sizeY, sizeZ, separation);
 }
 
 template <class T>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <stdexcept>
+#include <utility>
 
 #include <tavrix/fields/detail/TileSplatting.h>
 
@@ -9,15 +9,22 @@
 namespace tavrix::detail
 {
 
-/// Calls use(field) with the field as the storage that it is; std::invalid_argument for one of a host's own.
+/// Calls use(field) with the field as the storage that it is, or, for any other, with a dense field that
+/// takes over its samples and gives them back.
 template <class Value, class Coord, class Use>
-auto withStorage(ScalarField3_base<Value, Coord>& field, Use use)
+bool withStorage(ScalarField3_base<Value, Coord>& field, Use use)
 {
     if (field.getType() == ScalarFieldType::Tiled)
         return use(static_cast<ScalarField3_SG<Value, Coord>&>(field));
     if (field.getType() == ScalarFieldType::Dense)
         return use(static_cast<ScalarField3<Value, Coord>&>(field));
-    throw std::invalid_argument("tavrix: particles make dense and tiled fields only");
+    ScalarField3<Value, Coord> dense;
+    Array<Value> samples(field.size());
+    field.copySamples(0, field.size(), samples.data());
+    dense.adopt(field.getGrid(), std::move(samples));
+    const bool isDone = use(dense);
+    field.copyScalars(dense);
+    return isDone;
 }
 
 template <class Value, class Coord, class Kernel, class Make>

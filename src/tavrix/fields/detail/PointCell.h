@@ -28,6 +28,17 @@ struct PointCell
     std::array<Coord, 8> weight;
     Coord weightSum;
 
+    /// Weights are 0 in a cell so small that they underflow.
+    template <class Scalar>
+    Scalar narrowedWeight(uint32 c) const
+    {
+        const Coord share = weight[c] / weightSum;
+        if constexpr (std::is_integral_v<Scalar>)
+            return share > 0 ? static_cast<Scalar>(share) : Scalar(0);
+        else
+            return static_cast<Scalar>(share);
+    }
+
     Index3 corner(uint32 c) const
     {
         return {c & 1 ? high.a : low.a, c & 2 ? high.b : low.b, c & 4 ? high.c : low.c};
@@ -42,7 +53,7 @@ struct PointCell
         using Scalar = typename ScalarOf<Value>::Type;
         Value sum{};
         for (uint32 c = 0; c < 8; ++c)
-            sum = static_cast<Value>(sum + valueAt(corner(c)) * static_cast<Scalar>(weight[c] / weightSum));
+            sum = static_cast<Value>(sum + valueAt(corner(c)) * narrowedWeight<Scalar>(c));
         return sum;
     }
 };
@@ -52,7 +63,7 @@ struct PointCell
 template <class Coord>
 bool findCell(const GridDescription3<Coord>& grid, const Vector3<Coord>& point, PointCell<Coord>& cell)
 {
-    if (grid.size == 0 || !grid.box.contains(point)) return false;
+    if (!grid.contains(point)) return false;
     cell.low = grid.getCell(point);
     if (cell.low == noCell) return false;
     Vector3<Coord> toLow, toHigh;

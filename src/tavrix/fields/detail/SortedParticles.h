@@ -57,7 +57,8 @@ Array<typename Kernel::Particle> sortParticles(const Lattice& lattice, const Ker
     return particles;
 }
 
-/// The nodes around a box: snapped outward to the lattice, widened by round(margin / separation) + 2 nodes.
+/// The nodes around a box: snapped outward to the lattice, widened by round(margin / separation) + 2 nodes;
+/// none when a margin below 0 turns the box inside out, or is not a number.
 NodeBox nodesAround(const Lattice& lattice, const Box3F& box, float margin);
 
 /// Cuts sorted particles into threadCount runs of equal length, the last taking the remainder. Each may touch

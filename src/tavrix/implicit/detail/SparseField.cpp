@@ -35,10 +35,9 @@ SparseField<T>& SparseField<T>::operator=(const SparseField& other)
 }
 
 template <class T>
-void SparseField<T>::reset_XYZ(uint32 sizeX, uint32 sizeY, uint32 sizeZ, double separation)
+void SparseField<T>::reset(uint32 sizeX, uint32 sizeY, uint32 sizeZ, const Vector3D& separation)
 {
-    const auto grid =
-        GridDescription3<double>::centered(sizeX, sizeY, sizeZ, {separation, separation, separation});
+    const auto grid = GridDescription3<double>::centered(sizeX, sizeY, sizeZ, separation);
     _rowBegins.assign(rowBeginCount(grid), 0);
     _indexes.clear();
     _values.clear();
@@ -82,8 +81,19 @@ T SparseField<T>::get(const Index3& node) const
 }
 
 template <class T>
+void SparseField<T>::setDefaultValue(T value)
+{
+    std::fill(_rowBegins.begin(), _rowBegins.end(), 0);
+    _indexes.clear();
+    _values.clear();
+    _defaultValue = value;
+    this->_flags |= Base::flagChanged;
+}
+
+template <class T>
 void SparseField<T>::set(const Index3& node, T value)
 {
+    this->_flags |= Base::flagChanged;
     const Row held = row(node.a, node.b);
     const uint32* begin = _indexes.data();
     const uint32* end = begin + held.end;

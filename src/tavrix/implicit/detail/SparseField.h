@@ -20,16 +20,21 @@ public:
     };
 
     /// Nodes that are not held read the default value, which must outlive the field.
-    explicit SparseField(const T& defaultValue) : Base(ScalarFieldType::Sparse), _defaultValue(defaultValue)
-    {
-    }
+    explicit SparseField(T& defaultValue) : Base(ScalarFieldType::Sparse), _defaultValue(defaultValue) {}
     /// Copies grid and held samples.
     SparseField& operator=(const SparseField& other);
 
-    void reset_XYZ(uint32 sizeX, uint32 sizeY, uint32 sizeZ, double separation) override;
+    void reset(uint32 sizeX, uint32 sizeY, uint32 sizeZ, const Vector3D& separation);
+    void reset_XYZ(uint32 sizeX, uint32 sizeY, uint32 sizeZ, double separation) override
+    {
+        reset(sizeX, sizeY, sizeZ, {separation, separation, separation});
+    }
     void reset_toZeroSize() override;
     void initialize() override {}
     uint64 getMemoryUsage() const override;
+
+    using Base::get;
+    using Base::set;
 
     T get(const Index3& node) const override;
     T get(uint32 monoindex) const override { return get(_grid.getIndexes(monoindex)); }
@@ -39,7 +44,9 @@ public:
     /// Takes over the grid of a dense field, and its samples below the value.
     void assignBelow(const GridDescription3<double>& grid, const T* samples, T value);
 
-    T getDefaultValue() const { return _defaultValue; }
+    T getDefaultValue() const override { return _defaultValue; }
+    /// Lets go of all samples.
+    void setDefaultValue(T value) override;
 
     uint32 heldCount() const { return _values.size(); }
     Tuple2<uint32, T> held(uint32 number) const;
@@ -52,7 +59,7 @@ private:
     Array<uint32> _rowBegins;  ///< of every row (i, j), and the count of all at the end
     Array<uint32> _indexes;    ///< k of every held sample, growing in each row
     Array<T> _values;
-    const T& _defaultValue;
+    T& _defaultValue;
 };
 
 extern template class SparseField<float>;
