@@ -193,6 +193,34 @@ TEST(ImplicitSurface3Regular, FlagsTheNodesAroundTheSurface)
     EXPECT_TRUE(fresh.isNeighborsPositive(grid.getMonoindex(10, 11, 14))) << "inside, but unsigned";
 }
 
+TEST(ImplicitSurface3Regular, FlagsFollowAFieldThatIsResized)
+{
+    Regular<float> surface;
+    surface.refField().reset(5, 6, 7, {1.0, 2.0, 3.0});
+    EXPECT_FALSE(surface.isSurface(209));
+    surface.setSurfaceTrue(209);
+    EXPECT_TRUE(surface.isSurface(209));
+    surface.refField().reset(20, 20, 20, 1.0);
+    EXPECT_EQ(surface.getNumberOfSurfaceCells(), 0u);
+    EXPECT_FALSE(surface.isSurface(209) || surface.isNeighborsNegative(7999));
+    surface.refField().set(1.0f);
+    surface.markVoxelSignedNodes({18, 18, 18});
+    EXPECT_TRUE(surface.isNeighborsPositive(7999));
+    surface.refField().reset(2, 2, 2, 1.0);
+    surface.addBorderAroundNeighbors();
+    surface.abs();
+    surface.setNeighborsNegativeTrue(7);
+    EXPECT_TRUE(surface.isNeighborsNegative(7));
+
+    surface.reset(5, 6, 7, {1, 2, 3});
+    EXPECT_EQ(surface.getBox().max, (Vector3D{2, 5, 9}));
+    ImplicitSurface3Sparse<float> sparse;
+    sparse.reset(5, 6, 7, {1, 2, 3});
+    EXPECT_EQ(sparse.getBox(), surface.getBox());
+    sparse.reset(5, 6, 7, 2);
+    EXPECT_EQ(sparse.getBox().max, (Vector3D{4, 5, 6}));
+}
+
 TEST(ImplicitSurface3Sparse, AnswersAsTheRegularSurface)
 {
     const Regular<float> regular = sphere<float>();
@@ -440,9 +468,11 @@ TEST(ImplicitSurface3Init, ParticlesMakeTheUnionOfTheirSpheres)
     EXPECT_EQ(other.getArraySize(), 0u);
     EXPECT_FALSE(other.init(positions, radii, 0.05, surface.getBox(), 1, [] { return 1; }));
     EXPECT_EQ(other.getArraySize(), 0u);
-    EXPECT_THROW(other.init(positions, radii, 0, surface.getBox()), std::invalid_argument);
+    EXPECT_FALSE(other.init(positions, radii, 0, surface.getBox()));
     EXPECT_THROW(other.init(positions, radii, 1e-9, surface.getBox()), std::length_error);
-    EXPECT_THROW(other.init(positions, radii, 1, {{0, 0, 0}, {INFINITY, 1, 1}}), std::invalid_argument);
+    EXPECT_FALSE(other.init(positions, radii, 1, {{0, 0, 0}, {INFINITY, 1, 1}}));
+    EXPECT_EQ(other.getField().size(), 0u);
+    EXPECT_EQ(other.getMemoryUsagePrediction(-1, surface.getBox()), 0u);
 }
 
 TEST(ImplicitSurface3Init, MeshesComeBackAsTheyWere)

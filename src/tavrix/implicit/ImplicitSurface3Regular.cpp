@@ -32,7 +32,7 @@ ImplicitSurface3Regular<T>& ImplicitSurface3Regular<T>::operator=(const Implicit
 }
 
 template <class T>
-void ImplicitSurface3Regular<T>::reset(uint32 sizeX, uint32 sizeY, uint32 sizeZ, double separation)
+void ImplicitSurface3Regular<T>::reset(uint32 sizeX, uint32 sizeY, uint32 sizeZ, const Vector3D& separation)
 {
     const uint32 count = GridDescription3<double>::nodeCount(sizeX, sizeY, sizeZ);
     BitArray surface(count), positive(count), negative(count);
@@ -65,8 +65,9 @@ uint64 ImplicitSurface3Regular<T>::getMemoryUsage() const
 template <class T>
 uint64 ImplicitSurface3Regular<T>::getMemoryUsagePrediction(double separation, const Box3D& box)
 {
-    const auto sizes = detail::nodesOverBox(box, separation);
-    const uint64 count = GridDescription3<double>::nodeCount(sizes.a, sizes.b, sizes.c);
+    const Optional<Index3> sizes = detail::nodesOverBox(box, separation);
+    if (!sizes) return 0;
+    const uint64 count = GridDescription3<double>::nodeCount(sizes->a, sizes->b, sizes->c);
     return count * sizeof(T) + 3 * sizeof(uint32) * BitArray::wordsFor(static_cast<uint32>(count));
 }
 
@@ -83,6 +84,7 @@ template <class T>
 void ImplicitSurface3Regular<T>::abs()
 {
     _field.abs();
+    unflagResized();
     for (uint32 w = 0; w < _neighborsNegative.wordCount(); ++w)
         _neighborsPositive.refWords()[w] |= _neighborsNegative.getWords()[w];
     _neighborsNegative.resize(_neighborsNegative.size());
@@ -93,6 +95,7 @@ void ImplicitSurface3Regular<T>::abs()
 template <class T>
 void ImplicitSurface3Regular<T>::setSurfaceTrue(uint32 monoindex)
 {
+    unflagResized();
     _surface.set(monoindex);
     _neighborsPositive.clear(monoindex);
     _neighborsNegative.clear(monoindex);
@@ -101,6 +104,7 @@ void ImplicitSurface3Regular<T>::setSurfaceTrue(uint32 monoindex)
 template <class T>
 void ImplicitSurface3Regular<T>::setNeighborsPositiveTrue(uint32 monoindex)
 {
+    unflagResized();
     _surface.clear(monoindex);
     _neighborsPositive.set(monoindex);
     _neighborsNegative.clear(monoindex);
@@ -109,6 +113,7 @@ void ImplicitSurface3Regular<T>::setNeighborsPositiveTrue(uint32 monoindex)
 template <class T>
 void ImplicitSurface3Regular<T>::setNeighborsNegativeTrue(uint32 monoindex)
 {
+    unflagResized();
     _surface.clear(monoindex);
     _neighborsPositive.clear(monoindex);
     _neighborsNegative.set(monoindex);

@@ -37,6 +37,7 @@ class ImplicitSurface3Regular : public ImplicitSurface3StrategyInterface<T>
 
 public:
     using Field = ScalarField3<T, double>;
+    using Base::reset;
     using Base::set;
 
     /// A surface of no nodes.
@@ -46,6 +47,7 @@ public:
     ImplicitSurface3Regular& operator=(const ImplicitSurface3Regular& other);
 
     const Field& getField() const override { return _field; }
+    /// The samples, to be written. Who resizes the field through it clears all flags; reset sizes both.
     Field& refField() { return _field; }
 
     void set(uint32 monoindex, const T& value) override { _field.set(monoindex, value); }
@@ -53,11 +55,11 @@ public:
     Tuple2<uint32, T> getArrayElement(uint32 number) const override { return {number, _field[number]}; }
     void findMinMax(T& min, T& max) const override { _field.findMinMax(min, max); }
 
-    void reset(uint32 sizeX, uint32 sizeY, uint32 sizeZ, double separation) override;
+    void reset(uint32 sizeX, uint32 sizeY, uint32 sizeZ, const Vector3D& separation) override;
     void moveTo(const Vector3D& point) override { _field.moveTo(point); }
     void init_toZeroSize() override;
     uint64 getMemoryUsage() const override;
-    /// Bytes that a surface over the box would hold, as `init` sizes it.
+    /// Bytes that a surface over the box would hold, as `init` sizes it; 0 where init refuses.
     static uint64 getMemoryUsagePrediction(double separation, const Box3D& box);
 
     void invert() override;
@@ -65,14 +67,20 @@ public:
     void offsetSurface(const T& v) override { _field.add(v); }
 
     /// The flag of a node; monoindices are not checked. Setting one clears the node's other two.
-    bool isSurface(uint32 monoindex) const { return _surface.test(monoindex); }
-    bool isNeighborsPositive(uint32 monoindex) const { return _neighborsPositive.test(monoindex); }
-    bool isNeighborsNegative(uint32 monoindex) const { return _neighborsNegative.test(monoindex); }
+    bool isSurface(uint32 monoindex) const { return hasFlags() && _surface.test(monoindex); }
+    bool isNeighborsPositive(uint32 monoindex) const
+    {
+        return hasFlags() && _neighborsPositive.test(monoindex);
+    }
+    bool isNeighborsNegative(uint32 monoindex) const
+    {
+        return hasFlags() && _neighborsNegative.test(monoindex);
+    }
     void setSurfaceTrue(uint32 monoindex);
     void setNeighborsPositiveTrue(uint32 monoindex);
     void setNeighborsNegativeTrue(uint32 monoindex);
     /// How many nodes are flagged as surface.
-    uint32 getNumberOfSurfaceCells() const { return _surface.count(); }
+    uint32 getNumberOfSurfaceCells() const { return hasFlags() ? _surface.count() : 0; }
 
     /// Samples a mesh: exact distances to its faces within the band (bandNodes grid separations), the default
     /// value beyond, which is the band's width; the cut-off value is just below it. The flags are those of
@@ -83,9 +91,9 @@ public:
     /// solid. Of a mesh that is inside out as a whole (negative volume) the outside is solid. The grid
     /// covers the box, centred on it, with ceil(extent / separation) cells an axis; what of the mesh lies
     /// outside counts too. Returns false, and leaves no nodes, when the callback, polled some tens of
-    /// milliseconds apart, stopped the work. Throws std::invalid_argument for a separation that is not above
-    /// 0 or a box that is not finite, std::length_error when the node count passes 2^32 - 1. The same bytes
-    /// for every thread count.
+    /// milliseconds apart, stopped the work, and for a separation that is not above 0 or a box that is not
+    /// finite. Throws std::length_error when the node count passes 2^32 - 1. The same bytes for every thread
+    /// count.
     bool init(const Mesh& mesh, double separation, const Box3D& box, IMPLICIT_SURFACE_TYPE type,
               uint32 threadCount = 1, CancelCallback callback = nullptr, uint32 bandNodes = 3);
     /// The same over the mesh's box, cut into cellCount cells along its longest side, and bandNodes + 1
@@ -136,41 +144,42 @@ public:
     /// returned.
     virtual uint32 fastSweeping(const T& bandLimit, const T& tolerance, const uint32& threadCount);
     /// The same with the diagonal of the box as band limit.
-    virtual uint32 fastSweeping(const T& tolerance, const uint32& threadCount);
+    virtual uint32 fastSweeping(const T& tolerance, const uint32& threadCount = 1);
 
     /// Turns any field into distances to its level 0, also one that only tells inside from outside by
     /// infinite samples; those that are not numbers count as outside, far from the level. Nodes next to a
     /// change of sign get |v| over the length of the gradient there, all others the default value, and
     /// fastSweeping, to the default value as band limit, the rest. The flags are those of
     /// createNeighborsCells; of the default value the magnitude counts. Returns the iterations.
-    uint32 redistance(const T& defaultValue, const T& tolerance, uint32 threadCount);
+    uint32 redistance(const T& defaultValue, const T& tolerance, uint32 threadCount = 1);
     /// Carries distances on from a band to a wider one: samples at the default value (or beyond) get the new
     /// one, with their sign, and fastSweeping fills it. Of both values the magnitude counts. Returns the
     /// iterations.
-    uint32 widenBand(const T& defaultValue, const T& tolerance, uint32 threadCount);
+    uint32 widenBand(const T& defaultValue, const T& tolerance, uint32 threadCount = 1);
 
     /// Carries values outwards from the nodes flagged as surface, along the surface's normals: solves
     /// grad q . grad u = 0 by upwind sweeps, u the magnitude of the samples, which must be distances. Values
     /// of surface nodes stay; those of the other nodes, which need not be numbers, are replaced. Iterations
     /// of eight sweeps go on until getExtentionConvergence; their number is returned. values has the
     /// surface's sizes; otherwise nothing happens, and 0 is returned.
-    uint32 fastSweepingExtend(Field& values, const T& tolerance, uint32 threadCount) const;
-    uint32 fastSweepingExtend(Vector3Field3<T, double>& values, const T& tolerance, uint32 threadCount) const;
+    uint32 fastSweepingExtend(Field& values, const T& tolerance, uint32 threadCount = 1) const;
+    uint32 fastSweepingExtend(Vector3Field3<T, double>& values, const T& tolerance,
+                              uint32 threadCount = 1) const;
     /// The same within the band only: nodes at the default value or beyond keep what they hold.
-    uint32 fastSweepingExtendSparse(Field& values, const T& tolerance, uint32 threadCount) const;
+    uint32 fastSweepingExtendSparse(Field& values, const T& tolerance, uint32 threadCount = 1) const;
     uint32 fastSweepingExtendSparse(Vector3Field3<T, double>& values, const T& tolerance,
-                                    uint32 threadCount) const;
+                                    uint32 threadCount = 1) const;
     /// Gives a vector field the surface's grid, the value at the nodes flagged as surface and zero vectors
     /// elsewhere: what an extension starts from.
     void initVectorSparseField(Vector3Field3<T, double>& values, const Vector3<T>& surfaceValue) const;
 
-    unsigned long extractExplicitSurface(Mesh& mesh, uint32 threadCount,
-                                         CancelCallback callback) const override;
-    unsigned long extractExplicitSurface(Mesh& mesh, const Box3D& box, uint32 threadCount,
-                                         CancelCallback callback) const override;
+    unsigned long extractExplicitSurface(Mesh& mesh, uint32 threadCount = 1,
+                                         CancelCallback callback = nullptr) const override;
+    unsigned long extractExplicitSurface(Mesh& mesh, const Box3D& box, uint32 threadCount = 1,
+                                         CancelCallback callback = nullptr) const override;
     unsigned long extractExplicitSurface(Mesh& mesh, uint32 xLow, uint32 xHigh, uint32 yLow, uint32 yHigh,
-                                         uint32 zLow, uint32 zHigh, uint32 threadCount,
-                                         CancelCallback callback) const override;
+                                         uint32 zLow, uint32 zHigh, uint32 threadCount = 1,
+                                         CancelCallback callback = nullptr) const override;
 
     /// Writes the grid (124 bytes), all samples and the surface flags in the byte order of the stream:
     /// docs/formats.md has the layout. Neither threshold, default value nor neighbour flags are written. The
@@ -212,11 +221,17 @@ private:
     static bool getExtentionConvergence(const T& tolerance, const T& residual, T& firstResidual,
                                         T& lastResidual, uint32& stallCounter, uint32& iterationCounter);
 
-    void resetOver(const Box3D& box, double separation, uint32 bandNodes);
+    bool resetOver(const Box3D& box, double separation, uint32 bandNodes);
     void setBand(T width);
     void forgetInside();
+    /// False after the field was resized through refField: the flags are those of other nodes.
+    bool hasFlags() const { return _surface.size() == _field.size(); }
     /// Clears all flags, of so many nodes.
     void unflag(uint32 nodeCount);
+    void unflagResized()
+    {
+        if (!hasFlags()) unflag(_field.size());
+    }
     bool isBelow(uint32 i, uint32 j, uint32 k) const { return _field.get(i, j, k) < _threshold; }
     void markNeighbor(const Index3& node, bool negative);
     void addBorder(const BitArray& bits);

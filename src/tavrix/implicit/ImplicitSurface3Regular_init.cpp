@@ -62,12 +62,18 @@ double marginOf(uint32 bandNodes, double separation) { return (std::max(bandNode
 }  // namespace
 
 template <class T>
-void ImplicitSurface3Regular<T>::resetOver(const Box3D& box, double separation, uint32 bandNodes)
+bool ImplicitSurface3Regular<T>::resetOver(const Box3D& box, double separation, uint32 bandNodes)
 {
-    const Index3 nodes = detail::nodesOverBox(box, separation);
-    reset(nodes.a, nodes.b, nodes.c, separation);
+    const Optional<Index3> nodes = detail::nodesOverBox(box, separation);
+    if (!nodes)
+    {
+        init_toZeroSize();
+        return false;
+    }
+    this->reset(nodes->a, nodes->b, nodes->c, separation);
     moveTo(box.min + (box.max - box.min) / 2);
     setBand(static_cast<T>(std::max(bandNodes, 1u) * separation));
+    return true;
 }
 
 template <class T>
@@ -75,7 +81,7 @@ bool ImplicitSurface3Regular<T>::init(const Mesh& mesh, double separation, const
                                       IMPLICIT_SURFACE_TYPE type, uint32 threadCount, CancelCallback callback,
                                       uint32 bandNodes)
 {
-    resetOver(box, separation, bandNodes);
+    if (!resetOver(box, separation, bandNodes)) return false;
     T* samples = _field.refArrScalars().data();
     const bool isDone =
         detail::sampleDistance(mesh, _field.getGrid(), _defaultValue, threadCount, callback, samples) &&
@@ -110,7 +116,7 @@ bool ImplicitSurface3Regular<T>::init(const Array<Vector3F>& positions, const Ar
                                       double separation, const Box3D& box, uint32 threadCount,
                                       CancelCallback callback, uint32 bandNodes)
 {
-    resetOver(box, separation, bandNodes);
+    if (!resetOver(box, separation, bandNodes)) return false;
     const GrownSpheres spheres{positions, radii, static_cast<float>(_defaultValue)};
     float largest = 0;
     for (uint32 n = 0; n < spheres.size(); ++n) largest = std::max(largest, spheres(n).r);
@@ -150,7 +156,7 @@ void ImplicitSurface3Regular<T>::forgetInside()
 }
 
 #define TX_INSTANTIATE(T)                                                                                    \
-    template void ImplicitSurface3Regular<T>::resetOver(const Box3D&, double, uint32);                       \
+    template bool ImplicitSurface3Regular<T>::resetOver(const Box3D&, double, uint32);                       \
     template void ImplicitSurface3Regular<T>::forgetInside();                                                \
     template bool ImplicitSurface3Regular<T>::init(const Mesh&, double, const Box3D&, IMPLICIT_SURFACE_TYPE, \
                                                    uint32, CancelCallback, uint32);                          \

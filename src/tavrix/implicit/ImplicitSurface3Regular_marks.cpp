@@ -72,6 +72,7 @@ void ImplicitSurface3Regular<T>::markVoxelNodes(const Index3& node)
 template <class T>
 void ImplicitSurface3Regular<T>::markNeighbor(const Index3& node, bool negative)
 {
+    unflagResized();
     const uint32 m = _field.getGrid().getMonoindex(node.a, node.b, node.c);
     if (isSurface(m) || isNeighborsPositive(m) || isNeighborsNegative(m)) return;
     (negative ? _neighborsNegative : _neighborsPositive).set(m);
@@ -112,12 +113,14 @@ void ImplicitSurface3Regular<T>::addBorder(const BitArray& bits)
 template <class T>
 void ImplicitSurface3Regular<T>::addBorderAroundSurface()
 {
+    unflagResized();
     addBorder(_surface);
 }
 
 template <class T>
 void ImplicitSurface3Regular<T>::addBorderAroundNeighbors()
 {
+    unflagResized();
     // copies, because the layer that is added must not grow a layer of its own
     const BitArray positive(_neighborsPositive), negative(_neighborsNegative);
     addBorder(positive);

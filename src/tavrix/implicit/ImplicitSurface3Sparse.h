@@ -33,6 +33,7 @@ class ImplicitSurface3Sparse : public ImplicitSurface3StrategyInterface<T>
     using Base::_threshold;
 
 public:
+    using Base::reset;
     using Base::set;
 
     /// A surface of no nodes.
@@ -55,7 +56,7 @@ public:
     Tuple2<uint32, T> getArrayElement(uint32 number) const override;
     void findMinMax(T& min, T& max) const override;
 
-    void reset(uint32 sizeX, uint32 sizeY, uint32 sizeZ, double separation) override;
+    void reset(uint32 sizeX, uint32 sizeY, uint32 sizeZ, const Vector3D& separation) override;
     void moveTo(const Vector3D& point) override;
     void init_toZeroSize() override;
     uint64 getMemoryUsage() const override;
@@ -66,13 +67,13 @@ public:
     /// Adds v to the held samples; the default value stays, and with it what the other nodes read.
     void offsetSurface(const T& v) override;
 
-    unsigned long extractExplicitSurface(Mesh& mesh, uint32 threadCount,
-                                         CancelCallback callback) const override;
-    unsigned long extractExplicitSurface(Mesh& mesh, const Box3D& box, uint32 threadCount,
-                                         CancelCallback callback) const override;
+    unsigned long extractExplicitSurface(Mesh& mesh, uint32 threadCount = 1,
+                                         CancelCallback callback = nullptr) const override;
+    unsigned long extractExplicitSurface(Mesh& mesh, const Box3D& box, uint32 threadCount = 1,
+                                         CancelCallback callback = nullptr) const override;
     unsigned long extractExplicitSurface(Mesh& mesh, uint32 xLow, uint32 xHigh, uint32 yLow, uint32 yHigh,
-                                         uint32 zLow, uint32 zHigh, uint32 threadCount,
-                                         CancelCallback callback) const override;
+                                         uint32 zLow, uint32 zHigh, uint32 threadCount = 1,
+                                         CancelCallback callback = nullptr) const override;
 
     // A sparse surface is neither written nor read: these do nothing, as hosts expect that hold surfaces of
     // both kinds.

@@ -59,10 +59,14 @@ public:
     virtual void findMinMax(T& min, T& max) const = 0;
     void gradient(Vector3Field3<T, double>& out, uint32 threadCount = 1) const;
 
-    /// Sizes the grid, centred on the origin. The samples are unspecified in the regular surface and all far
-    /// in the sparse one; no node is flagged. Throws std::length_error, and changes nothing, when the node
-    /// count passes 2^32 - 1.
-    virtual void reset(uint32 sizeX, uint32 sizeY, uint32 sizeZ, double separation) = 0;
+    /// Sizes the grid, centred on the origin, with one separation or one for each axis. The samples are
+    /// unspecified in the regular surface and all far in the sparse one; no node is flagged. Throws
+    /// std::length_error, and changes nothing, when the node count passes 2^32 - 1.
+    virtual void reset(uint32 sizeX, uint32 sizeY, uint32 sizeZ, double separation)
+    {
+        reset(sizeX, sizeY, sizeZ, Vector3D{separation, separation, separation});
+    }
+    virtual void reset(uint32 sizeX, uint32 sizeY, uint32 sizeZ, const Vector3D& separation) = 0;
     /// Moves the box so that its centre is the point.
     virtual void moveTo(const Vector3D& point) = 0;
     /// Frees everything; the surface has no nodes.
@@ -104,13 +108,14 @@ public:
     /// Extracts the surface at the threshold as IsosurfaceExtractor3::extractMesh does, with clean-up: of
     /// the whole grid, of a box, or without margins of so many cell layers. Faces wind so that they face away
     /// from smaller samples, outwards. Returns the number of faces.
-    virtual unsigned long extractExplicitSurface(Mesh& mesh, uint32 threadCount,
-                                                 CancelCallback callback) const = 0;
-    virtual unsigned long extractExplicitSurface(Mesh& mesh, const Box3D& box, uint32 threadCount,
-                                                 CancelCallback callback) const = 0;
+    virtual unsigned long extractExplicitSurface(Mesh& mesh, uint32 threadCount = 1,
+                                                 CancelCallback callback = nullptr) const = 0;
+    virtual unsigned long extractExplicitSurface(Mesh& mesh, const Box3D& box, uint32 threadCount = 1,
+                                                 CancelCallback callback = nullptr) const = 0;
     virtual unsigned long extractExplicitSurface(Mesh& mesh, uint32 xLow, uint32 xHigh, uint32 yLow,
-                                                 uint32 yHigh, uint32 zLow, uint32 zHigh, uint32 threadCount,
-                                                 CancelCallback callback) const = 0;
+                                                 uint32 yHigh, uint32 zLow, uint32 zHigh,
+                                                 uint32 threadCount = 1,
+                                                 CancelCallback callback = nullptr) const = 0;
 
     /// Files; see ImplicitSurface3Regular. A sparse surface is neither written nor read.
     virtual void save_useRegularFormat(FileStreamBase& stream) const = 0;
