@@ -21,29 +21,30 @@ unsigned long extract(const ScalarField3<T, double>& field, Mesh& mesh, T thresh
 
 template <class T>
 unsigned long IsosurfaceExtractor3::extractMesh(const ScalarField3<T, double>& field, Mesh& mesh,
-                                                const T& threshold, const Box3<double>& box,
-                                                Array<GridEdgeKey>& vertexEdges, uint32 threadCount,
-                                                CancelCallback callback, bool cleanUp)
-{
-    const auto cells = detail::cellsTouchingBox(field.getGrid(), box);
-    return extract(field, mesh, threshold, {cells, threadCount, callback, cleanUp}, &vertexEdges);
-}
-
-template <class T>
-unsigned long IsosurfaceExtractor3::extractMesh(const ScalarField3<T, double>& field, Mesh& mesh,
-                                                const T& threshold, const Box3<double>& box,
+                                                const std::type_identity_t<T>& threshold,
+                                                const Box3<double>& box, Array<GridEdgeKey>& vertexEdges,
                                                 uint32 threadCount, CancelCallback callback, bool cleanUp)
 {
     const auto cells = detail::cellsTouchingBox(field.getGrid(), box);
+    return extract(field, mesh, threshold, {cells, threadCount, callback, cleanUp}, &vertexEdges);
+}
+
+template <class T>
+unsigned long IsosurfaceExtractor3::extractMesh(const ScalarField3<T, double>& field, Mesh& mesh,
+                                                const std::type_identity_t<T>& threshold,
+                                                const Box3<double>& box, uint32 threadCount,
+                                                CancelCallback callback, bool cleanUp)
+{
+    const auto cells = detail::cellsTouchingBox(field.getGrid(), box);
     return extract(field, mesh, threshold, {cells, threadCount, callback, cleanUp}, nullptr);
 }
 
 template <class T>
 unsigned long IsosurfaceExtractor3::extractMesh(const ScalarField3<T, double>& field, Mesh& mesh,
-                                                const T& threshold, uint32 xLow, uint32 xHigh, uint32 yLow,
-                                                uint32 yHigh, uint32 zLow, uint32 zHigh,
-                                                Array<GridEdgeKey>& vertexEdges, uint32 threadCount,
-                                                CancelCallback callback, bool cleanUp)
+                                                const std::type_identity_t<T>& threshold, uint32 xLow,
+                                                uint32 xHigh, uint32 yLow, uint32 yHigh, uint32 zLow,
+                                                uint32 zHigh, Array<GridEdgeKey>& vertexEdges,
+                                                uint32 threadCount, CancelCallback callback, bool cleanUp)
 {
     const auto cells = detail::cellsWithinMargins(field.getGrid(), {xLow, yLow, zLow}, {xHigh, yHigh, zHigh});
     return extract(field, mesh, threshold, {cells, threadCount, callback, cleanUp}, &vertexEdges);
@@ -51,9 +52,10 @@ unsigned long IsosurfaceExtractor3::extractMesh(const ScalarField3<T, double>& f
 
 template <class T>
 unsigned long IsosurfaceExtractor3::extractMesh(const ScalarField3<T, double>& field, Mesh& mesh,
-                                                const T& threshold, uint32 xLow, uint32 xHigh, uint32 yLow,
-                                                uint32 yHigh, uint32 zLow, uint32 zHigh, uint32 threadCount,
-                                                CancelCallback callback, bool cleanUp)
+                                                const std::type_identity_t<T>& threshold, uint32 xLow,
+                                                uint32 xHigh, uint32 yLow, uint32 yHigh, uint32 zLow,
+                                                uint32 zHigh, uint32 threadCount, CancelCallback callback,
+                                                bool cleanUp)
 {
     const auto cells = detail::cellsWithinMargins(field.getGrid(), {xLow, yLow, zLow}, {xHigh, yHigh, zHigh});
     return extract(field, mesh, threshold, {cells, threadCount, callback, cleanUp}, nullptr);
@@ -61,9 +63,9 @@ unsigned long IsosurfaceExtractor3::extractMesh(const ScalarField3<T, double>& f
 
 template <class T>
 unsigned long IsosurfaceExtractor3::extractMesh(const ScalarField3<T, double>& field, Mesh& mesh,
-                                                const T& threshold, uint32 xLow, uint32 xHigh, uint32 yLow,
-                                                uint32 yHigh, uint32 zLow, uint32 zHigh,
-                                                Array<GridEdgeKey>& vertexEdges, bool cleanUp)
+                                                const std::type_identity_t<T>& threshold, uint32 xLow,
+                                                uint32 xHigh, uint32 yLow, uint32 yHigh, uint32 zLow,
+                                                uint32 zHigh, Array<GridEdgeKey>& vertexEdges, bool cleanUp)
 {
     return extractMesh(field, mesh, threshold, xLow, xHigh, yLow, yHigh, zLow, zHigh, vertexEdges, 1, nullptr,
                        cleanUp);
@@ -71,8 +73,9 @@ unsigned long IsosurfaceExtractor3::extractMesh(const ScalarField3<T, double>& f
 
 template <class T>
 unsigned long IsosurfaceExtractor3::extractMesh(const ScalarField3<T, double>& field, Mesh& mesh,
-                                                const T& threshold, uint32 xLow, uint32 xHigh, uint32 yLow,
-                                                uint32 yHigh, uint32 zLow, uint32 zHigh, bool cleanUp)
+                                                const std::type_identity_t<T>& threshold, uint32 xLow,
+                                                uint32 xHigh, uint32 yLow, uint32 yHigh, uint32 zLow,
+                                                uint32 zHigh, bool cleanUp)
 {
     return extractMesh(field, mesh, threshold, xLow, xHigh, yLow, yHigh, zLow, zHigh, 1, nullptr, cleanUp);
 }

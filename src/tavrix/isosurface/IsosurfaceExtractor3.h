@@ -1,5 +1,7 @@
 #pragma once
 
+#include <type_traits>
+
 #include <tavrix/fields/ScalarField3.h>
 #include <tavrix/foundation/Array.h>
 #include <tavrix/foundation/Box3.h>
@@ -45,30 +47,34 @@ public:
     /// Returns the number of faces; 0, with mesh and vertexEdges untouched, when fewer than two triangles
     /// arise or the callback stops.
     template <class T>
-    static unsigned long extractMesh(const ScalarField3<T, double>& field, Mesh& mesh, const T& threshold,
-                                     const Box3<double>& box, Array<GridEdgeKey>& vertexEdges,
-                                     uint32 threadCount, CancelCallback callback, bool cleanUp);
-    template <class T>
-    static unsigned long extractMesh(const ScalarField3<T, double>& field, Mesh& mesh, const T& threshold,
-                                     const Box3<double>& box, uint32 threadCount, CancelCallback callback,
-                                     bool cleanUp);
-    template <class T>
-    static unsigned long extractMesh(const ScalarField3<T, double>& field, Mesh& mesh, const T& threshold,
-                                     uint32 xLow, uint32 xHigh, uint32 yLow, uint32 yHigh, uint32 zLow,
-                                     uint32 zHigh, Array<GridEdgeKey>& vertexEdges, uint32 threadCount,
+    static unsigned long extractMesh(const ScalarField3<T, double>& field, Mesh& mesh,
+                                     const std::type_identity_t<T>& threshold, const Box3<double>& box,
+                                     Array<GridEdgeKey>& vertexEdges, uint32 threadCount,
                                      CancelCallback callback, bool cleanUp);
     template <class T>
-    static unsigned long extractMesh(const ScalarField3<T, double>& field, Mesh& mesh, const T& threshold,
-                                     uint32 xLow, uint32 xHigh, uint32 yLow, uint32 yHigh, uint32 zLow,
-                                     uint32 zHigh, uint32 threadCount, CancelCallback callback, bool cleanUp);
+    static unsigned long extractMesh(const ScalarField3<T, double>& field, Mesh& mesh,
+                                     const std::type_identity_t<T>& threshold, const Box3<double>& box,
+                                     uint32 threadCount, CancelCallback callback, bool cleanUp);
     template <class T>
-    static unsigned long extractMesh(const ScalarField3<T, double>& field, Mesh& mesh, const T& threshold,
-                                     uint32 xLow, uint32 xHigh, uint32 yLow, uint32 yHigh, uint32 zLow,
-                                     uint32 zHigh, Array<GridEdgeKey>& vertexEdges, bool cleanUp);
+    static unsigned long extractMesh(const ScalarField3<T, double>& field, Mesh& mesh,
+                                     const std::type_identity_t<T>& threshold, uint32 xLow, uint32 xHigh,
+                                     uint32 yLow, uint32 yHigh, uint32 zLow, uint32 zHigh,
+                                     Array<GridEdgeKey>& vertexEdges, uint32 threadCount,
+                                     CancelCallback callback, bool cleanUp);
     template <class T>
-    static unsigned long extractMesh(const ScalarField3<T, double>& field, Mesh& mesh, const T& threshold,
-                                     uint32 xLow, uint32 xHigh, uint32 yLow, uint32 yHigh, uint32 zLow,
-                                     uint32 zHigh, bool cleanUp);
+    static unsigned long extractMesh(const ScalarField3<T, double>& field, Mesh& mesh,
+                                     const std::type_identity_t<T>& threshold, uint32 xLow, uint32 xHigh,
+                                     uint32 yLow, uint32 yHigh, uint32 zLow, uint32 zHigh, uint32 threadCount,
+                                     CancelCallback callback, bool cleanUp);
+    template <class T>
+    static unsigned long extractMesh(const ScalarField3<T, double>& field, Mesh& mesh,
+                                     const std::type_identity_t<T>& threshold, uint32 xLow, uint32 xHigh,
+                                     uint32 yLow, uint32 yHigh, uint32 zLow, uint32 zHigh,
+                                     Array<GridEdgeKey>& vertexEdges, bool cleanUp);
+    template <class T>
+    static unsigned long extractMesh(const ScalarField3<T, double>& field, Mesh& mesh,
+                                     const std::type_identity_t<T>& threshold, uint32 xLow, uint32 xHigh,
+                                     uint32 yLow, uint32 yHigh, uint32 zLow, uint32 zHigh, bool cleanUp);
 
     /// Extracts a level-set surface at its own threshold; everything else as above. Of a sparse surface,
     /// nodes that are not stored read as the default value.
@@ -131,7 +137,7 @@ public:
     /// every pass and every vertex and ends the work at once; finished passes stay. The thread count changes
     /// nothing. A "Nor" shorter than "Pos" is filled up with zero vectors.
     static void tension(Mesh& mesh, float follow, float slide, uint32 iterations, uint32 threadCount,
-                        CancelCallback callback);
+                        CancelCallback callback = nullptr);
     static void tension(Mesh& mesh, float follow, float slide, uint32 iterations);
 
 private:

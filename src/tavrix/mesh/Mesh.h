@@ -283,7 +283,7 @@ public:
     /// short grows.
     void recalculateNormals();
     /// The same bytes with the work spread over threads.
-    void recalculateNormalsParallelized(uint32 threadCount);
+    void recalculateNormalsParallelized(uint32 threadCount = 1);
     void recalculateFaceNormals();
     void recalculateVertexesNormals();
     /// Recalculates the normals unless there is one a face and one for every index in "TrindexNor".

@@ -39,9 +39,17 @@ public:
     /// Texture coordinates are written when they are chosen and a mesh has them, velocities likewise; zeros
     /// stand in for the meshes that lack them. Readers find velocities only behind texture coordinates, so
     /// those then are there in any case, as zeros. Weights are not written. `scale` multiplies positions and
-    /// velocities; `options` has no meaning yet (a plain 0 could be either: write 0u or 1.0f).
+    /// velocities; `options` has no meaning yet. Integers are options, floating-point numbers a scale.
     int write(const TX_String& fileName, const ArrayOfPtr<Mesh>& meshes, uint32 options = 0) const;
+    int write(const TX_String& fileName, const ArrayOfPtr<Mesh>& meshes, int options) const
+    {
+        return write(fileName, meshes, static_cast<uint32>(options));
+    }
     int write(const TX_String& fileName, const ArrayOfPtr<Mesh>& meshes, float scale) const;
+    int write(const TX_String& fileName, const ArrayOfPtr<Mesh>& meshes, double scale) const
+    {
+        return write(fileName, meshes, static_cast<float>(scale));
+    }
     int write(const TX_String& fileName, const Array<TX_String>& channelNames, const ArrayOfPtr<Mesh>& meshes,
               float scale = 1.0f) const;
     /// The same for one mesh.

@@ -31,7 +31,7 @@ public:
 
     /// Sorts the points that are finite by cells of the given side, and by their index within a cell. A side
     /// of half the usual query radius serves well; it must be positive and finite.
-    NeighbourGrid(const Array<Vector3F>& positions, double cellSize, uint32 threadCount);
+    NeighbourGrid(const Array<Vector3F>& positions, double cellSize, uint32 threadCount = 1);
 
     /// The number of sorted points; less than there were positions when some are not finite.
     uint32 size() const { return _order.size(); }

@@ -11,7 +11,7 @@ namespace tavrix
 /// No count goes beyond `most`. Linear in the pairs of points within a few radii, and with a small `most`,
 /// which ends each count early, in the points, however many lie at one place.
 TX_GEOMETRY_API Array<uint32> countNeighbours(const NeighbourGrid& grid, const Array<Vector3F>& positions,
-                                              double radius, uint32 threadCount, uint32 most = noIndex);
+                                              double radius, uint32 threadCount = 1, uint32 most = noIndex);
 
 /// Carries a quantity from particles to places: the average of the values around a place, weighted by
 /// (1 - d^2 / reach^2)^3, as in Shepard's interpolation.
@@ -22,6 +22,7 @@ TX_GEOMETRY_API Array<uint32> countNeighbours(const NeighbourGrid& grid, const A
 /// Linear in the particles and in the pairs of places and particles within a few reaches.
 TX_GEOMETRY_API Array<Vector3F> interpolateAtPlaces(const NeighbourGrid& grid, const Array<Vector3F>& values,
                                                     const Array<Vector3D>& places, double reach,
-                                                    uint32 threadCount, CancelCallback callback);
+                                                    uint32 threadCount = 1,
+                                                    CancelCallback callback = nullptr);
 
 }  // namespace tavrix
