@@ -234,6 +234,7 @@ void ScalarField3_base<Value, Coord>::gradient(Vector3Field3<Value, Coord>& out,
                                                uint32 threadCount) const requires std::floating_point<Value>
 {
     out.reset(_grid);
+    if (_grid.size == 0) return;
     detail::withSamples(
         *this,
         [&](const auto& samples)
