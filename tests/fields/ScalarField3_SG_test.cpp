@@ -8,6 +8,7 @@
 
 #include <tavrix/fields/ScalarField3.h>
 #include <tavrix/fields/Vector3Field3.h>
+#include "ParticleSetters.h"
 
 using namespace tavrix;
 
@@ -79,57 +80,17 @@ void expectSameSamples(const ScalarField3_SG<Value, Coord>& tiled, const ScalarF
     }
 }
 
-struct Particles
-{
-    Array<Vector3F> positions, normals;
-    Array<float> radii, weights;
-};
+using Field = ScalarField3_base<float, double>;
 
 /// Two small clouds at opposite corners of a box, and one large ball.
 Particles clouds(uint32 count, const Vector3F& corner)
 {
-    std::mt19937 random(7);
-    const auto unit = [&] { return static_cast<float>(random() % 10001) / 10000.0f; };
-    Particles p{{{0, 0, 0}}, {{0, 1, 0}}, {0.4f}, {1.0f}};
-    for (uint32 n = 0; n < count; ++n)
-    {
-        const Vector3F offset{unit() - 0.5f, unit() - 0.5f, unit() - 0.5f};
-        p.positions.push_back((n % 2 ? corner : -corner) + offset);
-        p.normals.push_back({unit(), unit(), 0});
-        p.radii.push_back(0.1f + 0.1f * unit());
-        p.weights.push_back(unit() * 2 - 0.3f);
-    }
+    Particles p = cloud(count, 1.0f, 7);
+    for (uint32 n = 1; n < count; ++n) p.positions[n] += n % 2 ? corner : -corner;
+    p.positions[0] = {0, 0, 0};
+    p.radii[0] = 0.4f;
     return p;
 }
-
-using Field = ScalarField3_base<float, double>;
-using Setter = std::function<bool(Field&, const Particles&, uint32 threads, CancelCallback)>;
-
-const std::vector<Setter> builders{
-    [](Field& f, const Particles& p, uint32 t, CancelCallback c)
-    { return f.setDistanceField(p.positions, p.radii, 1.0f, t, c); },
-    [](Field& f, const Particles& p, uint32 t, CancelCallback c)
-    { return f.setMetaballField(p.positions, p.radii, 0.3f, 30.0f, t, c); },
-    [](Field& f, const Particles& p, uint32 t, CancelCallback c)
-    { return f.setWeigthDistanceField(p.positions, p.radii, p.weights, 1.0f, 2.0f, t, c); },
-    [](Field& f, const Particles& p, uint32 t, CancelCallback c)
-    { return f.setWeigthDistanceField_v2(p.positions, p.radii, p.weights, 1.0f, 2.0f, t, c); },
-    [](Field& f, const Particles& p, uint32 t, CancelCallback c)
-    { return f.setWeigthNormalDistanceField(p.positions, p.radii, p.normals, p.weights, 1.0f, t, c); },
-    [](Field& f, const Particles& p, uint32 t, CancelCallback c)
-    { return f.setAnisotropyDistanceField(p.positions, p.radii, 1.0f, {}, t, c); }};
-
-const std::vector<Setter> carvers{
-    [](Field& f, const Particles& p, uint32 t, CancelCallback c)
-    { return f.setSubtractiveDistanceField(p.positions, p.radii, 1.0f, t, c); },
-    [](Field& f, const Particles& p, uint32 t, CancelCallback c)
-    { return f.setSubtractiveMetaballField(p.positions, p.radii, 0.3f, 30.0f, t, c); },
-    [](Field& f, const Particles& p, uint32 t, CancelCallback c)
-    { return f.setSubtractiveWeigthDistanceField(p.positions, p.radii, p.weights, 1.0f, 2.0f, t, c); }};
-
-int pollsLeft = 0;
-int countDown() { return pollsLeft-- <= 0 ? 1 : 0; }
-int countUp() { return ++pollsLeft, 0; }
 
 template <class F>
 class EveryTiledField : public testing::Test
@@ -472,40 +433,32 @@ TEST(ScalarField3_SG, ParticleFieldsEqualDenseOnes)
             dense.reset(131, 60, 37, 0.125);
             tiled.reset(131, 60, 37, 0.125, edge);
             tiled.set(77, 7, 7, 9);
-            for (const Setter& build : builders)
+            for (const auto& setter : particleSetters<float, double>())
             {
-                ASSERT_TRUE(build(dense, few, threads, nullptr));
-                ASSERT_TRUE(build(tiled, few, threads, nullptr));
-                ASSERT_NO_FATAL_FAILURE(expectSameSamples(tiled, dense));
-                once = tiled;
-                EXPECT_EQ(once.adjustCoarse_b3b(), 0u);
-            }
-            for (const float start : {0.0f, 0.5f})
-            {
-                for (uint32 m = 0; start > 0 && m < dense.size(); m += 211)
-                    dense.set(m, start), tiled.set(m, start);
-                for (const Setter& carve : carvers)
+                if (setter.carves)
                 {
-                    dense.add(start);
-                    tiled.add(start);
-                    ASSERT_TRUE(carve(dense, few, threads, nullptr));
-                    ASSERT_TRUE(carve(tiled, few, threads, nullptr));
-                    ASSERT_NO_FATAL_FAILURE(expectSameSamples(tiled, dense));
+                    for (uint32 m = 0; m < dense.size(); m += 211) dense.set(m, 0.5f), tiled.set(m, 0.5f);
+                    dense.add(0.25f);
+                    tiled.add(0.25f);
                 }
-            }
-            if (edge != 8) continue;
-            HostField<float, double> host;
-            host.takeGrid(dense);
-            for (const Setter& set : {builders[1], carvers[0]})
-            {
-                ASSERT_TRUE(set(dense, few, threads, nullptr) && set(host, few, threads, nullptr));
-                ASSERT_EQ(host.computeSignature_v1(), dense.computeSignature_v1());
-            }
-            for (const Setter& set : {builders[0], carvers[1]})  // with loads that all workers share
-            {
-                ASSERT_TRUE(set(dense, many, threads, nullptr));
-                ASSERT_TRUE(set(tiled, many, threads, nullptr));
-                ASSERT_NO_FATAL_FAILURE(expectSameSamples(tiled, dense));
+                ASSERT_TRUE(setter.call(dense, few, 0.6f, threads, nullptr));
+                ASSERT_TRUE(setter.call(tiled, few, 0.6f, threads, nullptr));
+                ASSERT_NO_FATAL_FAILURE(expectSameSamples(tiled, dense)) << setter.name;
+                once = tiled;
+                if (!setter.carves) { EXPECT_EQ(once.adjustCoarse_b3b(), 0u); }
+                if (edge != 8) continue;
+                HostField<float, double> host;
+                host.takeGrid(dense);
+                host.copyScalars(dense);
+                ASSERT_TRUE(setter.call(host, few, 0.6f, threads, nullptr));
+                ASSERT_TRUE(setter.call(dense, few, 0.6f, threads, nullptr));
+                ASSERT_TRUE(setter.call(tiled, few, 0.6f, threads, nullptr));
+                ASSERT_EQ(host.computeSignature_v1(), dense.computeSignature_v1()) << setter.name;
+                if (std::string_view(setter.name) != "distance" && !(setter.sums && setter.carves)) continue;
+                // with loads that all workers share
+                ASSERT_TRUE(setter.call(dense, many, 0.3f, threads, nullptr));
+                ASSERT_TRUE(setter.call(tiled, many, 0.3f, threads, nullptr));
+                ASSERT_NO_FATAL_FAILURE(expectSameSamples(tiled, dense)) << setter.name;
             }
         }
 }
@@ -533,42 +486,49 @@ TEST(ScalarField3_SG, AMarginBelowZeroLeavesNothingOfAKernel)
             }
 }
 
-TEST(ScalarField3_SG, EveryPollCanCancel)
+TEST(ScalarField3_SG, EveryPollCanCancelAsInDenseFields)
 {
     const Particles small = clouds(200, {2, 2, 2});
     Particles large = small;  // each reaches all nodes, so that all workers splat a brick together
-    large.radii = Array<float>(201, 5.0f);
+    large.radii = Array<float>(200, 5.0f);
+    Dense dense;
     Tiled start;
     start.reset(60, 60, 60, 0.125);
-    start.setDefaultValue(1);
-    start.set(4, 4, 4, 5);
-    struct Case
+    dense.reset(60, 60, 60, 0.125);
+    for (Field* field : {static_cast<Field*>(&dense), static_cast<Field*>(&start)})
     {
-        const Setter& set;
-        const Particles& particles;
-        bool carves;
-        int polls;  // at least
-    };
-    std::vector<Case> cases{{builders[0], large, false, 5}, {carvers[0], large, true, 6}};
-    for (const Setter& build : builders) cases.push_back({build, small, false, 2});
-    for (const Setter& carve : carvers) cases.push_back({carve, small, true, 2});
-    for (const Case& c : cases)
-    {
-        Tiled field = start;
-        pollsLeft = 0;
-        ASSERT_TRUE(c.set(field, c.particles, 2, countUp));
-        const int polls = pollsLeft;
-        ASSERT_GE(polls, c.polls);
-        for (int n = 0; n < polls; ++n)
-        {
-            field = start;
-            pollsLeft = n;
-            EXPECT_FALSE(c.set(field, c.particles, 2, countDown));
-            EXPECT_EQ(field.getStoredTileSize(), c.carves ? 1u : 0u);
-            EXPECT_EQ(field.get(4, 4, 4), c.carves ? 5.0f : 0.0f);
-            EXPECT_EQ(field.getDefaultValue(), c.carves ? 1.0f : 0.0f);
-        }
+        field->setDefaultValue(1);
+        field->set(4, 4, 4, 5);
     }
+    const Tiled startTiled = start;
+    const Dense startDense = dense;
+    for (const auto& setter : particleSetters<float, double>())
+        for (const bool isLarge : {false, true})
+        {
+            if (isLarge && !std::string_view(setter.name).ends_with("distance")) continue;
+            const Particles& p = isLarge ? large : small;
+            for (const bool isTiled : {false, true})
+            {
+                Field& field = isTiled ? static_cast<Field&>(start) : dense;
+                const auto restart = [&] { isTiled ? void(start = startTiled) : void(dense = startDense); };
+                restart();
+                polls = 0;
+                ASSERT_TRUE(setter.call(field, p, 1.0f, 2, countUp));
+                const int most = polls;
+                ASSERT_GE(most, 2 + 3 * (isLarge && isTiled));
+                for (int n = 0; n < most; ++n)
+                {
+                    restart();
+                    polls = n;
+                    EXPECT_FALSE(setter.call(field, p, 1.0f, 2, countDown)) << setter.name;
+                    float min, max;
+                    field.findMinMax(min, max);
+                    EXPECT_EQ(min, setter.carves ? 1.0f : 0.0f);
+                    EXPECT_EQ(max, setter.carves ? 5.0f : 0.0f);
+                    EXPECT_EQ(start.getStoredTileSize() * isTiled, isTiled && setter.carves ? 1u : 0u);
+                }
+            }
+        }
 }
 
 TEST(ScalarField3_SG, EvaluationAndDerivativesEqualDenseOnes)
@@ -578,7 +538,7 @@ TEST(ScalarField3_SG, EvaluationAndDerivativesEqualDenseOnes)
     Tiled tiled;
     dense.reset(40, 40, 40, 0.125);
     tiled.reset(40, 40, 40, 0.125);
-    builders[1](dense, particles, 1, nullptr);
+    dense.setMetaballField(particles.positions, particles.radii, 0.6f, 30);
     tiled.copyScalars(dense);
     EXPECT_LT(tiled.getMemoryUsage(), dense.getMemoryUsage());
     std::mt19937 random(3);

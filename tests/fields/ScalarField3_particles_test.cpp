@@ -1,175 +1,105 @@
 #include <gtest/gtest.h>
 
-#include <cmath>
 #include <limits>
-#include <random>
-#include <vector>
 
 #include <tavrix/fields/ScalarField3.h>
+#include "ParticleSetters.h"
 
 using namespace tavrix;
 
 namespace
 {
 
-struct Particles
-{
-    Array<Vector3F> positions;
-    Array<float> radii;
-};
+using Field = ScalarField3<float, double>;
 
-Particles cloud(uint32 count, float extent, uint32 seed)
+Field emptyField()
 {
-    std::mt19937 random(seed);
-    const auto unit = [&] { return static_cast<float>(random() % 100001) / 100000.0f; };
-    Particles particles;
-    for (uint32 n = 0; n < count; ++n)
-    {
-        particles.positions.push_back(
-            {(unit() - 0.5f) * extent, (unit() - 0.5f) * extent, (unit() - 0.5f) * extent});
-        particles.radii.push_back(0.1f + 0.2f * unit());
-    }
-    return particles;
-}
-
-template <class Value, class Coord>
-ScalarField3<Value, Coord> emptyField(uint32 x, uint32 y, uint32 z)
-{
-    ScalarField3<Value, Coord> field;
-    field.reset(x, y, z, Coord(0.125));
-    field.setDefaultValue(Value(9));
+    Field field;
+    field.reset(24, 24, 24, 0.125);
+    field.setDefaultValue(9);
     return field;
 }
-
-template <class F>
-Array<double> squaredDistances(const F& field, const Vector3F& p)
-{
-    Array<double> squares(field.size());
-    for (uint32 m = 0; m < field.size(); ++m)
-    {
-        const auto node = field.getPoint(m);
-        const double x = node.x - double{p.x}, y = node.y - double{p.y}, z = node.z - double{p.z};
-        squares[m] = x * x + y * y + z * z;
-    }
-    return squares;
-}
-
-/// Every particle against every node, by the formula.
-template <class F>
-void bruteDistance(F& field, const Particles& particles)
-{
-    field.setZero();
-    for (uint32 n = 0; n < particles.positions.size(); ++n)
-    {
-        const float r2 = particles.radii[n] * particles.radii[n];
-        const Array<double> squares = squaredDistances(field, particles.positions[n]);
-        for (uint32 m = 0; m < field.size(); ++m)
-        {
-            const auto d2 = static_cast<float>(squares[m]);
-            if (!(d2 < 4 * r2)) continue;
-            const float t = 1 - 0.25f * d2 / r2;
-            field[m] = std::max<std::decay_t<decltype(field[m])>>(field[m], t * t * t);
-        }
-    }
-}
-
-template <class F>
-void bruteMetaballs(F& field, const Particles& particles, float influence)
-{
-    field.setZero();
-    const float k = influence * 3.8f / 100 + 1.2f;
-    const double w = 1 / std::pow(1 - 1 / (double{k} * k), 3);
-    for (uint32 n = 0; n < particles.positions.size(); ++n)
-    {
-        const double reach = double{particles.radii[n]} * k;
-        const Array<double> squares = squaredDistances(field, particles.positions[n]);
-        for (uint32 m = 0; m < field.size(); ++m)
-            if (squares[m] <= reach * reach)
-                field.add(m, static_cast<std::decay_t<decltype(field[m])>>(
-                                 w * std::pow(1 - squares[m] / (reach * reach), 3)));
-    }
-}
-
-int pollsLeft = 0;
-int countDown() { return pollsLeft-- <= 0 ? 1 : 0; }
-int countUp() { return ++pollsLeft, 0; }
 
 template <class F>
 class RealFields : public testing::Test
 {
 };
-using RealInstantiations = testing::Types<ScalarField3<float, float>, ScalarField3<float, double>,
-                                          ScalarField3<double, float>, ScalarField3<double, double>>;
-TYPED_TEST_SUITE(RealFields, RealInstantiations);
+template <class V, class C>
+struct Types
+{
+    using Value = V;
+    using Coord = C;
+};
+using Instantiations =
+    testing::Types<Types<float, float>, Types<float, double>, Types<double, float>, Types<double, double>>;
+TYPED_TEST_SUITE(RealFields, Instantiations);
 
 }  // namespace
 
-TYPED_TEST(RealFields, DistanceEqualsBruteForceForEveryThreadCount)
+TYPED_TEST(RealFields, SettersEqualBruteForceForEveryThreadCount)
 {
-    const Particles particles = cloud(60, 3.0f, 1);
-    for (uint32 depth : {33u, 5u, 1u})
+    using Value = typename TypeParam::Value;
+    using Coord = typename TypeParam::Coord;
+    Particles p = cloud(60, 3.0f, 1);
+    for (const auto& setter : particleSetters<Value, Coord>())
     {
-        TypeParam expected, field;
-        expected.reset(20, 24, depth, 0.125);
-        field = expected;
-        bruteDistance(expected, particles);
-        for (uint32 threads : {1u, 2u, 3u, 7u, 16u, 100u})
+        p.weights[7] = std::string_view(setter.name) == "weighted sum" ? -1.0f : 1.0f;
+        for (const uint32 depth : {33u, 5u, 1u})
         {
-            field.setDefaultValue(9);
-            ASSERT_TRUE(field.setDistanceField(particles.positions, particles.radii, 0.6f, threads, nullptr));
-            ASSERT_EQ(field.getArrScalars(), expected.getArrScalars())
-                << threads << " threads, depth " << depth;
-        }
-    }
-}
-
-TYPED_TEST(RealFields, MetaballsEqualBruteForceForEveryThreadCount)
-{
-    const Particles particles = cloud(60, 3.0f, 2);
-    for (float influence : {0.0f, 40.0f})
-    {
-        TypeParam expected, first, field;
-        expected.reset(20, 24, 33, 0.125);
-        first = field = expected;
-        bruteMetaballs(expected, particles, influence);
-        ASSERT_TRUE(
-            first.setMetaballField(particles.positions, particles.radii, 2.0f, influence, 1, nullptr));
-        for (uint32 m = 0; m < field.size(); ++m)
-            ASSERT_NEAR(first[m], expected[m], 2e-5 * (1 + expected[m]));
-        for (uint32 threads : {2u, 3u, 7u, 16u})
-        {
-            ASSERT_TRUE(field.setMetaballField(particles.positions, particles.radii, 2.0f, influence, threads,
-                                               nullptr));
-            EXPECT_EQ(field.getArrScalars(), first.getArrScalars());
+            ScalarField3<Value, Coord> start, first;
+            start.reset(20, 24, depth, Coord(0.125));
+            for (uint32 m = 0; m < start.size(); ++m) start[m] = static_cast<Value>(m % 5) - 1;
+            for (const uint32 threads : {1u, 2u, 7u, 100u})
+            {
+                ScalarField3<Value, Coord> field = start;
+                ASSERT_TRUE(setter.call(field, p, 2.0f, threads, nullptr));
+                if (threads == 1)
+                {
+                    first = field;
+                    if (!setter.kernel) continue;
+                    const std::vector<double> expected = bruteForce<Value, Coord>(setter, start, p);
+                    const double tolerance = std::string_view(setter.name) == "distance" ? 0 : 2e-5;
+                    for (uint32 m = 0; m < field.size(); ++m)
+                        ASSERT_NEAR(static_cast<double>(field[m]), expected[m],
+                                    tolerance * (1 + std::fabs(expected[m])))
+                            << setter.name << ", node " << m;
+                }
+                if (!setter.carves) { ASSERT_EQ(field.getArrScalars(), first.getArrScalars()); }
+                for (uint32 m = 0; setter.sums && m < field.size(); ++m)  // every group carves by itself
+                    ASSERT_NEAR(field[m], first[m], 1e-4) << m;
+            }
         }
     }
 }
 
 TEST(ScalarField3Particles, KernelsHaveTheirStatedValues)
 {
-    ScalarField3<float, double> field;
+    Field field;
     field.reset(41, 41, 41, 0.25);
-    const Particles one{{{0, 0, 0}}, {1.0f}};
-    field.setDistanceField(one.positions, one.radii, 2.0f, 1, nullptr);
+    field.setDistanceField({{0, 0, 0}}, {1.0f}, 2.0f);
     EXPECT_EQ(field.get(20, 20, 20), 1.0f);
     EXPECT_EQ(field.get(24, 20, 20), 0.421875f);
     EXPECT_EQ(field.get(20, 28, 20), 0.0f);
     EXPECT_EQ(field.getFlags() & field.flagChanged, field.flagChanged);
     for (float influence : {0.0f, 50.0f, 100.0f})
     {
-        field.setMetaballField(one.positions, one.radii, 5.0f, influence, 1, nullptr);
+        field.setMetaballField({{0, 0, 0}}, {1.0f}, 5.0f, influence);
         EXPECT_NEAR(field.get(20, 20, 24), 1.0f, 1e-6f);
         EXPECT_GT(field.get(20, 20, 23), 1.0f);
         EXPECT_EQ(field.get(20, 20, 40), 0.0f);
     }
+    // A number behind the reach is a least weight with a point, a thread count without.
+    field.setWeigthDistanceField({{0, 0, 0}}, {1.0f}, {0.5f}, 2.0f, 2.0f, 3);
+    EXPECT_EQ(field.get(20, 20, 20), 0.5f);
+    field.setWeigthDistanceField({{0, 0, 0}}, {1.0f}, {0.5f}, 2.0f, 2.0f, 0.6);
+    EXPECT_EQ(field.get(20, 20, 20), 0.0f);
 }
 
 TEST(ScalarField3Particles, ASmallMarginCutsAtTheGroupsBox)
 {
-    ScalarField3<float, double> field;
+    Field field;
     field.reset(41, 41, 41, 0.25);
-    const Particles one{{{0.1f, 0.1f, 0.1f}}, {1.0f}};
-    field.setDistanceField(one.positions, one.radii, 0.0f, 1, nullptr);
+    field.setDistanceField({{0.1f, 0.1f, 0.1f}}, {1.0f}, 0.0f);
     // floor and ceil of the particle's place, two nodes further: nodes 18 to 23 remain.
     EXPECT_GT(field.get(18, 20, 20), 0.0f);
     EXPECT_EQ(field.get(17, 20, 20), 0.0f);
@@ -177,97 +107,59 @@ TEST(ScalarField3Particles, ASmallMarginCutsAtTheGroupsBox)
     EXPECT_EQ(field.get(20, 20, 24), 0.0f);
 }
 
-TEST(ScalarField3Particles, SubtractiveFormsCarve)
-{
-    const Particles particles = cloud(40, 2.0f, 3);
-    using Field = ScalarField3<float, double>;
-    const auto start = []
-    {
-        auto field = emptyField<float, double>(24, 24, 24);
-        for (uint32 m = 0; m < field.size(); ++m) field[m] = static_cast<float>(m % 5) - 1.0f;
-        return field;
-    };
-    const Field before = start();
-    Field balls = before, metaballs = before;
-    balls.setDistanceField(particles.positions, particles.radii, 1.0f, 1, nullptr);
-    metaballs.setMetaballField(particles.positions, particles.radii, 1.0f, 10.0f, 1, nullptr);
-
-    Field carved = start(), reduced = start();
-    ASSERT_TRUE(carved.setSubtractiveDistanceField(particles.positions, particles.radii, 1.0f, 1, nullptr));
-    ASSERT_TRUE(
-        reduced.setSubtractiveMetaballField(particles.positions, particles.radii, 1.0f, 10.0f, 1, nullptr));
-    for (uint32 m = 0; m < before.size(); ++m)
-    {
-        ASSERT_EQ(carved[m], before[m] > 0 && balls[m] > 0 ? before[m] - balls[m] : before[m]);
-        ASSERT_EQ(reduced[m], before[m] - metaballs[m]);
-    }
-    // With more threads every group carves by itself, in order; for sums that is the same up to rounding.
-    Field parallel = start();
-    ASSERT_TRUE(
-        parallel.setSubtractiveMetaballField(particles.positions, particles.radii, 1.0f, 10.0f, 4, nullptr));
-    for (uint32 m = 0; m < before.size(); ++m) ASSERT_NEAR(parallel[m], reduced[m], 1e-4);
-}
-
-TEST(ScalarField3Particles, EveryPollCanCancel)
-{
-    const Particles particles = cloud(200, 2.0f, 4);
-    const auto start = emptyField<float, double>(24, 24, 24);
-    for (int kind = 0; kind < 4; ++kind)
-    {
-        const auto run = [&](auto& field, CancelCallback callback)
-        {
-            const auto& [p, r] = particles;
-            return kind == 0   ? field.setDistanceField(p, r, 1.0f, 2, callback)
-                   : kind == 1 ? field.setMetaballField(p, r, 1.0f, 5.0f, 2, callback)
-                   : kind == 2 ? field.setSubtractiveDistanceField(p, r, 1.0f, 2, callback)
-                               : field.setSubtractiveMetaballField(p, r, 1.0f, 5.0f, 2, callback);
-        };
-        auto field = start;
-        pollsLeft = 0;
-        ASSERT_TRUE(run(field, countUp));
-        const int polls = pollsLeft;
-        ASSERT_GE(polls, 2);
-        for (int n = 0; n < polls; ++n)
-        {
-            field = start;
-            pollsLeft = n;
-            EXPECT_FALSE(run(field, countDown));
-            const float left = kind < 2 ? 0.0f : 9.0f;
-            for (float sample : field.getArrScalars()) ASSERT_EQ(sample, left);
-        }
-    }
-}
-
 TEST(ScalarField3Particles, BadParticlesAddNothing)
 {
     const float nan = std::numeric_limits<float>::quiet_NaN(), inf = std::numeric_limits<float>::infinity();
-    Particles good = cloud(20, 2.0f, 5);
+    const Particles good = cloud(20, 2.0f, 5);
     Particles bad = good;
+    const auto add = [&](const Vector3F& position, float radius, float weight)
+    {
+        bad.positions.push_back(position);
+        bad.normals.push_back({0, 0, 1});
+        bad.radii.push_back(radius);
+        bad.weights.push_back(weight);
+    };
     for (const Vector3F& p : {Vector3F{nan, 0, 0}, {0, inf, 0}, {0, 0, -inf}, {1e30f, 0, 0}, {0, -1e30f, 0}})
-    {
-        bad.positions.push_back(p);
-        bad.radii.push_back(0.3f);
-    }
-    for (float r : {0.0f, -1.0f, nan, inf, 1e-30f, 3e38f})
-    {
-        bad.positions.push_back({0, 0, 0});
-        bad.radii.push_back(r);
-    }
+        add(p, 0.3f, 1);
+    for (const float r : {0.0f, -1.0f, nan, inf, 1e-30f}) add({9, 0, 0}, r, 1);
     bad.positions.push_back({0, 0, 0});  // has no radius
-    auto expected = emptyField<float, double>(24, 24, 24), field = expected;
-    expected.setDistanceField(good.positions, good.radii, 1.0f, 1, nullptr);
-    for (float margin : {1.0f, 1e30f, inf})
-    {
-        ASSERT_TRUE(field.setDistanceField(bad.positions, bad.radii, margin, 3, nullptr));
-        EXPECT_EQ(field.getArrScalars(), expected.getArrScalars());
-    }
-    field.setDistanceField(bad.positions, bad.radii, nan, 2, nullptr);
-    ScalarField3<float, double> none;
-    EXPECT_TRUE(none.setDistanceField(bad.positions, bad.radii, 1.0f, 2, nullptr));
-    EXPECT_TRUE(field.setMetaballField({}, {}, 1.0f, 1.0f, 2, nullptr));
-    EXPECT_EQ(field.get(0u), 0.0f);
+    for (const auto& setter : particleSetters<float, double>())
+        for (const float margin : {1.0f, 1e30f, inf})
+        {
+            Field expected = emptyField(), field = expected, none;
+            setter.call(expected, good, 1.0f, 3, nullptr);
+            ASSERT_TRUE(setter.call(field, bad, margin, 3, nullptr));
+            for (uint32 m = 0; m < field.size(); ++m) ASSERT_NEAR(field[m], expected[m], 1e-4) << setter.name;
+            EXPECT_TRUE(setter.call(none, bad, margin, 2, nullptr));
+            EXPECT_TRUE(setter.call(field, {}, margin, 2, nullptr));
+            EXPECT_EQ(field.get(0) == 0.0f, !setter.carves);
+            setter.call(field, bad, nan, 2, nullptr);
+        }
 
+    Field field = emptyField();
+    const auto highest = [&]
+    { return *std::max_element(field.getArrScalars().begin(), field.getArrScalars().end()); };
+    const Array<float> radii(4, 0.5f), weights{nan, inf, 0.0f, -1.0f};
+    const Array<Vector3F> positions(4, Vector3F{0, 0, 0}), normals(4, Vector3F{0, 0, 1});
+    field.setWeigthDistanceField(positions, radii, weights, 1.0f, 2.0f);
+    EXPECT_EQ(highest(), 0.0f);
+    field.setWeigthNormalDistanceField(positions, radii, normals, weights, 1.0f);
+    EXPECT_EQ(highest(), 0.0f);
+    for (const float number : {nan, inf, 1e30f})
+    {
+        field.setWeigthNormalDistanceField({{0, 0, 0}}, {0.5f}, {{number, 0, 0}}, {1.0f}, 1.0f);
+        EXPECT_EQ(highest(), 0.0f);
+    }
+    for (const float reach : {nan, 0.0f, -1.0f})
+    {
+        field.setWeigthDistanceField_v2(positions, radii, Array<float>(4, 1.0f), 1.0f, reach);
+        EXPECT_EQ(highest(), 0.0f);
+    }
     // A kernel that dwarfs the grid reaches every node.
-    ASSERT_TRUE(field.setDistanceField({{0, 0, 0}}, {1e6f}, 3e6f, 2, nullptr));
-    EXPECT_EQ(*std::min_element(field.getArrScalars().begin(), field.getArrScalars().end()), 1.0f);
+    for (const bool isWeighted : {false, true})
+    {
+        isWeighted ? field.setWeigthDistanceField({{0, 0, 0}}, {1e18f}, {1.0f}, 3e18f, 2.0f)
+                   : field.setDistanceField({{0, 0, 0}}, {1e6f}, 3e6f);
+        EXPECT_EQ(*std::min_element(field.getArrScalars().begin(), field.getArrScalars().end()), 1.0f);
+    }
 }

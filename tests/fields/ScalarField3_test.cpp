@@ -49,6 +49,11 @@ TYPED_TEST(EveryScalarField, SizesReadsAndWrites)
     EXPECT_EQ(field.inc(0, 0, 1), 6);
     EXPECT_EQ(field.dec(0, 0, 0), 4);
     EXPECT_EQ(field.getFlags(), TypeParam::flagChanged);
+    auto min = field.get(0), max = min, mean = min;
+    field.findMinMaxAvg(min, max, mean);
+    EXPECT_EQ(min, 4);
+    EXPECT_EQ(max, 7);
+    EXPECT_NEAR(static_cast<double>(mean), 5, 0.2);  // (24 5 - 1 + 1 + 2) / 24
     field.add(2);
     EXPECT_EQ(field.get(0u), 6);
     EXPECT_EQ(field.eval(Index3{0, 0, 1}).b, 8);
@@ -60,6 +65,10 @@ TYPED_TEST(EveryScalarField, SizesReadsAndWrites)
     target.setZero();
     EXPECT_TRUE(target.interpolate(copy, target, 0.0));
     EXPECT_EQ(target.getArrScalars(), field.getArrScalars());
+    field.reset(16, 16, 1, 1);  // a count that 8 bits do not hold
+    field.set(201);
+    field.findMinMaxAvg(min, max, mean);
+    EXPECT_EQ(mean, 201);
     field.reset_toZeroSize();
     EXPECT_EQ(field.getMemoryUsage(), 0u);
     EXPECT_FALSE(field.evalSafe({0, 0, 0}).a);

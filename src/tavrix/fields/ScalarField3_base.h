@@ -186,8 +186,8 @@ public:
     /// The extremes. The searches start at 3.4028235e38 and -3.4028235e38, for integers at the type's own
     /// extremes, which is what an empty field gives; samples that are not numbers do not count.
     virtual void findMinMax(Value& min, Value& max) const;
-    /// The extremes, and the sum of the samples in monoindex order, kept in Value, divided by their count; 0
-    /// for an empty field.
+    /// The extremes, and the sum of the samples in monoindex order, kept in Value (of integers in 64 bits),
+    /// divided by their count; 0 for an empty field.
     virtual void findMinMaxAvg(Value& min, Value& max, Value& avg) const;
     /// True when a sample is not a number or infinite; false for integers.
     virtual bool doIHave_NaN() const;

@@ -175,13 +175,13 @@ template <class Value, class Coord>
 void ScalarField3_base<Value, Coord>::findMinMaxAvg(Value& min, Value& max, Value& avg) const
 {
     findMinMax(min, max);
-    Value sum = 0;
+    detail::SampleSum<Value> sum = 0;
     forEachRun(*this,
                [&](uint32, const Value* samples, uint32 count)
                {
-                   for (uint32 n = 0; n < count; ++n) sum = detail::sumOf(sum, samples[n]);
+                   for (uint32 n = 0; n < count; ++n) sum += samples[n];
                });
-    avg = size() == 0 ? Value(0) : static_cast<Value>(sum / static_cast<Value>(size()));
+    avg = size() == 0 ? Value(0) : static_cast<Value>(sum / static_cast<detail::SampleSum<Value>>(size()));
 }
 
 template <class Value, class Coord>

@@ -3,6 +3,7 @@
 #include <cmath>
 #include <concepts>
 #include <limits>
+#include <type_traits>
 
 #include <tavrix/platform/Types.h>
 
@@ -88,6 +89,12 @@ constexpr Value shareOf(Value v, double weight)
     else
         return v * static_cast<Value>(weight);
 }
+
+/// What many samples are summed in: floating-point values in their own type, integers in 64 bits.
+template <class Value>
+using SampleSum =
+    std::conditional_t<std::floating_point<Value>, Value,
+                       std::conditional_t<std::signed_integral<Value>, int64, uint64>>;
 
 /// Where the searches for extremes begin.
 template <class Value>
