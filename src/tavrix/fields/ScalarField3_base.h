@@ -206,7 +206,8 @@ public:
 
     /// The value at a point by trilinear interpolation of the eight nodes around it; (false, 3.4028235e38)
     /// outside the closed box and for a field of no samples. The corner weights are divided by their sum and
-    /// narrowed to Value.
+    /// narrowed to Value, which truncates them in integer fields: these read their samples at nodes and 0
+    /// between.
     virtual Tuple2<bool, Value> evalSafe(const Vector3<Coord>& point, ScalarFieldEvalMode mode) const;
     Tuple2<bool, Value> evalSafe(const Vector3<Coord>& point) const
     {
