@@ -131,6 +131,13 @@ TEST(ScalarField3Particles, BadParticlesAddNothing)
             ASSERT_TRUE(setter.call(field, bad, margin, 3, nullptr));
             for (uint32 m = 0; m < field.size(); ++m) ASSERT_NEAR(field[m], expected[m], 1e-4) << setter.name;
             EXPECT_TRUE(setter.call(none, bad, margin, 2, nullptr));
+            for (const Vector3D& separation : {Vector3D{-1, -1, -1}, Vector3D{1, -1, 1}, Vector3D{1, 0, 1}})
+            {
+                none.reset(3, 4, 5, separation);
+                none.setDefaultValue(0);
+                EXPECT_TRUE(setter.call(none, good, margin, 2, nullptr));
+                EXPECT_EQ(none.getArrScalars(), Array<float>(60, 0.0f)) << setter.name;
+            }
             EXPECT_TRUE(setter.call(field, {}, margin, 2, nullptr));
             EXPECT_EQ(field.get(0) == 0.0f, !setter.carves);
             setter.call(field, bad, nan, 2, nullptr);

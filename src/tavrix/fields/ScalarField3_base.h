@@ -293,7 +293,8 @@ public:
     /// nor resized. Dense and tiled fields get the same samples.
     ///
     /// positions, radii: one per particle (the shorter array counts); a particle without a finite position
-    /// and a positive, finite radius adds nothing. margin: how far a kernel may reach beyond the box of its
+    /// and a positive, finite radius adds nothing, and none does on a grid whose separations are not all
+    /// above 0. margin: how far a kernel may reach beyond the box of its
     /// group of particles; pass at least the largest reach, 2r here, or kernels are cut off there. The
     /// particles that can touch the grid form threadCount groups by position. Along every axis a kernel
     /// counts as many nodes as its reach has largest separations. The result is the same for every thread

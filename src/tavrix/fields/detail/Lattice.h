@@ -1,5 +1,9 @@
 #pragma once
 
+#include <algorithm>
+#include <cmath>
+#include <iterator>
+
 #include <tavrix/fields/GridDescription3.h>
 #include <tavrix/foundation/Array.h>
 
@@ -16,6 +20,13 @@ struct Lattice
 
     template <class Coord>
     explicit Lattice(const GridDescription3<Coord>& grid);
+
+    /// Whether nodes grow along every axis, by steps whose reciprocals are numbers: particles can be placed.
+    bool isAscending() const
+    {
+        return std::all_of(std::begin(reciprocal), std::end(reciprocal),
+                           [](double r) { return r > 0 && std::isfinite(r); });
+    }
 
     /// The cell along an axis, clamped to the lattice.
     uint32 clampedCell(uint32 axis, double coordinate) const

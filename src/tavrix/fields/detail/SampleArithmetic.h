@@ -92,9 +92,8 @@ constexpr Value shareOf(Value v, double weight)
 
 /// What many samples are summed in: floating-point values in their own type, integers in 64 bits.
 template <class Value>
-using SampleSum =
-    std::conditional_t<std::floating_point<Value>, Value,
-                       std::conditional_t<std::signed_integral<Value>, int64, uint64>>;
+using SampleSum = std::conditional_t<std::floating_point<Value>, Value,
+                                     std::conditional_t<std::signed_integral<Value>, int64, uint64>>;
 
 /// Where the searches for extremes begin.
 template <class Value>

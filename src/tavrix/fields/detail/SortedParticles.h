@@ -24,7 +24,7 @@ uint32 cellOf(const Lattice& lattice, const Vector3F& place, const double (&node
 template <class Kernel>
 uint32 sortKey(const Lattice& lattice, const Kernel& kernel, const typename Kernel::Particle& particle)
 {
-    if (!kernel.isUsable(particle)) return noIndex;
+    if (!lattice.isAscending() || !kernel.isUsable(particle)) return noIndex;
     const double reached[] = {kernel.nodesReached(lattice, particle, 0),
                               kernel.nodesReached(lattice, particle, 1),
                               kernel.nodesReached(lattice, particle, 2)};
