@@ -45,6 +45,7 @@
 #include <tavrix/foundation/Particles_RL_v2.h>
 #include <tavrix/foundation/Plane3.h>
 #include <tavrix/foundation/PolyParam.h>
+#include <tavrix/foundation/ProgressCallback.h>
 #include <tavrix/foundation/Quaternion.h>
 #include <tavrix/foundation/Ray3.h>
 #include <tavrix/foundation/RenderLayer.h>
@@ -57,16 +58,19 @@
 #include <tavrix/mesh/IndexFacedge.h>
 #include <tavrix/mesh/Mesh.h>
 #include <tavrix/mesh/MeshArrayInf.h>
+#include <tavrix/mesh/MeshRepair.h>
 #include <tavrix/mesh/MeshTopology.h>
 
 #include <tavrix/meshproc/SphereTriangulated.h>
 #include <tavrix/meshproc/Vector3Simplifier.h>
+#include <tavrix/meshproc/VertexWelding.h>
 
 #include <tavrix/particles/NeighbourGrid.h>
 #include <tavrix/particles/Particle_v2.h>
 #include <tavrix/particles/ParticleChannel_v2.h>
 #include <tavrix/particles/ParticleChannelChunkData_v2.h>
 #include <tavrix/particles/ParticleNeighbours.h>
+#include <tavrix/particles/ParticleSpacing.h>
 #include <tavrix/particles/ParticleSystem_v2.h>
 #include <tavrix/particles/ParticleSystem_v3.h>
 #include <tavrix/particles/ParticleSystemChunk_v2.h>
@@ -74,6 +78,7 @@
 
 #include <tavrix/fields/AnisotropySettings.h>
 #include <tavrix/fields/GridDescription3.h>
+#include <tavrix/fields/GridFit.h>
 #include <tavrix/fields/ScalarField3.h>
 #include <tavrix/fields/ScalarField3_base.h>
 #include <tavrix/fields/ScalarField3_SG.h>
@@ -86,12 +91,16 @@
 #include <tavrix/implicit/ImplicitSurface3Regular.h>
 #include <tavrix/implicit/ImplicitSurface3Sparse.h>
 #include <tavrix/implicit/ImplicitSurface3StrategyInterface.h>
+#include <tavrix/implicit/LevelSetSampling.h>
 
 #include <tavrix/meshio/Mesh_BIN_FileParser.h>
 #include <tavrix/meshio/Mesh_OBJ_FileParser.h>
 #include <tavrix/meshio/MeshFileParser.h>
 #include <tavrix/meshio/MeshImporter.h>
 #include <tavrix/meshio/MeshSTLFileParser.h>
+
+#include <tavrix/reconstruction/ReconstructionSettings.h>
+#include <tavrix/reconstruction/SurfaceReconstruction.h>
 
 #include <tavrix/spatial/BoxDistance.h>
 #include <tavrix/spatial/GeometryNode.h>

@@ -10,7 +10,7 @@
 
 #include "Failure.h"
 #include "FileName.h"
-#include "GridFit.h"
+#include "GridMemory.h"
 #include "OutputFile.h"
 
 namespace tavrix::tool
@@ -167,18 +167,12 @@ Grid confirmField(const std::string& path, FieldLayout layout)
 
 float fieldBand(double separation) { return static_cast<float>(3 * separation); }
 
-void setBand(LevelSet& surface, float band)
-{
-    surface.getDefaultValue() = band;
-    surface.getCutOffValue() = std::nextafter(band, 0.0f);
-}
-
 LevelSet readField(const std::string& path, FieldLayout layout, double bytesPerNode)
 {
     const Grid grid = confirmField(path, layout);
     confirmFits(grid.size, bytesPerNode, path);
     LevelSet surface;
-    setBand(surface, fieldBand(grid.largestSeparation));
+    surface.setBand(fieldBand(grid.largestSeparation));
     FileStreamRawBuffered stream;
     stream.openToRead(TX_String(path));
     if (layout == FieldLayout::Regular)
@@ -197,7 +191,7 @@ void writeField(const std::string& path, FieldLayout layout, LevelSet& surface)
 {
     const float band = fieldBand(surface.getField().getGrid().largestSeparation);
     for (float& v : surface.refField().refArrScalars()) v = std::clamp(v, -band, band);
-    setBand(surface, band);
+    surface.setBand(band);
     surface.createNeighborsCells();
     const auto write = [&](const std::string& name)
     {

@@ -2,12 +2,10 @@
 
 #include <string>
 
-#include <tavrix/implicit/ImplicitSurface3Regular.h>
+#include <tavrix/implicit/LevelSetSampling.h>
 
 namespace tavrix::tool
 {
-
-using LevelSet = ImplicitSurface3Regular<float>;
 
 /// How the samples lie in a field file: all of them, or those below the default value alone.
 enum class FieldLayout
@@ -21,9 +19,6 @@ enum class FieldLayout
 
 /// The default value of field files: three separations.
 float fieldBand(double separation);
-
-/// Makes the band's width the default value, with the cut-off value just below.
-void setBand(LevelSet& surface, float band);
 
 /// Reads a field file of float samples. Throws Failure when it cannot be opened, is cut off, has the other
 /// layout, or holds what makes no sense: counts that are not those of the file and of each other, a grid that

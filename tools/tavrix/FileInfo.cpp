@@ -3,16 +3,15 @@
 #include <algorithm>
 #include <filesystem>
 #include <limits>
-#include <numeric>
 
+#include <tavrix/mesh/MeshRepair.h>
+#include <tavrix/particles/ParticleSpacing.h>
 #include <tavrix/particles/ParticleSystem_v3.h>
 #include <tavrix/platform/FileBufferIn.h>
 
 #include "Failure.h"
 #include "FileName.h"
 #include "MeshFile.h"
-#include "MeshRepair.h"
-#include "ParticleSpacing.h"
 
 namespace tavrix::tool
 {
@@ -74,28 +73,6 @@ ParticleInfo inspectParticles(const std::string& path)
     return info;
 }
 
-/// The number of parts that share no position.
-uint32 countComponents(const Mesh& mesh)
-{
-    std::vector<uint32> parent(mesh.getPosSize());
-    std::iota(parent.begin(), parent.end(), 0u);
-    const auto root = [&parent](uint32 n)
-    {
-        while (parent[n] != n) n = parent[n] = parent[parent[n]];
-        return n;
-    };
-    std::vector<bool> isUsed(mesh.getPosSize());
-    for (const Index3& face : mesh.trindexPos())
-    {
-        isUsed[face.a] = isUsed[face.b] = isUsed[face.c] = true;
-        parent[root(face.b)] = root(face.a);
-        parent[root(face.c)] = root(face.a);
-    }
-    uint32 count = 0;
-    for (uint32 n = 0; n < mesh.getPosSize(); ++n) count += isUsed[n] && root(n) == n ? 1 : 0;
-    return count;
-}
-
 std::string formatName(FileKind kind, const std::string& path)
 {
     if (kind == FileKind::ObjMesh) return "OBJ";
@@ -120,7 +97,7 @@ MeshInfo inspectMesh(FileKind kind, const std::string& path)
         info.hasTexture |= hasChannel(*mesh, "UV_MAP_0");
         info.hasVelocity |= hasChannel(*mesh, "Velocity");
     }
-    Mesh all = joined(file.meshes);
+    Mesh all = joinMeshes(file.meshes);
     info.vertices = all.getPosSize();
     info.faces = all.getFacesSize();
     info.box = Box3D::empty();
@@ -133,7 +110,7 @@ MeshInfo inspectMesh(FileKind kind, const std::string& path)
     }
     info.repeated = joinEqualPositions(all);
     info.topology = computeTopology(all);
-    info.components = countComponents(all);
+    info.components = countParts(all);
     info.area = surfaceArea(all);
     info.volume = signedVolume(all);
     return info;

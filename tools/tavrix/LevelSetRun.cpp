@@ -6,6 +6,7 @@
 #include <vector>
 
 #include <tavrix/foundation/ArrayOfPtr.h>
+#include <tavrix/mesh/MeshRepair.h>
 #include <tavrix/mesh/MeshTopology.h>
 #include <tavrix/platform/Hardware.h>
 
@@ -14,7 +15,6 @@
 #include "Interrupt.h"
 #include "LevelSetSource.h"
 #include "MeshFile.h"
-#include "MeshRepair.h"
 #include "OutputFile.h"
 #include "preview/Picture.h"
 #include "preview/Render.h"
@@ -64,13 +64,6 @@ std::size_t stageCount(const LevelSetOptions& options)
     return count;
 }
 
-float lowestSample(const LevelSet& surface)
-{
-    float low, high;
-    surface.findMinMax(low, high);
-    return low;
-}
-
 /// Throws Failure when no sample is inside a surface, or none outside.
 void confirmSurface(const LevelSet& surface, const std::string& file)
 {
@@ -87,23 +80,17 @@ void confirmSurface(const LevelSet& surface, const std::string& file)
 /// Moves the surface outwards. Throws Failure when nothing is left of it.
 void offset(LevelSet& surface, double by, const std::string& file)
 {
-    const double deepest = -static_cast<double>(lowestSample(surface));
-    surface.offsetSurface(static_cast<float>(-by));
-    if (lowestSample(surface) < 0) return;
+    const double depth = offsetOutwards(surface, by);
+    float low, high;
+    surface.findMinMax(low, high);
+    if (low < 0) return;
     char message[160];
     std::snprintf(
         message, sizeof message,
         ": nothing is left at --offset %.6g, its deepest place lies %.4g inside the surface; give one "
         "nearer to 0",
-        by, deepest);
+        by, depth);
     throw Failure(file + message);
-}
-
-/// Leaves of the solid the part that is no deeper than the thickness.
-void hollow(LevelSet& surface, double thickness)
-{
-    const auto t = static_cast<float>(thickness);
-    for (float& v : surface.refField().refArrScalars()) v = std::max(v, -(v + t));
 }
 
 void noteThinWall(const char* option, double wall, double spacing, Progress& progress)
@@ -122,10 +109,9 @@ void reshape(LevelSet& surface, const LevelSetOptions& options, Progress& progre
     if (options.isUnsigned) noteThinWall("--offset", 2 * options.offset, spacing, progress);
     if (options.offset != 0) offset(surface, options.offset, options.source());
     if (!options.shell) return;
-    if (-static_cast<double>(lowestSample(surface)) <= *options.shell)
+    if (hollowOut(surface, *options.shell) <= *options.shell)
         progress.note(options.source() + ": is nowhere thicker than --shell, so there is no cavity");
     noteThinWall("--shell", *options.shell, spacing, progress);
-    hollow(surface, *options.shell);
 }
 
 void extract(const LevelSet& surface, Mesh& mesh, const LevelSetOptions& options, uint32 threads)
@@ -180,7 +166,7 @@ void runLevelSet(const LevelSetOptions& options)
     if (options.reshapes() || options.redistance) progress.begin("reshape");
     reshape(surface, options, progress);
     if (options.redistance && (options.reshapes() || options.loadField.empty()))
-        redistance(surface, 3, threads);
+        redistanceBand(surface, 3, threads);
     stopIfInterrupted();
 
     ArrayOfPtr<Mesh> meshes;

@@ -5,15 +5,15 @@
 #include <cstdarg>
 #include <cstdio>
 
+#include <tavrix/mesh/MeshRepair.h>
 #include <tavrix/mesh/MeshTopology.h>
 
 #include "Failure.h"
-#include "GridFit.h"
+#include "GridMemory.h"
 #include "Interrupt.h"
 #include "MeshFile.h"
-#include "MeshRepair.h"
 #include "ParticleFile.h"
-#include "ParticleSpacing.h"
+#include "ParticleRadius.h"
 #include "preview/Shapes.h"
 
 namespace tavrix::tool
@@ -22,15 +22,11 @@ namespace tavrix::tool
 namespace
 {
 
-/// Bytes that a run needs for each node at most: a float sample, three flags, and what sampling, sweeping
-/// and extracting take for a time. A grid that grows is there twice.
-constexpr double bytesPerNode = 8, bytesPerGrownNode = 10;
+/// Bytes that a run needs for each node of a grid that grows, which is there twice.
+constexpr double bytesPerGrownNode = 10;
 
 /// Estimated radii, half the particles' spacing, are enlarged so that the spheres run together.
 constexpr double overlap = 1.6;
-
-/// Sweeping ends when no sample changes by so many separations any more.
-constexpr double sweepTolerance = 1e-3;
 
 std::string text(const char* format, ...)
 {
@@ -42,77 +38,36 @@ std::string text(const char* format, ...)
     return line;
 }
 
-/// How far distances must be right, in separations: to the surfaces to come and four on, so that three around
-/// each are. No distance is longer than the grid's diagonal.
-double neededBand(const LevelSetOptions& options, double separation, const Box3D& grid)
+/// What distances are needed for.
+LevelSetExtent extentOf(const LevelSetOptions& options, double spacing)
 {
-    if (!options.reshapes()) return 3;
-    const double inner = options.offset - options.shell.value_or(0);
-    const double farthest = std::max(std::fabs(options.offset), std::fabs(inner));
-    return std::min(farthest, length(grid.max - grid.min)) / separation + 4;
-}
-
-void carryOn(LevelSet& surface, double band, double separation, uint32 threads)
-{
-    surface.widenBand(static_cast<float>(band * separation), static_cast<float>(sweepTolerance * separation),
-                      threads);
+    return options.reshapes() ? LevelSetExtent::forOffset(spacing, options.offset, options.shell.value_or(0))
+                              : LevelSetExtent{spacing};
 }
 
 // From geometry
 
-/// A grid for distances to what lies in the box.
-struct Lattice
+/// The plan around a box. Throws Failure when it does not fit.
+LevelSetPlan planOver(const Box3D& box, double spacing, const LevelSetOptions& options)
 {
-    GridFit fit;
-    Box3D box;    ///< half a cell smaller than the nodes', which no rounding makes one of more cells
-    double band;  ///< in separations
-};
-
-Lattice latticeOver(const Box3D& box, double spacing, const LevelSetOptions& options)
-{
-    const double reach = std::max(options.offset, 0.0) + 3 * spacing;
-    const GridFit fit = fitGrid(box, reach, spacing, bytesPerNode, options.input);
-    const Vector3D half = Vector3D{fit.sizeX - 1.5, fit.sizeY - 1.5, fit.sizeZ - 1.5} * (fit.spacing / 2);
-    const Box3D inner{fit.center - half, fit.center + half};
-    return {fit, inner, neededBand(options, spacing, inner)};
+    const LevelSetExtent extent = extentOf(options, spacing);
+    const LevelSetPlan plan = planLevelSet(box, extent);
+    confirmFits(plan.grid, box, extent.outermost + 3 * spacing, LevelSetPlan::bytesPerNode, options.input);
+    return plan;
 }
 
-/// Nodes that the boxes of faces or spheres hold, each widened by so many nodes on every side; an extent is
-/// one in nodes.
-double nodesIn(const Vector3D& extent, uint32 widened)
+std::string gridAndBandText(const LevelSetPlan& plan, uint32 exactNodes)
 {
-    const double both = 2.0 * widened + 1;
-    return (extent.x + both) * (extent.y + both) * (extent.z + both);
-}
-
-/// The widest band that is worth exact distances, given the number of nodes to be visited for one of so many.
-template <class NodesVisited>
-uint32 exactBandNodes(double neededNodes, NodesVisited visited)
-{
-    constexpr uint32 narrowest = 3, widest = 10;
-    constexpr double affordable = 2e8;  // visits, of which a thread does some ten millions in a second
-    uint32 nodes = narrowest;
-    while (nodes < widest && nodes < neededNodes && visited(nodes + 1) <= affordable) ++nodes;
-    return nodes;
-}
-
-/// Carries the distances on to the needed band, when the exact one is narrower, and tells of grid and band.
-void finish(LevelSetSource& source, const Lattice& lattice, uint32 exactNodes, uint32 threads)
-{
-    stopIfInterrupted();
-    const bool isExact = lattice.band <= exactNodes;
-    source.summary += "grid       " + lattice.fit.text() + "\n";
-    source.summary += isExact ? text("band       %u spacings, exact\n", exactNodes)
-                              : text("band       %.4g spacings, exact to %u\n", lattice.band, exactNodes);
-    if (!isExact) carryOn(source.surface, lattice.band, lattice.fit.spacing, threads);
-    stopIfInterrupted();
+    return "grid       " + gridText(plan.grid) + "\n" +
+           (plan.band <= exactNodes ? text("band       %u spacings, exact\n", exactNodes)
+                                    : text("band       %.4g spacings, exact to %u\n", plan.band, exactNodes));
 }
 
 /// The meshes of the file as one, without normals and with one position a place.
 Mesh readSolid(const std::string& file, Progress& progress)
 {
     const MeshFile content = readMeshes(file);
-    Mesh mesh = joined(content.meshes);
+    Mesh mesh = joinMeshes(content.meshes);
     const uint32 leftOut = content.leftOut, infinite = dropInfiniteFaces(mesh);
     if (leftOut > 0)
         progress.note(file + text(": %u faces name vertices that are not there and are left out", leftOut));
@@ -142,18 +97,6 @@ void noteFaults(const Mesh& mesh, const std::string& file, Progress& progress)
                                   topology.inconsistentEdgeCount));
 }
 
-/// Makes the inside of a mesh that is inside out as a whole the solid; its outside was, up to the grid's
-/// border.
-void turnOutwards(LevelSet& surface, const std::string& file, Progress& progress)
-{
-    if (surface.getArraySize() == 0 || !(surface.get(0) < 0)) return;
-    const float band = surface.getDefaultValue();
-    surface.invert();
-    setBand(surface, band);
-    surface.createNeighborsCells();
-    progress.note(file + ": its faces look inwards and are turned around");
-}
-
 std::string describe(const Mesh& mesh)
 {
     const MeshTopology topology = computeTopology(mesh);
@@ -162,18 +105,6 @@ std::string describe(const Mesh& mesh)
         text("input      %u faces, %s", mesh.getFacesSize(), isClosed ? "closed" : "open");
     const bool hasVolume = isClosed && topology.isConsistentlyOriented();
     return faces + (hasVolume ? text(", volume %.6g\n", std::fabs(signedVolume(mesh))) : "\n");
-}
-
-double facesVisit(const Mesh& mesh, double spacing, uint32 nodes)
-{
-    double visits = 0;
-    for (const Index3& face : mesh.trindexPos())
-    {
-        Box3D box = Box3D::empty();
-        for (const uint32 corner : {face.a, face.b, face.c}) box.extend(mesh.pos()[corner]);
-        visits += nodesIn((box.max - box.min) * (1 / spacing), nodes);
-    }
-    return visits;
 }
 
 double spacingFor(const Box3D& box, const LevelSetOptions& options)
@@ -192,17 +123,18 @@ LevelSetSource fromMesh(const LevelSetOptions& options, uint32 threads, Progress
     const Mesh mesh = readSolid(options.input, progress);
     if (!options.isUnsigned) noteFaults(mesh, options.input, progress);
     const Box3D box = boxOfDrawableFaces(mesh);
-    const Lattice lattice = latticeOver(box, spacingFor(box, options), options);
+    const LevelSetPlan plan = planOver(box, spacingFor(box, options), options);
 
     progress.begin("distances");
-    const double spacing = lattice.fit.spacing;
-    const uint32 nodes = exactBandNodes(lattice.band, [&](uint32 n) { return facesVisit(mesh, spacing, n); });
     LevelSetSource source{{}, describe(mesh)};
-    source.surface.init(mesh, spacing, lattice.box,
-                        options.isUnsigned ? TX_IMPLICIT_SURFACE_UNSIGNED : TX_IMPLICIT_SURFACE_SIGNED,
-                        threads, interrupted, nodes);
-    turnOutwards(source.surface, options.input, progress);
-    finish(source, lattice, nodes, threads);
+    bool wasTurned = false;
+    const uint32 exact =
+        sampleMesh(source.surface, mesh, plan,
+                   options.isUnsigned ? TX_IMPLICIT_SURFACE_UNSIGNED : TX_IMPLICIT_SURFACE_SIGNED, threads,
+                   interrupted, &wasTurned);
+    stopIfInterrupted();
+    if (wasTurned) progress.note(options.input + ": its faces look inwards and are turned around");
+    source.summary += gridAndBandText(plan, exact);
     return source;
 }
 
@@ -220,49 +152,21 @@ LevelSetSource fromParticles(const LevelSetOptions& options, uint32 threads, Pro
     const double radius = options.radius ? half : half * overlap;
     const double spacing = options.spacing.value_or(radius / 2);
     const Vector3D reach{radius, radius, radius};
-    const Box3D centers = boundingBox(particles.positions);
-    const Lattice lattice = latticeOver({centers.min - reach, centers.max + reach}, spacing, options);
+    const Box3D centers = boxAround(particles.positions);
+    const LevelSetPlan plan = planOver({centers.min - reach, centers.max + reach}, spacing, options);
 
     progress.begin("distances");
-    const uint32 nodes =
-        exactBandNodes(lattice.band, [&](uint32 n) { return count * nodesIn(reach * (2 / spacing), n); });
     LevelSetSource source{{},
                           text("particles  %u, radius %.6g%s\n", count, radius,
                                options.radius ? "" : " (estimated from their spacing)")};
-    source.surface.init(particles.positions, Array<float>(count, static_cast<float>(radius)), spacing,
-                        lattice.box, threads, interrupted, nodes);
-    finish(source, lattice, nodes, threads);
+    const uint32 exact =
+        sampleParticles(source.surface, particles.positions, radius, plan, threads, interrupted);
+    stopIfInterrupted();
+    source.summary += gridAndBandText(plan, exact);
     return source;
 }
 
 // From a field
-
-/// The surface on a grid of so many nodes more on every side, which are far, on the side of the node next to
-/// them.
-LevelSet grown(const LevelSet& surface, uint32 nodes)
-{
-    const auto& grid = surface.getField().getGrid();
-    const float far = surface.getDefaultValue();
-    LevelSet large;
-    large.reset(grid.sizeX + 2 * nodes, grid.sizeY + 2 * nodes, grid.sizeZ + 2 * nodes,
-                grid.largestSeparation);
-    large.moveTo(grid.box.min + (grid.box.max - grid.box.min) / 2);
-    large.getDefaultValue() = far;
-    const auto clamped = [nodes](uint32 n, uint32 size)
-    { return std::min(std::max(n, nodes) - nodes, size - 1); };
-    const Index3 sizes{grid.sizeX + 2 * nodes, grid.sizeY + 2 * nodes, grid.sizeZ + 2 * nodes};
-    uint32 m = 0;
-    for (uint32 i = 0; i < sizes.a; ++i)
-        for (uint32 j = 0; j < sizes.b; ++j)
-            for (uint32 k = 0; k < sizes.c; ++k, ++m)
-            {
-                const Index3 node{clamped(i, grid.sizeX), clamped(j, grid.sizeY), clamped(k, grid.sizeZ)};
-                const bool isOld = node == Index3{i - nodes, j - nodes, k - nodes};
-                const float value = surface.get(node);
-                large.set(m, isOld ? value : std::copysign(far, value));
-            }
-    return large;
-}
 
 /// Makes room on the field's grid for growth by the offset. Throws Failure when that does not fit.
 void makeRoom(LevelSet& surface, const LevelSetOptions& options)
@@ -271,39 +175,33 @@ void makeRoom(LevelSet& surface, const LevelSetOptions& options)
     const double nodes = std::ceil(options.offset / grid.largestSeparation);
     const double count = (grid.sizeX + 2 * nodes) * (grid.sizeY + 2 * nodes) * (grid.sizeZ + 2 * nodes);
     confirmFits(count, bytesPerGrownNode, options.loadField + ": grown by --offset");
-    surface = grown(surface, static_cast<uint32>(nodes));
+    surface = grownGrid(surface, static_cast<uint32>(nodes));
 }
 
 LevelSetSource fromField(const LevelSetOptions& options, uint32 threads, Progress& progress)
 {
     progress.begin("read");
-    LevelSetSource source{readField(options.loadField, options.layout, bytesPerNode), ""};
+    LevelSetSource source{readField(options.loadField, options.layout, LevelSetPlan::bytesPerNode), ""};
     LevelSet& surface = source.surface;
     stopIfInterrupted();
 
     progress.begin("distances");
     if (options.offset > 0) makeRoom(surface, options);
     const auto& grid = surface.getField().getGrid();
-    const double spacing = grid.largestSeparation, band = neededBand(options, spacing, grid.box);
-    source.summary = "input      a field\ngrid       " +
-                     GridFit{grid.sizeX, grid.sizeY, grid.sizeZ, {0, 0, 0}, spacing}.text() + "\n" +
-                     text("band       %.4g spacings\n", band);
+    const double spacing = grid.largestSeparation;
+    const double band = bandFor(extentOf(options, spacing), grid.box);
+    const GridFit fit{{double(grid.sizeX), double(grid.sizeY), double(grid.sizeZ)}, {0, 0, 0}, spacing};
+    source.summary =
+        "input      a field\ngrid       " + gridText(fit) + "\n" + text("band       %.4g spacings\n", band);
     if (options.redistance)
-        redistance(surface, band, threads);
+        redistanceBand(surface, band, threads);
     else if (options.reshapes())
-        carryOn(surface, band, spacing, threads);
+        widenBandTo(surface, band, threads);
     stopIfInterrupted();
     return source;
 }
 
 }  // namespace
-
-void redistance(LevelSet& surface, double band, uint32 threads)
-{
-    const double separation = surface.getField().getGrid().largestSeparation;
-    surface.redistance(static_cast<float>(band * separation), static_cast<float>(sweepTolerance * separation),
-                       threads);
-}
 
 LevelSetSource makeLevelSet(const LevelSetOptions& options, uint32 threads, Progress& progress)
 {

@@ -22,7 +22,4 @@ struct LevelSetSource
 /// "distances" and of what is wrong with the input. Throws Failure.
 LevelSetSource makeLevelSet(const LevelSetOptions& options, uint32 threads, Progress& progress);
 
-/// Makes the samples distances again, in a band of so many separations.
-void redistance(LevelSet& surface, double band, uint32 threads);
-
 }  // namespace tavrix::tool

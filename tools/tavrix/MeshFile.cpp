@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <string_view>
 
+#include <tavrix/mesh/MeshRepair.h>
 #include <tavrix/meshio/Mesh_BIN_FileParser.h>
 #include <tavrix/meshio/Mesh_OBJ_FileParser.h>
 #include <tavrix/meshio/MeshImporter.h>
@@ -14,7 +15,6 @@
 
 #include "Failure.h"
 #include "FileName.h"
-#include "MeshRepair.h"
 #include "OutputFile.h"
 
 namespace tavrix::tool
@@ -168,7 +168,7 @@ int writeStl(const TX_String& path, const ArrayOfPtr<Mesh>& meshes, bool ascii)
     const bool isReady =
         meshes.size() == 1 && (ascii || stlHeader(*meshes[0]) == meshes[0]->getName().view());
     if (isReady) return writeStl(path, *meshes[0], ascii);
-    Mesh all = joined(meshes);
+    Mesh all = joinMeshes(meshes);
     if (!ascii) all.setName(TX_String(stlHeader(all)));
     return writeStl(path, all, ascii);
 }

@@ -7,18 +7,18 @@
 #include <variant>
 #include <vector>
 
+#include <tavrix/mesh/MeshRepair.h>
 #include <tavrix/platform/Timer.h>
 #include <CLI/CLI.hpp>
 
 #include "Failure.h"
-#include "GridFit.h"
 #include "MeshFile.h"
-#include "MeshRepair.h"
 #include "ParticleFile.h"
-#include "ParticleSpacing.h"
+#include "ParticleRadius.h"
 #include "PictureArguments.h"
 #include "preview/Render.h"
 #include "preview/Shapes.h"
+#include "SmoothNormals.h"
 #include "Validators.h"
 
 namespace tavrix::tool
@@ -49,7 +49,7 @@ Subject meshSubject(const std::string& file)
     const MeshFile content = readMeshes(file);
     const auto smooth = kindOfFile(file) == FileKind::StlMesh ? smoothSeparateFaces : confirmSmoothNormals;
     for (Mesh* mesh : content.meshes) smooth(*mesh);
-    Subject subject{joined(content.meshes), 0, {}};
+    Subject subject{joinMeshes(content.meshes), 0, {}};
     subject.box = boxOfDrawableFaces(std::get<Mesh>(subject.matter));
     if (subject.box == Box3D::empty())
         throw Failure(file + ": has no face to draw; all have corners without finite coordinates");
@@ -60,7 +60,7 @@ Subject particleSubject(const std::string& file, const std::optional<double>& ra
 {
     Array<Vector3F> positions = readParticleFile(file).positions;
     const double used = radiusOrEstimate(radius, positions, file, "--particle-radius");
-    const Box3D box = boundingBox(positions);
+    const Box3D box = boxAround(positions);
     const Vector3D reach{used, used, used};
     return {std::move(positions), static_cast<float>(used), {box.min - reach, box.max + reach}};
 }

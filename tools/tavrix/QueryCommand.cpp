@@ -4,6 +4,7 @@
 #include <memory>
 
 #include <tavrix/foundation/ParallelFor.h>
+#include <tavrix/mesh/MeshRepair.h>
 #include <tavrix/platform/FileBufferOut.h>
 #include <tavrix/platform/Hardware.h>
 #include <tavrix/spatial/MeshCollider.h>
@@ -11,7 +12,6 @@
 
 #include "Failure.h"
 #include "MeshFile.h"
-#include "MeshRepair.h"
 #include "OutputFile.h"
 #include "QueryTable.h"
 
@@ -89,7 +89,7 @@ void runQuery(const Options& options)
     const MeshFile file = readMeshes(options.input);
     const uint32 threads = options.threads > 0 ? options.threads : Hardware::getThreadCount();
     MeshCollider collider;
-    collider.create(file.meshes.size() == 1 ? *file.meshes[0] : joined(file.meshes), threads);
+    collider.create(file.meshes.size() == 1 ? *file.meshes[0] : joinMeshes(file.meshes), threads);
     const std::string table = answerTable(queries, answerAll(collider, queries, threads));
     if (options.output.empty())
     {

@@ -16,9 +16,9 @@ namespace tavrix::tool
 namespace
 {
 
-const std::map<std::string, FieldKind> fieldNames{{"metaball", FieldKind::Metaball},
-                                                  {"distance", FieldKind::Distance},
-                                                  {"anisotropic", FieldKind::Anisotropic}};
+const std::map<std::string, SurfaceKernel> kernelNames{{"metaball", SurfaceKernel::Metaball},
+                                                       {"distance", SurfaceKernel::Distance},
+                                                       {"anisotropic", SurfaceKernel::Anisotropic}};
 
 void addFiles(CLI::App& surface, SurfaceOptions& options)
 {
@@ -34,9 +34,10 @@ void addFiles(CLI::App& surface, SurfaceOptions& options)
         ->check(outputWithExtension({"obj", "stl", "bin"}))
         ->option_text("OUT");
     surface.add_flag("--ascii", options.asciiStl, "Write STL as text; binary when absent");
-    surface.add_flag("--normals", options.normals, "Write vertex normals into OBJ files; the default");
+    surface.add_flag("--normals", options.surface.normals,
+                     "Write vertex normals into OBJ files; the default");
     surface.add_flag_callback(
-        "--no-normals", [&options] { options.normals = false; }, "Leave them out, for smaller files");
+        "--no-normals", [&options] { options.surface.normals = false; }, "Leave them out, for smaller files");
     surface.add_flag("-q,--quiet", options.quiet, "Print errors only");
 }
 
@@ -44,13 +45,13 @@ void addParticles(CLI::App& surface, SurfaceOptions& options)
 {
     surface
         .add_option(
-            "-r,--radius", options.radius,
+            "-r,--radius", options.surface.radius,
             "Particle radius; half the particles' spacing when absent (in a sequence, the first frame's)")
         ->check(positiveNumber)
         ->option_text("NUMBER")
         ->group("Particles");
     surface
-        .add_option("--min-neighbours", options.minNeighbours,
+        .add_option("--min-neighbours", options.surface.leastNeighbours,
                     "Leave out stray particles: those with fewer others than this within two radii")
         ->check(CLI::Range(0, 1000))
         ->option_text("COUNT [0]")
@@ -61,7 +62,8 @@ void addSurface(CLI::App& surface, SurfaceOptions& options)
 {
     surface
         .add_option_function<std::string>(
-            "-f,--field", [&options](const std::string& name) { options.field = fieldNames.at(name); },
+            "-f,--field",
+            [&options](const std::string& name) { options.surface.kernel = kernelNames.at(name); },
             "What the particles become: 'metaball' (a smooth sum), 'anisotropic' (flat where the liquid is "
             "flat, "
             "and thin sheets stay thin; takes a few times longer) or 'distance' (the union of soft balls)")
@@ -70,7 +72,7 @@ void addSurface(CLI::App& surface, SurfaceOptions& options)
         ->group("Surface");
     surface
         .add_option(
-            "--influence", options.influence,
+            "--influence", options.surface.influence,
             "How far metaballs and anisotropic kernels reach: 0 (1.2 radii) to 100 (5 radii); more is "
             "smoother. 60 for metaballs, 100 for anisotropic when absent")
         ->check(CLI::Range(0.0, 100.0))
@@ -78,25 +80,25 @@ void addSurface(CLI::App& surface, SurfaceOptions& options)
         ->group("Surface");
     surface
         .add_option(
-            "-l,--level", options.level,
+            "-l,--level", options.surface.level,
             "Field value of the surface; higher is tighter. 1 when absent, which puts the surface of a "
             "lone particle at its radius; 0.05 for distance")
         ->check(finiteNumber)
         ->option_text("NUMBER")
         ->group("Surface");
-    surface.add_option("-s,--spacing", options.spacing, "Grid spacing; half the radius when absent")
+    surface.add_option("-s,--spacing", options.surface.spacing, "Grid spacing; half the radius when absent")
         ->check(positiveNumber)
         ->option_text("NUMBER")
         ->group("Surface");
     surface
-        .add_option("--smooth", options.smoothing,
+        .add_option("--smooth", options.surface.smoothing,
                     "Relax the mesh so many times; 2 to 5 take the grain off, more rounds details")
         ->check(CLI::Range(0, 1000))
         ->option_text("COUNT [0]")
         ->group("Surface");
     surface
         .add_option(
-            "--simplify", options.simplify,
+            "--simplify", options.surface.weldTolerance,
             "Join vertices that differ by less than this along every axis, at the end; a fraction of the "
             "spacing makes slightly smaller meshes without thin faces")
         ->check(weldTolerance)
@@ -104,10 +106,11 @@ void addSurface(CLI::App& surface, SurfaceOptions& options)
         ->group("Surface");
     surface
         .add_flag_callback(
-            "--no-clean", [&options] { options.clean = false; },
+            "--no-clean", [&options] { options.surface.cleanUp = false; },
             "Keep coincident vertices and the thin faces between them")
         ->group("Surface");
-    surface.add_option("-t,--threads", options.threads, "Worker threads; all processors when absent")
+    surface
+        .add_option("-t,--threads", options.surface.threadCount, "Worker threads; all processors when absent")
         ->check(CLI::Range(1, 1024))
         ->option_text("COUNT")
         ->group("Surface");

@@ -1,21 +1,18 @@
 #include "SurfaceFrame.h"
 
-#include <algorithm>
 #include <cstdio>
+#include <string_view>
 
-#include <tavrix/fields/ScalarField3.h>
-#include <tavrix/isosurface/IsosurfaceExtractor3.h>
 #include <tavrix/mesh/Mesh.h>
-#include <tavrix/particles/ParticleNeighbours.h>
 
 #include "Failure.h"
 #include "FileName.h"
+#include "GridMemory.h"
 #include "Interrupt.h"
 #include "MeshFile.h"
-#include "MeshRepair.h"
-#include "MeshWeld.h"
 #include "OutputFile.h"
 #include "ParticleFile.h"
+#include "ParticleRadius.h"
 #include "preview/Picture.h"
 #include "preview/Render.h"
 
@@ -25,123 +22,85 @@ namespace tavrix::tool
 namespace
 {
 
-using Field = ScalarField3<float, double>;
-
-/// Bytes that the run needs for each node: a float sample, a sign bit, and a share for the surface.
-constexpr double bytesPerNode = 5;
-
-/// Removes the particles with fewer than `least` others within two radii; returns how many those were.
-uint32 dropStrays(ParticleFile& particles, const SurfaceSettings& settings, uint32 least,
-                  const std::string& file)
-{
-    if (least == 0) return 0;
-    const double radius = 2.0 * settings.radius;
-    const NeighbourGrid grid(particles.positions, radius, settings.threads);
-    const Array<uint32> counts = countNeighbours(grid, particles.positions, radius, settings.threads, least);
-    uint32 kept = 0;
-    for (uint32 n = 0; n < counts.size(); ++n)
-    {
-        if (counts[n] < least) continue;
-        particles.positions[kept] = particles.positions[n];
-        particles.velocities[kept++] = particles.velocities[n];
-    }
-    particles.positions.resize(kept);
-    particles.velocities.resize(kept);
-    if (kept == 0)
-        throw Failure(file + ": every particle has fewer than " + std::to_string(least) +
-                      " neighbours within two radii; lower --min-neighbours or give a larger --radius");
-    return counts.size() - kept;
-}
-
-Field buildField(const SurfaceSettings& settings, const GridFit& grid, const Array<Vector3F>& positions)
-{
-    Field field;
-    field.reset(grid.sizeX, grid.sizeY, grid.sizeZ, grid.spacing);
-    field.moveTo(grid.center);
-    const auto margin = static_cast<float>(settings.reach() + grid.spacing);
-    const auto radii = [&](float radius) { return Array<float>(positions.size(), radius); };
-    switch (settings.field)
-    {
-        case FieldKind::Distance:
-            field.setDistanceField(positions, radii(settings.radius), margin, settings.threads, interrupted);
-            break;
-        case FieldKind::Metaball:
-            field.setMetaballField(positions, radii(settings.radius), margin, settings.influence,
-                                   settings.threads, interrupted);
-            break;
-        case FieldKind::Anisotropic:
-            field.setAnisotropyDistanceField(positions, radii(settings.reach() / 2), margin,
-                                             AnisotropySettings{}, settings.threads, interrupted);
-            break;
-    }
-    stopIfInterrupted();
-    return field;
-}
-
-/// Turns faces around: the extractor's look towards larger samples, that is into the particles.
-void faceOutwards(Mesh& mesh)
-{
-    for (Array<Index3>* faces : {&mesh.refTrindexPos(), &mesh.refTrindexNor()})
-        for (Index3& face : *faces) std::swap(face.b, face.c);
-}
-
-void extract(Mesh& mesh, const SurfaceOptions& options, const SurfaceSettings& settings, const Field& field,
-             const std::string& file)
-{
-    mesh.setName("surface");
-    IsosurfaceExtractor3::extractMesh(field, mesh, settings.level * settings.valueAtOne(), 0, 0, 0, 0, 0, 0,
-                                      settings.threads, interrupted, options.clean);
-    stopIfInterrupted();
-    if (mesh.isEmpty())
-    {
-        const auto& samples = field.getArrScalars();
-        char message[160];
-        std::snprintf(message, sizeof message,
-                      ": no surface at level %.4g, the field's values go from 0 to %.4g; try a --level "
-                      "between or a smaller --spacing",
-                      settings.level,
-                      *std::max_element(samples.begin(), samples.end()) / settings.valueAtOne());
-        throw Failure(file + message);
-    }
-    faceOutwards(mesh);
-}
-
-/// Each pass moves every vertex half the way to the average of its neighbours: as smooth as diffusing the
-/// field, in half the time, and drops and sheets neither vanish nor merge.
-void relax(Mesh& mesh, const SurfaceOptions& options, const SurfaceSettings& settings)
-{
-    IsosurfaceExtractor3::tension(mesh, 0.5f, 0.0f, options.smoothing, settings.threads, interrupted);
-    mesh.invalidateBox();
-    stopIfInterrupted();
-}
-
-/// Gives the mesh the velocities of the particles around each vertex.
-void carryVelocities(Mesh& mesh, const ParticleFile& particles, const SurfaceSettings& settings)
-{
-    const double reach = settings.reach();
-    const NeighbourGrid grid(particles.positions, reach / 2, settings.threads);
-    Array<Vector3F> velocities =
-        interpolateAtPlaces(grid, particles.velocities, mesh.refPos(), reach, settings.threads, interrupted);
-    stopIfInterrupted();
-    mesh.addArray<Vector3F>("Velocity").swap(velocities);
-}
-
-bool wantsNormals(const SurfaceOptions& options) { return options.normals && holdsNormals(options.output); }
-
 bool holdsVelocities(const std::string& output) { return extensionOf(output) == "bin"; }
 
-void draw(const Mesh& mesh, const ParticleFile& particles, const SurfaceOptions& options,
-          const SurfaceSettings& settings, Box3D box, const std::string& file)
+bool wantsNormals(const SurfaceOptions& options)
+{
+    return options.surface.normals && holdsNormals(options.output);
+}
+
+/// Throws the Failure that says why there is no surface, and the way out.
+void confirmDone(const ReconstructionReport& report, const std::string& file)
+{
+    const ReconstructionSettings& settings = report.settings;
+    char message[160];
+    switch (report.status)
+    {
+        case ReconstructionStatus::Done:
+            return;
+        case ReconstructionStatus::AllAreStrays:
+            throw Failure(file + ": every particle has fewer than " +
+                          std::to_string(settings.leastNeighbours) +
+                          " neighbours within two radii; lower --min-neighbours or give a larger --radius");
+        case ReconstructionStatus::NoRadius:
+            failWithoutRadius(file);
+        case ReconstructionStatus::TooLarge:
+            failTooLarge(report.grid, report.box, settings.reach(), report.bytes / report.grid.nodeCount(),
+                         file);
+        case ReconstructionStatus::NoSurface:
+            std::snprintf(message, sizeof message,
+                          ": no surface at level %.4g, the field's values go from 0 to %.4g; try a --level "
+                          "between or a smaller --spacing",
+                          *settings.level, report.highestLevel);
+            throw Failure(file + message);
+        case ReconstructionStatus::NothingIsLeft:
+            throw Failure(file + ": the tolerance leaves no faces; give a smaller one");
+        case ReconstructionStatus::NoParticles:
+        case ReconstructionStatus::Stopped:
+            break;
+    }
+    throw Failure("interrupted");
+}
+
+/// The radius of a report as the program keeps it.
+float radiusOf(const ReconstructionReport& report) { return static_cast<float>(*report.settings.radius); }
+
+void draw(const Mesh& mesh, const Array<Vector3F>& positions, const ReconstructionReport& report,
+          const SurfaceOptions& options, const Box3D& box, const std::string& file)
 {
     PreviewOptions picture = options.picture;
-    picture.threads = settings.threads;
-    const Vector3D radius{settings.radius, settings.radius, settings.radius};
+    picture.threads = report.settings.threadCount;
+    const float r = radiusOf(report);
+    const Vector3D radius{r, r, r};
     const View view = viewOf({box.min - radius, box.max + radius}, picture);
     std::vector<Picture> pictures;
-    if (options.previewParticles)
-        pictures.push_back(renderParticles(particles.positions, settings.radius, view, picture));
+    if (options.previewParticles) pictures.push_back(renderParticles(positions, r, view, picture));
     pictures.push_back(renderMesh(mesh, view, picture));
     savePng(sideBySide(pictures), file);
+}
+
+/// Takes the particles that the reconstruction left out off the list.
+void leaveOut(Array<Vector3F>& positions, const Array<uint32>& numbers)
+{
+    if (numbers.empty()) return;
+    uint32 kept = numbers[0];
+    for (uint32 n = kept, next = 0; n < positions.size(); ++n)
+        if (next < numbers.size() && numbers[next] == n)
+            ++next;
+        else
+            positions[kept++] = positions[n];
+    positions.resize(kept);
+}
+
+/// Passes the stages of the library on to the progress bar, and stops it when the user asks.
+ProgressCallback progressTo(Progress& progress)
+{
+    return [&progress, stage = std::string_view()](const char* name) mutable
+    {
+        if (stage != name) progress.begin(name);
+        stage = name;
+        return interrupted() == 0;
+    };
 }
 
 }  // namespace
@@ -149,14 +108,15 @@ void draw(const Mesh& mesh, const ParticleFile& particles, const SurfaceOptions&
 std::size_t stageCount(const SurfaceOptions& options)
 {
     std::size_t count = 4;
-    for (const bool isTaken : {options.smoothing > 0, options.simplify.has_value(), wantsNormals(options),
-                               holdsVelocities(options.output), !options.preview.empty()})
+    for (const bool isTaken :
+         {options.surface.smoothing > 0, options.surface.weldTolerance.has_value(), wantsNormals(options),
+          holdsVelocities(options.output), !options.preview.empty()})
         count += isTaken ? 1 : 0;
     return count;
 }
 
 FrameReport runFrame(const SurfaceOptions& options, const SurfaceFiles& files,
-                     const std::optional<SurfaceSettings>& given, const std::optional<Box3D>& viewBox,
+                     const ReconstructionSettings& given, const std::optional<Box3D>& viewBox,
                      Progress& progress)
 {
     if (isSameFile(files.input, files.output))
@@ -165,53 +125,30 @@ FrameReport runFrame(const SurfaceOptions& options, const SurfaceFiles& files,
     confirmFolder(files.preview);
     progress.begin("read");
     ParticleFile particles = readParticleFile(files.input);
-    const SurfaceSettings settings = given ? *given : settle(options, particles.positions);
-    const uint32 strays = dropStrays(particles, settings, options.minNeighbours, files.input);
-    const Box3D box = boundingBox(particles.positions);
-    const GridFit grid = fitGrid(box, settings.reach(), settings.spacing, bytesPerNode, files.input);
 
-    progress.begin("field");
-    Field field = buildField(settings, grid, particles.positions);
-    progress.begin("surface");
+    ReconstructionSettings settings = given;
+    settings.normals = wantsNormals(options);
+    settings.memory = availableMemory();
+    std::vector<ParticleAttribute> attributes;
+    if (holdsVelocities(files.output)) attributes.push_back({"Velocity", particles.velocities});
     ArrayOfPtr<Mesh> meshes;
     meshes.push_back(new Mesh);
     Mesh& mesh = *meshes[0];
-    extract(mesh, options, settings, field, files.input);
-    field.reset_toZeroSize();
-    if (options.smoothing > 0)
-    {
-        progress.begin("smooth");
-        relax(mesh, options, settings);
-    }
-    if (options.simplify)
-    {
-        progress.begin("simplify");
-        weldMeshes(meshes, {{*options.simplify}}, false, files.input);
-    }
-    if (wantsNormals(options))
-    {
-        progress.begin("normals");
-        mesh.recalculateNormalsParallelized(settings.threads);
-    }
-    else
-        dropNormals(mesh);
-    if (holdsVelocities(files.output))
-    {
-        progress.begin("velocities");
-        carryVelocities(mesh, particles, settings);
-    }
-    stopIfInterrupted();
+    ReconstructionReport report =
+        reconstructSurface(particles.positions, mesh, settings, attributes, progressTo(progress));
+    confirmDone(report, files.input);
     progress.begin("write");
     writeMeshes(files.output, meshes, {options.asciiStl});
     if (!files.preview.empty())
     {
         progress.begin("preview");
-        if (!wantsNormals(options)) mesh.recalculateNormalsParallelized(settings.threads);
-        draw(mesh, particles, options, settings, viewBox.value_or(box), files.preview);
+        if (!settings.normals) mesh.recalculateNormalsParallelized(report.settings.threadCount);
+        leaveOut(particles.positions, report.leftOut);
+        draw(mesh, particles.positions, report, options, viewBox.value_or(report.box), files.preview);
     }
     progress.end();
-    return {settings, particles.positions.size(), particles.leftOut,   strays,
-            grid,     mesh.getPosSize(),          mesh.getFacesSize(), holdsVelocities(files.output)};
+    return {std::move(report), particles.leftOut, mesh.getPosSize(), mesh.getFacesSize(),
+            !attributes.empty()};
 }
 
 }  // namespace tavrix::tool

@@ -3,11 +3,10 @@
 #include <optional>
 #include <string>
 
-#include <tavrix/foundation/Box3.h>
+#include <tavrix/reconstruction/SurfaceReconstruction.h>
 
-#include "GridFit.h"
 #include "Progress.h"
-#include "SurfaceSettings.h"
+#include "SurfaceOptions.h"
 
 namespace tavrix::tool
 {
@@ -22,22 +21,21 @@ struct SurfaceFiles
 /// What was made of a frame.
 struct FrameReport
 {
-    SurfaceSettings settings;
-    uint32 particles;  ///< that took part
-    uint32 infinite;   ///< left out, for they have no finite position
-    uint32 strays;     ///< left out, for they have too few neighbours
-    GridFit grid;
+    ReconstructionReport surface;
+    uint32 infinite;  ///< particles left out, for they have no finite position
     uint32 vertices, faces;
     bool hasVelocities;
+
+    uint32 strays() const { return surface.leftOut.size(); }
 };
 
-/// Particles in, surface mesh (and picture) out: reads, drops strays, builds the field, extracts, relaxes,
-/// computes normals, carries velocities over, writes, draws; `progress` is told of the stages.
+/// Particles in, surface mesh (and picture) out: reads, reconstructs the surface, writes, draws; `progress`
+/// is told of the stages.
 ///
-/// settings: absent, they are settled for this frame. viewBox: what the camera looks at; absent, the
-/// particles. Throws Failure.
+/// settings: of the surface; those of the options, settled for this frame when they leave something open.
+/// viewBox: what the camera looks at; absent, the particles. Throws Failure.
 FrameReport runFrame(const SurfaceOptions& options, const SurfaceFiles& files,
-                     const std::optional<SurfaceSettings>& settings, const std::optional<Box3D>& viewBox,
+                     const ReconstructionSettings& settings, const std::optional<Box3D>& viewBox,
                      Progress& progress);
 
 /// The number of stages that the options make runFrame go through.

@@ -6,6 +6,7 @@
 #include "Failure.h"
 #include "FileName.h"
 #include "FrameSequence.h"
+#include "GridMemory.h"
 #include "Interrupt.h"
 #include "ParticleFile.h"
 #include "SurfaceFrame.h"
@@ -27,14 +28,15 @@ void warnOfInfinite(const SurfaceOptions& options, const SurfaceFiles& files, co
 
 void printSummary(const SurfaceFiles& files, const FrameReport& report, const Progress& progress)
 {
-    std::printf("particles  %u, radius %.6g%s\n", report.particles, report.settings.radius,
-                report.settings.radiusIsEstimated ? " (estimated from their spacing)" : "");
-    if (report.strays > 0) std::printf("strays     %u left out\n", report.strays);
-    std::printf("grid       %s\n", report.grid.text().c_str());
+    const ReconstructionReport& surface = report.surface;
+    std::printf("particles  %u, radius %.6g%s\n", surface.particles, *surface.settings.radius,
+                surface.radiusIsEstimated ? " (estimated from their spacing)" : "");
+    if (report.strays() > 0) std::printf("strays     %u left out\n", report.strays());
+    std::printf("grid       %s\n", gridText(surface.grid).c_str());
     std::printf("mesh       %u vertices, %u faces%s -> %s\n", report.vertices, report.faces,
                 report.hasVelocities ? ", with velocities" : "", files.output.c_str());
     if (!files.preview.empty()) std::printf("preview    -> %s\n", files.preview.c_str());
-    printCosts(progress, report.settings.threads);
+    printCosts(progress, surface.settings.threadCount);
 }
 
 /// How the frames of a sequence ended.
@@ -48,7 +50,7 @@ struct Sequence
 {
     const SurfaceOptions& options;
     std::vector<Frame> frames;
-    std::optional<SurfaceSettings> settings;
+    std::optional<ReconstructionSettings> settings;
     std::optional<Box3D> viewBox;
 
     SurfaceFiles filesOf(const Frame& frame) const
@@ -65,13 +67,15 @@ bool areUpToDate(const SurfaceFiles& files)
 }
 
 /// The settings of the first frame that can be read; its failures are reported when its turn comes.
-std::optional<SurfaceSettings> sharedSettings(const Sequence& sequence)
+std::optional<ReconstructionSettings> sharedSettings(const Sequence& sequence)
 {
     for (const Frame& frame : sequence.frames)
     {
         try
         {
-            return settle(sequence.options, readParticleFile(sequence.filesOf(frame).input).positions);
+            const std::string file = sequence.filesOf(frame).input;
+            const auto settings = settledFor(sequence.options.surface, readParticleFile(file).positions);
+            if (settings.radius) return settings;
         }
         catch (const Failure&)
         {
@@ -88,7 +92,7 @@ std::optional<Box3D> sharedBox(const Sequence& sequence)
     {
         try
         {
-            const Box3D box = boundingBox(readParticleFile(sequence.filesOf(frame).input).positions);
+            const Box3D box = boxAround(readParticleFile(sequence.filesOf(frame).input).positions);
             whole.extend(box.min);
             whole.extend(box.max);
         }
@@ -104,11 +108,12 @@ void surfaceFrame(const Sequence& sequence, const SurfaceFiles& files, const std
 {
     Progress progress(stageCount(sequence.options), sequence.options.quiet, label);
     const FrameReport report =
-        runFrame(sequence.options, files, sequence.settings, sequence.viewBox, progress);
+        runFrame(sequence.options, files, sequence.settings.value_or(sequence.options.surface),
+                 sequence.viewBox, progress);
     warnOfInfinite(sequence.options, files, report);
     if (sequence.options.quiet) return;
-    std::printf("%s  %u particles, ", label.c_str(), report.particles);
-    if (report.strays > 0) std::printf("%u strays left out, ", report.strays);
+    std::printf("%s  %u particles, ", label.c_str(), report.surface.particles);
+    if (report.strays() > 0) std::printf("%u strays left out, ", report.strays());
     std::printf("%u faces -> %s, %.3f s\n", report.faces, files.output.c_str(), progress.totalSeconds());
     std::fflush(stdout);
 }
@@ -139,7 +144,7 @@ void surfaceFile(const SurfaceOptions& options)
 {
     const SurfaceFiles files{options.input, options.output, options.preview};
     Progress progress(stageCount(options), options.quiet);
-    const FrameReport report = runFrame(options, files, std::nullopt, std::nullopt, progress);
+    const FrameReport report = runFrame(options, files, options.surface, std::nullopt, progress);
     warnOfInfinite(options, files, report);
     if (!options.quiet) printSummary(files, report, progress);
 }

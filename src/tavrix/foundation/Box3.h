@@ -42,6 +42,16 @@ struct Box3
     friend constexpr bool operator==(const Box3&, const Box3&) = default;
 };
 
+/// The smallest box around points, in double precision; Box3::empty() around none. Coordinates that are not
+/// numbers do not count.
+template <class Points>
+constexpr Box3<double> boxAround(const Points& points)
+{
+    Box3<double> box = Box3<double>::empty();
+    for (const auto& p : points) box.extend(convert<double>(p));
+    return box;
+}
+
 using Box3F = Box3<float>;
 using Box3D = Box3<double>;
 static_assert(sizeof(Box3F) == 24 && sizeof(Box3D) == 48);

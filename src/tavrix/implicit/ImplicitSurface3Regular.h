@@ -146,6 +146,8 @@ public:
     /// The same with the diagonal of the box as band limit.
     virtual uint32 fastSweeping(const T& tolerance, const uint32& threadCount = 1);
 
+    /// Makes the width of the band of distances the default value, with the cut-off value just below.
+    void setBand(T width);
     /// Turns any field into distances to its level 0, also one that only tells inside from outside by
     /// infinite samples; those that are not numbers count as outside, far from the level. Nodes next to a
     /// change of sign get |v| over the length of the gradient there, all others the default value, and
@@ -222,7 +224,6 @@ private:
                                         T& lastResidual, uint32& stallCounter, uint32& iterationCounter);
 
     bool resetOver(const Box3D& box, double separation, uint32 bandNodes);
-    void setBand(T width);
     void forgetInside();
     /// False after the field was resized through refField: the flags are those of other nodes.
     bool hasFlags() const { return _surface.size() == _field.size(); }

@@ -1,6 +1,8 @@
 #include <tavrix/mesh/MeshTopology.h>
 
 #include <algorithm>
+#include <numeric>
+#include <vector>
 
 #include <tavrix/mesh/detail/EdgeTable.h>
 
@@ -59,6 +61,27 @@ MeshTopology computeTopology(const Mesh& mesh)
         topology.inconsistentEdgeCount += uses[e] > 1 && balances[e] != 0;
     }
     return topology;
+}
+
+uint32 countParts(const Mesh& mesh)
+{
+    std::vector<uint32> parent(mesh.getPosSize());
+    std::iota(parent.begin(), parent.end(), 0u);
+    const auto root = [&parent](uint32 n)
+    {
+        while (parent[n] != n) n = parent[n] = parent[parent[n]];
+        return n;
+    };
+    std::vector<bool> isUsed(mesh.getPosSize());
+    for (const Index3& face : mesh.trindexPos())
+    {
+        isUsed[face.a] = isUsed[face.b] = isUsed[face.c] = true;
+        parent[root(face.b)] = root(face.a);
+        parent[root(face.c)] = root(face.a);
+    }
+    uint32 count = 0;
+    for (uint32 n = 0; n < mesh.getPosSize(); ++n) count += isUsed[n] && root(n) == n ? 1 : 0;
+    return count;
 }
 
 bool hasValidIndices(const Mesh& mesh)

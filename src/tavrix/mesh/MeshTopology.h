@@ -25,6 +25,10 @@ struct MeshTopology
 /// O(positions + faces). The indices must be valid.
 TX_GEOMETRY_API MeshTopology computeTopology(const Mesh& mesh);
 
+/// The number of parts of the mesh that share no position; positions without a face are none. O(positions +
+/// faces). The indices must be valid.
+TX_GEOMETRY_API uint32 countParts(const Mesh& mesh);
+
 /// True when every face names positions and, unless there are no normal triples at all, normals that exist.
 TX_GEOMETRY_API bool hasValidIndices(const Mesh& mesh);
 

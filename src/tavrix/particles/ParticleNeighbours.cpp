@@ -99,6 +99,22 @@ Array<uint32> countNeighbours(const NeighbourGrid& grid, const Array<Vector3F>& 
     return counts;
 }
 
+Array<uint32> findStrays(const Array<Vector3F>& positions, double radius, uint32 least, uint32 threadCount)
+{
+    Array<uint32> strays;
+    if (least > 0)
+    {
+        const NeighbourGrid grid(positions, radius, threadCount);
+        const Array<uint32> counts = countNeighbours(grid, positions, radius, threadCount, least);
+        for (uint32 n = 0; n < counts.size(); ++n)
+            if (counts[n] < least) strays.push_back(n);
+    }
+    else
+        for (uint32 n = 0; n < positions.size(); ++n)
+            if (!isFinite(positions[n])) strays.push_back(n);
+    return strays;
+}
+
 Array<Vector3F> interpolateAtPlaces(const NeighbourGrid& grid, const Array<Vector3F>& values,
                                     const Array<Vector3D>& places, double reach, uint32 threadCount,
                                     CancelCallback callback)

@@ -13,6 +13,11 @@ namespace tavrix
 TX_GEOMETRY_API Array<uint32> countNeighbours(const NeighbourGrid& grid, const Array<Vector3F>& positions,
                                               double radius, uint32 threadCount = 1, uint32 most = noIndex);
 
+/// The strays: numbers of the particles with fewer than `least` others closer than `radius`, and of those
+/// that are not finite, ascending. Cost as of countNeighbours with a small `most`.
+TX_GEOMETRY_API Array<uint32> findStrays(const Array<Vector3F>& positions, double radius, uint32 least,
+                                         uint32 threadCount = 1);
+
 /// Carries a quantity from particles to places: the average of the values around a place, weighted by
 /// (1 - d^2 / reach^2)^3, as in Shepard's interpolation.
 ///

@@ -1,4 +1,4 @@
-#include "MeshRepair.h"
+#include <tavrix/mesh/MeshRepair.h>
 
 #include <algorithm>
 #include <bit>
@@ -7,15 +7,11 @@
 #include <utility>
 #include <vector>
 
-#include <tavrix/foundation/ElementaryFunctions.h>
-
-namespace tavrix::tool
+namespace tavrix
 {
 
 namespace
 {
-
-constexpr double creaseAngle = 40 * piValue / 180;
 
 /// Coordinates as a key that orders any values, NaN as well; -0 is 0.
 std::tuple<uint64, uint64, uint64> keyOf(const Vector3D& p)
@@ -130,16 +126,11 @@ uint32 joinEqualPositions(Mesh& mesh)
     return repeated;
 }
 
-void confirmSmoothNormals(Mesh& mesh)
+void turnFaces(Mesh& mesh)
 {
-    if (mesh.nor().empty() || mesh.trindexNor().size() != mesh.getFacesSize())
-        mesh.createNormals(creaseAngle);
-}
-
-void smoothSeparateFaces(Mesh& mesh)
-{
-    joinEqualPositions(mesh);
-    mesh.createNormals(creaseAngle);
+    for (Array<Index3>* faces : {&mesh.refTrindexPos(), &mesh.refTrindexNor()})
+        for (Index3& face : *faces) std::swap(face.b, face.c);
+    mesh.invalidateConnectivity();
 }
 
 void dropNormals(Mesh& mesh)
@@ -197,7 +188,7 @@ uint32 orientMixedParts(Mesh& mesh)
     return turned;
 }
 
-Mesh joined(const ArrayOfPtr<Mesh>& meshes)
+Mesh joinMeshes(const ArrayOfPtr<Mesh>& meshes)
 {
     Mesh all;
     for (const Mesh* mesh : meshes) all.addMesh(*mesh);
@@ -205,4 +196,4 @@ Mesh joined(const ArrayOfPtr<Mesh>& meshes)
     return all;
 }
 
-}  // namespace tavrix::tool
+}  // namespace tavrix

@@ -1,16 +1,16 @@
-#include "ParticleSpacing.h"
+#include <tavrix/particles/ParticleSpacing.h>
 
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <iterator>
 #include <limits>
 #include <tuple>
 #include <vector>
 
-#include "Failure.h"
-#include "GridFit.h"
+#include <tavrix/foundation/Box3.h>
 
-namespace tavrix::tool
+namespace tavrix
 {
 
 namespace
@@ -22,9 +22,9 @@ constexpr std::size_t neighbourRank = 4;
 constexpr double radiusOnLattice = 1.0242;
 
 /// The axis along which the particles spread most.
-uint32 widestAxis(const Array<Vector3F>& positions)
+uint32 widestAxis(const std::vector<Vector3F>& positions)
 {
-    const Box3D box = boundingBox(positions);
+    const Box3D box = boxAround(positions);
     const Vector3D extent = box.max - box.min;
     const double widest = std::max({extent.x, extent.y, extent.z});
     return extent.x == widest ? 0 : extent.y == widest ? 1 : 2;
@@ -61,9 +61,12 @@ double squaredDistanceToNearest(const std::vector<Vector3F>& sorted, std::size_t
 
 double estimateSpacing(const Array<Vector3F>& positions)
 {
-    std::vector<Vector3F> sorted(positions.begin(), positions.end());
+    std::vector<Vector3F> sorted;
+    sorted.reserve(positions.size());
+    std::copy_if(positions.begin(), positions.end(), std::back_inserter(sorted),
+                 [](const Vector3F& p) { return isFinite(p); });
     // along the widest axis there are the fewest to look at; the others make the order the same everywhere
-    const uint32 axis = widestAxis(positions);
+    const uint32 axis = widestAxis(sorted);
     const auto key = [axis](const Vector3F& p) { return std::tuple(p[axis], p.x, p.y, p.z); };
     std::sort(sorted.begin(), sorted.end(),
               [&](const Vector3F& a, const Vector3F& b) { return key(a) < key(b); });
@@ -81,13 +84,4 @@ double estimateSpacing(const Array<Vector3F>& positions)
     return std::sqrt(*middle) / radiusOnLattice;
 }
 
-double radiusOrEstimate(const std::optional<double>& given, const Array<Vector3F>& positions,
-                        const std::string& file, const std::string& option)
-{
-    const double radius = given ? *given : estimateSpacing(positions) / 2;
-    if (static_cast<float>(radius) > 0) return radius;
-    throw Failure(file + ": the particles all lie at one place, so their radius cannot be estimated; give " +
-                  option);
-}
-
-}  // namespace tavrix::tool
+}  // namespace tavrix

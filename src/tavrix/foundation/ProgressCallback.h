@@ -1,0 +1,41 @@
+#pragma once
+
+#include <functional>
+
+#include <tavrix/foundation/CancelCallback.h>
+#include <tavrix/platform/Export.h>
+
+namespace tavrix
+{
+
+/// Told of the stage that long work is in, by its name, when it begins and then every few milliseconds,
+/// always on the caller's thread. False stops the work. May be empty.
+using ProgressCallback = std::function<bool(const char* stage)>;
+
+/// Lets operations that poll a plain CancelCallback poll a ProgressCallback: while the object lives, poll()
+/// on its thread asks the callback, of the innermost object if there are several. Exceptions of the callback
+/// pass through.
+class TX_GEOMETRY_API ProgressScope
+{
+public:
+    explicit ProgressScope(const ProgressCallback& callback);
+    ProgressScope(const ProgressScope&) = delete;
+    ProgressScope& operator=(const ProgressScope&) = delete;
+    ~ProgressScope();
+
+    /// Begins a stage, whose name must outlive it; false when the work is to stop.
+    bool begin(const char* stage);
+    /// Whether the callback has asked to stop.
+    bool isStopped() const { return _isStopped; }
+
+    /// The CancelCallback: 1 when the callback of this thread's scope asks to stop; 0 else, or without one.
+    static int poll();
+
+private:
+    const ProgressCallback& _callback;
+    ProgressScope* _outer;
+    const char* _stage = "";
+    bool _isStopped = false;
+};
+
+}  // namespace tavrix

@@ -1,0 +1,64 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include <tavrix/fields/GridFit.h>
+#include <tavrix/foundation/ProgressCallback.h>
+#include <tavrix/reconstruction/ReconstructionSettings.h>
+
+namespace tavrix
+{
+
+class Mesh;
+
+/// A quantity of the particles that the mesh is to carry, under its name, one value a particle.
+struct ParticleAttribute
+{
+    std::string name;
+    const Array<Vector3F>& values;
+};
+
+enum class ReconstructionStatus
+{
+    Done,
+    Stopped,        ///< by the progress callback
+    NoParticles,    ///< none has a finite position
+    AllAreStrays,   ///< every particle has fewer neighbours than settings.leastNeighbours
+    NoRadius,       ///< none was given, and no two particles lie apart
+    TooLarge,       ///< the lattice passes the memory that was granted, or 2^32 - 1 nodes
+    NoSurface,      ///< the level lies beyond the field's values
+    NothingIsLeft,  ///< welding joined the corners of every face
+};
+
+/// What was done, and with what.
+struct ReconstructionReport
+{
+    ReconstructionStatus status;
+    ReconstructionSettings settings;  ///< with everything filled in
+    bool radiusIsEstimated;
+    uint32 particles;  ///< that took part
+    uint32 infinite;   ///< left out, for they have no finite position
+    Array<uint32>
+        leftOut;  ///< the numbers of all that were, ascending; the other leftOut.size() - infinite are strays
+    Box3D box;    ///< around the particles that took part
+    GridFit grid;         ///< the lattice's nodes around them
+    double bytes;         ///< that the lattice takes
+    double highestLevel;  ///< of the field, where there is no surface
+};
+
+/// Particles to mesh: leaves out particles without a finite position and strays, builds the field, extracts
+/// its surface facing outwards, relaxes and welds it, carries the attributes over (Shepard's interpolation
+/// within the kernels' reach, see interpolateAtPlaces; as an array of `Vector3F` under their names), and
+/// computes normals. Stages: "field", "surface", "smooth", "weld", "normals", "attributes", those that there
+/// are.
+///
+/// The mesh is replaced, and is empty unless the status is Done. The lattice's nodes lie on whole multiples
+/// of the spacing: frames of a sequence share it. The same bytes for every thread count. Throws
+/// std::bad_alloc only. Linear in particles and nodes.
+TX_GEOMETRY_API ReconstructionReport reconstructSurface(const Array<Vector3F>& positions, Mesh& mesh,
+                                                        const ReconstructionSettings& settings = {},
+                                                        const std::vector<ParticleAttribute>& attributes = {},
+                                                        const ProgressCallback& progress = {});
+
+}  // namespace tavrix
