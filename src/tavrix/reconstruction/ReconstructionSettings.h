@@ -21,21 +21,22 @@ enum class SurfaceKernel
 struct ReconstructionSettings
 {
     SurfaceKernel kernel = SurfaceKernel::Metaball;
-    Optional<double> radius;     ///< of a particle; half the spacing that estimateSpacing finds
-    Optional<double> spacing;    ///< of the lattice; half the radius
-    Optional<double> influence;  ///< how far kernels reach, 0 to 100; 60, and 100 for anisotropic ones
+    Optional<double> radius = {};     ///< of a particle; half the spacing that estimateSpacing finds
+    Optional<double> spacing = {};    ///< of the lattice; half the radius
+    Optional<double> influence = {};  ///< how far kernels reach, 0 to 100; 60, and 100 for anisotropic ones
     /// Where the surface lies: 1 is where a lone particle has its radius (metaballs, ellipsoids) or its
     /// centre (smooth balls). 1; 0.05 for smooth balls, so that neighbours two radii apart leave no holes.
-    Optional<double> level;
+    Optional<double> level = {};
 
     uint32 leastNeighbours = 0;  ///< particles with fewer others within two radii are left out
     bool cleanUp = true;         ///< merge coincident vertices and drop faces without area
     uint32 smoothing = 0;        ///< passes that move every vertex half the way to its neighbours' average
-    Optional<double> weldTolerance;  ///< join vertices nearer than that along every axis
+    Optional<double> weldTolerance = {};  ///< join vertices nearer than that along every axis
     bool normals = true;
 
-    uint32 threadCount = 0;   ///< 0: one a processor
-    Optional<uint64> memory;  ///< bytes that the work may take; refused beforehand when it would take more
+    uint32 threadCount = 0;  ///< 0: one a processor
+    Optional<uint64> memory =
+        {};  ///< bytes that the work may take; refused beforehand when it would take more
 
     /// How far a particle reaches in the field: 2 radii for smooth balls, else 1.2 to 5 by the influence.
     /// Radius and influence must be there, as after settledFor.

@@ -1,0 +1,126 @@
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <random>
+#include <string>
+
+#include <tavrix/tavrix.h>
+
+using namespace tavrix;
+
+namespace
+{
+
+using Status = ReconstructionStatus;
+
+/// A shaken ball of particles 0.1 apart, and far from it a lone one and one that is not finite.
+Array<Vector3F> ballAndStrays()
+{
+    std::mt19937 random(2);
+    const auto jitter = [&] { return (static_cast<float>(random() % 1001) / 1000.0f - 0.5f) * 0.03f; };
+    Array<Vector3F> positions{{NAN, 0, 0}};
+    for (int i = -6; i <= 6; ++i)
+        for (int j = -6; j <= 6; ++j)
+            for (int k = -6; k <= 6; ++k)
+                if (i * i + j * j + k * k <= 36)
+                    positions.push_back({0.1f * static_cast<float>(i) + jitter(),
+                                         0.1f * static_cast<float>(j) + jitter(),
+                                         0.1f * static_cast<float>(k) + jitter()});
+    positions.push_back({1.5f, 0, 0});
+    return positions;
+}
+
+}  // namespace
+
+TEST(SurfaceReconstruction, MakesAClosedSurfaceThatFacesOutwards)
+{
+    const Array<Vector3F> positions = ballAndStrays();
+    EXPECT_NEAR(*settledFor({}, positions).radius, 0.05, 0.005);
+    Array<Vector3F> velocities(positions.size(), Vector3F{1, 2, 3});
+    velocities[0] = {9e9f, 0, 0};  // of a particle that is left out
+    for (const auto kernel : {SurfaceKernel::Metaball, SurfaceKernel::Distance, SurfaceKernel::Anisotropic})
+    {
+        ReconstructionSettings settings{
+            .kernel = kernel, .radius = 0.06, .leastNeighbours = 2, .smoothing = 2};
+        Mesh first;
+        for (const uint32 threads : {1u, 3u})
+        {
+            settings.threadCount = threads;
+            Mesh mesh;
+            std::string stages;
+            const auto tell = [&, last = std::string()](const char* stage) mutable
+            {
+                if (stage != last) stages += std::string(last = stage) + " ";
+                return true;
+            };
+            const auto report =
+                reconstructSurface(positions, mesh, settings, {{"Velocity", velocities}}, tell);
+            ASSERT_EQ(report.status, Status::Done);
+            EXPECT_EQ(stages, "field surface smooth normals attributes ");
+            EXPECT_EQ(report.leftOut, (Array<uint32>{0, positions.size() - 1}));
+            EXPECT_EQ(report.infinite, 1u);
+            EXPECT_FALSE(report.radiusIsEstimated);
+            EXPECT_LT(report.box.max.x, 0.7);
+            const MeshTopology topology = computeTopology(mesh);
+            EXPECT_TRUE(topology.isClosed() && topology.isConsistentlyOriented());
+            EXPECT_NEAR(signedVolume(mesh), 4.19 * 0.65 * 0.65 * 0.65, 0.4);
+            EXPECT_EQ(mesh.nor().size(), mesh.pos().size());
+            for (const Vector3F& v : *mesh.findArray<Vector3F>("Velocity"))
+                EXPECT_LT(length(v - Vector3F{1, 2, 3}), 1e-5f);
+            if (threads == 1) first = mesh;
+            EXPECT_EQ(mesh.pos(), first.pos());
+            EXPECT_EQ(mesh.trindexPos(), first.trindexPos());
+        }
+    }
+}
+
+TEST(SurfaceReconstruction, SaysWhyThereIsNoMesh)
+{
+    const Array<Vector3F> positions = ballAndStrays(), none{{NAN, 0, 0}}, one{{1, 2, 3}, {1, 2, 3}};
+    struct Case
+    {
+        const Array<Vector3F>& positions;
+        ReconstructionSettings settings;
+        Status status;
+    };
+    for (const Case& c :
+         {Case{none, {}, Status::NoParticles}, Case{{}, {}, Status::NoParticles},
+          Case{one, {}, Status::NoRadius}, Case{positions, {.leastNeighbours = 900}, Status::AllAreStrays},
+          Case{positions, {.level = 1e9}, Status::NoSurface},
+          Case{positions, {.spacing = 1e-9}, Status::TooLarge},
+          Case{positions, {.memory = 1000}, Status::TooLarge},
+          Case{positions, {.weldTolerance = 1e9}, Status::NothingIsLeft}})
+    {
+        Mesh mesh;
+        mesh.addArray<float>("old");
+        const ReconstructionReport report = reconstructSurface(c.positions, mesh, c.settings);
+        EXPECT_EQ(report.status, c.status);
+        EXPECT_TRUE(mesh.isEmpty());
+    }
+    Mesh mesh;
+    EXPECT_EQ(reconstructSurface(one, mesh, {.radius = 1}).status, Status::Done);
+    EXPECT_EQ(mesh.nor().size(), mesh.pos().size());
+}
+
+TEST(SurfaceReconstruction, EveryPollCanStop)
+{
+    const Array<Vector3F> positions = ballAndStrays();
+    int polls = 0;
+    const ReconstructionSettings settings{.smoothing = 1, .weldTolerance = 0.01, .threadCount = 2};
+    const auto run = [&](const ProgressCallback& progress)
+    {
+        Mesh mesh;
+        const auto status =
+            reconstructSurface(positions, mesh, settings, {{"P", positions}}, progress).status;
+        EXPECT_EQ(mesh.isEmpty(), status != Status::Done);
+        return status;
+    };
+    ASSERT_EQ(run([&](const char*) { return ++polls > 0; }), Status::Done);
+    for (int n = 0; n < polls; n += 1 + n / 20)
+    {
+        int left = n;
+        EXPECT_EQ(run([&](const char*) { return left-- > 0; }), Status::Stopped) << n;
+    }
+    EXPECT_THROW(run([](const char*) -> bool { throw std::string("of the host"); }), std::string);
+    EXPECT_EQ(ProgressScope::poll(), 0);
+}
