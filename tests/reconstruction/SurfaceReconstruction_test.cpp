@@ -41,7 +41,7 @@ TEST(SurfaceReconstruction, MakesAClosedSurfaceThatFacesOutwards)
     for (const auto kernel : {SurfaceKernel::Metaball, SurfaceKernel::Distance, SurfaceKernel::Anisotropic})
     {
         ReconstructionSettings settings{
-            .kernel = kernel, .radius = 0.06, .leastNeighbours = 2, .smoothing = 2};
+            .kernel = kernel, .radius = 0.07, .leastNeighbours = 2, .smoothing = 2};
         Mesh first;
         for (const uint32 threads : {1u, 3u})
         {
