@@ -280,11 +280,12 @@ TEST(Mesh_OBJ_FileParser, OfALongLineTheFirst255CharactersCount)
 TEST(Mesh_OBJ_FileParser, GroupsBecomeMeshes)
 {
     const std::string text =
-        "v 0 0 0\nv 1 0 0\nv 0 1 0\nf 1 2 3\ng a\nf 1 2 3\nf 1 2 3\ng empty\ng b b2\nf 1 2 3\ng a\nf 3 2 "
-        "1\ng\nf 1 3 2\n";
-    EXPECT_EQ(names(text, Mode::groupByName), "default:2 a:3 b:1 ");
-    EXPECT_EQ(names(text, Mode::groupByLine), "default:1 a_0:2 b_2:1 a_3:1 default_4:1 ");
-    EXPECT_EQ(names(text, Mode::oneGroup), "default:6 ");
+        "v 0 0 0\nv 1 0 0\nv 0 1 0\nf 1 2 3\ng a\nf 1 2 3\nf 1 2 3\ng empty\ng \tb  b2 \r\nf 1 2 3\ng a\nf 3 "
+        "2 "
+        "1\ng \nf 1 3 2\ng b\nf 1 2 3\n";
+    EXPECT_EQ(names(text, Mode::groupByName), "default:2 a:3 b  b2:1 b:1 ");
+    EXPECT_EQ(names(text, Mode::groupByLine), "default:1 a_0:2 b  b2_2:1 a_3:1 default_4:1 b_5:1 ");
+    EXPECT_EQ(names(text, Mode::oneGroup), "default:7 ");
     // a group takes its own positions and normals only
     EXPECT_EQ(readText("v 0 0 0\nv 1 0 0\nv 2 0 0\nv 3 0 0\nvn 1 0 0\nvn 0 1 0\n"
                        "g a\nf 4//2 1//2 2//2\ng b\nf 4//1 3//1 2//2\n"),
