@@ -372,13 +372,14 @@ TYPED_TEST(ImplicitSurface3Files, ASurfaceOfNoNodesIsReadWhole)
     EXPECT_EQ(ram.size(), 136u + 132u);
     smallSurface<TypeParam>().save_useSparseFormat(stream);
     Regular<TypeParam> loaded = smallSurface<TypeParam>();
-    loaded.load_useRegularFormat(stream);
+    EXPECT_TRUE(loaded.load_useRegularFormat(stream));
     EXPECT_EQ(loaded.getArraySize(), 0u);
     EXPECT_TRUE(loaded.getField().getFlags() & Regular<TypeParam>::flagInitialised);
-    loaded.load_useSparseFormat(stream);
+    EXPECT_TRUE(loaded.load_useSparseFormat(stream));
     EXPECT_EQ(loaded.getArraySize(), 0u);
-    loaded.load_useSparseFormat(stream);
+    EXPECT_TRUE(loaded.load_useSparseFormat(stream));
     EXPECT_EQ(loaded.getArraySize(), 60u) << "the next one in the file";
+    EXPECT_FALSE(loaded.load_useSparseFormat(stream)) << "there is none";
 }
 
 TYPED_TEST(ImplicitSurface3Files, AStreamThatEndsEarlyLeavesWhatItGave)
@@ -386,13 +387,20 @@ TYPED_TEST(ImplicitSurface3Files, AStreamThatEndsEarlyLeavesWhatItGave)
     const auto surface = smallSurface<TypeParam>();
     FileRam whole;
     surface.save_useRegularFormat(static_cast<FileStreamBase&>(whole));
-    FileRam cut(whole.data(), 128 + 40 * sizeof(TypeParam));
+    for (const uint32 given : {0u, 1u, 10u, 40u, 60u})
+    {
+        FileRam cut(whole.data(), 128 + given * sizeof(TypeParam));
+        Regular<TypeParam> loaded;
+        loaded.getDefaultValue() = 9;
+        EXPECT_FALSE(loaded.load_useRegularFormat(static_cast<FileStreamBase&>(cut)));
+        ASSERT_EQ(loaded.getArraySize(), 60u);
+        for (uint32 m = 0; m < 60; ++m) ASSERT_EQ(loaded.get(m), m < given ? surface.get(m) : TypeParam(9));
+        EXPECT_EQ(loaded.getNumberOfSurfaceCells(), 0u);
+    }
+    FileRam cut(whole.data(), whole.size() - 8);  // the second word of flags, and how many bits there are
     Regular<TypeParam> loaded;
-    loaded.getDefaultValue() = 9;
-    loaded.load_useRegularFormat(static_cast<FileStreamBase&>(cut));
-    ASSERT_EQ(loaded.getArraySize(), 60u);
-    EXPECT_EQ(loaded.get(39u), surface.get(39u));
-    EXPECT_EQ(loaded.get(40u), 9);
+    EXPECT_FALSE(loaded.load_useRegularFormat(static_cast<FileStreamBase&>(cut)));
+    EXPECT_TRUE(loaded.isSurface(2) && loaded.getNumberOfSurfaceCells() == 1);
 
     ImplicitSurface3Sparse<TypeParam> sparse;
     sparse.init(surface);
@@ -401,8 +409,139 @@ TYPED_TEST(ImplicitSurface3Files, AStreamThatEndsEarlyLeavesWhatItGave)
     sparse.save_useSparseFormat(static_cast<FileStreamBase&>(nothing));
     EXPECT_EQ(nothing.size(), 0u);
     whole.rewind();
-    sparse.load_useRegularFormat(static_cast<FileStreamBase&>(whole));
+    EXPECT_FALSE(sparse.load_useRegularFormat(static_cast<FileStreamBase&>(whole)));
     EXPECT_EQ(whole.remaining(), static_cast<int64>(whole.size()));
+}
+
+namespace
+{
+
+/// A stream as a host writes it: nothing but read and write.
+class PlainStream : public FileStreamBase
+{
+public:
+    explicit PlainStream(std::string bytes = "") : _bytes(std::move(bytes)) {}
+    PlainStream& read(void* destination, uint32 byteCount) override
+    {
+        const std::string part = _bytes.substr(std::min(_next, _bytes.size()), byteCount);
+        std::copy(part.begin(), part.end(), static_cast<char*>(destination));
+        _next += byteCount;
+        return *this;
+    }
+    PlainStream& write(const void* source, uint32 byteCount) override
+    {
+        _bytes.append(static_cast<const char*>(source), byteCount);
+        return *this;
+    }
+    const std::string& bytes() const { return _bytes; }
+
+private:
+    std::string _bytes;
+    std::size_t _next = 0;
+};
+
+}  // namespace
+
+TYPED_TEST(ImplicitSurface3Files, GoThroughStreamsThatTellNothing)
+{
+    const auto surface = smallSurface<TypeParam>();
+    for (const bool isSparse : {false, true})
+    {
+        const auto load = [&](const std::string& bytes, Regular<TypeParam>& loaded)
+        {
+            loaded.getDefaultValue() = 1.5;
+            PlainStream stream(bytes);
+            return isSparse ? loaded.load_useSparseFormat(stream) : loaded.load_useRegularFormat(stream);
+        };
+        PlainStream out;
+        isSparse ? surface.save_useSparseFormat(out) : surface.save_useRegularFormat(out);
+        const std::string& bytes = out.bytes();
+        Regular<TypeParam> loaded;
+        EXPECT_TRUE(load(bytes, loaded));
+        for (uint32 m = 0; m < 60; ++m) ASSERT_EQ(loaded.get(m), std::min(surface.get(m), TypeParam(1.5)));
+        EXPECT_EQ(loaded.getNumberOfSurfaceCells(), 2u);
+
+        // cut anywhere it leaves what it gave, and a count without end ends with the stream
+        for (std::size_t size = 0; size < bytes.size(); ++size)
+        {
+            load(bytes.substr(0, size), loaded);
+            ASSERT_EQ(loaded.getArraySize(), size < (isSparse ? 117 : 128) ? 0u : 60u) << size;
+            if (!isSparse && size >= 128 + 10 * sizeof(TypeParam))
+            {
+                ASSERT_EQ(loaded.get(9u), surface.get(9u));
+            }
+        }
+        const std::size_t flags = isSparse ? 124 : 128 + 60 * sizeof(TypeParam);
+        EXPECT_FALSE(load(std::string(bytes).replace(flags, 4, "\xFF\xFF\xFF\x7F"), loaded));
+        EXPECT_EQ(loaded.getArraySize(), 60u);
+    }
+}
+
+TYPED_TEST(ImplicitSurface3Files, CountsBesideTheSizesAreNotTrusted)
+{
+    const auto surface = smallSurface<TypeParam>();
+    const auto load = [](bool isSparse, const std::string& bytes, Regular<TypeParam>& loaded)
+    {
+        FileRam ram(bytes.data(), bytes.size());
+        FileStreamBase& stream = ram;
+        const bool isWhole =
+            isSparse ? loaded.load_useSparseFormat(stream) : loaded.load_useRegularFormat(stream);
+        EXPECT_TRUE(!isWhole || ram.remaining() == 0) << "the stream is behind the surface";
+        return isWhole;
+    };
+    FileRam ram, sparse;
+    surface.save_useRegularFormat(static_cast<FileStreamBase&>(ram));
+    surface.save_useSparseFormat(static_cast<FileStreamBase&>(sparse));
+    const std::string regularBytes(reinterpret_cast<const char*>(ram.data()), ram.size());
+    const std::string sparseBytes(reinterpret_cast<const char*>(sparse.data()), sparse.size());
+
+    // of the sparse layout's grid the sizes count alone, as far as they alone are believed
+    Regular<TypeParam> loaded;
+    for (const std::size_t at : {12, 16})
+        for (const char* count : {"\0\0\0\0", "\1\0\0\0", "\xFF\xFF\xFF\xFF"})
+        {
+            EXPECT_TRUE(load(true, std::string(sparseBytes).replace(at, 4, count, 4), loaded));
+            ASSERT_EQ(loaded.getArraySize(), 60u);
+            EXPECT_EQ(loaded.getBox(), surface.getBox());
+            EXPECT_EQ(loaded.getField().getGrid().sizeYZ, 20u);
+            EXPECT_EQ(loaded.get(33u), surface.get(33u));
+            EXPECT_EQ(loaded.getNumberOfSurfaceCells(), 2u);
+        }
+    for (const char* size : {"\0\0\xFF\0", "\xFF\xFF\xFF\xFF"})
+        for (const std::size_t at : {0, 4, 8})
+            for (const bool isSparse : {false, true})
+            {
+                const std::string& bytes = isSparse ? sparseBytes : regularBytes;
+                EXPECT_FALSE(load(isSparse, std::string(bytes).replace(at, 4, size, 4), loaded));
+                EXPECT_EQ(loaded.getMemoryUsage(), 0u);
+            }
+
+    // neither are sizes with their counts, when next to no sample is there
+    std::string large = gridRecord(GridDescription3<double>::centered(300, 300, 300, {1, 1, 1}));
+    append(large, 27'000'000u);
+    EXPECT_FALSE(load(false, large + std::string(1000, '\0'), loaded));
+    EXPECT_EQ(loaded.getMemoryUsage(), 0u);
+
+    // of the words of flags those of nodes, whatever their number and that of the bits
+    const std::string samples = regularBytes.substr(0, regularBytes.size() - 16);
+    const struct
+    {
+        std::vector<uint32> record;  ///< word count, words, bit count
+        uint32 flagged;
+    } rows[] = {{{2, 1u << 2, 1u << 1, 61}, 2},
+                {{2, 1u << 2, 0xF0000001, 0}, 2},
+                {{4, 1u << 2, 1u << 1, 7, 7, 128}, 2},
+                {{1, 1u << 2, 32}, 1},
+                {{0, 0}, 0},
+                {{2, 0xFFFFFFFF, 0xFFFFFFFF, 64}, 60}};
+    for (const auto& row : rows)
+    {
+        std::string bytes = samples;
+        for (const uint32 word : row.record) append(bytes, word);
+        EXPECT_TRUE(load(false, bytes, loaded));
+        EXPECT_EQ(loaded.getNumberOfSurfaceCells(), row.flagged);
+        EXPECT_EQ(loaded.get(33u), surface.get(33u));
+    }
 }
 
 TEST(ImplicitSurface3Sparse, RefusesMoreRowsThanItCanCount)
