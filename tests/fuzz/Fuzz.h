@@ -75,8 +75,9 @@ void readMeshes(const unsigned char* data, std::size_t size, const Read& read)
     for (Mesh* mesh : meshes)
     {
         requireProportion(*mesh, size);
-        mesh->confirmNormalsCalculated();
         require(hasValidIndices(*mesh), "indices of a read mesh");
+        mesh->confirmNormalsCalculated();
+        require(hasValidIndices(*mesh), "indices of a read mesh with normals");
         mesh->getBox();
     }
 }

@@ -11,7 +11,7 @@ namespace tavrix::fuzz
 /// layouts can rightly ask for much memory with few bytes.
 inline bool isWorthReading(const unsigned char* data, std::size_t size)
 {
-    constexpr double most = 1 << 15, largest = 4294967295.0;
+    constexpr double most = 1 << 12, largest = 4294967295.0;
     uint32 sizes[3] = {};
     std::memcpy(sizes, data, std::min(size, sizeof sizes));
     const double nodes = 1.0 * sizes[0] * sizes[1] * sizes[2];
@@ -53,6 +53,7 @@ void readLevelSet(const unsigned char* data, std::size_t size, const Load& load,
     surface.eval(surface.getBox().min, value);
     surface.createNeighborsCells();
     surface.fastSweeping(T(0.01), 1);
+    surface.redistance(3, T(0.01), 1);
 }
 
 }  // namespace tavrix::fuzz
