@@ -400,6 +400,7 @@ TYPED_TEST(ImplicitSurface3Files, AStreamThatEndsEarlyLeavesWhatItGave)
     FileRam cut(whole.data(), whole.size() - 8);  // the second word of flags, and how many bits there are
     Regular<TypeParam> loaded;
     EXPECT_FALSE(loaded.load_useRegularFormat(static_cast<FileStreamBase&>(cut)));
+    ASSERT_EQ(loaded.getArraySize(), 60u);
     EXPECT_TRUE(loaded.isSurface(2) && loaded.getNumberOfSurfaceCells() == 1);
 
     ImplicitSurface3Sparse<TypeParam> sparse;
@@ -457,7 +458,7 @@ TYPED_TEST(ImplicitSurface3Files, GoThroughStreamsThatTellNothing)
         isSparse ? surface.save_useSparseFormat(out) : surface.save_useRegularFormat(out);
         const std::string& bytes = out.bytes();
         Regular<TypeParam> loaded;
-        EXPECT_TRUE(load(bytes, loaded));
+        ASSERT_TRUE(load(bytes, loaded));
         for (uint32 m = 0; m < 60; ++m) ASSERT_EQ(loaded.get(m), std::min(surface.get(m), TypeParam(1.5)));
         EXPECT_EQ(loaded.getNumberOfSurfaceCells(), 2u);
 
@@ -538,7 +539,7 @@ TYPED_TEST(ImplicitSurface3Files, CountsBesideTheSizesAreNotTrusted)
     {
         std::string bytes = samples;
         for (const uint32 word : row.record) append(bytes, word);
-        EXPECT_TRUE(load(false, bytes, loaded));
+        ASSERT_TRUE(load(false, bytes, loaded));
         EXPECT_EQ(loaded.getNumberOfSurfaceCells(), row.flagged);
         EXPECT_EQ(loaded.get(33u), surface.get(33u));
     }

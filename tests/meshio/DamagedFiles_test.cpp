@@ -101,7 +101,7 @@ std::size_t readSurface(Stream& stream, bool sparse)
     else
         surface.load_useRegularFormat(stream);
     EXPECT_LE(surface.getNumberOfSurfaceCells(), surface.getArraySize());
-    surface.createNeighborsCells();
+    surface.redistance(3, 0.1f, 1);
     Mesh mesh;
     surface.extractExplicitSurface(mesh, 1, nullptr);
     EXPECT_TRUE(hasValidIndices(mesh));
