@@ -46,37 +46,6 @@ TEST(FileBufferOut, NumbersAreLittleEndian)
               std::string("\xFE\xFF\x04\x03\x02\x01\xDA\xBA\xFA\x00\x00\x00\x80\x3F\0\0\0\0\0\0\0\xC0", 22));
 }
 
-// Every mixture of buffer sizes and block sizes moves the same bytes: inside a buffer, across its end, past
-// it.
-TEST(FileBuffer, EveryBufferAndBlockSizeMovesTheSameBytes)
-{
-    const TestFolder folder;
-    const std::string bytes = pattern(1000);
-    for (const uint32 bufferSize : {0u, 1u, 7u, 64u, 1000u, 4096u})
-        for (const std::size_t block : {1u, 6u, 7u, 8u, 63u, 65u, 1000u})
-        {
-            FileBufferOut out;
-            ASSERT_EQ(out.open(folder.file("f"), "wb", bufferSize), FileStatus::ok);
-            for (std::size_t i = 0; i < bytes.size(); i += block)
-                out.writeBuffer(bytes.data() + i, std::min(block, bytes.size() - i));
-            ASSERT_EQ(out.tell(), 1000);
-            ASSERT_EQ(out.close(), FileStatus::ok);
-            ASSERT_EQ(folder.read("f"), bytes);
-
-            FileBufferIn in;
-            ASSERT_EQ(in.open(folder.file("f"), "rb", bufferSize), FileStatus::ok);
-            std::string got(bytes.size(), '\0');
-            for (std::size_t i = 0; i < bytes.size(); i += block)
-            {
-                ASSERT_EQ(in.tell(), static_cast<int64>(i));
-                ASSERT_EQ(in.remaining(), static_cast<int64>(bytes.size() - i));
-                in.readBuffer(got.data() + i, std::min(block, bytes.size() - i));
-            }
-            ASSERT_EQ(got, bytes) << bufferSize << ' ' << block;
-            ASSERT_EQ(in.status(), FileStatus::ok);
-        }
-}
-
 /// Reads and seeks at random; a plain string and a position say what must come.
 TEST(FileBufferIn, ReadsAndSeeksAsInAPlainFile)
 {

@@ -10,25 +10,12 @@ namespace tavrix
 TEST(TX_MetaClass, RegisteredTypesHaveDistinctIdentifiers)
 {
     std::set<uint32> identifiers;
-    const TX_MetaClass* const all[] = {&metaClass_TX_UINT8,
-                                       &metaClass_TX_UINT16,
-                                       &metaClass_TX_UINT32,
-                                       &metaClass_TX_UINT64,
-                                       &metaClass_TX_INT32,
-                                       &metaClass_TX_FLOAT,
-                                       &metaClass_TX_DOUBLE,
-                                       &metaClass_TX_BOOL,
-                                       &metaClass_Vector2F,
-                                       &metaClass_Vector3F,
-                                       &metaClass_Vector3D,
-                                       &metaClass_Color4F,
-                                       &metaClass_Wector3F,
-                                       &metaClass_Tuple2_UINT32,
-                                       &metaClass_Tuple3_UINT32,
-                                       &metaClass_Tuple2_IndexFacedge,
-                                       &metaClass_Tuple3_IndexFacedge,
-                                       &metaClass_BlockDesc};
-    for (const TX_MetaClass* c : all)
+    for (const TX_MetaClass* c :
+         {&metaClass_TX_UINT8, &metaClass_TX_UINT16, &metaClass_TX_UINT32, &metaClass_TX_UINT64,
+          &metaClass_TX_INT32, &metaClass_TX_FLOAT, &metaClass_TX_DOUBLE, &metaClass_TX_BOOL,
+          &metaClass_Vector2F, &metaClass_Vector3F, &metaClass_Vector3D, &metaClass_Color4F,
+          &metaClass_Wector3F, &metaClass_Tuple2_UINT32, &metaClass_Tuple3_UINT32,
+          &metaClass_Tuple2_IndexFacedge, &metaClass_Tuple3_IndexFacedge, &metaClass_BlockDesc})
         EXPECT_TRUE(identifiers.insert(c->getIdentifier()).second) << c->getName();
 }
 

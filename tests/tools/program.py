@@ -77,6 +77,19 @@ class ProgramTest(unittest.TestCase):
         self.assertEqual(result.stdout, "")
         self.assert_one_line(result.stderr, *words)
 
+    def state(self):
+        """What is in the folder, and when it was changed."""
+        return {path: path.stat().st_mtime_ns for path in self.folder.rglob("*")}
+
+    def assert_all_refused(self, command, cases, **options):
+        """Each case is the arguments as a text, the exit status and the words of the one line that the run ends with;
+        nothing in the folder changes."""
+        before = self.state()
+        for arguments, status, *words in cases:
+            with self.subTest(arguments):
+                self.assert_refused(self.run_program(*command.split(), *arguments.split(), **options), status, *words)
+                self.assertEqual(self.state(), before)
+
 
 def address_space(limit):
     """Options for `run` that bound the memory a native program can ask for."""
