@@ -221,16 +221,6 @@ TEST(NumberText, PrintsTheShortestTextOfAFloat)
     }
 }
 
-TEST(NumberText, PrintsIntegers)
-{
-    for (uint64 value : {uint64{0}, uint64{9}, uint64{10}, uint64{99}, uint64{100}, uint64{1234567},
-                         std::numeric_limits<uint64>::max()})
-    {
-        char text[maxUIntLength];
-        EXPECT_EQ(std::string(text, printUInt(text, value)), std::to_string(value));
-    }
-}
-
 TEST(NumberText, KnowsNoLocale)
 {
     bool found = false;

@@ -19,18 +19,4 @@ TEST(TX_MetaClass, RegisteredTypesHaveDistinctIdentifiers)
         EXPECT_TRUE(identifiers.insert(c->getIdentifier()).second) << c->getName();
 }
 
-TEST(TX_MetaClass, FindsAncestorsByIdentifierAndByName)
-{
-    static constexpr TX_MetaClass root("Root");
-    static constexpr TX_MetaClass middle("Middle", &root);
-    static constexpr TX_MetaClass leaf("Leaf", &middle);
-    for (const TX_MetaClass* ancestor : {&root, &middle, &leaf})
-    {
-        EXPECT_TRUE(leaf.hasAncestor(ancestor->getIdentifier()));
-        EXPECT_TRUE(leaf.hasAncestor(std::string_view(ancestor->getName())));
-    }
-    EXPECT_FALSE(root.hasAncestor(leaf.getIdentifier()));
-    EXPECT_FALSE(leaf.hasAncestor("leaf"));
-}
-
 }  // namespace tavrix

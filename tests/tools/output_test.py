@@ -171,7 +171,8 @@ class Sequences(OutputTest):
             ("f_{}.bin -o o_{}.obj --preview p.png", 2, "--preview"), ("f_02.bin -o out.obj --first 3", 2, "--first"),
             ("f_{}.bin -o o_{}.obj --last -1", 2, "--last"), ("f_02.bin -o f_02.bin", 2, "input"),
             ("f_02.bin -o o.obj --preview-particles", 2, "--preview"), ("g_{}.bin -o out_{}.obj", 1, "g_{}.bin"),
-            ("f_{}.bin -o o_{}.obj --first 12", 1, "--first"), ("f_09.bin -o none/out.obj", 1, "none", "does not exist"),
+            ("f_09.bin -o none/out.obj", 1, "none", "does not exist"),
+            ("f_{}.bin -o o_{}.obj --first 12", 1, "--first"),
             ("f_09.bin -o out.obj --preview none/out.png", 1, "none", "does not exist"),
             ("f_09.bin -o ./f_09.bin", 1, "./f_09.bin", "input"), ("a{}/ -o out.obj", 1, "a{}/", "folder")))
 

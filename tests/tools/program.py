@@ -15,7 +15,6 @@ SANITIZED = any(mark in PROGRAM.read_bytes() for mark in (b"__asan_init", b"__ts
 LIMIT_SECONDS = 60
 
 on_linux = unittest.skipIf(EMULATOR or os.name != "posix", "only the native system has this")
-not_as_root = unittest.skipIf(os.name == "posix" and os.geteuid() == 0, "root may do everything")
 
 
 def text_file():
