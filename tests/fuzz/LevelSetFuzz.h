@@ -40,6 +40,11 @@ void readLevelSet(const unsigned char* data, std::size_t size, const Load& load,
     require(surface.getNumberOfSurfaceCells() <= nodes, "flags of nodes only");
 
     const std::string bytes = saved(surface, save);
+    const MemoryFile file(data, size);
+    FileStreamRawBuffered buffered;
+    require(buffered.openToRead(file.path()) == FileStatus::ok, "a file that opens");
+    load(again, static_cast<FileStreamBase&>(buffered));
+    require(saved(again, save) == bytes, "one level set from every stream");
     FileRam copy(bytes.data(), bytes.size());
     load(again, static_cast<FileStreamBase&>(copy));
     require(
