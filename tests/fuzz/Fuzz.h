@@ -63,12 +63,11 @@ std::size_t bytesHeld(const Array<T>* array)
 /// Whether the arrays of the mesh are in proportion to the input, whatever the counts in it say.
 inline void requireProportion(const Mesh& mesh, std::size_t inputSize)
 {
-    const std::size_t held = bytesHeld(&mesh.pos()) + bytesHeld(&mesh.nor()) + bytesHeld(&mesh.faceNor()) +
-                             bytesHeld(&mesh.trindexPos()) + bytesHeld(&mesh.trindexNor()) +
-                             bytesHeld(&mesh.trindexFacedge()) +
-                             bytesHeld(mesh.findArray<Vector3F>("UV_MAP_0")) +
-                             bytesHeld(mesh.findArray<float>("Weights")) +
-                             bytesHeld(mesh.findArray<Vector3F>("Velocity"));
+    const std::size_t held =
+        bytesHeld(&mesh.pos()) + bytesHeld(&mesh.nor()) + bytesHeld(&mesh.faceNor()) +
+        bytesHeld(&mesh.trindexPos()) + bytesHeld(&mesh.trindexNor()) + bytesHeld(&mesh.trindexFacedge()) +
+        bytesHeld(mesh.findArray<Vector3F>("UV_MAP_0")) + bytesHeld(mesh.findArray<float>("Weights")) +
+        bytesHeld(mesh.findArray<Vector3F>("Velocity"));
     // text has up to eight bytes of a mesh for each of its own, and text STL room for the first 1024 facets
     require(held <= 16 * inputSize + 200'000, "arrays in proportion to the input");
 }

@@ -1,4 +1,3 @@
-#include <array>
 #include <random>
 
 #include <gtest/gtest.h>
@@ -306,36 +305,6 @@ TEST(Mesh_OBJ_FileParser, SaysWhatWentWrong)
     EXPECT_TRUE(meshes.empty());
     EXPECT_EQ(parser().write(folder.path(), meshes), meshFileCannotOpen);
     EXPECT_EQ(parser().write(folder.file("absent/f.obj"), meshes), meshFileCannotOpen);
-}
-
-TEST(Mesh_OBJ_FileParser, ReadsRealFiles)
-{
-    const std::string data = test::testData();
-    if (data.empty()) GTEST_SKIP() << "TAVRIX_TEST_DATA names no folder";
-    // meshes, positions, faces, normals, texture coordinates over all groups
-    const struct
-    {
-        const char* name;
-        std::array<uint32, 5> counts;
-    } rows[] = {{"cubevt.obj", {1, 24, 12, 24, 0}},
-                {"fandisk.obj", {1, 2877, 5750, 2877, 0}},
-                {"fuze.obj", {1, 664, 1000, 502, 664}},
-                {"groups.obj", {14, 1416, 2308, 1416, 0}},
-                {"negative_indices.obj", {1, 15, 12, 6, 15}}};
-    for (const auto& row : rows)
-    {
-        ArrayOfPtr<Mesh> meshes;
-        ASSERT_EQ(parser().read(data + "/meshes/" + row.name, meshes), 0);
-        std::array<uint32, 5> counts{meshes.size()};
-        for (const Mesh* mesh : meshes)
-        {
-            const Array<Vector3F>* uv = mesh->findArray<Vector3F>("UV_MAP_0");
-            const uint32 found[] = {0, mesh->getPosSize(), mesh->getFacesSize(), mesh->nor().size(),
-                                    uv ? uv->size() : 0};
-            for (std::size_t i = 1; i < counts.size(); ++i) counts[i] += found[i];
-        }
-        EXPECT_EQ(counts, row.counts) << row.name;
-    }
 }
 
 }  // namespace tavrix

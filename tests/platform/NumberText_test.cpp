@@ -208,17 +208,6 @@ TEST(NumberText, PrintsTheShortestTextOfAFloat)
                 {-std::numeric_limits<float>::min(), "-1.1754944e-38"}};
     char text[maxFloatLength];
     for (const auto& row : rows) EXPECT_EQ(std::string(text, printFloat(text, row.value)), row.text);
-
-    std::mt19937_64 random(4);
-    for (int i = 0; i < 200'000; ++i)
-    {
-        const auto value = std::bit_cast<float>(static_cast<uint32>(random()));
-        if (!std::isfinite(value)) continue;
-        const char* end = printFloat(text, value);
-        float back = 0;
-        ASSERT_EQ(parseFloat(text, end, back), end);
-        ASSERT_EQ(std::bit_cast<uint32>(back), std::bit_cast<uint32>(value));
-    }
 }
 
 TEST(NumberText, KnowsNoLocale)
