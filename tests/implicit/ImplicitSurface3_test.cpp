@@ -488,7 +488,7 @@ TYPED_TEST(ImplicitSurface3Files, CountsBesideTheSizesAreNotTrusted)
     const auto surface = smallSurface<TypeParam>();
     const std::string regular = saved(surface, false), sparse = saved(surface, true);
     Regular<TypeParam> loaded;
-    for (const std::size_t at : {12, 16})
+    for (const std::size_t at : {12u, 16u})
         for (const char* count : {"\0\0\0\0", "\1\0\0\0", "\xFF\xFF\xFF\xFF"})
         {
             ASSERT_TRUE(loadBytes(std::string(sparse).replace(at, 4, count, 4), true, loaded));
@@ -500,7 +500,7 @@ TYPED_TEST(ImplicitSurface3Files, CountsBesideTheSizesAreNotTrusted)
         }
     // sizes without their counts ask for no memory out of the way
     for (const char* size : {"\0\0\xFF\0", "\xFF\xFF\xFF\xFF"})
-        for (const std::size_t at : {0, 4, 8})
+        for (const std::size_t at : {0u, 4u, 8u})
             for (const bool isSparse : {false, true})
             {
                 EXPECT_FALSE(loadBytes(std::string(isSparse ? sparse : regular).replace(at, 4, size, 4),
