@@ -36,6 +36,8 @@ public:
 
     TX_String write(const std::string& name, const std::string& bytes) const
     {
+        // a fresh file: some file systems wait for the disk when one is cut to nothing and written again
+        if (std::filesystem::is_regular_file(native(name))) std::filesystem::remove(native(name));
         std::ofstream(native(name), std::ios::binary) << bytes;
         return file(name);
     }

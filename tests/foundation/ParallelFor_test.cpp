@@ -46,20 +46,6 @@ TEST(ParallelFor, CutsItsItemsIntoWaves)
     EXPECT_EQ(slicesOf(3, 5), (std::vector<Slice>{{0, 0, 1}, {1, 1, 2}, {2, 2, 3}}));
 }
 
-TEST(ParallelFor, VisitsEveryItemOnce)
-{
-    for (const uint32 threads : {1u, 2u, 3u, 7u, 16u})
-    {
-        std::vector<int> visits(1003, 0);
-        parallelFor(visits.size(), threads,
-                    [&](uint32, uint64 begin, uint64 end)
-                    {
-                        for (uint64 n = begin; n < end; ++n) ++visits[n];
-                    });
-        EXPECT_EQ(visits, std::vector<int>(1003, 1));
-    }
-}
-
 TEST(ParallelFor, CarriesTheLowestWorkersExceptionToTheCaller)
 {
     std::atomic<int> finished = 0;

@@ -21,6 +21,9 @@ TEST(Plane3, PolymorphicFormNamesItsTypeAndDescent)
     EXPECT_EQ(std::string(f.getMetaClass().getName()), "Plane3F_virtual");
     EXPECT_EQ(std::string(d.getMetaClass().getName()), "Plane3D_virtual");
     EXPECT_TRUE(f.getMetaClass().hasAncestor("Plane3F"));
+    EXPECT_TRUE(f.getMetaClass().hasAncestor(metaClass_Plane3F.getIdentifier()));
+    EXPECT_TRUE(f.getMetaClass().hasAncestor("Plane3F_virtual"));
+    EXPECT_FALSE(metaClass_Plane3F.hasAncestor("Plane3F_virtual"));
     EXPECT_FALSE(f.getMetaClass().hasAncestor(metaClass_Plane3D.getIdentifier()));
 }
 

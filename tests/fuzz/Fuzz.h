@@ -54,14 +54,22 @@ inline std::string recordOf(const Mesh& mesh)
     return {reinterpret_cast<const char*>(ram.data()), ram.size()};
 }
 
-/// Whether no array of the mesh is out of proportion to the input, whatever the counts in it say.
+template <class T>
+std::size_t bytesHeld(const Array<T>* array)
+{
+    return array ? std::size_t{array->capacity()} * sizeof(T) : 0;
+}
+
+/// Whether the arrays of the mesh are in proportion to the input, whatever the counts in it say.
 inline void requireProportion(const Mesh& mesh, std::size_t inputSize)
 {
-    const std::size_t most = 4 * inputSize + 4096;
-    require(mesh.pos().capacity() <= most && mesh.nor().capacity() <= most &&
-                mesh.trindexPos().capacity() <= most && mesh.trindexNor().capacity() <= most &&
-                mesh.faceNor().capacity() <= most && mesh.trindexFacedge().capacity() <= most,
-            "arrays in proportion to the input");
+    const std::size_t held =
+        bytesHeld(&mesh.pos()) + bytesHeld(&mesh.nor()) + bytesHeld(&mesh.faceNor()) +
+        bytesHeld(&mesh.trindexPos()) + bytesHeld(&mesh.trindexNor()) + bytesHeld(&mesh.trindexFacedge()) +
+        bytesHeld(mesh.findArray<Vector3F>("UV_MAP_0")) + bytesHeld(mesh.findArray<float>("Weights")) +
+        bytesHeld(mesh.findArray<Vector3F>("Velocity"));
+    // text has up to eight bytes of a mesh for each of its own, and text STL room for the first 1024 facets
+    require(held <= 16 * inputSize + 200'000, "arrays in proportion to the input");
 }
 
 /// Has read(path, meshes) read the bytes as a file, and does with the meshes what a host does first.
@@ -75,8 +83,9 @@ void readMeshes(const unsigned char* data, std::size_t size, const Read& read)
     for (Mesh* mesh : meshes)
     {
         requireProportion(*mesh, size);
-        mesh->confirmNormalsCalculated();
         require(hasValidIndices(*mesh), "indices of a read mesh");
+        mesh->confirmNormalsCalculated();
+        require(hasValidIndices(*mesh), "indices of a read mesh with normals");
         mesh->getBox();
     }
 }

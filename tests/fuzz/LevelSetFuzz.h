@@ -11,7 +11,7 @@ namespace tavrix::fuzz
 /// layouts can rightly ask for much memory with few bytes.
 inline bool isWorthReading(const unsigned char* data, std::size_t size)
 {
-    constexpr double most = 1 << 15, largest = 4294967295.0;
+    constexpr double most = 1 << 12, largest = 4294967295.0;
     uint32 sizes[3] = {};
     std::memcpy(sizes, data, std::min(size, sizeof sizes));
     const double nodes = 1.0 * sizes[0] * sizes[1] * sizes[2];
@@ -40,6 +40,11 @@ void readLevelSet(const unsigned char* data, std::size_t size, const Load& load,
     require(surface.getNumberOfSurfaceCells() <= nodes, "flags of nodes only");
 
     const std::string bytes = saved(surface, save);
+    const MemoryFile file(data, size);
+    FileStreamRawBuffered buffered;
+    require(buffered.openToRead(file.path()) == FileStatus::ok, "a file that opens");
+    load(again, static_cast<FileStreamBase&>(buffered));
+    require(saved(again, save) == bytes, "one level set from every stream");
     FileRam copy(bytes.data(), bytes.size());
     load(again, static_cast<FileStreamBase&>(copy));
     require(
@@ -53,6 +58,7 @@ void readLevelSet(const unsigned char* data, std::size_t size, const Load& load,
     surface.eval(surface.getBox().min, value);
     surface.createNeighborsCells();
     surface.fastSweeping(T(0.01), 1);
+    surface.redistance(3, T(0.01), 1);
 }
 
 }  // namespace tavrix::fuzz

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cmath>
 #include <random>
 
@@ -104,18 +105,19 @@ TEST(ImplicitSurface3Regular, WholeSurfaceOperations)
     surface.setThreshold(4);
     EXPECT_EQ(surface.getThreshold(), 0);
     surface.init(surface.getField(), 1, 2, 3);
+    // the default and the cut-off value, and samples 7 and 8
+    using Values = std::array<float, 4>;
+    const auto values = [&]
+    {
+        return Values{surface.getDefaultValue(), surface.getCutOffValue(), surface.get(7u),
+                      surface.get(0, 1, 3)};
+    };
     surface.invert();
-    EXPECT_EQ(surface.getDefaultValue(), -10);
-    EXPECT_EQ(surface.getCutOffValue(), -11);
-    EXPECT_EQ(surface.get(7u), 3);
+    EXPECT_EQ(values(), (Values{-10, -11, 3, -2}));
     surface.offsetSurface(0.5f);
-    EXPECT_EQ(surface.getDefaultValue(), -10);
-    EXPECT_EQ(surface.getCutOffValue(), -11);
-    EXPECT_EQ(surface.get(8u), -1.5f);
+    EXPECT_EQ(values(), (Values{-10, -11, 3.5f, -1.5f}));
     surface.abs();
-    EXPECT_EQ(surface.getDefaultValue(), 10);
-    EXPECT_EQ(surface.getCutOffValue(), 11);
-    EXPECT_EQ(surface.get(0, 0, 1), 1.5f);
+    EXPECT_EQ(values(), (Values{10, 11, 3.5f, 1.5f}));
     EXPECT_EQ(surface.getArrayElement(7), (Tuple2<uint32, float>{7, 3.5f}));
     float min, max;
     surface.findMinMax(min, max);
@@ -279,14 +281,59 @@ TEST(ImplicitSurface3Sparse, HoldsWhatIsBelowTheDefaultValue)
 namespace
 {
 
-/// Files are written and read through every kind of stream that can do both.
-template <class T, class Save, class Load>
-std::string saveAndLoad(const Regular<T>& surface, Regular<T>& loaded, Save save, Load load)
+template <class T>
+void save(const ImplicitSurface3StrategyInterface<T>& surface, bool isSparse, FileStreamBase& stream)
 {
-    FileRam ram;
-    save(surface, static_cast<FileStreamBase&>(ram));
-    load(loaded, static_cast<FileStreamBase&>(ram));
-    return {reinterpret_cast<const char*>(ram.data()), ram.size()};
+    isSparse ? surface.save_useSparseFormat(stream) : surface.save_useRegularFormat(stream);
+}
+
+template <class T>
+bool load(ImplicitSurface3StrategyInterface<T>& surface, bool isSparse, FileStreamBase& stream)
+{
+    return isSparse ? surface.load_useSparseFormat(stream) : surface.load_useRegularFormat(stream);
+}
+
+/// A stream as a host writes it: nothing but read and write.
+class PlainStream : public FileStreamBase
+{
+public:
+    explicit PlainStream(std::string bytes = "") : _bytes(std::move(bytes)) {}
+    PlainStream& read(void* destination, uint32 byteCount) override
+    {
+        const std::string part = _bytes.substr(std::min(_next, _bytes.size()), byteCount);
+        std::copy(part.begin(), part.end(), static_cast<char*>(destination));
+        _next += byteCount;
+        return *this;
+    }
+    PlainStream& write(const void* source, uint32 byteCount) override
+    {
+        _bytes.append(static_cast<const char*>(source), byteCount);
+        return *this;
+    }
+    const std::string& bytes() const { return _bytes; }
+    bool isAtEnd() const { return _next == _bytes.size(); }
+
+private:
+    std::string _bytes;
+    std::size_t _next = 0;
+};
+
+template <class T>
+std::string saved(const Regular<T>& surface, bool isSparse)
+{
+    PlainStream stream;
+    save(surface, isSparse, stream);
+    return stream.bytes();
+}
+
+/// Loads from a stream that tells how much it holds.
+template <class T>
+bool loadBytes(const std::string& bytes, bool isSparse, Regular<T>& surface)
+{
+    FileRam ram(bytes.data(), bytes.size());
+    const bool isWhole = load(surface, isSparse, ram);
+    EXPECT_TRUE(!isWhole || ram.remaining() == 0) << "the stream is behind the surface";
+    return isWhole;
 }
 
 template <class Value>
@@ -331,59 +378,46 @@ class ImplicitSurface3Files : public testing::Test
 using Values = testing::Types<float, double>;
 TYPED_TEST_SUITE(ImplicitSurface3Files, Values);
 
-TYPED_TEST(ImplicitSurface3Files, RegularFormat)
+TYPED_TEST(ImplicitSurface3Files, HoldWhatTheLayoutsSay)
 {
     const auto surface = smallSurface<TypeParam>();
-    std::string expected = gridRecord(surface.getField().getGrid());
-    append(expected, 60u);
-    for (uint32 m = 0; m < 60; ++m) append(expected, surface.get(m));
-    for (const uint32 v : {2u, 1u << 2, 1u << 1, 60u}) append(expected, v);
-    Regular<TypeParam> loaded;
-    const std::string bytes = saveAndLoad(
-        surface, loaded, [](const auto& s, FileStreamBase& to) { s.save_useRegularFormat(to); },
-        [](auto& s, FileStreamBase& from) { s.load_useRegularFormat(from); });
-    EXPECT_EQ(bytes, expected);
-    EXPECT_EQ(loaded.getField().getArrScalars(), surface.getField().getArrScalars());
-    EXPECT_EQ(loaded.getBox(), surface.getBox());
-    EXPECT_TRUE(loaded.getField().getFlags() & Regular<TypeParam>::flagInitialised);
-    EXPECT_TRUE(loaded.isSurface(33) && loaded.isSurface(2));
-    EXPECT_EQ(loaded.getNumberOfSurfaceCells(), 2u);
-    EXPECT_FALSE(loaded.isNeighborsNegative(34)) << "not stored";
-}
-
-TYPED_TEST(ImplicitSurface3Files, SparseFormat)
-{
-    const auto surface = smallSurface<TypeParam>();
-    std::string records;
+    std::string records, regular = gridRecord(surface.getField().getGrid()), sparse = regular;
     uint32 count = 0;
+    append(regular, 60u);
     for (uint32 m = 0; m < 60; ++m)
-        if (surface.get(m) < TypeParam(1.5))
-        {
-            append(records, m);
-            append(records, surface.get(m));
-            ++count;
-        }
-    std::string expected = gridRecord(surface.getField().getGrid());
-    append(expected, count);
-    expected += records;
-    for (const uint32 v : {2u, 2u, 33u}) append(expected, v);
+    {
+        append(regular, surface.get(m));
+        if (!(surface.get(m) < TypeParam(1.5))) continue;
+        append(records, m);
+        append(records, surface.get(m));
+        ++count;
+    }
+    for (const uint32 v : {2u, 1u << 2, 1u << 1, 60u}) append(regular, v);
+    append(sparse, count);
+    sparse += records;
+    for (const uint32 v : {2u, 2u, 33u}) append(sparse, v);
+    for (const bool isSparse : {false, true})
+    {
+        const std::string bytes = saved(surface, isSparse);
+        EXPECT_EQ(bytes, isSparse ? sparse : regular);
+        Regular<TypeParam> loaded;
+        loaded.getDefaultValue() = 9;
+        ASSERT_TRUE(loadBytes(bytes, isSparse, loaded));
+        for (uint32 m = 0; m < 60; ++m)
+            EXPECT_EQ(loaded.get(m),
+                      isSparse && !(surface.get(m) < TypeParam(1.5)) ? TypeParam(9) : surface.get(m));
+        EXPECT_EQ(loaded.getBox(), surface.getBox());
+        EXPECT_TRUE(loaded.getField().getFlags() & Regular<TypeParam>::flagInitialised);
+        EXPECT_TRUE(loaded.isSurface(33) && loaded.isSurface(2));
+        EXPECT_EQ(loaded.getNumberOfSurfaceCells(), 2u);
+        EXPECT_FALSE(loaded.isNeighborsNegative(34)) << "not stored";
+    }
+
+    // indices out of range are skipped
+    sparse.replace(128, 4, "\xFF\xFF\xFF\x7F").replace(sparse.size() - 4, 4, "\x3C\0\0\0", 4);
     Regular<TypeParam> loaded;
     loaded.getDefaultValue() = 9;
-    const std::string bytes = saveAndLoad(
-        surface, loaded, [](const auto& s, FileStreamBase& to) { s.save_useSparseFormat(to); },
-        [](auto& s, FileStreamBase& from) { s.load_useSparseFormat(from); });
-    EXPECT_EQ(bytes, expected);
-    EXPECT_EQ(loaded.getBox(), surface.getBox());
-    for (uint32 m = 0; m < 60; ++m)
-        EXPECT_EQ(loaded.get(m), surface.get(m) < TypeParam(1.5) ? surface.get(m) : TypeParam(9));
-    EXPECT_TRUE(loaded.isSurface(33) && loaded.isSurface(2));
-    EXPECT_EQ(loaded.getNumberOfSurfaceCells(), 2u);
-
-    // Indices out of range are skipped.
-    std::string damaged = bytes;
-    damaged.replace(128, 4, "\xFF\xFF\xFF\x7F").replace(damaged.size() - 4, 4, "\x3C\0\0\0", 4);
-    FileRam ram(damaged.data(), damaged.size());
-    loaded.load_useSparseFormat(static_cast<FileStreamBase&>(ram));
+    ASSERT_TRUE(loadBytes(sparse, true, loaded));
     EXPECT_EQ(loaded.get(0u), 9);
     EXPECT_EQ(loaded.get(1u), surface.get(1u));
     EXPECT_EQ(loaded.getNumberOfSurfaceCells(), 1u);
@@ -393,44 +427,133 @@ TYPED_TEST(ImplicitSurface3Files, ASurfaceOfNoNodesIsReadWhole)
 {
     const Regular<TypeParam> empty;
     FileRam ram;
-    FileStreamBase& stream = ram;
-    empty.save_useRegularFormat(stream);
+    save(empty, false, ram);
     EXPECT_EQ(ram.size(), 136u);
-    empty.save_useSparseFormat(stream);
+    save(empty, true, ram);
     EXPECT_EQ(ram.size(), 136u + 132u);
-    smallSurface<TypeParam>().save_useSparseFormat(stream);
+    save(smallSurface<TypeParam>(), true, ram);
     Regular<TypeParam> loaded = smallSurface<TypeParam>();
-    loaded.load_useRegularFormat(stream);
+    EXPECT_TRUE(load(loaded, false, ram));
     EXPECT_EQ(loaded.getArraySize(), 0u);
     EXPECT_TRUE(loaded.getField().getFlags() & Regular<TypeParam>::flagInitialised);
-    loaded.load_useSparseFormat(stream);
+    EXPECT_TRUE(load(loaded, true, ram));
     EXPECT_EQ(loaded.getArraySize(), 0u);
-    loaded.load_useSparseFormat(stream);
+    EXPECT_TRUE(load(loaded, true, ram));
     EXPECT_EQ(loaded.getArraySize(), 60u) << "the next one in the file";
+    EXPECT_FALSE(load(loaded, true, ram)) << "there is none";
+
+    ImplicitSurface3Sparse<TypeParam> sparse;
+    sparse.init(smallSurface<TypeParam>());
+    for (const bool isSparse : {false, true})
+    {
+        FileRam nothing;
+        save(sparse, isSparse, nothing);
+        EXPECT_EQ(nothing.size(), 0u);
+        ram.rewind();
+        EXPECT_FALSE(load(sparse, isSparse, ram));
+        EXPECT_EQ(ram.remaining(), static_cast<int64>(ram.size()));
+    }
 }
 
 TYPED_TEST(ImplicitSurface3Files, AStreamThatEndsEarlyLeavesWhatItGave)
 {
     const auto surface = smallSurface<TypeParam>();
-    FileRam whole;
-    surface.save_useRegularFormat(static_cast<FileStreamBase&>(whole));
-    FileRam cut(whole.data(), 128 + 40 * sizeof(TypeParam));
+    const std::string whole = saved(surface, false);
     Regular<TypeParam> loaded;
     loaded.getDefaultValue() = 9;
-    loaded.load_useRegularFormat(static_cast<FileStreamBase&>(cut));
+    for (const uint32 given : {0u, 1u, 10u, 40u, 60u})
+    {
+        EXPECT_FALSE(loadBytes(whole.substr(0, 128 + given * sizeof(TypeParam)), false, loaded));
+        ASSERT_EQ(loaded.getArraySize(), 60u);
+        for (uint32 m = 0; m < 60; ++m) ASSERT_EQ(loaded.get(m), m < given ? surface.get(m) : TypeParam(9));
+        EXPECT_EQ(loaded.getNumberOfSurfaceCells(), 0u);
+    }
+    // without the second word of flags, and how many bits there are
+    EXPECT_FALSE(loadBytes(whole.substr(0, whole.size() - 8), false, loaded));
     ASSERT_EQ(loaded.getArraySize(), 60u);
-    EXPECT_EQ(loaded.get(39u), surface.get(39u));
-    EXPECT_EQ(loaded.get(40u), 9);
+    EXPECT_TRUE(loaded.isSurface(2) && loaded.getNumberOfSurfaceCells() == 1);
 
-    ImplicitSurface3Sparse<TypeParam> sparse;
-    sparse.init(surface);
-    FileRam nothing;
-    sparse.save_useRegularFormat(static_cast<FileStreamBase&>(nothing));
-    sparse.save_useSparseFormat(static_cast<FileStreamBase&>(nothing));
-    EXPECT_EQ(nothing.size(), 0u);
-    whole.rewind();
-    sparse.load_useRegularFormat(static_cast<FileStreamBase&>(whole));
-    EXPECT_EQ(whole.remaining(), static_cast<int64>(whole.size()));
+    // next to no sample of a large grid
+    std::string large = gridRecord(GridDescription3<double>::centered(300, 300, 300, {1, 1, 1}));
+    append(large, 27'000'000u);
+    EXPECT_FALSE(loadBytes(large + std::string(1000, '\0'), false, loaded));
+    EXPECT_EQ(loaded.getMemoryUsage(), 0u);
+}
+
+TYPED_TEST(ImplicitSurface3Files, GoThroughStreamsThatTellNothing)
+{
+    const auto surface = smallSurface<TypeParam>();
+    for (const bool isSparse : {false, true})
+    {
+        const std::string bytes = saved(surface, isSparse);
+        Regular<TypeParam> loaded;
+        loaded.getDefaultValue() = 1.5;
+        PlainStream whole(bytes);
+        ASSERT_TRUE(load(loaded, isSparse, whole) && whole.isAtEnd());
+        for (uint32 m = 0; m < 60; ++m) ASSERT_EQ(loaded.get(m), std::min(surface.get(m), TypeParam(1.5)));
+        EXPECT_EQ(loaded.getNumberOfSurfaceCells(), 2u);
+
+        // cut anywhere it leaves what it gave, and a count without end ends with the stream
+        for (std::size_t size = 0; size < bytes.size(); ++size)
+        {
+            PlainStream cut(bytes.substr(0, size));
+            load(loaded, isSparse, cut);
+            ASSERT_EQ(loaded.getArraySize(), size < (isSparse ? 117 : 128) ? 0u : 60u) << size;
+            if (!isSparse && size >= 128 + 10 * sizeof(TypeParam))
+            {
+                ASSERT_EQ(loaded.get(9u), surface.get(9u));
+            }
+        }
+        const std::size_t flags = isSparse ? 124 : 128 + 60 * sizeof(TypeParam);
+        PlainStream endless(std::string(bytes).replace(flags, 4, "\xFF\xFF\xFF\x7F"));
+        EXPECT_FALSE(load(loaded, isSparse, endless));
+        EXPECT_EQ(loaded.getArraySize(), 60u);
+    }
+}
+
+TYPED_TEST(ImplicitSurface3Files, CountsBesideTheSizesAreNotTrusted)
+{
+    const auto surface = smallSurface<TypeParam>();
+    const std::string regular = saved(surface, false), sparse = saved(surface, true);
+    Regular<TypeParam> loaded;
+    for (const std::size_t at : {12u, 16u})
+        for (const char* count : {"\0\0\0\0", "\1\0\0\0", "\xFF\xFF\xFF\xFF"})
+        {
+            ASSERT_TRUE(loadBytes(std::string(sparse).replace(at, 4, count, 4), true, loaded));
+            ASSERT_EQ(loaded.getArraySize(), 60u);
+            EXPECT_EQ(loaded.getBox(), surface.getBox());
+            EXPECT_EQ(loaded.getField().getGrid().sizeYZ, 20u);
+            EXPECT_EQ(loaded.get(33u), surface.get(33u));
+            EXPECT_EQ(loaded.getNumberOfSurfaceCells(), 2u);
+        }
+    // sizes without their counts ask for no memory out of the way
+    for (const char* size : {"\0\0\xFF\0", "\xFF\xFF\xFF\xFF"})
+        for (const std::size_t at : {0u, 4u, 8u})
+            for (const bool isSparse : {false, true})
+            {
+                EXPECT_FALSE(loadBytes(std::string(isSparse ? sparse : regular).replace(at, 4, size, 4),
+                                       isSparse, loaded));
+                EXPECT_EQ(loaded.getMemoryUsage(), 0u);
+            }
+
+    const struct
+    {
+        std::vector<uint32> record;  ///< of the flags: word count, words, bit count
+        uint32 flagged;
+    } rows[] = {{{2, 1u << 2, 1u << 1, 61}, 2},
+                {{2, 1u << 2, 0xF0000001, 0}, 2},
+                {{4, 1u << 2, 1u << 1, 7, 7, 128}, 2},
+                {{1, 1u << 2, 32}, 1},
+                {{0, 0}, 0},
+                {{2, 0xFFFFFFFF, 0xFFFFFFFF, 64}, 60}};
+    for (const auto& row : rows)
+    {
+        std::string bytes = regular.substr(0, regular.size() - 16);
+        for (const uint32 word : row.record) append(bytes, word);
+        ASSERT_TRUE(loadBytes(bytes, false, loaded));
+        EXPECT_EQ(loaded.getNumberOfSurfaceCells(), row.flagged);
+        EXPECT_EQ(loaded.get(33u), surface.get(33u));
+    }
 }
 
 TEST(ImplicitSurface3Sparse, RefusesMoreRowsThanItCanCount)

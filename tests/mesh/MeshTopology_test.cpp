@@ -82,6 +82,8 @@ TEST(MeshTopology, FindsInvalidIndices)
     EXPECT_TRUE(hasValidIndices(mesh));
     mesh.refTrindexNor()[1].c = 4;
     EXPECT_FALSE(hasValidIndices(mesh));
+    mesh.refNor().clear();
+    EXPECT_TRUE(hasValidIndices(mesh)) << "as read from a file without normals";
     mesh.refTrindexNor().clear();
     EXPECT_TRUE(hasValidIndices(mesh));
     mesh.refTrindexNor() = {{0, 1, 2}};

@@ -2,8 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <DamagedFiles.h>
-#include <tavrix/mesh/MeshTopology.h>
 #include <TestFolder.h>
 
 namespace tavrix
@@ -131,25 +129,6 @@ TEST(MeshImporter, RefusesWhatIsNoAse)
     EXPECT_EQ(MeshFileParser<MeshImporter>::instance().read_ASE(TX_String("/no/such.ase"), meshes),
               meshFileCannotOpen);
     EXPECT_EQ(meshes.size(), 0u);
-}
-
-TEST(MeshImporter, TakesDamagedAseInItsStride)
-{
-    const std::string small =
-        "*MESH{*MESH_VERTEX_LIST{*MESH_VERTEX 0 0 0 0\n*MESH_VERTEX 2 1 0 0\n*MESH_VERTEX 1 0 1 0\n}"
-        "*MESH_FACE_LIST{*MESH_FACE 0: A:0 B:1 C:2 AB:1\n}}";
-    test::forEachDamage({small, small.size(), {}},
-                        [](const std::string& bytes)
-                        {
-                            ArrayOfPtr<Mesh> meshes;
-                            const int result = readText(bytes, meshes);
-                            EXPECT_TRUE(result == 0 || meshes.size() == 0);
-                            for (Mesh* mesh : meshes)
-                            {
-                                mesh->confirmNormalsCalculated();
-                                EXPECT_TRUE(hasValidIndices(*mesh));
-                            }
-                        });
 }
 
 }  // namespace

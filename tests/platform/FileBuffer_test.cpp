@@ -1,5 +1,5 @@
-#include <cstring>
-#include <limits>
+#include <algorithm>
+#include <random>
 
 #include <gtest/gtest.h>
 
@@ -46,61 +46,47 @@ TEST(FileBufferOut, NumbersAreLittleEndian)
               std::string("\xFE\xFF\x04\x03\x02\x01\xDA\xBA\xFA\x00\x00\x00\x80\x3F\0\0\0\0\0\0\0\xC0", 22));
 }
 
-// Every mixture of buffer sizes and block sizes moves the same bytes: inside a buffer, across its end, past
-// it.
-TEST(FileBuffer, EveryBufferAndBlockSizeMovesTheSameBytes)
-{
-    const TestFolder folder;
-    const std::string bytes = pattern(1000);
-    for (const uint32 bufferSize : {0u, 1u, 7u, 64u, 1000u, 4096u})
-        for (const std::size_t block : {1u, 6u, 7u, 8u, 63u, 65u, 1000u})
-        {
-            FileBufferOut out;
-            ASSERT_EQ(out.open(folder.file("f"), "wb", bufferSize), FileStatus::ok);
-            for (std::size_t i = 0; i < bytes.size(); i += block)
-                out.writeBuffer(bytes.data() + i, std::min(block, bytes.size() - i));
-            ASSERT_EQ(out.tell(), 1000);
-            ASSERT_EQ(out.close(), FileStatus::ok);
-            ASSERT_EQ(folder.read("f"), bytes);
-
-            FileBufferIn in;
-            ASSERT_EQ(in.open(folder.file("f"), "rb", bufferSize), FileStatus::ok);
-            std::string got(bytes.size(), '\0');
-            for (std::size_t i = 0; i < bytes.size(); i += block)
-            {
-                ASSERT_EQ(in.tell(), static_cast<int64>(i));
-                ASSERT_EQ(in.remaining(), static_cast<int64>(bytes.size() - i));
-                in.readBuffer(got.data() + i, std::min(block, bytes.size() - i));
-            }
-            ASSERT_EQ(got, bytes) << bufferSize << ' ' << block;
-            ASSERT_EQ(in.status(), FileStatus::ok);
-        }
-}
-
-TEST(FileBufferIn, SeeksFromEveryOriginInsideAndOutsideTheBuffer)
+/// Reads and seeks at random; a plain string and a position say what must come.
+TEST(FileBufferIn, ReadsAndSeeksAsInAPlainFile)
 {
     const TestFolder folder;
     const std::string bytes = pattern(300);
-    FileBufferIn in;
-    ASSERT_EQ(in.open(folder.write("f", bytes), "rb", 64), FileStatus::ok);
-    EXPECT_EQ(in.size(), 300);
-    const struct
+    const TX_String path = folder.write("f", bytes);
+    std::mt19937 random(1);
+    const auto below = [&](uint32 n) { return static_cast<int64>(random() % n); };
+    for (const uint32 bufferSize : {1u, 4u, 64u, 300u, 512u})
     {
-        int64 offset;
-        int origin;
-        int64 position;
-    } moves[] = {{100, 0, 100}, {-1, 2, 299}, {5, 0, 5},   {20, 1, 26}, {-10, 1, 17},
-                 {150, 1, 168}, {-160, 1, 9}, {54, 1, 64}, {-65, 1, 0}};
-    for (const auto& move : moves)
-    {
-        ASSERT_TRUE(in.seek(move.offset, move.origin));
-        ASSERT_EQ(in.tell(), move.position);
-        char byte = 0;
-        ASSERT_EQ(in.readBuffer(&byte, 1), 1u);
-        ASSERT_EQ(byte, bytes[static_cast<std::size_t>(move.position)]) << move.position;
+        FileBufferIn in;
+        ASSERT_EQ(in.open(path, "rb", bufferSize), FileStatus::ok);
+        ASSERT_EQ(in.size(), 300);
+        int64 position = 0;
+        FileStatus status = FileStatus::ok;
+        for (int n = 0; n < 3000; ++n)
+        {
+            if (below(2) == 0)
+            {
+                const std::size_t asked = random() % 90;
+                const std::string expected =
+                    bytes.substr(static_cast<std::size_t>(std::min<int64>(position, 300)), asked);
+                std::string got(90, '?');
+                ASSERT_EQ(in.readBuffer(got.data(), asked), expected.size());
+                ASSERT_EQ(got, expected + std::string(90 - expected.size(), '?')) << bufferSize << ' ' << n;
+                position += static_cast<int64>(expected.size());
+                if (expected.size() < asked && status == FileStatus::ok) status = FileStatus::endsTooEarly;
+            }
+            else
+            {
+                const int64 to = below(320) - (below(200) == 0 ? 400 : 0);
+                const int origin = static_cast<int>(below(3));
+                ASSERT_EQ(in.seek(to - (origin == 0 ? 0 : origin == 1 ? position : 300), origin), to >= 0);
+                if (to >= 0) position = to;
+                if (to < 0 && status == FileStatus::ok) status = FileStatus::failed;
+            }
+            ASSERT_EQ(in.tell(), position);
+            ASSERT_EQ(in.remaining(), std::max<int64>(300 - position, 0));
+            ASSERT_EQ(in.status(), status);
+        }
     }
-    EXPECT_FALSE(in.seek(-1, 0));
-    EXPECT_EQ(in.status(), FileStatus::failed);
 }
 
 TEST(FileBufferIn, TellsAFileThatEndsTooEarly)
@@ -121,21 +107,45 @@ TEST(FileBufferIn, TellsAFileThatEndsTooEarly)
     EXPECT_EQ(in.close(), FileStatus::endsTooEarly);
 }
 
-TEST(FileBufferOut, SeeksBackToPatch)
+/// Writes and seeks at random, into a new file, one that is there, and behind the end of one.
+TEST(FileBufferOut, WritesAndSeeksAsInAPlainFile)
 {
     const TestFolder folder;
-    FileBufferOut out;
-    ASSERT_EQ(out.open(folder.file("f"), "wb", 16), FileStatus::ok);
-    out.writeBuffer("0123456789", 10);
-    ASSERT_TRUE(out.seek(2, 0));
-    out.writeBuffer("ab", 2);
-    EXPECT_EQ(out.tell(), 4);
-    ASSERT_TRUE(out.seek(1, 1));
-    out.writeBuffer("c", 1);
-    ASSERT_TRUE(out.seek(0, 2));
-    out.writeBuffer("end", 3);
-    EXPECT_EQ(out.close(), FileStatus::ok);
-    EXPECT_EQ(folder.read("f"), "01ab4c6789end");
+    std::mt19937 random(1);
+    const auto below = [&](std::size_t n) { return random() % n; };
+    for (const std::string mode : {"wb", "r+b", "ab"})
+        for (const uint32 bufferSize : {1u, 16u, 256u})
+        {
+            std::string expected = mode == "wb" ? "" : "what was there";
+            std::size_t position = mode == "ab" ? expected.size() : 0;
+            FileBufferOut out;
+            ASSERT_EQ(out.open(folder.write("f", "what was there"), mode.c_str(), bufferSize),
+                      FileStatus::ok);
+            for (int n = 0; n < 300; ++n)
+            {
+                ASSERT_EQ(out.tell(), static_cast<int64>(position)) << mode << ' ' << bufferSize << ' ' << n;
+                if (below(3) > 0)
+                {
+                    const std::string bytes = pattern(below(40));
+                    if (mode == "ab" && !bytes.empty()) position = expected.size();
+                    if (position + bytes.size() > expected.size() && !bytes.empty())
+                        expected.resize(position + bytes.size());
+                    expected.replace(position, bytes.size(), bytes);
+                    ASSERT_EQ(out.writeBuffer(bytes.data(), bytes.size()), bytes.size());
+                    position += bytes.size();
+                }
+                else
+                {
+                    const std::size_t to = below(expected.size() + 5);
+                    const int origin = static_cast<int>(below(3));
+                    const std::size_t from = origin == 0 ? 0 : origin == 1 ? position : expected.size();
+                    ASSERT_TRUE(out.seek(static_cast<int64>(to) - static_cast<int64>(from), origin));
+                    position = to;
+                }
+            }
+            ASSERT_EQ(out.close(), FileStatus::ok);
+            ASSERT_EQ(folder.read("f"), expected) << mode << ' ' << bufferSize;
+        }
 }
 
 TEST(FileBuffer, WhatCannotBeOpenedSaysSo)

@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <bit>
 #include <clocale>
 #include <cmath>
@@ -77,35 +78,17 @@ TEST(NumberText, PrintsTheDigitsOfPrintf)
 
 TEST(NumberText, RoundsHalvesToEvenAndSpellsTheRest)
 {
-    const double infinity = std::numeric_limits<double>::infinity();
-    const double nan = std::numeric_limits<double>::quiet_NaN();
-    const struct
-    {
-        double value;
-        const char* text;
-    } rows[] = {
-        {0.0, "0.000000"},
-        {-0.0, "-0.000000"},
-        {1.5e-6, "0.000002"},
-        {1.0, "1.000000"},
-        {0.0000005, "0.000000"},
-        {0.0000006, "0.000001"},
-        {0.0078125, "0.007812"},
-        {0.0234375, "0.023438"},
-        {-1e-300, "-0.000000"},
-        {0.9999995, "1.000000"},
-        {9.9999996, "10.000000"},
-        {9007199254740993.0, "9007199254740992.000000"},
-        {8796093022208.5, "8796093022208.500000"},
-        {1e22, "10000000000000000000000.000000"},
-        {infinity, "inf"},
-        {-infinity, "-inf"},
-        {nan, "nan"},
-        {std::copysign(nan, -1.0), "-nan"},
-        {5e-324, "0.000000"},
-        {2e13, "20000000000000.000000"},
-    };
-    for (const auto& row : rows) EXPECT_EQ(fixed6(row.value), row.text);
+    for (const double v : {0.0, -0.0, 1.5e-6, 1.0, 5e-7, 6e-7, -1e-300, 5e-324, 0.9999995, 9.9999996, 2e13,
+                           1e22, 9007199254740993.0, 8796093022208.5})
+        EXPECT_EQ(fixed6(v), printed("%f", v));
+    const double infinity = std::numeric_limits<double>::infinity(), nan = std::nan("");
+    const std::pair<double, const char*> rows[] = {{0.0078125, "0.007812"},
+                                                   {0.0234375, "0.023438"},
+                                                   {infinity, "inf"},
+                                                   {-infinity, "-inf"},
+                                                   {nan, "nan"},
+                                                   {std::copysign(nan, -1.0), "-nan"}};
+    for (const auto& [value, text] : rows) EXPECT_EQ(fixed6(value), text);
     EXPECT_EQ(fixed6(-std::numeric_limits<double>::max()).size(), maxFixed6Length);
 }
 
@@ -175,29 +158,14 @@ TEST(NumberText, StopsAtTheEndItIsGiven)
 
 TEST(NumberText, ReadsIntegersAndSaturates)
 {
-    const struct
-    {
-        const char* text;
-        int32 value;
-        int length;
-    } rows[] = {{"0", 0, 1},
-                {"-17/3", -17, 3},
-                {"+4", 4, 2},
-                {"2147483647", 2147483647, 10},
-                {"2147483648", 2147483647, 10},
-                {"-2147483648", -2147483647 - 1, 11},
-                {"-99999999999999999999999", -2147483647 - 1, 24},
-                {"99999999999999999999999", 2147483647, 23},
-                {"007", 7, 3},
-                {"-", 5, 0},
-                {"", 5, 0},
-                {"x", 5, 0}};
-    for (const auto& row : rows)
+    for (const char* text : {"0", "-17/3", "+4", "2147483647", "2147483648", "-2147483648", "007", "-", "",
+                             "x", "-99999999999999999999999", "99999999999999999999999"})
     {
         int32 value = 5;
-        EXPECT_EQ(parseInt(row.text, row.text + std::strlen(row.text), value) - row.text, row.length)
-            << row.text;
-        EXPECT_EQ(value, row.value) << row.text;
+        char* end = nullptr;
+        const long long expected = std::clamp(std::strtoll(text, &end, 10), -2147483648LL, 2147483647LL);
+        EXPECT_EQ(parseInt(text, text + std::strlen(text), value), end) << text;
+        EXPECT_EQ(value, end == text ? 5 : expected) << text;
     }
 }
 
@@ -224,27 +192,6 @@ TEST(NumberText, PrintsTheShortestTextOfAFloat)
                 {-std::numeric_limits<float>::min(), "-1.1754944e-38"}};
     char text[maxFloatLength];
     for (const auto& row : rows) EXPECT_EQ(std::string(text, printFloat(text, row.value)), row.text);
-
-    std::mt19937_64 random(4);
-    for (int i = 0; i < 200'000; ++i)
-    {
-        const auto value = std::bit_cast<float>(static_cast<uint32>(random()));
-        if (!std::isfinite(value)) continue;
-        const char* end = printFloat(text, value);
-        float back = 0;
-        ASSERT_EQ(parseFloat(text, end, back), end);
-        ASSERT_EQ(std::bit_cast<uint32>(back), std::bit_cast<uint32>(value));
-    }
-}
-
-TEST(NumberText, PrintsIntegers)
-{
-    for (uint64 value : {uint64{0}, uint64{9}, uint64{10}, uint64{99}, uint64{100}, uint64{1234567},
-                         std::numeric_limits<uint64>::max()})
-    {
-        char text[maxUIntLength];
-        EXPECT_EQ(std::string(text, printUInt(text, value)), std::to_string(value));
-    }
 }
 
 TEST(NumberText, KnowsNoLocale)

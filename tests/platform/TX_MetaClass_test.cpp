@@ -10,40 +10,13 @@ namespace tavrix
 TEST(TX_MetaClass, RegisteredTypesHaveDistinctIdentifiers)
 {
     std::set<uint32> identifiers;
-    const TX_MetaClass* const all[] = {&metaClass_TX_UINT8,
-                                       &metaClass_TX_UINT16,
-                                       &metaClass_TX_UINT32,
-                                       &metaClass_TX_UINT64,
-                                       &metaClass_TX_INT32,
-                                       &metaClass_TX_FLOAT,
-                                       &metaClass_TX_DOUBLE,
-                                       &metaClass_TX_BOOL,
-                                       &metaClass_Vector2F,
-                                       &metaClass_Vector3F,
-                                       &metaClass_Vector3D,
-                                       &metaClass_Color4F,
-                                       &metaClass_Wector3F,
-                                       &metaClass_Tuple2_UINT32,
-                                       &metaClass_Tuple3_UINT32,
-                                       &metaClass_Tuple2_IndexFacedge,
-                                       &metaClass_Tuple3_IndexFacedge,
-                                       &metaClass_BlockDesc};
-    for (const TX_MetaClass* c : all)
+    for (const TX_MetaClass* c :
+         {&metaClass_TX_UINT8, &metaClass_TX_UINT16, &metaClass_TX_UINT32, &metaClass_TX_UINT64,
+          &metaClass_TX_INT32, &metaClass_TX_FLOAT, &metaClass_TX_DOUBLE, &metaClass_TX_BOOL,
+          &metaClass_Vector2F, &metaClass_Vector3F, &metaClass_Vector3D, &metaClass_Color4F,
+          &metaClass_Wector3F, &metaClass_Tuple2_UINT32, &metaClass_Tuple3_UINT32,
+          &metaClass_Tuple2_IndexFacedge, &metaClass_Tuple3_IndexFacedge, &metaClass_BlockDesc})
         EXPECT_TRUE(identifiers.insert(c->getIdentifier()).second) << c->getName();
-}
-
-TEST(TX_MetaClass, FindsAncestorsByIdentifierAndByName)
-{
-    static constexpr TX_MetaClass root("Root");
-    static constexpr TX_MetaClass middle("Middle", &root);
-    static constexpr TX_MetaClass leaf("Leaf", &middle);
-    for (const TX_MetaClass* ancestor : {&root, &middle, &leaf})
-    {
-        EXPECT_TRUE(leaf.hasAncestor(ancestor->getIdentifier()));
-        EXPECT_TRUE(leaf.hasAncestor(std::string_view(ancestor->getName())));
-    }
-    EXPECT_FALSE(root.hasAncestor(leaf.getIdentifier()));
-    EXPECT_FALSE(leaf.hasAncestor("leaf"));
 }
 
 }  // namespace tavrix

@@ -15,7 +15,6 @@ SANITIZED = any(mark in PROGRAM.read_bytes() for mark in (b"__asan_init", b"__ts
 LIMIT_SECONDS = 60
 
 on_linux = unittest.skipIf(EMULATOR or os.name != "posix", "only the native system has this")
-not_as_root = unittest.skipIf(os.name == "posix" and os.geteuid() == 0, "root may do everything")
 
 
 def text_file():
@@ -76,6 +75,19 @@ class ProgramTest(unittest.TestCase):
         self.assertEqual(result.returncode, status, result.stderr)
         self.assertEqual(result.stdout, "")
         self.assert_one_line(result.stderr, *words)
+
+    def state(self):
+        """What is in the folder, and when it was changed."""
+        return {path: path.stat().st_mtime_ns for path in self.folder.rglob("*")}
+
+    def assert_all_refused(self, command, cases, **options):
+        """Each case is the arguments as a text, the exit status and the words of the one line that the run ends with;
+        nothing in the folder changes."""
+        before = self.state()
+        for arguments, status, *words in cases:
+            with self.subTest(arguments):
+                self.assert_refused(self.run_program(*command.split(), *arguments.split(), **options), status, *words)
+                self.assertEqual(self.state(), before)
 
 
 def address_space(limit):

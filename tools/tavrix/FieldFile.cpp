@@ -175,11 +175,9 @@ LevelSet readField(const std::string& path, FieldLayout layout, double bytesPerN
     surface.setBand(fieldBand(grid.largestSeparation));
     FileStreamRawBuffered stream;
     stream.openToRead(TX_String(path));
-    if (layout == FieldLayout::Regular)
-        surface.load_useRegularFormat(stream);
-    else
-        surface.load_useSparseFormat(stream);
-    if (stream.close() != FileStatus::ok || surface.getArraySize() != grid.size)
+    const bool isRead = layout == FieldLayout::Regular ? surface.load_useRegularFormat(stream)
+                                                       : surface.load_useSparseFormat(stream);
+    if (stream.close() != FileStatus::ok || !isRead)
         throw Failure(path + ": cannot be read to its end; copy it again");
     const auto& samples = surface.refField().refArrScalars();
     if (!std::all_of(samples.begin(), samples.end(), [](float v) { return std::isfinite(v); }))

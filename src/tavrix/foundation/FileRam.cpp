@@ -6,11 +6,12 @@
 namespace tavrix
 {
 
-FileRam::FileRam() noexcept = default;
+FileRam::FileRam() noexcept { setMovedBytes(0); }
 
 FileRam::FileRam(const void* bytes, std::size_t byteCount)
     : _bytes(static_cast<const unsigned char*>(bytes), static_cast<const unsigned char*>(bytes) + byteCount)
 {
+    setMovedBytes(0);
 }
 
 FileRam::~FileRam() = default;

@@ -6,6 +6,7 @@ namespace tavrix
 FileStreamEndian::FileStreamEndian(std::FILE* file, ByteOrder order) noexcept
     : FileStreamBase(file), _order(order)
 {
+    setMovedBytes(0);
 }
 
 FileStreamEndian::~FileStreamEndian() = default;

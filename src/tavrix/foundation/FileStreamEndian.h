@@ -8,7 +8,8 @@ namespace tavrix
 
 /// A stream over a C file whose single numbers have a byte order of their own. Formats move those through
 /// ReadUInt, WriteUInt, ReadDouble and WriteDouble on the file, in the stream's byte order; `read` and
-/// `write` pass bytes unchanged, so arrays keep the order of the machine that wrote them. A null file is an
+/// `write` pass bytes unchanged, so arrays keep the order of the machine that wrote them, and so does all of
+/// a level set: mesh records are the one format with single numbers in the stream's order. A null file is an
 /// empty stream that takes nothing.
 class TX_GEOMETRY_API FileStreamEndian : public FileStreamBase
 {

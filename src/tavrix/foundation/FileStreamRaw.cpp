@@ -3,7 +3,7 @@
 namespace tavrix
 {
 
-FileStreamRaw::FileStreamRaw(std::FILE* file) noexcept : FileStreamBase(file) {}
+FileStreamRaw::FileStreamRaw(std::FILE* file) noexcept : FileStreamBase(file) { setMovedBytes(0); }
 
 FileStreamRaw::~FileStreamRaw() = default;
 

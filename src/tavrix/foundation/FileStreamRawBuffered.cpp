@@ -3,7 +3,7 @@
 namespace tavrix
 {
 
-FileStreamRawBuffered::FileStreamRawBuffered() noexcept = default;
+FileStreamRawBuffered::FileStreamRawBuffered() noexcept { setMovedBytes(0); }
 
 FileStreamRawBuffered::~FileStreamRawBuffered() = default;
 

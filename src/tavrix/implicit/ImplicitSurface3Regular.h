@@ -183,9 +183,10 @@ public:
                                          uint32 zLow, uint32 zHigh, uint32 threadCount = 1,
                                          CancelCallback callback = nullptr) const override;
 
-    /// Writes the grid (124 bytes), all samples and the surface flags in the byte order of the stream:
-    /// docs/formats.md has the layout. Neither threshold, default value nor neighbour flags are written. The
-    /// stream tells whether all was written.
+    /// Writes the grid (124 bytes), all samples and the surface flags: docs/formats.md has the layout.
+    /// Neither threshold, default value nor neighbour flags are written. Numbers have the byte order of the
+    /// machine through every stream: that of a FileStreamEndian is for mesh records only. The stream tells
+    /// whether all was written.
     void save_useRegularFormat(FileStreamBase& stream) const override;
     void save_useRegularFormat(FileStreamBaseBuffered& stream) const override;
     /// Writes the grid, the samples below the default value and the surface nodes, each list with its count
@@ -193,18 +194,24 @@ public:
     void save_useSparseFormat(FileStreamBase& stream) const override;
     void save_useSparseFormat(FileStreamBaseBuffered& stream) const override;
 
-    /// Reads what save_useRegularFormat wrote; the grid is taken as it stands. Of a stream that ends early,
-    /// the nodes that it did not give are far and no node is flagged. A grid whose counts are not those of
-    /// its sizes or samples, and one of which less than half is there, reads as a surface of no nodes;
-    /// surface flags for another number of nodes are left out. Neighbour flags are cleared.
-    void load_useRegularFormat(FileStreamBase& stream) override;
-    void load_useRegularFormat(FileStreamBaseBuffered& stream) override;
+    /// Reads what save_useRegularFormat wrote, the grid as it stands, and returns whether all was there. What
+    /// a stream gave that ends early stays, and nodes that it did not give have the default value and no
+    /// flag; flag words and bits for other nodes than there are, are left out. Neighbour flags are cleared.
+    ///
+    /// False, and a surface of no nodes: a grid record that is cut off, one whose counts are not the product
+    /// of its sizes or the number of samples, and a grid of more than 2^24 nodes of which less than one
+    /// sample in 64 came, so that no damaged size asks for memory.
+    bool load_useRegularFormat(FileStreamBase& stream) override;
+    bool load_useRegularFormat(FileStreamBaseBuffered& stream) override;
     /// Reads what save_useSparseFormat wrote, with the present default value for what was not stored, so set
-    /// that first; the grid is built anew from sizes, separations and the box's centre. Indices out of range
-    /// are skipped; a stream that ends early leaves what it gave. A grid whose counts are not those of its
-    /// sizes reads as a surface of no nodes. Neighbour flags are cleared.
-    void load_useSparseFormat(FileStreamBase& stream) override;
-    void load_useSparseFormat(FileStreamBaseBuffered& stream) override;
+    /// that first, and returns whether all was there. The grid is built anew from sizes, separations and the
+    /// box's centre. Indices out of range are skipped; what a stream gave that ends early stays. Neighbour
+    /// flags are cleared.
+    ///
+    /// False, and a surface of no nodes: a grid record that is cut off, sizes of more than 2^32 - 1 nodes,
+    /// and of more than 2^24 when the counts in the record are not their product.
+    bool load_useSparseFormat(FileStreamBase& stream) override;
+    bool load_useSparseFormat(FileStreamBaseBuffered& stream) override;
 
     /// Bit of the field's flags word that a load sets.
     enum : uint32
@@ -242,9 +249,9 @@ private:
     template <class Stream>
     void save_useSparseFormat_Imp(Stream& stream) const;
     template <class Stream>
-    void load_useRegularFormat_Imp(Stream& stream);
+    bool load_useRegularFormat_Imp(Stream& stream);
     template <class Stream>
-    void load_useSparseFormat_Imp(Stream& stream);
+    bool load_useSparseFormat_Imp(Stream& stream);
 
     Field _field;
     BitArray _surface, _neighborsPositive, _neighborsNegative;

@@ -1,6 +1,5 @@
 #include <algorithm>
 #include <cstring>
-#include <stdexcept>
 
 #include <tavrix/foundation/detail/StreamElements.h>
 #include <tavrix/foundation/FileStreamBaseBuffered.h>
@@ -33,19 +32,23 @@ void writeGrid(Stream& stream, const GridDescription3<double>& grid)
     writeValue(stream, grid.largestSeparation);
 }
 
-/// True when the counts of nodes are the product of the sizes, as in every record that is whole: that tells
-/// a damaged one before memory is taken for it.
+/// Memory is taken for up to so many nodes, 256 along each axis, when nothing but the sizes speaks for them.
+constexpr uint64 nodesOnTrust = 1u << 24;
+/// The most nodes for each sample that a file which is cut off gives.
+constexpr uint64 nodesPerSample = 64;
+
+/// The product of the sizes, or what of it is already more than a grid can number.
+uint64 nodesOf(const GridDescription3<double>& grid)
+{
+    if (grid.sizeX == 0) return 0;
+    const uint64 plane = uint64{grid.sizeY} * grid.sizeZ;
+    return plane > noIndex ? plane : plane * grid.sizeX;
+}
+
+/// Whether the counts of nodes are the product of the sizes, as in every record that is whole.
 bool hasItsCounts(const GridDescription3<double>& grid)
 {
-    try
-    {
-        return grid.size == GridDescription3<double>::nodeCount(grid.sizeX, grid.sizeY, grid.sizeZ) &&
-               grid.sizeYZ == grid.sizeY * grid.sizeZ;
-    }
-    catch (const std::length_error&)
-    {
-        return false;
-    }
+    return grid.size == nodesOf(grid) && grid.sizeYZ == grid.sizeY * grid.sizeZ;
 }
 
 template <class Stream>
@@ -54,7 +57,7 @@ bool readGrid(Stream& stream, GridDescription3<double>& grid)
     return readWhole(stream, grid.sizeX) && readWhole(stream, grid.sizeY) && readWhole(stream, grid.sizeZ) &&
            readWhole(stream, grid.sizeYZ) && readWhole(stream, grid.size) && readWhole(stream, grid.box) &&
            readWhole(stream, grid.separation) && readWhole(stream, grid.reciprocalSeparation) &&
-           readWhole(stream, grid.largestSeparation) && hasItsCounts(grid);
+           readWhole(stream, grid.largestSeparation);
 }
 
 /// A record of a list, with no gap between its members in the file.
@@ -120,18 +123,15 @@ void writeList(Stream& stream, uint32 end, IsMeant isMeant, Make make)
     if (used > 0) stream.write(block, used);
 }
 
-/// Reads a count and as many records as it says, or those that there are; false when some are missing.
+/// Reads so many records, or those that there are; false when some are missing.
 template <class Record, class Stream, class Use>
-bool readList(Stream& stream, Use use)
+bool readRecords(Stream& stream, uint32 count, Use use)
 {
-    uint32 count;
-    if (!readWhole(stream, count)) return false;
     unsigned char block[recordsAtOnce * Record::bytes];
     for (uint32 done = 0; done < count;)
     {
         const uint32 asked = std::min(recordsAtOnce, count - done);
-        stream.read(block, asked * Record::bytes);
-        const uint32 got = stream.movedBytes() / Record::bytes;
+        const uint32 got = detail::readBytes(stream, block, asked * Record::bytes) / Record::bytes;
         for (uint32 n = 0; n < got; ++n) use(Record::unpack(block + n * Record::bytes));
         if (got < asked) return false;
         done += got;
@@ -139,19 +139,31 @@ bool readList(Stream& stream, Use use)
     return true;
 }
 
-/// Reads flags for so many nodes; none are set when the record is not one for them.
-template <class Stream>
-void readFlags(Stream& stream, BitArray& flags, uint32 nodeCount)
+/// Reads a count and as many records as it says.
+template <class Record, class Stream, class Use>
+bool readList(Stream& stream, Use use)
 {
-    flags.resize(nodeCount);
+    uint32 count;
+    return readWhole(stream, count) && readRecords<Record>(stream, count, use);
+}
+
+/// Reads the flags of the nodes, whose number stays: words and bits beyond them are left out, those that the
+/// record lacks are not set. False when the stream ends before.
+template <class Stream>
+bool readFlags(Stream& stream, BitArray& flags)
+{
     uint32 wordCount, bitCount;
-    Array<uint32> words;
-    if (!readWhole(stream, wordCount) || wordCount != flags.wordCount() ||
-        !detail::readElements(stream, words, wordCount) || !readWhole(stream, bitCount) ||
-        bitCount != nodeCount)
-        return;
-    if (nodeCount % 32 != 0) words.back() &= (1u << nodeCount % 32) - 1;
-    flags.refWords().swap(words);
+    if (!readWhole(stream, wordCount)) return false;
+    Array<uint32>& words = flags.refWords();
+    const uint32 needed = words.size(), taken = std::min(wordCount, needed);
+    const bool isWhole = detail::readElements(stream, words, taken) &&
+                         readRecords<NodeIndex>(stream, wordCount - taken, [](const NodeIndex&) {}) &&
+                         readWhole(stream, bitCount);
+    const uint32 given = words.size();
+    words.resize(needed);
+    std::fill(words.begin() + given, words.end(), 0u);
+    if (flags.size() % 32 != 0) words.back() &= (1u << flags.size() % 32) - 1;
+    return isWhole;
 }
 
 }  // namespace
@@ -185,49 +197,50 @@ void ImplicitSurface3Regular<T>::save_useSparseFormat_Imp(Stream& stream) const
 
 template <class T>
 template <class Stream>
-void ImplicitSurface3Regular<T>::load_useRegularFormat_Imp(Stream& stream)
+bool ImplicitSurface3Regular<T>::load_useRegularFormat_Imp(Stream& stream)
 {
     init_toZeroSize();
     GridDescription3<double> grid;
     uint32 sampleCount;
     Array<T> samples;
-    if (!readGrid(stream, grid) || !readWhole(stream, sampleCount) || sampleCount != grid.size) return;
+    if (!readGrid(stream, grid) || !hasItsCounts(grid) || !readWhole(stream, sampleCount) ||
+        sampleCount != grid.size)
+        return false;
     const bool isWhole = detail::readElements(stream, samples, sampleCount);
-    if (samples.size() < grid.size / 2) return;  // so that memory stays in proportion to the stream
     const uint32 given = samples.size();
+    if (grid.size > std::max(nodesOnTrust, nodesPerSample * given)) return false;
     samples.resize(grid.size);
     std::fill(samples.begin() + given, samples.end(), _defaultValue);
 
     unflag(grid.size);
     _field.adopt(grid, std::move(samples));
     _field.refFlags() |= flagInitialised;
-    if (isWhole) readFlags(stream, _surface, grid.size);
+    return isWhole && readFlags(stream, _surface);
 }
 
 template <class T>
 template <class Stream>
-void ImplicitSurface3Regular<T>::load_useSparseFormat_Imp(Stream& stream)
+bool ImplicitSurface3Regular<T>::load_useSparseFormat_Imp(Stream& stream)
 {
     init_toZeroSize();
     GridDescription3<double> grid;
-    if (!readGrid(stream, grid)) return;
-    unflag(grid.size);
+    if (!readGrid(stream, grid)) return false;
+    const uint64 nodes = nodesOf(grid);
+    if (nodes > (hasItsCounts(grid) ? noIndex : nodesOnTrust)) return false;
+    unflag(static_cast<uint32>(nodes));
     _field.reset(grid.sizeX, grid.sizeY, grid.sizeZ, grid.separation);
     _field.moveTo(grid.box.min + (grid.box.max - grid.box.min) / 2);
     _field.set(_defaultValue);
     _field.refFlags() |= flagInitialised;
-    const bool isWhole = readList<IndexedSample<T>>(stream,
-                                                    [this](const IndexedSample<T>& sample)
-                                                    {
-                                                        if (sample.monoindex < _field.size())
-                                                            _field.set(sample.monoindex, sample.value);
-                                                    });
-    if (isWhole)
-        readList<NodeIndex>(stream,
-                            [this](const NodeIndex& node)
-                            {
-                                if (node.monoindex < _field.size()) _surface.set(node.monoindex);
-                            });
+    const auto setSample = [this](const IndexedSample<T>& sample)
+    {
+        if (sample.monoindex < _field.size()) _field.set(sample.monoindex, sample.value);
+    };
+    const auto flagNode = [this](const NodeIndex& node)
+    {
+        if (node.monoindex < _field.size()) _surface.set(node.monoindex);
+    };
+    return readList<IndexedSample<T>>(stream, setSample) && readList<NodeIndex>(stream, flagNode);
 }
 
 #define TX_DEFINE(Stream)                                                        \
@@ -242,14 +255,14 @@ void ImplicitSurface3Regular<T>::load_useSparseFormat_Imp(Stream& stream)
         save_useSparseFormat_Imp(stream);                                        \
     }                                                                            \
     template <class T>                                                           \
-    void ImplicitSurface3Regular<T>::load_useRegularFormat(Stream& stream)       \
+    bool ImplicitSurface3Regular<T>::load_useRegularFormat(Stream& stream)       \
     {                                                                            \
-        load_useRegularFormat_Imp(stream);                                       \
+        return load_useRegularFormat_Imp(stream);                                \
     }                                                                            \
     template <class T>                                                           \
-    void ImplicitSurface3Regular<T>::load_useSparseFormat(Stream& stream)        \
+    bool ImplicitSurface3Regular<T>::load_useSparseFormat(Stream& stream)        \
     {                                                                            \
-        load_useSparseFormat_Imp(stream);                                        \
+        return load_useSparseFormat_Imp(stream);                                 \
     }
 TX_DEFINE(FileStreamBase)
 TX_DEFINE(FileStreamBaseBuffered)
@@ -258,8 +271,8 @@ TX_DEFINE(FileStreamBaseBuffered)
 #define TX_INSTANTIATE(T, Stream)                                                   \
     template void ImplicitSurface3Regular<T>::save_useRegularFormat(Stream&) const; \
     template void ImplicitSurface3Regular<T>::save_useSparseFormat(Stream&) const;  \
-    template void ImplicitSurface3Regular<T>::load_useRegularFormat(Stream&);       \
-    template void ImplicitSurface3Regular<T>::load_useSparseFormat(Stream&);
+    template bool ImplicitSurface3Regular<T>::load_useRegularFormat(Stream&);       \
+    template bool ImplicitSurface3Regular<T>::load_useSparseFormat(Stream&);
 TX_INSTANTIATE(float, FileStreamBase)
 TX_INSTANTIATE(float, FileStreamBaseBuffered)
 TX_INSTANTIATE(double, FileStreamBase)

@@ -131,7 +131,7 @@ template <class T>
 void ImplicitSurface3Regular<T>::createNeighborsCells()
 {
     unflag(_field.size());
-    if (_field.size() == 0) return;
+    if (_field.size() == 0) return;  // one size may be 0 and the others large
     std::vector<uint8> below(_field.sizeZ());
     for (uint32 i = 0; i + 1 < _field.sizeX(); ++i)
         for (uint32 j = 0; j + 1 < _field.sizeY(); ++j)

@@ -97,7 +97,7 @@ uint32 ImplicitSurface3Regular<T>::redistance(const T& defaultValue, const T& to
     const T far = std::fabs(defaultValue);
     Array<T>& samples = _field.refArrScalars();
     const NearNodes<T> nearNodes(_field.getGrid(), samples.data());
-    std::vector<std::vector<Sample<T>>> planes(_field.sizeX());
+    std::vector<std::vector<Sample<T>>> planes(_field.size() == 0 ? 0 : _field.sizeX());
     parallelFor(planes.size(), threadCount,
                 [&](uint32, uint64 begin, uint64 end)
                 {

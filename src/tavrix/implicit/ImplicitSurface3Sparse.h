@@ -76,15 +76,15 @@ public:
                                          CancelCallback callback = nullptr) const override;
 
     // A sparse surface is neither written nor read: these do nothing, as hosts expect that hold surfaces of
-    // both kinds.
+    // both kinds, and the loads return false.
     void save_useRegularFormat(FileStreamBase&) const override {}
     void save_useRegularFormat(FileStreamBaseBuffered&) const override {}
     void save_useSparseFormat(FileStreamBase&) const override {}
     void save_useSparseFormat(FileStreamBaseBuffered&) const override {}
-    void load_useRegularFormat(FileStreamBase&) override {}
-    void load_useRegularFormat(FileStreamBaseBuffered&) override {}
-    void load_useSparseFormat(FileStreamBase&) override {}
-    void load_useSparseFormat(FileStreamBaseBuffered&) override {}
+    bool load_useRegularFormat(FileStreamBase&) override { return false; }
+    bool load_useRegularFormat(FileStreamBaseBuffered&) override { return false; }
+    bool load_useSparseFormat(FileStreamBase&) override { return false; }
+    bool load_useSparseFormat(FileStreamBaseBuffered&) override { return false; }
 
 private:
     friend class IsosurfaceExtractor3;

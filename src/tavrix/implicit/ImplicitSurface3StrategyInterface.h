@@ -117,15 +117,16 @@ public:
                                                  uint32 threadCount = 1,
                                                  CancelCallback callback = nullptr) const = 0;
 
-    /// Files; see ImplicitSurface3Regular. A sparse surface is neither written nor read.
+    /// Files; see ImplicitSurface3Regular. A load returns whether all was there that the stream should hold,
+    /// which tells a failed one from a surface of no nodes. A sparse surface is neither written nor read.
     virtual void save_useRegularFormat(FileStreamBase& stream) const = 0;
     virtual void save_useRegularFormat(FileStreamBaseBuffered& stream) const = 0;
     virtual void save_useSparseFormat(FileStreamBase& stream) const = 0;
     virtual void save_useSparseFormat(FileStreamBaseBuffered& stream) const = 0;
-    virtual void load_useRegularFormat(FileStreamBase& stream) = 0;
-    virtual void load_useRegularFormat(FileStreamBaseBuffered& stream) = 0;
-    virtual void load_useSparseFormat(FileStreamBase& stream) = 0;
-    virtual void load_useSparseFormat(FileStreamBaseBuffered& stream) = 0;
+    virtual bool load_useRegularFormat(FileStreamBase& stream) = 0;
+    virtual bool load_useRegularFormat(FileStreamBaseBuffered& stream) = 0;
+    virtual bool load_useSparseFormat(FileStreamBase& stream) = 0;
+    virtual bool load_useSparseFormat(FileStreamBaseBuffered& stream) = 0;
 
 protected:
     ImplicitSurface3StrategyInterface() = default;

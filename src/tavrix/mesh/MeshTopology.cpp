@@ -88,7 +88,7 @@ bool hasValidIndices(const Mesh& mesh)
 {
     const bool fits = mesh.trindexNor().empty() || mesh.trindexNor().size() == mesh.getFacesSize();
     return fits && isBelow(mesh.trindexPos(), mesh.getPosSize()) &&
-           isBelow(mesh.trindexNor(), mesh.nor().size());
+           (mesh.nor().empty() || isBelow(mesh.trindexNor(), mesh.nor().size()));
 }
 
 double surfaceArea(const Mesh& mesh)

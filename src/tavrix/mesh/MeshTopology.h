@@ -29,7 +29,8 @@ TX_GEOMETRY_API MeshTopology computeTopology(const Mesh& mesh);
 /// faces). The indices must be valid.
 TX_GEOMETRY_API uint32 countParts(const Mesh& mesh);
 
-/// True when every face names positions and, unless there are no normal triples at all, normals that exist.
+/// True when every face names positions and, unless the mesh has no normals or no normal triples at all,
+/// normals that exist. A mesh whose normals are still to be calculated has none, whatever its triples say.
 TX_GEOMETRY_API bool hasValidIndices(const Mesh& mesh);
 
 /// The sum of the face areas.

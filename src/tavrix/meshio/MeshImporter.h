@@ -9,8 +9,9 @@
 namespace tavrix
 {
 
-/// Reads meshes from formats of other programs that are not written here. Numbers are read as in the "C"
-/// locale, whatever the locale of the process is. It keeps no state: several threads may use it at once.
+/// Reads meshes from formats of other programs that are not written here; success is 0. Numbers are read as
+/// in the "C" locale, whatever the locale of the process is. It keeps no state: several threads may use it at
+/// once.
 class TX_GEOMETRY_API MeshImporter
 {
 public:

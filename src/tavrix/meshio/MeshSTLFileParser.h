@@ -9,11 +9,11 @@
 namespace tavrix
 {
 
-/// Reads and writes STL files, binary and ASCII. STL knows no shared corners: a mesh from a file of N facets
-/// has 3 N positions in file order, one normal a facet, and the faces (0, 1, 2), (3, 4, 5), ...; nothing is
-/// welded. Coordinates that are not finite are kept as they are. Numbers are read and written as in the "C"
-/// locale, whatever the locale of the process is. The parser keeps no state: several threads may use it at
-/// once.
+/// Reads and writes STL files, binary and ASCII; success is 1, unlike the 0 of the other parsers. STL knows
+/// no shared corners: a mesh from a file of N facets has 3 N positions in file order, one normal a facet, and
+/// the faces (0, 1, 2), (3, 4, 5), ...; nothing is welded. Coordinates that are not finite are kept as they
+/// are. Numbers are read and written as in the "C" locale, whatever the locale of the process is. The parser
+/// keeps no state: several threads may use it at once.
 class TX_GEOMETRY_API MeshSTLFileParser
 {
 public:

@@ -9,9 +9,9 @@
 namespace tavrix
 {
 
-/// Reads and writes BIN mesh files: one mesh of single-precision positions, triangles and, if they are there,
-/// texture coordinates with weights and velocities. All numbers are little-endian (docs/formats.md has the
-/// layout). The parser keeps no state: several threads may use it at once.
+/// Reads and writes BIN mesh files; success is 0. They hold one mesh of single-precision positions, triangles
+/// and, if they are there, texture coordinates with weights and velocities. All numbers are little-endian
+/// (docs/formats.md has the layout). The parser keeps no state: several threads may use it at once.
 ///
 /// A mesh carries the channels as extra arrays. Channel "uv": "UV_MAP_0", a `Vector3F` (u, v, 0) per
 /// position, and, when the file has weights, "Weights", as many `float` per position as the one `uint32` of

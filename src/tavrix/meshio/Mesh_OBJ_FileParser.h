@@ -9,10 +9,11 @@
 namespace tavrix
 {
 
-/// Reads and writes Wavefront OBJ text files: positions, texture coordinates, normals, triangles, quads and
-/// groups. Every other statement is skipped. A mesh carries its texture coordinates (u, v, w) as the extra
-/// array "UV_MAP_0", a `Vector3F` per position. Numbers are read and written as in the "C" locale, whatever
-/// the locale of the process is. The parser keeps no state: several threads may use it at once.
+/// Reads and writes Wavefront OBJ text files; success is 0. They hold positions, texture coordinates,
+/// normals, triangles, quads and groups. Every other statement is skipped. A mesh carries its texture
+/// coordinates (u, v, w) as the extra array "UV_MAP_0", a `Vector3F` per position. Numbers are read and
+/// written as in the "C" locale, whatever the locale of the process is. The parser keeps no state: several
+/// threads may use it at once.
 class TX_GEOMETRY_API Mesh_OBJ_FileParser
 {
 public:
@@ -26,9 +27,9 @@ public:
     };
 
     /// Reads a file and appends one mesh per group that has faces to `meshes`, in the order in which the
-    /// groups first appear, named as the group. Faces before the first "g" line, and those behind a "g"
-    /// without a name, belong to "default". Returns 0, or a MeshFileError after which `meshes` is as it was.
-    /// O(file), a few times its numbers in memory.
+    /// groups first appear, named as the group: what stands behind the "g", blanks inside included. Faces
+    /// before the first "g" line, and those behind a "g" without a name, belong to "default". Returns 0, or a
+    /// MeshFileError after which `meshes` is as it was. O(file), a few times its numbers in memory.
     ///
     /// Coordinates are read in single precision; one that is missing is 0. A mesh has the positions that its
     /// faces use, in file order; a position used with several texture coordinates becomes one position for

@@ -49,14 +49,15 @@ std::size_t FileBufferIn::readBuffer(void* destination, std::size_t byteCount)
     std::size_t missing = byteCount;
     while (missing > 0)
     {
-        if (_begin == _end && missing >= _bufferSize)
-        {
-            missing -= readFile(to, missing);
-            break;
-        }
         if (_begin == _end)
         {
-            _begin = 0;
+            // what the buffer held does not end where the file is after this: it is no place to seek back to
+            _begin = _end = 0;
+            if (missing >= _bufferSize)
+            {
+                missing -= readFile(to, missing);
+                break;
+            }
             _end = readFile(_buffer.get(), _bufferSize);
             if (_end == 0) break;
         }

@@ -23,11 +23,21 @@ FileStatus FileBufferOut::open(const TX_String& path, const char* mode, uint32 b
     _fileOffset = 0;
     _file = openFile(path, mode);
     _status = _file ? FileStatus::ok : FileStatus::cannotOpen;
-    if (_file)
-        std::setvbuf(_file, nullptr, _IONBF, 0);
-    else
+    if (!_file)
+    {
         _buffer.reset();
+        return _status;
+    }
+    std::setvbuf(_file, nullptr, _IONBF, 0);
+    _appends = std::strchr(mode, 'a') != nullptr;
+    if (_appends) moveToEnd();
     return _status;
+}
+
+/// Files without positions count from where they were opened.
+void FileBufferOut::moveToEnd() noexcept
+{
+    if (detail::seekFile(_file, 0, SEEK_END)) _fileOffset = detail::tellFile(_file);
 }
 
 bool FileBufferOut::writeFile(const void* source, std::size_t byteCount) noexcept
@@ -48,10 +58,11 @@ bool FileBufferOut::flush() noexcept
 
 std::size_t FileBufferOut::writeBuffer(const void* source, std::size_t byteCount)
 {
-    if (!_file || _status != FileStatus::ok) return 0;
+    if (!_file || _status != FileStatus::ok || byteCount == 0) return 0;
+    if (_appends && _used == 0) moveToEnd();
     if (byteCount > _bufferSize - _used && !flush()) return 0;
     if (byteCount >= _bufferSize) return writeFile(source, byteCount) ? byteCount : 0;
-    if (byteCount > 0) std::memcpy(_buffer.get() + _used, source, byteCount);
+    std::memcpy(_buffer.get() + _used, source, byteCount);
     _used += byteCount;
     return byteCount;
 }

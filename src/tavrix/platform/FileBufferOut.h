@@ -25,8 +25,8 @@ public:
     ~FileBufferOut();
 
     /// Opens the file at a UTF-8 path, closing the one before; `mode` as for std::fopen: "wb" starts an empty
-    /// file, "r+b" writes into one that is there. Returns ok or cannotOpen. The buffer of `bufferSize` bytes
-    /// (at least 1) is the only allocation.
+    /// file, "r+b" writes into one that is there, and "ab" behind its end, wherever one seeks. Returns ok or
+    /// cannotOpen. The buffer of `bufferSize` bytes (at least 1) is the only allocation.
     FileStatus open(const TX_String& path, const char* mode = "wb", uint32 bufferSize = 0x80000);
 
     /// Writes the bytes; the count of bytes taken, `byteCount` or, once the status is not ok, 0. A full disk
@@ -57,12 +57,14 @@ private:
     std::size_t writeNumbers(const Number* values, std::size_t count);
     bool writeFile(const void* source, std::size_t byteCount) noexcept;
     bool flush() noexcept;
+    void moveToEnd() noexcept;
 
     std::FILE* _file = nullptr;
     std::unique_ptr<unsigned char[]> _buffer;
     std::size_t _bufferSize = 0;
     std::size_t _used = 0;  ///< bytes of the buffer that are not in the file yet
     int64 _fileOffset = 0;  ///< position in the file of the buffer's start
+    bool _appends = false;
     FileStatus _status = FileStatus::ok;
 };
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <algorithm>
+#include <cstring>
 
 #include <tavrix/foundation/Array.h>
 
@@ -14,13 +15,33 @@ inline constexpr uint32 maxBytesAtOnce = 1u << 30;
 /// Where a stream does not tell how much it holds, the first bytes of an array for which a count is believed.
 inline constexpr uint32 firstBytes = 1u << 20;
 
+/// Reads bytes and returns how many came. A stream that does not tell has given all of them, zeros where it
+/// touched nothing, unless it left the first ones as they were: then it has ended.
+template <class Stream>
+uint32 readBytes(Stream& stream, void* destination, uint32 byteCount)
+{
+    // 2^32 - 3, and not a number: what no format writes
+    static constexpr unsigned char mark[8] = {0xFD, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF};
+    if (byteCount == 0) return 0;
+    const std::size_t markSize = std::min<std::size_t>(byteCount, sizeof mark);
+    if (!stream.tellsMovedBytes())
+    {
+        std::memset(destination, 0, byteCount);
+        std::memcpy(destination, mark, markSize);
+    }
+    stream.read(destination, byteCount);
+    if (stream.tellsMovedBytes()) return stream.movedBytes();
+    if (std::memcmp(destination, mark, markSize) != 0) return byteCount;
+    std::memset(destination, 0, markSize);
+    return 0;
+}
+
 /// What cannot be read whole keeps what it held; false then.
 template <class Stream, class T>
 bool readWhole(Stream& stream, T& value)
 {
     T read;
-    stream.read(&read, sizeof read);
-    if (stream.movedBytes() != sizeof read) return false;
+    if (readBytes(stream, &read, sizeof read) != sizeof read) return false;
     value = read;
     return true;
 }
@@ -40,8 +61,8 @@ bool readElements(Stream& stream, Array<T>& array, uint32 count)
         if (done == array.size())
             array.resize(static_cast<uint32>(std::min<uint64>(count, 2 * uint64{done})));
         const auto asked = std::min<uint32>(array.size() - done, maxBytesAtOnce / sizeof(T));
-        stream.read(array.data() + done, asked * static_cast<uint32>(sizeof(T)));
-        const auto got = static_cast<uint32>(stream.movedBytes() / sizeof(T));
+        const uint32 bytes = readBytes(stream, array.data() + done, asked * static_cast<uint32>(sizeof(T)));
+        const auto got = static_cast<uint32>(bytes / sizeof(T));
         done += got;
         if (got < asked) break;
     }

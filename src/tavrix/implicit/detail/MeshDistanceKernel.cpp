@@ -189,17 +189,18 @@ inline RowRange clipped(const T* row, const T* slope, const T* offsets, uint32 c
     T low = offsets[0], high = offsets[count - 1];
     const auto cut = [&](T value, T rise)
     {
+        // in this order a quotient that is no number leaves the row as it was
         if (rise > 0)
-            high = smallerOf(high, (limit - value) / rise);
+            high = smallerOf((limit - value) / rise, high);
         else if (rise < 0)
-            low = largerOf(low, (limit - value) / rise);
+            low = largerOf((limit - value) / rise, low);
         else if (value > limit)
             high = low - 1;
     };
     for (uint32 edge = 0; edge < 3; ++edge) cut(row[edge], slope[edge]);
     cut(row[normalForm], slope[normalForm]);
     cut(-row[normalForm], -slope[normalForm]);
-    if (!(low <= high)) return {0, 0};
+    if (!(low - high <= 0)) return {0, 0};  // or all offsets infinite, the face is so far
     const auto before = static_cast<uint32>((low - offsets[0]) * reciprocal);
     const auto after = static_cast<uint32>((high - offsets[0]) * reciprocal) + 3;
     return {before > 0 ? before - 1 : 0, after < count ? after : count};

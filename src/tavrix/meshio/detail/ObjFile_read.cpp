@@ -1,6 +1,6 @@
 #include <tavrix/meshio/detail/ObjFile.h>
+#include <tavrix/meshio/detail/TrimmedText.h>
 #include <tavrix/platform/NumberText.h>
-#include <tavrix/platform/TX_Tokenizer.h>
 
 namespace tavrix::detail
 {
@@ -102,7 +102,7 @@ void ObjFile::readStatement(std::string_view line)
     else if (keyword == "vt")
         _textures.push_back(readVector(rest, end));
     else if (keyword == "g")
-        switchGroup(TX_Tokenizer({rest, static_cast<std::size_t>(end - rest)}).readNextToken());
+        switchGroup(trimmed({rest, static_cast<std::size_t>(end - rest)}));
 }
 
 void ObjFile::switchGroup(std::string_view name)
