@@ -102,61 +102,52 @@ std::vector<ParticleSetter<Value, Coord>> particleSetters()
         const double along = dot(convert<double>(p.normals[n]), d), reach = 2 * double{p.radii[n]};
         return bump(p.weights[n], (dot(d, d) + 3 * along * along) / (reach * reach));
     };
-    return {
-        {"distance", false, false,
-         [](Field& f, const Particles& p, float margin, uint32 threads, CancelCallback callback)
-         { return f.setDistanceField(p.positions, p.radii, margin, threads, callback); },
-         distance},
-        {"metaballs", false, true,
-         [](Field& f, const Particles& p, float margin, uint32 threads, CancelCallback callback)
-         { return f.setMetaballField(p.positions, p.radii, margin, 30, threads, callback); },
-         metaball},
-        {"weighted", false, false,
-         [](Field& f, const Particles& p, float margin, uint32 threads, CancelCallback callback) {
-             return f.setWeigthDistanceField(p.positions, p.radii, p.weights, margin, 1.5f, threads,
-                                             callback);
-         },
-         weighted},
-        {"capped", false, false,
-         [](Field& f, const Particles& p, float margin, uint32 threads, CancelCallback callback)
-         {
-             return f.setWeigthDistanceField(p.positions, p.radii, p.weights, margin, 1.5f, 0.5f, 0.3,
-                                             threads, callback);
-         },
-         capped},
-        {"weighted sum", false, true,
-         [](Field& f, const Particles& p, float margin, uint32 threads, CancelCallback callback) {
-             return f.setWeigthDistanceField_v2(p.positions, p.radii, p.weights, margin, 1.5f, threads,
-                                                callback);
-         },
-         weighted},
-        {"flattened", false, false,
-         [](Field& f, const Particles& p, float margin, uint32 threads, CancelCallback callback)
-         {
-             return f.setWeigthNormalDistanceField(p.positions, p.radii, p.normals, p.weights, margin,
-                                                   threads, callback);
-         },
-         flattened},
-        {"anisotropic", false, true,
-         [](Field& f, const Particles& p, float margin, uint32 threads, CancelCallback callback)
-         { return f.setAnisotropyDistanceField(p.positions, p.radii, margin, {}, threads, callback); },
-         nullptr},
-        {"carved distance", true, false,
-         [](Field& f, const Particles& p, float margin, uint32 threads, CancelCallback callback)
-         { return f.setSubtractiveDistanceField(p.positions, p.radii, margin, threads, callback); },
-         distance},
-        {"carved metaballs", true, true,
-         [](Field& f, const Particles& p, float margin, uint32 threads, CancelCallback callback)
-         { return f.setSubtractiveMetaballField(p.positions, p.radii, margin, 30, threads, callback); },
-         metaball},
-        {"carved weighted", true, false,
-         [](Field& f, const Particles& p, float margin, uint32 threads, CancelCallback callback)
-         {
-             return f.setSubtractiveWeigthDistanceField(p.positions, p.radii, p.weights, margin, 1.5f,
-                                                        threads, callback);
-         },
-         weighted},
+    using Positions = Array<Vector3F>;
+    using Numbers = Array<float>;
+    using Call = decltype(ParticleSetter<Value, Coord>::call);
+    const auto plain =
+        [](bool (Field::*set)(const Positions&, const Numbers&, float, uint32, CancelCallback)) -> Call
+    {
+        return [=](Field& f, const Particles& p, float margin, uint32 threads, CancelCallback callback)
+        { return (f.*set)(p.positions, p.radii, margin, threads, callback); };
     };
+    const auto influenced =
+        [](bool (Field::*set)(const Positions&, const Numbers&, float, float, uint32, CancelCallback)) -> Call
+    {
+        return [=](Field& f, const Particles& p, float margin, uint32 threads, CancelCallback callback)
+        { return (f.*set)(p.positions, p.radii, margin, 30, threads, callback); };
+    };
+    const auto weighing = [](bool (Field::*set)(const Positions&, const Numbers&, const Numbers&, float,
+                                                float, uint32, CancelCallback)) -> Call
+    {
+        return [=](Field& f, const Particles& p, float margin, uint32 threads, CancelCallback callback)
+        { return (f.*set)(p.positions, p.radii, p.weights, margin, 1.5f, threads, callback); };
+    };
+    const Call capping =
+        [](Field& f, const Particles& p, float margin, uint32 threads, CancelCallback callback)
+    {
+        return f.setWeigthDistanceField(p.positions, p.radii, p.weights, margin, 1.5f, 0.5f, 0.3, threads,
+                                        callback);
+    };
+    const Call flattening =
+        [](Field& f, const Particles& p, float margin, uint32 threads, CancelCallback callback)
+    {
+        return f.setWeigthNormalDistanceField(p.positions, p.radii, p.normals, p.weights, margin, threads,
+                                              callback);
+    };
+    const Call anisotropic =
+        [](Field& f, const Particles& p, float margin, uint32 threads, CancelCallback callback)
+    { return f.setAnisotropyDistanceField(p.positions, p.radii, margin, {}, threads, callback); };
+    return {{"distance", false, false, plain(&Field::setDistanceField), distance},
+            {"metaballs", false, true, influenced(&Field::setMetaballField), metaball},
+            {"weighted", false, false, weighing(&Field::setWeigthDistanceField), weighted},
+            {"capped", false, false, capping, capped},
+            {"weighted sum", false, true, weighing(&Field::setWeigthDistanceField_v2), weighted},
+            {"flattened", false, false, flattening, flattened},
+            {"anisotropic", false, true, anisotropic, nullptr},
+            {"carved distance", true, false, plain(&Field::setSubtractiveDistanceField), distance},
+            {"carved metaballs", true, true, influenced(&Field::setSubtractiveMetaballField), metaball},
+            {"carved weighted", true, false, weighing(&Field::setSubtractiveWeigthDistanceField), weighted}};
 }
 
 /// Callbacks that count polls: to the last one, and down to the one that stops.

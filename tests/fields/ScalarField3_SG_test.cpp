@@ -346,30 +346,6 @@ TEST(ScalarField3_SG, WritesMakeTheTilesThatHoldTheNode)
         }
 }
 
-TEST(ScalarField3_SG, ANewTileAgreesWithStoredNeighbours)
-{
-    Tiled field;
-    field.reset(20, 20, 20, 1.0);
-    const Index3 corner{1, 1, 1};
-    const uint32 places[][2] = {{0, 511}, {1, 504 + 1}, {5 * 8 + 6, 7 * 64 + 5 * 8 + 6}};  // here and before
-    const Index3 before[] = {{0, 0, 0}, {0, 0, 1}, {0, 1, 1}};
-    for (const uint32 n : {0u, 1u, 2u})
-        field.refTile_alloc(field.getTileMonoindex(corner, INDEXES_TILE_SPACE))[places[n][0]] = 5;
-    for (const uint32 n : {0u, 1u, 2u})
-    {
-        const uint32 tile = field.getTileMonoindex(before[n], INDEXES_TILE_SPACE);
-        EXPECT_TRUE(field.createTile(tile));
-        EXPECT_FALSE(field.createTile(tile));
-        EXPECT_EQ((*field.getTile(tile))[places[n][1]], 5.0f);
-    }
-    Dense dense;
-    dense.reset(20, 20, 20, 1.0);
-    dense.copyScalars(field);
-    EXPECT_EQ(dense.get(7, 7, 7) + dense.get(7, 7, 8) + dense.get(7, 12, 13), 15.0f);
-    field.adjustCoarse_b3b();
-    expectSameSamples(field, dense);
-}
-
 TEST(ScalarField3_SG, SizesAreCheckedBeforeAnythingChanges)
 {
     Tiled field;

@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <memory>
 #include <random>
 #include <set>
 
@@ -173,61 +172,4 @@ TEST(ScalarField3, SignaturesSeeEveryChange)
     EXPECT_NE(moved.computeSignature_v3(), field.computeSignature_v3());
     EXPECT_EQ(reshaped.computeSignature_v1(), field.computeSignature_v1());
     EXPECT_NE(reshaped.computeSignature_v2(), field.computeSignature_v2());
-}
-
-namespace
-{
-
-struct Log
-{
-    int created = 0, destroyed = 0, rendered = 0;
-};
-
-class LoggingObject : public ScalarField3_RL
-{
-public:
-    explicit LoggingObject(Log& log) : _log(log) { ++_log.created; }
-    ~LoggingObject() override { ++_log.destroyed; }
-    void initialize(uint32, uint32, uint32) override {}
-    void render() override { ++_log.rendered; }
-    void render(const Color4F&) override { ++_log.rendered; }
-
-private:
-    Log& _log;
-};
-
-class LoggingFactory : public ScalarField3_RL_factory
-{
-public:
-    ScalarField3_RL* create() override { return new LoggingObject(log); }
-    Log log;
-};
-
-}  // namespace
-
-TEST(ScalarField3, HandsDrawingToTheHost)
-{
-    LoggingFactory factory;
-    FactoryOwnerT<ScalarField3_RL_factory>::setFactory(&factory);
-    {
-        Field field;
-        field.render();
-        EXPECT_EQ(field.getScalarField3_RL(), nullptr);
-        field.initializeRenderContext(1, 2, 3);
-        field.render();
-        field.render({1, 0, 0, 1});
-        const Field copy(field);
-        EXPECT_EQ(copy.getScalarField3_RL(), nullptr);
-    }
-    FactoryOwnerT<ScalarField3_RL_factory>::setFactory(nullptr);
-    EXPECT_EQ(factory.log.created, 1);
-    EXPECT_EQ(factory.log.destroyed, 1);
-    EXPECT_EQ(factory.log.rendered, 2);
-
-    Field field;
-    field.initializeRenderContext(1, 1, 1);
-    EXPECT_NE(field.getScalarField3_RL(), nullptr);
-    field.render();
-    field.destroyRenderContext();
-    EXPECT_EQ(field.getScalarField3_RL(), nullptr);
 }
