@@ -69,6 +69,7 @@
 #include <tavrix/particles/Particle_v2.h>
 #include <tavrix/particles/ParticleChannel_v2.h>
 #include <tavrix/particles/ParticleChannelChunkData_v2.h>
+#include <tavrix/particles/ParticleChannelType.h>
 #include <tavrix/particles/ParticleNeighbours.h>
 #include <tavrix/particles/ParticleSpacing.h>
 #include <tavrix/particles/ParticleSystem_v2.h>
@@ -83,6 +84,7 @@
 #include <tavrix/fields/ScalarField3_base.h>
 #include <tavrix/fields/ScalarField3_SG.h>
 #include <tavrix/fields/ScalarField3Parent.h>
+#include <tavrix/fields/ScalarFieldModes.h>
 #include <tavrix/fields/TileGrid3.h>
 #include <tavrix/fields/Vector3Field3.h>
 
@@ -98,6 +100,7 @@
 #include <tavrix/meshio/MeshFileParser.h>
 #include <tavrix/meshio/MeshImporter.h>
 #include <tavrix/meshio/MeshSTLFileParser.h>
+#include <tavrix/meshio/ObjReadingMode.h>
 
 #include <tavrix/reconstruction/ReconstructionSettings.h>
 #include <tavrix/reconstruction/SurfaceReconstruction.h>

@@ -1,5 +1,6 @@
 #include <tavrix/fields/detail/NodeDerivatives.h>
 #include <tavrix/fields/detail/NodeSamples.h>
+#include <tavrix/fields/ScalarField3_base.h>
 #include <tavrix/fields/Vector3Field3.h>
 #include <tavrix/foundation/ParallelFor.h>
 #include <tavrix/mesh/Mesh.h>

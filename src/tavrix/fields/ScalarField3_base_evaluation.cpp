@@ -2,6 +2,7 @@
 
 #include <tavrix/fields/detail/NodeSamples.h>
 #include <tavrix/fields/detail/PointCell.h>
+#include <tavrix/fields/ScalarField3_base.h>
 
 namespace tavrix
 {

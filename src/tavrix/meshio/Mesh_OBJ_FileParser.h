@@ -3,6 +3,7 @@
 #include <tavrix/foundation/ArrayOfPtr.h>
 #include <tavrix/mesh/Mesh.h>
 #include <tavrix/meshio/MeshFileParser.h>
+#include <tavrix/meshio/ObjReadingMode.h>
 #include <tavrix/platform/Export.h>
 #include <tavrix/platform/TX_String.h>
 
@@ -17,14 +18,7 @@ namespace tavrix
 class TX_GEOMETRY_API Mesh_OBJ_FileParser
 {
 public:
-    /// What a "g" line does.
-    enum class ReadingMode
-    {
-        groupByName = 0,  ///< goes on with the group of that name, a new one when there is none
-        groupByLine =
-            1,        ///< starts a new group, named name_0, name_1, ... by one running number for the file
-        oneGroup = 2  ///< nothing: the whole file is the group "default"
-    };
+    using ReadingMode = ObjReadingMode;
 
     /// Reads a file and appends one mesh per group that has faces to `meshes`, in the order in which the
     /// groups first appear, named as the group: what stands behind the "g", blanks inside included. Faces

@@ -5,6 +5,7 @@
 #include <tavrix/foundation/Color4.h>
 #include <tavrix/foundation/Vector2.h>
 #include <tavrix/foundation/Vector3.h>
+#include <tavrix/particles/ParticleChannelType.h>
 #include <tavrix/platform/Export.h>
 #include <tavrix/platform/TX_MetaClass.h>
 #include <tavrix/platform/TX_String.h>
@@ -71,24 +72,7 @@ private:
 class TX_GEOMETRY_API ParticleChannel_v2
 {
 public:
-    /// The stored types, named as the accessors' suffixes; 0 and anything above 12 is no type. Vector3F,
-    /// Vector3D, Vector2F and Color4F are the aggregates of those names, BOOL is bool, FLOAT float, DOUBLE
-    /// double, and the integers have the bits that their name says.
-    enum class Type : uint32
-    {
-        Vector3F = 1,
-        Vector3D = 2,
-        Vector2F = 3,
-        UINT64 = 4,
-        UINT16 = 5,
-        UINT8 = 6,
-        INT32 = 7,
-        BOOL = 8,
-        FLOAT = 9,
-        DOUBLE = 10,
-        Color4F = 11,
-        UINT32 = 12
-    };
+    using Type = ParticleChannelType;
 
     /// A channel whose default value is zero in every component; of a colour, opaque black. A type that is
     /// none makes an invalid channel without a default value.

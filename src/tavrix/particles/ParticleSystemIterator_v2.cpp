@@ -1,24 +1,9 @@
 #include <tavrix/particles/ParticleSystemIterator_v2.h>
 
-#include <tavrix/particles/ParticleSystem_v2.h>
-
 namespace tavrix
 {
 
 ParticleSystemIterator_v2::~ParticleSystemIterator_v2() = default;
-
-void ParticleSystemConstIterator_v2::setBegin(const ParticleSystem_v2& system)
-{
-    _system = &system;
-    system.findFirstNotReleasedEntry(_chunk, _index);
-}
-
-void ParticleSystemConstIterator_v2::setEnd(const ParticleSystem_v2& system)
-{
-    _system = &system;
-    _chunk = system.getChunks().end();
-    _index = noIndex;
-}
 
 Particle_v2 ParticleSystemConstIterator_v2::operator*() const
 {

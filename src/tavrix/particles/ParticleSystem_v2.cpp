@@ -9,7 +9,7 @@
 namespace tavrix
 {
 
-ParticleSystem_v2::ParticleSystem_v2() : _storage(std::make_shared<Storage>())
+ParticleSystem_v2::ParticleSystem_v2() : _storage(std::make_shared<detail::ParticleStorage>())
 {
     addChannel("position", ParticleChannel_v2::Type::Vector3F);
     addChannel("velocity", ParticleChannel_v2::Type::Vector3F);
@@ -264,6 +264,21 @@ void ParticleSystem_v2::render() const
 void ParticleSystem_v2::render(const Color4F& color) const
 {
     if (_renderObject) _renderObject->render(*this, color);
+}
+
+// Where an iterator begins and ends is the system's to say, so these two lie here.
+
+void ParticleSystemConstIterator_v2::setBegin(const ParticleSystem_v2& system)
+{
+    _system = &system;
+    system.findFirstNotReleasedEntry(_chunk, _index);
+}
+
+void ParticleSystemConstIterator_v2::setEnd(const ParticleSystem_v2& system)
+{
+    _system = &system;
+    _chunk = system.getChunks().end();
+    _index = noIndex;
 }
 
 }  // namespace tavrix

@@ -11,6 +11,10 @@ namespace tavrix
 {
 
 class ParticleSystem_v3;
+namespace detail
+{
+struct ParticleStorage;
+}
 
 /// The number of live particles of each chunk, in list order: those of chunk k are elements 0 to count[k] - 1
 /// of each of its channel arrays.
@@ -151,7 +155,6 @@ public:
 private:
     friend class ParticleSystemConstIterator_v2;
     using ChunkNode = List<ParticleSystemChunk_v2>::Node;
-    struct Storage;
 
     ChunkNode* createChunk();
     void addChannels(ParticleSystemChunk_v2& chunk) const;
@@ -164,7 +167,7 @@ private:
     void findFirstNotReleasedEntry(IteratorList<ParticleSystemChunk_v2>& chunk, uint32& index) const;
     void createParticlesArray();
 
-    std::shared_ptr<Storage> _storage;
+    std::shared_ptr<detail::ParticleStorage> _storage;
     Box3F _bbox = Box3F::empty();
     Array<Particle_v2> _particlesArray;
     uint64 _arrayRevision = 0;  ///< of the storage when the array was made; it never is 0 there

@@ -4,7 +4,7 @@
 #include <cmath>
 
 #include <tavrix/fields/detail/PointCell.h>
-#include <tavrix/fields/ScalarField3_base.h>
+#include <tavrix/fields/ScalarFieldModes.h>
 
 namespace tavrix::detail
 {

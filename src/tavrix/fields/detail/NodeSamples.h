@@ -1,6 +1,7 @@
 #pragma once
 
-#include <tavrix/fields/ScalarField3_base.h>
+#include <tavrix/fields/GridDescription3.h>
+#include <tavrix/foundation/Array.h>
 
 // Samples by node, whatever the storage: what evaluation and derivatives are templates over. Besides
 // samples(i, j, k) they give whole rows along z, of which up to five are asked for at a time.
@@ -21,13 +22,13 @@ struct ArraySamples
     const Value* row(uint32 i, uint32 j, Array<Value>&) const { return values + grid.getMonoindex(i, j, 0); }
 };
 
-/// Samples behind the virtual accessor.
-template <class Value, class Coord>
+/// Samples behind the virtual accessor of a ScalarField3_base<Value, Coord>.
+template <template <class, class> class Field, class Value, class Coord>
 struct FieldSamples
 {
     using ValueType = Value;
 
-    const ScalarField3_base<Value, Coord>& field;
+    const Field<Value, Coord>& field;
 
     Value operator()(uint32 i, uint32 j, uint32 k) const { return field.get(Index3{i, j, k}); }
     const Value* row(uint32 i, uint32 j, Array<Value>& buffer) const
@@ -39,12 +40,12 @@ struct FieldSamples
 };
 
 /// use(samples) with the cheapest samples that the field has.
-template <class Value, class Coord, class Use>
-auto withSamples(const ScalarField3_base<Value, Coord>& field, Use use)
+template <template <class, class> class Field, class Value, class Coord, class Use>
+auto withSamples(const Field<Value, Coord>& field, Use use)
 {
     if (const Value* values = field.getDenseSamples())
         return use(ArraySamples<Value, Coord>{field.getGrid(), values});
-    return use(FieldSamples<Value, Coord>{field});
+    return use(FieldSamples<Field, Value, Coord>{field});
 }
 
 }  // namespace tavrix::detail

@@ -11,7 +11,7 @@
 #include <tavrix/foundation/Vector3.h>
 #include <tavrix/mesh/Mesh.h>
 #include <tavrix/meshio/detail/TextLines.h>
-#include <tavrix/meshio/Mesh_OBJ_FileParser.h>
+#include <tavrix/meshio/ObjReadingMode.h>
 
 namespace tavrix::detail
 {
@@ -42,7 +42,7 @@ struct ObjGroup
 class ObjFile
 {
 public:
-    explicit ObjFile(Mesh_OBJ_FileParser::ReadingMode mode);
+    explicit ObjFile(ObjReadingMode mode);
 
     /// Reads every line and collects elements, and faces by group.
     void ObjFirstPass(TextLines& lines);
@@ -60,7 +60,7 @@ private:
     ObjGroup* addGroup(std::string name);
     void dropFacesWithoutPosition(ObjGroup& group) const;
 
-    Mesh_OBJ_FileParser::ReadingMode _mode;
+    ObjReadingMode _mode;
     std::vector<Vector3F> _positions, _textures, _normals;
     std::vector<std::unique_ptr<ObjGroup>> _groups;
     std::unordered_map<std::string, ObjGroup*> _groupByName;

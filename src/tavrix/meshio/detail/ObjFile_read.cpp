@@ -8,7 +8,7 @@ namespace tavrix::detail
 namespace
 {
 
-using ReadingMode = Mesh_OBJ_FileParser::ReadingMode;
+using ReadingMode = ObjReadingMode;
 
 /// An index that no file has an element for, and that does not mean "none".
 constexpr uint32 badIndex = noIndex - 1;

@@ -2,7 +2,11 @@
 
 #include <type_traits>
 
-#include <tavrix/particles/ParticleChannelChunkData_v2.h>
+#include <tavrix/foundation/Color4.h>
+#include <tavrix/foundation/Vector2.h>
+#include <tavrix/foundation/Vector3.h>
+#include <tavrix/particles/ParticleChannelType.h>
+#include <tavrix/platform/TX_MetaClass.h>
 
 namespace tavrix::detail
 {
@@ -26,29 +30,34 @@ namespace tavrix::detail
 template <class T>
 struct ParticleChannelTraits;
 
-#define TX_DEFINE_TRAITS(T, suffix, registered)                                                          \
-    template <>                                                                                          \
-    struct ParticleChannelTraits<T>                                                                      \
-    {                                                                                                    \
-        static constexpr auto type = ParticleChannel_v2::Type::suffix;                                   \
-        static const TX_MetaClass& metaClass() { return metaClass_##registered; }                        \
-        static T* data(ParticleChannelChunkDataConcept_v2& values) { return values.getData_##suffix(); } \
-        static T defaultOf(const ParticleChannelDefaultValue_v2& value)                                  \
-        {                                                                                                \
-            return value.getValue_##suffix();                                                            \
-        }                                                                                                \
+#define TX_DEFINE_TRAITS(T, suffix, registered)                                   \
+    template <>                                                                   \
+    struct ParticleChannelTraits<T>                                               \
+    {                                                                             \
+        static constexpr auto type = ParticleChannelType::suffix;                 \
+        static const TX_MetaClass& metaClass() { return metaClass_##registered; } \
+        template <class ChunkData>                                                \
+        static T* data(ChunkData& values)                                         \
+        {                                                                         \
+            return values.getData_##suffix();                                     \
+        }                                                                         \
+        template <class DefaultValue>                                             \
+        static T defaultOf(const DefaultValue& value)                             \
+        {                                                                         \
+            return value.getValue_##suffix();                                     \
+        }                                                                         \
     };
 TX_FOR_EACH_PARTICLE_CHANNEL_TYPE(TX_DEFINE_TRAITS)
 #undef TX_DEFINE_TRAITS
 
 /// Calls visit(std::type_identity<T>) with the C++ type of a valid channel type.
 template <class Visit>
-decltype(auto) visitParticleChannelType(ParticleChannel_v2::Type type, const Visit& visit)
+decltype(auto) visitParticleChannelType(ParticleChannelType type, const Visit& visit)
 {
     switch (type)
     {
 #define TX_VISIT_TYPE(T, suffix, registered) \
-    case ParticleChannel_v2::Type::suffix:   \
+    case ParticleChannelType::suffix:        \
         return visit(std::type_identity<T>{});
         TX_FOR_EACH_PARTICLE_CHANNEL_TYPE(TX_VISIT_TYPE)
 #undef TX_VISIT_TYPE

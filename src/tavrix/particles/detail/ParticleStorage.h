@@ -4,13 +4,16 @@
 #include <memory>
 #include <vector>
 
-#include <tavrix/particles/ParticleSystem_v2.h>
+#include <tavrix/foundation/ArrayOfPtr.h>
+#include <tavrix/foundation/List.h>
+#include <tavrix/particles/ParticleChannel_v2.h>
+#include <tavrix/particles/ParticleSystemChunk_v2.h>
 
-namespace tavrix
+namespace tavrix::detail
 {
 
-/// What a system shares with its copies.
-struct ParticleSystem_v2::Storage
+/// What a particle system shares with its copies.
+struct ParticleStorage
 {
     List<ParticleSystemChunk_v2> chunks;
     /// By chunk id. Ids may come twice; an entry never outlives its chunk, as each chunk that dies takes away
@@ -25,9 +28,6 @@ struct ParticleSystem_v2::Storage
     std::vector<std::unique_ptr<ParticleChannel_v2>> channelRecords;
     uint64 revision = 1;  ///< counts whatever makes handles outdated
 };
-
-namespace detail
-{
 
 /// Calls visit(chunk, entry) for every live particle in iteration order.
 template <class Visit>
@@ -49,6 +49,4 @@ void forEachValue(const List<ParticleSystemChunk_v2>& chunks, uint32 channelId, 
                 if (!entry.released) visit(values[entry.slot]);
 }
 
-}  // namespace detail
-
-}  // namespace tavrix
+}  // namespace tavrix::detail
