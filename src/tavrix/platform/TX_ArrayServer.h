@@ -1,7 +1,9 @@
 #pragma once
 
 #include <concepts>
+#include <functional>
 #include <memory>
+#include <span>
 #include <typeinfo>
 #include <utility>
 
@@ -59,6 +61,15 @@ public:
     /// have one type.
     bool copyContents(ArrayHandle destination, ArrayHandle source);
 
+    /// A new array of the same type, with one reference, that holds the groups of `stride` elements with
+    /// these numbers. goOn() is asked every some thousand groups. None when it answers false, when there is
+    /// no such array, or when its container knows no resize and no index.
+    ArrayHandle gather(ArrayHandle source, std::span<const uint32> numbers, uint32 stride,
+                       const std::function<bool()>& goOn);
+
+    /// Exchanges the contents of two arrays. False, and nothing done, unless both exist and have one type.
+    bool swapContents(ArrayHandle a, ArrayHandle b);
+
     /// Number of elements of the array; 0 when there is no such array.
     uint32 size(ArrayHandle handle) const noexcept;
 
@@ -75,6 +86,9 @@ private:
         virtual ~AnyBox() = default;
         virtual std::unique_ptr<AnyBox> clone() const = 0;
         virtual void assign(const AnyBox& other) = 0;
+        virtual void swap(AnyBox& other) = 0;
+        virtual std::unique_ptr<AnyBox> gather(std::span<const uint32> numbers, uint32 stride,
+                                               const std::function<bool()>& goOn) const = 0;
         virtual uint32 size() const noexcept = 0;
 
         const std::type_info* type;
@@ -90,6 +104,28 @@ private:
         }
         std::unique_ptr<AnyBox> clone() const override { return std::make_unique<Box>(array); }
         void assign(const AnyBox& other) override { array = static_cast<const Box&>(other).array; }
+        void swap(AnyBox& other) override { std::swap(array, static_cast<Box&>(other).array); }
+        std::unique_ptr<AnyBox> gather(std::span<const uint32> numbers, uint32 stride,
+                                       const std::function<bool()>& goOn) const override
+        {
+            if constexpr (requires(A a) {
+                              a.resize(0u);
+                              a[0] = a[0];
+                          })
+            {
+                auto gathered = std::make_unique<Box>();
+                gathered->array.resize(static_cast<uint32>(numbers.size() * stride));
+                for (std::size_t n = 0; n < numbers.size(); ++n)
+                {
+                    if (n % 0x10000 == 0 && !goOn()) return nullptr;
+                    for (uint32 e = 0; e < stride; ++e)
+                        gathered->array[n * stride + e] = array[std::size_t{numbers[n]} * stride + e];
+                }
+                return gathered;
+            }
+            else
+                return nullptr;
+        }
         uint32 size() const noexcept override { return static_cast<uint32>(array.size()); }
 
         A array;
