@@ -74,6 +74,10 @@ public:
     /// The stored types, named as the accessors' suffixes; 0 and anything above 12 is no type. Vector3F,
     /// Vector3D, Vector2F and Color4F are the aggregates of those names, BOOL is bool, FLOAT float, DOUBLE
     /// double, and the integers have the bits that their name says.
+#if defined(__GNUC__) && !defined(__clang__)
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wshadow"  // of scoped names, which hide nothing
+#endif
     enum class Type : uint32
     {
         Vector3F = 1,
@@ -89,6 +93,9 @@ public:
         Color4F = 11,
         UINT32 = 12
     };
+#if defined(__GNUC__) && !defined(__clang__)
+#pragma GCC diagnostic pop
+#endif
 
     /// A channel whose default value is zero in every component; of a colour, opaque black. A type that is
     /// none makes an invalid channel without a default value.

@@ -4,10 +4,10 @@
 #include <functional>
 #include <memory>
 #include <span>
-#include <typeinfo>
 #include <utility>
 
 #include <tavrix/platform/ArrayHandle.h>
+#include <tavrix/platform/ArrayType.h>
 #include <tavrix/platform/Export.h>
 
 namespace tavrix
@@ -43,7 +43,7 @@ public:
     A* get(ArrayHandle handle) const noexcept
     {
         AnyBox* box = find(handle);
-        return box && *box->type == typeid(A) ? &static_cast<Box<A>*>(box)->array : nullptr;
+        return box && *box->type == arrayType<A>() ? &static_cast<Box<A>*>(box)->array : nullptr;
     }
 
     /// Takes one more reference and returns the same handle (a shallow copy); none when there is no such
@@ -99,7 +99,7 @@ private:
     {
         template <class... Arguments>
         explicit Box(Arguments&&... arguments)
-            : AnyBox(typeid(A)), array(std::forward<Arguments>(arguments)...)
+            : AnyBox(arrayType<A>()), array(std::forward<Arguments>(arguments)...)
         {
         }
         std::unique_ptr<AnyBox> clone() const override { return std::make_unique<Box>(array); }
