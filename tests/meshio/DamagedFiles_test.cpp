@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <DamagedFiles.h>
+#include <Polls.h>
 #include <tavrix/tavrix.h>
 #include <TestFolder.h>
 
@@ -233,6 +234,28 @@ TEST(DamagedFiles, AreReadWithinReason)
             reader.file, [&](const std::string& bytes)
             { ASSERT_LE(reader.read(folder.write("f", bytes)), 8 * bytes.size() + 2048) << reader.name; });
     }
+}
+
+TEST(Polling, StopsEveryWriter)
+{
+    Mesh mesh = makeMesh();
+    for (uint32 n = 0; n < 16; ++n) mesh.addMesh(mesh);
+    const auto& bin = MeshFileParser<Mesh_BIN_FileParser>::instance();
+    const auto& obj = MeshFileParser<Mesh_OBJ_FileParser>::instance();
+    const auto& stl = MeshFileParser<MeshSTLFileParser>::instance();
+    const TestFolder folder;
+    const TX_String path = folder.file("f");
+    int result = 0;
+    const std::function<int(CancelCallback)> writers[] = {
+        [&](CancelCallback c) { return bin.write(path, mesh, c); },
+        [&](CancelCallback c) { return obj.write(path, mesh, c); },
+        [&](CancelCallback c) { return stl.write(path, mesh, MeshSTLFileParser::Encoding::binary, c); },
+        [&](CancelCallback c) { return stl.write(path, mesh, MeshSTLFileParser::Encoding::ascii, c); }};
+    for (const auto& write : writers)
+        EXPECT_GT(test::stopAtPolls(
+                      4, [&](CancelCallback c) { return (result = write(c)) >= 0; },
+                      [&] { EXPECT_EQ(result, meshFileStopped); }),
+                  20);
 }
 
 #if defined(__linux__)

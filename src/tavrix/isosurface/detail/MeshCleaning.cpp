@@ -66,9 +66,14 @@ std::vector<uint32> findCollapsedFaces(const Array<Index3>& faces, uint32 thread
               {
                   const auto low = static_cast<uint32>(uint64{faces.size()} * w / workers);
                   const auto high = static_cast<uint32>(uint64{faces.size()} * (w + 1) / workers);
-                  PollCounter looked(polling, lightItems);
-                  for (uint32 f = low; f < high && looked.add(1); ++f)
-                      if (collapsed(faces[f])) found[w].push_back(f);
+                  for (uint32 begin = low; begin < high;)
+                  {
+                      const uint32 end = begin + std::min<uint32>(lightItems, high - begin);
+                      for (uint32 f = begin; f < end; ++f)
+                          if (collapsed(faces[f])) found[w].push_back(f);
+                      if (!polling.goOn()) return;
+                      begin = end;
+                  }
               });
     std::vector<uint32> all;
     for (const auto& list : found) all.insert(all.end(), list.begin(), list.end());

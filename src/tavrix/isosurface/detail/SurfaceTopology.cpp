@@ -100,7 +100,10 @@ struct Builder
 
     uint32 slabCount() const { return cells.high.a - cells.low.a; }
 
+    template <class Work>
+    bool forEachRow(Work work);
     bool countSlabs();
+    void countRows(uint32 slab, uint32 begin, uint32 end);
     bool placeSlabs();
     bool fillSlabs();
     void fillSlabRange(uint32 begin, uint32 end);
@@ -108,31 +111,48 @@ struct Builder
     bool numberByBucket();
 };
 
+/// Calls work(begin, end) for the rows of cells of a slab, some between two polls; false when stopped.
+template <class Work>
+bool Builder::forEachRow(Work work)
+{
+    const auto rowsPerPoll = static_cast<uint32>(std::max<uint64>(nodesPerPoll / grid.sizeZ, 1));
+    for (uint32 begin = cells.low.b; begin < cells.high.b;)
+    {
+        const uint32 end = begin + std::min(rowsPerPoll, cells.high.b - begin);
+        work(begin, end);
+        if (!polling.goOn()) return false;
+        begin = end;
+    }
+    return true;
+}
+
 bool Builder::countSlabs()
 {
     slabs.assign(std::size_t{slabCount()} + 1, {0, 0});
     return polledFor(polling, slabCount(), threadCount,
                      [&](uint32, uint64 begin, uint64 end)
                      {
-                         PollCounter nodes(polling, nodesPerPoll);
                          for (uint64 s = begin; s < end; ++s)
-                         {
-                             const uint32 i = cells.low.a + static_cast<uint32>(s);
-                             SlabCount count{0, 0};
-                             for (uint32 j = cells.low.b; j < cells.high.b; ++j)
-                             {
-                                 forEachCrossedCell(
-                                     signs, i, j, cells.low.c, cells.high.c,
-                                     [&](uint32 k, uint32 index)
-                                     {
-                                         count.faces += marchingCubesCases[index].triangleCount;
-                                         count.vertices += ownedEdgeCounts[firstAlong(i, j, k)][index];
-                                     });
-                                 if (!nodes.add(grid.sizeZ)) return;
-                             }
-                             slabs[s] = count;
-                         }
+                             if (!forEachRow([&](uint32 low, uint32 high)
+                                             { countRows(static_cast<uint32>(s), low, high); }))
+                                 return;
                      });
+}
+
+/// Adds what the rows of cells give to the counts of their slab.
+void Builder::countRows(uint32 slab, uint32 begin, uint32 end)
+{
+    const uint32 i = cells.low.a + slab;
+    SlabCount count{0, 0};
+    for (uint32 j = begin; j < end; ++j)
+        forEachCrossedCell(signs, i, j, cells.low.c, cells.high.c,
+                           [&](uint32 k, uint32 index)
+                           {
+                               count.faces += marchingCubesCases[index].triangleCount;
+                               count.vertices += ownedEdgeCounts[firstAlong(i, j, k)][index];
+                           });
+    slabs[slab].faces += count.faces;
+    slabs[slab].vertices += count.vertices;
 }
 
 /// Turns the counts into places and makes room for the output; false when there is no surface of two faces.
@@ -196,23 +216,19 @@ public:
     {
     }
 
-    /// Numbers the edges that the cells own; with `write`, also writes their keys and the faces. False when
-    /// the polling stopped it.
+    /// Numbers the edges that the cells of these rows own; with `write`, also writes their keys and the
+    /// faces.
     template <bool write>
-    bool run(PollCounter& nodes)
+    void run(uint32 begin, uint32 end)
     {
         const CellRange& cells = _builder.cells;
-        for (uint32 j = cells.low.b; j < cells.high.b; ++j)
-        {
+        for (uint32 j = begin; j < end; ++j)
             forEachCrossedCell(_builder.signs, _i, j, cells.low.c, cells.high.c,
                                [&](uint32 k, uint32 index)
                                {
                                    numberOwnEdges<write>(j, k, marchingCubesCases[index]);
                                    if constexpr (write) writeFaces(j, k, marchingCubesCases[index]);
                                });
-            if (!nodes.add(_builder.grid.sizeZ)) return false;
-        }
-        return true;
     }
 
 private:
@@ -253,14 +269,17 @@ private:
 void Builder::fillSlabRange(uint32 begin, uint32 end)
 {
     EdgePlanes planes(grid);
-    PollCounter nodes(polling, nodesPerPoll);
     if (begin > 0)
     {
-        if (!SlabWriter(*this, planes, begin - 1, slabs[begin - 1]).run<false>(nodes)) return;
+        SlabWriter writer(*this, planes, begin - 1, slabs[begin - 1]);
+        if (!forEachRow([&](uint32 low, uint32 high) { writer.run<false>(low, high); })) return;
         planes.advance();
     }
     for (uint32 s = begin; s < end; ++s, planes.advance())
-        if (!SlabWriter(*this, planes, s, slabs[s]).run<true>(nodes)) return;
+    {
+        SlabWriter writer(*this, planes, s, slabs[s]);
+        if (!forEachRow([&](uint32 low, uint32 high) { writer.run<true>(low, high); })) return;
+    }
 }
 
 bool Builder::fillSlabs()
