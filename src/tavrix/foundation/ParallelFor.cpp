@@ -1,89 +1,14 @@
-#include <tavrix/foundation/ParallelFor.h>
-
-#include <algorithm>
-#include <exception>
-#include <vector>
-
 #include <tavrix/foundation/detail/Polling.h>
-#include <tavrix/platform/Thread.h>
+#include <tavrix/foundation/ParallelFor.h>
 
 namespace tavrix
 {
 
-namespace
+void parallelFor(uint64 itemCount, uint32 threadCount,
+                 const std::function<void(uint32 worker, uint64 begin, uint64 end)>& task)
 {
-
-using Task = std::function<void(uint32, uint64, uint64)>;
-
-/// One worker of a wave: its run of items, and what its task threw.
-struct Worker
-{
-    std::function<void()> body;
-    std::exception_ptr failure;
-    Thread thread;
-};
-
-void runWave(uint64 start, uint64 chunk, uint32 workerCount, const Task& task, detail::Polling* polling)
-{
-    std::vector<Worker> workers(workerCount);
-    for (uint32 w = 0; w < workerCount; ++w)
-    {
-        Worker& worker = workers[w];
-        const uint64 begin = start + w * chunk;
-        worker.body = [&worker, &task, polling, w, begin, chunk]
-        {
-            try
-            {
-                task(w, begin, begin + chunk);
-            }
-            catch (...)
-            {
-                worker.failure = std::current_exception();
-            }
-            if (polling) polling->workerEnded();
-        };
-    }
-    if (polling) polling->expectWorkers(workerCount);
-    for (Worker& worker : workers)
-        if (!worker.thread.start(worker.body)) worker.body();
-    if (polling) polling->attend();
-    for (Worker& worker : workers) worker.thread.join();
-    for (const Worker& worker : workers)
-        if (worker.failure) std::rethrow_exception(worker.failure);
-}
-
-/// The loop; ends between two waves once the polling has stopped.
-void runWaves(uint64 itemCount, uint32 threadCount, const Task& task, detail::Polling* polling)
-{
-    if (itemCount == 0) return;
-    if (itemCount == 1 || threadCount <= 1)
-    {
-        task(0, 0, itemCount);
-        return;
-    }
-    uint64 start = 0;
-    uint64 remaining = itemCount;
-    while (remaining != 0 && !(polling && polling->isStopped()))
-    {
-        const uint64 chunk = std::max<uint64>(remaining / threadCount, 1);
-        const auto workers = static_cast<uint32>(std::min<uint64>(threadCount, remaining));
-        runWave(start, chunk, workers, task, polling);
-        start += workers * chunk;
-        remaining %= workers;
-    }
-}
-
-}  // namespace
-
-void parallelFor(uint64 itemCount, uint32 threadCount, const Task& task)
-{
-    runWaves(itemCount, threadCount, task, nullptr);
-}
-
-bool detail::polledFor(Polling& polling, uint64 itemCount, uint32 threadCount, const Task& task)
-{
-    runWaves(itemCount, threadCount, task, polling.hasCallback() ? &polling : nullptr);
-    return !polling.isStopped();
+    detail::Polling none(nullptr);
+    detail::polledFor(none, itemCount, threadCount, task);
 }
 
 }  // namespace tavrix
