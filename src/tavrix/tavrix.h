@@ -4,6 +4,7 @@
 
 #include <tavrix/platform/ArrayHandle.h>
 #include <tavrix/platform/ArraySet.h>
+#include <tavrix/platform/ArrayType.h>
 #include <tavrix/platform/ByteOrder.h>
 #include <tavrix/platform/Export.h>
 #include <tavrix/platform/FileBufferIn.h>

@@ -5,8 +5,10 @@
 #include <random>
 #include <vector>
 
+#include "Polls.h"
+
 #include <tavrix/isosurface/IsosurfaceExtractor3.h>
-#include <tavrix/mesh/Mesh.h>
+#include <tavrix/mesh/MeshTopology.h>
 
 using namespace tavrix;
 
@@ -142,6 +144,86 @@ TEST(IsosurfaceExtractor3Clean, WildInputStaysInBounds)
     EXPECT_LT(mesh.getPosSize(), 60000u);
     EXPECT_EQ(mesh.trindexPos(), again.trindexPos());
     for (const Index3& f : mesh.trindexPos()) ASSERT_LT(std::max({f.a, f.b, f.c}), mesh.getPosSize());
+}
+
+TEST(IsosurfaceExtractor3Clean, AValidMeshStaysValidWithAllThatItCarries)
+{
+    // Two cubes side by side share four corners. Flat normals outnumber the positions, and are numbered
+    // apart.
+    Mesh mesh;
+    mesh.createCubePrimitive({{0, 0, 0}, {1, 1, 1}});
+    Mesh next;
+    next.createCubePrimitive({{1, 0, 0}, {2, 1, 1}});
+    mesh.addMesh(next);
+    mesh.createNormals(0.5);
+    mesh.refTrindexPos().push_back({0, 0, 1});  // collapsed, and so it goes
+    mesh.refTrindexNor().push_back({5, 6, 7});
+    auto& velocities = mesh.addArray<Vector3F>("Velocity");
+    auto& weights = mesh.addArray<double>("Weights");
+    for (const Vector3D& p : mesh.pos())
+    {
+        velocities.push_back(convert<float>(p));
+        weights.push_back(p.x);
+        weights.push_back(p.y);
+    }
+    auto& materials = mesh.addArray<uint32>("Material", MeshArrayInf::PER_FACE);
+    for (uint32 f = 0; f < mesh.getFacesSize(); ++f) materials.push_back(100 + f);
+    mesh.createSafe_arrNorSurface();
+    const Array<Vector3F> normals = mesh.nor();
+    const Array<Index3> triples = mesh.trindexNor();
+    ASSERT_TRUE(hasValidIndices(mesh));
+    ASSERT_GT(normals.size(), mesh.getPosSize());
+
+    for (const CancelCallback callback : {CancelCallback{}, CancelCallback{[] { return 0; }}})
+    {
+        Mesh cleaned;
+        cleaned.copyAllFrom(mesh, true);
+        ASSERT_TRUE(IsosurfaceExtractor3::mcaClean(cleaned, 0, 2, callback));
+        EXPECT_TRUE(hasValidIndices(cleaned));
+        EXPECT_EQ(cleaned.getPosSize(), 12u);
+        EXPECT_EQ(cleaned.getFacesSize(), 24u);
+        EXPECT_EQ(cleaned.nor(), normals);
+        EXPECT_TRUE(std::ranges::equal(cleaned.trindexNor(), std::span(triples).first(24)));
+        EXPECT_EQ(cleaned.norSurface().size(), 12u);
+        for (uint32 p = 0; p < 12; ++p)
+        {
+            EXPECT_EQ(cleaned.findArray<Vector3F>("Velocity")->data()[p], convert<float>(cleaned.pos()[p]));
+            EXPECT_EQ(cleaned.findArray<double>("Weights")->data()[2 * p + 1], cleaned.pos()[p].y);
+        }
+        EXPECT_EQ(cleaned.findArray<uint32>("Material")->size(), 24u);
+        EXPECT_EQ(cleaned.findArray<uint32>("Material")->back(), 123u);
+    }
+}
+
+TEST(IsosurfaceExtractor3Clean, EveryPollCanCancelAndPollsFollowTheWork)
+{
+    // A flat sheet, so that all is one run along x, in the worst order; large enough for several polls a
+    // step.
+    std::mt19937 random(5);
+    std::vector<Vector3D> positions;
+    for (uint32 n = 0; n < 200000; ++n) positions.push_back({0, whole(random, 700), whole(random, 700)});
+    Mesh mesh = meshOf(positions);
+    mesh.addArray<Vector3F>("Velocity").resize(mesh.getPosSize());
+    Mesh reference(mesh);
+    IsosurfaceExtractor3::mcaClean(reference, 0.25);
+    for (const uint32 threads : {1u, 3u})
+    {
+        Mesh cleaned;
+        const auto clean = [&](CancelCallback callback)
+        {
+            cleaned.copyAllFrom(mesh, true);
+            const bool done = IsosurfaceExtractor3::mcaClean(cleaned, 0.25, threads, callback);
+            EXPECT_EQ(cleaned.trindexPos() == reference.trindexPos(), done);
+            EXPECT_EQ(cleaned.pos() == reference.pos(), done);
+            return done;
+        };
+        const auto isAsItWas = [&]
+        {
+            EXPECT_EQ(cleaned.pos(), mesh.pos());
+            EXPECT_EQ(cleaned.trindexPos(), mesh.trindexPos());
+        };
+        EXPECT_GT(test::stopAtPolls(5, clean, isAsItWas), 60);
+    }
 }
 
 TEST(IsosurfaceExtractor3Clean, NumbersThatAreNoneNeverMerge)

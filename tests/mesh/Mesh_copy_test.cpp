@@ -159,6 +159,28 @@ TEST(MeshCopy, AddMeshRenumbersWhatItAppends)
     EXPECT_EQ(mesh.trindexNor().size(), 8u);
 }
 
+TEST(MeshCopy, ManyMeshesAreJoinedInFewAllocations)
+{
+    Mesh piece = makeTetrahedron();
+    piece.recalculateNormals();
+    piece.createSafe_arrTrindexFacedge();
+    Mesh all;
+    uint32 allocations = 0;
+    for (uint32 n = 0; n < 4000; ++n)
+    {
+        const void* const before[] = {all.pos().data(),        all.nor().data(),
+                                      all.faceNor().data(),    all.trindexPos().data(),
+                                      all.trindexNor().data(), all.trindexFacedge().data()};
+        all.addMesh(piece);
+        const void* const after[] = {all.pos().data(),        all.nor().data(),
+                                     all.faceNor().data(),    all.trindexPos().data(),
+                                     all.trindexNor().data(), all.trindexFacedge().data()};
+        for (uint32 a = 0; a < std::size(after); ++a) allocations += before[a] != after[a];
+    }
+    EXPECT_EQ(all.trindexFacedge().size(), 16000u);
+    EXPECT_LT(allocations, 6u * 90) << "arrays grow by an eighth";
+}
+
 }  // namespace
 
 }  // namespace tavrix

@@ -5,7 +5,10 @@
 #include <limits>
 #include <vector>
 
+#include <tavrix/mesh/MeshTopology.h>
+
 #include "mesh/TestMeshes.h"
+#include "Polls.h"
 
 namespace tavrix
 {
@@ -110,6 +113,39 @@ TEST(MeshNormals, EveryThreadCountGivesTheSameBytes)
             EXPECT_TRUE(sameBytes(mesh.nor(), serial.nor())) << threads;
             EXPECT_TRUE(sameBytes(mesh.faceNor(), serial.faceNor())) << threads;
         }
+    }
+}
+
+TEST(MeshNormals, PollsFollowTheWorkAndStopIt)
+{
+    const Mesh terrain = makeTerrain(420);
+    for (const uint32 threads : {1u, 3u})
+    {
+        Mesh mesh = terrain;
+        const auto indicesHold = [&] { ASSERT_TRUE(hasValidIndices(mesh)); };
+        const auto recalculate = [&](CancelCallback callback)
+        { return mesh.recalculateNormalsParallelized(threads, callback); };
+        EXPECT_GT(test::stopAtPolls(9, recalculate, indicesHold), threads == 1 ? 20 : 4);
+        const auto create = [&](CancelCallback callback)
+        { return mesh.createNormals(0.5, threads, callback); };
+        EXPECT_GT(test::stopAtPolls(9, create, indicesHold), 20);
+        const auto confirm = [&](CancelCallback callback)
+        {
+            mesh.refFaceNor().clear();
+            return mesh.confirmNormalsCalculated(threads, callback);
+        };
+        EXPECT_GT(test::stopAtPolls(5, confirm, indicesHold), 4);
+        const auto smooth = [&](CancelCallback callback)
+        {
+            if (!mesh.getArrNorSurface().isNone()) mesh.releaseArray(mesh.getArrNorSurface());
+            return mesh.createSafe_arrNorSurface(threads, callback);
+        };
+        EXPECT_GT(test::stopAtPolls(5, smooth, [&] { EXPECT_TRUE(mesh.norSurface().empty()); }), 4);
+        mesh.createNormals(0.5);
+        Mesh reference = terrain;
+        reference.createNormals(0.5);
+        EXPECT_TRUE(sameBytes(mesh.nor(), reference.nor()));
+        EXPECT_EQ(mesh.trindexNor(), reference.trindexNor());
     }
 }
 

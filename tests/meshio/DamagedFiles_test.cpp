@@ -1,6 +1,9 @@
+#include <functional>
+
 #include <gtest/gtest.h>
 
 #include <Bytes.h>
+#include <Polls.h>
 #include <tavrix/tavrix.h>
 #include <TestFolder.h>
 
@@ -47,6 +50,31 @@ TEST(DamagedFiles, FoundByFuzzers)
         bytes.resize(find.size);
         EXPECT_LE(find.read(bytes), 8 * find.size) << find.fault;
     }
+}
+
+TEST(Polling, StopsEveryWriter)
+{
+    Mesh mesh;
+    mesh.createCubePrimitive({{0, 0, 0}, {1, 2, 3}});
+    mesh.addArray<Vector3F>("UV_MAP_0").assign(8, {0.5f, 0.25f, 0});
+    mesh.addArray<Vector3F>("Velocity").assign(8, {1, 2, 3});
+    for (uint32 n = 0; n < 16; ++n) mesh.addMesh(mesh);
+    const auto& bin = MeshFileParser<Mesh_BIN_FileParser>::instance();
+    const auto& obj = MeshFileParser<Mesh_OBJ_FileParser>::instance();
+    const auto& stl = MeshFileParser<MeshSTLFileParser>::instance();
+    const TestFolder folder;
+    const TX_String path = folder.file("f");
+    int result = 0;
+    const std::function<int(CancelCallback)> writers[] = {
+        [&](CancelCallback c) { return bin.write(path, mesh, c); },
+        [&](CancelCallback c) { return obj.write(path, mesh, c); },
+        [&](CancelCallback c) { return stl.write(path, mesh, MeshSTLFileParser::Encoding::binary, c); },
+        [&](CancelCallback c) { return stl.write(path, mesh, MeshSTLFileParser::Encoding::ascii, c); }};
+    for (const auto& write : writers)
+        EXPECT_GT(test::stopAtPolls(
+                      4, [&](CancelCallback c) { return (result = write(c)) >= 0; },
+                      [&] { EXPECT_EQ(result, meshFileStopped); }),
+                  20);
 }
 
 #if defined(__linux__)

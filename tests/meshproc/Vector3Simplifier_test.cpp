@@ -319,6 +319,38 @@ TEST(Vector3Simplifier, ArraysAreHandedOverCopiedOrOverwritten)
     EXPECT_EQ(simplifier.getArrPosDict_In_to_Out(), (Indices{0, 0, 0, 1}));
 }
 
+/// A host's own pass, of the protected steps.
+struct OwnPass : Vector3Simplifier<double>
+{
+    using Block = Vector3Simplifier<double>::Block;
+
+    void begin(const Points& points) { focus(points, 0.1, center); }
+    void emit(uint32 place) { simplify_1(place); }
+    void sweepX(uint32 start, uint32 count) { simplify_loopX({start, count}); }
+    void sweepY(uint32 start, uint32 count) { simplify_loopY({start, count}); }
+    void sweepZ(uint32 start, uint32 count) { simplify_loopZ({start, count}); }
+    uint32 run(uint32 start, uint32 count) { return getSubBlockRepeatedSize_coord({start, count}); }
+    Vector3D representative(uint32 start, uint32 count) { return selectPointInArrCoordBlock({start, count}); }
+};
+
+TEST(Vector3Simplifier, ASubclassMayTakeAnyStepOnceItHasFocused)
+{
+    // equal points and near ones, in the order of the input: x is the key
+    const Points points{{1, 0, 0}, {1, 0, 0}, {1.0625, 0, 0}, {0, 0, 0}};
+    OwnPass pass;
+    pass.begin(points);
+    EXPECT_EQ(pass.run(0, 4), 3u);
+    EXPECT_EQ(pass.representative(0, 3), (Vector3D{1.03125, 0, 0}));
+    pass.emit(3);
+    pass.sweepZ(2, 1);
+    pass.sweepY(0, 2);
+    EXPECT_EQ(pass.getArrPosOut(), (Points{{0, 0, 0}, {1.0625, 0, 0}, {1, 0, 0}}));
+    EXPECT_EQ(pass.getArrPosDict_In_to_Out(), (Indices{2, 2, 1, 0}));
+    pass.begin(points);
+    pass.sweepX(0, 4);
+    EXPECT_EQ(pass.getArrPosOut(), (Points{{0, 0, 0}, {1.03125, 0, 0}}));
+}
+
 TEST(PolyParam, HoldsSoManyAndNoMore)
 {
     PolyParam<2, float> params{1.0f};

@@ -499,6 +499,25 @@ TEST(MeshCollider, FollowsItsMesh)
     ASSERT_TRUE(collider.transformRt(matrix, broken));
     EXPECT_NEAR(collider.castRay({{0, 1, 0}, {1, 0, 0}})->distance, 12.5, 1e-12);
 
+    // moved, it answers from its new place, and leaves one that finds nothing
+    static_assert(std::is_nothrow_move_constructible_v<MeshCollider> &&
+                  std::is_nothrow_move_assignable_v<MeshCollider> &&
+                  std::is_nothrow_move_constructible_v<MeshCollider::Tree> &&
+                  std::is_nothrow_move_assignable_v<MeshCollider::Tree>);
+    MeshCollider other = before;
+    const GeometryNode<Box3F>* const nodes = other.getTree().nodes().data();
+    MeshCollider moved = std::move(other);
+    EXPECT_EQ(moved.getTree().nodes().data(), nodes) << "nothing was copied";
+    collider = std::move(moved);
+    EXPECT_TRUE(collider.castRay({{1, 0, 5}, {0, 0, -1}}));
+    for (MeshCollider* left : {&other, &moved})
+    {
+        EXPECT_TRUE(left->getTree().isEmpty());
+        EXPECT_FALSE(left->nearestPoint({0, 0, 0}));
+        left->create(makeCube(0, 1));
+        EXPECT_TRUE(left->isInside({0.5, 0.5, 0.5}));
+    }
+
     collider = before;
     for (Vector3D& p : collider.getMesh().refPos()) p = p * 2.0;
     collider.recalculateTree();

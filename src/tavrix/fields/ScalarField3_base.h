@@ -266,8 +266,8 @@ public:
     /// group of particles; pass at least the largest reach, 2r here, or kernels are cut off there. The
     /// particles that can touch the grid form threadCount groups by position. Along every axis a kernel
     /// counts as many nodes as its reach has largest separations. The result is the same for every thread
-    /// count when nothing is cut off. Returns false when the callback, polled some tens of milliseconds
-    /// apart, stopped the work: the field is then all zero.
+    /// count when nothing is cut off. Returns false when the callback, polled every few milliseconds,
+    /// stopped the work: the field is then all zero.
     bool setDistanceField(const Array<Vector3F>& positions, const Array<float>& radii, float margin,
                           uint32 threadCount = 1,
                           CancelCallback callback = nullptr) requires std::floating_point<Value>;

@@ -59,7 +59,7 @@ bool buildAnisotropicField(ScalarField3_base<Value, Coord>& field, float margin,
     diagnostics.endPhase("neighbo");
     if (!kernels.fitEllipsoids()) return cancel();
     diagnostics.endPhase("Gs");
-    kernels.fitBoxes();
+    if (!kernels.fitBoxes()) return cancel();
     diagnostics.endPhase("elips bb");
     const Array<detail::Ellipsoid>& ellipsoids = kernels.ellipsoids();
     const detail::EllipsoidKernel sum{detail::SplatMerge::Sum};

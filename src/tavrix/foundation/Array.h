@@ -111,6 +111,13 @@ public:
         _size = size;
     }
 
+    /// Makes room for `size` elements, for one append after another: beyond the capacity it grows as
+    /// push_back does, or to that many when that is more. The count stays.
+    void makeRoom(std::size_t size)
+    {
+        if (size > _capacity) reserve(std::max(checkedSize(size), grown(_capacity)));
+    }
+
     /// Gives the array `size` copies of the value.
     void assign(uint32 size, const T& value)
     {
@@ -126,7 +133,7 @@ public:
         if (_size == _capacity)
         {
             T copy = value;
-            reserve(grown(_capacity));
+            makeRoom(std::size_t{_size} + 1);
             _data[_size++] = std::move(copy);
         }
         else
@@ -151,7 +158,6 @@ public:
 private:
     static uint32 grown(uint32 capacity)
     {
-        if (capacity == 0xFFFFFFFFu) checkedSize(std::size_t{capacity} + 1);
         return static_cast<uint32>(
             std::min<std::size_t>(std::size_t{capacity} + capacity / 8 + 4, 0xFFFFFFFFu));
     }

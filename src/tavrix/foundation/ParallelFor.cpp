@@ -1,73 +1,14 @@
+#include <tavrix/foundation/detail/Polling.h>
 #include <tavrix/foundation/ParallelFor.h>
-
-#include <algorithm>
-#include <exception>
-#include <vector>
-
-#include <tavrix/platform/Thread.h>
 
 namespace tavrix
 {
 
-namespace
+void parallelFor(uint64 itemCount, uint32 threadCount,
+                 const std::function<void(uint32 worker, uint64 begin, uint64 end)>& task)
 {
-
-using Task = std::function<void(uint32, uint64, uint64)>;
-
-/// One worker of a wave: its run of items, and what its task threw.
-struct Worker
-{
-    std::function<void()> body;
-    std::exception_ptr failure;
-    Thread thread;
-};
-
-void runWave(uint64 start, uint64 chunk, uint32 workerCount, const Task& task)
-{
-    std::vector<Worker> workers(workerCount);
-    for (uint32 w = 0; w < workerCount; ++w)
-    {
-        Worker& worker = workers[w];
-        const uint64 begin = start + w * chunk;
-        worker.body = [&worker, &task, w, begin, chunk]
-        {
-            try
-            {
-                task(w, begin, begin + chunk);
-            }
-            catch (...)
-            {
-                worker.failure = std::current_exception();
-            }
-        };
-    }
-    for (Worker& worker : workers)
-        if (!worker.thread.start(worker.body)) worker.body();
-    for (Worker& worker : workers) worker.thread.join();
-    for (const Worker& worker : workers)
-        if (worker.failure) std::rethrow_exception(worker.failure);
-}
-
-}  // namespace
-
-void parallelFor(uint64 itemCount, uint32 threadCount, const Task& task)
-{
-    if (itemCount == 0) return;
-    if (itemCount == 1 || threadCount <= 1)
-    {
-        task(0, 0, itemCount);
-        return;
-    }
-    uint64 start = 0;
-    uint64 remaining = itemCount;
-    while (remaining != 0)
-    {
-        const uint64 chunk = std::max<uint64>(remaining / threadCount, 1);
-        const auto workers = static_cast<uint32>(std::min<uint64>(threadCount, remaining));
-        runWave(start, chunk, workers, task);
-        start += workers * chunk;
-        remaining %= workers;
-    }
+    detail::Polling none(nullptr);
+    detail::polledFor(none, itemCount, threadCount, task);
 }
 
 }  // namespace tavrix

@@ -80,16 +80,25 @@ unsigned long IsosurfaceExtractor3::extractMesh(const ScalarField3<T, double>& f
     return extractMesh(field, mesh, threshold, xLow, xHigh, yLow, yHigh, zLow, zHigh, 1, nullptr, cleanUp);
 }
 
-void IsosurfaceExtractor3::mcaClean(Mesh& mesh, const double& tolerance)
+bool IsosurfaceExtractor3::mcaClean(Mesh& mesh, const double& tolerance, uint32 threadCount,
+                                    CancelCallback callback)
 {
     detail::mergeTolerance() = tolerance;
-    eraseRepeatedVertices(mesh);
-    eraseFacesWithRepatedIndexes(mesh);
+    detail::MeshCleaning cleaning(mesh, threadCount, callback);
+    if (!eraseRepeatedVertices(cleaning) || !eraseFacesWithRepatedIndexes(cleaning)) return false;
+    cleaning.finish();
+    return true;
 }
 
-void IsosurfaceExtractor3::eraseRepeatedVertices(Mesh& mesh) { detail::mergePositions(mesh, 1); }
+bool IsosurfaceExtractor3::eraseRepeatedVertices(detail::MeshCleaning& cleaning)
+{
+    return cleaning.eraseRepeatedVertices();
+}
 
-void IsosurfaceExtractor3::eraseFacesWithRepatedIndexes(Mesh& mesh) { detail::dropCollapsedFaces(mesh, 1); }
+bool IsosurfaceExtractor3::eraseFacesWithRepatedIndexes(detail::MeshCleaning& cleaning)
+{
+    return cleaning.eraseFacesWithRepatedIndexes();
+}
 
 #define TX_INSTANTIATE(T)                                                                                    \
     template TX_GEOMETRY_API unsigned long IsosurfaceExtractor3::extractMesh(                                \

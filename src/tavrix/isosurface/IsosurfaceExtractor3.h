@@ -11,6 +11,10 @@
 namespace tavrix
 {
 
+namespace detail
+{
+class MeshCleaning;
+}
 class Mesh;
 template <class Value, class Coord>
 class ScalarField3Parent;
@@ -40,8 +44,8 @@ public:
     ///
     /// box: only cells with a corner node in the closed box. xLow … zHigh: the number of cell layers left out
     /// at each end of each axis. vertexEdges receives the grid edge of every vertex, as numbered before any
-    /// clean-up. The callback is polled on the caller's thread between phases of the work, some tens of
-    /// milliseconds apart; a result above 0 stops with the mesh as it was. cleanUp merges vertices closer
+    /// clean-up. The callback is polled on the caller's thread every few milliseconds, through the clean-up
+    /// too; a result above 0 stops with the mesh as it was. cleanUp merges vertices closer
     /// than pointSeparation / 2^13 on every axis and drops the faces that collapse (see mcaClean).
     ///
     /// Returns the number of faces; 0, with mesh and vertexEdges untouched, when fewer than two triangles
@@ -126,9 +130,18 @@ public:
     /// position twice. Positions are sorted by x, then y, then z, differences within the tolerance counting
     /// as equal; each joins the group of the first one before it that opened a group, or opens its own, and
     /// every group becomes its first position. Tolerance 0 merges equal positions only; positions that are
-    /// not numbers never merge. "Nor" is resized to the positions but not permuted: recompute normals. The
-    /// tolerance stays behind as a process-wide value, so two threads must not clean at the same time.
-    static void mcaClean(Mesh& mesh, const double& tolerance);
+    /// not numbers never merge. "Nor" is resized to the positions but not permuted: recompute normals. Where
+    /// "TrindexNor" names more normals than there are positions, normals are a set of their own and stay.
+    ///
+    /// A valid mesh stays valid: extra arrays per position (also several elements each, such as weights) keep
+    /// those of each group's first position, extra arrays per face those of the faces that are left;
+    /// connectivity is released. "FaceNor" is not touched.
+    ///
+    /// The callback is polled every few milliseconds; false, and the mesh as it was, when it stops. With a
+    /// callback the mesh is worked on in a copy. The tolerance stays behind as a process-wide value, so two
+    /// threads must not clean at the same time.
+    static bool mcaClean(Mesh& mesh, const double& tolerance, uint32 threadCount = 1,
+                         CancelCallback callback = nullptr);
 
     /// Relaxes a mesh whose normals share the position indices: each pass moves every vertex by `follow`
     /// times the way to the average of its neighbours, plus `slide` times the part of that way across its
@@ -141,8 +154,8 @@ public:
     static void tension(Mesh& mesh, float follow, float slide, uint32 iterations);
 
 private:
-    static void eraseRepeatedVertices(Mesh& mesh);
-    static void eraseFacesWithRepatedIndexes(Mesh& mesh);
+    static bool eraseRepeatedVertices(detail::MeshCleaning& cleaning);
+    static bool eraseFacesWithRepatedIndexes(detail::MeshCleaning& cleaning);
 };
 
 }  // namespace tavrix

@@ -5,6 +5,7 @@
 #include <tavrix/foundation/Array.h>
 #include <tavrix/foundation/BlockDesc.h>
 #include <tavrix/foundation/Box3.h>
+#include <tavrix/foundation/CancelCallback.h>
 #include <tavrix/foundation/Mesh_RL.h>
 #include <tavrix/foundation/Wector3.h>
 #include <tavrix/mesh/IndexFacedge.h>
@@ -14,6 +15,10 @@
 namespace tavrix
 {
 
+namespace detail
+{
+class Polling;
+}
 class FileRam;
 class FileStreamEndian;
 class FileStreamRaw;
@@ -227,9 +232,9 @@ public:
     void clear() { destroy(); }
 
     /// Appends the other mesh's positions, normals and faces (a mesh may be added to itself). Face normals,
-    /// normal triples and face-edges are appended when both meshes hold one for every face (and the normals
-    /// that the triples name), and emptied otherwise. Everything derived is released, to be rebuilt on
-    /// demand.
+    /// normal triples and face-edges are appended when both meshes hold one for every face (and normals for
+    /// the triples to name), and emptied otherwise. Everything derived is released, to be rebuilt on demand.
+    /// Joining many meshes is linear in their sum: arrays grow by an eighth (reserveTight gives it back).
     void addMesh(const Mesh& other);
 
     /// Makes a mesh of the name, positions and position triples, with normals as createNormals(creaseAngle)
@@ -266,10 +271,11 @@ public:
     static void staticCalculateNormals(const Array<Vector3D>& pos, const Array<Index3>& trindexPos,
                                        const Array<Index3>& trindexNor, Array<Wector3F>& faceNor,
                                        Array<Vector3F>& nor);
-    /// Vertex normals alone, indexed as the positions are.
+    /// Vertex normals alone, indexed as the positions are. `nor` keeps its size, and must hold one entry for
+    /// every index in `trindexPos` beforehand: size it to `pos`.
     static void staticCalculateNormals(const Array<Vector3D>& pos, const Array<Index3>& trindexPos,
                                        Array<Vector3F>& nor);
-    /// Face normals alone.
+    /// Face normals alone; `faceNor` is resized to the faces.
     static void staticCalculateNormals(const Array<Vector3D>& pos, const Array<Index3>& trindexPos,
                                        Array<Wector3F>& faceNor);
     /// Gives every zero entry of `nor` a unit direction that lies in the surface: the way outwards, from the
@@ -278,18 +284,23 @@ public:
     static void staticCalculateLieDownNormals(const Array<Vector3D>& pos, const Array<Index3>& trindexPos,
                                               const Array<Index3>& trindexNor, Array<Vector3F>& nor);
 
+    // The long ones of the following poll a callback every few milliseconds: false when it stops them. The
+    // normals then mean nothing, but their arrays fit, and the indices hold.
+
     /// Recomputes "FaceNor" and "Nor" through "TrindexNor", and "NorAllSmoothed" when the mesh holds it.
     /// Without one normal triple a face the normals are indexed as the positions are; a "Nor" that is too
     /// short grows.
-    void recalculateNormals();
+    bool recalculateNormals(CancelCallback callback = nullptr);
     /// The same bytes with the work spread over threads.
-    void recalculateNormalsParallelized(uint32 threadCount = 1);
+    bool recalculateNormalsParallelized(uint32 threadCount = 1, CancelCallback callback = nullptr);
     void recalculateFaceNormals();
     void recalculateVertexesNormals();
     /// Recalculates the normals unless there is one a face and one for every index in "TrindexNor".
-    void confirmNormalsCalculated();
-    /// Rebuilds "TrindexNor" for the angle and recalculates all normals.
-    void createNormals(double angle);
+    bool confirmNormalsCalculated(uint32 threadCount = 1, CancelCallback callback = nullptr);
+    /// Rebuilds "TrindexNor" for the angle, in radians, as recalculateArrTrindexNor_SmoothingGroups does,
+    /// resizes "Nor" to fit, and recalculates all normals: 0 is faceted but for faces in one plane, pi smooth
+    /// across every edge.
+    bool createNormals(double angle, uint32 threadCount = 1, CancelCallback callback = nullptr);
     /// Rebuilds "TrindexNor": two corners at a position share a normal when a chain of faces around it joins
     /// them, each step over an edge of exactly two faces whose normals differ by at most `angle` (radians,
     /// clamped to [0, pi]). From pi on everything at a position is smooth, and normals are indexed as
@@ -297,11 +308,11 @@ public:
     /// area stay apart. `normalCount` receives their number.
     void recalculateArrTrindexNor_SmoothingGroups(double angle, uint32& normalCount);
     /// Computes "NorAllSmoothed": one normal a position, smooth over every edge.
-    void calculateVerticesSurfaceNormal(uint32 threadCount = 1);
+    bool calculateVerticesSurfaceNormal(uint32 threadCount = 1, CancelCallback callback = nullptr);
     /// The same into an array of the caller's, which is resized to the positions.
     void calculateVerticesSurfaceNormalExternal(Array<Vector3F>& normals) const;
     /// Computes "NorAllSmoothed" unless the mesh holds one normal a position already.
-    void createSafe_arrNorSurface(uint32 threadCount = 1);
+    bool createSafe_arrNorSurface(uint32 threadCount = 1, CancelCallback callback = nullptr);
 
     /// Appends name and element counts as text, in six lines.
     void addStringDescription(TX_String& text) const;
@@ -373,7 +384,11 @@ private:
             throw;
         }
     }
-    void prepareNormalArrays();
+    bool prepareNormalArrays(detail::Polling& polling);
+    bool recalculateNormals(uint32 threadCount, detail::Polling& polling);
+    bool recalculateVertexesNormals(uint32 threadCount, detail::Polling& polling);
+    bool groupNormals(double angle, uint32& normalCount, detail::Polling& polling);
+    bool calculateVerticesSurfaceNormal(uint32 threadCount, detail::Polling& polling);
     bool isInSlot(ArrayHandle handle) const;
     bool substitute(ArrayHandle& dst, ArrayHandle fresh, const Mesh& other, ArrayHandle src);
     /// The array of a slot for writing, created when the slot holds none.

@@ -70,8 +70,7 @@ bool hasNormals(const Mesh& mesh) { return detail::neededEntries(mesh.trindexNor
 template <class T>
 void makeRoom(Array<T>& to, const Array<T>& from)
 {
-    const uint32 needed = Array<T>::checkedSize(std::size_t{to.size()} + from.size());
-    if (needed > to.capacity()) to.reserve(needed);
+    to.makeRoom(std::size_t{to.size()} + from.size());
 }
 
 template <class T>
@@ -216,8 +215,10 @@ void Mesh::addMesh(const Mesh& other)
     const uint32 otherFaces = other.getFacesSize();
     const auto onEveryFace = [&](uint32 own, uint32 others)
     { return own == faceOffset && others == otherFaces; };
+    // of this mesh, which may be large, it is enough to know whether its normals were ever made
+    const bool hasOwn = faceOffset == 0 || norOffset != 0;
     const bool keepNormals =
-        onEveryFace(trindexNor().size(), other.trindexNor().size()) && hasNormals(*this) && hasNormals(other);
+        onEveryFace(trindexNor().size(), other.trindexNor().size()) && hasOwn && hasNormals(other);
     const bool keepFaceNormals = onEveryFace(faceNor().size(), other.faceNor().size());
     const bool keepFacedges = onEveryFace(trindexFacedge().size(), other.trindexFacedge().size());
 

@@ -13,6 +13,7 @@ namespace
 
 using detail::neededEntries;
 using detail::NormalJob;
+using detail::Polling;
 
 NormalJob makeJob(const Array<Vector3D>& pos, const Array<Index3>& trindexPos,
                   const Array<Index3>& trindexNor, Array<Wector3F>* faceNor, Array<Vector3F>& nor)
@@ -28,16 +29,52 @@ NormalJob makeJob(const Array<Vector3D>& pos, const Array<Index3>& trindexPos,
 }
 
 /// The whole computation: the sums, and lie-down normals where a sum vanished. Those are found on a copy, and
-/// taken for the zero entries alone.
-void runJob(const NormalJob& job, uint32 threadCount)
+/// taken for the zero entries alone. False when the polling stopped it.
+bool runJob(const NormalJob& job, uint32 threadCount, Polling& polling)
 {
-    if (!detail::calculateNormals(job, threadCount)) return;
-    Array<Vector3F> copy(std::span<const Vector3F>(job.nor, job.norCount));
-    NormalJob lieDown = job;
-    lieDown.nor = copy.data();
-    detail::fillLieDownNormals(lieDown);
-    for (uint32 n = 0; n < job.norCount; ++n)
-        if (job.nor[n] == Vector3F{0, 0, 0}) job.nor[n] = copy[n];
+    if (!detail::calculateNormals(job, threadCount, polling)) return !polling.isStopped();
+    Array<Vector3F> lieDown(job.norCount);
+    inPieces(polling, job.norCount, detail::lightItems,
+             [&](uint64 begin, uint64 end)
+             { std::copy(job.nor + begin, job.nor + end, lieDown.data() + begin); });
+    NormalJob lieDownJob = job;
+    lieDownJob.nor = lieDown.data();
+    if (!polling.isStopped()) detail::fillLieDownNormals(lieDownJob, polling);
+    if (polling.isStopped()) return false;
+    return inPieces(polling, job.norCount, detail::lightItems,
+                    [&](uint64 begin, uint64 end)
+                    {
+                        for (uint64 n = begin; n < end; ++n)
+                            if (job.nor[n] == Vector3F{0, 0, 0}) job.nor[n] = lieDown[n];
+                    });
+}
+
+void runJob(const NormalJob& job)
+{
+    Polling none(nullptr);
+    runJob(job, 1, none);
+}
+
+bool faceNormals(const Array<Vector3D>& pos, const Array<Index3>& trindexPos, Array<Wector3F>& faceNor,
+                 uint32 threadCount, Polling& polling)
+{
+    faceNor.resize(trindexPos.size());
+    const NormalJob job{pos.data(),     trindexPos.data(), nullptr, trindexPos.size(),
+                        faceNor.data(), nullptr,           0};
+    detail::calculateNormals(job, threadCount, polling);
+    return !polling.isStopped();
+}
+
+/// Makes the triples a copy of others; false, and nothing changed, when the polling stopped it.
+bool copyTriples(const Array<Index3>& from, Array<Index3>& to, Polling& polling)
+{
+    Array<Index3> copy(from.size());
+    if (!inPieces(polling, from.size(), detail::lightItems,
+                  [&](uint64 begin, uint64 end)
+                  { std::copy(from.data() + begin, from.data() + end, copy.data() + begin); }))
+        return false;
+    to.swap(copy);
+    return true;
 }
 
 }  // namespace
@@ -47,75 +84,108 @@ void Mesh::staticCalculateNormals(const Array<Vector3D>& pos, const Array<Index3
                                   Array<Vector3F>& nor)
 {
     if (trindexNor.size() >= trindexPos.size())
-        return runJob(makeJob(pos, trindexPos, trindexNor, &faceNor, nor), 1);
+        return runJob(makeJob(pos, trindexPos, trindexNor, &faceNor, nor));
     staticCalculateNormals(pos, trindexPos, faceNor);
-    runJob(makeJob(pos, trindexPos, trindexNor, nullptr, nor), 1);
+    runJob(makeJob(pos, trindexPos, trindexNor, nullptr, nor));
 }
 
 void Mesh::staticCalculateNormals(const Array<Vector3D>& pos, const Array<Index3>& trindexPos,
                                   Array<Vector3F>& nor)
 {
-    runJob(makeJob(pos, trindexPos, trindexPos, nullptr, nor), 1);
+    runJob(makeJob(pos, trindexPos, trindexPos, nullptr, nor));
 }
 
 void Mesh::staticCalculateNormals(const Array<Vector3D>& pos, const Array<Index3>& trindexPos,
                                   Array<Wector3F>& faceNor)
 {
-    faceNor.resize(trindexPos.size());
-    const NormalJob job{pos.data(),     trindexPos.data(), nullptr, trindexPos.size(),
-                        faceNor.data(), nullptr,           0};
-    detail::calculateNormals(job, 1);
+    Polling none(nullptr);
+    faceNormals(pos, trindexPos, faceNor, 1, none);
 }
 
 void Mesh::staticCalculateLieDownNormals(const Array<Vector3D>& pos, const Array<Index3>& trindexPos,
                                          const Array<Index3>& trindexNor, Array<Vector3F>& nor)
 {
-    detail::fillLieDownNormals(makeJob(pos, trindexPos, trindexNor, nullptr, nor));
+    Polling none(nullptr);
+    detail::fillLieDownNormals(makeJob(pos, trindexPos, trindexNor, nullptr, nor), none);
 }
 
 /// Makes "TrindexNor" and "Nor" fit the faces: without one triple a face, or with indices that no sensible
 /// number of normals explains, the normals are the positions'; a "Nor" that is too short grows.
-void Mesh::prepareNormalArrays()
+bool Mesh::prepareNormalArrays(Polling& polling)
 {
     const uint64 sensible = 3 * uint64{std::max({nor().size(), getPosSize(), getFacesSize()})};
-    uint64 needed = neededEntries(trindexNor());
+    uint64 needed = neededEntries(trindexNor(), polling);
+    if (polling.isStopped()) return false;
     if (trindexNor().size() != getFacesSize() || needed > sensible)
     {
-        refTrindexNor() = trindexPos();
+        if (!copyTriples(trindexPos(), refTrindexNor(), polling)) return false;
         needed = getPosSize();
     }
     if (needed > nor().size()) refNor().resize(Array<Vector3F>::checkedSize(needed));
+    return true;
 }
 
-void Mesh::recalculateNormals() { recalculateNormalsParallelized(1); }
+bool Mesh::recalculateNormals(CancelCallback callback) { return recalculateNormalsParallelized(1, callback); }
 
-void Mesh::recalculateNormalsParallelized(uint32 threadCount)
+bool Mesh::recalculateNormalsParallelized(uint32 threadCount, CancelCallback callback)
 {
-    prepareNormalArrays();
-    runJob(makeJob(pos(), trindexPos(), trindexNor(), &refFaceNor(), refNor()), threadCount);
-    if (!getArrNorSurface().isNone()) calculateVerticesSurfaceNormal(threadCount);
+    Polling polling(callback);
+    return polling.goOn() && recalculateNormals(threadCount, polling);
+}
+
+bool Mesh::recalculateNormals(uint32 threadCount, Polling& polling)
+{
+    if (!prepareNormalArrays(polling)) return false;
+    return runJob(makeJob(pos(), trindexPos(), trindexNor(), &refFaceNor(), refNor()), threadCount,
+                  polling) &&
+           (getArrNorSurface().isNone() || calculateVerticesSurfaceNormal(threadCount, polling));
 }
 
 void Mesh::recalculateFaceNormals() { staticCalculateNormals(pos(), trindexPos(), refFaceNor()); }
 
 void Mesh::recalculateVertexesNormals()
 {
-    prepareNormalArrays();
-    runJob(makeJob(pos(), trindexPos(), trindexNor(), nullptr, refNor()), 1);
+    Polling none(nullptr);
+    recalculateVertexesNormals(1, none);
 }
 
-void Mesh::confirmNormalsCalculated()
+bool Mesh::recalculateVertexesNormals(uint32 threadCount, Polling& polling)
 {
-    const bool calculated = faceNor().size() == getFacesSize() && trindexNor().size() == getFacesSize() &&
-                            neededEntries(trindexNor()) <= nor().size();
-    if (!calculated) recalculateNormals();
+    return prepareNormalArrays(polling) &&
+           runJob(makeJob(pos(), trindexPos(), trindexNor(), nullptr, refNor()), threadCount, polling);
 }
 
-void Mesh::calculateVerticesSurfaceNormal(uint32 threadCount)
+bool Mesh::createNormals(double angle, uint32 threadCount, CancelCallback callback)
+{
+    Polling polling(callback);
+    uint32 normalCount = 0;
+    if (!polling.goOn() || !faceNormals(pos(), trindexPos(), refFaceNor(), threadCount, polling) ||
+        !groupNormals(angle, normalCount, polling))
+        return false;
+    refNor().resize(normalCount);
+    return recalculateVertexesNormals(threadCount, polling);
+}
+
+bool Mesh::confirmNormalsCalculated(uint32 threadCount, CancelCallback callback)
+{
+    Polling polling(callback);
+    if (!polling.goOn()) return false;
+    const bool calculated = faceNor().size() == getFacesSize() && trindexNor().size() == getFacesSize() &&
+                            neededEntries(trindexNor(), polling) <= nor().size();
+    return !polling.isStopped() && (calculated || recalculateNormals(threadCount, polling));
+}
+
+bool Mesh::calculateVerticesSurfaceNormal(uint32 threadCount, CancelCallback callback)
+{
+    Polling polling(callback);
+    return polling.goOn() && calculateVerticesSurfaceNormal(threadCount, polling);
+}
+
+bool Mesh::calculateVerticesSurfaceNormal(uint32 threadCount, Polling& polling)
 {
     Array<Vector3F>& normals = require<Vector3F>(Slot::NorAllSmoothed);
     normals.resize(getPosSize());
-    runJob(makeJob(pos(), trindexPos(), trindexPos(), nullptr, normals), threadCount);
+    return runJob(makeJob(pos(), trindexPos(), trindexPos(), nullptr, normals), threadCount, polling);
 }
 
 void Mesh::calculateVerticesSurfaceNormalExternal(Array<Vector3F>& normals) const
@@ -124,10 +194,12 @@ void Mesh::calculateVerticesSurfaceNormalExternal(Array<Vector3F>& normals) cons
     staticCalculateNormals(pos(), trindexPos(), normals);
 }
 
-void Mesh::createSafe_arrNorSurface(uint32 threadCount)
+bool Mesh::createSafe_arrNorSurface(uint32 threadCount, CancelCallback callback)
 {
-    if (getArrNorSurface().isNone() || norSurface().size() != getPosSize())
-        calculateVerticesSurfaceNormal(threadCount);
+    if (!getArrNorSurface().isNone() && norSurface().size() == getPosSize()) return true;
+    if (calculateVerticesSurfaceNormal(threadCount, callback)) return true;
+    releaseSlot(Slot::NorAllSmoothed);  // so that they are not taken for complete
+    return false;
 }
 
 }  // namespace tavrix

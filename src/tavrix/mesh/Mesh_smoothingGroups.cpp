@@ -8,6 +8,8 @@
 namespace tavrix
 {
 
+using detail::Polling;
+
 namespace
 {
 
@@ -30,56 +32,73 @@ uint32 cornerAt(const Array<Index3>& faces, uint32 face, uint32 position)
 }
 
 /// Joins the corners of both faces at both ends of every edge that is smooth.
-detail::UnionFind joinSmoothCorners(const Mesh& mesh, double smallestCosine)
+void joinSmoothCorners(const Mesh& mesh, double smallestCosine, Polling& polling, detail::UnionFind& groups)
 {
     const Array<Index3>& faces = mesh.trindexPos();
-    const Array<FacedgeTriple> neighbours =
-        detail::facedgeNeighbours(detail::EdgeTable(faces, mesh.getPosSize()), faces.size());
-    detail::UnionFind groups(3 * faces.size());
-    for (uint32 f = 0; f < faces.size(); ++f)
-        for (uint32 e = 0; e < 3; ++e)
-        {
-            const IndexFacedge other = neighbours[f][e];
-            if (other.isNone() || other.face() < f) continue;
-            if (!areSmooth(mesh.faceNor()[f], mesh.faceNor()[other.face()], smallestCosine)) continue;
-            for (const uint32 corner : {e, (e + 1) % 3})
-                groups.unite(3 * f + corner, cornerAt(faces, other.face(), faces[f][corner]));
-        }
-    return groups;
+    const detail::EdgeTable edges(faces, mesh.getPosSize(), polling);
+    if (polling.isStopped()) return;
+    const Array<FacedgeTriple> neighbours = detail::facedgeNeighbours(edges, faces.size(), polling);
+    if (polling.isStopped()) return;
+    inPieces(polling, faces.size(), detail::scatteredItems / 4,
+             [&](uint64 begin, uint64 end)
+             {
+                 for (auto f = static_cast<uint32>(begin); f < end; ++f)
+                     for (uint32 e = 0; e < 3; ++e)
+                     {
+                         const IndexFacedge other = neighbours[f][e];
+                         if (other.isNone() || other.face() < f) continue;
+                         if (!areSmooth(mesh.faceNor()[f], mesh.faceNor()[other.face()], smallestCosine))
+                             continue;
+                         for (const uint32 corner : {e, (e + 1) % 3})
+                             groups.unite(3 * f + corner, cornerAt(faces, other.face(), faces[f][corner]));
+                     }
+             });
 }
 
 }  // namespace
 
 void Mesh::recalculateArrTrindexNor_SmoothingGroups(double angle, uint32& normalCount)
 {
-    const double smallestCosine = cosineOfAngle(angle);
-    if (smallestCosine <= -1)
-    {
-        refTrindexNor() = trindexPos();
-        normalCount = getPosSize();
-        return;
-    }
-    if (faceNor().size() != getFacesSize()) recalculateFaceNormals();
-    detail::UnionFind groups = joinSmoothCorners(*this, smallestCosine);
-    const uint32 cornerCount = 3 * getFacesSize();
-    Array<Index3>& trindexNor = refTrindexNor();
-    trindexNor.resize(getFacesSize());
-    normalCount = 0;
-    for (uint32 corner = 0; corner < cornerCount; ++corner)
-    {
-        const uint32 first = groups.find(corner);
-        trindexNor[corner / 3][corner % 3] =
-            first == corner ? normalCount++ : trindexNor[first / 3][first % 3];
-    }
+    if (cosineOfAngle(angle) > -1 && faceNor().size() != getFacesSize()) recalculateFaceNormals();
+    Polling none(nullptr);
+    groupNormals(angle, normalCount, none);
 }
 
-void Mesh::createNormals(double angle)
+/// Numbers the corners' normals, given the face normals; false, and nothing changed, when the polling
+/// stopped it.
+bool Mesh::groupNormals(double angle, uint32& normalCount, Polling& polling)
 {
-    recalculateFaceNormals();
-    uint32 normalCount = 0;
-    recalculateArrTrindexNor_SmoothingGroups(angle, normalCount);
-    refNor().resize(normalCount);
-    recalculateVertexesNormals();
+    const double smallestCosine = cosineOfAngle(angle);
+    const bool isSmooth = smallestCosine <= -1;
+    Array<Index3> triples(getFacesSize());
+    uint32 count = getPosSize();
+    if (isSmooth)
+        inPieces(
+            polling, triples.size(), detail::lightItems,
+            [&](uint64 begin, uint64 end)
+            { std::copy(trindexPos().data() + begin, trindexPos().data() + end, triples.data() + begin); });
+    else
+    {
+        detail::UnionFind groups(3 * getFacesSize(), polling);
+        if (polling.isStopped()) return false;
+        joinSmoothCorners(*this, smallestCosine, polling, groups);
+        if (polling.isStopped()) return false;
+        count = 0;
+        inPieces(polling, triples.size(), detail::scatteredItems,
+                 [&](uint64 begin, uint64 end)
+                 {
+                     for (auto corner = static_cast<uint32>(3 * begin); corner < 3 * end; ++corner)
+                     {
+                         const uint32 first = groups.find(corner);
+                         triples[corner / 3][corner % 3] =
+                             first == corner ? count++ : triples[first / 3][first % 3];
+                     }
+                 });
+    }
+    if (polling.isStopped()) return false;
+    refTrindexNor().swap(triples);
+    normalCount = count;
+    return true;
 }
 
 }  // namespace tavrix

@@ -21,6 +21,7 @@ enum MeshFileError : int
     meshFileCannotWrite = -3,   ///< the disk is full or gone; the file is not whole
     meshFileCannotOpen = -4,    ///< no such file or folder, or no permission
     meshFileEndsTooEarly = -5,  ///< the file promises more than it holds
+    meshFileStopped = -6,       ///< the callback stopped the work; a file that was written is not whole
 };
 
 /// The parsers' return value for a file status; 0 for ok.

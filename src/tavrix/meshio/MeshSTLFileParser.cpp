@@ -19,8 +19,6 @@ using Encoding = MeshSTLFileParser::Encoding;
 
 constexpr int success = 1;
 
-int resultOf(FileStatus status) { return status == FileStatus::ok ? success : meshFileResult(status); }
-
 void printCannotOpen(const TX_String& fileName)
 {
     // an acute accent in Latin-1: the text is fixed, byte for byte
@@ -52,10 +50,11 @@ int readStl(const TX_String& fileName, ArrayOfPtr<Mesh>& meshes, std::optional<E
     return success;
 }
 
-int writeStl(const TX_String& fileName, const Mesh& mesh, Encoding encoding)
+int writeStl(const TX_String& fileName, const Mesh& mesh, Encoding encoding, CancelCallback callback)
 {
-    return resultOf(encoding == Encoding::ascii ? detail::writeStlText(fileName, mesh)
-                                                : detail::writeStlBinary(fileName, mesh));
+    const int result = encoding == Encoding::ascii ? detail::writeStlText(fileName, mesh, callback)
+                                                   : detail::writeStlBinary(fileName, mesh, callback);
+    return result == 0 ? success : result;
 }
 
 }  // namespace
@@ -90,15 +89,17 @@ int MeshSTLFileParser::encodingBySize(const TX_String& fileName, Encoding& encod
     return success;
 }
 
-int MeshSTLFileParser::write(const TX_String& fileName, const ArrayOfPtr<Mesh>& meshes, uint32 encoding) const
+int MeshSTLFileParser::write(const TX_String& fileName, const ArrayOfPtr<Mesh>& meshes, uint32 encoding,
+                             CancelCallback callback) const
 {
     if (meshes.empty() || !meshes[0]) return meshFileFailed;
-    return writeStl(fileName, *meshes[0], static_cast<Encoding>(encoding));
+    return writeStl(fileName, *meshes[0], static_cast<Encoding>(encoding), callback);
 }
 
-int MeshSTLFileParser::write(const TX_String& fileName, const Mesh& mesh, Encoding encoding) const
+int MeshSTLFileParser::write(const TX_String& fileName, const Mesh& mesh, Encoding encoding,
+                             CancelCallback callback) const
 {
-    return writeStl(fileName, mesh, encoding);
+    return writeStl(fileName, mesh, encoding, callback);
 }
 
 }  // namespace tavrix

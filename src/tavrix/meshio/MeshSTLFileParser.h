@@ -1,6 +1,7 @@
 #pragma once
 
 #include <tavrix/foundation/ArrayOfPtr.h>
+#include <tavrix/foundation/CancelCallback.h>
 #include <tavrix/mesh/Mesh.h>
 #include <tavrix/meshio/MeshFileParser.h>
 #include <tavrix/platform/Export.h>
@@ -53,9 +54,13 @@ public:
     /// and makes the header longer, which other readers do not expect. Facet normals and attributes are zero.
     /// ASCII: facet normals are those of the mesh's corners, zero for facets without area. Numbers are the
     /// shortest that read back as the same float. Line breaks in a name become blanks.
-    int write(const TX_String& fileName, const ArrayOfPtr<Mesh>& meshes, uint32 encoding = 0) const;
+    ///
+    /// The callback is polled every few milliseconds; meshFileStopped when it stops, and the file is cut off.
+    int write(const TX_String& fileName, const ArrayOfPtr<Mesh>& meshes, uint32 encoding = 0,
+              CancelCallback callback = nullptr) const;
     /// The same for one mesh.
-    int write(const TX_String& fileName, const Mesh& mesh, Encoding encoding = Encoding::binary) const;
+    int write(const TX_String& fileName, const Mesh& mesh, Encoding encoding = Encoding::binary,
+              CancelCallback callback = nullptr) const;
 };
 
 template <>

@@ -50,27 +50,29 @@ int Mesh_BIN_FileParser::read(const TX_String& fileName, const Array<TX_String>&
     return readFile(*this, fileName, chosenFrom(channelNames), meshes);
 }
 
-int Mesh_BIN_FileParser::write(const TX_String& fileName, const ArrayOfPtr<Mesh>& meshes, uint32) const
+int Mesh_BIN_FileParser::write(const TX_String& fileName, const ArrayOfPtr<Mesh>& meshes, uint32,
+                               CancelCallback callback) const
 {
-    return meshFileResult(detail::writeBin(fileName, {meshes.begin(), meshes.size()}, {}, 1.0f));
+    return detail::writeBin(fileName, {meshes.begin(), meshes.size()}, {}, 1.0f, callback);
 }
 
-int Mesh_BIN_FileParser::write(const TX_String& fileName, const ArrayOfPtr<Mesh>& meshes, float scale) const
+int Mesh_BIN_FileParser::write(const TX_String& fileName, const ArrayOfPtr<Mesh>& meshes, float scale,
+                               CancelCallback callback) const
 {
-    return meshFileResult(detail::writeBin(fileName, {meshes.begin(), meshes.size()}, {}, scale));
+    return detail::writeBin(fileName, {meshes.begin(), meshes.size()}, {}, scale, callback);
 }
 
 int Mesh_BIN_FileParser::write(const TX_String& fileName, const Array<TX_String>& channelNames,
-                               const ArrayOfPtr<Mesh>& meshes, float scale) const
+                               const ArrayOfPtr<Mesh>& meshes, float scale, CancelCallback callback) const
 {
-    return meshFileResult(
-        detail::writeBin(fileName, {meshes.begin(), meshes.size()}, chosenFrom(channelNames), scale));
+    return detail::writeBin(fileName, {meshes.begin(), meshes.size()}, chosenFrom(channelNames), scale,
+                            callback);
 }
 
-int Mesh_BIN_FileParser::write(const TX_String& fileName, const Mesh& mesh) const
+int Mesh_BIN_FileParser::write(const TX_String& fileName, const Mesh& mesh, CancelCallback callback) const
 {
     const Mesh* const one = &mesh;
-    return meshFileResult(detail::writeBin(fileName, {&one, 1}, {}, 1.0f));
+    return detail::writeBin(fileName, {&one, 1}, {}, 1.0f, callback);
 }
 
 int Mesh_BIN_FileParser::getNumberOfMeshes(const TX_String&) const { return 1; }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <tavrix/foundation/ArrayOfPtr.h>
+#include <tavrix/foundation/CancelCallback.h>
 #include <tavrix/mesh/Mesh.h>
 #include <tavrix/meshio/MeshFileParser.h>
 #include <tavrix/platform/Export.h>
@@ -40,20 +41,26 @@ public:
     /// stand in for the meshes that lack them. Readers find velocities only behind texture coordinates, so
     /// those then are there in any case, as zeros. Weights are not written. `scale` multiplies positions and
     /// velocities; `options` has no meaning yet. Integers are options, floating-point numbers a scale.
-    int write(const TX_String& fileName, const ArrayOfPtr<Mesh>& meshes, uint32 options = 0) const;
-    int write(const TX_String& fileName, const ArrayOfPtr<Mesh>& meshes, int options) const
+    ///
+    /// The callback is polled every few milliseconds; meshFileStopped when it stops, and the file is cut off.
+    int write(const TX_String& fileName, const ArrayOfPtr<Mesh>& meshes, uint32 options = 0,
+              CancelCallback callback = nullptr) const;
+    int write(const TX_String& fileName, const ArrayOfPtr<Mesh>& meshes, int options,
+              CancelCallback callback = nullptr) const
     {
-        return write(fileName, meshes, static_cast<uint32>(options));
+        return write(fileName, meshes, static_cast<uint32>(options), callback);
     }
-    int write(const TX_String& fileName, const ArrayOfPtr<Mesh>& meshes, float scale) const;
-    int write(const TX_String& fileName, const ArrayOfPtr<Mesh>& meshes, double scale) const
+    int write(const TX_String& fileName, const ArrayOfPtr<Mesh>& meshes, float scale,
+              CancelCallback callback = nullptr) const;
+    int write(const TX_String& fileName, const ArrayOfPtr<Mesh>& meshes, double scale,
+              CancelCallback callback = nullptr) const
     {
-        return write(fileName, meshes, static_cast<float>(scale));
+        return write(fileName, meshes, static_cast<float>(scale), callback);
     }
     int write(const TX_String& fileName, const Array<TX_String>& channelNames, const ArrayOfPtr<Mesh>& meshes,
-              float scale = 1.0f) const;
+              float scale = 1.0f, CancelCallback callback = nullptr) const;
     /// The same for one mesh.
-    int write(const TX_String& fileName, const Mesh& mesh) const;
+    int write(const TX_String& fileName, const Mesh& mesh, CancelCallback callback = nullptr) const;
 
     /// 1, without opening the file: that is how many meshes a BIN mesh file holds.
     int getNumberOfMeshes(const TX_String& fileName) const;

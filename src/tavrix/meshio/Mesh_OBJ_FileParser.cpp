@@ -48,22 +48,23 @@ int Mesh_OBJ_FileParser::read(const TX_String& fileName, const Array<TX_String>&
     return readObj(fileName, detail::hasChannel(channelNames, "uv"), meshes, mode);
 }
 
-int Mesh_OBJ_FileParser::write(const TX_String& fileName, const ArrayOfPtr<Mesh>& meshes, uint32) const
+int Mesh_OBJ_FileParser::write(const TX_String& fileName, const ArrayOfPtr<Mesh>& meshes, uint32,
+                               CancelCallback callback) const
 {
-    return meshFileResult(detail::writeObj(fileName, {meshes.begin(), meshes.size()}, true));
+    return detail::writeObj(fileName, {meshes.begin(), meshes.size()}, true, callback);
 }
 
 int Mesh_OBJ_FileParser::write(const TX_String& fileName, const Array<TX_String>& channelNames,
-                               const ArrayOfPtr<Mesh>& meshes) const
+                               const ArrayOfPtr<Mesh>& meshes, CancelCallback callback) const
 {
-    return meshFileResult(
-        detail::writeObj(fileName, {meshes.begin(), meshes.size()}, detail::hasChannel(channelNames, "uv")));
+    return detail::writeObj(fileName, {meshes.begin(), meshes.size()}, detail::hasChannel(channelNames, "uv"),
+                            callback);
 }
 
-int Mesh_OBJ_FileParser::write(const TX_String& fileName, const Mesh& mesh) const
+int Mesh_OBJ_FileParser::write(const TX_String& fileName, const Mesh& mesh, CancelCallback callback) const
 {
     const Mesh* const one = &mesh;
-    return meshFileResult(detail::writeObj(fileName, {&one, 1}, true));
+    return detail::writeObj(fileName, {&one, 1}, true, callback);
 }
 
 }  // namespace tavrix

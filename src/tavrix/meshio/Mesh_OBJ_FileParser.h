@@ -1,6 +1,7 @@
 #pragma once
 
 #include <tavrix/foundation/ArrayOfPtr.h>
+#include <tavrix/foundation/CancelCallback.h>
 #include <tavrix/mesh/Mesh.h>
 #include <tavrix/meshio/MeshFileParser.h>
 #include <tavrix/meshio/ObjReadingMode.h>
@@ -46,13 +47,15 @@ public:
     /// a MeshFileError; only after 0 is the file whole. Numbers have six decimals. Faces refer to normals
     /// when "Nor" is not empty and "TrindexNor" has one triple a face, and to texture coordinates when
     /// "UV_MAP_0" has one element a position; without, it is not written. Line breaks in a name become
-    /// blanks. `options` has no meaning yet.
-    int write(const TX_String& fileName, const ArrayOfPtr<Mesh>& meshes, uint32 options = 0) const;
+    /// blanks. `options` has no meaning yet. The callback is polled every few milliseconds; meshFileStopped
+    /// when it stops, and the file is cut off.
+    int write(const TX_String& fileName, const ArrayOfPtr<Mesh>& meshes, uint32 options = 0,
+              CancelCallback callback = nullptr) const;
     /// The same with a choice of channels: texture coordinates are written when `channelNames` has "uv".
-    int write(const TX_String& fileName, const Array<TX_String>& channelNames,
-              const ArrayOfPtr<Mesh>& meshes) const;
+    int write(const TX_String& fileName, const Array<TX_String>& channelNames, const ArrayOfPtr<Mesh>& meshes,
+              CancelCallback callback = nullptr) const;
     /// The same for one mesh.
-    int write(const TX_String& fileName, const Mesh& mesh) const;
+    int write(const TX_String& fileName, const Mesh& mesh, CancelCallback callback = nullptr) const;
 };
 
 template <>

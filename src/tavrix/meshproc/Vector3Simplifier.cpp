@@ -117,7 +117,7 @@ template <std::floating_point T>
 bool Vector3Simplifier<T>::simplifyConst_protected(const Positions& pos, T tolerance,
                                                    V3S_SIMP_MODE mode) const
 {
-    focus(pos, tolerance, mode);
+    begin(pos, tolerance, mode);
     if (pos.empty()) return false;
     if (!(tolerance > 0)) return resetUnmerged(pos);
     fillWork();
@@ -136,6 +136,16 @@ bool Vector3Simplifier<T>::simplifyConst_protected(const Positions& pos, T toler
 
 template <std::floating_point T>
 void Vector3Simplifier<T>::focus(const Positions& pos, T tolerance, V3S_SIMP_MODE mode) const
+{
+    begin(pos, tolerance, mode);
+    _twins.resize(pos.size());
+    std::iota(_twins.begin(), _twins.end(), 0u);
+    resizeWork(pos.size());
+    for (uint32 i = 0; i < pos.size(); ++i) _work[i] = {pos[i].x, i};
+}
+
+template <std::floating_point T>
+void Vector3Simplifier<T>::begin(const Positions& pos, T tolerance, V3S_SIMP_MODE mode) const
 {
     _pos = &pos;
     _tolerance = tolerance;
@@ -157,14 +167,21 @@ void Vector3Simplifier<T>::fillWork() const
                                     { return !_arrFamily || familyOf(i) == familyOf(earlier); });
     uint32 repeated = 0;
     for (uint32 i = 0; i < count; ++i) repeated += _twins[i] < i;
-    _work.clear();
-    _work.resize(count - repeated);
-    _scratch.clear();
-    _scratch.resize(count - repeated);
+    resizeWork(count - repeated);
     if (_arrPosOut.capacity() < _work.size()) _arrPosOut.reserve(_work.size(), false);
     Pair* next = _work.data();
     for (uint32 i = 0; i < count; ++i)
         if (_twins[i] >= i) *next++ = {(*_pos)[i].x, i};
+}
+
+/// Gives the work array so many pairs without meaning.
+template <std::floating_point T>
+void Vector3Simplifier<T>::resizeWork(uint32 count) const
+{
+    _work.clear();
+    _work.resize(count);
+    _scratch.clear();
+    _scratch.resize(count);
 }
 
 /// Ends a pass that merged nothing; returns false.

@@ -116,7 +116,10 @@ protected:
     static FamilyRef refFamily(Pair& pair) { return FamilyRef(pair); }
     static uint32 getFamily(const Pair& pair);
 
-    /// Begins a pass: an empty output and an identity dictionary.
+    // The protected steps work on the points of the last focus, whose array must still be there.
+
+    /// Begins a pass: work pairs of all points, with their x, in their order; an empty output and an identity
+    /// dictionary. Any step may follow.
     void focus(const Positions& pos, T tolerance, V3S_SIMP_MODE mode) const;
     /// One pass with one tolerance; true when it merged points.
     bool simplifyConst_protected(const Positions& pos, T tolerance, V3S_SIMP_MODE mode) const;
@@ -151,7 +154,9 @@ protected:
 
 private:
     uint32 familyOf(uint32 index) const;
+    void begin(const Positions& pos, T tolerance, V3S_SIMP_MODE mode) const;
     void fillWork() const;
+    void resizeWork(uint32 count) const;
     void forEachFamily(const Block& all) const;
     bool isOnePoint(const Block& block) const;
     bool isRepeated(uint32 place) const { return _twins[_work[place].b] != _work[place].b; }

@@ -5,7 +5,6 @@
 #include <cmath>
 
 #include <tavrix/foundation/detail/RadixSort.h>
-#include <tavrix/foundation/ParallelFor.h>
 
 // A cell's key is made of the lower bits of its three indices, 31 bits together, z lowest, so that the cells
 // of a column follow each other. Where the points spread over more cells than the bits can tell, cells far
@@ -23,18 +22,30 @@ constexpr double farthestCell = 1e15;     // whole numbers up to here are exact
 
 }  // namespace
 
-NeighbourGrid::NeighbourGrid(const Array<Vector3F>& positions, double cellSize, uint32 threadCount)
+NeighbourGrid::NeighbourGrid(const Array<Vector3F>& positions, double cellSize, uint32 threadCount,
+                             detail::Polling& polling)
     : _cellSize(cellSize)
 {
     Box3D box = Box3D::empty();
-    for (const Vector3F& p : positions)
-        if (isFinite(p)) box.extend(convert<double>(p));
+    inPieces(polling, positions.size(), detail::lightItems,
+             [&](uint64 begin, uint64 end)
+             {
+                 for (const Vector3F* p = positions.data() + begin; p != positions.data() + end; ++p)
+                     if (isFinite(*p)) box.extend(convert<double>(*p));
+             });
     if (box.min.x <= box.max.x)
     {
         _origin = box.min;
         chooseBits(box.max - box.min);
     }
-    sortPositions(positions, threadCount);
+    if (!polling.isStopped()) sortPositions(positions, threadCount, polling);
+}
+
+NeighbourGrid::NeighbourGrid(const Array<Vector3F>& positions, double cellSize, uint32 threadCount)
+    : _cellSize(cellSize)
+{
+    detail::Polling none(nullptr);
+    *this = NeighbourGrid(positions, cellSize, threadCount, none);
 }
 
 int64 NeighbourGrid::cellAlong(uint32 axis, double coordinate) const
@@ -58,55 +69,67 @@ void NeighbourGrid::chooseBits(const Vector3D& extent)
     while (_bits[0] + _bits[1] + _bits[2] > keyBits) --*std::max_element(_bits, _bits + 3);
 }
 
-void NeighbourGrid::sortPositions(const Array<Vector3F>& positions, uint32 threadCount)
+bool NeighbourGrid::sortPositions(const Array<Vector3F>& positions, uint32 threadCount,
+                                  detail::Polling& polling)
 {
     Array<uint64> items(positions.size());
-    parallelFor(items.size(), threadCount,
-                [&](uint32, uint64 begin, uint64 end)
-                {
-                    for (uint64 n = begin; n < end; ++n)
-                    {
-                        uint32 key = isFinite(positions[n]) ? 0 : notFiniteKey;
-                        for (uint32 axis = 0; axis < 3 && key != notFiniteKey; ++axis)
-                            key = key << _bits[axis] | wrapped(axis, cellAlong(axis, positions[n][axis]));
-                        items[n] = uint64{key} << 32 | n;
-                    }
-                });
-    detail::radixSortByUpperHalf(items, threadCount);
+    inPieces(polling, items.size(), detail::scatteredItems, threadCount,
+             [&](uint32, uint64 begin, uint64 end)
+             {
+                 for (uint64 n = begin; n < end; ++n)
+                 {
+                     uint32 key = isFinite(positions[n]) ? 0 : notFiniteKey;
+                     for (uint32 axis = 0; axis < 3 && key != notFiniteKey; ++axis)
+                         key = key << _bits[axis] | wrapped(axis, cellAlong(axis, positions[n][axis]));
+                     items[n] = uint64{key} << 32 | n;
+                 }
+             });
+    if (!polling.isStopped()) detail::radixSortByUpperHalf(items, threadCount, polling);
+    if (polling.isStopped()) return false;
     const auto end = std::lower_bound(items.begin(), items.end(), uint64{notFiniteKey} << 32);
     items.resize(static_cast<uint32>(end - items.begin()));
 
     _order.resize(items.size());
     for (Array<float>& coordinates : _coordinates) coordinates.resize(items.size() + padding);
-    parallelFor(items.size(), threadCount,
-                [&](uint32, uint64 begin, uint64 last)
-                {
-                    for (uint64 n = begin; n < last; ++n)
-                    {
-                        _order[n] = static_cast<uint32>(items[n]);
-                        for (uint32 axis = 0; axis < 3; ++axis)
-                            _coordinates[axis][n] = positions[_order[n]][axis];
-                    }
-                });
+    inPieces(polling, items.size(), detail::scatteredItems, threadCount,
+             [&](uint32, uint64 begin, uint64 last)
+             {
+                 for (uint64 n = begin; n < last; ++n)
+                 {
+                     _order[n] = static_cast<uint32>(items[n]);
+                     for (uint32 axis = 0; axis < 3; ++axis)
+                         _coordinates[axis][n] = positions[_order[n]][axis];
+                 }
+             });
     for (Array<float>& coordinates : _coordinates)
         std::fill_n(coordinates.data() + items.size(), uint32{padding}, 0.0f);
-    collectCells(items);
+    if (!polling.isStopped()) collectCells(items, polling);
+    return !polling.isStopped();
 }
 
-void NeighbourGrid::collectCells(const Array<uint64>& sorted)
+void NeighbourGrid::collectCells(const Array<uint64>& sorted, detail::Polling& polling)
 {
     const auto key = [&](uint32 n) { return static_cast<uint32>(sorted[n] >> 32); };
     const auto begins = [&](uint32 n) { return n == 0 || key(n) != key(n - 1); };
     uint32 count = 0;
-    for (uint32 n = 0; n < sorted.size(); ++n) count += begins(n);
+    inPieces(polling, sorted.size(), detail::lightItems,
+             [&](uint64 begin, uint64 end)
+             {
+                 for (auto n = static_cast<uint32>(begin); n < end; ++n) count += begins(n);
+             });
     _cellKeys.reserve(count);
     _cellStarts.reserve(count + 1);
-    for (uint32 n = 0; n < sorted.size(); ++n)
-    {
-        if (!begins(n)) continue;
-        _cellKeys.push_back(key(n));
-        _cellStarts.push_back(n);
-    }
+    inPieces(polling, sorted.size(), detail::lightItems,
+             [&](uint64 begin, uint64 end)
+             {
+                 for (auto n = static_cast<uint32>(begin); n < end; ++n)
+                 {
+                     if (!begins(n)) continue;
+                     _cellKeys.push_back(key(n));
+                     _cellStarts.push_back(n);
+                 }
+             });
+    if (polling.isStopped()) return;
     _cellStarts.push_back(sorted.size());
 
     const auto directoryBits = static_cast<uint32>(std::bit_width(count));
@@ -114,11 +137,15 @@ void NeighbourGrid::collectCells(const Array<uint64>& sorted)
     _directoryShift = bits - directoryBits;
     _directory.resize((1u << directoryBits) + 1);
     uint32 cell = 0;
-    for (uint32 prefix = 0; prefix < _directory.size(); ++prefix)
-    {
-        while (cell < count && _cellKeys[cell] >> _directoryShift < prefix) ++cell;
-        _directory[prefix] = cell;
-    }
+    inPieces(polling, _directory.size(), detail::lightItems,
+             [&](uint64 begin, uint64 end)
+             {
+                 for (auto prefix = static_cast<uint32>(begin); prefix < end; ++prefix)
+                 {
+                     while (cell < count && _cellKeys[cell] >> _directoryShift < prefix) ++cell;
+                     _directory[prefix] = cell;
+                 }
+             });
 }
 
 /// The first point whose cell's key is at least `key`.

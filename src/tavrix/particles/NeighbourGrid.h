@@ -9,6 +9,11 @@
 namespace tavrix
 {
 
+namespace detail
+{
+class Polling;
+}
+
 /// Points sorted by the cells of a uniform grid, to find those within a distance of any place.
 ///
 /// Built in linear time, in parallel, with the same result for every thread count; memory is linear in the
@@ -32,6 +37,9 @@ public:
     /// Sorts the points that are finite by cells of the given side, and by their index within a cell. A side
     /// of half the usual query radius serves well; it must be positive and finite.
     NeighbourGrid(const Array<Vector3F>& positions, double cellSize, uint32 threadCount = 1);
+    /// The same with polls; a grid of no use once they have stopped it.
+    NeighbourGrid(const Array<Vector3F>& positions, double cellSize, uint32 threadCount,
+                  detail::Polling& polling);
 
     /// The number of sorted points; less than there were positions when some are not finite.
     uint32 size() const { return _order.size(); }
@@ -59,8 +67,8 @@ private:
     int64 cellAlong(uint32 axis, double coordinate) const;
     uint32 wrapped(uint32 axis, int64 cell) const;
     void chooseBits(const Vector3D& extent);
-    void sortPositions(const Array<Vector3F>& positions, uint32 threadCount);
-    void collectCells(const Array<uint64>& sorted);
+    bool sortPositions(const Array<Vector3F>& positions, uint32 threadCount, detail::Polling& polling);
+    void collectCells(const Array<uint64>& sorted, detail::Polling& polling);
     uint32 firstPointFrom(uint32 key) const;
     void findRunsOfCells(const CellBox& box, std::vector<Run>& runs) const;
     void appendRun(uint32 lowKey, uint32 highKey, std::vector<Run>& runs) const;

@@ -40,7 +40,8 @@ struct SortedValues
 {
     Array<float> axes[3];
 
-    SortedValues(const NeighbourGrid& grid, const Array<Vector3F>& values, uint32 threadCount)
+    SortedValues(const NeighbourGrid& grid, const Array<Vector3F>& values, uint32 threadCount,
+                 detail::Polling& polling)
     {
         const uint32 count = grid.size();
         for (Array<float>& axis : axes)
@@ -48,24 +49,28 @@ struct SortedValues
             axis.resize(count + NeighbourGrid::padding);
             std::fill_n(axis.data() + count, uint32{NeighbourGrid::padding}, 0.0f);
         }
-        parallelFor(count, threadCount,
-                    [&](uint32, uint64 begin, uint64 end)
-                    {
-                        for (uint64 n = begin; n < end; ++n)
-                            for (uint32 axis = 0; axis < 3; ++axis)
-                            {
-                                const float value = values[grid.order()[n]][axis];
-                                axes[axis][n] = std::isfinite(value) ? value : 0.0f;
-                            }
-                    });
+        inPieces(polling, count, detail::scatteredItems, threadCount,
+                 [&](uint32, uint64 begin, uint64 end)
+                 {
+                     for (uint64 n = begin; n < end; ++n)
+                         for (uint32 axis = 0; axis < 3; ++axis)
+                         {
+                             const float value = values[grid.order()[n]][axis];
+                             axes[axis][n] = std::isfinite(value) ? value : 0.0f;
+                         }
+                 });
     }
 };
 
-Array<Vector3F> toSingle(const Array<Vector3D>& places)
+Array<Vector3F> toSingle(const Array<Vector3D>& places, detail::Polling& polling)
 {
     Array<Vector3F> single(places.size());
-    std::transform(places.begin(), places.end(), single.begin(),
-                   [](const Vector3D& p) { return convert<float>(p); });
+    inPieces(polling, places.size(), detail::lightItems,
+             [&](uint64 begin, uint64 end)
+             {
+                 std::transform(places.begin() + begin, places.begin() + end, single.begin() + begin,
+                                [](const Vector3D& p) { return convert<float>(p); });
+             });
     return single;
 }
 
@@ -95,7 +100,8 @@ Array<uint32> countNeighbours(const NeighbourGrid& grid, const Array<Vector3F>& 
             counts[grid.order()[n]] = count == 0 ? 0 : std::min(count - 1, most);  // less itself
         }
     };
-    detail::forEachCell(grid, threadCount, nullptr, countInCell);
+    detail::Polling none(nullptr);
+    detail::forEachCell(grid, threadCount, none, countInCell);
     return counts;
 }
 
@@ -119,9 +125,23 @@ Array<Vector3F> interpolateAtPlaces(const NeighbourGrid& grid, const Array<Vecto
                                     const Array<Vector3D>& places, double reach, uint32 threadCount,
                                     CancelCallback callback)
 {
-    Array<Vector3F> averages(places.size(), Vector3F{0, 0, 0});
-    const SortedValues sorted(grid, values, threadCount);
-    const NeighbourGrid placeGrid(toSingle(places), reach / 2, threadCount);
+    Array<Vector3F> averages(places.size());
+    detail::Polling none(nullptr), polling(callback);
+    const auto fillZero = [&](detail::Polling& polls)
+    {
+        return inPieces(polls, places.size(), detail::lightItems, threadCount,
+                        [&](uint32, uint64 begin, uint64 end) {
+                            std::fill(averages.begin() + begin, averages.begin() + end, Vector3F{0, 0, 0});
+                        });
+    };
+    if (!polling.goOn() || !fillZero(polling))
+    {
+        fillZero(none);
+        return averages;
+    }
+    const SortedValues sorted(grid, values, threadCount, polling);
+    const NeighbourGrid placeGrid(toSingle(places, polling), reach / 2, threadCount, polling);
+    if (polling.isStopped()) return averages;
     const auto averageInCell = [&](uint32 cell, std::vector<NeighbourGrid::Run>& runs)
     {
         const NeighbourGrid::Run run = placeGrid.cell(cell);
@@ -140,7 +160,7 @@ Array<Vector3F> interpolateAtPlaces(const NeighbourGrid& grid, const Array<Vecto
             averages[placeGrid.order()[n]] = {average[0], average[1], average[2]};
         }
     };
-    detail::forEachCell(placeGrid, threadCount, callback, averageInCell);
+    detail::forEachCell(placeGrid, threadCount, polling, averageInCell);
     return averages;
 }
 

@@ -23,7 +23,7 @@ TX_GEOMETRY_API Array<uint32> findStrays(const Array<Vector3F>& positions, doubl
 ///
 /// values: one per position that the grid was made of; one that is not finite counts as zero. Single
 /// precision, and the same for every thread count. A place that is not finite or has no particle in reach
-/// gets zero, and so do the rest when the callback, polled some tens of milliseconds apart, stops the work.
+/// gets zero, and so do the rest when the callback, polled every few milliseconds, stops the work.
 /// Linear in the particles and in the pairs of places and particles within a few reaches.
 TX_GEOMETRY_API Array<Vector3F> interpolateAtPlaces(const NeighbourGrid& grid, const Array<Vector3F>& values,
                                                     const Array<Vector3D>& places, double reach,

@@ -47,9 +47,16 @@ public:
     /// Appends an entry, which takes over one reference of the caller's.
     void add(ArrayHandle handle, Inf inf)
     {
-        _infs.reserve(_infs.size() + 1);
-        _handles.push_back(handle);
         _infs.push_back(std::move(inf));
+        try
+        {
+            _handles.push_back(handle);
+        }
+        catch (...)
+        {
+            _infs.pop_back();
+            throw;
+        }
     }
 
     /// Gives entry i another array: takes over one reference of the caller's and gives the former array's

@@ -159,6 +159,23 @@ bool TX_ArrayServer::copyContents(ArrayHandle destination, ArrayHandle source)
     return true;
 }
 
+ArrayHandle TX_ArrayServer::gather(ArrayHandle source, std::span<const uint32> numbers, uint32 stride,
+                                   const std::function<bool()>& goOn)
+{
+    const AnyBox* box = find(source);
+    std::unique_ptr<AnyBox> gathered = box ? box->gather(numbers, stride, goOn) : nullptr;
+    return gathered ? insert(std::move(gathered)) : ArrayHandle{};
+}
+
+bool TX_ArrayServer::swapContents(ArrayHandle a, ArrayHandle b)
+{
+    AnyBox* first = find(a);
+    AnyBox* second = find(b);
+    if (!first || !second || *first->type != *second->type) return false;
+    if (first != second) first->swap(*second);
+    return true;
+}
+
 uint32 TX_ArrayServer::size(ArrayHandle handle) const noexcept
 {
     const AnyBox* box = find(handle);

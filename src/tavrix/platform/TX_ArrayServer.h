@@ -1,11 +1,13 @@
 #pragma once
 
 #include <concepts>
+#include <functional>
 #include <memory>
-#include <typeinfo>
+#include <span>
 #include <utility>
 
 #include <tavrix/platform/ArrayHandle.h>
+#include <tavrix/platform/ArrayType.h>
 #include <tavrix/platform/Export.h>
 
 namespace tavrix
@@ -41,7 +43,7 @@ public:
     A* get(ArrayHandle handle) const noexcept
     {
         AnyBox* box = find(handle);
-        return box && *box->type == typeid(A) ? &static_cast<Box<A>*>(box)->array : nullptr;
+        return box && *box->type == arrayType<A>() ? &static_cast<Box<A>*>(box)->array : nullptr;
     }
 
     /// Takes one more reference and returns the same handle (a shallow copy); none when there is no such
@@ -59,6 +61,15 @@ public:
     /// have one type.
     bool copyContents(ArrayHandle destination, ArrayHandle source);
 
+    /// A new array of the same type, with one reference, that holds the groups of `stride` elements with
+    /// these numbers. goOn() is asked every some thousand groups. None when it answers false, when there is
+    /// no such array, or when its container knows no resize and no index.
+    ArrayHandle gather(ArrayHandle source, std::span<const uint32> numbers, uint32 stride,
+                       const std::function<bool()>& goOn);
+
+    /// Exchanges the contents of two arrays. False, and nothing done, unless both exist and have one type.
+    bool swapContents(ArrayHandle a, ArrayHandle b);
+
     /// Number of elements of the array; 0 when there is no such array.
     uint32 size(ArrayHandle handle) const noexcept;
 
@@ -75,6 +86,9 @@ private:
         virtual ~AnyBox() = default;
         virtual std::unique_ptr<AnyBox> clone() const = 0;
         virtual void assign(const AnyBox& other) = 0;
+        virtual void swap(AnyBox& other) = 0;
+        virtual std::unique_ptr<AnyBox> gather(std::span<const uint32> numbers, uint32 stride,
+                                               const std::function<bool()>& goOn) const = 0;
         virtual uint32 size() const noexcept = 0;
 
         const std::type_info* type;
@@ -85,11 +99,33 @@ private:
     {
         template <class... Arguments>
         explicit Box(Arguments&&... arguments)
-            : AnyBox(typeid(A)), array(std::forward<Arguments>(arguments)...)
+            : AnyBox(arrayType<A>()), array(std::forward<Arguments>(arguments)...)
         {
         }
         std::unique_ptr<AnyBox> clone() const override { return std::make_unique<Box>(array); }
         void assign(const AnyBox& other) override { array = static_cast<const Box&>(other).array; }
+        void swap(AnyBox& other) override { std::swap(array, static_cast<Box&>(other).array); }
+        std::unique_ptr<AnyBox> gather(std::span<const uint32> numbers, uint32 stride,
+                                       const std::function<bool()>& goOn) const override
+        {
+            if constexpr (requires(A a) {
+                              a.resize(0u);
+                              a[0] = a[0];
+                          })
+            {
+                auto gathered = std::make_unique<Box>();
+                gathered->array.resize(static_cast<uint32>(numbers.size() * stride));
+                for (std::size_t n = 0; n < numbers.size(); ++n)
+                {
+                    if (n % 0x10000 == 0 && !goOn()) return nullptr;
+                    for (uint32 e = 0; e < stride; ++e)
+                        gathered->array[n * stride + e] = array[std::size_t{numbers[n]} * stride + e];
+                }
+                return gathered;
+            }
+            else
+                return nullptr;
+        }
         uint32 size() const noexcept override { return static_cast<uint32>(array.size()); }
 
         A array;

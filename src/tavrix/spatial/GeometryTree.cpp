@@ -1,5 +1,7 @@
 #include <tavrix/spatial/GeometryTree.h>
 
+#include <utility>
+
 #include <tavrix/foundation/ParallelFor.h>
 #include <tavrix/spatial/detail/IntegratingTable.h>
 #include <tavrix/spatial/detail/TriangleBox.h>
@@ -16,6 +18,18 @@ template <class Node>
 GeometryTree<Node>& GeometryTree<Node>::operator=(const GeometryTree& other)
 {
     assign(other);
+    return *this;
+}
+
+template <class Node>
+GeometryTree<Node>::GeometryTree(GeometryTree&& other) noexcept = default;
+
+template <class Node>
+GeometryTree<Node>& GeometryTree<Node>::operator=(GeometryTree&& other) noexcept
+{
+    if (this == &other) return *this;
+    _nodes = std::exchange(other._nodes, {});
+    _renderObject = std::move(other._renderObject);
     return *this;
 }
 

@@ -30,6 +30,9 @@ public:
     GeometryTree(const GeometryTree& other);
     GeometryTree& operator=(const GeometryTree& other);
     void assign(const GeometryTree& other);
+    /// Take the nodes and the render object over; the other tree is left empty.
+    GeometryTree(GeometryTree&& other) noexcept;
+    GeometryTree& operator=(GeometryTree&& other) noexcept;
     virtual ~GeometryTree();
 
     /// Empties the tree and makes room for that many nodes; 0 frees the memory.

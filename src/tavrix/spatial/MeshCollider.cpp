@@ -40,6 +40,8 @@ MeshCollider& MeshCollider::operator=(const MeshCollider& other)
     copyFrom(other);
     return *this;
 }
+MeshCollider::MeshCollider(MeshCollider&& other) noexcept = default;
+MeshCollider& MeshCollider::operator=(MeshCollider&& other) noexcept = default;
 MeshCollider::~MeshCollider() = default;
 
 /// Leaves no tree, rather than that of another mesh or part of one, when filling fails.

@@ -29,6 +29,9 @@ public:
     MeshCollider();
     MeshCollider(const MeshCollider& other);
     MeshCollider& operator=(const MeshCollider& other);
+    /// Take mesh and tree over; the other collider is left empty, and finds nothing.
+    MeshCollider(MeshCollider&& other) noexcept;
+    MeshCollider& operator=(MeshCollider&& other) noexcept;
     virtual ~MeshCollider();
     void copyFrom(const MeshCollider& other);
 

@@ -1,10 +1,10 @@
 #include <tavrix/fields/detail/AnisotropicKernels.h>
 
 #include <algorithm>
+#include <bit>
 #include <cmath>
 
 #include <tavrix/fields/detail/SymmetricEigen.h>
-#include <tavrix/foundation/ParallelFor.h>
 #include <tavrix/particles/detail/ForEachCell.h>
 
 namespace tavrix::detail
@@ -21,11 +21,33 @@ constexpr double fullVariance = 0.12;
 /// The longest axis of a kernel is at least this part of the ball's radius, however small the drop is.
 constexpr double shortestLongAxis = 0.5;
 
-float medianOf(Array<float> numbers)
+/// The median of positive numbers, the upper one of two, by counting their bits: first the upper half, then
+/// the lower half of those that share it.
+float medianOf(const Array<float>& numbers, Polling& polling)
 {
-    const auto middle = numbers.begin() + numbers.size() / 2;
-    std::nth_element(numbers.begin(), middle, numbers.end());
-    return *middle;
+    constexpr uint32 halfBits = 16, halfMask = (1u << halfBits) - 1;
+    uint32 rank = numbers.size() / 2, upper = 0;
+    for (const bool isUpper : {true, false})
+    {
+        Array<uint32> counts(halfMask + 1, 0u);
+        inPieces(polling, numbers.size(), lightItems,
+                 [&](uint64 begin, uint64 end)
+                 {
+                     for (uint64 n = begin; n < end; ++n)
+                     {
+                         const auto bits = std::bit_cast<uint32>(numbers[n]);
+                         if (isUpper)
+                             ++counts[bits >> halfBits];
+                         else if (bits >> halfBits == upper)
+                             ++counts[bits & halfMask];
+                     }
+                 });
+        uint32 half = 0;
+        while (half < halfMask && counts[half] <= rank) rank -= counts[half++];
+        if (!isUpper) return std::bit_cast<float>(upper << halfBits | half);
+        upper = half;
+    }
+    return 0;
 }
 
 AnisotropySettings withinBounds(const AnisotropySettings& settings)
@@ -52,17 +74,21 @@ void toCovariance(const NeighbourMoments& m, SymmetricMatrix& covariance)
 AnisotropicKernels::AnisotropicKernels(const Array<Vector3F>& positions, const Array<float>& radii,
                                        const AnisotropySettings& settings, uint32 threadCount,
                                        CancelCallback callback)
-    : _settings(withinBounds(settings)), _threadCount(threadCount), _callback(callback)
+    : _settings(withinBounds(settings)), _threadCount(threadCount), _polling(callback)
 {
     const uint32 count = std::min(positions.size(), radii.size());
     _positions.reserve(count);
     _radii.reserve(count);
-    for (uint32 n = 0; n < count; ++n)
-    {
-        if (!isFinite(positions[n]) || !(radii[n] > 0) || !std::isfinite(radii[n])) continue;
-        _positions.push_back(positions[n]);
-        _radii.push_back(radii[n]);
-    }
+    inPieces(_polling, count, lightItems,
+             [&](uint64 begin, uint64 end)
+             {
+                 for (uint64 n = begin; n < end; ++n)
+                 {
+                     if (!isFinite(positions[n]) || !(radii[n] > 0) || !std::isfinite(radii[n])) continue;
+                     _positions.push_back(positions[n]);
+                     _radii.push_back(radii[n]);
+                 }
+             });
 }
 
 /// Calls task(first, last, runs) for the sorted particles of each cell and the runs that hold their
@@ -71,7 +97,7 @@ template <class Task>
 bool AnisotropicKernels::forEachNeighbourhood(Task task) const
 {
     return forEachCell(
-        *_grid, _threadCount, _callback,
+        *_grid, _threadCount, _polling,
         [&](uint32 c, std::vector<NeighbourGrid::Run>& runs)
         {
             const NeighbourGrid::Run cell = _grid->cell(c);
@@ -87,9 +113,12 @@ bool AnisotropicKernels::forEachNeighbourhood(Task task) const
 
 bool AnisotropicKernels::measureNeighbourhoods()
 {
-    if (_positions.size() == 0) return !isCancelled(_callback);
-    const double cellSize = double{medianOf(_radii)} * _settings.neighbourReach / 2;
-    _grid.emplace(_positions, cellSize, _threadCount);
+    if (!_polling.goOn()) return false;
+    if (_positions.size() == 0) return true;
+    const double cellSize = double{medianOf(_radii, _polling)} * _settings.neighbourReach / 2;
+    if (_polling.isStopped()) return false;
+    _grid.emplace(_positions, cellSize, _threadCount, _polling);
+    if (_polling.isStopped()) return false;
     _moments.resize(_grid->size());
     return forEachNeighbourhood(
         [&](uint32 first, uint32 last, const PointRuns& runs)
@@ -148,7 +177,7 @@ void AnisotropicKernels::moveCenter(Ellipsoid& e, const PointRuns& runs) const
 bool AnisotropicKernels::fitEllipsoids()
 {
     _ellipsoids.resize(_moments.size());
-    if (_ellipsoids.size() == 0) return !isCancelled(_callback);
+    if (_ellipsoids.size() == 0) return _polling.goOn();
     return forEachNeighbourhood(
         [&](uint32 first, uint32 last, const PointRuns& runs)
         {
@@ -160,14 +189,14 @@ bool AnisotropicKernels::fitEllipsoids()
         });
 }
 
-void AnisotropicKernels::fitBoxes()
+bool AnisotropicKernels::fitBoxes()
 {
     _moments.clear();
-    parallelFor(_ellipsoids.size(), _threadCount,
-                [&](uint32, uint64 begin, uint64 end)
-                {
-                    for (uint64 n = begin; n < end; ++n) _ellipsoids[n].fitExtent();
-                });
+    return inPieces(_polling, _ellipsoids.size(), scatteredItems, _threadCount,
+                    [&](uint32, uint64 begin, uint64 end)
+                    {
+                        for (uint64 n = begin; n < end; ++n) _ellipsoids[n].fitExtent();
+                    });
 }
 
 }  // namespace tavrix::detail

@@ -6,7 +6,7 @@
 #include <tavrix/fields/AnisotropySettings.h>
 #include <tavrix/fields/detail/EllipsoidSplat.h>
 #include <tavrix/fields/detail/NeighbourMoments.h>
-#include <tavrix/foundation/CancelCallback.h>
+#include <tavrix/foundation/detail/Polling.h>
 #include <tavrix/particles/NeighbourGrid.h>
 
 namespace tavrix::detail
@@ -34,7 +34,7 @@ public:
     /// Turns moments into ellipsoids, and averages their centres.
     bool fitEllipsoids();
     /// Computes the boxes around the ellipsoids.
-    void fitBoxes();
+    bool fitBoxes();
 
     const Array<Ellipsoid>& ellipsoids() const { return _ellipsoids; }
 
@@ -48,7 +48,7 @@ private:
 
     AnisotropySettings _settings;
     uint32 _threadCount;
-    CancelCallback _callback;
+    mutable Polling _polling;
     Array<Vector3F> _positions;
     Array<float> _radii;
     std::optional<NeighbourGrid> _grid;

@@ -5,7 +5,6 @@
 
 #include <tavrix/fields/detail/Lattice.h>
 #include <tavrix/foundation/detail/RadixSort.h>
-#include <tavrix/foundation/ParallelFor.h>
 
 namespace tavrix::detail
 {
@@ -32,28 +31,31 @@ uint32 sortKey(const Lattice& lattice, const Kernel& kernel, const typename Kern
 }
 
 /// Those of the particles make(0), …, make(count - 1) that can touch the lattice, sorted by the monoindex of
-/// their cell and then by number: a linear radix sort, and the same order for every thread count.
+/// their cell and then by number: a linear radix sort, and the same order for every thread count. Means
+/// nothing once the polling has stopped.
 template <class Kernel, class Make>
 Array<typename Kernel::Particle> sortParticles(const Lattice& lattice, const Kernel& kernel, uint32 count,
-                                               uint32 threadCount, Make make)
+                                               uint32 threadCount, Polling& polling, Make make)
 {
     Array<uint64> order(count);
-    parallelFor(count, threadCount,
-                [&](uint32, uint64 begin, uint64 end)
-                {
-                    for (uint64 n = begin; n < end; ++n)
-                        order[n] = uint64{sortKey(lattice, kernel, make(static_cast<uint32>(n)))} << 32 | n;
-                });
-    radixSortByUpperHalf(order, threadCount);
+    if (!inPieces(polling, count, scatteredItems, threadCount,
+                  [&](uint32, uint64 begin, uint64 end)
+                  {
+                      for (uint64 n = begin; n < end; ++n)
+                          order[n] = uint64{sortKey(lattice, kernel, make(static_cast<uint32>(n)))} << 32 | n;
+                  }))
+        return {};
+    radixSortByUpperHalf(order, threadCount, polling);
+    if (polling.isStopped()) return {};
     const auto firstUntouching = std::lower_bound(order.begin(), order.end(), uint64{noIndex} << 32);
     order.resize(static_cast<uint32>(firstUntouching - order.begin()));
 
     Array<typename Kernel::Particle> particles(order.size());
-    parallelFor(order.size(), threadCount,
-                [&](uint32, uint64 begin, uint64 end)
-                {
-                    for (uint64 n = begin; n < end; ++n) particles[n] = make(static_cast<uint32>(order[n]));
-                });
+    inPieces(polling, order.size(), scatteredItems, threadCount,
+             [&](uint32, uint64 begin, uint64 end)
+             {
+                 for (uint64 n = begin; n < end; ++n) particles[n] = make(static_cast<uint32>(order[n]));
+             });
     return particles;
 }
 
@@ -65,7 +67,7 @@ NodeBox nodesAround(const Lattice& lattice, const Box3F& box, float margin);
 /// the nodes around its box, widened by the margin.
 template <class Particle>
 std::vector<ParticleGroup> groupParticles(const Lattice& lattice, const Array<Particle>& particles,
-                                          float margin, uint32 threadCount)
+                                          float margin, uint32 threadCount, Polling& polling)
 {
     const uint32 groupCount = std::max(threadCount, 1u);
     const uint32 each = particles.size() / groupCount;
@@ -76,17 +78,21 @@ std::vector<ParticleGroup> groupParticles(const Lattice& lattice, const Array<Pa
         const uint32 last = g + 1 == groupCount ? particles.size() : first + each;
         if (first != last) groups.push_back({first, last, {}});
     }
-    parallelFor(groups.size(), threadCount,
-                [&](uint32, uint64 begin, uint64 end)
-                {
-                    for (uint64 g = begin; g < end; ++g)
-                    {
-                        Box3F box = Box3F::empty();
-                        for (uint32 n = groups[g].first; n < groups[g].last; ++n)
-                            box.extend({particles[n].x, particles[n].y, particles[n].z});
-                        groups[g].nodes = nodesAround(lattice, box, margin);
-                    }
-                });
+    polledFor(polling, groups.size(), threadCount,
+              [&](uint32, uint64 begin, uint64 end)
+              {
+                  for (uint64 g = begin; g < end; ++g)
+                  {
+                      Box3F box = Box3F::empty();
+                      for (uint32 n = groups[g].first; n < groups[g].last;)
+                      {
+                          const uint32 stop = n + std::min<uint32>(lightItems, groups[g].last - n);
+                          for (; n < stop; ++n) box.extend({particles[n].x, particles[n].y, particles[n].z});
+                          if (!polling.goOn()) return;
+                      }
+                      groups[g].nodes = nodesAround(lattice, box, margin);
+                  }
+              });
     return groups;
 }
 

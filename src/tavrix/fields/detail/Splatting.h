@@ -7,7 +7,6 @@
 #include <tavrix/fields/detail/SortedParticles.h>
 #include <tavrix/fields/detail/SplatTarget.h>
 #include <tavrix/fields/ScalarField3.h>
-#include <tavrix/foundation/ParallelFor.h>
 
 // Particles to field, in the same steps for every kernel: sort the particles by cell, group them, splat them,
 // merge.
@@ -23,8 +22,8 @@
 namespace tavrix::detail
 {
 
-/// Node visits that one worker makes between two polls of the callback: some tens of milliseconds.
-inline constexpr double visitsPerPoll = 3e7;
+/// Node visits that one worker makes between two polls: some milliseconds.
+inline constexpr double visitsPerPoll = 2e6;
 
 /// A box of samples on the lattice, z varying fastest.
 template <class Value>
@@ -43,13 +42,13 @@ struct Block
     }
 };
 
+/// False when the polling stopped it.
 template <class Value>
-void fillZero(const Block<Value>& block, uint32 threadCount)
+bool fillZero(const Block<Value>& block, uint32 threadCount, Polling& polling)
 {
-    const std::size_t plane = block.strideX();
-    parallelFor(block.extent(0), threadCount,
-                [&](uint32, uint64 begin, uint64 end)
-                { std::fill(block.samples + begin * plane, block.samples + end * plane, Value(0)); });
+    return inPieces(polling, block.strideX() * block.extent(0), lightItems, threadCount,
+                    [&](uint32, uint64 begin, uint64 end)
+                    { std::fill(block.samples + begin, block.samples + end, Value(0)); });
 }
 
 /// What one call of a setter works with.
@@ -62,7 +61,7 @@ struct Splatting
     const Array<Particle>& particles;
     const Kernel& kernel;
     uint32 threadCount;
-    CancelCallback callback;
+    Polling& polling;
 
     /// Nodes along an axis on either side of a particle's cell that it may touch.
     uint32 reach(const Particle& p, uint32 axis) const
@@ -82,15 +81,20 @@ std::vector<uint32> cutSlabs(const Splatting<Kernel>& s, uint32 low, uint32 high
     const auto planeOf = [&](int64 i)
     { return static_cast<std::size_t>(std::clamp<int64>(i, low, high) - low); };
     std::vector<int64> work(std::size_t{high - low} + 1, 0);  // of the planes up to each
-    for (uint32 n = first; n < last; ++n)
-    {
-        const auto& p = s.particles[n];
-        const int64 cell = s.lattice.clampedCell(0, p.x), reach = s.reach(p, 0);
-        // bounded, which keeps the sums in range
-        const int64 rows = int64{std::min(s.reach(p, 1), 4096u)} * std::min(s.reach(p, 2), 4096u);
-        work[planeOf(cell - reach)] += rows;
-        work[planeOf(cell + reach + 1)] -= rows;
-    }
+    inPieces(s.polling, last - first, scatteredItems,
+             [&](uint64 begin, uint64 end)
+             {
+                 for (uint64 n = first + begin; n < first + end; ++n)
+                 {
+                     const auto& p = s.particles[n];
+                     const int64 cell = s.lattice.clampedCell(0, p.x), reach = s.reach(p, 0);
+                     // bounded, which keeps the sums in range
+                     const int64 rows =
+                         int64{std::min(s.reach(p, 1), 4096u)} * std::min(s.reach(p, 2), 4096u);
+                     work[planeOf(cell - reach)] += rows;
+                     work[planeOf(cell + reach + 1)] -= rows;
+                 }
+             });
     int64 density = 0, total = 0;
     for (int64& plane : work)
     {
@@ -158,45 +162,48 @@ void splatIntoSlab(const Splatting<Kernel>& s, const std::vector<ParticleGroup>&
 }
 
 /// Splats the particles of the groups, which follow each other, into the block, every worker into a slab of
-/// its own; false when the callback stopped the work.
+/// its own; false when the polling stopped the work.
 template <class Value, class Kernel>
 bool splatIntoBlock(const Splatting<Kernel>& s, const std::vector<ParticleGroup>& groups,
                     const Block<Value>& block)
 {
-    if (groups.empty()) return !isCancelled(s.callback);
+    if (groups.empty()) return s.polling.goOn();
     const uint32 first = groups.front().first, last = groups.back().last;
     const std::vector<uint32> slabs = cutSlabs(s, block.nodes.low[0], block.nodes.high[0], first, last);
     const auto workers = static_cast<uint32>(slabs.size() - 1);
     uint32 largestReach = 0;
     double visits = 0;
-    for (uint32 n = first; n < last; ++n)
-    {
-        largestReach = std::max(largestReach, s.reach(s.particles[n], 0));
-        double nodes = 1;
-        for (uint32 axis = 0; axis < 3; ++axis)
-            nodes *= std::min<double>(2.0 * s.reach(s.particles[n], axis) + 1, s.lattice.size[axis]);
-        visits += nodes;
-    }
-    const auto rounds =
+    inPieces(s.polling, last - first, scatteredItems,
+             [&](uint64 begin, uint64 end)
+             {
+                 for (uint64 n = first + begin; n < first + end; ++n)
+                 {
+                     largestReach = std::max(largestReach, s.reach(s.particles[n], 0));
+                     double nodes = 1;
+                     for (uint32 axis = 0; axis < 3; ++axis)
+                         nodes *=
+                             std::min<double>(2.0 * s.reach(s.particles[n], axis) + 1, s.lattice.size[axis]);
+                     visits += nodes;
+                 }
+             });
+    if (s.polling.isStopped()) return false;
+    const auto pieces =
         static_cast<uint32>(std::clamp(visits / workers / visitsPerPoll, 0.0, double(last - first)) + 1);
-    std::vector<std::unique_ptr<double[]>> scratch(workers);
-    for (auto& room : scratch) room.reset(new double[std::size_t{block.extent(2)} + 16]);
-
-    for (uint32 round = 0; round < rounds; ++round)
-    {
-        if (isCancelled(s.callback)) return false;
-        parallelFor(
-            workers, workers,
-            [&](uint32, uint64 w, uint64)
+    return polledFor(
+        s.polling, workers, workers,
+        [&](uint32, uint64 w, uint64)
+        {
+            const std::unique_ptr<double[]> scratch(new double[std::size_t{block.extent(2)} + 16]);
+            const auto [from, to] = particlesNear(s, slabs[w], slabs[w + 1], first, last, largestReach);
+            const uint64 count = to - from;
+            for (uint32 piece = 0; piece < pieces; ++piece)
             {
-                const auto [from, to] = particlesNear(s, slabs[w], slabs[w + 1], first, last, largestReach);
-                const uint64 count = to - from;
                 splatIntoSlab(s, groups, block, slabs[w], slabs[w + 1],
-                              static_cast<uint32>(from + count * round / rounds),
-                              static_cast<uint32>(from + count * (round + 1) / rounds), scratch[w].get());
-            });
-    }
-    return !isCancelled(s.callback);
+                              static_cast<uint32>(from + count * piece / pieces),
+                              static_cast<uint32>(from + count * (piece + 1) / pieces), scratch.get());
+                if (!s.polling.goOn()) return;
+            }
+        });
 }
 
 /// All samples of a field as a block.
@@ -216,32 +223,90 @@ bool buildField(ScalarField3<Value, Coord>& field, const Kernel& kernel, uint32 
     if (field.size() == 0) return true;
     const Lattice lattice(field.getGrid());
     const Block<Value> target = wholeField(field);
-    fillZero(target, threadCount);
-    const auto particles = sortParticles(lattice, kernel, count, threadCount, make);
-    const auto groups = groupParticles(lattice, particles, margin, threadCount);
-    const Splatting<Kernel> splatting{lattice, particles, kernel, threadCount, callback};
-    if (splatIntoBlock(splatting, groups, target)) return true;
-    fillZero(target, threadCount);
+    Polling polling(callback);
+    const auto build = [&]
+    {
+        if (!polling.goOn() || !fillZero(target, threadCount, polling)) return false;
+        const auto particles = sortParticles(lattice, kernel, count, threadCount, polling, make);
+        if (polling.isStopped()) return false;
+        const auto groups = groupParticles(lattice, particles, margin, threadCount, polling);
+        const Splatting<Kernel> splatting{lattice, particles, kernel, threadCount, polling};
+        return !polling.isStopped() && splatIntoBlock(splatting, groups, target);
+    };
+    if (build()) return true;
+    Polling none(nullptr);
+    fillZero(target, threadCount, none);
     return false;
 }
 
-/// Calls merge(target sample, block sample) for every node of the block, which lies in the target, each
-/// worker on x planes of its own.
-template <class Value, class Merge>
-void mergeBlock(const Block<Value>& target, const Block<Value>& block, uint32 threadCount, Merge merge)
+/// Calls change(target samples, block samples, count) for the rows of the x planes [begin, end) of the block,
+/// which lies in the target.
+template <class Value, class Change>
+void forEachRow(const Block<Value>& target, const Block<Value>& block, uint64 begin, uint64 end,
+                Change change)
 {
-    parallelFor(block.extent(0), threadCount,
-                [&](uint32, uint64 begin, uint64 end)
-                {
-                    for (uint64 i = begin; i < end; ++i)
-                        for (uint32 j = 0; j < block.extent(1); ++j)
-                        {
-                            const Value* from = block.samples + i * block.strideX() + j * block.strideY();
-                            Value* to = target.samples + target.placeOf(block.nodes.low) +
-                                        i * target.strideX() + j * target.strideY();
-                            for (uint32 k = 0; k < block.extent(2); ++k) to[k] = merge(to[k], from[k]);
-                        }
-                });
+    for (uint64 i = begin; i < end; ++i)
+        for (uint32 j = 0; j < block.extent(1); ++j)
+            change(target.samples + target.placeOf(block.nodes.low) + i * target.strideX() +
+                       j * target.strideY(),
+                   block.samples + i * block.strideX() + j * block.strideY(), block.extent(2));
+}
+
+/// x planes of a block that are handled between two polls.
+template <class Value>
+uint64 planesPerPoll(const Block<Value>& block)
+{
+    return lightItems / std::max<std::size_t>(block.strideX(), 1);
+}
+
+/// Makes every sample of the target what merge(target sample, block sample) says for the nodes of the block,
+/// each worker on x planes of its own. False when the polling stopped it.
+template <class Value, class Merge>
+bool mergeBlock(const Block<Value>& target, const Block<Value>& block, uint32 threadCount, Polling& polling,
+                Merge merge)
+{
+    const auto mergeRow = [&](Value* to, const Value* from, uint32 count)
+    {
+        for (uint32 k = 0; k < count; ++k) to[k] = merge(to[k], from[k]);
+    };
+    return inPieces(polling, block.extent(0), planesPerPoll(block), threadCount,
+                    [&](uint32, uint64 begin, uint64 end)
+                    { forEachRow(target, block, begin, end, mergeRow); });
+}
+
+/// mergeBlock for one block after another. The blocks take the samples that they replace, so that a stop can
+/// leave the target as it was.
+template <class Value, class Merge>
+bool mergeBlocks(const Block<Value>& target, const std::vector<Block<Value>>& blocks, uint32 threadCount,
+                 Polling& polling, Merge merge)
+{
+    const auto exchangeRow = [&](Value* to, Value* from, uint32 count)
+    {
+        for (uint32 k = 0; k < count; ++k)
+        {
+            const Value old = to[k];
+            to[k] = merge(old, from[k]);
+            from[k] = old;
+        }
+    };
+    const auto restoreRow = [](Value* to, Value* from, uint32 count) { std::copy_n(from, count, to); };
+    std::vector<std::vector<uint8>> isMerged;
+    for (const Block<Value>& block : blocks)
+    {
+        std::vector<uint8>& planes = isMerged.emplace_back(block.extent(0), uint8{0});
+        if (!inPieces(polling, block.extent(0), planesPerPoll(block), threadCount,
+                      [&](uint32, uint64 begin, uint64 end)
+                      {
+                          forEachRow(target, block, begin, end, exchangeRow);
+                          for (uint64 i = begin; i < end; ++i) planes[i] = 1;
+                      }))
+            break;
+    }
+    if (!polling.isStopped()) return true;
+    for (std::size_t b = isMerged.size(); b-- > 0;)
+        for (uint64 i = 0; i < isMerged[b].size(); ++i)
+            if (isMerged[b][i]) forEachRow(target, blocks[b], i, i + 1, restoreRow);
+    return false;
 }
 
 /// Splats every group into a block of its own and merges the blocks into the field, in group order; false,
@@ -252,21 +317,26 @@ bool carveField(ScalarField3<Value, Coord>& field, const Kernel& kernel, uint32 
 {
     if (field.size() == 0) return true;
     const Lattice lattice(field.getGrid());
-    const auto particles = sortParticles(lattice, kernel, count, threadCount, make);
-    const Splatting<Kernel> splatting{lattice, particles, kernel, threadCount, callback};
+    Polling polling(callback);
+    if (!polling.goOn()) return false;
+    const auto particles = sortParticles(lattice, kernel, count, threadCount, polling, make);
+    if (polling.isStopped()) return false;
+    const auto groups = groupParticles(lattice, particles, margin, threadCount, polling);
+    if (polling.isStopped()) return false;
+    const Splatting<Kernel> splatting{lattice, particles, kernel, threadCount, polling};
     std::vector<Block<Value>> blocks;
     std::vector<Array<Value>> storage;
-    for (const ParticleGroup& group : groupParticles(lattice, particles, margin, threadCount))
+    for (const ParticleGroup& group : groups)
     {
         Block<Value> block{nullptr, group.nodes};
         if (block.extent(0) == 0 || block.extent(1) == 0 || block.extent(2) == 0) continue;
         storage.emplace_back(static_cast<uint32>(block.strideX() * block.extent(0)));
         block.samples = storage.back().data();
-        fillZero(block, threadCount);
-        if (!splatIntoBlock(splatting, {group}, block)) return false;
+        if (!fillZero(block, threadCount, polling) || !splatIntoBlock(splatting, {group}, block))
+            return false;
         blocks.push_back(block);
     }
-    for (const Block<Value>& block : blocks) mergeBlock(wholeField(field), block, threadCount, merge);
+    if (!mergeBlocks(wholeField(field), blocks, threadCount, polling, merge)) return false;
     field.refFlags() |= ScalarField3<Value, Coord>::flagChanged;
     return true;
 }

@@ -12,7 +12,7 @@
 // so that a node gets the same particles in the same order as in a dense field, and the tiles whose values it
 // changes are collected. When all is done they go into the field, in the order of the bricks.
 //
-// Workers take light bricks in turn; on a heavy one, which would keep the callback waiting, all of them work.
+// Workers take light bricks in turn; on a heavy one all of them work.
 
 namespace tavrix::detail
 {
@@ -45,7 +45,8 @@ template <class Kernel>
 std::vector<BrickLoad> loadBricks(const Splatting<Kernel>& s, const TileBricks& bricks)
 {
     std::vector<BrickLoad> loads(bricks.size());
-    for (uint32 n = 0; n < s.particles.size(); ++n)
+    PollCounter looked(s.polling, scatteredItems / 8);
+    for (uint32 n = 0; n < s.particles.size() && looked.add(1); ++n)
     {
         const auto& p = s.particles[n];
         const float center[] = {p.x, p.y, p.z};
@@ -64,33 +65,35 @@ std::vector<BrickLoad> loadBricks(const Splatting<Kernel>& s, const TileBricks& 
     return loads;
 }
 
-/// Calls work(n, worker, threadCount, callback), which returns false when the callback stopped it, for every
-/// load. Each worker takes one light load after the other, in rounds between which the callback is polled.
+/// Visits of a load that keeps one worker busy while the others have nothing left.
+inline constexpr double heavyVisits = 3e7;
+
+/// Calls work(n, worker, threadCount), which returns false when the polling stopped it, for every load. Each
+/// worker takes one light load after the other.
 template <class Work>
-bool forEachLoad(const std::vector<BrickLoad>& loads, uint32 threadCount, CancelCallback callback, Work work)
+bool forEachLoad(const std::vector<BrickLoad>& loads, uint32 threadCount, Polling& polling, Work work)
 {
-    const auto isHeavy = [&](uint32 n) { return loads[n].visits > visitsPerPoll; };
+    const auto isHeavy = [&](uint32 n) { return loads[n].visits > heavyVisits; };
     for (uint32 first = 0, last; first < loads.size(); first = last)
     {
-        if (isCancelled(callback)) return false;
         last = first + 1;
         if (isHeavy(first))
         {
-            if (!work(first, 0, threadCount, callback)) return false;
+            if (!work(first, 0, threadCount)) return false;
             continue;
         }
-        double visits = loads[first].visits;
-        for (; last < loads.size() && !isHeavy(last) && visits < visitsPerPoll * threadCount; ++last)
-            visits += loads[last].visits;
+        while (last < loads.size() && !isHeavy(last)) ++last;
         const uint32 workers = std::clamp(threadCount, 1u, last - first);
         std::atomic<uint32> next = first;
-        parallelFor(workers, workers,
-                    [&](uint32 worker, uint64, uint64)
-                    {
-                        for (uint32 n; (n = next++) < last;) work(n, worker, 1, nullptr);
-                    });
+        if (!polledFor(polling, workers, workers,
+                       [&](uint32 worker, uint64, uint64)
+                       {
+                           for (uint32 n; (n = next++) < last;)
+                               if (!work(n, worker, 1) || !polling.goOn()) return;
+                       }))
+            return false;
     }
-    return !isCancelled(callback);
+    return !polling.isStopped();
 }
 
 /// Copies of some of the sorted particles, with their groups.
@@ -217,25 +220,29 @@ bool changeTiles(ScalarField3_SG<Value, Coord>& field, const Kernel& kernel, uin
                  uint32 threadCount, CancelCallback callback, Make make, SplatBrick splatBrick)
 {
     const Lattice lattice(field.getGrid());
-    const auto particles = sortParticles(lattice, kernel, count, threadCount, make);
-    const auto groups = groupParticles(lattice, particles, margin, threadCount);
-    const Splatting<Kernel> all{lattice, particles, kernel, threadCount, callback};
+    Polling polling(callback);
+    if (!polling.goOn()) return false;
+    const auto particles = sortParticles(lattice, kernel, count, threadCount, polling, make);
+    if (polling.isStopped()) return false;
+    const auto groups = groupParticles(lattice, particles, margin, threadCount, polling);
+    const Splatting<Kernel> all{lattice, particles, kernel, threadCount, polling};
     const TileBricks bricks(lattice, field.getTileGrid().step());
     const std::vector<BrickLoad> loads = loadBricks(all, bricks);
+    if (polling.isStopped()) return false;
     std::vector<std::vector<TileChange<Value>>> changes(loads.size());
     std::vector<BrickRooms<Value>> rooms(std::min<std::size_t>(loads.size(), std::max(threadCount, 1u)));
-    const auto work = [&](uint32 n, uint32 worker, uint32 threads, CancelCallback poll)
+    const auto work = [&](uint32 n, uint32 worker, uint32 threads)
     {
         const BrickLoad& load = loads[n];
         const GroupedParticles<Kernel> own(all, groups, load.particles);
         const Block<Value> block = blockOver(load.reached, rooms[worker].target);
         readSamples(field, load.reached, block);
-        const Splatting<Kernel> splatting{lattice, own.particles, kernel, threads, poll};
+        const Splatting<Kernel> splatting{lattice, own.particles, kernel, threads, polling};
         if (!splatBrick(splatting, own.groups, block, rooms[worker].own)) return false;
         collectChanges(field, bricks.tilesIn(load.brick, load.reached), load.reached, block, changes[n]);
         return true;
     };
-    if (!forEachLoad(loads, std::max(threadCount, 1u), callback, work)) return false;
+    if (!forEachLoad(loads, std::max(threadCount, 1u), polling, work)) return false;
     for (auto& ofBrick : changes)
         for (TileChange<Value>& change : ofBrick) field.setTile(change.tile, std::move(change.values));
     return true;
@@ -274,9 +281,10 @@ bool carveField(ScalarField3_SG<Value, Coord>& field, const Kernel& kernel, uint
         for (const ParticleGroup& group : groups)
         {
             const Block<Value> own = blockOver(block.nodes, room);
-            fillZero(own, splatting.threadCount);
-            if (!splatIntoBlock(splatting, {group}, own)) return false;
-            mergeBlock(block, own, splatting.threadCount, merge);
+            if (!fillZero(own, splatting.threadCount, splatting.polling) ||
+                !splatIntoBlock(splatting, {group}, own) ||
+                !mergeBlock(block, own, splatting.threadCount, splatting.polling, merge))
+                return false;
         }
         return true;
     };

@@ -22,8 +22,8 @@ struct FaceReach
     float visits;
 };
 
-/// Node visits that a worker makes in a round: some tens of milliseconds.
-constexpr double visitsPerRound = 3e7;
+/// Node visits that a worker makes between two polls: some milliseconds.
+constexpr double visitsPerRound = 4e6;
 
 /// The nodes of an axis that are within the band of [least, most], and a node to spare.
 NodeBox widened(const Lattice& lattice, const Box3D& box, double band)
@@ -56,16 +56,22 @@ FaceReach reachOf(const Lattice& lattice, const MeshFaces& mesh, uint32 face, do
 }
 
 /// Cuts the x planes into one slab a worker, of about equal numbers of visits.
-std::vector<uint32> cutSlabs(const Array<FaceReach>& reaches, uint32 planeCount, uint32 threadCount)
+std::vector<uint32> cutSlabs(const Array<FaceReach>& reaches, uint32 planeCount, uint32 threadCount,
+                             Polling& polling)
 {
     std::vector<double> work(std::size_t{planeCount} + 1, 0);
-    for (const FaceReach& reach : reaches)
-    {
-        if (reach.low == reach.high) continue;
-        const double perPlane = double{reach.visits} / (reach.high - reach.low);
-        work[reach.low] += perPlane;
-        work[reach.high] -= perPlane;
-    }
+    inPieces(polling, reaches.size(), lightItems,
+             [&](uint64 begin, uint64 end)
+             {
+                 for (uint64 f = begin; f < end; ++f)
+                 {
+                     const FaceReach& reach = reaches[f];
+                     if (reach.low == reach.high) continue;
+                     const double perPlane = double{reach.visits} / (reach.high - reach.low);
+                     work[reach.low] += perPlane;
+                     work[reach.high] -= perPlane;
+                 }
+             });
     double density = 0, total = 0;
     for (double& w : work)
     {
@@ -118,25 +124,26 @@ struct Slab
 
 template <class T>
 std::vector<Slab<T>> makeSlabs(const DistanceTarget<T>& target, const Array<FaceReach>& reaches,
-                               uint32 threadCount)
+                               uint32 threadCount, Polling& polling)
 {
-    const std::vector<uint32> cuts = cutSlabs(reaches, target.size[0], threadCount);
+    const std::vector<uint32> cuts = cutSlabs(reaches, target.size[0], threadCount, polling);
     std::vector<Slab<T>> slabs(cuts.size() - 1);
-    parallelFor(slabs.size(), threadCount,
-                [&](uint32, uint64 begin, uint64 end)
-                {
-                    for (uint64 s = begin; s < end; ++s)
-                    {
-                        Slab<T>& slab = slabs[s];
-                        slab.low = slab.nextPlane = cuts[s];
-                        slab.high = cuts[s + 1];
-                        slab.nextFace = 0;
-                        slab.scratch.resize(target.size[2]);
-                        for (uint32 f = 0; f < reaches.size(); ++f)
-                            if (reaches[f].low < slab.high && reaches[f].high > slab.low)
-                                slab.faces.push_back(f);
-                    }
-                });
+    polledFor(polling, slabs.size(), threadCount,
+              [&](uint32, uint64 begin, uint64 end)
+              {
+                  PollCounter faces(polling, lightItems);
+                  for (uint64 s = begin; s < end; ++s)
+                  {
+                      Slab<T>& slab = slabs[s];
+                      slab.low = slab.nextPlane = cuts[s];
+                      slab.high = cuts[s + 1];
+                      slab.nextFace = 0;
+                      slab.scratch.resize(target.size[2]);
+                      for (uint32 f = 0; f < reaches.size() && faces.add(1); ++f)
+                          if (reaches[f].low < slab.high && reaches[f].high > slab.low)
+                              slab.faces.push_back(f);
+                  }
+              });
     return slabs;
 }
 
@@ -147,7 +154,7 @@ struct FaceRun
     double visits;
 };
 
-/// The next faces of a slab that make a round, or the next one alone where it makes more.
+/// The next faces of a slab that make a step, or the next one alone where it makes more.
 template <class T>
 FaceRun nextRun(const Array<FaceReach>& reaches, const Slab<T>& slab)
 {
@@ -163,7 +170,7 @@ FaceRun nextRun(const Array<FaceReach>& reaches, const Slab<T>& slab)
     return run;
 }
 
-/// One round of a slab: some faces or, where one alone is more than that, some planes of it.
+/// One step of a slab: some faces or, where one alone is more than that, some planes of it.
 template <class T>
 void lowerSlab(const DistanceTarget<T>& target, const MeshFaces& mesh, const Array<FaceReach>& reaches,
                Slab<T>& slab)
@@ -181,23 +188,24 @@ void lowerSlab(const DistanceTarget<T>& target, const MeshFaces& mesh, const Arr
     slab.nextFace += run.count;
 }
 
-/// Lowers all samples to all faces, in rounds.
+/// Lowers all samples to all faces.
 template <class T>
 bool lowerAll(const DistanceTarget<T>& target, const MeshFaces& mesh, const Array<FaceReach>& reaches,
               uint32 threadCount, CancelCallback callback)
 {
-    std::vector<Slab<T>> slabs = makeSlabs(target, reaches, threadCount);
-    const auto isDone = [](const Slab<T>& slab) { return slab.isDone(); };
-    while (!std::all_of(slabs.begin(), slabs.end(), isDone))
-    {
-        if (isCancelled(callback)) return false;
-        parallelFor(slabs.size(), static_cast<uint32>(slabs.size()),
-                    [&](uint32, uint64 s, uint64)
-                    {
-                        if (!slabs[s].isDone()) lowerSlab(target, mesh, reaches, slabs[s]);
-                    });
-    }
-    return true;
+    Polling polling(callback);
+    if (!polling.goOn()) return false;
+    std::vector<Slab<T>> slabs = makeSlabs(target, reaches, threadCount, polling);
+    if (polling.isStopped()) return false;
+    return polledFor(polling, slabs.size(), static_cast<uint32>(slabs.size()),
+                     [&](uint32, uint64 s, uint64)
+                     {
+                         while (!slabs[s].isDone())
+                         {
+                             lowerSlab(target, mesh, reaches, slabs[s]);
+                             if (!polling.goOn()) return;
+                         }
+                     });
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <vector>
 
+#include <tavrix/foundation/ParallelFor.h>
 #include <tavrix/implicit/detail/FaceSlice.h>
 #include <tavrix/implicit/detail/MeshFaces.h>
 #include <tavrix/implicit/detail/Rounds.h>
@@ -140,13 +141,14 @@ private:
         return true;
     }
 
-    /// Planes that a worker handles between two polls: some tens of milliseconds of nodes and faces.
+    /// Planes that a worker handles between two polls: some milliseconds of nodes and faces.
     uint64 planesInRound(uint32 axis) const
     {
         constexpr uint64 facesInRound = uint64{1} << 18;
         const uint64 workers = std::max(_threadCount, 1u);
+        constexpr uint64 nodesInRound = uint64{1} << 22;
         const uint64 rounds =
-            1 + _votes.size() / (itemsPerPass * workers) + _faces.faceCount / (facesInRound * workers);
+            1 + _votes.size() / (nodesInRound * workers) + _faces.faceCount / (facesInRound * workers);
         return _lattice.size[axis] / (rounds * workers) + 1;
     }
 

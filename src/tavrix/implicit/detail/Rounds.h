@@ -1,30 +1,20 @@
 #pragma once
 
-#include <algorithm>
-
-#include <tavrix/foundation/CancelCallback.h>
-#include <tavrix/foundation/ParallelFor.h>
+#include <tavrix/foundation/detail/Polling.h>
 
 namespace tavrix::detail
 {
 
-/// Runs task(worker, begin, end) over the items in rounds of so many a worker, and polls the callback on the
-/// caller's thread before each and at the end; false when it stopped the work.
+/// Runs task(worker, begin, end) over the items in pieces of so many, and polls the callback on the caller's
+/// thread before the first and after each; false when it stopped the work.
 template <class Task>
-bool inRounds(uint64 itemCount, uint64 itemsPerWorker, uint32 threadCount, CancelCallback callback, Task task)
+bool inRounds(uint64 itemCount, uint64 itemsPerPiece, uint32 threadCount, CancelCallback callback, Task task)
 {
-    const uint64 perRound = std::max<uint64>(itemsPerWorker, 1) * std::max(threadCount, 1u);
-    for (uint64 start = 0; start < itemCount; start += perRound)
-    {
-        if (isCancelled(callback)) return false;
-        parallelFor(std::min(perRound, itemCount - start), threadCount,
-                    [&](uint32 worker, uint64 begin, uint64 end)
-                    { task(worker, start + begin, start + end); });
-    }
-    return !isCancelled(callback);
+    Polling polling(callback);
+    return polling.goOn() && inPieces(polling, itemCount, itemsPerPiece, threadCount, task);
 }
 
-/// Nodes or faces that a worker passes over in a round where each costs little.
-inline constexpr uint64 itemsPerPass = uint64{1} << 22;
+/// Nodes or faces that a worker passes over between two polls where each costs little.
+inline constexpr uint64 itemsPerPass = uint64{1} << 20;
 
 }  // namespace tavrix::detail

@@ -1,9 +1,9 @@
 #include <tavrix/isosurface/detail/MeshCleaning.h>
 
 #include <algorithm>
+#include <numeric>
 #include <vector>
 
-#include <tavrix/foundation/ParallelFor.h>
 #include <tavrix/isosurface/detail/PositionGroups.h>
 #include <tavrix/mesh/Mesh.h>
 #include <tavrix/platform/detail/Prefetch.h>
@@ -14,56 +14,106 @@ namespace tavrix::detail
 namespace
 {
 
+bool isInSlot(const Mesh& mesh, ArrayHandle array)
+{
+    for (uint32 slot = 0; slot < meshSlotCount; ++slot)
+        if (mesh.handleOf(static_cast<Mesh::Slot>(slot)) == array) return true;
+    return false;
+}
+
+/// The arrays outside the slots that carry the flag, and the smoothed normals, one a position.
+std::vector<ArrayHandle> extraArrays(const Mesh& mesh, uint32 flag)
+{
+    std::vector<ArrayHandle> found;
+    const ArraySet<MeshArrayInf>& arrays = mesh.getArraySet();
+    for (uint32 i = 0; i < arrays.size(); ++i)
+    {
+        const bool inSlot = isInSlot(mesh, arrays.handle(i));
+        if (!inSlot && (arrays.inf(i).flags & flag) != 0) found.push_back(arrays.handle(i));
+    }
+    if (flag == MeshArrayInf::PER_POSITION && !mesh.getArrNorSurface().isNone())
+        found.push_back(mesh.getArrNorSurface());
+    return found;
+}
+
 /// Replaces every index by its group; an index past the groups is left alone. The groups are looked up all
 /// over their array, so they are asked for some faces ahead.
-void renumber(Array<Index3>& faces, const Array<uint32>& groupOf, uint32 threadCount)
+bool renumber(Array<Index3>& faces, const Array<uint32>& groupOf, uint32 threadCount, Polling& polling)
 {
-    parallelFor(faces.size(), threadCount,
-                [&](uint32, uint64 begin, uint64 end)
-                {
-                    constexpr uint64 ahead = 12;
-                    for (uint64 f = begin; f < end; ++f)
-                        for (uint32 c = 0; c < 3; ++c)
-                        {
-                            if (f + ahead < end) prefetch(groupOf.data() + faces[f + ahead][c]);
-                            uint32& index = faces[f][c];
-                            if (index < groupOf.size()) index = groupOf[index];
-                        }
-                });
+    return inPieces(polling, faces.size(), scatteredItems, threadCount,
+                    [&](uint32, uint64 begin, uint64 end)
+                    {
+                        constexpr uint64 ahead = 12;
+                        for (uint64 f = begin; f < end; ++f)
+                            for (uint32 c = 0; c < 3; ++c)
+                            {
+                                if (f + ahead < end) prefetch(groupOf.data() + faces[f + ahead][c]);
+                                uint32& index = faces[f][c];
+                                if (index < groupOf.size()) index = groupOf[index];
+                            }
+                    });
 }
 
 bool collapsed(const Index3& face) { return face.a == face.b || face.b == face.c || face.c == face.a; }
 
 /// The numbers of the faces that name a position twice, ascending.
-std::vector<uint32> findCollapsedFaces(const Array<Index3>& faces, uint32 threadCount)
+std::vector<uint32> findCollapsedFaces(const Array<Index3>& faces, uint32 threadCount, Polling& polling)
 {
     const uint32 workers = std::clamp(threadCount, 1u, faces.size() / 4096 + 1);
     std::vector<std::vector<uint32>> found(workers);
-    parallelFor(workers, workers,
-                [&](uint32, uint64 w, uint64)
-                {
-                    const auto low = static_cast<uint32>(faces.size() * w / workers);
-                    const auto high = static_cast<uint32>(faces.size() * (w + 1) / workers);
-                    for (uint32 f = low; f < high; ++f)
-                        if (collapsed(faces[f])) found[w].push_back(f);
-                });
+    polledFor(polling, workers, workers,
+              [&](uint32, uint64 w, uint64)
+              {
+                  const auto low = static_cast<uint32>(uint64{faces.size()} * w / workers);
+                  const auto high = static_cast<uint32>(uint64{faces.size()} * (w + 1) / workers);
+                  for (uint32 begin = low; begin < high;)
+                  {
+                      const uint32 end = begin + std::min<uint32>(lightItems, high - begin);
+                      for (uint32 f = begin; f < end; ++f)
+                          if (collapsed(faces[f])) found[w].push_back(f);
+                      if (!polling.goOn()) return;
+                      begin = end;
+                  }
+              });
     std::vector<uint32> all;
     for (const auto& list : found) all.insert(all.end(), list.begin(), list.end());
     return all;
 }
 
-/// Removes the faces of these ascending numbers by moving the runs between them together.
-void eraseFaces(Array<Index3>& faces, const std::vector<uint32>& numbers)
+/// Removes the elements of these ascending numbers by moving the runs between them together.
+template <class T>
+bool erase(Array<T>& elements, const std::vector<uint32>& numbers, Polling& polling)
 {
-    if (numbers.empty() || numbers.front() >= faces.size()) return;
-    Index3* to = faces.data() + numbers.front();
+    if (numbers.empty() || numbers.front() >= elements.size()) return true;
+    PollCounter moved(polling, lightItems);
+    T* to = elements.data() + numbers.front();
     for (std::size_t n = 0; n < numbers.size(); ++n)
     {
-        const uint32 begin = std::min(numbers[n] + 1, faces.size());
-        const uint32 end = n + 1 < numbers.size() ? std::min(numbers[n + 1], faces.size()) : faces.size();
-        to = std::copy(faces.data() + begin, faces.data() + std::max(begin, end), to);
+        uint32 begin = std::min(numbers[n] + 1, elements.size());
+        const uint32 end =
+            n + 1 < numbers.size() ? std::min(numbers[n + 1], elements.size()) : elements.size();
+        while (begin < end)
+        {
+            const uint32 stop = begin + std::min<uint32>(lightItems, end - begin);
+            to = std::copy(elements.data() + begin, elements.data() + stop, to);
+            if (!moved.add(stop - begin)) return false;
+            begin = stop;
+        }
     }
-    faces.resize(static_cast<uint32>(to - faces.data()));
+    elements.resize(static_cast<uint32>(to - elements.data()));
+    return true;
+}
+
+/// Copies an array, when there is a callback that may want its old contents back.
+template <class T>
+Array<T>* workingCopy(Array<T>& array, Array<T>& copy, Polling& polling)
+{
+    if (!polling.hasCallback()) return &array;
+    copy.resize(array.size());
+    inPieces(polling, array.size(), lightItems,
+             [&](uint64 begin, uint64 end)
+             { std::copy(array.data() + begin, array.data() + end, copy.data() + begin); });
+    return &copy;
 }
 
 }  // namespace
@@ -74,36 +124,132 @@ double& mergeTolerance()
     return tolerance;
 }
 
-void mergePositions(Mesh& mesh, uint32 threadCount)
+bool mergePositions(Array<Vector3D>& positions, TripleArrays triples, uint32 threadCount, Polling& polling,
+                    Array<uint32>* openers)
 {
-    if (mesh.refPos().empty()) return;
-    const Array<uint32> groupOf = groupPositions(mesh.refPos(), mergeTolerance(), threadCount);
-    renumber(mesh.refTrindexPos(), groupOf, threadCount);
-    renumber(mesh.refTrindexNor(), groupOf, threadCount);
-    const uint32 oldNormals = mesh.refNor().size();
-    mesh.refNor().resize(mesh.refPos().size());
-    for (uint32 n = oldNormals; n < mesh.refNor().size(); ++n) mesh.refNor()[n] = {0, 0, 0};
-    mesh.invalidateBox();
-    mesh.invalidateConnectivity();
+    const Array<uint32> groupOf = groupPositions(positions, mergeTolerance(), threadCount, polling, openers);
+    return !polling.isStopped() &&
+           std::all_of(triples.begin(), triples.end(),
+                       [&](Array<Index3>* t) { return renumber(*t, groupOf, threadCount, polling); });
 }
 
-void dropCollapsedFaces(Mesh& mesh, uint32 threadCount)
+void fitNormals(Array<Vector3F>& normals, uint32 positionCount)
 {
-    const std::vector<uint32> numbers = findCollapsedFaces(mesh.refTrindexPos(), threadCount);
-    if (numbers.empty()) return;
-    Array<Index3>* arrays[] = {&mesh.refTrindexPos(), &mesh.refTrindexNor()};
-    parallelFor(
-        2, threadCount,
-        [&](uint32, uint64 begin, uint64 end)
-        { std::for_each(arrays + begin, arrays + end, [&](Array<Index3>* a) { eraseFaces(*a, numbers); }); });
-    mesh.invalidateConnectivity();
+    const uint32 before = normals.size();
+    normals.resize(positionCount);
+    for (uint32 n = before; n < positionCount; ++n) normals[n] = {0, 0, 0};
 }
 
-void cleanMesh(Mesh& mesh, double tolerance, uint32 threadCount)
+bool dropCollapsedFaces(TripleArrays triples, uint32 threadCount, Polling& polling, Array<uint32>* kept)
 {
-    mergeTolerance() = tolerance;
-    mergePositions(mesh, threadCount);
-    dropCollapsedFaces(mesh, threadCount);
+    const Array<Index3>& faces = **triples.begin();
+    const std::vector<uint32> numbers = findCollapsedFaces(faces, threadCount, polling);
+    if (kept && !numbers.empty())
+    {
+        kept->resize(faces.size());
+        std::iota(kept->begin(), kept->end(), 0u);
+        if (!erase(*kept, numbers, polling)) return false;
+    }
+    return !polling.isStopped() && std::all_of(triples.begin(), triples.end(),
+                                               [&](Array<Index3>* t) { return erase(*t, numbers, polling); });
+}
+
+MeshCleaning::MeshCleaning(Mesh& mesh, uint32 threadCount, CancelCallback callback)
+    : _mesh(mesh),
+      _threadCount(threadCount),
+      _polling(callback),
+      _pos(workingCopy(mesh.refPos(), _posCopy, _polling)),
+      _trindexPos(workingCopy(mesh.refTrindexPos(), _trindexPosCopy, _polling)),
+      _trindexNor(workingCopy(mesh.refTrindexNor(), _trindexNorCopy, _polling))
+{
+}
+
+MeshCleaning::~MeshCleaning()
+{
+    for (const Change& change : _changes) TX_ArrayServer::instance().release(change.fresh);
+}
+
+/// Whether the normals can be numbered as the positions are. Otherwise they are a set of their own, and
+/// merging positions leaves them and their triples alone.
+bool MeshCleaning::normalsFollowPositions()
+{
+    bool follow = true;
+    inPieces(_polling, _trindexNor->size(), lightItems,
+             [&](uint64 begin, uint64 end)
+             {
+                 const uint32 count = _pos->size();
+                 for (uint64 f = begin; f < end; ++f)
+                 {
+                     const Index3& t = (*_trindexNor)[f];
+                     follow &= t.a < count && t.b < count && t.c < count;
+                 }
+             });
+    return follow;
+}
+
+/// Makes what becomes of the extra arrays that carry the flag and fit the old count; false when stopped.
+bool MeshCleaning::gatherExtras(uint32 flag, uint32 oldCount, const Array<uint32>& numbers)
+{
+    TX_ArrayServer& server = TX_ArrayServer::instance();
+    for (const ArrayHandle array : extraArrays(_mesh, flag))
+    {
+        const uint32 size = server.size(array);
+        if (oldCount == 0 || size == 0 || size % oldCount != 0) continue;
+        const ArrayHandle fresh = server.gather(array, {numbers.data(), numbers.size()}, size / oldCount,
+                                                [this] { return _polling.goOn(); });
+        if (_polling.isStopped()) return false;
+        if (!fresh.isNone()) _changes.push_back({array, fresh});
+    }
+    return true;
+}
+
+bool MeshCleaning::eraseRepeatedVertices()
+{
+    if (_polling.isStopped() || !_polling.goOn()) return false;
+    if (_pos->empty()) return true;
+    const uint32 oldCount = _pos->size();
+    _normalsFollow = normalsFollowPositions();
+    if (_normalsFollow) _mesh.refNor().reserve(std::max(_mesh.refNor().capacity(), oldCount));
+    const bool withExtras = !extraArrays(_mesh, MeshArrayInf::PER_POSITION).empty();
+    Array<uint32> openers;
+    Array<Index3> none;
+    if (!mergePositions(*_pos, {_trindexPos, _normalsFollow ? _trindexNor : &none}, _threadCount, _polling,
+                        withExtras ? &openers : nullptr))
+        return false;
+    _merged = true;
+    if (!_polling.hasCallback()) settle();
+    return !withExtras || gatherExtras(MeshArrayInf::PER_POSITION, oldCount, openers);
+}
+
+bool MeshCleaning::eraseFacesWithRepatedIndexes()
+{
+    const uint32 oldCount = _trindexPos->size();
+    const bool withExtras = !extraArrays(_mesh, MeshArrayInf::PER_FACE).empty();
+    Array<uint32> kept;
+    if (!dropCollapsedFaces({_trindexPos, _trindexNor}, _threadCount, _polling, withExtras ? &kept : nullptr))
+        return false;
+    const bool dropped = _trindexPos->size() != oldCount;
+    return !withExtras || !dropped || gatherExtras(MeshArrayInf::PER_FACE, oldCount, kept);
+}
+
+void MeshCleaning::finish()
+{
+    if (_polling.hasCallback())
+    {
+        _mesh.refPos().swap(_posCopy);
+        _mesh.refTrindexPos().swap(_trindexPosCopy);
+        _mesh.refTrindexNor().swap(_trindexNorCopy);
+    }
+    for (const Change& change : _changes) TX_ArrayServer::instance().swapContents(change.array, change.fresh);
+    settle();
+}
+
+/// Brings the rest of the mesh in line with its positions and faces.
+void MeshCleaning::settle()
+{
+    if (_merged && _normalsFollow) fitNormals(_mesh.refNor(), _mesh.getPosSize());
+    _mesh.invalidateBox();
+    _mesh.invalidateConnectivity();
 }
 
 }  // namespace tavrix::detail

@@ -3,10 +3,10 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <memory>
 #include <vector>
 
 #include <tavrix/foundation/detail/BucketSort.h>
-#include <tavrix/foundation/ParallelFor.h>
 
 namespace tavrix::detail
 {
@@ -19,8 +19,6 @@ struct Record
     Vector3D position;
     uint32 index;
 };
-
-using Records = std::pair<Record*, Record*>;
 
 bool within(double a, double b, double tolerance) { return std::fabs(a - b) <= tolerance; }
 
@@ -51,97 +49,166 @@ bool tolerantLess(const Record& a, const Record& b, uint32 axis, double toleranc
 /// Moves that an insertion sort may make before a record costs more than it would in a general sort.
 constexpr std::ptrdiff_t movesPerRecord = 24;
 
-/// Sorts records by the exact coordinate. They mostly come nearly sorted: an insertion sort does it, unless
-/// it has to move too much.
-void sortExactly(Record* begin, Record* end, uint32 axis)
-{
-    if (end - begin < 2) return;
-    const ExactOrder less{axis};
-    std::ptrdiff_t budget = (end - begin) * movesPerRecord + 256;
-    for (Record* next = begin + 1; next < end; ++next)
-    {
-        if (!less(*next, next[-1])) continue;
-        const Record moved = *next;
-        Record* hole = next;
-        for (; hole != begin && less(moved, hole[-1]); --hole) *hole = hole[-1];
-        *hole = moved;
-        budget -= next - hole;
-        if (budget < 0) return std::sort(begin, end, less);
-    }
-}
+/// Records that are handled between two polls.
+constexpr std::ptrdiff_t recordsPerPoll = 1 << 16;
 
-/// Bottom-up merge sort with the tolerance comparison; in bounds and deterministic for any answers it gives.
-void sortTolerantly(Record* begin, Record* end, uint32 axis, double tolerance)
+/// Sorts the records of one worker. Every step ends early, in some order, once the polling has stopped.
+class RecordSorter
 {
-    const std::ptrdiff_t count = end - begin;
-    std::vector<Record> other(begin, end);
-    Record* from = begin;
-    Record* to = other.data();
-    for (std::ptrdiff_t width = 1; width < count; width *= 2)
+public:
+    RecordSorter(double tolerance, Polling& polling)
+        : _tolerance(tolerance), _polling(polling), _records(polling, recordsPerPoll)
     {
-        for (std::ptrdiff_t low = 0; low < count; low += 2 * width)
+    }
+
+    /// The end of the run that starts at `begin` in records sorted exactly along the axis: the next gap wider
+    /// than the tolerance.
+    Record* runEnd(Record* begin, Record* end, uint32 axis)
+    {
+        Record* next = begin + 1;
+        while (next != end && within(next[-1].position[axis], next->position[axis], _tolerance))
         {
-            const std::ptrdiff_t middle = std::min(low + width, count),
-                                 high = std::min(low + 2 * width, count);
-            std::ptrdiff_t a = low, b = middle;
-            for (std::ptrdiff_t n = low; n < high; ++n)
+            if ((next - begin) % recordsPerPoll == 0 && !_polling.goOn()) return end;
+            ++next;
+        }
+        return next;
+    }
+
+    /// Orders one run of records that is sorted exactly along the axis.
+    void sortRun(Record* begin, Record* end, uint32 axis)
+    {
+        if (end - begin < 2 || axis == 2) return;
+        if (within(begin->position[axis], end[-1].position[axis], _tolerance))
+            sortFrom(begin, end, axis + 1);
+        else
+            sortTolerantly(begin, end, axis);
+    }
+
+    /// Sorts records by the exact coordinate. They mostly come nearly sorted: an insertion sort does it,
+    /// unless it has to move too much.
+    void sortExactly(Record* begin, Record* end, uint32 axis)
+    {
+        if (!_records.add(static_cast<uint64>(end - begin)) || end - begin < 2) return;
+        const ExactOrder less{axis};
+        std::ptrdiff_t budget = (end - begin) * movesPerRecord + 256;
+        for (Record* next = begin + 1; next < end; ++next)
+        {
+            if ((next - begin) % recordsPerPoll == 0 && !_polling.goOn()) return;
+            if (!less(*next, next[-1])) continue;
+            const Record moved = *next;
+            Record* const last = next - std::min({next - begin, budget, recordsPerPoll});
+            Record* hole = next;
+            for (; hole != last && less(moved, hole[-1]); --hole) *hole = hole[-1];
+            *hole = moved;
+            budget -= next - hole;
+            if (hole == last && last != begin) return sortAtOnce(begin, end, less);
+            if (!_records.add(static_cast<uint64>(next - hole))) return;
+        }
+    }
+
+private:
+    /// Sorts from an axis on records that are equal on the axes before it.
+    void sortFrom(Record* begin, Record* end, uint32 axis)
+    {
+        sortExactly(begin, end, axis);
+        while (begin != end && !_polling.isStopped())
+        {
+            Record* next = runEnd(begin, end, axis);
+            sortRun(begin, next, axis);
+            begin = next;
+        }
+    }
+
+    /// A general sort: of blocks, and then by merging them.
+    void sortAtOnce(Record* begin, Record* end, const ExactOrder& less)
+    {
+        const std::ptrdiff_t count = end - begin;
+        const std::ptrdiff_t block = _polling.hasCallback() ? recordsPerPoll / 2 : count;
+        for (std::ptrdiff_t low = 0; low < count; low += block)
+        {
+            std::sort(begin + low, begin + std::min(low + block, count), less);
+            if (!_polling.goOn()) return;
+        }
+        mergeBlocks(begin, count, block, less);
+    }
+
+    /// Bottom-up merge sort with the tolerance comparison; in bounds and deterministic for any answers it
+    /// gives.
+    void sortTolerantly(Record* begin, Record* end, uint32 axis)
+    {
+        mergeBlocks(begin, end - begin, 1,
+                    [axis, tolerance = _tolerance](const Record& a, const Record& b)
+                    { return tolerantLess(a, b, axis, tolerance); });
+    }
+
+    /// Merges neighbouring sorted blocks, two at a time, until there is one.
+    template <class Less>
+    void mergeBlocks(Record* begin, std::ptrdiff_t count, std::ptrdiff_t width, const Less& less)
+    {
+        if (width >= count) return;
+        const std::unique_ptr<Record[]> other(new Record[static_cast<std::size_t>(count)]);
+        Record* from = begin;
+        Record* to = other.get();
+        for (; width < count; width *= 2)
+        {
+            for (std::ptrdiff_t low = 0; low < count; low += 2 * width)
             {
-                const bool second =
-                    a == middle || (b < high && tolerantLess(from[b], from[a], axis, tolerance));
+                const std::ptrdiff_t middle = std::min(low + width, count),
+                                     high = std::min(low + 2 * width, count);
+                if (!merge(from, to, low, middle, high, less)) return;
+            }
+            std::swap(from, to);
+        }
+        if (from == begin) return;
+        for (std::ptrdiff_t low = 0; low < count; low += recordsPerPoll)
+        {
+            std::copy(from + low, from + std::min(low + recordsPerPoll, count), begin + low);
+            if (!_polling.goOn()) return;
+        }
+    }
+
+    /// Merges [low, middle) and [middle, high), taking the first of two that are equal.
+    template <class Less>
+    bool merge(const Record* from, Record* to, std::ptrdiff_t low, std::ptrdiff_t middle, std::ptrdiff_t high,
+               const Less& less)
+    {
+        std::ptrdiff_t a = low, b = middle;
+        for (std::ptrdiff_t n = low; n < high;)
+        {
+            const std::ptrdiff_t stop = std::min(n + recordsPerPoll, high);
+            const std::ptrdiff_t start = n;
+            for (; n < stop; ++n)
+            {
+                const bool second = a == middle || (b < high && less(from[b], from[a]));
                 to[n] = from[second ? b++ : a++];
             }
+            if (!_records.add(static_cast<uint64>(stop - start))) return false;
         }
-        std::swap(from, to);
+        return true;
     }
-    if (from != begin) std::copy(from, from + count, begin);
-}
 
-/// The end of the run that starts at `begin` in records sorted exactly along the axis: the next gap wider
-/// than the tolerance.
-const Record* runEnd(const Record* begin, const Record* end, uint32 axis, double tolerance)
-{
-    const Record* next = begin + 1;
-    while (next != end && within(next[-1].position[axis], next->position[axis], tolerance)) ++next;
-    return next;
-}
-
-void sortRun(Record* begin, Record* end, uint32 axis, double tolerance);
-
-/// Sorts from an axis on records that are equal on the axes before it.
-void sortFrom(Record* begin, Record* end, uint32 axis, double tolerance)
-{
-    sortExactly(begin, end, axis);
-    while (begin != end)
-    {
-        Record* next = begin + (runEnd(begin, end, axis, tolerance) - begin);
-        sortRun(begin, next, axis, tolerance);
-        begin = next;
-    }
-}
-
-/// Orders one run of records that is sorted exactly along the axis.
-void sortRun(Record* begin, Record* end, uint32 axis, double tolerance)
-{
-    if (end - begin < 2 || axis == 2) return;
-    if (within(begin->position[axis], end[-1].position[axis], tolerance))
-        sortFrom(begin, end, axis + 1, tolerance);
-    else
-        sortTolerantly(begin, end, axis, tolerance);
-}
+    double _tolerance;
+    Polling& _polling;
+    PollCounter _records;
+};
 
 /// A monotone map of x to buckets of which most hold few records.
 class Buckets
 {
 public:
-    explicit Buckets(const Array<Vector3D>& positions)
+    Buckets(const Array<Vector3D>& positions, Polling& polling)
     {
         double low = std::numeric_limits<double>::infinity(), high = -low;
-        for (const Vector3D& p : positions)
-        {
-            if (!std::isfinite(p.x)) continue;
-            low = std::min(low, p.x);
-            high = std::max(high, p.x);
-        }
+        inPieces(polling, positions.size(), lightItems,
+                 [&](uint64 begin, uint64 end)
+                 {
+                     for (uint64 n = begin; n < end; ++n)
+                     {
+                         if (!std::isfinite(positions[n].x)) continue;
+                         low = std::min(low, positions[n].x);
+                         high = std::max(high, positions[n].x);
+                     }
+                 });
         _count = std::clamp<uint32>(positions.size() / 4, 1, 1u << 22);
         _low = low;
         const double width = high - low;
@@ -164,40 +231,46 @@ private:
 };
 
 /// The records sorted exactly along x: brought into ascending buckets, and sorted within each.
-Array<Record> sortAlongX(const Array<Vector3D>& positions, uint32 workers)
+Array<Record> sortAlongX(const Array<Vector3D>& positions, uint32 workers, Polling& polling)
 {
-    const Buckets buckets(positions);
+    const Buckets buckets(positions, polling);
     Array<uint32> bucketOf(positions.size());
-    parallelFor(positions.size(), workers,
-                [&](uint32, uint64 begin, uint64 end)
-                {
-                    for (uint64 n = begin; n < end; ++n) bucketOf[n] = buckets(positions[n].x);
-                });
     Array<Record> records(positions.size());
+    if (!inPieces(polling, positions.size(), lightItems, workers,
+                  [&](uint32, uint64 begin, uint64 end)
+                  {
+                      for (uint64 n = begin; n < end; ++n) bucketOf[n] = buckets(positions[n].x);
+                  }))
+        return records;
     const Array<uint32> ends = placeByBucket(
-        positions.size(), buckets.count(), workers, [&](uint32 n) { return bucketOf[n]; },
+        positions.size(), buckets.count(), workers, polling, [&](uint32 n) { return bucketOf[n]; },
         [&](uint32 n, uint32 place) {
             records[place] = {positions[n], n};
         });
-    parallelFor(buckets.count(), workers,
-                [&](uint32, uint64 begin, uint64 end)
-                {
-                    for (uint64 b = begin; b < end; ++b)
-                        sortExactly(records.data() + (b == 0 ? 0 : ends[b - 1]), records.data() + ends[b], 0);
-                });
+    if (polling.isStopped()) return records;
+    polledFor(polling, buckets.count(), workers,
+              [&](uint32, uint64 begin, uint64 end)
+              {
+                  RecordSorter sorter(0, polling);
+                  for (uint64 b = begin; b < end && !polling.isStopped(); ++b)
+                      sorter.sortExactly(records.data() + (b == 0 ? 0 : ends[b - 1]),
+                                         records.data() + ends[b], 0);
+              });
     return records;
 }
 
 /// Cuts the records into one range a worker, each beginning where a run along x begins.
-std::vector<uint32> cutAtRuns(const Array<Record>& records, uint32 workers, double tolerance)
+std::vector<uint32> cutAtRuns(const Array<Record>& records, uint32 workers, double tolerance,
+                              Polling& polling)
 {
     std::vector<uint32> cuts(std::size_t{workers} + 1, records.size());
+    PollCounter looked(polling, recordsPerPoll);
     for (uint32 w = 0; w < workers; ++w)
     {
         auto cut = static_cast<uint32>(uint64{records.size()} * w / workers);
         if (w > 0) cut = std::max(cut, cuts[w - 1]);
         while (cut > 0 && cut < records.size() &&
-               within(records[cut - 1].position.x, records[cut].position.x, tolerance))
+               within(records[cut - 1].position.x, records[cut].position.x, tolerance) && looked.add(1))
             ++cut;
         cuts[w] = cut;
     }
@@ -206,60 +279,73 @@ std::vector<uint32> cutAtRuns(const Array<Record>& records, uint32 workers, doub
 
 /// Walks sorted records and calls open(record) for each that opens a group and join(record) for every record.
 template <class Open, class Join>
-void walkGroups(const Record* begin, const Record* end, double tolerance, Open open, Join join)
+void walkGroups(const Record* begin, const Record* end, double tolerance, Polling& polling, Open open,
+                Join join)
 {
     const Record* opener = nullptr;
-    for (const Record* r = begin; r != end; ++r)
+    for (const Record* r = begin; r != end;)
     {
-        if (!opener || !within(r->position.x, opener->position.x, tolerance) ||
-            !within(r->position.y, opener->position.y, tolerance) ||
-            !within(r->position.z, opener->position.z, tolerance))
+        const Record* stop = r + std::min(end - r, recordsPerPoll);
+        for (; r != stop; ++r)
         {
-            opener = r;
-            open(*r);
+            if (!opener || !within(r->position.x, opener->position.x, tolerance) ||
+                !within(r->position.y, opener->position.y, tolerance) ||
+                !within(r->position.z, opener->position.z, tolerance))
+            {
+                opener = r;
+                open(*r);
+            }
+            join(*r);
         }
-        join(*r);
+        if (!polling.goOn()) return;
     }
 }
 
 }  // namespace
 
-Array<uint32> groupPositions(Array<Vector3D>& positions, double tolerance, uint32 threadCount)
+Array<uint32> groupPositions(Array<Vector3D>& positions, double tolerance, uint32 threadCount,
+                             Polling& polling, Array<uint32>* openers)
 {
     const uint32 workers = std::clamp(threadCount, 1u, positions.size() / 4096 + 1);
-    Array<Record> records = sortAlongX(positions, workers);
-    const std::vector<uint32> cuts = cutAtRuns(records, workers, tolerance);
+    Array<Record> records = sortAlongX(positions, workers, polling);
+    Array<uint32> groupOf(positions.size());
+    if (polling.isStopped()) return groupOf;
+    const std::vector<uint32> cuts = cutAtRuns(records, workers, tolerance, polling);
 
     std::vector<uint32> firstGroup(std::size_t{workers} + 1, 0);
-    const auto range = [&](uint64 w) {
-        return Records{records.data() + cuts[w], records.data() + cuts[w + 1]};
-    };
-    parallelFor(workers, workers,
-                [&](uint32, uint64 w, uint64)
-                {
-                    auto [begin, end] = range(w);
-                    uint32 count = 0;
-                    for (Record *run = begin, *next; run != end; run = next)
-                    {
-                        next = run + (runEnd(run, end, 0, tolerance) - run);
-                        sortRun(run, next, 0, tolerance);
-                    }
-                    walkGroups(
-                        begin, end, tolerance, [&](const Record&) { ++count; }, [](const Record&) {});
-                    firstGroup[w + 1] = count;
-                });
+    polledFor(polling, workers, workers,
+              [&](uint32, uint64 w, uint64)
+              {
+                  Record* const begin = records.data() + cuts[w];
+                  Record* const end = records.data() + cuts[w + 1];
+                  RecordSorter sorter(tolerance, polling);
+                  uint32 count = 0;
+                  for (Record *run = begin, *next; run != end && !polling.isStopped(); run = next)
+                  {
+                      next = sorter.runEnd(run, end, 0);
+                      sorter.sortRun(run, next, 0);
+                  }
+                  walkGroups(
+                      begin, end, tolerance, polling, [&](const Record&) { ++count; }, [](const Record&) {});
+                  firstGroup[w + 1] = count;
+              });
+    if (polling.isStopped()) return groupOf;
     for (uint32 w = 0; w < workers; ++w) firstGroup[w + 1] += firstGroup[w];
 
-    Array<uint32> groupOf(positions.size());
-    parallelFor(workers, workers,
-                [&](uint32, uint64 w, uint64)
-                {
-                    const auto [begin, end] = range(w);
-                    uint32 next = firstGroup[w];
-                    walkGroups(
-                        begin, end, tolerance, [&](const Record& r) { positions[next++] = r.position; },
-                        [&](const Record& r) { groupOf[r.index] = next - 1; });
-                });
+    if (openers) openers->resize(firstGroup[workers]);
+    polledFor(polling, workers, workers,
+              [&](uint32, uint64 w, uint64)
+              {
+                  uint32 next = firstGroup[w];
+                  walkGroups(
+                      records.data() + cuts[w], records.data() + cuts[w + 1], tolerance, polling,
+                      [&](const Record& r)
+                      {
+                          if (openers) (*openers)[next] = r.index;
+                          positions[next++] = r.position;
+                      },
+                      [&](const Record& r) { groupOf[r.index] = next - 1; });
+              });
     positions.resize(firstGroup[workers]);
     return groupOf;
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <tavrix/foundation/Array.h>
+#include <tavrix/foundation/detail/Polling.h>
 #include <tavrix/foundation/Vector3.h>
 
 namespace tavrix::detail
@@ -17,9 +18,11 @@ namespace tavrix::detail
 /// every system and for every thread count. Equal positions keep their index order. Coordinates that are not
 /// numbers sort last and equal nothing.
 ///
-/// Leaves one position a group, its first, in group order, and returns the group of every old position.
-/// Linear in the positions for meshes (a counting sort along x, nearly sorted runs), O(n log n) at worst; 36
-/// bytes a position besides.
-Array<uint32> groupPositions(Array<Vector3D>& positions, double tolerance, uint32 threadCount);
+/// Leaves one position a group, its first, in group order, and returns the group of every old position;
+/// `openers`, when not null, receives the old number of each group's first. Once the polling has stopped, all
+/// that means nothing. Linear in the positions for meshes (a counting sort along x, nearly sorted runs),
+/// O(n log n) at worst; 36 bytes a position besides.
+Array<uint32> groupPositions(Array<Vector3D>& positions, double tolerance, uint32 threadCount,
+                             Polling& polling, Array<uint32>* openers = nullptr);
 
 }  // namespace tavrix::detail

@@ -1,7 +1,8 @@
 #pragma once
 
+#include <tavrix/foundation/CancelCallback.h>
+#include <tavrix/foundation/detail/Polling.h>
 #include <tavrix/foundation/Divisor.h>
-#include <tavrix/foundation/ParallelFor.h>
 #include <tavrix/isosurface/detail/MeshCleaning.h>
 #include <tavrix/isosurface/detail/SurfaceTopology.h>
 #include <tavrix/mesh/Mesh.h>
@@ -97,96 +98,102 @@ private:
     T _threshold;
 };
 
-/// The sign bits of all nodes that the cells touch; false when the callback stopped the work.
+/// The sign bits of all nodes that the cells touch; false when the polling stopped the work.
 template <class Source>
-bool classifySamples(const Source& source, const ExtractionOptions& options, SignRows& signs)
+bool classifySamples(const Source& source, const ExtractionOptions& options, Polling& polling,
+                     SignRows& signs)
 {
     const CellRange& cells = options.cells;
-    return forEachPlaneRange(source.grid(), cells.high.a - cells.low.a + 1, options.threadCount,
-                             options.callback,
-                             [&](uint32 begin, uint32 end)
+    return polledFor(polling, cells.high.a - cells.low.a + 1, options.threadCount,
+                     [&](uint32, uint64 begin, uint64 end)
+                     {
+                         PollCounter nodes(polling, nodesPerPoll);
+                         for (auto i = static_cast<uint32>(cells.low.a + begin); i < cells.low.a + end; ++i)
+                             for (uint32 j = cells.low.b; j <= cells.high.b; ++j)
                              {
-                                 for (uint32 i = cells.low.a + begin; i < cells.low.a + end; ++i)
-                                     for (uint32 j = cells.low.b; j <= cells.high.b; ++j)
-                                         source.classify(i, j, signs.row(i, j));
-                             });
+                                 source.classify(i, j, signs.row(i, j));
+                                 if (!nodes.add(source.grid().sizeZ)) return;
+                             }
+                     });
 }
 
-/// Calculates the vertices' positions and normals.
-template <class Source>
-void fillVertices(const Source& source, const Array<EdgeKey>& vertices, Vector3D* positions,
-                  Vector3F* normals, uint32 threadCount)
+/// What an extraction makes of a mesh, built apart from it: until all is there, the mesh stays as it was.
+struct SurfaceDraft
 {
-    parallelFor(vertices.size(), threadCount,
-                [&](uint32, uint64 begin, uint64 end)
-                {
-                    constexpr uint64 ahead = 24;
-                    for (uint64 v = begin; v < end; ++v)
+    Array<Vector3D> pos;
+    Array<Vector3F> nor;
+    Array<Index3> trindexPos, trindexNor;
+};
+
+/// Copies the elements to the front of a larger array.
+template <class T>
+bool copyToFront(const Array<T>& from, Array<T>& to, uint32 threadCount, Polling& polling)
+{
+    return inPieces(polling, from.size(), lightItems, threadCount,
+                    [&](uint32, uint64 begin, uint64 end)
+                    { std::copy(from.data() + begin, from.data() + end, to.data() + begin); });
+}
+
+/// The mesh's positions and normals, and behind them those of the vertices.
+template <class Source>
+bool draftVertices(const Source& source, const Array<EdgeKey>& vertices, const Mesh& mesh, uint32 threadCount,
+                   Polling& polling, SurfaceDraft& draft)
+{
+    const uint32 oldPositions = mesh.getPosSize(), oldNormals = mesh.nor().size();
+    draft.pos.resize(Array<Vector3D>::checkedSize(uint64{oldPositions} + vertices.size()));
+    draft.nor.resize(Array<Vector3F>::checkedSize(uint64{oldNormals} + vertices.size()));
+    Vector3D* positions = draft.pos.data() + oldPositions;
+    Vector3F* normals = draft.nor.data() + oldNormals;
+    return copyToFront(mesh.pos(), draft.pos, threadCount, polling) &&
+           copyToFront(mesh.nor(), draft.nor, threadCount, polling) &&
+           inPieces(polling, vertices.size(), scatteredItems, threadCount,
+                    [&](uint32, uint64 begin, uint64 end)
                     {
-                        if (v + ahead < end) source.prefetch(vertices[v + ahead]);
-                        positions[v] = source.vertex(vertices[v]);
-                        if constexpr (Source::hasNormals)
-                            normals[v] = source.normal(vertices[v]);
-                        else
-                            normals[v] = {0, 0, 0};
-                    }
-                });
+                        constexpr uint64 ahead = 24;
+                        for (uint64 v = begin; v < end; ++v)
+                        {
+                            if (v + ahead < end) source.prefetch(vertices[v + ahead]);
+                            positions[v] = source.vertex(vertices[v]);
+                            if constexpr (Source::hasNormals)
+                                normals[v] = source.normal(vertices[v]);
+                            else
+                                normals[v] = {0, 0, 0};
+                        }
+                    });
 }
 
-/// Appends the vertices to the mesh's positions and normals; when that fails, both are as they were.
-template <class Source>
-void appendVertices(const Source& source, const Array<EdgeKey>& vertices, Mesh& mesh, uint32 threadCount)
+/// Merges the draft's positions and drops the faces that collapse.
+inline bool cleanDraft(SurfaceDraft& draft, double tolerance, uint32 threadCount, Polling& polling)
 {
-    Array<Vector3D>& positions = mesh.refPos();
-    Array<Vector3F>& normals = mesh.refNor();
-    const uint32 oldPositions = positions.size(), oldNormals = normals.size();
-    try
-    {
-        positions.resize(Array<Vector3D>::checkedSize(uint64{oldPositions} + vertices.size()));
-        normals.resize(Array<Vector3F>::checkedSize(uint64{oldNormals} + vertices.size()));
-        fillVertices(source, vertices, positions.data() + oldPositions, normals.data() + oldNormals,
-                     threadCount);
-    }
-    catch (...)
-    {
-        positions.resize(oldPositions);
-        normals.resize(oldNormals);
-        throw;
-    }
+    mergeTolerance() = tolerance;
+    if (!mergePositions(draft.pos, {&draft.trindexPos}, threadCount, polling)) return false;
+    fitNormals(draft.nor, draft.pos.size());
+    return dropCollapsedFaces({&draft.trindexPos}, threadCount, polling);
 }
 
-/// Appends vertices and replaces the position triples; the normal triples are left empty.
+/// The surface's vertices and faces; empty when there is none or the polling stopped the work.
 template <class Source>
-void writeMesh(const Source& source, SurfaceTopology& surface, Mesh& mesh, uint32 threadCount)
-{
-    Array<Index3>& trindexPos = mesh.refTrindexPos();
-    Array<Index3>& trindexNor = mesh.refTrindexNor();
-    appendVertices(source, surface.vertices, mesh, threadCount);
-    trindexPos = std::move(surface.faces);
-    trindexNor.reserve(0);
-    mesh.invalidateBox();
-    mesh.invalidateConnectivity();
-}
-
-/// Gives the mesh its position triples as normal triples.
-inline void shareTriples(Mesh& mesh, uint32 threadCount)
-{
-    const Array<Index3>& faces = mesh.refTrindexPos();
-    Array<Index3> copy(faces.size());
-    parallelFor(faces.size(), threadCount,
-                [&](uint32, uint64 begin, uint64 end)
-                { std::copy(faces.data() + begin, faces.data() + end, copy.data() + begin); });
-    mesh.refTrindexNor() = std::move(copy);
-}
-
-/// The surface's vertices and faces; empty when there is none or the callback stopped the work.
-template <class Source>
-SurfaceTopology findSurface(const Source& source, const ExtractionOptions& options)
+SurfaceTopology findSurface(const Source& source, const ExtractionOptions& options, Polling& polling)
 {
     if (options.cells.empty()) return {};
     SignRows signs(source.grid().sizeX, source.grid().sizeY, source.grid().sizeZ);
-    if (!classifySamples(source, options, signs)) return {};
-    return buildSurfaceTopology(source.grid(), signs, options.cells, options.threadCount, options.callback);
+    if (!classifySamples(source, options, polling, signs)) return {};
+    return buildSurfaceTopology(source.grid(), signs, options.cells, options.threadCount, polling);
+}
+
+/// Makes the draft's arrays those of the mesh.
+inline void takeDraft(SurfaceDraft& draft, Mesh& mesh)
+{
+    Array<Vector3D>& pos = mesh.refPos();
+    Array<Vector3F>& nor = mesh.refNor();
+    Array<Index3>& trindexPos = mesh.refTrindexPos();
+    Array<Index3>& trindexNor = mesh.refTrindexNor();
+    pos.swap(draft.pos);
+    nor.swap(draft.nor);
+    trindexPos.swap(draft.trindexPos);
+    trindexNor.swap(draft.trindexNor);
+    mesh.invalidateBox();
+    mesh.invalidateConnectivity();
 }
 
 /// The whole extraction; the contract is IsosurfaceExtractor3::extractMesh's. A null vertexEdges is not
@@ -195,18 +202,23 @@ template <class Source, class AfterCells>
 unsigned long extractSurface(const Source& source, const ExtractionOptions& options, Mesh& mesh,
                              Array<EdgeKey>* vertexEdges, AfterCells afterCells)
 {
-    SurfaceTopology surface = findSurface(source, options);
+    Polling polling(options.callback);
+    SurfaceTopology surface = polling.goOn() ? findSurface(source, options, polling) : SurfaceTopology{};
     afterCells(surface.cornerCount);
-    if (surface.faces.empty() || isCancelled(options.callback)) return 0;
-    writeMesh(source, surface, mesh, options.threadCount);
+    if (surface.faces.empty()) return 0;
+    SurfaceDraft draft;
+    if (!draftVertices(source, surface.vertices, mesh, options.threadCount, polling, draft)) return 0;
+    draft.trindexPos = std::move(surface.faces);
+    if (!vertexEdges) surface.vertices.reserve(0);
+    constexpr double mergeFraction = 1.0 / 8192;  // 2^-13
+    if (options.cleanUp &&
+        !cleanDraft(draft, source.grid().largestSeparation * mergeFraction, options.threadCount, polling))
+        return 0;
+    draft.trindexNor.resize(draft.trindexPos.size());
+    if (!copyToFront(draft.trindexPos, draft.trindexNor, options.threadCount, polling)) return 0;
+    takeDraft(draft, mesh);
     if (vertexEdges) *vertexEdges = std::move(surface.vertices);
-    if (options.cleanUp)
-    {
-        constexpr double mergeFraction = 1.0 / 8192;  // 2^-13
-        cleanMesh(mesh, source.grid().largestSeparation * mergeFraction, options.threadCount);
-    }
-    shareTriples(mesh, options.threadCount);
-    return mesh.refTrindexPos().size();
+    return mesh.getFacesSize();
 }
 
 }  // namespace tavrix::detail

@@ -6,7 +6,6 @@
 
 #include <tavrix/foundation/detail/BucketSort.h>
 #include <tavrix/foundation/Divisor.h>
-#include <tavrix/foundation/ParallelFor.h>
 #include <tavrix/isosurface/detail/MarchingCubesTable.h>
 
 namespace tavrix::detail
@@ -89,7 +88,7 @@ struct Builder
     const SignRows& signs;
     const CellRange& cells;
     uint32 threadCount;
-    CancelCallback callback;
+    Polling& polling;
     std::vector<SlabCount> slabs;  ///< after placeSlabs: the sums before each slab, and the total
     SurfaceTopology out;
 
@@ -101,35 +100,59 @@ struct Builder
 
     uint32 slabCount() const { return cells.high.a - cells.low.a; }
 
+    template <class Work>
+    bool forEachRow(Work work);
     bool countSlabs();
+    void countRows(uint32 slab, uint32 begin, uint32 end);
     bool placeSlabs();
     bool fillSlabs();
     void fillSlabRange(uint32 begin, uint32 end);
-    void followWaveOrder();
+    bool followWaveOrder();
     bool numberByBucket();
 };
+
+/// Calls work(begin, end) for the rows of cells of a slab, some between two polls; false when stopped.
+template <class Work>
+bool Builder::forEachRow(Work work)
+{
+    const auto rowsPerPoll = static_cast<uint32>(std::max<uint64>(nodesPerPoll / grid.sizeZ, 1));
+    for (uint32 begin = cells.low.b; begin < cells.high.b;)
+    {
+        const uint32 end = begin + std::min(rowsPerPoll, cells.high.b - begin);
+        work(begin, end);
+        if (!polling.goOn()) return false;
+        begin = end;
+    }
+    return true;
+}
 
 bool Builder::countSlabs()
 {
     slabs.assign(std::size_t{slabCount()} + 1, {0, 0});
-    return forEachPlaneRange(
-        grid, slabCount(), threadCount, callback,
-        [&](uint32 begin, uint32 end)
-        {
-            for (uint32 s = begin; s < end; ++s)
-            {
-                const uint32 i = cells.low.a + s;
-                SlabCount count{0, 0};
-                for (uint32 j = cells.low.b; j < cells.high.b; ++j)
-                    forEachCrossedCell(signs, i, j, cells.low.c, cells.high.c,
-                                       [&](uint32 k, uint32 index)
-                                       {
-                                           count.faces += marchingCubesCases[index].triangleCount;
-                                           count.vertices += ownedEdgeCounts[firstAlong(i, j, k)][index];
-                                       });
-                slabs[s] = count;
-            }
-        });
+    return polledFor(polling, slabCount(), threadCount,
+                     [&](uint32, uint64 begin, uint64 end)
+                     {
+                         for (uint64 s = begin; s < end; ++s)
+                             if (!forEachRow([&](uint32 low, uint32 high)
+                                             { countRows(static_cast<uint32>(s), low, high); }))
+                                 return;
+                     });
+}
+
+/// Adds what the rows of cells give to the counts of their slab.
+void Builder::countRows(uint32 slab, uint32 begin, uint32 end)
+{
+    const uint32 i = cells.low.a + slab;
+    SlabCount count{0, 0};
+    for (uint32 j = begin; j < end; ++j)
+        forEachCrossedCell(signs, i, j, cells.low.c, cells.high.c,
+                           [&](uint32 k, uint32 index)
+                           {
+                               count.faces += marchingCubesCases[index].triangleCount;
+                               count.vertices += ownedEdgeCounts[firstAlong(i, j, k)][index];
+                           });
+    slabs[slab].faces += count.faces;
+    slabs[slab].vertices += count.vertices;
 }
 
 /// Turns the counts into places and makes room for the output; false when there is no surface of two faces.
@@ -193,12 +216,13 @@ public:
     {
     }
 
-    /// Numbers the edges that the cells own; with `write`, also writes their keys and the faces.
+    /// Numbers the edges that the cells of these rows own; with `write`, also writes their keys and the
+    /// faces.
     template <bool write>
-    void run()
+    void run(uint32 begin, uint32 end)
     {
         const CellRange& cells = _builder.cells;
-        for (uint32 j = cells.low.b; j < cells.high.b; ++j)
+        for (uint32 j = begin; j < end; ++j)
             forEachCrossedCell(_builder.signs, _i, j, cells.low.c, cells.high.c,
                                [&](uint32 k, uint32 index)
                                {
@@ -247,34 +271,42 @@ void Builder::fillSlabRange(uint32 begin, uint32 end)
     EdgePlanes planes(grid);
     if (begin > 0)
     {
-        SlabWriter(*this, planes, begin - 1, slabs[begin - 1]).run<false>();
+        SlabWriter writer(*this, planes, begin - 1, slabs[begin - 1]);
+        if (!forEachRow([&](uint32 low, uint32 high) { writer.run<false>(low, high); })) return;
         planes.advance();
     }
-    for (uint32 s = begin; s < end; ++s, planes.advance()) SlabWriter(*this, planes, s, slabs[s]).run<true>();
+    for (uint32 s = begin; s < end; ++s, planes.advance())
+    {
+        SlabWriter writer(*this, planes, s, slabs[s]);
+        if (!forEachRow([&](uint32 low, uint32 high) { writer.run<true>(low, high); })) return;
+    }
 }
 
 bool Builder::fillSlabs()
 {
-    return forEachPlaneRange(grid, slabCount(), threadCount, callback,
-                             [this](uint32 begin, uint32 end) { fillSlabRange(begin, end); });
+    return polledFor(polling, slabCount(), threadCount,
+                     [this](uint32, uint64 begin, uint64 end)
+                     { fillSlabRange(static_cast<uint32>(begin), static_cast<uint32>(end)); });
 }
 
 /// The parallel loop over n nodes gives the last n mod threads of them to the first workers in a second wave,
 /// so those cells follow their worker's first run. They lie in the last plane, where no cell starts, unless
 /// there are more threads than a plane has nodes; then the faces are brought into that order and the vertices
-/// renumbered by appearance.
-void Builder::followWaveOrder()
+/// renumbered by appearance. False when the polling stopped it.
+bool Builder::followWaveOrder()
 {
     const uint64 nodes = grid.size;
     const uint64 workers = std::min<uint64>(std::max(threadCount, 1u), nodes);
     const uint64 chunk = nodes / workers;
     const uint64 leftover = workers * chunk;
     const uint32 lastCell = grid.getMonoindex(cells.high.a - 1, cells.high.b - 1, cells.high.c - 1);
-    if (lastCell < leftover) return;
+    if (lastCell < leftover) return true;
 
     std::vector<std::vector<Index3>> lists(workers);
     const Index3* face = out.faces.data();
+    PollCounter work(polling, scatteredItems);
     for (uint32 i = cells.low.a; i < cells.high.a; ++i)
+    {
         for (uint32 j = cells.low.b; j < cells.high.b; ++j)
             forEachCrossedCell(signs, i, j, cells.low.c, cells.high.c,
                                [&](uint32 k, uint32 index)
@@ -285,6 +317,8 @@ void Builder::followWaveOrder()
                                    list.insert(list.end(), face, face + count);
                                    face += count;
                                });
+        if (!work.add(grid.sizeYZ)) return false;
+    }
 
     const Array<EdgeKey> keys = out.vertices;
     Array<uint32> renumbered(keys.size(), noIndex);
@@ -304,50 +338,49 @@ void Builder::followWaveOrder()
                 f[c] = number;
             }
             *target++ = f;
+            if (!work.add(1)) return false;
         }
+    return true;
 }
 
 /// Renumbers the vertices, so far in order of first appearance, bucket by bucket.
 bool Builder::numberByBucket()
 {
-    if (isCancelled(callback)) return false;
     const uint32 bucketCount = out.faces.size() / 2;
     const Divisor buckets(bucketCount);
     const Array<EdgeKey>& keys = out.vertices;
     Array<EdgeKey> sorted(keys.size());
     Array<uint32> number(keys.size());
     placeByBucket(
-        keys.size(), bucketCount, threadCount, [&](uint32 v) { return buckets.divide(keys[v].a).rest; },
+        keys.size(), bucketCount, threadCount, polling,
+        [&](uint32 v) { return buckets.divide(keys[v].a).rest; },
         [&](uint32 v, uint32 place)
         {
             sorted[place] = keys[v];
             number[v] = place;
         });
-    if (isCancelled(callback)) return false;
+    if (polling.isStopped()) return false;
     out.vertices = std::move(sorted);
-    parallelFor(out.faces.size(), threadCount,
-                [&](uint32, uint64 begin, uint64 end)
-                {
-                    for (uint64 f = begin; f < end; ++f)
+    return inPieces(polling, out.faces.size(), scatteredItems, threadCount,
+                    [&](uint32, uint64 begin, uint64 end)
                     {
-                        Index3& face = out.faces[f];
-                        face = {number[face.a], number[face.b], number[face.c]};
-                    }
-                });
-    return true;
+                        for (uint64 f = begin; f < end; ++f)
+                        {
+                            Index3& face = out.faces[f];
+                            face = {number[face.a], number[face.b], number[face.c]};
+                        }
+                    });
 }
 
 }  // namespace
 
 SurfaceTopology buildSurfaceTopology(const GridDescription3<double>& grid, const SignRows& signs,
-                                     const CellRange& cells, uint32 threadCount, CancelCallback callback)
+                                     const CellRange& cells, uint32 threadCount, Polling& polling)
 {
-    Builder builder{grid, signs, cells, threadCount, callback, {}, {}};
+    Builder builder{grid, signs, cells, threadCount, polling, {}, {}};
     if (cells.empty() || !builder.countSlabs()) return {};
     if (!builder.placeSlabs()) return std::move(builder.out);
-    if (!builder.fillSlabs()) return {};
-    builder.followWaveOrder();
-    if (!builder.numberByBucket()) return {};
+    if (!builder.fillSlabs() || !builder.followWaveOrder() || !builder.numberByBucket()) return {};
     return std::move(builder.out);
 }
 

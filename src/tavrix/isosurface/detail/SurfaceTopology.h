@@ -4,8 +4,7 @@
 
 #include <tavrix/fields/GridDescription3.h>
 #include <tavrix/foundation/Array.h>
-#include <tavrix/foundation/CancelCallback.h>
-#include <tavrix/foundation/ParallelFor.h>
+#include <tavrix/foundation/detail/Polling.h>
 #include <tavrix/isosurface/detail/CellRange.h>
 #include <tavrix/isosurface/detail/SignRows.h>
 
@@ -15,24 +14,8 @@ namespace tavrix::detail
 /// (monoindex of an edge's lower node, axis).
 using EdgeKey = Tuple2<uint32, uint32>;
 
-/// Runs work(begin, end) over the planes [0, planeCount) of a grid's nodes, or the slabs of cells between
-/// them, in parallel. Polls the callback before every round of some tens of milliseconds; false when it
-/// stopped the work.
-template <class Work>
-bool forEachPlaneRange(const GridDescription3<double>& grid, uint32 planeCount, uint32 threadCount,
-                       CancelCallback callback, Work work)
-{
-    constexpr uint64 nodesPerWorker = uint64{1} << 25;
-    const uint64 perRound = std::max<uint64>(nodesPerWorker / grid.sizeYZ, 1) * std::max(threadCount, 1u);
-    for (uint64 start = 0; start < planeCount; start += perRound)
-    {
-        if (isCancelled(callback)) return false;
-        parallelFor(std::min<uint64>(perRound, planeCount - start), threadCount,
-                    [&](uint32, uint64 begin, uint64 end)
-                    { work(static_cast<uint32>(start + begin), static_cast<uint32>(start + end)); });
-    }
-    return true;
-}
+/// Nodes that a worker passes over between two polls: one to some milliseconds.
+inline constexpr uint64 nodesPerPoll = uint64{1} << 18;
 
 /// The surface without its shape: which grid edge each vertex lies on, and which vertices each face joins.
 /// Both empty when there is no surface of at least two faces, or when the work was cancelled.
@@ -55,6 +38,6 @@ struct SurfaceTopology
 /// numbers into bucket order. Linear in nodes / 64 plus faces; temporary memory is one bit a node, 12 bytes a
 /// vertex and two planes a worker.
 SurfaceTopology buildSurfaceTopology(const GridDescription3<double>& grid, const SignRows& signs,
-                                     const CellRange& cells, uint32 threadCount, CancelCallback callback);
+                                     const CellRange& cells, uint32 threadCount, Polling& polling);
 
 }  // namespace tavrix::detail

@@ -20,27 +20,48 @@ struct Use
 bool hasEdges(const Index3& t) { return t.a != t.b && t.b != t.c && t.c != t.a; }
 
 template <class Visit>
-void forEachHalfEdge(const Array<Index3>& faces, const Visit& visit)
+bool forEachHalfEdge(const Array<Index3>& faces, Polling& polling, const Visit& visit)
 {
-    for (uint32 f = 0; f < faces.size(); ++f)
-    {
-        const Index3 t = faces[f];
-        if (!hasEdges(t)) continue;
-        visit(3 * f + 0, t.a, t.b);
-        visit(3 * f + 1, t.b, t.c);
-        visit(3 * f + 2, t.c, t.a);
-    }
+    return inPieces(polling, faces.size(), scatteredItems,
+                    [&](uint64 begin, uint64 end)
+                    {
+                        for (auto f = static_cast<uint32>(begin); f < end; ++f)
+                        {
+                            const Index3 t = faces[f];
+                            if (!hasEdges(t)) continue;
+                            visit(3 * f + 0, t.a, t.b);
+                            visit(3 * f + 1, t.b, t.c);
+                            visit(3 * f + 2, t.c, t.a);
+                        }
+                    });
+}
+
+/// Makes the array so many equal elements.
+template <class T>
+bool fill(Array<T>& array, uint32 size, const T& value, Polling& polling)
+{
+    array.resize(size);
+    return inPieces(polling, size, lightItems,
+                    [&](uint64 begin, uint64 end)
+                    { std::fill(array.data() + begin, array.data() + end, value); });
 }
 
 /// All uses in the order (lower position, half-edge); `ends` receives the end of each position's run.
-Array<Use> usesByLowerPosition(const Array<Index3>& faces, uint32 positionCount, Array<uint32>& ends)
+Array<Use> usesByLowerPosition(const Array<Index3>& faces, uint32 positionCount, Polling& polling,
+                               Array<uint32>& ends)
 {
-    ends.assign(positionCount, 0);
-    forEachHalfEdge(faces, [&](uint32, uint32 from, uint32 to) { ++ends[std::min(from, to)]; });
     uint32 start = 0;
-    for (uint32& end : ends) start += std::exchange(end, start);
+    if (!fill(ends, positionCount, 0u, polling) ||
+        !forEachHalfEdge(faces, polling,
+                         [&](uint32, uint32 from, uint32 to) { ++ends[std::min(from, to)]; }) ||
+        !inPieces(polling, positionCount, lightItems,
+                  [&](uint64 begin, uint64 end)
+                  {
+                      for (uint64 p = begin; p < end; ++p) start += std::exchange(ends[p], start);
+                  }))
+        return {};
     Array<Use> uses(start);
-    forEachHalfEdge(faces,
+    forEachHalfEdge(faces, polling,
                     [&](uint32 h, uint32 from, uint32 to) {
                         uses[ends[std::min(from, to)]++] = {std::max(from, to), h};
                     });
@@ -70,26 +91,41 @@ void groupUses(std::span<const Use> uses, Array<uint32>& firstOfHalfEdge)
 
 }  // namespace
 
-EdgeTable::EdgeTable(const Array<Index3>& faces, uint32 positionCount)
+EdgeTable::EdgeTable(const Array<Index3>& faces, uint32 positionCount, Polling& polling)
 {
     if (faces.size() >= (1u << 30))
         throw std::length_error("tavrix::Mesh: too many faces for face-edge indices");
     Array<uint32> ends;
-    Array<Use> uses = usesByLowerPosition(faces, positionCount, ends);
-    edgeOfHalfEdge.assign(3 * faces.size(), noIndex);
-    uint32 begin = 0;
-    for (const uint32 end : ends)
-    {
-        const std::span<Use> around(uses.data() + begin, end - begin);
-        sortUses(around);
-        groupUses(around, edgeOfHalfEdge);
-        begin = end;
-    }
-    for (uint32 h = 0; h < edgeOfHalfEdge.size(); ++h)
-    {
-        const uint32 first = edgeOfHalfEdge[h];
-        if (first != noIndex) edgeOfHalfEdge[h] = first == h ? edgeCount++ : edgeOfHalfEdge[first];
-    }
+    Array<Use> uses = usesByLowerPosition(faces, positionCount, polling, ends);
+    if (polling.isStopped() || !fill(edgeOfHalfEdge, 3 * faces.size(), noIndex, polling)) return;
+    const bool grouped = inPieces(polling, ends.size(), scatteredItems,
+                                  [&](uint64 first, uint64 last)
+                                  {
+                                      for (uint64 p = first; p < last; ++p)
+                                      {
+                                          const uint32 begin = p == 0 ? 0 : ends[p - 1];
+                                          const std::span<Use> around(uses.data() + begin, ends[p] - begin);
+                                          sortUses(around);
+                                          groupUses(around, edgeOfHalfEdge);
+                                      }
+                                  });
+    if (!grouped) return;
+    inPieces(polling, edgeOfHalfEdge.size(), lightItems,
+             [&](uint64 begin, uint64 end)
+             {
+                 for (auto h = static_cast<uint32>(begin); h < end; ++h)
+                 {
+                     const uint32 first = edgeOfHalfEdge[h];
+                     if (first != noIndex)
+                         edgeOfHalfEdge[h] = first == h ? edgeCount++ : edgeOfHalfEdge[first];
+                 }
+             });
+}
+
+EdgeTable::EdgeTable(const Array<Index3>& faces, uint32 positionCount)
+{
+    Polling none(nullptr);
+    *this = EdgeTable(faces, positionCount, none);
 }
 
 Array<uint32> EdgeTable::firstHalfEdges() const
@@ -109,21 +145,50 @@ Array<uint32> EdgeTable::useCounts() const
     return counts;
 }
 
+Array<FacedgeTriple> facedgeNeighbours(const EdgeTable& edges, uint32 faceCount, Polling& polling)
+{
+    Array<FacedgeTriple> neighbours;
+    if (!fill(neighbours, faceCount, {IndexFacedge::none(), IndexFacedge::none(), IndexFacedge::none()},
+              polling))
+        return neighbours;
+    // of every edge the first half-edge, and how many there are
+    Array<uint32> firsts(edges.edgeCount), counts(edges.edgeCount);
+    uint32 found = 0;
+    const bool counted = inPieces(polling, edges.edgeOfHalfEdge.size(), lightItems,
+                                  [&](uint64 begin, uint64 end)
+                                  {
+                                      for (auto h = static_cast<uint32>(begin); h < end; ++h)
+                                      {
+                                          const uint32 e = edges.edgeOfHalfEdge[h];
+                                          if (e == noIndex) continue;
+                                          if (e == found)
+                                          {
+                                              firsts[found] = h;
+                                              counts[found++] = 0;
+                                          }
+                                          ++counts[e];
+                                      }
+                                  });
+    if (!counted) return neighbours;
+    inPieces(polling, edges.edgeOfHalfEdge.size(), lightItems,
+             [&](uint64 begin, uint64 end)
+             {
+                 for (auto h = static_cast<uint32>(begin); h < end; ++h)
+                 {
+                     const uint32 e = edges.edgeOfHalfEdge[h];
+                     if (e == noIndex || counts[e] != 2 || firsts[e] == h) continue;
+                     const uint32 other = firsts[e];
+                     neighbours[h / 3][h % 3] = facedgeOfHalfEdge(other);
+                     neighbours[other / 3][other % 3] = facedgeOfHalfEdge(h);
+                 }
+             });
+    return neighbours;
+}
+
 Array<FacedgeTriple> facedgeNeighbours(const EdgeTable& edges, uint32 faceCount)
 {
-    Array<FacedgeTriple> neighbours(faceCount);
-    neighbours.assign(faceCount, {IndexFacedge::none(), IndexFacedge::none(), IndexFacedge::none()});
-    const Array<uint32> counts = edges.useCounts();
-    const Array<uint32> firsts = edges.firstHalfEdges();
-    for (uint32 h = 0; h < edges.edgeOfHalfEdge.size(); ++h)
-    {
-        const uint32 e = edges.edgeOfHalfEdge[h];
-        if (e == noIndex || counts[e] != 2 || firsts[e] == h) continue;
-        const uint32 other = firsts[e];
-        neighbours[h / 3][h % 3] = facedgeOfHalfEdge(other);
-        neighbours[other / 3][other % 3] = facedgeOfHalfEdge(h);
-    }
-    return neighbours;
+    Polling none(nullptr);
+    return facedgeNeighbours(edges, faceCount, none);
 }
 
 }  // namespace tavrix::detail

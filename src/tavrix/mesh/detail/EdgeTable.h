@@ -2,6 +2,7 @@
 
 #include <tavrix/foundation/Array.h>
 #include <tavrix/foundation/BlockDesc.h>
+#include <tavrix/foundation/detail/Polling.h>
 #include <tavrix/mesh/IndexFacedge.h>
 
 namespace tavrix::detail
@@ -17,6 +18,8 @@ struct EdgeTable
     Array<uint32> edgeOfHalfEdge;  ///< three a face; noIndex on faces without edges
     uint32 edgeCount = 0;
 
+    /// Means nothing once the polling has stopped.
+    EdgeTable(const Array<Index3>& faces, uint32 positionCount, Polling& polling);
     EdgeTable(const Array<Index3>& faces, uint32 positionCount);
 
     /// The first half-edge of every edge.
@@ -30,6 +33,8 @@ inline IndexFacedge facedgeOfHalfEdge(uint32 h) { return IndexFacedge::of(h / 3,
 /// The face-edge on the other side of each edge of each face. An edge has another side when exactly two faces
 /// use it, whichever way they run along it; border edges and edges of three and more faces hold none, so that
 /// a walk over the surface ends there and never has to choose a sheet.
+/// What it returns means nothing once the polling has stopped.
+Array<FacedgeTriple> facedgeNeighbours(const EdgeTable& edges, uint32 faceCount, Polling& polling);
 Array<FacedgeTriple> facedgeNeighbours(const EdgeTable& edges, uint32 faceCount);
 
 }  // namespace tavrix::detail

@@ -156,15 +156,20 @@ Range facesOfBlock(const NormalJob& job, uint32 block)
             static_cast<uint32>(std::min<uint64>(begin + blockSize, job.faceCount))};
 }
 
-void accumulateSerially(const NormalJob& job, uint32 blockCount)
+void accumulateSerially(const NormalJob& job, uint32 blockCount, Polling& polling)
 {
+    constexpr uint64 blocksPerPiece = 128;
     Contributions contributions;
-    for (uint32 b = 0; b < blockCount; ++b)
-    {
-        const Range faces = facesOfBlock(job, b);
-        processFaces(job, faces, contributions);
-        if (job.nor) addFaces(job, faces, contributions);
-    }
+    inPieces(polling, blockCount, blocksPerPiece,
+             [&](uint64 begin, uint64 end)
+             {
+                 for (uint64 b = begin; b < end; ++b)
+                 {
+                     const Range faces = facesOfBlock(job, static_cast<uint32>(b));
+                     processFaces(job, faces, contributions);
+                     if (job.nor) addFaces(job, faces, contributions);
+                 }
+             });
 }
 
 Range unite(Range a, Range b) { return {std::min(a.begin, b.begin), std::max(a.end, b.end)}; }
@@ -200,7 +205,7 @@ void addChunk(const NormalJob& job, uint32 firstBlock, std::span<const Contribut
                 });
 }
 
-void accumulateInParallel(const NormalJob& job, uint32 blockCount, uint32 threadCount)
+void accumulateInParallel(const NormalJob& job, uint32 blockCount, uint32 threadCount, Polling& polling)
 {
     const uint32 chunkSize = std::min(blockCount, blocksPerChunk);
     const auto contributions = std::make_unique_for_overwrite<Contributions[]>(chunkSize);
@@ -208,6 +213,7 @@ void accumulateInParallel(const NormalJob& job, uint32 blockCount, uint32 thread
     {
         const std::span chunk(contributions.get(), std::min(chunkSize, blockCount - first));
         processChunk(job, first, chunk, threadCount);
+        if (!polling.goOn()) return;
         if (job.nor) addChunk(job, first, chunk, threadCount);
     }
 }
@@ -230,26 +236,26 @@ bool normalise(Vector3F* normals, uint64 count)
 
 }  // namespace
 
-bool calculateNormals(const NormalJob& job, uint32 threadCount)
+bool calculateNormals(const NormalJob& job, uint32 threadCount, Polling& polling)
 {
     const auto blockCount = static_cast<uint32>((uint64{job.faceCount} + blockSize - 1) / blockSize);
     if (job.nor)
-        parallelFor(job.norCount, threadCount,
-                    [&](uint32, uint64 begin, uint64 end) {
-                        std::fill(job.nor + begin, job.nor + end, Vector3F{0, 0, untouched});
-                    });
+        inPieces(polling, job.norCount, lightItems, threadCount,
+                 [&](uint32, uint64 begin, uint64 end) {
+                     std::fill(job.nor + begin, job.nor + end, Vector3F{0, 0, untouched});
+                 });
+    if (polling.isStopped()) return false;
     if (threadCount <= 1 || blockCount <= 1)
-        accumulateSerially(job, blockCount);
+        accumulateSerially(job, blockCount, polling);
     else
-        accumulateInParallel(job, blockCount, threadCount);
-    if (!job.nor) return false;
+        accumulateInParallel(job, blockCount, threadCount, polling);
+    if (!job.nor || polling.isStopped()) return false;
     std::atomic<bool> vanished = false;
-    parallelFor(job.norCount, threadCount,
-                [&](uint32, uint64 begin, uint64 end)
-                {
-                    if (normalise(job.nor + begin, end - begin))
-                        vanished.store(true, std::memory_order_relaxed);
-                });
+    inPieces(polling, job.norCount, lightItems, threadCount,
+             [&](uint32, uint64 begin, uint64 end)
+             {
+                 if (normalise(job.nor + begin, end - begin)) vanished.store(true, std::memory_order_relaxed);
+             });
     return vanished;
 }
 

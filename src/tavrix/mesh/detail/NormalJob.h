@@ -1,5 +1,6 @@
 #pragma once
 
+#include <tavrix/foundation/detail/Polling.h>
 #include <tavrix/foundation/Tuple.h>
 #include <tavrix/foundation/Vector3.h>
 #include <tavrix/foundation/Wector3.h>
@@ -21,7 +22,7 @@ struct NormalJob
 
 /// Fills the face normals and the vertex normals of the job; returns whether a vertex normal vanished and was
 /// left zero. The result is the same bytes for every thread count: each vertex normal is one sum in face
-/// order.
-bool calculateNormals(const NormalJob& job, uint32 threadCount);
+/// order. It means nothing once the polling has stopped.
+bool calculateNormals(const NormalJob& job, uint32 threadCount, Polling& polling);
 
 }  // namespace tavrix::detail

@@ -4,6 +4,7 @@
 #include <numeric>
 
 #include <tavrix/foundation/Array.h>
+#include <tavrix/foundation/detail/Polling.h>
 
 namespace tavrix::detail
 {
@@ -13,6 +14,15 @@ class UnionFind
 {
 public:
     explicit UnionFind(uint32 size) : _parents(size) { std::iota(_parents.begin(), _parents.end(), 0u); }
+
+    UnionFind(uint32 size, Polling& polling) : _parents(size)
+    {
+        inPieces(polling, size, lightItems,
+                 [&](uint64 begin, uint64 end)
+                 {
+                     for (auto i = static_cast<uint32>(begin); i < end; ++i) _parents[i] = i;
+                 });
+    }
 
     uint32 find(uint32 i)
     {

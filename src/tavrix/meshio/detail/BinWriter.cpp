@@ -95,9 +95,10 @@ void writeContents(BlockOut& out, const Meshes& meshes, uint32 positionCount, ui
 
 }  // namespace
 
-FileStatus writeBin(const TX_String& fileName, std::span<const Mesh* const> meshes,
-                    const BinChannels& channels, float scale)
+int writeBin(const TX_String& fileName, std::span<const Mesh* const> meshes, const BinChannels& channels,
+             float scale, CancelCallback callback)
 {
+    BlockOut out(callback);
     constexpr uint64 mostCountable = std::numeric_limits<int32>::max();
     Meshes present;
     uint64 positionCount = 0;
@@ -107,12 +108,12 @@ FileStatus writeBin(const TX_String& fileName, std::span<const Mesh* const> mesh
         if (!mesh) continue;
         present.push_back(mesh);
         positionCount += mesh->getPosSize();
-        faceCount += countFacesInRange(*mesh);
+        faceCount += countFacesInRange(*mesh, out.polling());
     }
-    if (std::max(positionCount, faceCount) > mostCountable) return FileStatus::failed;
+    if (out.polling().isStopped()) return meshFileStopped;
+    if (std::max(positionCount, faceCount) > mostCountable) return meshFileFailed;
 
-    BlockOut out;
-    if (const FileStatus status = out.open(fileName); status != FileStatus::ok) return status;
+    if (const FileStatus status = out.open(fileName); status != FileStatus::ok) return meshFileResult(status);
     writeContents(out, present, static_cast<uint32>(positionCount), static_cast<uint32>(faceCount), channels,
                   scale);
     return out.close();

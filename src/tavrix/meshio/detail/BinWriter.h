@@ -2,15 +2,17 @@
 
 #include <span>
 
+#include <tavrix/foundation/CancelCallback.h>
 #include <tavrix/mesh/Mesh.h>
 #include <tavrix/meshio/detail/BinLayout.h>
-#include <tavrix/platform/FileStatus.h>
+#include <tavrix/platform/TX_String.h>
 
 namespace tavrix::detail
 {
 
-/// Writes the meshes as one BIN mesh file, positions and velocities times `scale`; ok when the file is whole.
-FileStatus writeBin(const TX_String& fileName, std::span<const Mesh* const> meshes,
-                    const BinChannels& channels, float scale);
+/// Writes the meshes as one BIN mesh file, positions and velocities times `scale`; 0 when the file is whole,
+/// else a MeshFileError.
+int writeBin(const TX_String& fileName, std::span<const Mesh* const> meshes, const BinChannels& channels,
+             float scale, CancelCallback callback);
 
 }  // namespace tavrix::detail

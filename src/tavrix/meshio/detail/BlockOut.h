@@ -5,7 +5,9 @@
 #include <memory>
 #include <string_view>
 
+#include <tavrix/foundation/detail/Polling.h>
 #include <tavrix/foundation/Vector3.h>
+#include <tavrix/meshio/MeshFileParser.h>
 #include <tavrix/platform/ByteOrder.h>
 #include <tavrix/platform/FileBufferOut.h>
 #include <tavrix/platform/NumberText.h>
@@ -18,6 +20,9 @@ namespace tavrix::detail
 class BlockOut
 {
 public:
+    /// The callback is polled with every block.
+    explicit BlockOut(CancelCallback callback) : _polling(callback) {}
+
     FileStatus open(const TX_String& path)
     {
         // the bytes are buffered here: blocks as large as this pass the file's own buffer
@@ -63,27 +68,42 @@ public:
     }
 
     /// Hands `count` items, each of at most `itemSize` bytes, to put(i, out), which returns the end of what
-    /// it wrote. Stops when the file does not take more.
+    /// it wrote. Stops when isWell() is false.
     template <class Put>
     void writeItems(uint32 count, std::size_t itemSize, const Put& put)
+    {
+        inRuns(count,
+               [&](uint32 first, uint32 end)
+               {
+                   char* out = room((end - first) * itemSize);
+                   for (; first < end; ++first) out = put(first, out);
+                   advance(out);
+               });
+    }
+    /// Hands write(first, end) runs of the items until isWell() is false.
+    template <class Write>
+    void inRuns(uint32 count, const Write& write)
     {
         constexpr uint32 perRun = 512;
         for (uint32 first = 0; first < count && isWell();)
         {
             const uint32 end = first + std::min(count - first, perRun);
-            char* out = room(perRun * itemSize);
-            for (; first < end; ++first) out = put(first, out);
-            advance(out);
+            write(first, end);
+            first = end;
         }
     }
 
     /// Once false, nothing more is written.
-    bool isWell() const { return _file.status() == FileStatus::ok; }
+    bool isWell() const { return _file.status() == FileStatus::ok && !_polling.isStopped(); }
+    /// For work that writes nothing.
+    Polling& polling() { return _polling; }
 
-    FileStatus close()
+    /// 0, or the MeshFileError that says what went wrong.
+    int close()
     {
         flush();
-        return _file.close();
+        const FileStatus status = _file.close();
+        return _polling.isStopped() ? meshFileStopped : meshFileResult(status);
     }
 
     static constexpr std::size_t maxRoom = 0x40000;
@@ -91,10 +111,11 @@ public:
 private:
     void flush()
     {
-        _file.writeBuffer(_block.get(), static_cast<std::size_t>(_next - _block.get()));
+        if (_polling.goOn()) _file.writeBuffer(_block.get(), static_cast<std::size_t>(_next - _block.get()));
         _next = _block.get();
     }
 
+    Polling _polling;
     FileBufferOut _file;
     std::unique_ptr<char[]> _block{new char[maxRoom]};
     char* _next = _block.get();

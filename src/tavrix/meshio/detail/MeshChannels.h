@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <string>
 
+#include <tavrix/foundation/detail/Polling.h>
 #include <tavrix/mesh/Mesh.h>
 
 namespace tavrix::detail
@@ -26,12 +27,19 @@ inline bool isInRange(const Index3& face, uint32 positionCount)
     return std::max({face.a, face.b, face.c}) < positionCount;
 }
 
-/// The number of faces whose corners are positions: those that a file can hold.
-inline uint32 countFacesInRange(const Mesh& mesh)
+/// The number of faces whose corners are positions: those that a file can hold. Means nothing once the
+/// polling has stopped.
+inline uint32 countFacesInRange(const Mesh& mesh, Polling& polling)
 {
     const uint32 positionCount = mesh.getPosSize();
     uint32 count = 0;
-    for (const Index3& face : mesh.trindexPos()) count += isInRange(face, positionCount) ? 1 : 0;
+    inPieces(polling, mesh.getFacesSize(), lightItems,
+             [&](uint64 begin, uint64 end)
+             {
+                 for (const Index3* face = mesh.trindexPos().data() + begin;
+                      face != mesh.trindexPos().data() + end; ++face)
+                     count += isInRange(*face, positionCount) ? 1 : 0;
+             });
     return count;
 }
 

@@ -2,14 +2,16 @@
 
 #include <span>
 
+#include <tavrix/foundation/CancelCallback.h>
 #include <tavrix/mesh/Mesh.h>
-#include <tavrix/platform/FileStatus.h>
+#include <tavrix/platform/TX_String.h>
 
 namespace tavrix::detail
 {
 
 /// Writes the meshes as groups of one OBJ file, texture coordinates only if asked for; null pointers are
-/// skipped. Returns ok when the file is whole.
-FileStatus writeObj(const TX_String& fileName, std::span<const Mesh* const> meshes, bool withTextures);
+/// skipped. Returns 0 when the file is whole, else a MeshFileError.
+int writeObj(const TX_String& fileName, std::span<const Mesh* const> meshes, bool withTextures,
+             CancelCallback callback);
 
 }  // namespace tavrix::detail

@@ -51,14 +51,14 @@ FileStatus readStlBinary(FileBufferIn& file, Mesh& mesh)
     return tooMany || file.status() == FileStatus::failed ? FileStatus::failed : FileStatus::ok;
 }
 
-FileStatus writeStlBinary(const TX_String& fileName, const Mesh& mesh)
+int writeStlBinary(const TX_String& fileName, const Mesh& mesh, CancelCallback callback)
 {
-    BlockOut out;
-    if (const FileStatus status = out.open(fileName); status != FileStatus::ok) return status;
+    BlockOut out(callback);
+    if (const FileStatus status = out.open(fileName); status != FileStatus::ok) return meshFileResult(status);
     const std::string_view name = mesh.getName().view();
     out << name;
     for (std::size_t i = name.size(); i < stlHeaderSize; ++i) out << '\0';
-    out.advance(putNumber(out.room(sizeof(uint32)), countFacesInRange(mesh)));
+    out.advance(putNumber(out.room(sizeof(uint32)), countFacesInRange(mesh, out.polling())));
 
     const Vector3D* pos = mesh.pos().data();
     const Index3* faces = mesh.trindexPos().data();

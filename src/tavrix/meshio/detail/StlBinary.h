@@ -1,5 +1,6 @@
 #pragma once
 
+#include <tavrix/foundation/CancelCallback.h>
 #include <tavrix/mesh/Mesh.h>
 #include <tavrix/platform/FileBufferIn.h>
 #include <tavrix/platform/FileStatus.h>
@@ -15,7 +16,7 @@ inline constexpr uint32 stlFacetSize = 50;
 /// mesh can number.
 FileStatus readStlBinary(FileBufferIn& file, Mesh& mesh);
 
-/// Writes the mesh; ok when the file is whole.
-FileStatus writeStlBinary(const TX_String& fileName, const Mesh& mesh);
+/// Writes the mesh; 0 when the file is whole, else a MeshFileError.
+int writeStlBinary(const TX_String& fileName, const Mesh& mesh, CancelCallback callback);
 
 }  // namespace tavrix::detail

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <tavrix/foundation/CancelCallback.h>
 #include <tavrix/mesh/Mesh.h>
 #include <tavrix/platform/FileBufferIn.h>
 #include <tavrix/platform/FileStatus.h>
@@ -15,7 +16,7 @@ bool beginsAsStlText(FileBufferIn& file);
 /// first solid. Failed when the system reports an error, or the facets are more than a mesh can number.
 FileStatus readStlText(FileBufferIn& file, Mesh& mesh);
 
-/// Writes the mesh; ok when the file is whole.
-FileStatus writeStlText(const TX_String& fileName, const Mesh& mesh);
+/// Writes the mesh; 0 when the file is whole, else a MeshFileError.
+int writeStlText(const TX_String& fileName, const Mesh& mesh, CancelCallback callback);
 
 }  // namespace tavrix::detail

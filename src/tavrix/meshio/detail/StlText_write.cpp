@@ -48,10 +48,10 @@ constexpr std::size_t maxFacetLength = 128 + 12 * (maxFloatLength + 1);
 
 }  // namespace
 
-FileStatus writeStlText(const TX_String& fileName, const Mesh& mesh)
+int writeStlText(const TX_String& fileName, const Mesh& mesh, CancelCallback callback)
 {
-    BlockOut out;
-    if (const FileStatus status = out.open(fileName); status != FileStatus::ok) return status;
+    BlockOut out(callback);
+    if (const FileStatus status = out.open(fileName); status != FileStatus::ok) return meshFileResult(status);
     const std::string name = mesh.getName().empty() ? "" : ' ' + inOneLine(mesh.getName());
     const Vector3D* pos = mesh.pos().data();
     const Index3* faces = mesh.trindexPos().data();

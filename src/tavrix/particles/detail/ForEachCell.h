@@ -3,37 +3,32 @@
 #include <algorithm>
 #include <vector>
 
-#include <tavrix/foundation/CancelCallback.h>
-#include <tavrix/foundation/ParallelFor.h>
+#include <tavrix/foundation/detail/Polling.h>
 #include <tavrix/particles/NeighbourGrid.h>
 
 namespace tavrix::detail
 {
 
-/// Points that one worker handles between two polls of the callback: some tens of milliseconds.
-inline constexpr uint32 pointsPerPoll = 1 << 15;
+/// Points that one worker handles between two polls: some milliseconds.
+inline constexpr uint32 pointsPerPoll = 1 << 11;
 
 /// Calls task(cell, runs) for every cell that holds points, spread over the workers; `runs` is scratch for
-/// the runs of the cell's neighbours. False when the callback, polled on the caller's thread, stopped the
-/// work.
+/// the runs of the cell's neighbours. False when the polling stopped the work.
 template <class Task>
-bool forEachCell(const NeighbourGrid& grid, uint32 threadCount, CancelCallback callback, Task task)
+bool forEachCell(const NeighbourGrid& grid, uint32 threadCount, Polling& polling, Task task)
 {
-    const uint64 quota = uint64{pointsPerPoll} * std::max(threadCount, 1u);
-    for (uint32 first = 0; first < grid.cellCount();)
-    {
-        if (isCancelled(callback)) return false;
-        uint32 last = first + 1;
-        while (last < grid.cellCount() && grid.cell(last).end - grid.cell(first).begin < quota) ++last;
-        parallelFor(last - first, threadCount,
-                    [&](uint32, uint64 begin, uint64 end)
-                    {
-                        std::vector<NeighbourGrid::Run> runs;
-                        for (uint64 c = begin; c < end; ++c) task(static_cast<uint32>(first + c), runs);
-                    });
-        first = last;
-    }
-    return !isCancelled(callback);
+    return polledFor(polling, grid.cellCount(), threadCount,
+                     [&](uint32, uint64 begin, uint64 end)
+                     {
+                         std::vector<NeighbourGrid::Run> runs;
+                         PollCounter points(polling, pointsPerPoll);
+                         for (auto c = static_cast<uint32>(begin); c < end; ++c)
+                         {
+                             task(c, runs);
+                             const NeighbourGrid::Run cell = grid.cell(c);
+                             if (!points.add(cell.end - cell.begin)) return;
+                         }
+                     });
 }
 
 }  // namespace tavrix::detail

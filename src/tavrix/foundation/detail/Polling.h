@@ -1,0 +1,110 @@
+#pragma once
+
+#include <algorithm>
+#include <atomic>
+#include <functional>
+#include <thread>
+
+#include <tavrix/foundation/CancelCallback.h>
+#include <tavrix/platform/Types.h>
+
+namespace tavrix::detail
+{
+
+/// The polls of one long operation: its callback is asked on the caller's thread alone, also while workers do
+/// the work.
+///
+/// Whoever works calls goOn() after every piece of some milliseconds, and stops when that is false. In the
+/// caller's own work it asks the callback at once; on a worker it wakes the caller, which waits for its
+/// workers, to ask. How often the callback is asked thus depends on the work alone, not on the clock. Without
+/// a callback goOn() costs a comparison.
+class Polling
+{
+public:
+    explicit Polling(CancelCallback callback) : _callback(callback) {}
+    Polling(const Polling&) = delete;
+    Polling& operator=(const Polling&) = delete;
+
+    /// False when the work is to stop.
+    bool goOn();
+    bool isStopped() const { return _stopped.load(std::memory_order_relaxed); }
+    bool hasCallback() const { return _callback != nullptr; }
+
+    // For the loop that starts the workers.
+    void expectWorkers(uint32 count) { _running.store(count, std::memory_order_relaxed); }
+    void workerEnded();
+    /// Polls for the workers until all have ended.
+    void attend();
+
+private:
+    void ask();
+    void wakeCaller();
+
+    CancelCallback _callback;
+    std::thread::id _caller = std::this_thread::get_id();
+    std::atomic<bool> _stopped = false;
+    std::atomic<uint32> _running = 0;
+    std::atomic<uint32> _wanted = 0;  ///< polls that workers asked for
+    uint32 _done = 0;                 ///< those of them that were made
+    std::atomic<uint32> _events = 0;  ///< changes whenever the caller has something to see
+};
+
+/// Counts the work of one thread, and polls after every so much of it.
+class PollCounter
+{
+public:
+    PollCounter(Polling& polling, uint64 workPerPoll) : _polling(polling), _workPerPoll(workPerPoll) {}
+
+    /// False when the work is to stop.
+    bool add(uint64 work)
+    {
+        _work += work;
+        if (_work < _workPerPoll) return true;
+        _work = 0;
+        return _polling.goOn();
+    }
+
+private:
+    Polling& _polling;
+    uint64 _workPerPoll;
+    uint64 _work = 0;
+};
+
+/// parallelFor for a task that calls polling.goOn(), and returns early when that is false. False when the
+/// callback stopped the work, which then is incomplete.
+bool polledFor(Polling& polling, uint64 itemCount, uint32 threadCount,
+               const std::function<void(uint32 worker, uint64 begin, uint64 end)>& task);
+
+/// polledFor with a poll after every so many items: task(worker, begin, end) is called for pieces of the
+/// worker's run, in order. Without a callback a run is one piece.
+template <class Task>
+bool inPieces(Polling& polling, uint64 itemCount, uint64 itemsPerPiece, uint32 threadCount, Task task)
+{
+    const uint64 each = polling.hasCallback() ? std::max<uint64>(itemsPerPiece, 1) : itemCount;
+    return polledFor(polling, itemCount, threadCount,
+                     [&](uint32 worker, uint64 begin, uint64 end)
+                     {
+                         while (begin < end)
+                         {
+                             const uint64 next = begin + std::min(each, end - begin);
+                             task(worker, begin, next);
+                             begin = next;
+                             if (!polling.goOn()) return;
+                         }
+                     });
+}
+
+/// inPieces for short steps on the caller's thread: step(begin, end).
+template <class Step>
+bool inPieces(Polling& polling, uint64 itemCount, uint64 itemsPerPiece, Step step)
+{
+    return inPieces(polling, itemCount, itemsPerPiece, 1,
+                    [&](uint32, uint64 begin, uint64 end) { step(begin, end); });
+}
+
+/// Items of which each costs a few nanoseconds: a piece of them takes about two milliseconds.
+inline constexpr uint64 lightItems = uint64{1} << 18;
+/// Items that each wait for memory.
+inline constexpr uint64 scatteredItems = uint64{1} << 16;
+
+}  // namespace tavrix::detail
