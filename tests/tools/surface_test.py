@@ -81,7 +81,7 @@ class Meshes(SurfaceTest):
         self.assertRegex(text, r"particles +512, radius 0\.02\d+ \(estimated")
         self.assertRegex(text, r"grid +\d+ x \d+ x \d+ nodes, spacing 0\.01\d+\n")
         self.assertRegex(text, rf"mesh +{len(mesh.points)} vertices, {len(mesh.faces)} faces -> {output}\n")
-        self.assertRegex(text, r"time .*read \d.*field \d.*surface \d.*normals \d.*write \d\S* s(.|\n)*memory +[1-9]\d* MiB")
+        self.assertRegex(text, r"time .*read .*field .*surface .*normals .*write \d\S* s(.|\n)*memory +[1-9]\d* MiB")
 
     def test_cleaning_merges_the_vertices_at_nodes_that_lie_on_the_surface(self):
         """The particle sits on a node, and six more nodes are exactly its radius away."""
