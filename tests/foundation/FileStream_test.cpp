@@ -43,68 +43,35 @@ TEST(FileStream, EveryKindMovesTheSameBytes)
 {
     const TestFolder folder;
     for (const bool endian : {false, true})
-    {
-        const auto withStream = [&](const char* mode, void (*use)(FileStreamBase&))
+        for (const bool writes : {true, false})
         {
-            std::FILE* file = openFile(folder.file("f"), mode);
-            ASSERT_NE(file, nullptr);
+            std::FILE* file = openFile(folder.file("f"), writes ? "wb" : "rb");
             FileStreamRaw raw(file);
             FileStreamEndian swapped(file, ByteOrder::big);
-            EXPECT_EQ(raw.getFile(), file);
-            use(endian ? static_cast<FileStreamBase&>(swapped) : raw);
+            (writes ? writeInParts : expectText)(endian ? static_cast<FileStreamBase&>(swapped) : raw);
             std::fclose(file);
-        };
-        withStream("wb", writeInParts);
-        EXPECT_EQ(folder.read("f"), text);
-        withStream("rb", expectText);
-    }
+            EXPECT_EQ(folder.read("f"), text);
+        }
 
     FileStreamRawBuffered out, in;
     ASSERT_EQ(out.openToWrite(folder.file("b"), 8), FileStatus::ok);
     writeInParts(out);
-    EXPECT_EQ(out.getBufferOut()->tell(), 21);
     EXPECT_EQ(out.close(), FileStatus::ok);
     EXPECT_EQ(folder.read("b"), text);
     ASSERT_EQ(in.openToRead(folder.file("b"), 8), FileStatus::ok);
     expectText(in);
-    EXPECT_EQ(in.getBufferOut(), nullptr);
     EXPECT_EQ(in.close(), FileStatus::endsTooEarly);
-    EXPECT_EQ(in.getBufferIn(), nullptr);
-}
-
-TEST(FileStream, WithoutAFileNothingMoves)
-{
-    const TestFolder folder;
-    FileStreamRaw raw(nullptr);
-    FileStreamEndian endian(nullptr);
-    FileStreamRawBuffered neverOpened, absent;
-    EXPECT_EQ(absent.openToRead(folder.file("absent")), FileStatus::cannotOpen);
-    EXPECT_EQ(absent.openToWrite(folder.file("absent/f")), FileStatus::cannotOpen);
-    for (FileStreamBase* stream :
-         {static_cast<FileStreamBase*>(&raw), static_cast<FileStreamBase*>(&endian),
-          static_cast<FileStreamBase*>(&neverOpened), static_cast<FileStreamBase*>(&absent)})
-    {
-        char byte = 'x';
-        EXPECT_EQ(stream->write(&byte, 1).movedBytes(), 0u);
-        EXPECT_EQ(stream->read(&byte, 1).movedBytes(), 0u);
-        EXPECT_EQ(byte, 'x');
-    }
-    EXPECT_EQ(absent.close(), FileStatus::cannotOpen);
 }
 
 TEST(FileRam, GrowsAndRewinds)
 {
     FileRam ram;
-    EXPECT_EQ(ram.remaining(), 0);
     for (uint32 i = 0; i < 100'000; ++i) ram.write(&i, 4);
-    ASSERT_EQ(ram.size(), 400'000u);
     uint32 numbers[2] = {};
     ram.read(numbers, 8);
     EXPECT_EQ(numbers[1], 1u);
     ram.write("tail", 4);  // appends wherever the next read begins
     EXPECT_EQ(ram.remaining(), 399'996);
-    ram.read(numbers, 4);
-    EXPECT_EQ(numbers[0], 2u);
     ram.rewind();
     ram.read(numbers, 4);
     EXPECT_EQ(numbers[0], 0u);

@@ -62,63 +62,43 @@ private:
 
     void step()
     {
-        const auto m = _dense.size() > 0 ? _choices.below(_dense.size()) : 0;
-        switch (_choices.below(14))
+        const uint32 what = _choices.below(13);
+        if (what == 0) return reset();
+        if (what == 1) return place();
+        if (what == 2) return both([&, v = sampleFrom<Value>(_choices)](Base& f) { f.set(v); });
+        if (what == 3) return both([&, v = sampleFrom<Value>(_choices)](Base& f) { f.add(v); });
+        if (what == 4) return both([&, v = sampleFrom<Value>(_choices)](Base& f) { f.multiply(v); });
+        if (what == 5) return both([](Base& f) { f.abs(); });
+        if (what == 6) return combine();
+        if (what == 7) return changeTiles();
+        if (what == 8) return evaluate();
+        if constexpr (isReal)
         {
-            case 0:
-                return reset();
-            case 1:
-            {
-                const auto point = _choices.point<Coord>();
-                if (_choices.flag())
-                    both([&](Base& f) { f.moveTo(point); });
-                else if (_choices.flag())
-                    both([&](Base& f) { f.move(point); });
-                else
-                    both([&](Base& f) { f.alignAbsolute(point.x); });
-                return;
-            }
-            case 2:
-                return both([&, v = sampleFrom<Value>(_choices)](Base& f) { f.set(v); });
-            case 3:
-                return both([&, v = sampleFrom<Value>(_choices)](Base& f) { f.add(v); });
-            case 4:
-                return both([&, v = sampleFrom<Value>(_choices)](Base& f) { f.multiply(v); });
-            case 5:
-                return both([](Base& f) { f.abs(); });
-            case 6:
-                return combine();
-            case 7:
-                return changeTiles();
-            case 8:
-                return evaluate();
-            case 9:
-            case 10:
-                if constexpr (isReal) return setFromParticles();
-                break;
-            case 11:
-                if constexpr (isReal) return diffuse();
-                break;
-            case 12:
-                if constexpr (isReal && std::is_same_v<Coord, double>) return extract();
-                break;
-            default:
-                break;
+            if (what == 9 || what == 10) return setFromParticles();
+            if (what == 11) return diffuse();
+            if constexpr (std::is_same_v<Coord, double>)
+                if (what == 12) return extract();
         }
-        if (_dense.size() == 0) return;
+        if (_dense.size() > 0) changeSample(_choices.below(_dense.size()));
+    }
+
+    void place()
+    {
+        const auto point = _choices.point<Coord>();
+        const uint32 how = _choices.below(3);
+        if (how == 0) return both([&](Base& f) { f.moveTo(point); });
+        if (how == 1) return both([&](Base& f) { f.move(point); });
+        both([&](Base& f) { f.alignAbsolute(point.x); });
+    }
+
+    void changeSample(uint32 m)
+    {
         const Value v = sampleFrom<Value>(_choices);
-        switch (_choices.below(4))
-        {
-            case 0:
-                return both([&](Base& f) { f.set(m, v); });
-            case 1:
-                return both([&](Base& f) { f.add(m, v); });
-            case 2:
-                return both([&, n = _dense.getIndexes(m)](Base& f) { f.inc(n.a, n.b, n.c); });
-            default:
-                return both([&, p = _choices.point<Coord>()](Base& f)
-                            { f.addValueToBoxContainingPoint(p, v); });
-        }
+        const uint32 how = _choices.below(4);
+        if (how == 0) return both([&](Base& f) { f.set(m, v); });
+        if (how == 1) return both([&](Base& f) { f.add(m, v); });
+        if (how == 2) return both([&, n = _dense.getIndexes(m)](Base& f) { f.inc(n.a, n.b, n.c); });
+        both([&, p = _choices.point<Coord>()](Base& f) { f.addValueToBoxContainingPoint(p, v); });
     }
 
     void reset()
@@ -139,19 +119,12 @@ private:
         const Base& with = _choices.flag() ? static_cast<const Base&>(other) : _tiled;
         const Value factor = sampleFrom<Value>(_choices);
         const double t = _choices.number<double>();
-        switch (_choices.below(4))
-        {
-            case 0:
-                return both([&](Base& f) { f.add(with, factor); });
-            case 1:
-                return both([&](Base& f) { f.interpolate(other, f, t); });
-            case 2:
-                _tiled.copyScalars(other);
-                _dense.copyScalars(other);
-                return;
-            default:
-                return both([&](Base& f) { f.interpolate(f, other, t); });
-        }
+        const uint32 how = _choices.below(4);
+        if (how == 0) return both([&](Base& f) { f.add(with, factor); });
+        if (how == 1) return both([&](Base& f) { f.interpolate(other, f, t); });
+        if (how == 2) return both([&](Base& f) { f.interpolate(f, other, t); });
+        _tiled.copyScalars(other);
+        _dense.copyScalars(other);
     }
 
     void changeTiles()
@@ -196,32 +169,20 @@ private:
         const auto weights = _choices.array<float>(12, [&] { return _choices.number<float>(); });
         const auto margin = _choices.number<float>(), a = _choices.number<float>(),
                    b = _choices.number<float>();
-        const uint32 threads = _choices.below(6), which = _choices.below(10);
+        const uint32 n = _choices.below(6), which = _choices.below(10);
         const auto call = [&](Base& f)
         {
-            switch (which)
-            {
-                case 0:
-                    return f.setDistanceField(positions, radii, margin, threads);
-                case 1:
-                    return f.setMetaballField(positions, radii, margin, a, threads);
-                case 2:
-                    return f.setSubtractiveDistanceField(positions, radii, margin, threads);
-                case 3:
-                    return f.setSubtractiveMetaballField(positions, radii, margin, a, threads);
-                case 4:
-                    return f.setWeigthDistanceField(positions, radii, weights, margin, a, b, 2.0, threads);
-                case 5:
-                    return f.setWeigthDistanceField_v2(positions, radii, weights, margin, a, b, threads);
-                case 6:
-                    return f.setSubtractiveWeigthDistanceField(positions, radii, weights, margin, a, threads);
-                case 7:
-                    return f.setWeigthNormalDistanceField(positions, radii, positions, weights, margin,
-                                                          threads);
-                default:
-                    return f.setAnisotropyDistanceField(positions, radii, margin, AnisotropySettings{},
-                                                        threads);
-            }
+            if (which == 0) return f.setDistanceField(positions, radii, margin, n);
+            if (which == 1) return f.setMetaballField(positions, radii, margin, a, n);
+            if (which == 2) return f.setSubtractiveDistanceField(positions, radii, margin, n);
+            if (which == 3) return f.setSubtractiveMetaballField(positions, radii, margin, a, n);
+            if (which == 4) return f.setWeigthDistanceField(positions, radii, weights, margin, a, b, 2.0, n);
+            if (which == 5) return f.setWeigthDistanceField_v2(positions, radii, weights, margin, a, b, n);
+            if (which == 6)
+                return f.setSubtractiveWeigthDistanceField(positions, radii, weights, margin, a, n);
+            if (which == 7)
+                return f.setWeigthNormalDistanceField(positions, radii, positions, weights, margin, n);
+            return f.setAnisotropyDistanceField(positions, radii, margin, AnisotropySettings{}, n);
         };
         both([&](Base& f) { fuzz::require(call(f), "particles end without a callback"); });
     }
@@ -300,22 +261,11 @@ private:
 int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t size)
 {
     Choices choices(data, size);
-    switch (choices.below(5))
-    {
-        case 0:
-            Sequence<double, double>(choices).run();
-            break;
-        case 1:
-            Sequence<uint8, float>(choices).run();
-            break;
-        case 2:
-            Sequence<int32, double>(choices).run();
-            break;
-        case 3:
-            Sequence<float, float>(choices).run();
-            break;
-        default:
-            Sequence<float, double>(choices).run();
-    }
+    const uint32 kind = choices.below(5);
+    if (kind == 0) Sequence<double, double>(choices).run();
+    if (kind == 1) Sequence<uint8, float>(choices).run();
+    if (kind == 2) Sequence<int32, double>(choices).run();
+    if (kind == 3) Sequence<float, float>(choices).run();
+    if (kind == 4) Sequence<float, double>(choices).run();
     return 0;
 }

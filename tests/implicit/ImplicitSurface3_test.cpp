@@ -37,36 +37,36 @@ template <class T>
 void expectSameQueries(const ImplicitSurface3StrategyInterface<T>& a,
                        const ImplicitSurface3StrategyInterface<T>& b)
 {
-    using Types = typename ImplicitSurface3StrategyInterface<T>::GradTypes;
-    const Types types{TX_FIELD_GRAD_FORWARD, TX_FIELD_GRAD_CENTRAL, TX_FIELD_GRAD_SECOND_ORDER};
+    const typename ImplicitSurface3StrategyInterface<T>::GradTypes types{
+        TX_FIELD_GRAD_FORWARD, TX_FIELD_GRAD_CENTRAL, TX_FIELD_GRAD_SECOND_ORDER};
     std::mt19937 random(1);
-    const auto between = [&](double low, double high)
-    { return low + (high - low) * (static_cast<double>(random()) / 4294967296.0); };
+    std::uniform_real_distribution<double> between(-0.1, 1.1);
     const Box3D& box = a.getBox();
     for (int n = 0; n < 500; ++n)
     {
-        const Vector3D p{between(box.min.x - 0.1, box.max.x), between(box.min.y, box.max.y + 0.1),
-                         between(box.min.z, box.max.z)};
-        T va, vb;
-        Vector3<T> ga, gb;
-        const auto same = [&](bool foundA, bool foundB, const auto& resultA, const auto& resultB)
+        Vector3D p = box.min;
+        for (uint32 axis = 0; axis < 3; ++axis) p[axis] += between(random) * (box.max - box.min)[axis];
+        const auto same = [&](auto ofA, const auto& query)
         {
-            EXPECT_EQ(foundA, foundB);
-            const bool isNumber = !(resultA != resultA);
-            if (isNumber) { EXPECT_EQ(resultA, resultB); }
+            auto ofB = ofA;
+            const bool found = query(a, ofA);
+            EXPECT_EQ(query(b, ofB), found);
+            const bool isNumber = !(ofA != ofA);
+            if (isNumber) { EXPECT_EQ(ofA, ofB); }
+            return found;
         };
-        const bool inside = a.eval(p, va);
-        same(inside, b.eval(p, vb), va, vb);
-        EXPECT_EQ(inside, box.contains(p));
-        const bool near = a.eval_useThreshold(p, va);
-        same(near, b.eval_useThreshold(p, vb), va, vb);
-        same(a.evalCurvature(p, va), b.evalCurvature(p, vb), va, vb);
-        same(a.evalCurvatureSafe(p, va), b.evalCurvatureSafe(p, vb), va, vb);
-        same(a.evalGrad(p, ga), b.evalGrad(p, gb), ga, gb);
-        same(a.evalGrad_v2(p, ga), b.evalGrad_v2(p, gb), ga, gb);
-        same(a.evalGradSafe_v2(p, types, ga), b.evalGradSafe_v2(p, types, gb), ga, gb);
-        EXPECT_EQ(a.evalGradSafe_useThreshold(p, types, ga), near);
-        same(near, b.evalGradSafe_useThreshold(p, types, gb), ga, gb);
+        const T number{};
+        const Vector3<T> vector{};
+        EXPECT_EQ(same(number, [&](auto& s, T& v) { return s.eval(p, v); }), box.contains(p));
+        const bool near = same(number, [&](auto& s, T& v) { return s.eval_useThreshold(p, v); });
+        same(number, [&](auto& s, T& v) { return s.evalCurvature(p, v); });
+        same(number, [&](auto& s, T& v) { return s.evalCurvatureSafe(p, v); });
+        same(vector, [&](auto& s, Vector3<T>& v) { return s.evalGrad(p, v); });
+        same(vector, [&](auto& s, Vector3<T>& v) { return s.evalGrad_v2(p, v); });
+        same(vector, [&](auto& s, Vector3<T>& v) { return s.evalGradSafe_v2(p, types, v); });
+        EXPECT_EQ(
+            same(vector, [&](auto& s, Vector3<T>& v) { return s.evalGradSafe_useThreshold(p, types, v); }),
+            near);
     }
 }
 
@@ -75,20 +75,18 @@ void expectSameMesh(const ImplicitSurface3StrategyInterface<T>& a,
                     const ImplicitSurface3StrategyInterface<T>& b)
 {
     const Box3D half{a.getBox().min, a.getBox().center()};
+    Mesh meshes[2][3];
+    for (const auto* surface : {&a, &b})
+    {
+        Mesh* const mesh = meshes[surface == &b];
+        EXPECT_GT(surface->extractExplicitSurface(mesh[0], 1, nullptr), 100u);
+        EXPECT_GT(surface->extractExplicitSurface(mesh[1], half, 2, nullptr), 100u);
+        EXPECT_GT(surface->extractExplicitSurface(mesh[2], 2, 9, 0, 1, 3, 3, 2, nullptr), 100u);
+    }
     for (uint32 region = 0; region < 3; ++region)
     {
-        const auto extract = [&](const ImplicitSurface3StrategyInterface<T>& surface, Mesh& mesh)
-        {
-            return region == 0   ? surface.extractExplicitSurface(mesh, 1, nullptr)
-                   : region == 1 ? surface.extractExplicitSurface(mesh, half, 2, nullptr)
-                                 : surface.extractExplicitSurface(mesh, 2, 9, 0, 1, 3, 3, 2, nullptr);
-        };
-        Mesh meshA, meshB;
-        const unsigned long faces = extract(a, meshA);
-        EXPECT_GT(faces, 100u);
-        EXPECT_EQ(extract(b, meshB), faces);
-        EXPECT_EQ(meshA.pos(), meshB.pos());
-        EXPECT_EQ(meshA.trindexPos(), meshB.trindexPos());
+        EXPECT_EQ(meshes[0][region].pos(), meshes[1][region].pos());
+        EXPECT_EQ(meshes[0][region].trindexPos(), meshes[1][region].trindexPos());
     }
 }
 
@@ -97,7 +95,6 @@ void expectSameMesh(const ImplicitSurface3StrategyInterface<T>& a,
 TEST(ImplicitSurface3Regular, WholeSurfaceOperations)
 {
     Regular<float> surface;
-    EXPECT_EQ(surface.getNumberOfSurfaceCells(), 0u);
     surface.reset(3, 4, 5, 1.0);
     surface.getDefaultValue() = 10;
     surface.refField().set(2.0f);
@@ -125,21 +122,17 @@ TEST(ImplicitSurface3Regular, WholeSurfaceOperations)
     EXPECT_EQ(max, 3.5f);
 
     surface.setSurfaceTrue(33);
-    EXPECT_EQ(surface.getNumberOfSurfaceCells(), 1u);
-    EXPECT_TRUE(surface.isSurface(33));
     surface.setNeighborsPositiveTrue(33);
-    EXPECT_FALSE(surface.isSurface(33));
-    EXPECT_TRUE(surface.isNeighborsPositive(33));
+    EXPECT_TRUE(surface.isNeighborsPositive(33) && !surface.isSurface(33));
     surface.setNeighborsNegativeTrue(33);
-    EXPECT_FALSE(surface.isNeighborsPositive(33));
+    EXPECT_TRUE(surface.isNeighborsNegative(33) && !surface.isNeighborsPositive(33));
     surface.setSurfaceTrue(33);
-    EXPECT_FALSE(surface.isNeighborsNegative(33));
+    EXPECT_TRUE(surface.isSurface(33) && !surface.isNeighborsNegative(33));
     EXPECT_EQ(surface.getMemoryUsage(), 60 * 4 + 3 * 2 * 4u);
     EXPECT_EQ(Regular<float>::getMemoryUsagePrediction(1, {{0, 0, 0}, {2, 3, 3.5}}),
               surface.getMemoryUsage());
     surface.init_toZeroSize();
     EXPECT_EQ(surface.getMemoryUsage(), 0u);
-    EXPECT_EQ(surface.getNumberOfSurfaceCells(), 0u);
 }
 
 TEST(ImplicitSurface3Regular, FlagsTheNodesAroundTheSurface)
@@ -149,15 +142,14 @@ TEST(ImplicitSurface3Regular, FlagsTheNodesAroundTheSurface)
     const auto& grid = surface.getField().getGrid();
     const auto isCrossed = [&](const Index3& n)
     {
-        uint32 below = 0, nodes = 0;
+        uint32 below = 0;
         for (uint32 c = 0; c < 8; ++c)
         {
             const Index3 at{n.a + c % 2, n.b + c / 2 % 2, n.c + c / 4};
             if (at.a >= grid.sizeX || at.b >= grid.sizeY || at.c >= grid.sizeZ) return false;
             below += surface.get(at) < 0;
-            ++nodes;
         }
-        return below > 0 && below < nodes;
+        return below > 0 && below < 8;
     };
     // The voxels up to `reach` lower corners away from a node.
     const auto anyAround = [&](const Index3& n, uint32 reach, auto test)
@@ -242,12 +234,6 @@ TEST(ImplicitSurface3Sparse, AnswersAsTheRegularSurface)
     }
     EXPECT_EQ(sparse.getArraySize(), held);
     EXPECT_LT(sparse.getMemoryUsage(), regular.getMemoryUsage());
-    float min, max, sparseMin, sparseMax;
-    regular.findMinMax(min, max);
-    sparse.findMinMax(sparseMin, sparseMax);
-    EXPECT_EQ(min, sparseMin);
-    EXPECT_EQ(max, sparseMax);
-
     const ImplicitSurface3Sparse<float> copy(sparse);
     sparse.invert();
     EXPECT_EQ(sparse.getCutOffValue(), sparse.getDefaultValue() - 1);
@@ -276,6 +262,8 @@ TEST(ImplicitSurface3Sparse, HoldsWhatIsBelowTheDefaultValue)
         if (isHeld && v == 2) sparse.set(m, 2.0001);
         for (uint32 at = 0; at < 120; ++at) ASSERT_EQ(sparse.get(at), model.get(at)) << n;
     }
+    EXPECT_THROW(sparse.reset(65535, 65537, 1, 1.0), std::length_error) << "more rows than it can count";
+    EXPECT_EQ(sparse.getField().size(), 120u) << "as it was";
 }
 
 namespace
@@ -300,9 +288,7 @@ public:
     explicit PlainStream(std::string bytes = "") : _bytes(std::move(bytes)) {}
     PlainStream& read(void* destination, uint32 byteCount) override
     {
-        const std::string part = _bytes.substr(std::min(_next, _bytes.size()), byteCount);
-        std::copy(part.begin(), part.end(), static_cast<char*>(destination));
-        _next += byteCount;
+        _next += _bytes.copy(static_cast<char*>(destination), byteCount, _next);
         return *this;
     }
     PlainStream& write(const void* source, uint32 byteCount) override
@@ -428,16 +414,16 @@ TYPED_TEST(ImplicitSurface3Files, ASurfaceOfNoNodesIsReadWhole)
     const Regular<TypeParam> empty;
     FileRam ram;
     save(empty, false, ram);
-    EXPECT_EQ(ram.size(), 136u);
     save(empty, true, ram);
     EXPECT_EQ(ram.size(), 136u + 132u);
     save(smallSurface<TypeParam>(), true, ram);
     Regular<TypeParam> loaded = smallSurface<TypeParam>();
-    EXPECT_TRUE(load(loaded, false, ram));
-    EXPECT_EQ(loaded.getArraySize(), 0u);
-    EXPECT_TRUE(loaded.getField().getFlags() & Regular<TypeParam>::flagInitialised);
-    EXPECT_TRUE(load(loaded, true, ram));
-    EXPECT_EQ(loaded.getArraySize(), 0u);
+    for (const bool isSparse : {false, true})
+    {
+        EXPECT_TRUE(load(loaded, isSparse, ram));
+        EXPECT_EQ(loaded.getArraySize(), 0u);
+        EXPECT_TRUE(loaded.getField().getFlags() & Regular<TypeParam>::flagInitialised);
+    }
     EXPECT_TRUE(load(loaded, true, ram));
     EXPECT_EQ(loaded.getArraySize(), 60u) << "the next one in the file";
     EXPECT_FALSE(load(loaded, true, ram)) << "there is none";
@@ -520,8 +506,6 @@ TYPED_TEST(ImplicitSurface3Files, CountsBesideTheSizesAreNotTrusted)
         for (const char* count : {"\0\0\0\0", "\1\0\0\0", "\xFF\xFF\xFF\xFF"})
         {
             ASSERT_TRUE(loadBytes(std::string(sparse).replace(at, 4, count, 4), true, loaded));
-            ASSERT_EQ(loaded.getArraySize(), 60u);
-            EXPECT_EQ(loaded.getBox(), surface.getBox());
             EXPECT_EQ(loaded.getField().getGrid().sizeYZ, 20u);
             EXPECT_EQ(loaded.get(33u), surface.get(33u));
             EXPECT_EQ(loaded.getNumberOfSurfaceCells(), 2u);
@@ -556,13 +540,6 @@ TYPED_TEST(ImplicitSurface3Files, CountsBesideTheSizesAreNotTrusted)
     }
 }
 
-TEST(ImplicitSurface3Sparse, RefusesMoreRowsThanItCanCount)
-{
-    ImplicitSurface3Sparse<float> sparse;
-    EXPECT_THROW(sparse.reset(65535, 65537, 1, 1.0), std::length_error);
-    EXPECT_EQ(sparse.getField().size(), 0u);
-}
-
 TEST(ImplicitSurface3Init, ParticlesMakeTheUnionOfTheirSpheres)
 {
     const Array<Vector3F> positions{{0, 0, 0}, {0.5f, 0, 0}, {3, 0, 0}, {1, 1, NAN}};
@@ -583,33 +560,23 @@ TEST(ImplicitSurface3Init, ParticlesMakeTheUnionOfTheirSpheres)
     Mesh mesh;
     surface.extractExplicitSurface(mesh, 1, nullptr);
     EXPECT_TRUE(computeTopology(mesh).isClosed());
-    EXPECT_EQ(computeTopology(mesh).eulerCharacteristic(), 2);
     EXPECT_GT(signedVolume(mesh), 0) << "faces outwards";
 
     Regular<float> other;
-    EXPECT_TRUE(other.init_v2({}, {}, 0.05));
-    EXPECT_EQ(other.getArraySize(), 0u);
     EXPECT_FALSE(other.init(positions, radii, 0.05, surface.getBox(), 1, [] { return 1; }));
-    EXPECT_EQ(other.getArraySize(), 0u);
     EXPECT_FALSE(other.init(positions, radii, 0, surface.getBox()));
     EXPECT_THROW(other.init(positions, radii, 1e-9, surface.getBox()), std::length_error);
     EXPECT_FALSE(other.init(positions, radii, 1, {{0, 0, 0}, {INFINITY, 1, 1}}));
     EXPECT_EQ(other.getField().size(), 0u);
-    EXPECT_EQ(other.getMemoryUsagePrediction(-1, surface.getBox()), 0u);
 }
 
-TEST(ImplicitSurface3Init, MeshesComeBackAsTheyWere)
+TEST(ImplicitSurface3Init, MeshesGiveTheirDistance)
 {
     Mesh cube;
     cube.createCubePrimitive({{0, 0, 0}, {1, 2, 3}});
     Regular<float> surface;
     EXPECT_TRUE(surface.init(cube, 60, TX_IMPLICIT_SURFACE_SIGNED, 2));
-    EXPECT_FLOAT_EQ(surface.getDefaultValue(), 0.15f);
     EXPECT_GT(surface.getNumberOfSurfaceCells(), 1000u);
-    Mesh back;
-    surface.extractExplicitSurface(back, 1, nullptr);
-    EXPECT_TRUE(computeTopology(back).isClosed());
-    EXPECT_NEAR(signedVolume(back), 6, 0.02);
     float value;
     EXPECT_TRUE(surface.eval({0.5, 1, 0.07}, value));
     EXPECT_NEAR(value, -0.07, 1e-3);
@@ -618,7 +585,5 @@ TEST(ImplicitSurface3Init, MeshesComeBackAsTheyWere)
     EXPECT_TRUE(surface.eval({0.5, 1, 0.07}, value));
     EXPECT_NEAR(value, 0.07, 1e-3);
     EXPECT_FALSE(surface.init(cube, 60, TX_IMPLICIT_SURFACE_SIGNED, 1, [] { return 1; }));
-    EXPECT_EQ(surface.getArraySize(), 0u);
-    EXPECT_TRUE(surface.init(Mesh(), 60, TX_IMPLICIT_SURFACE_SIGNED));
     EXPECT_EQ(surface.getArraySize(), 0u);
 }

@@ -52,11 +52,11 @@ void addFace(Mesh& mesh, const Vector3D& a, const Vector3D& b, const Vector3D& c
 Mesh makeFaces(uint32 count, const Vector3D& center, double extent, uint32 seed)
 {
     std::mt19937 random(seed);
-    const auto unit = [&] { return static_cast<double>(random() % 20001) / 10000 - 1; };
     const auto vector = [&](double scale)
     {
-        const double x = unit(), y = unit();
-        return Vector3D{x, y, unit()} * scale;
+        Vector3D v{};
+        for (uint32 axis = 0; axis < 3; ++axis) v[axis] = static_cast<double>(random() % 20001) / 10000 - 1;
+        return v * scale;
     };
     Mesh mesh;
     for (uint32 n = 0; n < count; ++n)
@@ -109,19 +109,17 @@ uint32 polls;
 
 TEST(MeshDistance, EqualsBruteForce)
 {
-    struct Case
+    const struct Case
     {
         const char* name;
         Grid grid;
         uint32 faces;
         double extent, band;
-    };
-    const Case cases[] = {
+    } cases[] = {
         {"whole groups of nodes", gridAt(14, 17, 24, {0.1, 0.1, 0.1}, {0, 0, 0}), 60, 0.9, 0.3},
         {"long rows, which are clipped", gridAt(9, 9, 75, {0.1, 0.1, 0.1}, {0, 0, 0}), 40, 3, 0.35},
         {"rows shorter than a group", gridAt(12, 11, 5, {0.1, 0.2, 0.15}, {0, 0, 0}), 60, 0.6, 0.4},
-        {"far from the origin, unequal separations", gridAt(13, 9, 19, {0.1, 0.15, 0.07}, {9e3, -2e4, 7e3}),
-         60, 0.7, 0.3},
+        {"far from the origin", gridAt(13, 9, 19, {0.1, 0.15, 0.07}, {9e3, -2e4, 7e3}), 60, 0.7, 0.3},
         {"a band beyond the grid", gridAt(8, 9, 33, {0.1, 0.1, 0.1}, {0, 0, 0}), 3, 0.9, 50},
         {"one node", gridAt(1, 1, 1, {1, 1, 1}, {0, 0, 0}), 8, 0.9, 2},
     };
@@ -158,9 +156,7 @@ TEST(MeshDistance, BadFacesDoNotCount)
     addFace(mesh, {nan, 0, 0}, {1, 0, 0}, {0, 1, 0});
     addFace(mesh, {0, 0, 0}, {1, -infinity, 0}, {0, 1, 0});
     mesh.refTrindexPos().push_back({0, 1, mesh.getPosSize()});
-    const std::vector<float> band(grid.size, 4.0f);  // where nothing is near
-    EXPECT_EQ(sampled(Mesh(), grid, 4.0f), band);
-    EXPECT_EQ(sampled(makeFaces(20, {90, 0, 0}, 3, 5), grid, 4.0f), band);
+    EXPECT_EQ(sampled(makeFaces(20, {90, 0, 0}, 3, 5), grid, 4.0f), std::vector<float>(grid.size, 4.0f));
     EXPECT_EQ(samples, sampled(mesh, grid, 4.0f));
     // These do, as far as numbers go, and must give numbers.
     addFace(mesh, {-1e308, 0, 0}, {1e308, 1, 0}, {0, 1e308, 1e308});
@@ -189,16 +185,6 @@ TEST(MeshDistance, StopsBetweenRounds)
     polls = 0;
     EXPECT_FALSE(sampleDistance(mesh, grid, 100.0f, 2, stopAtTen, samples.data()));
     EXPECT_EQ(polls, 10u);
-    // one face that is more than a round is cut by planes
-    const CancelCallback goOn = [] { return int{++polls == 0}; };
-    const Grid larger = gridAt(400, 400, 400, {1, 1, 1}, {0, 0, 0});
-    samples.resize(larger.size);
-    Mesh single;
-    addFace(single, {-200, -200, -200}, {200, -200, 200}, {0, 200, 0});
-    polls = 0;
-    EXPECT_TRUE(sampleDistance(single, larger, 200.0f, 1, goOn, samples.data()));
-    const uint32 passes = 2 * (larger.size / (1u << 22) + 2) + 2;
-    EXPECT_GT(polls, passes);
 }
 
 #if defined(TX_AVX2_KERNELS)

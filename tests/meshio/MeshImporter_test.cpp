@@ -22,18 +22,10 @@ const std::string scene = R"(*COMMENT	"made by hand { *MESH { "
 	*SCENE_FILENAME "a } b"
 	*SCENE_FIRSTFRAME 0
 }
-*MATERIAL_LIST {
-	*MATERIAL_COUNT 1
-	*MATERIAL 0 {
-		*MATERIAL_NAME "*MESH"
-	}
-}
+*MATERIAL_LIST { *MATERIAL 0 { *MATERIAL_NAME "*MESH" } }
 *GEOMOBJECT {
 	*NODE_NAME "Box 01"
-	*NODE_TM {
-		*NODE_NAME "inner"
-		*TM_ROW3	9.0000	9.0000	9.0000
-	}
+	*NODE_TM { *NODE_NAME "inner" *TM_ROW3 9 9 9 }
 	*MESH {
 		*TIMEVALUE 0
 		*MESH_NUMVERTEX 4000000000
@@ -48,22 +40,10 @@ const std::string scene = R"(*COMMENT	"made by hand { *MESH { "
 			*MESH_FACE    0:    A:    0 B:    1 C:    2 AB:    1 BC:    1 CA:    0	 *MESH_SMOOTHING 1 	*MESH_MTLID 0
 			*MESH_FACE    1:    A:    3 B:    2 C:    1 AB:    0 BC:    1 CA:    1	 *MESH_SMOOTHING 	*MESH_MTLID 1
 		}
-		*MESH_NUMTVERTEX 1
-		*MESH_TVERTLIST {
-			*MESH_TVERT 0	0.0	0.0	0.0
-		}
-		*MESH_NORMALS {
-			*MESH_FACENORMAL 0	0.0	0.0	1.0
-				*MESH_VERTEXNORMAL 0	0.0	0.0	1.0
-		}
+		*MESH_TVERTLIST { *MESH_TVERT 0 0 0 0 }
+		*MESH_NORMALS { *MESH_FACENORMAL 0 0 0 1 *MESH_VERTEXNORMAL 0 0 0 1 }
 	}
-	*MESH_ANIMATION {
-		*MESH {
-			*MESH_VERTEX_LIST {
-				*MESH_VERTEX 0 7 7 7
-			}
-		}
-	}
+	*MESH_ANIMATION { *MESH { *MESH_VERTEX_LIST { *MESH_VERTEX 0 7 7 7 } } }
 	*PROP_CASTSHADOW 1
 }
 *GROUP "g" {

@@ -5,7 +5,6 @@
 
 #include <tavrix/platform/FileBufferIn.h>
 #include <tavrix/platform/FileBufferOut.h>
-#include <tavrix/platform/OpenFile.h>
 #include <TestFolder.h>
 
 namespace tavrix
@@ -24,27 +23,6 @@ std::string pattern(std::size_t size)
 }
 
 }  // namespace
-
-TEST(FileBufferOut, NumbersAreLittleEndian)
-{
-    const TestFolder folder;
-    FileBufferOut out;
-    ASSERT_EQ(out.open(folder.file("numbers")), FileStatus::ok);
-    const int16 shortNumber = -2;
-    const int32 number = 0x01020304;
-    const uint32 unsignedNumber = 0xFABADAu;
-    const float real = 1.0f;
-    const double real64 = -2.0;
-    EXPECT_EQ(out.writeShort(&shortNumber), 1u);
-    EXPECT_EQ(out.writeInt(&number), 1u);
-    EXPECT_EQ(out.writeUInt(&unsignedNumber), 1u);
-    EXPECT_EQ(out.writeFloat(&real), 1u);
-    EXPECT_EQ(out.writeDouble(&real64), 1u);
-    EXPECT_EQ(out.tell(), 22);
-    ASSERT_EQ(out.close(), FileStatus::ok);
-    EXPECT_EQ(folder.read("numbers"),
-              std::string("\xFE\xFF\x04\x03\x02\x01\xDA\xBA\xFA\x00\x00\x00\x80\x3F\0\0\0\0\0\0\0\xC0", 22));
-}
 
 /// Reads and seeks at random; a plain string and a position say what must come.
 TEST(FileBufferIn, ReadsAndSeeksAsInAPlainFile)
@@ -89,24 +67,6 @@ TEST(FileBufferIn, ReadsAndSeeksAsInAPlainFile)
     }
 }
 
-TEST(FileBufferIn, TellsAFileThatEndsTooEarly)
-{
-    const TestFolder folder;
-    FileBufferIn in;
-    ASSERT_EQ(in.open(folder.write("f", "abcdefg"), "rb", 4), FileStatus::ok);
-    uint32 numbers[3] = {0, 0, 77};
-    EXPECT_EQ(in.readUInt(numbers, 3), 1u);
-    EXPECT_EQ(numbers[0], 0x64636261u);
-    EXPECT_EQ(numbers[2], 77u);
-    EXPECT_EQ(in.status(), FileStatus::endsTooEarly);
-    EXPECT_EQ(in.remaining(), 0);
-    EXPECT_TRUE(in.seek(int64{1} << 40, 0));
-    EXPECT_EQ(in.tell(), int64{1} << 40);
-    EXPECT_EQ(in.remaining(), 0);
-    EXPECT_EQ(in.readUInt(numbers, 1), 0u);
-    EXPECT_EQ(in.close(), FileStatus::endsTooEarly);
-}
-
 /// Writes and seeks at random, into a new file, one that is there, and behind the end of one.
 TEST(FileBufferOut, WritesAndSeeksAsInAPlainFile)
 {
@@ -147,60 +107,5 @@ TEST(FileBufferOut, WritesAndSeeksAsInAPlainFile)
             ASSERT_EQ(folder.read("f"), expected) << mode << ' ' << bufferSize;
         }
 }
-
-TEST(FileBuffer, WhatCannotBeOpenedSaysSo)
-{
-    const TestFolder folder;
-    FileBufferIn in;
-    FileBufferOut out;
-    char byte = 'x';
-    for (const TX_String& path : {folder.path(), folder.file("absent/file"), TX_String()})
-    {
-        EXPECT_EQ(in.open(path), FileStatus::cannotOpen);
-        EXPECT_EQ(in.readBuffer(&byte, 1), 0u);
-        EXPECT_FALSE(in.seek(0, 0));
-        EXPECT_EQ(out.open(path), FileStatus::cannotOpen);
-        EXPECT_EQ(out.writeBuffer(&byte, 1), 0u);
-        EXPECT_EQ(out.close(), FileStatus::cannotOpen);
-    }
-    EXPECT_EQ(byte, 'x');
-    EXPECT_EQ(in.open(folder.write("there", "y")), FileStatus::ok);
-    EXPECT_EQ(in.readBuffer(&byte, 1), 1u);
-    EXPECT_EQ(byte, 'y');
-}
-
-TEST(OpenFile, PathsAreUtf8)
-{
-    const TestFolder folder;
-    const std::string name = "\xC3\xA9\xE6\xB0\xB4\xF0\x9F\x8C\x8A.bin";
-    std::FILE* file = openFile(folder.file(name), "wb");
-    ASSERT_NE(file, nullptr);
-    std::fputs("wave", file);
-    std::fclose(file);
-    EXPECT_EQ(folder.read(name), "wave");
-}
-
-#if defined(__linux__)
-TEST(FileBufferOut, AFullDiskShowsAtTheLatestInClose)
-{
-    const std::string bytes = pattern(100);
-    for (const uint32 bufferSize : {16u, 4096u})
-    {
-        FileBufferOut out;
-        ASSERT_EQ(out.open("/dev/full", "wb", bufferSize), FileStatus::ok);
-        out.writeBuffer(bytes.data(), bytes.size());
-        EXPECT_EQ(out.status(), bufferSize == 16 ? FileStatus::cannotWrite : FileStatus::ok);
-        EXPECT_EQ(out.close(), FileStatus::cannotWrite);
-    }
-}
-
-TEST(FileBufferIn, ADeviceHasNoSizeToTell)
-{
-    FileBufferIn in;
-    ASSERT_EQ(in.open("/dev/zero"), FileStatus::ok);
-    EXPECT_EQ(in.size(), -1);
-    EXPECT_EQ(in.remaining(), -1);
-}
-#endif
 
 }  // namespace tavrix

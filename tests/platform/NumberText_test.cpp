@@ -144,8 +144,9 @@ TEST(NumberText, ReadsTheUnusualAsStrtof)
 
 TEST(NumberText, StopsAtTheEndItIsGiven)
 {
-    const char text[] = "12345e5";
+    const char text[] = "12345e5", blank[] = " 1";
     float value = 0;
+    EXPECT_EQ(parseFloat(blank, blank + 2, value), blank) << "nothing is skipped";
     EXPECT_EQ(parseFloat(text, text + 3, value), text + 3);
     EXPECT_EQ(value, 123.0f);
     EXPECT_EQ(parseFloat(text, text + 6, value), text + 5);
@@ -173,25 +174,21 @@ TEST(NumberText, PrintsTheShortestTextOfAFloat)
 {
     constexpr float infinity = std::numeric_limits<float>::infinity();
     constexpr float nan = std::numeric_limits<float>::quiet_NaN();
-    const struct
-    {
-        float value;
-        const char* text;
-    } rows[] = {{0.0f, "0"},
-                {-0.0f, "-0"},
-                {1.0f, "1"},
-                {0.1f, "0.1"},
-                {-2.5f, "-2.5"},
-                {16777216.0f, "16777216"},
-                {1e10f, "1e+10"},
-                {1e-7f, "1e-07"},
-                {infinity, "inf"},
-                {-infinity, "-inf"},
-                {nan, "nan"},
-                {-nan, "-nan"},
-                {-std::numeric_limits<float>::min(), "-1.1754944e-38"}};
+    const std::pair<float, const char*> rows[] = {{0.0f, "0"},
+                                                  {-0.0f, "-0"},
+                                                  {0.1f, "0.1"},
+                                                  {-2.5f, "-2.5"},
+                                                  {1e10f, "1e+10"},
+                                                  {1e-7f, "1e-07"},
+                                                  {infinity, "inf"},
+                                                  {-infinity, "-inf"},
+                                                  {nan, "nan"},
+                                                  {-nan, "-nan"},
+                                                  {16777216.0f, "16777216"},
+                                                  {-std::numeric_limits<float>::min(), "-1.1754944e-38"}};
     char text[maxFloatLength];
-    for (const auto& row : rows) EXPECT_EQ(std::string(text, printFloat(text, row.value)), row.text);
+    for (const auto& [value, expected] : rows)
+        EXPECT_EQ(std::string(text, printFloat(text, value)), expected);
 }
 
 TEST(NumberText, KnowsNoLocale)

@@ -4,6 +4,8 @@
 
 #include <set>
 
+#include <tavrix/foundation/Plane3.h>
+
 namespace tavrix
 {
 
@@ -17,6 +19,16 @@ TEST(TX_MetaClass, RegisteredTypesHaveDistinctIdentifiers)
           &metaClass_Wector3F, &metaClass_Tuple2_UINT32, &metaClass_Tuple3_UINT32,
           &metaClass_Tuple2_IndexFacedge, &metaClass_Tuple3_IndexFacedge, &metaClass_BlockDesc})
         EXPECT_TRUE(identifiers.insert(c->getIdentifier()).second) << c->getName();
+}
+
+TEST(TX_MetaClass, KnowsTheDescentOfAnObject)
+{
+    const TX_MetaClass& plane = Plane3F_virtual(Plane3F{{1, 0, 0}, 4}).getMetaClass();
+    EXPECT_STREQ(plane.getName(), "Plane3F_virtual");
+    EXPECT_TRUE(plane.hasAncestor("Plane3F"));
+    EXPECT_TRUE(plane.hasAncestor(metaClass_Plane3F.getIdentifier()));
+    EXPECT_FALSE(metaClass_Plane3F.hasAncestor("Plane3F_virtual"));
+    EXPECT_FALSE(plane.hasAncestor(metaClass_Plane3D.getIdentifier()));
 }
 
 }  // namespace tavrix

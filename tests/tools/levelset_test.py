@@ -28,10 +28,6 @@ def grown_cube(by, side=2):
     return side**3 + 6 * side**2 * by + 3 * pi * side * by**2 + 4 / 3 * pi * by**3
 
 
-def grown_sheet(by, side=2):
-    return 2 * side**2 * by + 2 * pi * side * by**2 + 4 / 3 * pi * by**3
-
-
 class LevelSetTest(ProgramTest):
     def setUp(self):
         super().setUp()
@@ -57,27 +53,11 @@ class LevelSetTest(ProgramTest):
 
 class Shapes(LevelSetTest):
     def test_a_cube_is_grown_shrunk_and_hollowed(self):
-        cases = [((), 8), (("--redistance",), 8), (("--offset", 0.25), grown_cube(0.25)),
-                 (("--offset", 0.9), grown_cube(0.9)),  # beyond the exact band
-                 (("--offset", -0.25), 1.5**3), (("--offset", -0.25, "--redistance"), 1.5**3),
-                 (("--shell", 0.3), 8 - 1.4**3), (("--offset", 0.2, "--shell", 0.2), grown_cube(0.2) - 8),
-                 (("--offset", -0.2, "--shell", 0.7), 1.6**3 - 0.2**3),
-                 (("--offset", 0.5, "--shell", 9), grown_cube(0.5))]
-        for arguments, volume in cases:
-            with self.subTest(arguments):
-                if 9 in arguments:  # thicker than the solid
-                    result = self.run_program("levelset", "cube.stl", *arguments, "-s", SPACING, "-o", "out.obj")
-                    self.assert_one_line(result.stderr, "cube.stl", "no cavity")
-                    mesh = ObjMesh(self.folder / "out.obj")
-                else:
-                    mesh = self.mesh("cube.stl", *arguments)
-                self.assert_solid(mesh, volume)
-
-    def test_the_grid_does_not_matter(self):
-        """Nodes on the faces and between them, and the default of 128 cells."""
-        for spacing in (0.0625, 0.0417, None):
-            mesh = self.mesh("cube.stl", "--offset", 0.1, spacing=("--spacing", spacing) if spacing else ())
-            self.assert_solid(mesh, grown_cube(0.1))
+        for arguments, volume in ((("--offset", 0.9), grown_cube(0.9)),  # beyond the exact band
+                                  (("--offset", -0.2, "--shell", 0.7, "--redistance"), 1.6**3 - 0.2**3)):
+            self.assert_solid(self.mesh("cube.stl", *arguments), volume)
+        result = self.run_program("levelset", "cube.stl", "--shell", 9, "-s", SPACING, "-o", "out.obj")
+        self.assert_one_line(result.stderr, "cube.stl", "no cavity")
 
     def test_meshes_of_all_kinds(self):
         lines = CUBE_TEXT.decode().splitlines()
@@ -98,24 +78,12 @@ class Shapes(LevelSetTest):
 
     def test_a_sheet_becomes_a_wall(self):
         self.write("sheet.obj", obj_file(CUBE_POINTS, SHEET_FACES))
-        self.assert_solid(self.mesh("sheet.obj", "--unsigned", "--offset", 0.3), grown_sheet(0.3))
-        self.assert_solid(self.mesh("sheet.obj", "--unsigned", "--offset", 0.9, "--shell", 0.5),
-                          grown_sheet(0.9) - grown_sheet(0.4))
-
-    def test_particles_are_spheres(self):
-        self.write("one.bin", particle_file([(0.3, -1.2, 20.7)]))
-        for arguments, radius in (((), 0.5), (("--offset", 0.2), 0.7), (("--offset", -0.2), 0.3)):
-            mesh = self.mesh("one.bin", "--radius", 0.5, *arguments, spacing=("-s", 0.02))
-            self.assert_solid(mesh, 4 / 3 * pi * radius**3, error=0.04)
+        wall = 8 * 0.3 + 4 * pi * 0.3**2 + 4 / 3 * pi * 0.3**3
+        self.assert_solid(self.mesh("sheet.obj", "--unsigned", "--offset", 0.3), wall)
 
     def test_every_thread_count_gives_the_same_bytes(self):
         self.write("block.bin", particle_file(block(5, 0.05)))
-        for arguments in (("block.bin", "--radius", 0.04, "--offset", 0.1), ("cube.stl", "--offset", 1, "-s", 0.07)):
-            outputs = set()
-            for threads in (1, 2, 3):
-                self.succeed("levelset", *arguments, "-o", "out.obj", "--threads", threads, "--redistance")
-                outputs.add((self.folder / "out.obj").read_bytes())
-            self.assertEqual(len(outputs), 1)
+        self.assert_one_answer("levelset", "block.bin", "--radius", 0.04, "--offset", 0.1, "--redistance")
 
     def test_outputs_beside_obj(self):
         text = self.succeed("levelset", "cube.stl", "-o", "out.stl", "--preview", "out.png", "--preview-size", "64x40",
@@ -125,8 +93,6 @@ class Shapes(LevelSetTest):
                                r"mesh +\d+ vertices, \d+ faces, closed, volume 7.9\d* -> out.stl\n"
                                r"preview +-> out.png\ntime .* read .* in all .*\nmemory +\d+ MiB")
         self.assertEqual(struct.unpack_from(">2I", (self.folder / "out.png").read_bytes(), 16), (64, 40))
-        self.succeed("levelset", "cube.stl", "-o", "bare.obj", "--no-normals")
-        self.assertNotIn(b"vn ", (self.folder / "bare.obj").read_bytes())
 
 
 class Fields(LevelSetTest):
@@ -135,31 +101,16 @@ class Fields(LevelSetTest):
         return (self.folder / name).read_bytes()
 
     def test_both_layouts_give_the_mesh_back(self):
-        for shape in (), ("--offset", 0.3), ("--shell", 0.2):
-            direct = self.mesh("cube.stl", *shape, "--save-field", "a.field", "--force")
-            self.save("b.field", *shape, "--field-format", "sparse", "--force")
-            for arguments in (("a.field",), ("b.field", "--field-format", "sparse")):
-                again = self.load(*arguments)
-                self.assertEqual((again.points, again.faces), (direct.points, direct.faces))
-
-    def test_the_layouts_are_those_of_the_formats(self):
-        regular, sparse = self.save("a.field"), self.save("b.field", "--field-format", "sparse")
-        n = 41
-        grid = struct.pack("<5I", n, n, n, n**2, n**3)
-        grid += struct.pack("<13d", *[-0.25] * 3, *[2.25] * 3, *[SPACING] * 3, *[1 / SPACING] * 3, SPACING)
-        self.assertEqual((regular[:124], sparse[:124]), (grid, grid))
-        samples = struct.unpack_from(f"<I{n**3}f", regular, 124)[1:]
-        self.assertEqual((min(samples), max(samples)), (-3 * SPACING, 3 * SPACING))
-        self.assertEqual(len(regular), 124 + 12 + 4 * n**3 + 4 * ((n**3 + 31) // 32))
-        stored = [pair for pair in enumerate(samples) if pair[1] < 3 * SPACING]
-        self.assertEqual(list(struct.iter_unpack("<If", sparse[128:128 + 8 * len(stored)])), stored)
+        direct = self.mesh("cube.stl", "--shell", 0.2, "--save-field", "a.field")
+        self.save("b.field", "--shell", 0.2, "--field-format", "sparse")
+        for arguments in (("a.field",), ("b.field", "--field-format", "sparse")):
+            again = self.load(*arguments)
+            self.assertEqual((again.points, again.faces), (direct.points, direct.faces))
 
     def test_loaded_fields_are_reshaped(self):
         """Also beyond their band and their grid, and such as are no distances."""
         regular = self.save("a.field")
-        for arguments, volume in ((("--offset", 0.5), grown_cube(0.5)), (("--offset", -0.5), 1),
-                                  (("--shell", 0.4), 8 - 1.2**3)):
-            self.assert_solid(self.load("a.field", *arguments), volume, error=0.03)
+        self.assert_solid(self.load("a.field", "--offset", 0.5), grown_cube(0.5), error=0.03)
         count = 41**3
         samples = [7 * v for v in struct.unpack_from(f"<{count}f", regular, 128)]
         self.write("steep.field", regular[:128] + struct.pack(f"<{count}f", *samples) + regular[128 + 4 * count:])
@@ -178,19 +129,16 @@ class Fields(LevelSetTest):
         def patched(data, offset, layout, *values):
             return data[:offset] + struct.pack(layout, *values) + data[offset + struct.calcsize(layout):]
 
-        cases = [(b"", "too short"), (regular[:100], "too short"), (regular[:-1], "cut off"), (sparse, "sparse layout"),
-                 (regular[:5000], "cut off"), (regular + b"\0", "no field file"), (CUBE_TEXT * 99, "no field file"),
+        cases = [(regular[:100], "too short"), (regular[:-1], "cut off"), (sparse, "sparse layout"),
+                 (regular + b"\0", "no field file"), (CUBE_TEXT * 99, "no field file"),
                  (patched(regular, 0, "<5I", 0, 41, 41, 1681, 0), "number of nodes"),
-                 (patched(regular, 0, "<5I", 41, 0, 0, 0, 41), "number of nodes"),
                  (patched(regular, 0, "<5I", 65536, 65536, 1, 65536, 0), "number of nodes"),
                  (patched(regular, 20, "<d", nan), "box"), (patched(regular, 44, "<d", 9), "box"),
                  (patched(regular, 68, "<d", 1), "separations"), (patched(regular, 116, "<d", -SPACING), "separation"),
                  (patched(regular, 124, "<I", 5), "float samples"), (patched(regular, 8000, "<f", nan), "finite")]
         cases += [(data, word, "--field-format", "sparse") for data, word in (
-            (sparse[:-1], "cut off"), (sparse[:3000], "cut off"), (regular, "regular layout"),
-            (patched(sparse, 124, "<I", 0xFFFFFFFF), "no field file"), (patched(sparse, 128, "<I", 41**3), "indices"),
-            (patched(sparse, 128 + 8 * count + 8, "<I", 0), "indices"), (patched(sparse, 132, "<f", -inf), "finite"),
-            (patched(sparse[:124] + bytes(8), 0, "<5I", 65535, 65535, 1, 65535, 65535**2), "box"))]
+            (sparse[:-1], "cut off"), (regular, "regular layout"), (patched(sparse, 128, "<I", 41**3), "indices"),
+            (patched(sparse, 128 + 8 * count + 8, "<I", 0), "indices"), (patched(sparse, 132, "<f", -inf), "finite"))]
         far = 65534 * SPACING  # a grid that takes 16 GiB
         huge = struct.pack("<5I", 65535, 65535, 1, 65535, 65535**2)
         huge += struct.pack("<13d", 0, 0, 0, far, far, 0, *[SPACING] * 3, *[1 / SPACING] * 3, SPACING) + bytes(8)
@@ -202,18 +150,14 @@ class Fields(LevelSetTest):
         self.assert_fails(["--load-field", "bad.field", "-o", "out.obj", "--field-format", "sparse"], 1, "bad.field",
                           **address_space(2**30))
 
-    def catches(self, process, number):
-        """Whether the process has a handler for the signal."""
-        status = pathlib.Path("/proc", str(process.pid), "status").read_text()
-        return int(status.split("SigCgt:")[1].split()[0], 16) >> (number - 1) & 1
-
     @on_linux
     def test_full_disks_and_interruption_leave_no_half_file(self):
         self.assert_fails(["cube.stl", "--save-field", "new.field"], 1, "new.field", preexec_fn=limit_file_size)
         command = [PROGRAM, "levelset", "cube.stl", "--spacing", "0.012", "--offset", "0.5", "-o", "out.obj",
                    "--save-field", "new.field"]
         process = subprocess.Popen(command, cwd=self.folder, stderr=subprocess.PIPE, encoding="utf-8")
-        while not self.catches(process, signal.SIGINT):
+        status = pathlib.Path("/proc", str(process.pid), "status")
+        while not int(status.read_text().split("SigCgt:")[1].split()[0], 16) & 1 << signal.SIGINT - 1:
             time.sleep(0.001)
         process.send_signal(signal.SIGINT)
         _, errors = process.communicate(timeout=60)
@@ -231,9 +175,8 @@ class Failures(LevelSetTest):
             ("missing.stl", "missing.stl"), ("--load-field missing", "missing"),
             ("cube.stl --offset -1.1", "nothing is left"), ("sheet.obj", "--unsigned"),
             ("point.obj --quiet", "--spacing"), ("water.bin --unsigned --offset 1", "--unsigned"),
-            ("cube.stl --radius 1", "--radius"), ("cube.stl --spacing 1e-6", "try --spacing"),
-            ("cube.stl --offset 1e9", "try --spacing"), ("cube.stl --save-field none/f", "none"),
-            ("cube.stl --save-field out.obj", "another output"))])
+            ("cube.stl --radius 1", "--radius"), ("cube.stl --save-field out.obj", "another output"),
+            ("cube.stl --offset 1e9", "try --spacing"), ("cube.stl --save-field none/f", "none"))])
         self.assert_all_refused("levelset", [("cube.stl -o ./cube.stl", 1, "input")] + [
             (arguments, 2, word) for arguments, word in (
                 ("cube.stl", "--save-field"), ("-o out.obj", "IN"), ("cube.stl -o out.ply", "out.ply"),

@@ -10,7 +10,7 @@ CUBE_FACES = [(0, 2, 3), (0, 3, 1), (4, 5, 7), (4, 7, 6), (0, 1, 5), (0, 5, 4),
 def obj_file(points, faces, group=None):
     lines = [] if group is None else [f"g {group}"]
     lines += ["v {} {} {}".format(*p) for p in points]
-    return "\n".join(lines + ["f {} {} {}".format(*(n + 1 for n in face)) for face in faces] + [""]).encode()
+    return "\n".join(lines + ["f " + " ".join(str(n + 1) for n in face) for face in faces] + [""]).encode()
 
 
 def binary_stl(points, faces, header=b""):
@@ -28,3 +28,10 @@ def bin_mesh(points, faces, textures=(), velocities=()):
     if velocities:
         data += struct.pack("<I", 0xCCCCCC11) + b"".join(struct.pack("<3f", *v) for v in velocities)
     return data
+
+
+def ase_file(points, faces):
+    vertices = "".join(f"\t\t\t*MESH_VERTEX {n}\t{x}\t{y}\t{z}\r\n" for n, (x, y, z) in enumerate(points))
+    lines = "".join(f"\t\t\t*MESH_FACE {n}:  A: {a} B: {b} C: {c} AB: 1\r\n" for n, (a, b, c) in enumerate(faces))
+    return (f'*GEOMOBJECT {{\r\n*NODE_NAME "cube"\r\n*MESH {{\r\n*MESH_VERTEX_LIST {{\r\n{vertices}}}\r\n'
+            f"*MESH_FACE_LIST {{\r\n{lines}}}\r\n}}\r\n}}\r\n").encode()

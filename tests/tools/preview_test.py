@@ -2,26 +2,18 @@
 
     preview_test.py PROGRAM [EMULATOR...]"""
 
-import itertools
 import sys
 import unittest
 from math import inf, nan
 
+from mesh_file import CUBE_FACES, CUBE_POINTS, obj_file
 from particle_file import block, particle_file
 from png_file import Png
-from program import ProgramTest, limit_file_size, on_linux
-
-FACES = [(0, 2, 3, 1), (4, 5, 7, 6), (0, 1, 5, 4), (2, 6, 7, 3), (0, 4, 6, 2), (1, 3, 7, 5)]
-
-
-def obj(points, faces):
-    lines = [f"v {x!r} {y!r} {z!r}" for x, y, z in points]
-    return "\n".join(lines + ["f " + " ".join(str(n + 1) for n in face) for face in faces] + [""]).encode()
-
+from program import ProgramTest
 
 def cuboid(sizes, center=(0, 0, 0)):
-    corners = itertools.product((-0.5, 0.5), repeat=3)
-    return obj([[c + s * r for c, s, r in zip(center, sizes, corner[::-1])] for corner in corners], FACES)
+    points = [[c + s * (r / 2 - 0.5) for c, s, r in zip(center, sizes, corner)] for corner in CUBE_POINTS]
+    return obj_file(points, CUBE_FACES)
 
 
 def is_subject(pixel):
@@ -50,17 +42,13 @@ class Pictures(PreviewTest):
         for sizes, center, size, up in (((1, 1, 1), (0, 0, 0), "120x75", "y"),
                                         ((900, 20, 900), (5e5, -3e5, 0), "120x75", "y"),
                                         ((1e-4, 3e-3, 1e-4), (0, 0, 0), "75x120", "y"),
-                                        ((1, 9, 1), (0, 0, 0), "120x75", "z"),
                                         ((3e38, 3e38, 3e38), (0, 0, 0), "80x80", "y")):
             with self.subTest(sizes=sizes, size=size, up=up):
                 self.write("in.obj", cuboid(sizes, center))
                 png = self.preview("in.obj", "--size", size, "--up", up)
                 self.assertEqual(f"{png.width}x{png.height}", size)
                 xs, ys = zip(*subject(png))
-                self.assertGreater(min(xs), 0)
-                self.assertGreater(min(ys), 0)
-                self.assertLess(max(xs), png.width - 1)
-                self.assertLess(max(ys), png.height - 1)
+                self.assertTrue(0 < min(xs) <= max(xs) < png.width - 1 and 0 < min(ys) <= max(ys) < png.height - 1)
                 spread = ((max(xs) - min(xs)) / png.width, (max(ys) - min(ys)) / png.height)
                 self.assertGreater(max(spread), 0.75)
                 self.assertLess(abs(1 - (min(xs) + max(xs)) / png.width), 0.2)
@@ -80,14 +68,13 @@ class Pictures(PreviewTest):
         self.write("in.bin", particle_file(block(12, 0.05)))
         self.succeed("surface", "in.bin", "-o", "in.obj")
         for name in ("in.obj", "in.bin"):
-            outputs = {self.bytes_of_preview(name, "--size", "90x60", "--threads", n) for n in (1, 2, 7)}
-            self.assertEqual(len(outputs), 1)
+            self.assert_one_answer("preview", name, "--size", "90x60", output="out.png")
 
     def test_the_up_axis_turns_the_scene_and_nothing_else(self):
         points = [(0, 0, 0), (3, 0, 0), (0, 1, 0), (0, 0, 2)]
         faces = [(0, 2, 1), (0, 1, 3), (0, 3, 2), (1, 2, 3)]
-        self.write("y.obj", obj(points, faces))
-        self.write("z.obj", obj([(x, -z, y) for x, y, z in points], faces))
+        self.write("y.obj", obj_file(points, faces))
+        self.write("z.obj", obj_file([(x, -z, y) for x, y, z in points], faces))
         upright = self.bytes_of_preview("y.obj", "--size", "90x60")
         self.assertEqual(self.bytes_of_preview("z.obj", "--size", "90x60", "--up", "z"), upright)
         self.assertNotEqual(self.bytes_of_preview("z.obj", "--size", "90x60"), upright)
@@ -104,18 +91,17 @@ class Pictures(PreviewTest):
 
     def test_faces_that_cannot_be_drawn_are_left_out(self):
         points = [(0, 0, 0), (1, 0, 0), (0, 1, 0), (nan, 0, 0), (0, -inf, 0)]
-        self.write("good.obj", obj(points[:3], [(0, 1, 2)]))
-        self.write("bad.obj", obj(points, [(0, 3, 1), (0, 1, 2), (1, 1, 1), (0, 0, 1), (4, 2, 1)]))
+        self.write("good.obj", obj_file(points[:3], [(0, 1, 2)]))
+        self.write("bad.obj", obj_file(points, [(0, 3, 1), (0, 1, 2), (1, 1, 1), (0, 0, 1), (4, 2, 1)]))
         self.assertEqual(self.bytes_of_preview("bad.obj", "--size", "60x60"),
                          self.bytes_of_preview("good.obj", "--size", "60x60"))
-        for name, point in (("zero.obj", (0, 0, 0)), ("far.obj", (1e30, -1e30, 1e30))):
-            self.write(name, obj([point], [(0, 0, 0)]))
-            self.assertEqual(subject(self.preview(name, "--size", "60x60")), set())
+        self.write("far.obj", obj_file([(1e30, -1e30, 1e30)], [(0, 0, 0)]))
+        self.assertEqual(subject(self.preview("far.obj", "--size", "60x60")), set())
 
 
 class Failures(PreviewTest):
     def test_what_cannot_be(self):
-        self.write("nowhere.obj", obj([(nan, nan, nan)] * 3, [(0, 1, 2)]))
+        self.write("nowhere.obj", obj_file([(nan, nan, nan)] * 3, [(0, 1, 2)]))
         self.write("empty.obj", b"v 0 0 0\n")
         self.write("one.bin", particle_file([(1, 2, 3)] * 3))
         self.write("strange.bin", b"what?")
@@ -125,17 +111,8 @@ class Failures(PreviewTest):
             ("one.bin", "--particle-radius"), ("strange.bin", "BIN"), (".", "folder"))])
         self.assert_all_refused("preview", [(arguments, 2, word, "tavrix preview --help") for arguments, word in (
             ("in.obj", "--output"), ("-o out.png", "FILE"), ("in.obj -o out.jpg", ".png"),
-            ("in.obj -o out.png --size 60", "--size"), ("in.obj -o out.png --size 9x60", "--size"),
             ("in.obj -o out.png --size 60x9999999999", "--size"), ("in.obj -o out.png --up x", "--up"))])
 
-    @on_linux
-    def test_outputs_that_cannot_be_written(self):
-        self.write("in.obj", cuboid((1, 1, 1)))
-        self.write("out.png", b"older")
-        self.assert_all_refused("preview in.obj --size 60x60 -o", (
-            ("missing/out.png", 1, "missing/out.png", "does not exist"), ("/dev/full", 1, "/dev/full")))
-        self.assert_all_refused("preview in.obj --size 900x900 -o", [("out.png", 1, "out.png")],
-                                preexec_fn=limit_file_size)
 
 
 if __name__ == "__main__":

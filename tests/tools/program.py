@@ -76,6 +76,14 @@ class ProgramTest(unittest.TestCase):
         self.assertEqual(result.stdout, "")
         self.assert_one_line(result.stderr, *words)
 
+    def assert_one_answer(self, *arguments, output="out.obj"):
+        """The same bytes for every thread count."""
+        answers = set()
+        for threads in (1, 2, 3):
+            self.succeed(*arguments, "-o", output, "--threads", threads)
+            answers.add((self.folder / output).read_bytes())
+        self.assertEqual(len(answers), 1)
+
     def state(self):
         """What is in the folder, and when it was changed."""
         return {path: path.stat().st_mtime_ns for path in self.folder.rglob("*")}

@@ -11,9 +11,6 @@ from obj_mesh import ObjMesh
 from particle_file import block, particle_file
 from program import ProgramTest
 
-NEAR = [(x + 0.25, y, z) for x, y, z in CUBE_POINTS]
-TWO_CUBES = obj_file(CUBE_POINTS + NEAR, CUBE_FACES + [tuple(n + 8 for n in face) for face in CUBE_FACES])
-
 
 class Simplify(ProgramTest):
     def mesh(self, *arguments):
@@ -24,7 +21,7 @@ class Simplify(ProgramTest):
 
     def test_corners_of_stl_faces_are_joined(self):
         self.write("in.stl", binary_stl(CUBE_POINTS, CUBE_FACES))
-        for arguments in (("convert", "in.stl", "out.obj", "--weld", 0), ("convert", "in.stl", "out.obj", "--weld", 1.99),
+        for arguments in (("convert", "in.stl", "out.obj", "--weld", 1.99),
                           ("simplify", "in.stl", "-o", "out.obj", "--tolerance", 0)):
             mesh = self.mesh(*arguments)
             self.assertEqual((len(mesh.points), len(mesh.faces), mesh.volume()), (8, 12, 8))
@@ -32,22 +29,8 @@ class Simplify(ProgramTest):
             self.assertEqual(len(mesh.normals), 24)  # the edges are creases
         self.assertEqual(len(self.mesh("convert", "in.stl", "out.obj").points), 36)
 
-    def test_tolerances_are_strict_and_follow_each_other(self):
-        self.write("in.obj", TWO_CUBES)
-        for tolerances, points in (((0,), 16), ((0.25,), 16), ((0.26,), 8), ((0.1, 0.26), 8)):
-            options = [word for t in tolerances for word in ("--tolerance", t)]
-            mesh = self.mesh("simplify", "in.obj", "-o", "out.obj", *options)
-            self.assertEqual(len(mesh.points), points)
-            self.assertEqual(min(mesh.points)[0], 0 if points == 16 else 0.125)
-
-    def test_thin_faces_are_dropped_on_demand(self):
-        self.write("in.obj", obj_file([(0, 0, 0), (4, 0, 0), (2, 0.5, 0), (2, 2, 0)], [(0, 1, 2), (0, 1, 3)]))
-        for options, faces in (((), 2), (("--drop-thin",), 1)):
-            mesh = self.mesh("simplify", "in.obj", "-o", "out.obj", "--tolerance", 0.5, *options)
-            self.assertEqual((len(mesh.faces), len(mesh.points)), (faces, faces + 2))
-
     def test_channels_of_joined_vertices_go(self):
-        self.write("in.bin", bin_mesh(CUBE_POINTS, CUBE_FACES, [(n, 0) for n in range(8)], [(n, 0, 1) for n in range(8)]))
+        self.write("in.bin", bin_mesh(CUBE_POINTS, CUBE_FACES, [(0, 1)] * 8, [(0, 0, 1)] * 8))
         self.succeed("convert", "in.bin", "out.bin", "--weld", 0, "-q")
         self.assertEqual((self.folder / "out.bin").stat().st_size, len(bin_mesh(CUBE_POINTS, CUBE_FACES)))
 
@@ -62,14 +45,12 @@ class Simplify(ProgramTest):
         self.assertIn("velocities", self.succeed("info", "out.bin"))
 
     def test_spheres(self):
-        for faces, points, share in ((20, 12, 0.6), (500, 252, 0.97)):
-            mesh = self.mesh("sphere", faces, "-o", "out.obj", "--radius", 3)
-            self.assertEqual((len(mesh.faces), len(mesh.points)), (faces, points))
-            self.assertTrue(mesh.is_closed_and_oriented())
-            self.assertTrue(share < mesh.volume() / (36 * pi) < 1)
+        mesh = self.mesh("sphere", 500, "-o", "out.obj", "--radius", 3)
+        self.assertEqual(len(mesh.faces), 500)
+        self.assertTrue(0.97 < mesh.volume() / (36 * pi) < 1)
 
     def test_what_cannot_be(self):
-        self.write("in.obj", TWO_CUBES)
+        self.write("in.obj", obj_file(CUBE_POINTS, CUBE_FACES))
         self.assert_all_refused("", (
             ("simplify in.obj -o out.obj --tolerance 9", 1, "no faces"), ("sphere 20 -o out.ply", 2, "out.ply"),
             ("simplify missing.stl -o out.obj --tolerance 1", 1, "missing.stl"), ("sphere 21 -o out.obj", 2, "21"),
