@@ -84,7 +84,12 @@ def level_set():
         yield grid(5, 4, 3, 0.5) + uints(2, 22) + numbers(kind, -1) + uints(23) + numbers(kind, 1) + uints(2, 22, 33)
 
 
-for seed in (ase, bin_mesh, level_set, mesh_record, obj, particle_bin, stl):
+def number_text():
+    for text in ('0', '-1.5', '+.5e-3', '0x1.8p-3', '1e400', '-Infinity', 'nan', '-2147483649', '16777217.5', '1.17549435e-38', '1e+'):
+        yield text.encode()
+
+
+for seed in (ase, bin_mesh, level_set, mesh_record, number_text, obj, particle_bin, stl):
     folder = pathlib.Path(sys.argv[1], seed.__name__)
     folder.mkdir(parents=True, exist_ok=True)
     for number, content in enumerate(seed()):
