@@ -74,6 +74,14 @@ def mesh_record():
            face_normals + neighbours)
 
 
+def mesh_sequence():
+    cube, geometry = bytes([11, 0]), bytes([0, 5, 4, *range(40, 55), *range(12)])
+    for call in range(3, 11):
+        for choice in range(4):
+            yield cube + bytes([3, 1, call, choice, choice, 2, choice] + [16, 23, 31, 5] * 6)
+            yield geometry + bytes([call, choice, 1, choice, 0] + [20, 3, 7] * 8) + cube + bytes([call, 3, choice, 4])
+
+
 def particle_bin():
     for version, header, record in ((2, 320, 68), (3, 320, 80), (4, 320, 84), (6, 320, 98), (7, 356, 98), (9, 356, 110)):
         start = (uints(0x00FABADA) + bytes(250) + struct.pack('<h', version) + bytes(20) + uints(2)).ljust(header, b'\0')
@@ -103,7 +111,7 @@ def number_text():
         yield text.encode()
 
 
-SEEDS = (ase, bin_mesh, level_set_regular, level_set_sparse, mesh_record, number_text, obj, particle_bin, stl)
+SEEDS = (ase, bin_mesh, level_set_regular, level_set_sparse, mesh_record, mesh_sequence, number_text, obj, particle_bin, stl)
 
 for seed in SEEDS:
     folder = pathlib.Path(sys.argv[1], seed.__name__)
