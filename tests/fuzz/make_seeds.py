@@ -66,6 +66,14 @@ def mesh_record():
            counted('I', [(4, 8, 12), (0, 13, 9), (1, 14, 5), (2, 6, 10)]))
 
 
+def mesh_sequence():
+    cube, geometry = bytes([11, 0]), bytes([0, 5, 4, *range(40, 55), *range(12)])
+    for call in range(3, 11):
+        for choice in range(4):
+            yield cube + bytes([3, 1, call, choice, choice, 2, choice] + [16, 23, 31, 5] * 6)
+            yield geometry + bytes([call, choice, 1, choice, 0] + [20, 3, 7] * 8) + cube + bytes([call, 3, choice, 4])
+
+
 def particle_bin():
     for version in (2, 3, 4, 6, 7, 9):
         yield particles.particle_file([(1, 2, 3)] * 2, version, velocities=[(4, 5, 6)] * 2)
@@ -89,7 +97,7 @@ def number_text():
         yield text.encode()
 
 
-for seed in (ase, bin_mesh, level_set, mesh_record, number_text, obj, particle_bin, stl):
+for seed in (ase, bin_mesh, level_set, mesh_record, mesh_sequence, number_text, obj, particle_bin, stl):
     folder = pathlib.Path(sys.argv[1], seed.__name__)
     folder.mkdir(parents=True, exist_ok=True)
     for number, content in enumerate(seed()):

@@ -209,7 +209,7 @@ bool MeshCleaning::eraseRepeatedVertices()
     if (_pos->empty()) return true;
     const uint32 oldCount = _pos->size();
     _normalsFollow = normalsFollowPositions();
-    if (_normalsFollow) _mesh.refNor().reserve(std::max(_mesh.refNor().capacity(), oldCount));
+    if (_normalsFollow && _mesh.refNor().capacity() < oldCount) _mesh.refNor().reserve(oldCount);
     const bool withExtras = !extraArrays(_mesh, MeshArrayInf::PER_POSITION).empty();
     Array<uint32> openers;
     Array<Index3> none;
