@@ -31,7 +31,8 @@ NodeBox nodesAround(const Lattice& lattice, const Box3F& box, float margin)
         const double low = std::floor((box.min[axis] - origin) * lattice.reciprocal[axis]) - widening;
         const double high = std::ceil((box.max[axis] - origin) * lattice.reciprocal[axis]) + widening + 1;
         nodes.low[axis] = static_cast<uint32>(low > 0 ? std::min(low, size) : 0);
-        nodes.high[axis] = static_cast<uint32>(high > nodes.low[axis] ? std::min(high, size) : nodes.low[axis]);
+        nodes.high[axis] =
+            static_cast<uint32>(high > nodes.low[axis] ? std::min(high, size) : nodes.low[axis]);
     }
     return nodes;
 }
