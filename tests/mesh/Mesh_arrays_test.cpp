@@ -92,17 +92,6 @@ TEST(MeshArrays, ShallowCopiesShareAndDeepCopiesDoNot)
     EXPECT_EQ(server().arrayCount(), before);
 }
 
-TEST(MeshArrays, AHandleFilledFromOutsideIsReleasedEvenUnregistered)
-{
-    const uint32 before = server().arrayCount();
-    {
-        Mesh mesh;
-        mesh.setHandle(Mesh::Slot::Pos, server().create<Array<Vector3D>>(5u));
-        mesh.setHandle(Mesh::Slot::BindexPos, server().create<Array<uint32>>(2u));
-    }
-    EXPECT_EQ(server().arrayCount(), before);
-}
-
 TEST(MeshArrays, FocusRegistersHandlesFilledFromOutside)
 {
     const uint32 before = server().arrayCount();

@@ -1,8 +1,3 @@
-#if defined(__linux__)
-#include <sys/stat.h>
-#include <thread>
-#endif
-
 #include <gtest/gtest.h>
 
 #include <Bytes.h>
@@ -183,36 +178,5 @@ TEST(Mesh_record, TheNameEndsAtItsFirstZero)
         EXPECT_EQ(back.pos(), mesh.pos());
     }
 }
-
-#if defined(__linux__)
-// A pipe does not tell how much will come: arrays grow with what came, and a count that lies takes no memory.
-TEST(Mesh_record, ComesThroughAPipe)
-{
-    const TestFolder folder;
-    ASSERT_EQ(mkfifo(folder.file("pipe").c_str(), 0600), 0);
-    const Mesh mesh = test::makeTerrain(300);
-    FileRam ram;
-    mesh.saveBasic(ram);
-    const std::string whole(reinterpret_cast<const char*>(ram.data()), ram.size());
-    std::string lie = whole;
-    lie.replace(4 + 4 + 9 + 48 + 4, 4, bytesOf(uint32{0xFFFFFFFF}));  // the number of faces
-    for (const std::string& record : {whole, lie})
-    {
-        std::thread writer([&] { folder.write("pipe", record); });
-        Mesh back;
-        withFile<FileStreamRaw>(folder.file("pipe"), "rb",
-                                [&](FileStreamRaw& stream)
-                                {
-                                    EXPECT_EQ(stream.remaining(), -1);
-                                    back.loadBasic(stream);
-                                });
-        writer.join();
-        if (record == lie)
-            EXPECT_LT(back.trindexPos().capacity() * 12.0, 3.0 * static_cast<double>(record.size()));
-        else
-            expectSame(mesh, back);
-    }
-}
-#endif
 
 }  // namespace tavrix

@@ -22,14 +22,6 @@ Mesh makeCube()
     return mesh;
 }
 
-TEST(SmoothingGroups, PiSmoothsOverEveryEdge)
-{
-    Mesh mesh = test::makeRandomSoup(30, 200, 4);
-    mesh.createNormals(piValue);
-    EXPECT_EQ(mesh.trindexNor(), mesh.trindexPos());
-    EXPECT_EQ(mesh.nor().size(), mesh.getPosSize());
-}
-
 TEST(SmoothingGroups, TheAngleDecidesWhichCornersShareANormal)
 {
     struct Case

@@ -132,18 +132,6 @@ TEST(ParticleSystem_v3, TruncatedFilesGiveTheirCompleteRecords)
     }
 }
 
-TEST(ParticleSystem_v3, ACountThatTheFileCannotHoldCostsNoMemory)
-{
-    const TestFolder folder;
-    for (const uint32 count : {0x7FFFFFFFu, 0xFFFFFFFFu})
-    {
-        ParticleSystem_v3 particles;
-        EXPECT_EQ(particles.load_BIN(folder.write("f", header(6, count) + records(6, 5))), 5);
-        EXPECT_TRUE(holdsFirst(particles, 5));
-        EXPECT_LT(particles.getArrId().capacity(), 100u);
-    }
-}
-
 TEST(ParticleSystem_v3, WhatIsNoParticleFileLeavesTheParticles)
 {
     const TestFolder folder;

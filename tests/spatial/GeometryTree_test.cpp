@@ -299,30 +299,6 @@ TEST(GeometryTree, DeepTreesAreVisitedToTheEnd)
     EXPECT_EQ(found, std::vector<uint32>(expected.begin(), expected.begin() + 10));
 }
 
-class CountingRender : public GeometryTree_RL_Dummy
-{
-public:
-    explicit CountingRender(int& level) : _level(level) {}
-    void render(const Tree&, int level) override { _level = level; }
-
-private:
-    int& _level;
-};
-
-TEST(GeometryTree, HandsDrawingOn)
-{
-    Tree tree;
-    tree.render(1);
-    tree.initializeRenderObject();
-    ASSERT_NE(tree.getGeometryTree_RL(), nullptr);
-    int level = 0;
-    tree.setGeometryTree_RL(new CountingRender(level));
-    const Tree copy(tree);
-    EXPECT_EQ(copy.getGeometryTree_RL(), nullptr);
-    tree.render(7);
-    EXPECT_EQ(level, 7);
-}
-
 }  // namespace
 
 }  // namespace tavrix

@@ -6,7 +6,6 @@
 #include <memory>
 #include <span>
 
-#include <tavrix/foundation/ParallelFor.h>
 #include <tavrix/mesh/detail/FaceBlock.h>
 #include <tavrix/platform/detail/CpuFeatures.h>
 
@@ -22,6 +21,7 @@ constexpr float untouched = 1111.0f;
 
 constexpr uint32 blockSize = FaceBlock::capacity;
 constexpr uint32 blocksPerChunk = 2048;
+constexpr uint64 blocksPerPiece = 128;  ///< between two polls
 
 /// A run of faces, or of vertex normals.
 struct Range
@@ -158,7 +158,6 @@ Range facesOfBlock(const NormalJob& job, uint32 block)
 
 void accumulateSerially(const NormalJob& job, uint32 blockCount, Polling& polling)
 {
-    constexpr uint64 blocksPerPiece = 128;
     Contributions contributions;
     inPieces(polling, blockCount, blocksPerPiece,
              [&](uint64 begin, uint64 end)
@@ -175,34 +174,36 @@ void accumulateSerially(const NormalJob& job, uint32 blockCount, Polling& pollin
 Range unite(Range a, Range b) { return {std::min(a.begin, b.begin), std::max(a.end, b.end)}; }
 
 /// The workers share the faces of a chunk and write down what each face adds.
-void processChunk(const NormalJob& job, uint32 firstBlock, std::span<Contributions> chunk, uint32 threadCount)
+bool processChunk(const NormalJob& job, uint32 firstBlock, std::span<Contributions> chunk, uint32 threadCount,
+                  Polling& polling)
 {
-    parallelFor(chunk.size(), threadCount,
-                [&](uint32, uint64 begin, uint64 end)
-                {
-                    for (uint64 b = begin; b < end; ++b)
+    return inPieces(polling, chunk.size(), blocksPerPiece, threadCount,
+                    [&](uint32, uint64 begin, uint64 end)
                     {
-                        const Range faces = facesOfBlock(job, firstBlock + static_cast<uint32>(b));
-                        processFaces(job, faces, chunk[b]);
-                        if (job.nor) chunk[b].touched = touchedNormals(job, faces);
-                    }
-                });
+                        for (uint64 b = begin; b < end; ++b)
+                        {
+                            const Range faces = facesOfBlock(job, firstBlock + static_cast<uint32>(b));
+                            processFaces(job, faces, chunk[b]);
+                            if (job.nor) chunk[b].touched = touchedNormals(job, faces);
+                        }
+                    });
 }
 
 /// The workers share the vertex normals that a chunk touches, and each adds to its own in face order.
-void addChunk(const NormalJob& job, uint32 firstBlock, std::span<const Contributions> chunk,
-              uint32 threadCount)
+bool addChunk(const NormalJob& job, uint32 firstBlock, std::span<const Contributions> chunk,
+              uint32 threadCount, Polling& polling)
 {
     Range touched = chunk[0].touched;
     for (const Contributions& block : chunk) touched = unite(touched, block.touched);
-    parallelFor(touched.end - touched.begin, threadCount,
-                [&](uint32, uint64 begin, uint64 end)
-                {
-                    const Range owned{static_cast<uint32>(touched.begin + begin),
-                                      static_cast<uint32>(touched.begin + end)};
-                    for (uint32 b = 0; b < chunk.size(); ++b)
-                        addFacesToOwned(job, facesOfBlock(job, firstBlock + b), chunk[b], owned);
-                });
+    return polledFor(polling, touched.end - touched.begin, threadCount,
+                     [&](uint32, uint64 begin, uint64 end)
+                     {
+                         const Range owned{static_cast<uint32>(touched.begin + begin),
+                                           static_cast<uint32>(touched.begin + end)};
+                         PollCounter blocks(polling, blocksPerPiece);
+                         for (uint32 b = 0; b < chunk.size() && blocks.add(1); ++b)
+                             addFacesToOwned(job, facesOfBlock(job, firstBlock + b), chunk[b], owned);
+                     });
 }
 
 void accumulateInParallel(const NormalJob& job, uint32 blockCount, uint32 threadCount, Polling& polling)
@@ -212,9 +213,8 @@ void accumulateInParallel(const NormalJob& job, uint32 blockCount, uint32 thread
     for (uint32 first = 0; first < blockCount; first += chunkSize)
     {
         const std::span chunk(contributions.get(), std::min(chunkSize, blockCount - first));
-        processChunk(job, first, chunk, threadCount);
-        if (!polling.goOn()) return;
-        if (job.nor) addChunk(job, first, chunk, threadCount);
+        if (!processChunk(job, first, chunk, threadCount, polling)) return;
+        if (job.nor && !addChunk(job, first, chunk, threadCount, polling)) return;
     }
 }
 
