@@ -587,3 +587,19 @@ TEST(ParticleSystem_v2, ExchangesParticlesWithTheFileSystemOfArrays)
     ASSERT_TRUE(system.copyChannelValues(channel, heat));
     EXPECT_EQ(heat, (Array<float>{1, 2, 3}));
 }
+
+TEST(ParticleSystem_v2, ReordersValuesByAnyRemap)
+{
+    ParticleChannelChunkDataModel_v2<float> values(6, 0.0f);
+    const auto expect = [&values](std::vector<uint16> remap, std::vector<float> expected)
+    {
+        for (uint32 i = 0; i < 6; ++i) values.getData_FLOAT()[i] = static_cast<float>(i);
+        values.reorder(remap);
+        EXPECT_TRUE(std::equal(expected.begin(), expected.end(), values.getData_FLOAT()));
+    };
+    expect({0, 5, 2, 4}, {0, 5, 2, 4, 4, 5});
+    expect({1, 2, 0, 0, 3}, {1, 2, 0, 0, 3, 5});
+    expect({}, {0, 1, 2, 3, 4, 5});
+    EXPECT_EQ(values.getMemoryUsage(), 6 * sizeof(float));
+    EXPECT_EQ(values.getData_DOUBLE(), nullptr);
+}
