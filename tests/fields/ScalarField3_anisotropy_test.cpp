@@ -4,7 +4,6 @@
 #include <cmath>
 #include <limits>
 #include <random>
-#include <regex>
 #include <string>
 
 #include <tavrix/fields/detail/SymmetricEigen.h>
@@ -27,10 +26,21 @@ Field emptyField(uint32 x, uint32 y, uint32 z)
     return field;
 }
 
-/// The text with a # for each number of six decimals.
+/// The text with a # for each word that is a number of six decimals.
 std::string withoutNumbers(const std::string& text)
 {
-    return std::regex_replace(text, std::regex("[0-9]+\\.[0-9]{6}"), "#");
+    std::string result, word;
+    for (const char c : text)
+    {
+        word += c;
+        if (c != ' ' && c != '\n') continue;
+        const std::size_t point = word.find_first_not_of("0123456789");
+        const bool isNumber = point > 0 && word.size() - point == 8 && word[point] == '.' &&
+                              word.find_first_not_of("0123456789", point + 1) == word.size() - 1;
+        result += isNumber ? std::string{'#', c} : word;
+        word.clear();
+    }
+    return result + word;
 }
 
 /// Layers of particles 0.5 apart, shaken by up to a quarter of that, the top one around z = 0.
