@@ -80,8 +80,9 @@ bool Polling::goOn()
         ask();
     else
     {
-        _wanted.fetch_add(1, std::memory_order_release);
-        wakeCaller();
+        const std::lock_guard lock(_mutex);
+        ++_wanted;
+        _told.notify_one();
     }
     return !isStopped();
 }
@@ -102,27 +103,30 @@ void Polling::ask()
     _stopped.store(true, std::memory_order_relaxed);
 }
 
-void Polling::wakeCaller()
+void Polling::expectWorkers(uint32 count)
 {
-    _events.fetch_add(1, std::memory_order_release);
-    _events.notify_one();
+    const std::lock_guard lock(_mutex);
+    _running = count;
 }
 
 void Polling::workerEnded()
 {
-    _running.fetch_sub(1, std::memory_order_release);
-    wakeCaller();
+    const std::lock_guard lock(_mutex);
+    --_running;
+    _told.notify_one();
 }
 
 void Polling::attend()
 {
+    std::unique_lock lock(_mutex);
     for (;;)
     {
-        const uint32 seen = _events.load(std::memory_order_acquire);
-        const bool ended = _running.load(std::memory_order_acquire) == 0;
-        for (; _done != _wanted.load(std::memory_order_acquire); ++_done) ask();
-        if (ended) return;
-        _events.wait(seen, std::memory_order_acquire);
+        _told.wait(lock, [this] { return _wanted != 0 || _running == 0; });
+        if (_wanted == 0) return;
+        --_wanted;
+        lock.unlock();
+        ask();
+        lock.lock();
     }
 }
 

@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <atomic>
+#include <condition_variable>
 #include <functional>
+#include <mutex>
 #include <thread>
 
 #include <tavrix/foundation/CancelCallback.h>
@@ -31,22 +33,24 @@ public:
     bool hasCallback() const { return _callback != nullptr; }
 
     // For the loop that starts the workers.
-    void expectWorkers(uint32 count) { _running.store(count, std::memory_order_relaxed); }
+    void expectWorkers(uint32 count);
     void workerEnded();
     /// Polls for the workers until all have ended.
     void attend();
 
 private:
     void ask();
-    void wakeCaller();
 
     CancelCallback _callback;
     std::thread::id _caller = std::this_thread::get_id();
     std::atomic<bool> _stopped = false;
-    std::atomic<uint32> _running = 0;
-    std::atomic<uint32> _wanted = 0;  ///< polls that workers asked for
-    uint32 _done = 0;                 ///< those of them that were made
-    std::atomic<uint32> _events = 0;  ///< changes whenever the caller has something to see
+
+    // What the workers tell the caller. A condition variable: waiting for an atomic loses wake-ups where the
+    // system has no such call and GCC 12 makes do without.
+    std::mutex _mutex;
+    std::condition_variable _told;
+    uint32 _running = 0;
+    uint32 _wanted = 0;  ///< polls that were asked for, and not made yet
 };
 
 /// Counts the work of one thread, and polls after every so much of it.
