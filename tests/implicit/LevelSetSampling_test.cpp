@@ -4,6 +4,8 @@
 
 #include <tavrix/tavrix.h>
 
+#include "Polls.h"
+
 using namespace tavrix;
 
 namespace
@@ -70,4 +72,24 @@ TEST(LevelSetSampling, SolidsGrowShrinkAndBecomeHollow)
               0u);
     EXPECT_EQ(surface.getField().size(), 0u);
     EXPECT_GT(polls, 0);
+}
+
+TEST(LevelSetSampling, EveryPollCanCancel)
+{
+    const Mesh mesh = ball(1);
+    Mesh open = mesh;
+    open.refTrindexPos().resize(open.getFacesSize() - 1);
+    ImplicitSurface3Regular<float> surface;
+    const auto meshInto = [&](const Mesh& from, uint32 threads)
+    {
+        return [&surface, &from, threads](CancelCallback callback)
+        { return surface.init(from, 120, TX_IMPLICIT_SURFACE_SIGNED, threads, callback); };
+    };
+    const auto ballInto = [&](CancelCallback callback) {
+        return surface.init_v2({Vector3F{0, 0, 0}}, {1}, 2.0 / 120, 2, callback);
+    };
+    const auto leavesNothing = [&] { EXPECT_EQ(surface.getField().size(), 0u); };
+    EXPECT_GT(test::stopAtPolls(4, meshInto(mesh, 1), leavesNothing), 60);
+    EXPECT_GT(test::stopAtPolls(4, meshInto(open, 3), leavesNothing), 60);
+    EXPECT_GT(test::stopAtPolls(4, ballInto, leavesNothing), 100);
 }

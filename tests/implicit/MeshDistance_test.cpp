@@ -76,7 +76,8 @@ template <class T>
 std::vector<T> sampled(const Mesh& mesh, const Grid& grid, T band, uint32 threads = 1)
 {
     std::vector<T> samples(grid.size, T(-1));
-    EXPECT_TRUE(sampleDistance(mesh, grid, band, threads, nullptr, samples.data()));
+    detail::Polling none(nullptr);
+    EXPECT_TRUE(sampleDistance(mesh, grid, band, threads, none, samples.data()));
     return samples;
 }
 
@@ -104,8 +105,6 @@ Grid gridAt(uint32 x, uint32 y, uint32 z, const Vector3D& separation, const Vect
     grid.moveTo(center);
     return grid;
 }
-
-uint32 polls;
 
 TEST(MeshDistance, EqualsBruteForce)
 {
@@ -173,18 +172,6 @@ TEST(MeshDistance, DoesNotDependOnTheThreadCount)
     const std::vector<float> one = sampled(mesh, grid, 0.4f);
     for (const uint32 threads : {0u, 2u, 3u, 7u, 50u})
         EXPECT_EQ(one, sampled(mesh, grid, 0.4f, threads)) << threads;
-}
-
-TEST(MeshDistance, StopsBetweenRounds)
-{
-    const Grid grid = gridAt(100, 100, 100, {1, 1, 1}, {0, 0, 0});
-    Mesh mesh;
-    for (int n = 0; n < 300; ++n) addFace(mesh, {-60, -60, n * 1.0}, {60, -60, n * 0.5}, {0, 60, -n * 1.0});
-    std::vector<float> samples(grid.size);
-    const CancelCallback stopAtTen = [] { return int{++polls >= 10}; };
-    polls = 0;
-    EXPECT_FALSE(sampleDistance(mesh, grid, 100.0f, 2, stopAtTen, samples.data()));
-    EXPECT_EQ(polls, 10u);
 }
 
 #if defined(TX_AVX2_KERNELS)

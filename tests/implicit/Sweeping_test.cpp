@@ -304,7 +304,8 @@ TEST(FlagPropagation, IsTheDefinedOne)
             for (uint32 m = grid.size; m-- > 0;)
                 if (grid.getIndexes(m)[axis] + 1 < grid.sizeAlong(axis)) copyFlags(m, m + step);
         }
-        detail::propagateFlags(grid, {&flags[0], &flags[1], &flags[2]});
+        detail::Polling none(nullptr);
+        detail::propagateFlags(none, grid, {&flags[0], &flags[1], &flags[2]});
         for (uint32 f = 0; f < 3; ++f) EXPECT_EQ(flags[f].getWords(), expected[f].getWords());
     }
 }

@@ -11,8 +11,9 @@ namespace tavrix
 
 namespace detail
 {
+class Polling;
 class SweepVolumes;
-}
+}  // namespace detail
 
 /// What a surface that is made from a mesh holds: distances that are negative inside, or distances without a
 /// sign, for meshes that enclose nothing.
@@ -90,7 +91,7 @@ public:
     /// number along the six axis directions is above 1/2, so small holes are bridged and overlaps are one
     /// solid. Of a mesh that is inside out as a whole (negative volume) the outside is solid. The grid
     /// covers the box, centred on it, with ceil(extent / separation) cells an axis; what of the mesh lies
-    /// outside counts too. Returns false, and leaves no nodes, when the callback, polled some tens of
+    /// outside counts too. Returns false, and leaves no nodes, when the callback, polled some
     /// milliseconds apart, stopped the work, and for a separation that is not above 0 or a box that is not
     /// finite. Throws std::length_error when the node count passes 2^32 - 1. The same bytes for every thread
     /// count.
@@ -222,7 +223,9 @@ public:
 private:
     using Directions = std::array<Tuple3<int32, int32, int32>, 8>;
 
-    uint32 fastSweepingPositive(const T& bandLimit, const T& tolerance, uint32 threadCount);
+    uint32 sweep(const T& bandLimit, const T& tolerance, uint32 threadCount, detail::Polling& polling);
+    uint32 fastSweepingPositive(const T& bandLimit, const T& tolerance, uint32 threadCount,
+                                detail::Polling& polling);
     static void getSweepingDirections(Directions& directions);
     detail::SweepVolumes preparingThreadedSweepingVolumes(uint32 threadCount) const;
     template <class Values>
@@ -231,7 +234,9 @@ private:
                                         T& lastResidual, uint32& stallCounter, uint32& iterationCounter);
 
     bool resetOver(const Box3D& box, double separation, uint32 bandNodes);
-    void forgetInside();
+    void flagNeighbors(detail::Polling& polling);
+    void forgetInside(detail::Polling& polling);
+    bool keepUnlessStopped(const detail::Polling& polling);
     /// False after the field was resized through refField: the flags are those of other nodes.
     bool hasFlags() const { return _surface.size() == _field.size(); }
     /// Clears all flags, of so many nodes.
@@ -242,7 +247,7 @@ private:
     }
     bool isBelow(uint32 i, uint32 j, uint32 k) const { return _field.get(i, j, k) < _threshold; }
     void markNeighbor(const Index3& node, bool negative);
-    void addBorder(const BitArray& bits);
+    void addBorder(const BitArray& bits, detail::Polling& polling);
 
     template <class Stream>
     void save_useRegularFormat_Imp(Stream& stream) const;

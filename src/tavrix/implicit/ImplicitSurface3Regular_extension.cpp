@@ -148,13 +148,14 @@ uint32 ImplicitSurface3Regular<T>::extend(Values& values, const T& limit, const 
     Directions directions;
     getSweepingDirections(directions);
     extension.clearNonFinite();
+    detail::Polling polling(nullptr);
     T firstResidual = 0, lastResidual = 0;
     uint32 stallCounter = 0, iterationCounter = 0, iterations = 0;
     T residual;
     do {
         Array<T> changes(volumes.workerCount(), T(0));
         for (const auto& direction : directions)
-            volumes.sweep(direction,
+            volumes.sweep(polling, direction,
                           [&](uint32 worker, uint32 i, uint32 firstRow, uint32 endRow)
                           {
                               const T change = extension.visitRows(i, firstRow, endRow, direction);

@@ -83,15 +83,12 @@ bool ImplicitSurface3Regular<T>::init(const Mesh& mesh, double separation, const
 {
     if (!resetOver(box, separation, bandNodes)) return false;
     T* samples = _field.refArrScalars().data();
-    const bool isDone =
-        detail::sampleDistance(mesh, _field.getGrid(), _defaultValue, threadCount, callback, samples) &&
+    detail::Polling polling(callback);
+    if (detail::sampleDistance(mesh, _field.getGrid(), _defaultValue, threadCount, polling, samples) &&
         (type == TX_IMPLICIT_SURFACE_UNSIGNED ||
-         detail::negateInside(mesh, _field.getGrid(), threadCount, callback, samples));
-    if (isDone)
-        createNeighborsCells();
-    else
-        init_toZeroSize();
-    return isDone;
+         detail::negateInside(mesh, _field.getGrid(), threadCount, polling, samples)))
+        flagNeighbors(polling);
+    return keepUnlessStopped(polling);
 }
 
 template <class T>
@@ -126,11 +123,24 @@ bool ImplicitSurface3Regular<T>::init(const Array<Vector3F>& positions, const Ar
         init_toZeroSize();
         return false;
     }
-    for (T& sample : _field.refArrScalars()) sample = _defaultValue - sample;
-    createNeighborsCells();
-    forgetInside();
-    fastSweeping(_defaultValue, static_cast<T>(separation * 1e-3), threadCount);
-    return true;
+    detail::Polling polling(callback);
+    T* samples = _field.refArrScalars().data();
+    detail::inPieces(polling, _field.size(), detail::lightItems, threadCount,
+                     [&](uint32, uint64 begin, uint64 end)
+                     {
+                         for (uint64 n = begin; n < end; ++n) samples[n] = _defaultValue - samples[n];
+                     });
+    flagNeighbors(polling);
+    forgetInside(polling);
+    if (!polling.isStopped()) sweep(_defaultValue, static_cast<T>(separation * 1e-3), threadCount, polling);
+    return keepUnlessStopped(polling);
+}
+
+template <class T>
+bool ImplicitSurface3Regular<T>::keepUnlessStopped(const detail::Polling& polling)
+{
+    if (polling.isStopped()) init_toZeroSize();
+    return !polling.isStopped();
 }
 
 template <class T>
@@ -149,15 +159,23 @@ bool ImplicitSurface3Regular<T>::init_v2(const Array<Vector3F>& positions, const
 }
 
 template <class T>
-void ImplicitSurface3Regular<T>::forgetInside()
+void ImplicitSurface3Regular<T>::forgetInside(detail::Polling& polling)
 {
-    for (uint32 m = 0; m < _field.size(); ++m)
-        if (_field[m] < 0 && !isSurface(m)) _field[m] = -_defaultValue;
+    detail::inPieces(polling, _field.size(), detail::lightItems,
+                     [this](uint64 begin, uint64 end)
+                     {
+                         for (uint64 n = begin; n < end; ++n)
+                         {
+                             const auto m = static_cast<uint32>(n);
+                             if (_field[m] < 0 && !isSurface(m)) _field[m] = -_defaultValue;
+                         }
+                     });
 }
 
 #define TX_INSTANTIATE(T)                                                                                    \
     template bool ImplicitSurface3Regular<T>::resetOver(const Box3D&, double, uint32);                       \
-    template void ImplicitSurface3Regular<T>::forgetInside();                                                \
+    template void ImplicitSurface3Regular<T>::forgetInside(detail::Polling&);                                \
+    template bool ImplicitSurface3Regular<T>::keepUnlessStopped(const detail::Polling&);                     \
     template bool ImplicitSurface3Regular<T>::init(const Mesh&, double, const Box3D&, IMPLICIT_SURFACE_TYPE, \
                                                    uint32, CancelCallback, uint32);                          \
     template bool ImplicitSurface3Regular<T>::init(const Mesh&, uint32, IMPLICIT_SURFACE_TYPE, uint32,       \

@@ -2,6 +2,8 @@
 
 #include <vector>
 
+#include <tavrix/foundation/detail/Polling.h>
+
 namespace tavrix
 {
 
@@ -37,9 +39,10 @@ void countBelow(const GridDescription3<double>& grid, const T* row, T threshold,
 
 /// use(monoindex) for every set bit, in order.
 template <class Use>
-void forEachSetBit(const BitArray& bits, Use use)
+void forEachSetBit(const BitArray& bits, detail::Polling& polling, Use use)
 {
-    for (uint32 w = 0; w < bits.wordCount(); ++w)
+    detail::PollCounter work(polling, detail::scatteredItems);
+    for (uint32 w = 0; w < bits.wordCount() && work.add(1 + std::popcount(bits.getWords()[w])); ++w)
         for (uint32 word = bits.getWords()[w]; word != 0; word &= word - 1)
             use(w * 32 + static_cast<uint32>(std::countr_zero(word)));
 }
@@ -95,9 +98,9 @@ void ImplicitSurface3Regular<T>::markVoxelUnsignedNodes(const Index3& node)
 }
 
 template <class T>
-void ImplicitSurface3Regular<T>::addBorder(const BitArray& bits)
+void ImplicitSurface3Regular<T>::addBorder(const BitArray& bits, detail::Polling& polling)
 {
-    forEachSetBit(bits,
+    forEachSetBit(bits, polling,
                   [this](uint32 m)
                   {
                       const Index3 node = _field.getIndexes(m);
@@ -114,7 +117,8 @@ template <class T>
 void ImplicitSurface3Regular<T>::addBorderAroundSurface()
 {
     unflagResized();
-    addBorder(_surface);
+    detail::Polling none(nullptr);
+    addBorder(_surface, none);
 }
 
 template <class T>
@@ -123,24 +127,33 @@ void ImplicitSurface3Regular<T>::addBorderAroundNeighbors()
     unflagResized();
     // copies, because the layer that is added must not grow a layer of its own
     const BitArray positive(_neighborsPositive), negative(_neighborsNegative);
-    addBorder(positive);
-    addBorder(negative);
+    detail::Polling none(nullptr);
+    addBorder(positive, none);
+    addBorder(negative, none);
 }
 
 template <class T>
 void ImplicitSurface3Regular<T>::createNeighborsCells()
 {
+    detail::Polling none(nullptr);
+    flagNeighbors(none);
+}
+
+template <class T>
+void ImplicitSurface3Regular<T>::flagNeighbors(detail::Polling& polling)
+{
     unflag(_field.size());
     if (_field.size() == 0) return;  // one size may be 0 and the others large
     std::vector<uint8> below(_field.sizeZ());
+    detail::PollCounter nodes(polling, detail::lightItems);
     for (uint32 i = 0; i + 1 < _field.sizeX(); ++i)
-        for (uint32 j = 0; j + 1 < _field.sizeY(); ++j)
+        for (uint32 j = 0; j + 1 < _field.sizeY() && nodes.add(below.size()); ++j)
         {
             countBelow(_field.getGrid(), &_field[_field.getGrid().getMonoindex(i, j, 0)], _threshold, below);
             for (uint32 k = 0; k + 1 < below.size(); ++k)
                 if ((below[k] + below[k + 1]) % 8 != 0) markVoxelNodes({i, j, k});
         }
-    addBorderAroundSurface();
+    addBorder(_surface, polling);
 }
 
 #define TX_INSTANTIATE(T)                                                                          \
@@ -152,7 +165,8 @@ void ImplicitSurface3Regular<T>::createNeighborsCells()
     template void ImplicitSurface3Regular<T>::addBorderAroundNeighbors();                          \
     template void ImplicitSurface3Regular<T>::createNeighborsCells();                              \
     template void ImplicitSurface3Regular<T>::markNeighbor(const Index3&, bool);                   \
-    template void ImplicitSurface3Regular<T>::addBorder(const BitArray&);
+    template void ImplicitSurface3Regular<T>::flagNeighbors(detail::Polling&);                     \
+    template void ImplicitSurface3Regular<T>::addBorder(const BitArray&, detail::Polling&);
 TX_INSTANTIATE(float)
 TX_INSTANTIATE(double)
 #undef TX_INSTANTIATE

@@ -17,15 +17,15 @@ namespace
 /// use(word, first node, end) for every 32 nodes, in parallel: bits of different words may be written at
 /// once.
 template <class Use>
-void forEachWord(uint32 nodeCount, uint32 threadCount, Use use)
+bool forEachWord(detail::Polling& polling, uint32 nodeCount, uint32 threadCount, Use use)
 {
-    parallelFor(BitArray::wordsFor(nodeCount), threadCount,
-                [&](uint32, uint64 begin, uint64 end)
-                {
-                    for (uint64 w = begin; w < end; ++w)
-                        use(static_cast<uint32>(w), static_cast<uint32>(w * 32),
-                            static_cast<uint32>(std::min<uint64>(w * 32 + 32, nodeCount)));
-                });
+    return detail::inPieces(polling, BitArray::wordsFor(nodeCount), detail::lightItems / 32, threadCount,
+                            [&](uint32, uint64 begin, uint64 end)
+                            {
+                                for (uint64 w = begin; w < end; ++w)
+                                    use(static_cast<uint32>(w), static_cast<uint32>(w * 32),
+                                        static_cast<uint32>(std::min<uint64>(w * 32 + 32, nodeCount)));
+                            });
 }
 
 /// Which samples were negative, and which were far: at the default value or beyond.
@@ -37,40 +37,41 @@ struct SignMemory
 };
 
 template <class T>
-void makePositive(Array<T>& samples, T defaultValue, SignMemory& memory, uint32 threadCount)
+bool makePositive(detail::Polling& polling, Array<T>& samples, T defaultValue, SignMemory& memory,
+                  uint32 threadCount)
 {
     const T farFrom = std::fabs(defaultValue);
-    forEachWord(samples.size(), threadCount,
-                [&](uint32 word, uint32 begin, uint32 end)
-                {
-                    uint32 negative = 0, far = 0;
-                    for (uint32 n = begin; n < end; ++n)
-                    {
-                        negative |= uint32{samples[n] < 0} << (n - begin);
-                        samples[n] = std::fabs(samples[n]);
-                        far |= uint32{samples[n] >= farFrom} << (n - begin);
-                    }
-                    memory.negative.refWords()[word] = negative;
-                    memory.far.refWords()[word] = far;
-                });
+    return forEachWord(polling, samples.size(), threadCount,
+                       [&](uint32 word, uint32 begin, uint32 end)
+                       {
+                           uint32 negative = 0, far = 0;
+                           for (uint32 n = begin; n < end; ++n)
+                           {
+                               negative |= uint32{samples[n] < 0} << (n - begin);
+                               samples[n] = std::fabs(samples[n]);
+                               far |= uint32{samples[n] >= farFrom} << (n - begin);
+                           }
+                           memory.negative.refWords()[word] = negative;
+                           memory.far.refWords()[word] = far;
+                       });
 }
 
 /// Gives the samples their signs back, those that lost them; far ones that are flagged as inside become
 /// negative.
 template <class T>
-void restoreSigns(Array<T>& samples, const SignMemory& memory, const BitArray& neighborsNegative,
-                  uint32 threadCount)
+bool restoreSigns(detail::Polling& polling, Array<T>& samples, const SignMemory& memory,
+                  const BitArray& neighborsNegative, uint32 threadCount)
 {
-    forEachWord(samples.size(), threadCount,
-                [&](uint32 word, uint32 begin, uint32 end)
-                {
-                    const uint32 flagged =
-                        word < neighborsNegative.wordCount() ? neighborsNegative.getWords()[word] : 0;
-                    const uint32 negative =
-                        memory.negative.getWords()[word] | (memory.far.getWords()[word] & flagged);
-                    for (uint32 n = begin; n < end; ++n)
-                        samples[n] = negative >> (n - begin) & 1 ? -std::fabs(samples[n]) : samples[n];
-                });
+    return forEachWord(polling, samples.size(), threadCount,
+                       [&](uint32 word, uint32 begin, uint32 end)
+                       {
+                           const uint32 flagged =
+                               word < neighborsNegative.wordCount() ? neighborsNegative.getWords()[word] : 0;
+                           const uint32 negative =
+                               memory.negative.getWords()[word] | (memory.far.getWords()[word] & flagged);
+                           for (uint32 n = begin; n < end; ++n)
+                               samples[n] = negative >> (n - begin) & 1 ? -std::fabs(samples[n]) : samples[n];
+                       });
 }
 
 /// Sweeps over all nodes, each worker with marks of its own.
@@ -78,9 +79,10 @@ template <class T>
 class Sweeper
 {
 public:
-    Sweeper(const GridDescription3<double>& grid, T* samples, T bandLimit,
+    Sweeper(detail::Polling& polling, const GridDescription3<double>& grid, T* samples, T bandLimit,
             const detail::SweepVolumes& volumes)
-        : _grid(grid),
+        : _polling(polling),
+          _grid(grid),
           _samples(samples),
           _bandLimit(bandLimit),
           _volumes(volumes),
@@ -92,7 +94,7 @@ public:
     T sweep(const detail::SweepDirection& direction)
     {
         std::vector<T> changes(_volumes.workerCount(), static_cast<T>(detail::noChange));
-        _volumes.sweep(direction,
+        _volumes.sweep(_polling, direction,
                        [&](uint32 worker, uint32 i, uint32 firstRow, uint32 endRow)
                        {
                            detail::EikonalPlane<T> rows = plane(i, direction);
@@ -125,6 +127,7 @@ private:
                 .bandLimit = _bandLimit};
     }
 
+    detail::Polling& _polling;
     const GridDescription3<double>& _grid;
     T* _samples;
     T _bandLimit;
@@ -149,12 +152,12 @@ detail::SweepVolumes ImplicitSurface3Regular<T>::preparingThreadedSweepingVolume
 
 template <class T>
 uint32 ImplicitSurface3Regular<T>::fastSweepingPositive(const T& bandLimit, const T& tolerance,
-                                                        uint32 threadCount)
+                                                        uint32 threadCount, detail::Polling& polling)
 {
     const detail::SweepVolumes volumes = preparingThreadedSweepingVolumes(threadCount);
     Directions directions;
     getSweepingDirections(directions);
-    Sweeper<T> sweeper(_field.getGrid(), _field.refArrScalars().data(), bandLimit, volumes);
+    Sweeper<T> sweeper(polling, _field.getGrid(), _field.refArrScalars().data(), bandLimit, volumes);
     uint32 iterations = 0;
     T maxChange;
     do {
@@ -162,8 +165,8 @@ uint32 ImplicitSurface3Regular<T>::fastSweepingPositive(const T& bandLimit, cons
         for (const auto& direction : directions) maxChange = std::max(maxChange, sweeper.sweep(direction));
         ++iterations;
         // The second condition ends a call with a tolerance so low that nothing reaches below it.
-    } while (tolerance <= maxChange && maxChange > static_cast<T>(detail::noChange));
-    detail::propagateFlags(_field.getGrid(), {&_surface, &_neighborsPositive, &_neighborsNegative});
+    } while (tolerance <= maxChange && maxChange > static_cast<T>(detail::noChange) && !polling.isStopped());
+    detail::propagateFlags(polling, _field.getGrid(), {&_surface, &_neighborsPositive, &_neighborsNegative});
     return iterations;
 }
 
@@ -171,20 +174,29 @@ template <class T>
 uint32 ImplicitSurface3Regular<T>::fastSweeping(const T& bandLimit, const T& tolerance,
                                                 const uint32& threadCount)
 {
+    detail::Polling none(nullptr);
+    return sweep(bandLimit, tolerance, threadCount, none);
+}
+
+template <class T>
+uint32 ImplicitSurface3Regular<T>::sweep(const T& bandLimit, const T& tolerance, uint32 threadCount,
+                                         detail::Polling& polling)
+{
     if (_field.size() == 0 || !(_field.getPointSeparation() >= 0)) return 0;
     Array<T>& samples = _field.refArrScalars();
     _field.refFlags() |= Field::flagChanged;
     SignMemory memory(samples.size());
     try
     {
-        makePositive(samples, _defaultValue, memory, threadCount);
-        const uint32 iterations = fastSweepingPositive(bandLimit, tolerance, threadCount);
-        restoreSigns(samples, memory, _neighborsNegative, threadCount);
+        makePositive(polling, samples, _defaultValue, memory, threadCount);
+        const uint32 iterations = fastSweepingPositive(bandLimit, tolerance, threadCount, polling);
+        restoreSigns(polling, samples, memory, _neighborsNegative, threadCount);
         return iterations;
     }
     catch (...)
     {
-        restoreSigns(samples, memory, _neighborsNegative, 1);
+        detail::Polling none(nullptr);
+        restoreSigns(none, samples, memory, _neighborsNegative, 1);
         throw;
     }
 }
@@ -197,7 +209,9 @@ uint32 ImplicitSurface3Regular<T>::fastSweeping(const T& tolerance, const uint32
 }
 
 #define TX_INSTANTIATE(T)                                                                              \
-    template uint32 ImplicitSurface3Regular<T>::fastSweepingPositive(const T&, const T&, uint32);      \
+    template uint32 ImplicitSurface3Regular<T>::fastSweepingPositive(const T&, const T&, uint32,       \
+                                                                     detail::Polling&);                \
+    template uint32 ImplicitSurface3Regular<T>::sweep(const T&, const T&, uint32, detail::Polling&);   \
     template void ImplicitSurface3Regular<T>::getSweepingDirections(Directions&);                      \
     template detail::SweepVolumes ImplicitSurface3Regular<T>::preparingThreadedSweepingVolumes(uint32) \
         const;                                                                                         \

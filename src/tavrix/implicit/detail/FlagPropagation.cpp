@@ -94,11 +94,11 @@ FlagWord spread(const FlagWord& word, uint32 node)
     return result;
 }
 
-void propagateAlongZ(const GridDescription3<double>& grid, FlagBits& bits)
+void propagateAlongZ(const GridDescription3<double>& grid, FlagBits& bits, PollCounter& nodes)
 {
     const uint32 wordCount = (grid.sizeZ + 63) / 64;
     const auto countOf = [&](uint32 w) { return std::min(64u, grid.sizeZ - w * 64); };
-    for (uint64 row = 0; row < grid.size; row += grid.sizeZ)
+    for (uint64 row = 0; row < grid.size && nodes.add(grid.sizeZ); row += grid.sizeZ)
     {
         FlagWord carried{};
         for (uint32 w = 0; w < wordCount; ++w)
@@ -133,9 +133,9 @@ void fillRow(FlagBits& bits, uint64 to, uint64 from, uint32 sizeZ)
     }
 }
 
-void propagateAlongY(const GridDescription3<double>& grid, FlagBits& bits)
+void propagateAlongY(const GridDescription3<double>& grid, FlagBits& bits, PollCounter& nodes)
 {
-    for (uint32 i = 0; i < grid.sizeX; ++i)
+    for (uint32 i = 0; i < grid.sizeX && nodes.add(grid.sizeYZ); ++i)
     {
         for (uint32 j = 1; j < grid.sizeY; ++j)
             fillRow(bits, grid.getMonoindex(i, j, 0), grid.getMonoindex(i, j - 1, 0), grid.sizeZ);
@@ -144,19 +144,19 @@ void propagateAlongY(const GridDescription3<double>& grid, FlagBits& bits)
     }
 }
 
-void propagateAlongX(const GridDescription3<double>& grid, FlagBits& bits)
+void propagateAlongX(const GridDescription3<double>& grid, FlagBits& bits, PollCounter& nodes)
 {
-    for (uint32 i = 1; i < grid.sizeX; ++i)
+    for (uint32 i = 1; i < grid.sizeX && nodes.add(grid.sizeYZ); ++i)
         for (uint32 j = 0; j < grid.sizeY; ++j)
             fillRow(bits, grid.getMonoindex(i, j, 0), grid.getMonoindex(i - 1, j, 0), grid.sizeZ);
-    for (uint32 i = grid.sizeX - 1; i-- > 0;)
+    for (uint32 i = grid.sizeX - 1; i-- > 0 && nodes.add(grid.sizeYZ);)
         for (uint32 j = 0; j < grid.sizeY; ++j)
             fillRow(bits, grid.getMonoindex(i, j, 0), grid.getMonoindex(i + 1, j, 0), grid.sizeZ);
 }
 
 }  // namespace
 
-void propagateFlags(const GridDescription3<double>& grid, const NodeFlags& flags)
+void propagateFlags(Polling& polling, const GridDescription3<double>& grid, const NodeFlags& flags)
 {
     bool any = false;
     for (const BitArray* bits : flags)
@@ -166,9 +166,10 @@ void propagateFlags(const GridDescription3<double>& grid, const NodeFlags& flags
     }
     if (!any) return;
     FlagBits bits(flags);
-    propagateAlongZ(grid, bits);
-    propagateAlongY(grid, bits);
-    propagateAlongX(grid, bits);
+    PollCounter nodes(polling, lightItems);
+    propagateAlongZ(grid, bits, nodes);
+    propagateAlongY(grid, bits, nodes);
+    propagateAlongX(grid, bits, nodes);
 }
 
 }  // namespace tavrix::detail

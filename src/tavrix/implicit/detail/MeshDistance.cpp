@@ -6,7 +6,6 @@
 #include <tavrix/fields/detail/Lattice.h>
 #include <tavrix/implicit/detail/MeshDistanceKernel.h>
 #include <tavrix/implicit/detail/MeshFaces.h>
-#include <tavrix/implicit/detail/Rounds.h>
 #include <tavrix/platform/detail/CpuFeatures.h>
 
 namespace tavrix::detail
@@ -191,10 +190,8 @@ void lowerSlab(const DistanceTarget<T>& target, const MeshFaces& mesh, const Arr
 /// Lowers all samples to all faces.
 template <class T>
 bool lowerAll(const DistanceTarget<T>& target, const MeshFaces& mesh, const Array<FaceReach>& reaches,
-              uint32 threadCount, CancelCallback callback)
+              uint32 threadCount, Polling& polling)
 {
-    Polling polling(callback);
-    if (!polling.goOn()) return false;
     std::vector<Slab<T>> slabs = makeSlabs(target, reaches, threadCount, polling);
     if (polling.isStopped()) return false;
     return polledFor(polling, slabs.size(), static_cast<uint32>(slabs.size()),
@@ -212,20 +209,21 @@ bool lowerAll(const DistanceTarget<T>& target, const MeshFaces& mesh, const Arra
 
 template <class T>
 bool sampleDistance(const Mesh& mesh, const GridDescription3<double>& grid, T band, uint32 threadCount,
-                    CancelCallback callback, T* samples)
+                    Polling& polling, T* samples)
 {
-    if (grid.size == 0) return !isCancelled(callback);
+    if (!polling.goOn()) return false;
+    if (grid.size == 0) return true;
     const MeshFaces faces(mesh);
     const Lattice lattice(grid);
     const T square = band > 0 ? band * band : T(0);
-    if (!inRounds(grid.size, itemsPerPass, threadCount, callback,
+    if (!inPieces(polling, grid.size, lightItems, threadCount,
                   [&](uint32, uint64 begin, uint64 end)
                   { std::fill(samples + begin, samples + end, square); }))
         return false;
     if (band > 0)
     {
         Array<FaceReach> reaches(faces.faceCount);
-        if (!inRounds(faces.faceCount, itemsPerPass, threadCount, callback,
+        if (!inPieces(polling, faces.faceCount, scatteredItems, threadCount,
                       [&](uint32, uint64 begin, uint64 end)
                       {
                           for (uint64 f = begin; f < end; ++f)
@@ -239,15 +237,13 @@ bool sampleDistance(const Mesh& mesh, const GridDescription3<double>& grid, T ba
             target.nodes[axis] = lattice.nodes[axis].data();
             target.reciprocal[axis] = lattice.reciprocal[axis];
         }
-        if (!lowerAll(target, faces, reaches, threadCount, callback)) return false;
+        if (!lowerAll(target, faces, reaches, threadCount, polling)) return false;
     }
-    return inRounds(grid.size, itemsPerPass, threadCount, callback,
+    return inPieces(polling, grid.size, lightItems, threadCount,
                     [&](uint32, uint64 begin, uint64 end) { rootsUpTo(samples + begin, end - begin, band); });
 }
 
-template bool sampleDistance(const Mesh&, const GridDescription3<double>&, float, uint32, CancelCallback,
-                             float*);
-template bool sampleDistance(const Mesh&, const GridDescription3<double>&, double, uint32, CancelCallback,
-                             double*);
+template bool sampleDistance(const Mesh&, const GridDescription3<double>&, float, uint32, Polling&, float*);
+template bool sampleDistance(const Mesh&, const GridDescription3<double>&, double, uint32, Polling&, double*);
 
 }  // namespace tavrix::detail

@@ -1,7 +1,7 @@
 #pragma once
 
 #include <tavrix/fields/GridDescription3.h>
-#include <tavrix/foundation/CancelCallback.h>
+#include <tavrix/foundation/detail/Polling.h>
 #include <tavrix/mesh/Mesh.h>
 
 namespace tavrix::detail
@@ -12,9 +12,9 @@ namespace tavrix::detail
 /// relative to the face, so it is good to some 1e-6 of band and face size for float. Faces without area count
 /// as the segment or point that they are; faces with corners that are not finite or do not exist do not
 /// count. Instantiated for float and double. The bytes do not depend on the thread count. False, and the
-/// samples unspecified, when the callback stopped the work.
+/// samples unspecified, when the polling stopped the work.
 template <class T>
 bool sampleDistance(const Mesh& mesh, const GridDescription3<double>& grid, T band, uint32 threadCount,
-                    CancelCallback callback, T* samples);
+                    Polling& polling, T* samples);
 
 }  // namespace tavrix::detail

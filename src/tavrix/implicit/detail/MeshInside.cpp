@@ -4,10 +4,8 @@
 #include <cstdint>
 #include <vector>
 
-#include <tavrix/foundation/ParallelFor.h>
 #include <tavrix/implicit/detail/FaceSlice.h>
 #include <tavrix/implicit/detail/MeshFaces.h>
-#include <tavrix/implicit/detail/Rounds.h>
 
 namespace tavrix::detail
 {
@@ -26,6 +24,9 @@ struct PlaneRange
     uint32 low, high;
 };
 
+/// A face cut by a plane costs as much as so many nodes or faces that are passed over.
+constexpr uint64 workPerCut = 16;
+
 /// Planes of nodes that a worker handles together: few enough for its cache, but no more than 64 goes over
 /// all faces.
 uint32 planesTogether(const Lattice& lattice, uint32 axis)
@@ -39,7 +40,7 @@ uint32 planesTogether(const Lattice& lattice, uint32 axis)
 /// is the crossings before each node and after the former, inwards less outwards, and all of each row in
 /// `total`. What goes out is the sum of the windings seen from both ends. True when a row does not balance.
 bool countAlongRows(int32* crossings, const int32* total, std::size_t outer, std::size_t along,
-                    std::size_t inner, int32* running)
+                    std::size_t inner, int32* running, PollCounter& work)
 {
     bool isOpen = false;
     for (std::size_t o = 0; o < outer; ++o, total += inner)
@@ -49,17 +50,17 @@ bool countAlongRows(int32* crossings, const int32* total, std::size_t outer, std
             running[n] = -total[n];
             isOpen |= total[n] != 0;
         }
-        for (std::size_t a = 0; a < along; ++a, crossings += inner)
+        for (std::size_t a = 0; a < along && work.add(inner); ++a, crossings += inner)
             for (std::size_t n = 0; n < inner; ++n) crossings[n] = running[n] += 2 * crossings[n];
     }
     return isOpen;
 }
 
 /// The same for rows along z, whose nodes follow each other.
-bool countAlongZ(int32* crossings, const int32* total, std::size_t rows, std::size_t along)
+bool countAlongZ(int32* crossings, const int32* total, std::size_t rows, std::size_t along, PollCounter& work)
 {
     bool isOpen = false;
-    for (std::size_t r = 0; r < rows; ++r, crossings += along)
+    for (std::size_t r = 0; r < rows && work.add(along); ++r, crossings += along)
     {
         int32 running = -total[r];
         isOpen |= running != 0;
@@ -93,18 +94,17 @@ struct Workspace
 class Ballot
 {
 public:
-    Ballot(const Mesh& mesh, const GridDescription3<double>& grid, uint32 threadCount,
-           CancelCallback callback)
+    Ballot(const Mesh& mesh, const GridDescription3<double>& grid, uint32 threadCount, Polling& polling)
         : _faces(mesh),
           _lattice(grid),
           _threadCount(threadCount),
-          _callback(callback),
+          _polling(polling),
           _ranges(_faces.faceCount),
           _votes(grid.size)
     {
     }
 
-    /// False when the callback stopped it.
+    /// False when the polling stopped it.
     bool run()
     {
         return forPlanes(
@@ -126,30 +126,18 @@ private:
         {
             for (uint64 f = begin; f < end; ++f) _ranges[f] = rangeOf(static_cast<uint32>(f), axis);
         };
-        if (!inRounds(_faces.faceCount, itemsPerPass, _threadCount, _callback, findRanges)) return false;
+        if (!inPieces(_polling, _faces.faceCount, scatteredItems, _threadCount, findRanges)) return false;
         std::vector<Workspace> spaces(std::max(_threadCount, 1u));
         const uint32 together = planesTogether(_lattice, axis);
         const auto votePlanes = [&](uint32 worker, uint64 begin, uint64 end)
         {
-            for (uint64 low = begin; low < end; low += together)
+            for (uint64 low = begin; low < end && !_polling.isStopped(); low += together)
                 vote(spaces[worker], static_cast<uint32>(low),
                      static_cast<uint32>(std::min<uint64>(low + together, end)));
         };
-        if (!inRounds(_lattice.size[axis], planesInRound(axis), _threadCount, _callback, votePlanes))
-            return false;
+        if (!polledFor(_polling, _lattice.size[axis], _threadCount, votePlanes)) return false;
         for (const Workspace& space : spaces) _isOpen |= space.isOpen;
         return true;
-    }
-
-    /// Planes that a worker handles between two polls: some milliseconds of nodes and faces.
-    uint64 planesInRound(uint32 axis) const
-    {
-        constexpr uint64 facesInRound = uint64{1} << 18;
-        const uint64 workers = std::max(_threadCount, 1u);
-        constexpr uint64 nodesInRound = uint64{1} << 22;
-        const uint64 rounds =
-            1 + _votes.size() / (nodesInRound * workers) + _faces.faceCount / (facesInRound * workers);
-        return _lattice.size[axis] / (rounds * workers) + 1;
     }
 
     PlaneRange rangeOf(uint32 face, uint32 axis) const
@@ -163,16 +151,16 @@ private:
 
     /// Calls visit(plane, cut) wherever a face crosses one of the planes [low, high) of an axis.
     template <class Visit>
-    void forCuts(uint32 axis, uint32 low, uint32 high, Visit visit) const
+    void forCuts(uint32 axis, uint32 low, uint32 high, PollCounter& work, Visit visit) const
     {
-        for (uint32 f = 0; f < _faces.faceCount; ++f)
+        for (uint32 f = 0; f < _faces.faceCount && work.add(1); ++f)
         {
             if (_ranges[f].low >= high || _ranges[f].high <= low) continue;
             const Vector3D* const corners[3] = {&_faces.corner(f, 0), &_faces.corner(f, 1),
                                                 &_faces.corner(f, 2)};
             const uint32 end = std::min(high, _ranges[f].high);
             Cut cut{};
-            for (uint32 p = std::max(low, _ranges[f].low); p < end; ++p)
+            for (uint32 p = std::max(low, _ranges[f].low); p < end && work.add(workPerCut); ++p)
                 if (cutFace(corners, axis, _lattice.nodes[axis][p], cut)) visit(p, cut);
         }
     }
@@ -181,8 +169,9 @@ private:
     {
         const std::size_t sizeX = _lattice.size[0], sizeY = _lattice.size[1], sizeZ = _lattice.size[2];
         const std::size_t rows = (high - low) * sizeZ;
+        PollCounter work(_polling, lightItems);
         space.alongFirst.clear(sizeX * rows, rows);
-        forCuts(1, low, high,
+        forCuts(1, low, high, work,
                 [&](uint32 plane, const Cut& cut)
                 {
                     const std::size_t row = (plane - low) * sizeZ;
@@ -199,8 +188,8 @@ private:
                 });
         space.running.resize(rows);
         space.isOpen |= countAlongRows(space.alongFirst.nodes.data(), space.alongFirst.total.data(), 1, sizeX,
-                                       rows, space.running.data());
-        for (std::size_t i = 0; i < sizeX; ++i)
+                                       rows, space.running.data(), work);
+        for (std::size_t i = 0; i < sizeX && work.add(rows); ++i)
         {
             const int32* from = space.alongFirst.nodes.data() + i * rows;
             Votes* to = _votes.data() + (i * sizeY + low) * sizeZ;
@@ -213,9 +202,10 @@ private:
     {
         const std::size_t sizeY = _lattice.size[1], sizeZ = _lattice.size[2];
         const std::size_t planes = high - low, nodeCount = planes * sizeY * sizeZ;
+        PollCounter work(_polling, lightItems);
         space.alongFirst.clear(nodeCount, planes * sizeZ);
         space.alongSecond.clear(nodeCount, planes * sizeY);
-        forCuts(0, low, high,
+        forCuts(0, low, high, work,
                 [&](uint32 plane, const Cut& cut)
                 {
                     crossAlongY(space.alongFirst, plane - low, cut);
@@ -223,9 +213,9 @@ private:
                 });
         space.running.resize(sizeZ);
         space.isOpen |= countAlongRows(space.alongFirst.nodes.data(), space.alongFirst.total.data(), planes,
-                                       sizeY, sizeZ, space.running.data());
+                                       sizeY, sizeZ, space.running.data(), work);
         space.isOpen |= countAlongZ(space.alongSecond.nodes.data(), space.alongSecond.total.data(),
-                                    planes * sizeY, sizeZ);
+                                    planes * sizeY, sizeZ, work);
         Votes* votes = _votes.data() + low * sizeY * sizeZ;
         for (std::size_t n = 0; n < nodeCount; ++n)
         {
@@ -267,7 +257,7 @@ private:
     MeshFaces _faces;
     Lattice _lattice;
     uint32 _threadCount;
-    CancelCallback _callback;
+    Polling& _polling;
     Array<PlaneRange> _ranges;  ///< of each face along the present axis
     Array<Votes> _votes;
     bool _isOpen = false;
@@ -303,27 +293,27 @@ Constituency constituencyOf(const GridDescription3<double>& grid, const Votes* v
 
 /// Six times the volume inside the faces as seen from the grid, summed in blocks of faces that do not depend
 /// on the thread count.
-double volumeOf(const Mesh& mesh, const GridDescription3<double>& grid, uint32 threadCount)
+double volumeOf(const Mesh& mesh, const GridDescription3<double>& grid, uint32 threadCount, Polling& polling)
 {
     const MeshFaces faces(mesh);
     constexpr uint32 blockSize = 1u << 14;
     const Vector3D center = (grid.box.min + grid.box.max) * 0.5;
     std::vector<double> parts(faces.faceCount / blockSize + 1, 0.0);
-    parallelFor(parts.size(), threadCount,
-                [&](uint32, uint64 begin, uint64 end)
-                {
-                    for (uint64 block = begin; block < end; ++block)
-                        for (uint64 f = block * blockSize;
-                             f < std::min<uint64>((block + 1) * blockSize, faces.faceCount); ++f)
-                        {
-                            const auto face = static_cast<uint32>(f);
-                            if (!faces.isUsable(face)) continue;
-                            const Vector3D a = faces.corner(face, 0) - center,
-                                           b = faces.corner(face, 1) - center,
-                                           c = faces.corner(face, 2) - center;
-                            parts[block] += dot(a, cross(b, c));
-                        }
-                });
+    inPieces(polling, parts.size(), 4, threadCount,
+             [&](uint32, uint64 begin, uint64 end)
+             {
+                 for (uint64 block = begin; block < end; ++block)
+                     for (uint64 f = block * blockSize;
+                          f < std::min<uint64>((block + 1) * blockSize, faces.faceCount); ++f)
+                     {
+                         const auto face = static_cast<uint32>(f);
+                         if (!faces.isUsable(face)) continue;
+                         const Vector3D a = faces.corner(face, 0) - center,
+                                        b = faces.corner(face, 1) - center,
+                                        c = faces.corner(face, 2) - center;
+                         parts[block] += dot(a, cross(b, c));
+                     }
+             });
     double sum = 0;
     for (const double part : parts) sum += part;
     return sum;
@@ -333,14 +323,15 @@ double volumeOf(const Mesh& mesh, const GridDescription3<double>& grid, uint32 t
 
 template <class T>
 bool negateInside(const Mesh& mesh, const GridDescription3<double>& grid, uint32 threadCount,
-                  CancelCallback callback, T* samples)
+                  Polling& polling, T* samples)
 {
-    if (grid.size == 0) return !isCancelled(callback);
-    Ballot ballot(mesh, grid, threadCount, callback);
+    if (!polling.goOn()) return false;
+    if (grid.size == 0) return true;
+    Ballot ballot(mesh, grid, threadCount, polling);
     if (!ballot.run()) return false;
     Votes* votes = ballot.votes().data();
     // A mean of six above 1/2, or above -1/2 when the solid is outside.
-    const int32 needed = volumeOf(mesh, grid, threadCount) < 0 ? -3 : 3;
+    const int32 needed = volumeOf(mesh, grid, threadCount, polling) < 0 ? -3 : 3;
     Array<Votes> agreed;
     if (ballot.isOpen())
     {
@@ -353,10 +344,10 @@ bool negateInside(const Mesh& mesh, const GridDescription3<double>& grid, uint32
                 agreed[n] = static_cast<Votes>(all.votes > needed * all.nodes ? needed + 1 : needed);
             }
         };
-        if (!inRounds(grid.size, itemsPerPass, threadCount, callback, agree)) return false;
+        if (!inPieces(polling, grid.size, scatteredItems, threadCount, agree)) return false;
         votes = agreed.data();
     }
-    return inRounds(grid.size, itemsPerPass, threadCount, callback,
+    return inPieces(polling, grid.size, lightItems, threadCount,
                     [&](uint32, uint64 begin, uint64 end)
                     {
                         for (uint64 n = begin; n < end; ++n)
@@ -364,7 +355,7 @@ bool negateInside(const Mesh& mesh, const GridDescription3<double>& grid, uint32
                     });
 }
 
-template bool negateInside(const Mesh&, const GridDescription3<double>&, uint32, CancelCallback, float*);
-template bool negateInside(const Mesh&, const GridDescription3<double>&, uint32, CancelCallback, double*);
+template bool negateInside(const Mesh&, const GridDescription3<double>&, uint32, Polling&, float*);
+template bool negateInside(const Mesh&, const GridDescription3<double>&, uint32, Polling&, double*);
 
 }  // namespace tavrix::detail

@@ -1,7 +1,7 @@
 #pragma once
 
 #include <tavrix/fields/GridDescription3.h>
-#include <tavrix/foundation/CancelCallback.h>
+#include <tavrix/foundation/detail/Polling.h>
 #include <tavrix/mesh/Mesh.h>
 
 namespace tavrix::detail
@@ -17,9 +17,9 @@ namespace tavrix::detail
 /// volume negative) has its solid outside. A closed mesh gets windings that are exact on every grid, also one
 /// whose nodes lie on its edges; a node on a face may go either way. Faces with corners that are not finite
 /// or do not exist do not count. Instantiated for float and double; the result does not depend on the thread
-/// count. False, and the samples unspecified, when the callback stopped the work.
+/// count. False, and the samples unspecified, when the polling stopped the work.
 template <class T>
 bool negateInside(const Mesh& mesh, const GridDescription3<double>& grid, uint32 threadCount,
-                  CancelCallback callback, T* samples);
+                  Polling& polling, T* samples);
 
 }  // namespace tavrix::detail

@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include <tavrix/fields/GridDescription3.h>
-#include <tavrix/foundation/ParallelFor.h>
+#include <tavrix/foundation/detail/Polling.h>
 
 namespace tavrix::detail
 {
@@ -24,6 +24,7 @@ public:
     SweepVolumes(const GridDescription3<double>& grid, uint32 threadCount, uint32 rowsInGroup)
         : _sizeX(grid.sizeX),
           _sizeY(grid.sizeY),
+          _sizeZ(grid.sizeZ),
           _rowsInGroup(rowsInGroup),
           _threadCount(std::max(threadCount, 1u))
     {
@@ -41,20 +42,21 @@ public:
     uint32 workerCount() const { return std::min(_threadCount, std::min(_slabs, _blocks)); }
 
     /// visit(worker, plane, first row, end row) for parts of planes that cover all nodes once. Rows are
-    /// counted along the way of the direction.
+    /// counted along the way of the direction. Ends early when the polling stops it.
     template <class Visit>
-    void sweep(const SweepDirection& direction, Visit visit) const
+    void sweep(Polling& polling, const SweepDirection& direction, Visit visit) const
     {
-        for (uint32 wave = 0; wave < _slabs + _blocks - 1; ++wave)
+        for (uint32 wave = 0; wave < _slabs + _blocks - 1 && !polling.isStopped(); ++wave)
         {
             const uint32 first = wave < _blocks ? 0 : wave - _blocks + 1;
             const uint32 last = std::min(wave, _slabs - 1);
-            parallelFor(last - first + 1, _threadCount,
-                        [&](uint32 worker, uint64 begin, uint64 end)
-                        {
-                            for (uint64 slab = first + begin; slab < first + end; ++slab)
-                                visitVolume(direction, slab, wave - slab, worker, visit);
-                        });
+            polledFor(polling, last - first + 1, _threadCount,
+                      [&](uint32 worker, uint64 begin, uint64 end)
+                      {
+                          PollCounter nodes(polling, scatteredItems);
+                          for (uint64 slab = first + begin; slab < first + end; ++slab)
+                              visitVolume(direction, slab, wave - slab, worker, nodes, visit);
+                      });
         }
     }
 
@@ -68,13 +70,14 @@ private:
 
     template <class Visit>
     void visitVolume(const SweepDirection& direction, uint64 slab, uint64 block, uint32 worker,
-                     Visit visit) const
+                     PollCounter& nodes, Visit visit) const
     {
-        for (uint32 t = planeAt(slab); t < planeAt(slab + 1); ++t)
-            visit(worker, direction.a > 0 ? t : _sizeX - 1 - t, rowAt(block), rowAt(block + 1));
+        const uint32 low = rowAt(block), high = rowAt(block + 1);
+        for (uint32 t = planeAt(slab); t < planeAt(slab + 1) && nodes.add(uint64{high - low} * _sizeZ); ++t)
+            visit(worker, direction.a > 0 ? t : _sizeX - 1 - t, low, high);
     }
 
-    uint32 _sizeX, _sizeY, _rowsInGroup, _threadCount;
+    uint32 _sizeX, _sizeY, _sizeZ, _rowsInGroup, _threadCount;
     uint32 _slabs, _blocks;
 };
 
