@@ -120,7 +120,7 @@ void confirmLayout(FileBufferIn& file, const Grid& grid, FieldLayout layout, con
     refuse(path, "its size is not that of float samples in the " + std::string(nameOf(layout)) + " layout");
 }
 
-/// Whether so many indices, with a gap of so many bytes behind each, rise and are below the limit.
+/// Whether `count` indices, each followed by `gap` bytes, ascend and are below the limit.
 bool indicesRise(FileBufferIn& file, uint32 count, int64 gap, uint32 limit)
 {
     uint64 least = 0;

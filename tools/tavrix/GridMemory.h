@@ -23,7 +23,7 @@ uint64 availableMemory();
 void confirmFits(const GridFit& grid, const Box3D& box, double reach, double bytesPerNode,
                  const std::string& file);
 
-/// Throws Failure, naming the file, when a grid of so many nodes would pass the memory that the machine has
+/// Throws Failure, naming the file, when a grid of `nodes` nodes would pass the memory that the machine has
 /// left.
 void confirmFits(double nodes, double bytesPerNode, const std::string& file);
 

@@ -3,7 +3,7 @@
 namespace tavrix::tool
 {
 
-/// Makes Ctrl-C and a request to terminate a request to stop, which the library's long operations poll.
+/// Turns SIGINT and SIGTERM (Ctrl-C on Windows) into a stop flag that long operations poll.
 void installInterruptHandler();
 
 /// 1 after such a request, else 0: a cancellation callback.

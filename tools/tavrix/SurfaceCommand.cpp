@@ -144,7 +144,7 @@ void addPreview(CLI::App& surface, SurfaceOptions& options)
     addPictureArguments(surface, "--preview-size", options.picture, "Picture");
 }
 
-/// Throws what makes the options contradict each other.
+/// Rejects contradictory options.
 void checkTogether(const SurfaceOptions& options)
 {
     const bool isSequence = isPattern(options.input);

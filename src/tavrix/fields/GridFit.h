@@ -25,7 +25,8 @@ struct GridFit
 /// 0 and the box finite.
 TX_GEOMETRY_API GridFit fitGrid(const Box3D& box, double reach, double spacing);
 
-/// The smallest spacing from the given one on, to two digits, whose grid has no more than so many nodes.
+/// The smallest spacing, at least the given one and rounded up to two digits, whose grid has at most
+/// `mostNodes` nodes.
 TX_GEOMETRY_API double fittingSpacing(const Box3D& box, double reach, double spacing, double mostNodes);
 
 }  // namespace tavrix

@@ -23,10 +23,10 @@ class Vector3Field3;
 ///
 /// Holds what all storages share: the flags word, the render object, the type and the grid. Every operation
 /// works on every storage, and gives the same samples; a storage overrides what it can do faster. Indices of
-/// nodes are not checked; a point outside the closed box answers (false, 3.4028235e38). Fields that meet in
-/// one operation may differ in storage, sizes and place, but must have equally many samples, which are
-/// paired by monoindex: otherwise nothing changes and the operation returns false. No other errors are
-/// reported. Integer arithmetic wraps around.
+/// nodes are not checked; a query outside the closed box returns false with the value 3.4028235e38. Fields
+/// that meet in one operation may differ in storage, sizes and place, but must have equally many samples,
+/// which are paired by monoindex: otherwise nothing changes and the operation returns false. No other errors
+/// are reported. Integer arithmetic wraps around.
 template <class Value, class Coord>
 class ScalarField3_base
 {

@@ -21,7 +21,7 @@ ImplicitSurface3Regular<T>::ImplicitSurface3Regular(const ImplicitSurface3Regula
 template <class T>
 ImplicitSurface3Regular<T>& ImplicitSurface3Regular<T>::operator=(const ImplicitSurface3Regular& other)
 {
-    // All that may fail comes first, here and in reset: there is a bit a node at any time.
+    // Allocates first, so that a failure leaves the flags consistent.
     BitArray surface(other._surface), positive(other._neighborsPositive), negative(other._neighborsNegative);
     _field = other._field;
     Base::operator=(other);

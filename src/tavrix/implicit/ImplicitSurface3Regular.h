@@ -239,7 +239,7 @@ private:
     bool keepUnlessStopped(const detail::Polling& polling);
     /// False after the field was resized through refField: the flags are those of other nodes.
     bool hasFlags() const { return _surface.size() == _field.size(); }
-    /// Clears all flags, of so many nodes.
+    /// Resizes the flags to `nodeCount` nodes and clears them.
     void unflag(uint32 nodeCount);
     void unflagResized()
     {

@@ -32,7 +32,7 @@ void writeGrid(Stream& stream, const GridDescription3<double>& grid)
     writeValue(stream, grid.largestSeparation);
 }
 
-/// Memory is taken for up to so many nodes, 256 along each axis, when nothing but the sizes speaks for them.
+/// Largest grid, 256 nodes along each axis, that is allocated on the word of its sizes alone.
 constexpr uint64 nodesOnTrust = 1u << 24;
 /// The most nodes for each sample that a file which is cut off gives.
 constexpr uint64 nodesPerSample = 64;
@@ -123,7 +123,7 @@ void writeList(Stream& stream, uint32 end, IsMeant isMeant, Make make)
     if (used > 0) stream.write(block, used);
 }
 
-/// Reads so many records, or those that there are; false when some are missing.
+/// Reads up to `count` records; false if there are fewer.
 template <class Record, class Stream, class Use>
 bool readRecords(Stream& stream, uint32 count, Use use)
 {

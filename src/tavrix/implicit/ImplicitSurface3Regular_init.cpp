@@ -56,7 +56,7 @@ Box3D grown(const Box3D& box, double by)
     return {box.min - Vector3D{by, by, by}, box.max + Vector3D{by, by, by}};
 }
 
-/// How far a grid over what it samples goes beyond that.
+/// Grid margin around the geometry.
 double marginOf(uint32 bandNodes, double separation) { return (std::max(bandNodes, 1u) + 1.0) * separation; }
 
 }  // namespace

@@ -164,7 +164,7 @@ uint32 ImplicitSurface3Regular<T>::fastSweepingPositive(const T& bandLimit, cons
         maxChange = -1e7;
         for (const auto& direction : directions) maxChange = std::max(maxChange, sweeper.sweep(direction));
         ++iterations;
-        // The second condition ends a call with a tolerance so low that nothing reaches below it.
+        // Also stops when nothing changed.
     } while (tolerance <= maxChange && maxChange > static_cast<T>(detail::noChange) && !polling.isStopped());
     detail::propagateFlags(polling, _field.getGrid(), {&_surface, &_neighborsPositive, &_neighborsNegative});
     return iterations;

@@ -11,7 +11,7 @@ namespace tavrix
 namespace
 {
 
-/// Sweeping ends when no sample changes by so many separations any more.
+/// Sweeping tolerance, in separations.
 constexpr double sweepTolerance = 1e-3;
 
 /// Nodes that the box of a face or a sphere holds, widened by so many on every side; the extent is one in
@@ -34,7 +34,7 @@ double nodesAround(const Mesh& mesh, double spacing, uint32 nodes)
     return sum;
 }
 
-/// The widest band that is worth exact distances, given the number of nodes to be visited for one of so many.
+/// Widest band whose sampling is affordable; `visited(band)` is the number of node visits it costs.
 template <class NodesVisited>
 uint32 exactBandNodes(double neededNodes, NodesVisited visited)
 {
@@ -52,8 +52,8 @@ double depthOf(const LevelSet& surface)
     return -static_cast<double>(low);
 }
 
-/// Makes the inside of a mesh that is inside out as a whole the solid; its outside was, up to the grid's
-/// border. Returns whether it did.
+/// Inverts the surface of a mesh that is inside out as a whole, whose outside came out solid. Returns whether
+/// it did.
 bool turnOutwards(LevelSet& surface)
 {
     if (surface.getArraySize() == 0 || !(surface.get(0) < 0)) return false;
@@ -64,7 +64,7 @@ bool turnOutwards(LevelSet& surface)
     return true;
 }
 
-/// Carries the distances on to the plan's band where the exact one is narrower.
+/// Extends the distances from the exact band to the plan's by sweeping.
 uint32 finish(LevelSet& surface, const LevelSetPlan& plan, uint32 exactNodes, uint32 threadCount,
               CancelCallback callback)
 {

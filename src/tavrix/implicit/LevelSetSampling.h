@@ -8,19 +8,19 @@ namespace tavrix
 
 using LevelSet = ImplicitSurface3Regular<float>;
 
-/// What distances around a surface are wanted for, in units of space.
+/// How far from a surface distances are needed, in units of space.
 struct LevelSetExtent
 {
     double spacing;
-    double outermost = 0;  ///< how far outside the surfaces to come go: the grid has room for them
-    double farthest = 0;   ///< how far from the sampled surface, on either side, they lie
+    double outermost = 0;  ///< how far outwards later surfaces reach: the grid's margin
+    double farthest = 0;   ///< their largest distance from the sampled surface, on either side
 
     /// For the surface moved outwards by the offset (inwards below 0), with a wall of that thickness.
     TX_GEOMETRY_API static LevelSetExtent forOffset(double spacing, double offset, double wall = 0);
 };
 
-/// A grid with nodes at whole multiples of the spacing, and how far from the surface its samples are to be
-/// distances: the default value is that of all others.
+/// A grid with nodes at integer multiples of the spacing, and the width of the band of distances on it; nodes
+/// beyond have the default value.
 struct LevelSetPlan
 {
     GridFit grid;
@@ -32,8 +32,8 @@ struct LevelSetPlan
     static constexpr double bytesPerNode = 8;
 };
 
-/// How far from the surface samples on a grid over the box must be distances, in spacings: four beyond the
-/// surfaces to come, 3 where there are none, and no further than the box's diagonal.
+/// Width of the band of distances, in spacings: four beyond later surfaces, 3 without any, and at most the
+/// box's diagonal.
 TX_GEOMETRY_API double bandFor(const LevelSetExtent& extent, const Box3D& grid);
 
 /// The plan around what lies in the box. A separation above 0 and a finite box.
@@ -53,22 +53,21 @@ TX_GEOMETRY_API uint32 sampleParticles(LevelSet& surface, const Array<Vector3F>&
                                        const LevelSetPlan& plan, uint32 threadCount = 1,
                                        CancelCallback callback = nullptr);
 
-/// Makes the samples distances to the surface again (ImplicitSurface3Regular::redistance), in a band of so
-/// many separations.
+/// Recomputes distances (ImplicitSurface3Regular::redistance) in a band given in separations.
 TX_GEOMETRY_API void redistanceBand(LevelSet& surface, double separations, uint32 threadCount = 1);
-/// Carries distances on to a band of so many separations (ImplicitSurface3Regular::widenBand).
+/// Widens the band of distances (ImplicitSurface3Regular::widenBand) to one given in separations.
 TX_GEOMETRY_API void widenBandTo(LevelSet& surface, double separations, uint32 threadCount = 1);
 
-/// The surface on a grid of so many nodes more on every side, which are far, on the side of the node next to
-/// them. One separation for all axes.
+/// Pads the grid with `nodes` layers on every side, of plus or minus the default value by the nearest node's
+/// sign. One separation for all axes.
 TX_GEOMETRY_API LevelSet grownGrid(const LevelSet& surface, uint32 nodes);
 
-/// Moves the surface outwards, by a negative distance inwards. Returns how deep the deepest place lay inside
-/// before: at minus that distance, or below, nothing is left.
+/// Offsets the surface outwards, or inwards by a negative distance. Returns the greatest depth inside before:
+/// an offset of minus that or less leaves nothing.
 TX_GEOMETRY_API double offsetOutwards(LevelSet& surface, double distance);
 
-/// Leaves of the solid the wall that is no deeper than the thickness. Returns how deep its deepest place lay:
-/// at that thickness, or above, there is no cavity.
+/// Hollows the solid out to a wall of the given thickness. Returns the greatest depth inside before: a wall
+/// at least as thick leaves no cavity.
 TX_GEOMETRY_API double hollowOut(LevelSet& surface, double thickness);
 
 }  // namespace tavrix

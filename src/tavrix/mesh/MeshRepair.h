@@ -8,26 +8,26 @@ namespace tavrix
 
 // Repairs of meshes as files bring them. Indices must be valid (hasValidIndices).
 
-/// Makes all faces name, of several positions with the same coordinates, the first one; the positions stay,
-/// and so do the normals. Returns how many positions equal an earlier one. O(n log n).
+/// Merges vertices with equal coordinates: faces then refer to the first of them. Positions and normals stay.
+/// Returns how many positions equal an earlier one. O(n log n).
 TX_GEOMETRY_API uint32 joinEqualPositions(Mesh& mesh);
 
-/// Turns all faces, and the normals' triples with them, around.
+/// Reverses the orientation of all faces, and of their normals' triples.
 TX_GEOMETRY_API void turnFaces(Mesh& mesh);
 
-/// Leaves the mesh without normals.
+/// Removes the normals.
 TX_GEOMETRY_API void dropNormals(Mesh& mesh);
 
-/// Drops the normals and the faces that have a corner without finite coordinates, and moves the positions
-/// without such to the first face's corner. Returns how many faces those were.
+/// Removes the normals and all faces with a corner that is not finite; such positions move to the first
+/// face's corner. Returns the number of faces removed.
 TX_GEOMETRY_API uint32 dropInfiniteFaces(Mesh& mesh);
 
-/// Turns faces so that neighbours across an edge wind alike, in those parts of the mesh where some do not; a
-/// part that was turned faces outwards, by its volume. Parts hang together by edges of exactly two faces,
-/// which name the same positions. Returns how many faces were turned. Normals are dropped then. O(n log n).
+/// Orients faces consistently in each part of the mesh where neighbours disagree, outwards by the part's
+/// volume. Faces are neighbours across an edge that exactly two faces share, by position index. Returns the
+/// number of faces reversed; normals are then removed. O(n log n).
 TX_GEOMETRY_API uint32 orientMixedParts(Mesh& mesh);
 
-/// All meshes in one, named as the first. Normals when all have them.
+/// Concatenates meshes, under the name of the first. With normals if all have them.
 TX_GEOMETRY_API Mesh joinMeshes(const ArrayOfPtr<Mesh>& meshes);
 
 }  // namespace tavrix

@@ -17,7 +17,7 @@ namespace tavrix
 namespace
 {
 
-/// How many pairs ahead a point that lies anywhere is asked for.
+/// Prefetch distance, in pairs.
 constexpr uint32 prefetchDistance = 12;
 
 template <class T>
@@ -174,7 +174,7 @@ void Vector3Simplifier<T>::fillWork() const
         if (_twins[i] >= i) *next++ = {(*_pos)[i].x, i};
 }
 
-/// Gives the work array so many pairs without meaning.
+/// Resizes the work array to `count` unspecified pairs.
 template <std::floating_point T>
 void Vector3Simplifier<T>::resizeWork(uint32 count) const
 {

@@ -19,18 +19,18 @@ double squaredDistance(const NeighbourGrid& grid, uint32 n, const Vector3D& plac
     return dx * dx + dy * dy + dz * dz;
 }
 
-/// Counts on to the end of a piece of the runs when there are more than `most`.
+/// Counts the points within the radius. Stops after the block that exceeds `most`.
 uint32 countWithin(const NeighbourGrid& grid, const std::vector<NeighbourGrid::Run>& runs,
                    const Vector3D& place, double radius, uint32 most)
 {
-    constexpr uint32 pieceSize = 256;
+    constexpr uint32 blockSize = 256;
     uint32 count = 0;
     for (const NeighbourGrid::Run& run : runs)
-        for (uint32 piece = run.begin; piece < run.end && count <= most;)
+        for (uint32 block = run.begin; block < run.end && count <= most;)
         {
-            const uint32 end = piece + std::min(run.end - piece, pieceSize);
-            for (; piece < end; ++piece)
-                count += squaredDistance(grid, piece, place) < radius * radius ? 1 : 0;
+            const uint32 end = block + std::min(run.end - block, blockSize);
+            for (; block < end; ++block)
+                count += squaredDistance(grid, block, place) < radius * radius ? 1 : 0;
         }
     return count;
 }

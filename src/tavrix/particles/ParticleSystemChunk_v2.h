@@ -98,7 +98,7 @@ public:
     /// likewise. A value moves at most once, in place, and only where a slot was free. Handles from before
     /// hold no longer.
     void compactChunk() noexcept;
-    /// Frees everything; an empty chunk without channels remains, which is of no use but to be asked.
+    /// Frees everything; leaves an inert chunk that can only be queried.
     void destroy() noexcept;
 
     static Particle_v2 refDirtyParticle() noexcept { return Particle_v2::dirty(); }

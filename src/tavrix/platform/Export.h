@@ -3,9 +3,9 @@
 /// TX_GEOMETRY_API marks every public class and free function of the library: exported from the DLL on
 /// Windows, the only visible symbols elsewhere.
 ///
-/// TX_GEOMETRY_INSTANCE(Field<float>) declares an instance of a class template that the library holds. A DLL
-/// exports what of it is not inline only, so hosts on Windows have to make the inline members themselves,
-/// which such a declaration would keep them from: for them it is none.
+/// TX_GEOMETRY_INSTANCE(Field<float>) declares an instance of a class template that the library contains. A
+/// DLL exports only its non-inline members, and Windows hosts compile the inline ones, which `extern
+/// template` would prevent; so it is empty for Windows hosts.
 #if defined(_WIN32)
 #if defined(TX_GEOMETRY_BUILD)
 #define TX_GEOMETRY_API __declspec(dllexport)

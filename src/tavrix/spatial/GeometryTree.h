@@ -163,8 +163,7 @@ private:
         }
     }
 
-    /// Has the children on their way from memory, which large trees wait for most, by the time that they are
-    /// measured.
+    /// Prefetches the node's children: large trees wait mostly for memory.
     void fetchChildren([[maybe_unused]] const Node& node) const
     {
 #if defined(__GNUC__)

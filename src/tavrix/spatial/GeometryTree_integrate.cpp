@@ -35,7 +35,7 @@ Array<WorkNode> workNodes(const Array<Node>& nodes)
     return work;
 }
 
-/// The number of nodes that merging so many entries makes.
+/// Number of nodes that merging `count` entries creates.
 uint32 mergesTo(uint32 target, uint32 count) { return count > target ? count - target : 0; }
 
 /// Merges the entries of all blocks and returns what is left, block after block.

@@ -7,7 +7,7 @@
 namespace tavrix
 {
 
-/// Nodes to be visited later, and what they measure. Deeper trees than most spill into an array.
+/// Pending nodes of a tree walk, each with its distance: 64 inline, then on the heap.
 class VisitStack
 {
 public:

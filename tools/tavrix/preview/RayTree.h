@@ -31,12 +31,12 @@ public:
     /// A tree over nothing.
     RayTree() = default;
 
-    /// For each place, the shape that belongs there. To be taken away when the shapes are in place.
+    /// For each leaf position, the index of its shape; moved out.
     std::vector<uint32> takeOrder() { return std::move(_order); }
 
     /// Calls meet(place, ray) for the shapes along the ray, roughly from near to far, until it returns true.
-    /// `meet` may shorten the ray. A walk along which far too many shapes lie is broken off, so that heaps of
-    /// shapes at one place cost time but no eternity.
+    /// `meet` may shorten the ray. Stops after a maximum number of shapes, which
+    /// bounds the time when shapes coincide.
     template <class Meet>
     void walk(Ray& ray, const Meet& meet) const;
 

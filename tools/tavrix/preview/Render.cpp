@@ -184,7 +184,7 @@ void Tracer<Shapes>::addSurface(Pixel& pixel, const Ray& ray, const Meeting& met
     pixel.weight += 1;
 }
 
-/// The ground is the paper, less what shadows take from it: so it has no end.
+/// Ground = backdrop minus shadows, which hides the horizon.
 template <class Shapes>
 void Tracer<Shapes>::addGround(Pixel& pixel, const Vector3F& place, const Vector3F& paper,
                                const Sample& sample) const

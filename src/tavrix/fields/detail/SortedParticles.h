@@ -16,8 +16,8 @@ struct ParticleGroup
     NodeBox nodes;
 };
 
-/// The monoindex of the cell at a place that reaches so many nodes along each axis, clamped to the lattice;
-/// noIndex, which is above every monoindex, when it cannot touch the lattice.
+/// Monoindex of the cell at a place whose kernel reaches `nodesReached` along each axis, clamped to the
+/// lattice; noIndex, which is above every monoindex, when it cannot touch the lattice.
 uint32 cellOf(const Lattice& lattice, const Vector3F& place, const double (&nodesReached)[3]);
 
 template <class Kernel>

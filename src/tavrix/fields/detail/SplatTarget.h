@@ -10,8 +10,8 @@ namespace tavrix::detail
 /// No reach counts for more nodes than this, which is past the end of every lattice.
 inline constexpr double maxReachInNodes = 1e10;
 
-/// How the values of several particles at a node become one, and for Depth, which merges by maximum, that the
-/// values are depths below the end of the reach instead of a smooth kernel.
+/// How the contributions of several particles at a node combine. Depth takes the maximum of depths below the
+/// end of the reach, the others a smooth kernel.
 enum class SplatMerge
 {
     Maximum,

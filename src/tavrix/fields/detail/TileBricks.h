@@ -82,7 +82,7 @@ private:
         return shortest;
     }
 
-    /// The first of the boxes, one every so many nodes, that has the node: shared ones are in two.
+    /// First brick along an axis that contains the node; shared layers lie in two.
     static uint32 firstAt(const Divisor& byNodes, uint32 node)
     {
         return node == 0 ? 0 : byNodes.divide(node - 1).quotient;

@@ -12,11 +12,11 @@ namespace tavrix::detail
 
 /// A stream moves less than 4 GiB at once.
 inline constexpr uint32 maxBytesAtOnce = 1u << 30;
-/// Where a stream does not tell how much it holds, the first bytes of an array for which a count is believed.
+/// Where a stream's size is unknown, an array's first allocation, in bytes: its stated count may be damaged.
 inline constexpr uint32 firstBytes = 1u << 20;
 
-/// Reads bytes and returns how many came. A stream that does not tell has given all of them, zeros where it
-/// touched nothing, unless it left the first ones as they were: then it has ended.
+/// Reads bytes and returns how many came. A stream that does not count them is taken to have ended when it
+/// left the first ones unchanged, and otherwise to have delivered all.
 template <class Stream>
 uint32 readBytes(Stream& stream, void* destination, uint32 byteCount)
 {

@@ -13,8 +13,8 @@ namespace tavrix::detail
 namespace
 {
 
-/// What the six rays of a node say, added up: 6 inside a plain mesh, 0 outside. Kept within the limit, beyond
-/// which nothing hangs on it.
+/// Sum of a node's winding numbers along six rays: 6 inside a plain mesh, 0 outside. Clamped; larger sums
+/// change nothing.
 using Votes = std::int8_t;
 constexpr int32 voteLimit = 60;
 
@@ -263,13 +263,13 @@ private:
     bool _isOpen = false;
 };
 
-/// The votes of a node and of its neighbours that no face parts from it, and how many nodes that are.
+/// Winding sums of a node and of the neighbours that no face separates from it, and the number of nodes.
 struct Constituency
 {
     int32 votes, nodes;
 };
 
-/// A face between two neighbouring nodes is no further from them together than they are from each other.
+/// The distances of two neighbouring nodes to a face that separates them sum to at most the spacing.
 template <class T>
 Constituency constituencyOf(const GridDescription3<double>& grid, const Votes* votes, const T* samples,
                             uint32 node)

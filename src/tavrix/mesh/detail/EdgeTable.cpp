@@ -36,7 +36,7 @@ bool forEachHalfEdge(const Array<Index3>& faces, Polling& polling, const Visit& 
                     });
 }
 
-/// Makes the array so many equal elements.
+/// Fills the array with `count` equal elements.
 template <class T>
 bool fill(Array<T>& array, uint32 size, const T& value, Polling& polling)
 {

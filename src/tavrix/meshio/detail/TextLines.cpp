@@ -59,7 +59,7 @@ bool TextLines::ReadLine(std::string_view& line)
     const char* lineFeed = find(_next, _end, '\n');
     while (!lineFeed)
     {
-        // of a line longer than the window, what would be cut off makes room
+        // discards an overlong line's tail
         if (static_cast<std::size_t>(_end - _next) > _maxLength) _end = _next + _maxLength;
         const std::size_t searched = static_cast<std::size_t>(_end - _next);
         if (!refill()) break;

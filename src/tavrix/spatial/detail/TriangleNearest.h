@@ -18,7 +18,7 @@ struct TriangleNearest
     static TriangleNearest to(const Vector3D& point, const Vector3D& a, const Vector3D& b, const Vector3D& c)
     {
         const Vector3D corners[3] = {a - point, b - point, c - point};
-        // not between those: what a distant point rounds off would turn them, and move feet by much more
+        // from the original corners: their differences from a distant point lose digits
         const Vector3D edges[3] = {b - a, c - b, a - c};
         TriangleNearest nearest;
         nearest.tryInside(corners, edges);
