@@ -1,6 +1,8 @@
 #include <tavrix/fields/ScalarField3.h>
 
 #include <algorithm>
+
+#include <tavrix/fields/detail/ParticleChange.h>
 namespace tavrix
 {
 
@@ -90,6 +92,16 @@ void ScalarField3<Value, Coord>::setDefaultValue(Value value)
 {
     set(value);
     _defaultValue = value;
+}
+
+template <class Value, class Coord>
+bool ScalarField3<Value, Coord>::applyParticles(const detail::ParticleChange<Value, Coord>& change)
+{
+    if (change.isAnew()) _flags |= Base::flagChanged;
+    if (_samples.size() == 0) return true;
+    if (!change.changeSamples(_grid, _samples.data())) return false;
+    _flags |= Base::flagChanged;
+    return true;
 }
 
 #define TX_INSTANTIATE(Value, Coord) template class ScalarField3<Value, Coord>;

@@ -95,6 +95,9 @@ public:
                            typename Base::DiffuseDissipateSolverMode mode, Value minValue,
                            Value maxValue) requires std::floating_point<Value>;
 
+protected:
+    bool applyParticles(const detail::ParticleChange<Value, Coord>& change) override;
+
 private:
     void setChanged()
     {

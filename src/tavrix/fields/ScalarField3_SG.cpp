@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <memory>
 
+#include <tavrix/fields/detail/ParticleChange.h>
 #include <tavrix/fields/detail/SameBits.h>
 #include <tavrix/fields/detail/SampleArithmetic.h>
 
@@ -386,6 +387,55 @@ uint32 ScalarField3_SG<Value, Coord>::adjustCoarse_b3b()
     for (uint32& position : _table)
         if (position != noIndex) position = newPosition[position];
     return freed;
+}
+
+namespace
+{
+
+/// The field's own tiles, for a change by particles.
+template <class Value, class Coord>
+class OwnTiles final : public detail::TileStore<Value, Coord>
+{
+public:
+    explicit OwnTiles(ScalarField3_SG<Value, Coord>& field) : _field(field) {}
+
+    const GridDescription3<Coord>& getGrid() const override { return _field.getGrid(); }
+    const TileGrid3<Coord>& getTileGrid() const override { return _field.getTileGrid(); }
+    Value getDefaultValue() const override { return _field.getDefaultValue(); }
+    const Array<Value>* getTile(uint32 tile) const override { return _field.getTile(tile); }
+    void setTile(uint32 tile, Array<Value>&& values) override { _field.setTile(tile, std::move(values)); }
+    void copySamples(uint32 first, uint32 count, Value* out) const override
+    {
+        if (_field.getStoredTileSize() == 0)
+            std::fill_n(out, count, getDefaultValue());
+        else
+            _field.copySamples(first, count, out);
+    }
+
+private:
+    ScalarField3_SG<Value, Coord>& _field;
+};
+
+}  // namespace
+
+template <class Value, class Coord>
+bool ScalarField3_SG<Value, Coord>::applyParticles(const detail::ParticleChange<Value, Coord>& change)
+{
+    if (change.isAnew()) this->setZero();
+    if (this->size() == 0) return true;
+    OwnTiles<Value, Coord> tiles(*this);
+    try
+    {
+        if (!change.changeTiles(tiles)) return false;
+    }
+    catch (...)
+    {
+        if (change.isAnew())
+            this->setZero();  // tiles that were taken over before have copies without their nodes
+        throw;
+    }
+    _flags |= Base::flagChanged;
+    return true;
 }
 
 #define TX_INSTANTIATE(Value, Coord) template class ScalarField3_SG<Value, Coord>;

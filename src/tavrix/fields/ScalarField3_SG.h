@@ -156,6 +156,9 @@ public:
     void findMinMax(Value& min, Value& max) const override;
     bool doIHave_NaN() const override;
 
+protected:
+    bool applyParticles(const detail::ParticleChange<Value, Coord>& change) override;
+
 private:
     void copyRow(const Index3& node, uint32 count, Value* out) const;
     uint32 placeOfCopy(const Index3& tile, const Index3& local, const TileOffset& offset,

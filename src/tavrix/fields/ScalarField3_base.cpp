@@ -2,6 +2,8 @@
 
 #include <cmath>
 
+#include <tavrix/fields/detail/ParticleChange.h>
+
 namespace tavrix
 {
 
@@ -71,6 +73,17 @@ template <class Value, class Coord>
 void ScalarField3_base<Value, Coord>::render(const Color4F& color)
 {
     if (_renderObject) _renderObject->render(color);
+}
+
+template <class Value, class Coord>
+bool ScalarField3_base<Value, Coord>::applyParticles(const detail::ParticleChange<Value, Coord>& change)
+{
+    if (size() == 0) return true;
+    Array<Value> samples(size());
+    copySamples(0, size(), samples.data());
+    const bool isDone = change.changeSamples(_grid, samples.data());
+    for (uint32 n = 0; n < size(); ++n) set(n, samples[n]);
+    return isDone;
 }
 
 #define TX_INSTANTIATE(Value, Coord) template class ScalarField3_base<Value, Coord>;

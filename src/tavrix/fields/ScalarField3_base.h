@@ -18,6 +18,11 @@ namespace tavrix
 class Mesh;
 template <class Value, class Coord>
 class Vector3Field3;
+namespace detail
+{
+template <class Value, class Coord>
+class ParticleChange;
+}
 
 /// A 3-D scalar field on the nodes of a regular grid, whatever its storage.
 ///
@@ -410,6 +415,10 @@ public:
     void render(const Color4F& color);
 
 protected:
+    /// Applies what a particle setter does. Here for any storage, by a dense copy of the samples; returns
+    /// what the setter returns.
+    virtual bool applyParticles(const detail::ParticleChange<Value, Coord>& change);
+
     explicit ScalarField3_base(ScalarFieldType type);
     ScalarField3_base(const ScalarField3_base& other);
     ScalarField3_base& operator=(const ScalarField3_base& other);

@@ -1,7 +1,8 @@
 #include <cstdio>
 
 #include <tavrix/fields/detail/AnisotropicKernels.h>
-#include <tavrix/fields/detail/ParticleField.h>
+#include <tavrix/fields/detail/ParticleSplatting.h>
+#include <tavrix/fields/ScalarField3_base.h>
 #include <tavrix/platform/Hardware.h>
 #include <tavrix/platform/Timer.h>
 
@@ -49,10 +50,11 @@ private:
     Timer _whole, _phase;
 };
 
-template <class Value, class Coord>
+/// The field from the fitted kernels; apply(change) applies it.
+template <class Value, class Coord, class Apply>
 bool buildAnisotropicField(ScalarField3_base<Value, Coord>& field, float margin,
                            detail::AnisotropicKernels kernels, uint32 threadCount, CancelCallback callback,
-                           Diagnostics diagnostics)
+                           Diagnostics diagnostics, Apply apply)
 {
     const auto cancel = [&] { return field.setZero(), false; };
     if (!kernels.measureNeighbourhoods()) return cancel();
@@ -62,9 +64,10 @@ bool buildAnisotropicField(ScalarField3_base<Value, Coord>& field, float margin,
     if (!kernels.fitBoxes()) return cancel();
     diagnostics.endPhase("elips bb");
     const Array<detail::Ellipsoid>& ellipsoids = kernels.ellipsoids();
+    const auto ellipsoid = [&](uint32 n) { return ellipsoids[n]; };
     const detail::EllipsoidKernel sum{detail::SplatMerge::Sum};
-    if (!buildField(field, sum, ellipsoids.size(), margin, threadCount, callback,
-                    [&](uint32 n) { return ellipsoids[n]; }))
+    if (!apply(detail::buildingBy<Value, Coord>(
+            detail::SplattedParticles{sum, ellipsoids.size(), margin, threadCount, callback, ellipsoid})))
         return false;
     diagnostics.endPhase("field");
     diagnostics.end();
@@ -79,7 +82,8 @@ bool ScalarField3_base<Value, Coord>::setAnisotropyDistanceField(
     CancelCallback callback) requires std::floating_point<Value>
 {
     return buildAnisotropicField(*this, margin, {positions, radii, {}, threadCount, callback}, threadCount,
-                                 callback, Diagnostics(true));
+                                 callback, Diagnostics(true),
+                                 [this](const auto& change) { return applyParticles(change); });
 }
 
 template <class Value, class Coord>
@@ -89,7 +93,8 @@ bool ScalarField3_base<Value, Coord>::setAnisotropyDistanceField(
     CancelCallback callback) requires std::floating_point<Value>
 {
     return buildAnisotropicField(*this, margin, {positions, radii, settings, threadCount, callback},
-                                 threadCount, callback, Diagnostics(false));
+                                 threadCount, callback, Diagnostics(false),
+                                 [this](const auto& change) { return applyParticles(change); });
 }
 
 #define TX_INSTANTIATE(Value, Coord)                                                           \

@@ -1,5 +1,6 @@
-#include <tavrix/fields/detail/ParticleField.h>
 #include <tavrix/fields/detail/ParticleSplat.h>
+#include <tavrix/fields/detail/ParticleSplatting.h>
+#include <tavrix/fields/ScalarField3_base.h>
 
 namespace tavrix
 {
@@ -42,7 +43,8 @@ bool ScalarField3_base<Value, Coord>::setDistanceField(
     CancelCallback callback) requires std::floating_point<Value>
 {
     const Balls balls{positions, radii};
-    return buildField(*this, distanceKernel, balls.size(), margin, threadCount, callback, balls);
+    return applyParticles(detail::buildingBy<Value, Coord>(
+        detail::SplattedParticles{distanceKernel, balls.size(), margin, threadCount, callback, balls}));
 }
 
 template <class Value, class Coord>
@@ -51,8 +53,9 @@ bool ScalarField3_base<Value, Coord>::setSubtractiveDistanceField(
     CancelCallback callback) requires std::floating_point<Value>
 {
     const Balls balls{positions, radii};
-    return carveField(*this, distanceKernel, balls.size(), margin, threadCount, callback, balls,
-                      detail::carveDistance<Value>);
+    return applyParticles(detail::carvingBy<Value, Coord>(
+        detail::SplattedParticles{distanceKernel, balls.size(), margin, threadCount, callback, balls},
+        detail::carveDistance<Value>));
 }
 
 template <class Value, class Coord>
@@ -61,7 +64,8 @@ bool ScalarField3_base<Value, Coord>::setMetaballField(
     uint32 threadCount, CancelCallback callback) requires std::floating_point<Value>
 {
     const Balls balls{positions, radii};
-    return buildField(*this, metaballKernel(influence), balls.size(), margin, threadCount, callback, balls);
+    return applyParticles(detail::buildingBy<Value, Coord>(detail::SplattedParticles{
+        metaballKernel(influence), balls.size(), margin, threadCount, callback, balls}));
 }
 
 template <class Value, class Coord>
@@ -70,8 +74,10 @@ bool ScalarField3_base<Value, Coord>::setSubtractiveMetaballField(
     uint32 threadCount, CancelCallback callback) requires std::floating_point<Value>
 {
     const Balls balls{positions, radii};
-    return carveField(*this, metaballKernel(influence), balls.size(), margin, threadCount, callback, balls,
-                      detail::carveSum<Value>);
+    return applyParticles(
+        detail::carvingBy<Value, Coord>(detail::SplattedParticles{metaballKernel(influence), balls.size(),
+                                                                  margin, threadCount, callback, balls},
+                                        detail::carveSum<Value>));
 }
 
 #define TX_INSTANTIATE(Value, Coord)                                                        \

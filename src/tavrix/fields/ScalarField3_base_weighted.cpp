@@ -1,7 +1,8 @@
 #include <algorithm>
 
 #include <tavrix/fields/detail/EllipsoidSplat.h>
-#include <tavrix/fields/detail/ParticleField.h>
+#include <tavrix/fields/detail/ParticleSplatting.h>
+#include <tavrix/fields/ScalarField3_base.h>
 
 namespace tavrix
 {
@@ -93,7 +94,8 @@ bool ScalarField3_base<Value, Coord>::setWeigthDistanceField(
     CancelCallback callback) requires std::floating_point<Value>
 {
     const WeightedBalls balls{positions, radii, weights, reach, std::max(leastWeight, 0.0f), largestReach};
-    return buildField(*this, maximumKernel, balls.size(), margin, threadCount, callback, balls);
+    return applyParticles(detail::buildingBy<Value, Coord>(
+        detail::SplattedParticles{maximumKernel, balls.size(), margin, threadCount, callback, balls}));
 }
 
 template <class Value, class Coord>
@@ -111,7 +113,8 @@ bool ScalarField3_base<Value, Coord>::setWeigthDistanceField_v2(
     CancelCallback callback) requires std::floating_point<Value>
 {
     const WeightedBalls balls{positions, radii, weights, reach, leastWeight, double{farValue}};
-    return buildField(*this, sumKernel, balls.size(), margin, threadCount, callback, balls);
+    return applyParticles(detail::buildingBy<Value, Coord>(
+        detail::SplattedParticles{sumKernel, balls.size(), margin, threadCount, callback, balls}));
 }
 
 template <class Value, class Coord>
@@ -131,8 +134,9 @@ bool ScalarField3_base<Value, Coord>::setSubtractiveWeigthDistanceField(
 {
     const WeightedBalls balls{positions,       radii, weights, reach, std::max(leastWeight, 0.0f),
                               double{farValue}};
-    return carveField(*this, maximumKernel, balls.size(), margin, threadCount, callback, balls,
-                      detail::carveDistance<Value>);
+    return applyParticles(detail::carvingBy<Value, Coord>(
+        detail::SplattedParticles{maximumKernel, balls.size(), margin, threadCount, callback, balls},
+        detail::carveDistance<Value>));
 }
 
 template <class Value, class Coord>
@@ -142,7 +146,8 @@ bool ScalarField3_base<Value, Coord>::setWeigthNormalDistanceField(
     CancelCallback callback) requires std::floating_point<Value>
 {
     const FlattenedBalls balls{positions, radii, normals, weights};
-    return buildField(*this, maximumKernel, balls.size(), margin, threadCount, callback, balls);
+    return applyParticles(detail::buildingBy<Value, Coord>(
+        detail::SplattedParticles{maximumKernel, balls.size(), margin, threadCount, callback, balls}));
 }
 
 using Positions = Array<Vector3F>;

@@ -118,13 +118,14 @@ bool ImplicitSurface3Regular<T>::init(const Array<Vector3F>& positions, const Ar
     float largest = 0;
     for (uint32 n = 0; n < spheres.size(); ++n) largest = std::max(largest, spheres(n).r);
     constexpr detail::SplatKernel depth{detail::SplatMerge::Depth, 1.0f, 1.0f};
-    if (!detail::buildField(_field, depth, spheres.size(), largest, threadCount, callback, spheres))
+    T* samples = _field.refArrScalars().data();
+    if (_field.size() > 0 && !detail::buildSamples(_field.getGrid(), samples, depth, spheres.size(), largest,
+                                                   threadCount, callback, spheres))
     {
         init_toZeroSize();
         return false;
     }
     detail::Polling polling(callback);
-    T* samples = _field.refArrScalars().data();
     detail::inPieces(polling, _field.size(), detail::lightItems, threadCount,
                      [&](uint32, uint64 begin, uint64 end)
                      {

@@ -6,7 +6,6 @@
 
 #include <tavrix/fields/detail/SortedParticles.h>
 #include <tavrix/fields/detail/SplatTarget.h>
-#include <tavrix/fields/ScalarField3.h>
 
 // Particles to field, in the same steps for every kernel: sort the particles by cell, group them, splat them,
 // merge.
@@ -206,23 +205,21 @@ bool splatIntoBlock(const Splatting<Kernel>& s, const std::vector<ParticleGroup>
         });
 }
 
-/// All samples of a field as a block.
+/// All samples of a grid as a block.
 template <class Value, class Coord>
-Block<Value> wholeField(ScalarField3<Value, Coord>& field)
+Block<Value> wholeGrid(const GridDescription3<Coord>& grid, Value* samples)
 {
-    return {field.refArrScalars().data(), {{0, 0, 0}, {field.sizeX(), field.sizeY(), field.sizeZ()}}};
+    return {samples, {{0, 0, 0}, {grid.sizeX, grid.sizeY, grid.sizeZ}}};
 }
 
-/// Replaces the field by the splatted particles make(0), …, make(count - 1); false, and the field all zero,
-/// when the callback stopped the work.
+/// Replaces the samples of a grid by the splatted particles make(0), …, make(count - 1); false, and all
+/// samples zero, when the callback stopped the work.
 template <class Value, class Coord, class Kernel, class Make>
-bool buildField(ScalarField3<Value, Coord>& field, const Kernel& kernel, uint32 count, float margin,
-                uint32 threadCount, CancelCallback callback, Make make)
+bool buildSamples(const GridDescription3<Coord>& grid, Value* samples, const Kernel& kernel, uint32 count,
+                  float margin, uint32 threadCount, CancelCallback callback, Make make)
 {
-    field.refFlags() |= ScalarField3<Value, Coord>::flagChanged;
-    if (field.size() == 0) return true;
-    const Lattice lattice(field.getGrid());
-    const Block<Value> target = wholeField(field);
+    const Lattice lattice(grid);
+    const Block<Value> target = wholeGrid(grid, samples);
     Polling polling(callback);
     const auto build = [&]
     {
@@ -309,14 +306,13 @@ bool mergeBlocks(const Block<Value>& target, const std::vector<Block<Value>>& bl
     return false;
 }
 
-/// Splats every group into a block of its own and merges the blocks into the field, in group order; false,
-/// and the field as it was, when the callback stopped the work.
+/// Splats every group into a block of its own and merges the blocks into the samples, in group order; false,
+/// and the samples as they were, when the callback stopped the work.
 template <class Value, class Coord, class Kernel, class Make, class Merge>
-bool carveField(ScalarField3<Value, Coord>& field, const Kernel& kernel, uint32 count, float margin,
-                uint32 threadCount, CancelCallback callback, Make make, Merge merge)
+bool carveSamples(const GridDescription3<Coord>& grid, Value* samples, const Kernel& kernel, uint32 count,
+                  float margin, uint32 threadCount, CancelCallback callback, Make make, Merge merge)
 {
-    if (field.size() == 0) return true;
-    const Lattice lattice(field.getGrid());
+    const Lattice lattice(grid);
     Polling polling(callback);
     if (!polling.goOn()) return false;
     const auto particles = sortParticles(lattice, kernel, count, threadCount, polling, make);
@@ -336,9 +332,7 @@ bool carveField(ScalarField3<Value, Coord>& field, const Kernel& kernel, uint32 
             return false;
         blocks.push_back(block);
     }
-    if (!mergeBlocks(wholeField(field), blocks, threadCount, polling, merge)) return false;
-    field.refFlags() |= ScalarField3<Value, Coord>::flagChanged;
-    return true;
+    return mergeBlocks(wholeGrid(grid, samples), blocks, threadCount, polling, merge);
 }
 
 /// What a carving field leaves of a sample where its own value is v: distance-like fields cut only where both

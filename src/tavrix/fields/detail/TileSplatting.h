@@ -3,9 +3,9 @@
 #include <atomic>
 #include <vector>
 
+#include <tavrix/fields/detail/ParticleChange.h>
 #include <tavrix/fields/detail/Splatting.h>
 #include <tavrix/fields/detail/TileBricks.h>
-#include <tavrix/fields/ScalarField3_SG.h>
 
 // Particles to a tiled field. The particles are sorted and grouped as for a dense field, then listed for
 // every brick of tiles that they may reach. Each brick is splatted into a dense block, by the same functions,
@@ -152,10 +152,9 @@ Block<Value> blockOver(const NodeBox& box, Array<Value>& room)
 
 /// Gives the block the field's samples.
 template <class Value, class Coord>
-void readSamples(const ScalarField3_SG<Value, Coord>& field, const NodeBox& box, const Block<Value>& block)
+void readSamples(const TileStore<Value, Coord>& field, const NodeBox& box, const Block<Value>& block)
 {
     std::fill_n(block.samples, block.extent(0) * block.strideX(), field.getDefaultValue());
-    if (field.getStoredTileSize() == 0) return;
     for (uint32 i = box.low[0]; i < box.high[0]; ++i)
         for (uint32 j = box.low[1]; j < box.high[1]; ++j)
             field.copySamples(field.getGrid().getMonoindex(i, j, box.low[2]), box.high[2] - box.low[2],
@@ -183,7 +182,7 @@ void forEachRowOfTile(const TileGrid3<Coord>& tileGrid, const uint32 (&tile)[3],
 
 /// Collects the tiles of a brick in which the block's samples are no longer the field's.
 template <class Value, class Coord>
-void collectChanges(const ScalarField3_SG<Value, Coord>& field, const NodeBox& tiles, const NodeBox& box,
+void collectChanges(const TileStore<Value, Coord>& field, const NodeBox& tiles, const NodeBox& box,
                     const Block<Value>& block, std::vector<TileChange<Value>>& changes)
 {
     const TileGrid3<Coord>& tileGrid = field.getTileGrid();
@@ -216,7 +215,7 @@ void collectChanges(const ScalarField3_SG<Value, Coord>& field, const NodeBox& t
 /// block by the particles of the splatting, and returns false when the callback stopped it. Returns false,
 /// and leaves the field as it was, in that case.
 template <class Value, class Coord, class Kernel, class Make, class SplatBrick>
-bool changeTiles(ScalarField3_SG<Value, Coord>& field, const Kernel& kernel, uint32 count, float margin,
+bool changeTiles(TileStore<Value, Coord>& field, const Kernel& kernel, uint32 count, float margin,
                  uint32 threadCount, CancelCallback callback, Make make, SplatBrick splatBrick)
 {
     const Lattice lattice(field.getGrid());
@@ -248,33 +247,22 @@ bool changeTiles(ScalarField3_SG<Value, Coord>& field, const Kernel& kernel, uin
     return true;
 }
 
-/// As for a dense field; only tiles that get a sample other than 0 are made.
+/// As for dense samples, in a field without tiles; only those that get a sample other than 0 are made.
 template <class Value, class Coord, class Kernel, class Make>
-bool buildField(ScalarField3_SG<Value, Coord>& field, const Kernel& kernel, uint32 count, float margin,
+bool buildTiles(TileStore<Value, Coord>& field, const Kernel& kernel, uint32 count, float margin,
                 uint32 threadCount, CancelCallback callback, Make make)
 {
-    field.setZero();
-    if (field.size() == 0) return true;
-    try
-    {
-        return changeTiles(field, kernel, count, margin, threadCount, callback, make,
-                           [](const Splatting<Kernel>& splatting, const std::vector<ParticleGroup>& groups,
-                              const Block<Value>& block, Array<Value>&)
-                           { return splatIntoBlock(splatting, groups, block); });
-    }
-    catch (...)
-    {
-        field.setZero();  // tiles that were taken over before have copies without their nodes
-        throw;
-    }
+    return changeTiles(field, kernel, count, margin, threadCount, callback, make,
+                       [](const Splatting<Kernel>& splatting, const std::vector<ParticleGroup>& groups,
+                          const Block<Value>& block, Array<Value>&)
+                       { return splatIntoBlock(splatting, groups, block); });
 }
 
-/// As for a dense field; only tiles that get a sample other than the default value are made.
+/// As for dense samples; only tiles that get a sample other than the default value are made.
 template <class Value, class Coord, class Kernel, class Make, class Merge>
-bool carveField(ScalarField3_SG<Value, Coord>& field, const Kernel& kernel, uint32 count, float margin,
+bool carveTiles(TileStore<Value, Coord>& field, const Kernel& kernel, uint32 count, float margin,
                 uint32 threadCount, CancelCallback callback, Make make, Merge merge)
 {
-    if (field.size() == 0) return true;
     const auto carveBrick = [&](const Splatting<Kernel>& splatting, const std::vector<ParticleGroup>& groups,
                                 const Block<Value>& block, Array<Value>& room)
     {
@@ -288,9 +276,7 @@ bool carveField(ScalarField3_SG<Value, Coord>& field, const Kernel& kernel, uint
         }
         return true;
     };
-    if (!changeTiles(field, kernel, count, margin, threadCount, callback, make, carveBrick)) return false;
-    field.refFlags() |= ScalarField3_SG<Value, Coord>::flagChanged;
-    return true;
+    return changeTiles(field, kernel, count, margin, threadCount, callback, make, carveBrick);
 }
 
 }  // namespace tavrix::detail
