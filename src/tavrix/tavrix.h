@@ -11,7 +11,6 @@
 #include <tavrix/platform/FileBufferOut.h>
 #include <tavrix/platform/FileStatus.h>
 #include <tavrix/platform/Hardware.h>
-#include <tavrix/platform/Memory.h>
 #include <tavrix/platform/NumberText.h>
 #include <tavrix/platform/OpenFile.h>
 #include <tavrix/platform/Thread.h>
@@ -106,11 +105,9 @@
 #include <tavrix/reconstruction/ReconstructionSettings.h>
 #include <tavrix/reconstruction/SurfaceReconstruction.h>
 
-#include <tavrix/spatial/BoxDistance.h>
+#include <tavrix/spatial/BoxQueries.h>
 #include <tavrix/spatial/GeometryNode.h>
 #include <tavrix/spatial/GeometryNodeEx.h>
 #include <tavrix/spatial/GeometryTree.h>
 #include <tavrix/spatial/MeshCollider.h>
 #include <tavrix/spatial/MeshPoint.h>
-#include <tavrix/spatial/RaySlabs.h>
-#include <tavrix/spatial/VisitStack.h>

@@ -8,11 +8,18 @@
 #include <type_traits>
 #include <utility>
 
-#include <tavrix/platform/Memory.h>
+#include <tavrix/platform/Export.h>
 #include <tavrix/platform/Types.h>
 
 namespace tavrix
 {
+
+namespace detail
+{
+/// Asks the system to back a large block of memory with huge pages, which makes its first touch several times
+/// cheaper. A hint: blocks below a few megabytes, and systems without the call, are left alone.
+TX_GEOMETRY_API void adviseHugePages(void* block, std::size_t bytes) noexcept;
+}  // namespace detail
 
 /// The default tag of Array.
 struct _Wa
@@ -94,7 +101,7 @@ public:
         if (capacity != 0)
         {
             fresh = new T[capacity];
-            adviseHugePages(fresh, std::size_t{capacity} * sizeof(T));
+            detail::adviseHugePages(fresh, std::size_t{capacity} * sizeof(T));
             if (keep) moveElements(fresh, kept);
         }
         delete[] _data;

@@ -22,7 +22,7 @@ public:
     SignRows(uint32 sizeX, uint32 sizeY, uint32 sizeZ)
         : _sizeY(sizeY), _words(sizeZ / 64 + 1), _bits(new uint64[std::size_t{sizeX} * sizeY * _words])
     {
-        adviseHugePages(_bits.get(), std::size_t{sizeX} * sizeY * _words * sizeof(uint64));
+        detail::adviseHugePages(_bits.get(), std::size_t{sizeX} * sizeY * _words * sizeof(uint64));
     }
 
     uint32 wordsPerRow() const { return _words; }

@@ -1,4 +1,4 @@
-#include <tavrix/platform/Memory.h>
+#include <tavrix/foundation/Array.h>
 
 #include <cstdint>
 
@@ -6,7 +6,7 @@
 #include <sys/mman.h>
 #endif
 
-namespace tavrix
+namespace tavrix::detail
 {
 
 void adviseHugePages([[maybe_unused]] void* block, [[maybe_unused]] std::size_t bytes) noexcept
@@ -22,4 +22,4 @@ void adviseHugePages([[maybe_unused]] void* block, [[maybe_unused]] std::size_t 
 #endif
 }
 
-}  // namespace tavrix
+}  // namespace tavrix::detail
