@@ -1,7 +1,5 @@
 """Tests of `tavrix convert`, `tavrix info` and the completion of the shell, from outside.
 
-    files_test.py PROGRAM [EMULATOR...]
-
 The folder TAVRIX_TEST_DATA, when set, gives more files."""
 
 import json
@@ -11,7 +9,6 @@ import re
 import shutil
 import struct
 import subprocess
-import sys
 import unittest
 from math import inf, nan
 
@@ -221,7 +218,3 @@ class Completion(FilesTest):
         (self.folder / "f").mkdir()
         self.assertEqual(sorted(self.completed("surface", "")), ["a.bin", "f"])
         self.assertEqual(sorted(self.completed("convert", "")), ["a.bin", "b.OBJ", "d", "e.stl", "f"])
-
-
-if __name__ == "__main__":
-    unittest.main(argv=sys.argv[:1])

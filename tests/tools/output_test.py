@@ -1,11 +1,8 @@
-"""Tests of what `tavrix surface` writes beside plain OBJ files, and of sequences of frames, from outside.
-
-    output_test.py PROGRAM [EMULATOR...]"""
+"""Tests of what `tavrix surface` writes beside plain OBJ files, and of sequences of frames, from outside."""
 
 import json
 import os
 import struct
-import sys
 import unittest
 from math import inf, nan
 
@@ -82,20 +79,14 @@ class Formats(OutputTest):
         result = self.run_program("surface", "in.bin", "-o", "no.obj", "--min-neighbours", 999)
         self.assert_refused(result, 1, "in.bin", "--min-neighbours")
 
-    def test_the_picture_is_drawn_as_well(self):
-        self.write("in.bin", particle_file(BLOCK))
-        picture = ("--preview", "out.png", "--preview-particles", "--preview-size", "64x40")
-        self.surface("in.bin", "-o", "out.stl", *picture)
-        self.assertEqual(struct.unpack_from(">2I", (self.folder / "out.png").read_bytes(), 16), (128, 40))
-
-
     @on_linux
-    def test_a_file_that_is_replaced_keeps_its_permissions(self):
+    def test_a_picture_is_drawn_as_well_and_a_file_that_is_replaced_keeps_its_permissions(self):
         self.write("in.bin", particle_file(BLOCK))
         self.write("out.obj", b"older")
         (self.folder / "out.obj").chmod(0o640)
-        self.surface("in.bin", "-o", "out.obj")
+        self.surface("in.bin", "-o", "out.obj", "--preview", "out.png", "--preview-particles", "--preview-size", "64x40")
         self.assertEqual((self.folder / "out.obj").stat().st_mode & 0o777, 0o640)
+        self.assertEqual(struct.unpack_from(">2I", (self.folder / "out.png").read_bytes(), 16), (128, 40))
 
 
 class Sequences(OutputTest):
@@ -160,7 +151,3 @@ class Sequences(OutputTest):
             ("f_{}.bin -o o_{}.obj --first 12", 1, "--first"),
             ("f_09.bin -o out.obj --preview none/out.png", 1, "none", "does not exist"),
             ("f_09.bin -o ./f_09.bin", 1, "./f_09.bin", "input"), ("a{}/ -o out.obj", 1, "a{}/", "folder")))
-
-
-if __name__ == "__main__":
-    unittest.main(argv=sys.argv[:1])

@@ -1,8 +1,5 @@
-"""Tests of `tavrix preview` from outside: files in, pictures, messages and exit status out.
+"""Tests of `tavrix preview` from outside: files in, pictures, messages and exit status out."""
 
-    preview_test.py PROGRAM [EMULATOR...]"""
-
-import sys
 import unittest
 from math import inf, nan
 
@@ -112,8 +109,3 @@ class Failures(PreviewTest):
         self.assert_all_refused("preview", [(arguments, 2, word, "tavrix preview --help") for arguments, word in (
             ("in.obj", "--output"), ("-o out.png", "FILE"), ("in.obj -o out.jpg", ".png"),
             ("in.obj -o out.png --size 60x9999999999", "--size"), ("in.obj -o out.png --up x", "--up"))])
-
-
-
-if __name__ == "__main__":
-    unittest.main(argv=sys.argv[:1])

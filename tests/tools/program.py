@@ -1,4 +1,4 @@
-"""Runs the program for the black-box tests; the arguments of a test are PROGRAM [EMULATOR...]."""
+"""Runs the program for the black-box tests; the arguments of a run are PROGRAM [EMULATOR...]."""
 
 import os
 import pathlib

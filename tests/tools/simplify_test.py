@@ -1,8 +1,5 @@
-"""Tests of `tavrix simplify`, `tavrix sphere` and what joins vertices in other commands, from outside.
+"""Tests of `tavrix simplify`, `tavrix sphere` and what joins vertices in other commands, from outside."""
 
-    simplify_test.py PROGRAM [EMULATOR...]"""
-
-import sys
 import unittest
 from math import pi
 
@@ -59,7 +56,3 @@ class Simplify(ProgramTest):
             ("simplify in.obj -o out.obj --tolerance nan", 2, "--tolerance"),
             ("simplify in.obj -o out.obj" + " --tolerance 1" * 9, 2, "eight"),
             ("convert in.obj out.stl --weld -1", 2, "--weld"), ("convert in.obj out.stl --weld 9", 1, "in.obj")))
-
-
-if __name__ == "__main__":
-    unittest.main(argv=sys.argv[:1])
