@@ -38,7 +38,6 @@ TEST(ParallelFor, CutsItsItemsIntoWaves)
 {
     EXPECT_EQ(slicesOf(0, 4), (std::vector<Slice>{}));
     EXPECT_EQ(slicesOf(7, 1), (std::vector<Slice>{{0, 0, 7}}));
-    EXPECT_EQ(slicesOf(7, 0), (std::vector<Slice>{{0, 0, 7}}));
     EXPECT_EQ(slicesOf(1, 9), (std::vector<Slice>{{0, 0, 1}}));
     EXPECT_EQ(slicesOf(8, 2), (std::vector<Slice>{{0, 0, 4}, {1, 4, 8}}));
     EXPECT_EQ(slicesOf(11, 3),

@@ -1,5 +1,3 @@
-#include <functional>
-
 #include <gtest/gtest.h>
 
 #include <Bytes.h>
@@ -7,91 +5,91 @@
 #include <tavrix/tavrix.h>
 #include <TestFolder.h>
 
-namespace tavrix
-{
-
-using test::bytesOf;
-using test::TestFolder;
+using namespace tavrix;
+using Encoding = MeshSTLFileParser::Encoding;
 
 namespace
 {
 
-/// Reads a level set, does with it what a host does, and returns the memory that it takes.
-template <bool sparse>
-std::size_t readSurface(const std::string& bytes)
+const auto& bin = MeshFileParser<Mesh_BIN_FileParser>::instance();
+const auto& obj = MeshFileParser<Mesh_OBJ_FileParser>::instance();
+const auto& stl = MeshFileParser<MeshSTLFileParser>::instance();
+
+int (*const writers[])(const TX_String&, const Mesh&, CancelCallback) = {
+    [](const TX_String& path, const Mesh& mesh, CancelCallback c) { return bin.write(path, mesh, c); },
+    [](const TX_String& path, const Mesh& mesh, CancelCallback c) { return obj.write(path, mesh, c); },
+    [](const TX_String& path, const Mesh& mesh, CancelCallback c)
+    { return stl.write(path, mesh, Encoding::binary, c); },
+    [](const TX_String& path, const Mesh& mesh, CancelCallback c)
+    { return stl.write(path, mesh, Encoding::ascii, c); }};
+
+Mesh makeCube()
 {
-    ImplicitSurface3Regular<float> surface;
-    surface.getDefaultValue() = 3;
-    FileRam ram(bytes.data(), bytes.size());
-    FileStreamBase& stream = ram;
-    sparse ? surface.load_useSparseFormat(stream) : surface.load_useRegularFormat(stream);
-    surface.redistance(3, 0.1f, 1);
     Mesh mesh;
-    surface.extractExplicitSurface(mesh, 1, nullptr);
-    EXPECT_TRUE(hasValidIndices(mesh));
-    return surface.getMemoryUsage();
+    mesh.createCubePrimitive({{0, 0, 0}, {1, 2, 3}});
+    return mesh;
 }
 
 }  // namespace
 
-// What fuzzers found, each in a file's first bytes, with zeros behind.
-TEST(DamagedFiles, FoundByFuzzers)
+// What a fuzzer found: a grid of no nodes, of 3 billion planes.
+TEST(DamagedFiles, AGridWithoutNodesTakesNoMemory)
 {
-    const struct
-    {
-        const char* fault;
-        std::size_t (*read)(const std::string&);
-        std::string start;
-        std::size_t size;
-    } finds[] = {{"a grid of no nodes, of 3 billion planes", readSurface<false>, bytesOf(0xBF000005u), 136}};
-    for (const auto& find : finds)
-    {
-        std::string bytes = find.start;
-        bytes.resize(find.size);
-        EXPECT_LE(find.read(bytes), 8 * find.size) << find.fault;
-    }
+    std::string bytes = test::bytesOf(0xBF000005u);
+    bytes.resize(136);
+    ImplicitSurface3Regular<float> surface;
+    surface.getDefaultValue() = 3;
+    FileRam ram(bytes.data(), bytes.size());
+    surface.load_useRegularFormat(static_cast<FileStreamBase&>(ram));
+    surface.redistance(3, 0.1f, 1);
+    Mesh mesh;
+    surface.extractExplicitSurface(mesh, 1, nullptr);
+    EXPECT_TRUE(hasValidIndices(mesh));
+    EXPECT_LE(surface.getMemoryUsage(), 8 * bytes.size());
 }
 
 TEST(Polling, StopsEveryWriter)
 {
-    Mesh mesh;
-    mesh.createCubePrimitive({{0, 0, 0}, {1, 2, 3}});
+    Mesh mesh = makeCube();
     mesh.addArray<Vector3F>("UV_MAP_0").assign(8, {0.5f, 0.25f, 0});
     mesh.addArray<Vector3F>("Velocity").assign(8, {1, 2, 3});
     for (uint32 n = 0; n < 16; ++n) mesh.addMesh(mesh);
-    const auto& bin = MeshFileParser<Mesh_BIN_FileParser>::instance();
-    const auto& obj = MeshFileParser<Mesh_OBJ_FileParser>::instance();
-    const auto& stl = MeshFileParser<MeshSTLFileParser>::instance();
-    const TestFolder folder;
-    const TX_String path = folder.file("f");
+    const test::TestFolder folder;
     int result = 0;
-    const std::function<int(CancelCallback)> writers[] = {
-        [&](CancelCallback c) { return bin.write(path, mesh, c); },
-        [&](CancelCallback c) { return obj.write(path, mesh, c); },
-        [&](CancelCallback c) { return stl.write(path, mesh, MeshSTLFileParser::Encoding::binary, c); },
-        [&](CancelCallback c) { return stl.write(path, mesh, MeshSTLFileParser::Encoding::ascii, c); }};
     for (const auto& write : writers)
         EXPECT_GT(test::stopAtPolls(
-                      4, [&](CancelCallback c) { return (result = write(c)) >= 0; },
+                      4, [&](CancelCallback c) { return (result = write(folder.file("f"), mesh, c)) >= 0; },
                       [&] { EXPECT_EQ(result, meshFileStopped); }),
                   20);
+}
+
+TEST(MissingFiles, EveryParserTells)
+{
+    const test::TestFolder folder;
+    ArrayOfPtr<Mesh> meshes;
+    for (const auto& write : writers)
+        EXPECT_EQ(write(folder.file("absent/f"), makeCube(), nullptr), meshFileCannotOpen);
+    EXPECT_EQ(bin.read(folder.file("absent"), meshes), meshFileCannotOpen);
+    EXPECT_EQ(obj.read(folder.file("absent"), meshes), meshFileCannotOpen);
+    EXPECT_EQ(MeshFileParser<MeshImporter>::instance().read_ASE(folder.file("absent"), meshes),
+              meshFileCannotOpen);
+    Encoding untouched{};
+    EXPECT_EQ(MeshSTLFileParser::encodingBySize(folder.file("absent"), untouched), meshFileCannotOpen);
+    testing::internal::CaptureStdout();
+    EXPECT_EQ(stl.read(folder.file("absent"), meshes), meshFileCannotOpen);
+    EXPECT_EQ(testing::internal::GetCapturedStdout(),
+              "Can\xB4t open: " + std::string(folder.file("absent").view()) + ". Exiting... \n");
+    EXPECT_TRUE(meshes.empty());
 }
 
 #if defined(__linux__)
 TEST(FullDisk, EveryWriterTells)
 {
-    Mesh mesh;
-    mesh.createCubePrimitive({{0, 0, 0}, {1, 2, 3}});
     const TX_String full("/dev/full");
-    const auto& stl = MeshFileParser<MeshSTLFileParser>::instance();
-    EXPECT_EQ(MeshFileParser<Mesh_BIN_FileParser>::instance().write(full, mesh), meshFileCannotWrite);
-    EXPECT_EQ(MeshFileParser<Mesh_OBJ_FileParser>::instance().write(full, mesh), meshFileCannotWrite);
-    EXPECT_EQ(stl.write(full, mesh), meshFileCannotWrite);
-    EXPECT_EQ(stl.write(full, mesh, MeshSTLFileParser::Encoding::ascii), meshFileCannotWrite);
-
+    for (const auto& write : writers) EXPECT_EQ(write(full, makeCube(), nullptr), meshFileCannotWrite);
     std::FILE* file = openFile(full, "wb");
     FileStreamRaw stream(file);
-    mesh.saveBasic(stream);
+    makeCube().saveBasic(stream);
     EXPECT_NE(std::fclose(file), 0);
     FileStreamRawBuffered buffered;
     ASSERT_EQ(buffered.openToWrite(full), FileStatus::ok);
@@ -99,5 +97,3 @@ TEST(FullDisk, EveryWriterTells)
     EXPECT_EQ(buffered.close(), FileStatus::cannotWrite);
 }
 #endif
-
-}  // namespace tavrix

@@ -5,13 +5,10 @@
 #include <tavrix/tavrix.h>
 #include <TestFolder.h>
 
-namespace tavrix
-{
+using namespace tavrix;
 
 namespace
 {
-
-using Meshes = ArrayOfPtr<Mesh>;
 
 /// A mesh of more text, records and facets than any buffer, block or window holds. Its numbers are single
 /// precision; `isDecimal`: and need no more than six decimals.
@@ -33,7 +30,7 @@ Mesh makeLarge(bool isDecimal)
 }
 
 /// The corners of the faces are the same, and so are the channels that came back.
-void expectSame(const Mesh& mesh, const Meshes& back, std::size_t channels)
+void expectSame(const Mesh& mesh, const ArrayOfPtr<Mesh>& back, std::size_t channels)
 {
     ASSERT_EQ(back.size(), 1u);
     ASSERT_EQ(back[0]->getFacesSize(), mesh.getFacesSize());
@@ -59,7 +56,7 @@ TEST(RoundTrip, LargeMeshesComeBackFromEveryFormat)
     const test::TestFolder folder;
     const TX_String path = folder.file("f");
     const Mesh decimal = makeLarge(true), any = makeLarge(false);
-    Meshes fromObj, fromBin, fromStl[2];
+    ArrayOfPtr<Mesh> fromObj, fromBin, fromStl[2];
     const auto& obj = MeshFileParser<Mesh_OBJ_FileParser>::instance();
     ASSERT_EQ(obj.write(path, decimal), 0);
     ASSERT_EQ(obj.read(path, fromObj), 0);
@@ -77,5 +74,3 @@ TEST(RoundTrip, LargeMeshesComeBackFromEveryFormat)
         expectSame(any, fromStl[isText], 0);
     }
 }
-
-}  // namespace tavrix

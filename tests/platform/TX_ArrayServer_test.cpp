@@ -9,23 +9,17 @@
 #include <thread>
 #include <vector>
 
-namespace tavrix
-{
-
-namespace
-{
-
+using namespace tavrix;
 using Ints = std::vector<int>;
-using Strings = std::vector<std::string>;
 
-TX_ArrayServer& server() { return TX_ArrayServer::instance(); }
+static TX_ArrayServer& server() { return TX_ArrayServer::instance(); }
 
 TEST(TX_ArrayServer, AnswersNothingForNoneStaleForeignAndWrongType)
 {
     const ArrayHandle handle = server().create<Ints>(3u, 7);
     ASSERT_NE(server().get<Ints>(handle), nullptr);
     EXPECT_EQ(*server().get<Ints>(handle), Ints({7, 7, 7}));
-    EXPECT_EQ(server().get<Strings>(handle), nullptr);
+    EXPECT_EQ(server().get<std::vector<std::string>>(handle), nullptr);
     EXPECT_EQ(server().size(handle), 3u);
     EXPECT_TRUE(server().release(handle));
 
@@ -65,20 +59,14 @@ TEST(TX_ArrayServer, FollowsAModelThroughRandomUse)
         const auto entry = std::next(model.begin(), static_cast<long>(random() % model.size()));
         const ArrayHandle handle{entry->first};
         ASSERT_EQ(server().get<Ints>(handle)->front(), entry->second.content);
-        if (random() % 4 == 0)
-        {
+        const bool shares = random() % 4 == 0;
+        if (shares)
             server().share(handle);
-            ++entry->second.references;
-        }
         else
-        {
             ASSERT_TRUE(server().release(handle));
-            if (--entry->second.references == 0)
-            {
-                dead.push_back(handle.value);
-                model.erase(entry);
-            }
-        }
+        if ((entry->second.references += shares ? 1u : ~0u) > 0) continue;
+        dead.push_back(handle.value);
+        model.erase(entry);
     }
     for (const uint32 value : dead)
     {
@@ -119,7 +107,3 @@ TEST(TX_ArrayServer, ServesSeveralThreadsAtOnce)
     for (std::thread& thread : threads) thread.join();
     EXPECT_EQ(faults, 0);
 }
-
-}  // namespace
-
-}  // namespace tavrix

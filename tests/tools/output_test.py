@@ -1,6 +1,5 @@
 """Tests of what `tavrix surface` writes beside plain OBJ files, and of sequences of frames, from outside."""
 
-import json
 import os
 import struct
 import unittest
@@ -15,9 +14,6 @@ BLOCK = block(6, 0.05)
 class OutputTest(ProgramTest):
     def surface(self, *arguments):
         return self.succeed("surface", *arguments)
-
-    def info(self, name):
-        return json.loads(self.succeed("info", "--json", name))[0]
 
 
 class Formats(OutputTest):

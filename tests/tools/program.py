@@ -1,5 +1,6 @@
 """Runs the program for the black-box tests; the arguments of a run are PROGRAM [EMULATOR...]."""
 
+import json
 import os
 import pathlib
 import signal
@@ -62,6 +63,17 @@ class ProgramTest(unittest.TestCase):
         result = self.run_program(*arguments, **options)
         self.assertEqual((result.returncode, result.stderr), (0, ""))
         return result.stdout
+
+    def info(self, name):
+        """What `tavrix info`, whose tests measure meshes made by hand, tells of a file."""
+        return json.loads(self.succeed("info", "--json", name))[0]
+
+    def assert_solid(self, name, volume, error):
+        """The mesh is closed, looks outwards and has about that volume; what is told of it."""
+        found = self.info(name)
+        self.assertTrue(found["closed"] and found["oriented"])
+        self.assertAlmostEqual(found["volume"] / volume, 1, delta=error)
+        return found
 
     def write(self, name, content):
         (self.folder / name).write_bytes(content)
