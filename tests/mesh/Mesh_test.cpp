@@ -28,7 +28,7 @@ TEST(Mesh, DescribesItselfInSixLines)
     mesh.addSuffixToName("_s");
     TX_String text("before ");
     mesh.addStringDescription(text);
-    EXPECT_EQ(text.view(), "*MESH DESCRIPTION* \n{\n\tName: " + std::string(300, 'n') +
+    EXPECT_EQ(text.view(), "before *MESH DESCRIPTION* \n{\n\tName: " + std::string(300, 'n') +
                                "_s \n\tNum Vertex-Positions: 4 \n\tNum Vertex-Normals: 4 \n"
                                "\tNum Faces: 4 \n}\n");
 }

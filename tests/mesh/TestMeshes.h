@@ -65,4 +65,19 @@ inline void connect(Mesh& mesh)
     mesh.createSafe_PosConnectivityToFaces();
 }
 
+/// FNV-1a over the bytes of the arrays.
+template <class... Arrays>
+uint64 checksum(const Arrays&... arrays)
+{
+    uint64 hash = 14695981039346656037u;
+    const auto add = [&](const auto& array)
+    {
+        const auto* bytes = reinterpret_cast<const unsigned char*>(array.data());
+        for (std::size_t i = 0; i < array.size() * sizeof array[0]; ++i)
+            hash = (hash ^ bytes[i]) * 1099511628211u;
+    };
+    (add(arrays), ...);
+    return hash;
+}
+
 }  // namespace tavrix::test
