@@ -17,7 +17,7 @@ using namespace tavrix;
 namespace
 {
 
-constexpr double nan = std::numeric_limits<double>::quiet_NaN();
+constexpr double notANumber = std::numeric_limits<double>::quiet_NaN();
 constexpr double infinity = std::numeric_limits<double>::infinity();
 constexpr float smallest = std::numeric_limits<float>::denorm_min();
 constexpr auto center = V3S_SIMP_MODE::center, centered = V3S_SIMP_MODE::centered;
@@ -46,8 +46,9 @@ enum class Cloud
 template <class T>
 std::vector<Vector3<T>> makeCloud(Cloud kind, uint32 count, std::mt19937& chance)
 {
-    static const double strange[] = {0.0,   -0.0,  0.1, 0.05, nan,  -nan, infinity, -infinity, 3e38,
-                                     -3e38, 1e-42, 1,   -1,   -0.1, 2e38, 1e30,     -1e-42,    0.2};
+    static const double strange[] = {0.0,      -0.0,      0.1,  0.05,  notANumber, -notANumber,
+                                     infinity, -infinity, 3e38, -3e38, 1e-42,      1,
+                                     -1,       -0.1,      2e38, 1e30,  -1e-42,     0.2};
     const auto below = [&](uint32 limit) { return static_cast<uint32>(chance() % limit); };
     const auto coordinate = [&]() -> double
     {
@@ -104,7 +105,7 @@ void compareOnClouds()
                             {0.05f, 0.0f, 0.1f, 0.3f},
                             {-1.0f},
                             {smallest},
-                            {static_cast<float>(nan), 0.04f},
+                            {static_cast<float>(notANumber), 0.04f},
                             {static_cast<float>(infinity)}};
     for (const Cloud cloud : {Cloud::Uniform, Cloud::Lattice, Cloud::Clusters, Cloud::Strange})
         for (const uint32 count : {0u, 1u, 2u, 3u, 25u, 60u, 400u, 5000u})
@@ -184,8 +185,12 @@ TEST(Vector3Simplifier, SmallCases)
         const Indices families{1, 0, 1, 0, 1, 0};
         simplifier.setArrFamily(families);
         simplifier.clearArrFamily();
-        simplifier.simplifyConst(c.points, {0.5f}, c.mode);
-        EXPECT_EQ(simplifier.getArrPosOut(), c.output);
+        Indices dictionary;
+        simplifier.simplifyConst(c.points, dictionary, {0.5f}, c.mode);
+        EXPECT_EQ(dictionary, c.dictionary);
+        Points points = c.points;
+        simplifier.simplifyOverwrite(points, {0.5f}, c.mode);
+        EXPECT_EQ(points, c.output);
     }
 }
 
@@ -237,7 +242,7 @@ TEST(Vector3Simplifier, TheLastToleranceDecidesWhatIsThin)
     {
         Params params;
         uint32 kept;
-    } cases[] = {{{}, 4},           {{static_cast<float>(nan)}, 4},
+    } cases[] = {{{}, 4},           {{static_cast<float>(notANumber)}, 4},
                  {{0.0f}, 4},       {{0.6f, 0.1f}, 4},
                  {{0.1f, 0.6f}, 2}, {{-0.6f}, 2},
                  {{0.7501f}, 0}};
