@@ -145,9 +145,11 @@ TEST(Mesh_BIN_FileParser, SaysWhatWentWrongAndKeepsWhatItRead)
         // a file may end behind the faces, or go on with what is no channel
         {smallFile(), 0, 4, 2, 0},
         {smallFile() + std::string("\0\xCC", 2), 0, 4, 2, 0},
+        {smallFile() + bytesOf<uint32>({0xCCCCCC11, 0}), 0, 4, 2, 0},
         {"", meshFileEndsTooEarly, 0, 0, 0},
         {bytesOf(0xDADADADB) + smallFile().substr(4), meshFileFailed, 0, 0, 0},
         {smallFile().substr(0, 8), meshFileEndsTooEarly, 0, 0, 0},
+        {head(4, 0).substr(0, 8) + bytesOf(0xCCCCCC00), meshFileFailed, 0, 0, 0},
         {head(4, 0xFFFFFFFF), meshFileFailed, 0, 0, 0},
         {smallFile().substr(0, 16 + 30), meshFileEndsTooEarly, 2, 0, 0},
         {smallFile().substr(0, 16 + 48 + 4 + 20), meshFileEndsTooEarly, 4, 1, 0},
@@ -170,7 +172,7 @@ TEST(Mesh_BIN_FileParser, SaysWhatWentWrongAndKeepsWhatItRead)
     const auto plain = readBytes(rows[0].bytes, 0);
     EXPECT_EQ(plain->pos(), (Array<Vector3D>{{0, 0, 0}, {1, 0, 0}, {0, 1, 0}, {double{0.1f}, 0, 1}}));
     EXPECT_EQ(plain->nor()[1], (Vector3F{0, 0, 1}));
-    const auto cut = readBytes(rows[9].bytes, meshFileEndsTooEarly);
+    const auto cut = readBytes(rows[11].bytes, meshFileEndsTooEarly);
     EXPECT_EQ(*uvOf(*cut), (Array<Vector3F>{{1, 2, 0}, {0, 0, 0}, {0, 0, 0}, {0, 0, 0}}));
 
     const TestFolder folder;

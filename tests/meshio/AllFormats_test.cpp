@@ -1,3 +1,5 @@
+#include <random>
+
 #include <gtest/gtest.h>
 
 #include <Bytes.h>
@@ -22,6 +24,25 @@ int (*const writers[])(const TX_String&, const Mesh&, CancelCallback) = {
     { return stl.write(path, mesh, Encoding::binary, c); },
     [](const TX_String& path, const Mesh& mesh, CancelCallback c)
     { return stl.write(path, mesh, Encoding::ascii, c); }};
+
+/// A mesh of more text, records and facets than any buffer, block or window holds. Its numbers are single
+/// precision; `isDecimal`: and need no more than six decimals.
+Mesh makeLarge(bool isDecimal)
+{
+    Mesh mesh;
+    Array<Vector3F>& uv = mesh.addArray<Vector3F>("UV_MAP_0");
+    Array<Vector3F>& velocity = mesh.addArray<Vector3F>("Velocity");
+    std::mt19937 random(5);
+    for (uint32 i = 0; i < 30'000; ++i)
+    {
+        const float n = static_cast<float>(i), x = isDecimal ? n / 64 : 1 / (n + 1);
+        mesh.refPos().push_back({x, isDecimal ? -x : 1e-30f * x, isDecimal ? 1.5f : 1e15f * n});
+        uv.push_back({x, 0.25f, 0});
+        velocity.push_back({0, n, 1});
+        if (i >= 2) mesh.refTrindexPos().push_back({i, i - 2, static_cast<uint32>(random()) % i});
+    }
+    return mesh;
+}
 
 Mesh makeCube()
 {
@@ -61,6 +82,39 @@ TEST(Polling, StopsEveryWriter)
                       4, [&](CancelCallback c) { return (result = write(folder.file("f"), mesh, c)) >= 0; },
                       [&] { EXPECT_EQ(result, meshFileStopped); }),
                   20);
+}
+
+TEST(RoundTrip, LargeMeshesComeBackFromEveryFormat)
+{
+    const test::TestFolder folder;
+    const TX_String path = folder.file("f");
+    for (std::size_t format = 0; format < std::size(writers); ++format)
+    {
+        SCOPED_TRACE(format);
+        const Mesh mesh = makeLarge(format == 1);
+        ArrayOfPtr<Mesh> back;
+        const int written = writers[format](path, mesh, nullptr);
+        EXPECT_EQ(format == 0   ? bin.read(path, back)
+                  : format == 1 ? obj.read(path, back)
+                                : stl.read(path, back),
+                  written);
+        ASSERT_EQ(back.size(), 1u);
+        ASSERT_EQ(back[0]->getFacesSize(), mesh.getFacesSize());
+        std::size_t channels = 0;
+        for (const char* channel : {"UV_MAP_0", "Velocity"})
+        {
+            const auto *sent = mesh.findArray<Vector3F>(channel),
+                       *got = back[0]->findArray<Vector3F>(channel);
+            channels += got != nullptr;
+            for (uint32 n = 0; n < 3 * mesh.getFacesSize(); ++n)
+            {
+                const uint32 i = mesh.trindexPos()[n / 3][n % 3], j = back[0]->trindexPos()[n / 3][n % 3];
+                ASSERT_EQ(back[0]->pos()[j], mesh.pos()[i]);
+                if (got) { ASSERT_EQ((*got)[j], (*sent)[i]); }
+            }
+        }
+        EXPECT_EQ(channels, format == 0 ? 2u : format == 1 ? 1u : 0u);
+    }
 }
 
 TEST(MissingFiles, EveryParserTells)
