@@ -30,7 +30,7 @@ inline std::string fixed6(double value)
 inline std::string shortest(float value)
 {
     char text[maxFloatLength];
-    const char* const end = printFloat(text, value);
+    char* const end = printFloat(text, value);
     float back = 0;
     const bool isBack = parseFloat(text, end, back) == end &&
                         (std::isnan(value) || std::bit_cast<uint32>(back) == std::bit_cast<uint32>(value));

@@ -60,10 +60,12 @@ TEST(NumberText, ReadsFloatsAtEveryPrecisionAndHalfWayCasesExactly)
         if (i % 8 > 0) continue;
         const float next = std::nextafter(value, std::numeric_limits<float>::max());
         const double middle = (double{value} + double{next}) / 2;
-        std::string text = printed(i % 3 == 0 ? "%.160f" : i % 5 == 0 ? "%.10f" : "%a", middle);
+        const char* const precisions[] = {"%.160f", "%.3f", "%.10f", "%.17f"};
+        std::string text = printed(precisions[i / 8 % 4], middle);
         expectAsStrtof(text);
         text.back() = static_cast<char>(text.back() == '9' ? '8' : text.back() + 1);
         expectAsStrtof(text);
+        expectAsStrtof(printed("%a", middle));
     }
 }
 
