@@ -64,7 +64,9 @@ TEST(SurfaceReconstruction, MakesAClosedSurfaceThatFacesOutwards)
             const MeshTopology topology = computeTopology(mesh);
             EXPECT_TRUE(topology.isClosed() && topology.isConsistentlyOriented());
             EXPECT_NEAR(signedVolume(mesh), 4.19 * 0.65 * 0.65 * 0.65, 0.4);
-            EXPECT_EQ(mesh.nor().size(), mesh.pos().size());
+            ASSERT_EQ(mesh.nor().size(), mesh.pos().size());
+            for (uint32 n = 0; n < mesh.getPosSize(); ++n)
+                EXPECT_GT(dot(mesh.pos()[n], convert<double>(mesh.nor()[n])), 0) << "inwards";
             for (const Vector3F& v : *mesh.findArray<Vector3F>("Velocity"))
                 EXPECT_LT(length(v - Vector3F{1, 2, 3}), 1e-5f);
             if (threads == 1) first = mesh;
