@@ -11,13 +11,10 @@
 
 using namespace tavrix;
 
-namespace
-{
-
 using Slice = std::tuple<uint32, uint64, uint64>;
 
 /// The slices that the loop hands out, sorted by where they begin.
-std::vector<Slice> slicesOf(uint64 itemCount, uint32 threadCount)
+static std::vector<Slice> slicesOf(uint64 itemCount, uint32 threadCount)
 {
     std::vector<Slice> slices;
     std::mutex mutex;
@@ -31,8 +28,6 @@ std::vector<Slice> slicesOf(uint64 itemCount, uint32 threadCount)
               [](const Slice& a, const Slice& b) { return std::get<1>(a) < std::get<1>(b); });
     return slices;
 }
-
-}  // namespace
 
 TEST(ParallelFor, CutsItsItemsIntoWaves)
 {

@@ -57,18 +57,15 @@ void addGeometry(Choices& choices, Mesh& mesh)
     const uint32 positions = choices.below(12), faces = choices.below(16);
     for (uint32 n = 0; n < positions; ++n) mesh.refPos().push_back(point(choices));
     const uint32 count = mesh.getPosSize();
-    const bool hasTriples = mesh.trindexNor().size() == mesh.getFacesSize();
+    const bool hasTriples = mesh.trindexNor().size() == mesh.getFacesSize() && !mesh.nor().empty();
+    if (!hasTriples) mesh.refTrindexNor().clear();
     for (uint32 n = 0; n < faces && count > 0; ++n)
     {
-        const Index3 face{choices.below(count), choices.below(count), choices.below(count)};
-        mesh.refTrindexPos().push_back(face);
-        if (hasTriples && mesh.nor().size() > 0)
-        {
-            const uint32 normals = mesh.nor().size();
-            mesh.refTrindexNor().push_back({face.a % normals, face.b % normals, face.c % normals});
-        }
+        const Index3 f{choices.below(count), choices.below(count), choices.below(count)};
+        const uint32 normals = mesh.nor().size();
+        mesh.refTrindexPos().push_back(f);
+        if (hasTriples) mesh.refTrindexNor().push_back({f.a % normals, f.b % normals, f.c % normals});
     }
-    if (!hasTriples || mesh.nor().empty()) mesh.refTrindexNor().clear();
     mesh.invalidateBox();
     mesh.invalidateConnectivity();
 }
@@ -80,6 +77,14 @@ void addBadFace(Choices& choices, Mesh& mesh)
     mesh.refTrindexPos().push_back({0, bad[choices.below(4)], bad[choices.below(4)]});
     mesh.refTrindexNor().clear();
     mesh.invalidateConnectivity();
+}
+
+/// A channel by which it can be told later whether its elements are still where they belong.
+Array<Vector3F> placesOf(const Mesh& mesh)
+{
+    Array<Vector3F> places;
+    for (const Vector3D& p : mesh.pos()) places.push_back(convert<float>(p));
+    return places;
 }
 
 void addArray(Choices& choices, Mesh& mesh)
@@ -95,24 +100,17 @@ void addArray(Choices& choices, Mesh& mesh)
     else if (kind == 2)
         mesh.addArray<double>(names[kind]).assign(mesh.getPosSize() * choices.below(3), 2.5);
     else
-    {
-        auto& array = mesh.addArray<Vector3F>(names[kind]);
-        // of a position, so that it can be told later whether an element is still where it belongs
-        for (const Vector3D& p : mesh.pos()) array.push_back(convert<float>(p));
-    }
+        mesh.addArray<Vector3F>(names[kind]) = placesOf(mesh);
 }
 
 /// Whether the channel still says for each position what it said when it was made.
 bool fits(const Mesh& mesh, const char* name)
 {
     const auto* array = mesh.findArray<Vector3F>(name);
-    if (!array || array->size() != mesh.getPosSize()) return false;
-    const auto isOwn = [](const Vector3F& carried, const Vector3D& p)
-    {
-        const auto own = convert<float>(p);
-        return std::memcmp(&carried, &own, sizeof own) == 0;
-    };
-    return std::equal(array->begin(), array->end(), mesh.pos().begin(), isOwn);
+    const Array<Vector3F> places = placesOf(mesh);
+    return array && array->size() == places.size() &&
+           (places.empty() ||
+            std::memcmp(array->data(), places.data(), places.size() * sizeof(Vector3F)) == 0);
 }
 
 void clean(Choices& choices, Mesh& mesh)

@@ -12,11 +12,8 @@
 
 using namespace tavrix;
 
-namespace
-{
-
 /// A mesh with everything that the library builds, and a name too long to be stored without an allocation.
-Mesh makeFullMesh()
+static Mesh makeFullMesh()
 {
     Mesh mesh = test::makeTerrain(9);
     mesh.setName("a name longer than any buffer inside a string");
@@ -28,7 +25,7 @@ Mesh makeFullMesh()
 }
 
 /// What the mesh holds fits together, and lists that are not there are made as for any mesh.
-void expectSound(Mesh& mesh)
+static void expectSound(Mesh& mesh)
 {
     Mesh fresh = test::makeMesh(mesh.pos(), mesh.trindexPos());
     EXPECT_TRUE(hasValidIndices(mesh));
@@ -41,8 +38,6 @@ void expectSound(Mesh& mesh)
     EXPECT_EQ(mesh.posFaceData(), fresh.posFaceData());
     EXPECT_EQ(mesh.bindexFacedge(), fresh.bindexFacedge());
 }
-
-}  // namespace
 
 TEST(MeshMemory, StaysSoundWhereverAnAllocationFails)
 {

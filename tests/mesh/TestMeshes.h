@@ -24,6 +24,13 @@ inline Mesh makeTetrahedron()
                     {{0, 2, 1}, {0, 1, 3}, {1, 2, 3}, {2, 0, 3}});
 }
 
+inline Mesh makeCube()
+{
+    Mesh mesh;
+    mesh.createCubePrimitive({{0, 0, 0}, {1, 1, 1}});
+    return mesh;
+}
+
 /// Faces with random corners over few positions: open, folded, non-manifold, and now and then degenerate.
 inline Mesh makeRandomSoup(uint32 positionCount, uint32 faceCount, uint32 seed)
 {

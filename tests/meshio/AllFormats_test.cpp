@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <Bytes.h>
+#include <mesh/TestMeshes.h>
 #include <Polls.h>
 #include <tavrix/tavrix.h>
 #include <TestFolder.h>
@@ -26,8 +27,8 @@ int (*const writers[])(const TX_String&, const Mesh&, CancelCallback) = {
     { return stl.write(path, mesh, Encoding::ascii, c); }};
 
 /// A mesh of more text, records and facets than any buffer, block or window holds. Its numbers are single
-/// precision; `isDecimal`: and need no more than six decimals.
-Mesh makeLarge(bool isDecimal)
+/// precision and need no more than six decimals.
+Mesh makeLarge()
 {
     Mesh mesh;
     Array<Vector3F>& uv = mesh.addArray<Vector3F>("UV_MAP_0");
@@ -35,19 +36,12 @@ Mesh makeLarge(bool isDecimal)
     std::mt19937 random(5);
     for (uint32 i = 0; i < 30'000; ++i)
     {
-        const float n = static_cast<float>(i), x = isDecimal ? n / 64 : 1 / (n + 1);
-        mesh.refPos().push_back({x, isDecimal ? -x : 1e-30f * x, isDecimal ? 1.5f : 1e15f * n});
+        const float n = static_cast<float>(i), x = n / 64;
+        mesh.refPos().push_back({x, -x, 1.5});
         uv.push_back({x, 0.25f, 0});
         velocity.push_back({0, n, 1});
         if (i >= 2) mesh.refTrindexPos().push_back({i, i - 2, static_cast<uint32>(random()) % i});
     }
-    return mesh;
-}
-
-Mesh makeCube()
-{
-    Mesh mesh;
-    mesh.createCubePrimitive({{0, 0, 0}, {1, 2, 3}});
     return mesh;
 }
 
@@ -71,7 +65,7 @@ TEST(DamagedFiles, AGridWithoutNodesTakesNoMemory)
 
 TEST(Polling, StopsEveryWriter)
 {
-    Mesh mesh = makeCube();
+    Mesh mesh = test::makeCube();
     mesh.addArray<Vector3F>("UV_MAP_0").assign(8, {0.5f, 0.25f, 0});
     mesh.addArray<Vector3F>("Velocity").assign(8, {1, 2, 3});
     for (uint32 n = 0; n < 16; ++n) mesh.addMesh(mesh);
@@ -88,10 +82,10 @@ TEST(RoundTrip, LargeMeshesComeBackFromEveryFormat)
 {
     const test::TestFolder folder;
     const TX_String path = folder.file("f");
+    const Mesh mesh = makeLarge();
     for (std::size_t format = 0; format < std::size(writers); ++format)
     {
         SCOPED_TRACE(format);
-        const Mesh mesh = makeLarge(format == 1);
         ArrayOfPtr<Mesh> back;
         const int written = writers[format](path, mesh, nullptr);
         EXPECT_EQ(format == 0   ? bin.read(path, back)
@@ -122,7 +116,7 @@ TEST(MissingFiles, EveryParserTells)
     const test::TestFolder folder;
     ArrayOfPtr<Mesh> meshes;
     for (const auto& write : writers)
-        EXPECT_EQ(write(folder.file("absent/f"), makeCube(), nullptr), meshFileCannotOpen);
+        EXPECT_EQ(write(folder.file("absent/f"), test::makeCube(), nullptr), meshFileCannotOpen);
     EXPECT_EQ(bin.read(folder.file("absent"), meshes), meshFileCannotOpen);
     EXPECT_EQ(obj.read(folder.file("absent"), meshes), meshFileCannotOpen);
     EXPECT_EQ(MeshFileParser<MeshImporter>::instance().read_ASE(folder.file("absent"), meshes),
@@ -140,10 +134,10 @@ TEST(MissingFiles, EveryParserTells)
 TEST(FullDisk, EveryWriterTells)
 {
     const TX_String full("/dev/full");
-    for (const auto& write : writers) EXPECT_EQ(write(full, makeCube(), nullptr), meshFileCannotWrite);
+    for (const auto& write : writers) EXPECT_EQ(write(full, test::makeCube(), nullptr), meshFileCannotWrite);
     std::FILE* file = openFile(full, "wb");
     FileStreamRaw stream(file);
-    makeCube().saveBasic(stream);
+    test::makeCube().saveBasic(stream);
     EXPECT_NE(std::fclose(file), 0);
     FileStreamRawBuffered buffered;
     ASSERT_EQ(buffered.openToWrite(full), FileStatus::ok);

@@ -22,9 +22,7 @@ const std::string scene = R"(*COMMENT	"made by hand { *MESH { "
 	*NODE_NAME "Box 01"
 	*NODE_TM { *NODE_NAME "inner" *TM_ROW3 9 9 9 }
 	*MESH {
-		*TIMEVALUE 0
 		*MESH_NUMVERTEX 4000000000
-		*MESH_NUMFACES 2
 		*MESH_VERTEX_LIST {
 			*MESH_VERTEX    0	-1.5000	2.0000	0.0000
 			*MESH_VERTEX    1	1e1	2.0000	-0.1250

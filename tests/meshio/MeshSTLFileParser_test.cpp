@@ -128,8 +128,8 @@ TEST(MeshSTLFileParser, TellsTheEncodingAsDefined)
 {
     const std::string body = bytesOf(uint32{1}) + facet(1);
     const std::string binary = facetText1;
-    EXPECT_EQ(readBytes(padded("some header") + body), "some header" + binary);
-    for (const std::string header : {"COLOR=abcd", "SolidModel", "Facet Normal"})
+    for (const std::string header :
+         {"some header", "COLOR=abcd", "SolidModel", "Facet Normal", "facet  normal"})
         EXPECT_EQ(readBytes(padded(header) + body), header + binary);
     // every keyword makes it text, in which there is no facet
     for (const char* keyword : {"solid", "facet normal", "outer loop", "vertex", "color", "endloop",
@@ -139,7 +139,6 @@ TEST(MeshSTLFileParser, TellsTheEncodingAsDefined)
         EXPECT_EQ(readBytes(padded(std::string("my ") + keyword) + body, Encoding::binary),
                   std::string("my ") + keyword + binary);
     }
-    EXPECT_EQ(readBytes(padded("facet  normal") + body), "facet  normal" + binary);
     // in the eighth stretch that a carriage return ends, but not in the ninth; wherever the windows end
     EXPECT_EQ(readBytes(padded("\r\r\r\r\r\r\rsolid") + body), "");
     EXPECT_EQ(readBytes(padded("\r\r\r\r\r\r\r\rsolid") + body), "solid" + binary);

@@ -3,8 +3,8 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <map>
 #include <random>
+#include <set>
 #include <string>
 #include <thread>
 #include <vector>
@@ -38,44 +38,34 @@ TEST(TX_ArrayServer, AnswersNothingForNoneStaleForeignAndWrongType)
 
 TEST(TX_ArrayServer, FollowsAModelThroughRandomUse)
 {
-    struct Entry
-    {
-        int content;
-        uint32 references;
-    };
-    std::map<uint32, Entry> model;
-    std::vector<uint32> dead;
+    std::vector<std::pair<ArrayHandle, int>> references;  // and what the array holds
+    std::set<uint32> everMade, alive;
     std::mt19937 random(5);
     const uint32 before = server().arrayCount();
     for (int step = 0; step < 20000; ++step)
     {
-        if (model.empty() || (model.size() < 3000 && random() % 5 < 3))
+        if (references.empty() || (references.size() < 3000 && random() % 5 < 3))
         {
-            const ArrayHandle handle = server().create<Ints>(1u, step);
-            ASSERT_TRUE(model.insert({handle.value, {step, 1}}).second)
-                << "a live handle was given out twice";
+            references.emplace_back(server().create<Ints>(1u, step), step);
+            everMade.insert(references.back().first.value);
             continue;
         }
-        const auto entry = std::next(model.begin(), static_cast<long>(random() % model.size()));
-        const ArrayHandle handle{entry->first};
-        ASSERT_EQ(server().get<Ints>(handle)->front(), entry->second.content);
-        const bool shares = random() % 4 == 0;
-        if (shares)
-            server().share(handle);
+        std::swap(references[random() % references.size()], references.back());
+        const auto [handle, content] = references.back();
+        ASSERT_EQ(server().get<Ints>(handle)->front(), content);
+        if (random() % 4 == 0)
+            references.emplace_back(server().share(handle), content);
         else
+        {
             ASSERT_TRUE(server().release(handle));
-        if ((entry->second.references += shares ? 1u : ~0u) > 0) continue;
-        dead.push_back(handle.value);
-        model.erase(entry);
+            references.pop_back();
+        }
     }
-    for (const uint32 value : dead)
-    {
-        if (model.contains(value)) continue;  // the slot went through all its generations
-        ASSERT_EQ(server().get<Ints>({value}), nullptr);
-    }
-    EXPECT_EQ(server().arrayCount() - before, model.size());
-    for (const auto& [value, entry] : model)
-        for (uint32 i = 0; i < entry.references; ++i) EXPECT_TRUE(server().release({value}));
+    for (const auto& [handle, content] : references) alive.insert(handle.value);
+    EXPECT_EQ(server().arrayCount() - before, alive.size());
+    for (const uint32 value : everMade)
+        ASSERT_EQ(server().get<Ints>({value}) != nullptr, alive.contains(value));
+    for (const auto& [handle, content] : references) EXPECT_TRUE(server().release(handle));
     EXPECT_EQ(server().arrayCount(), before);
 }
 
@@ -92,14 +82,13 @@ TEST(TX_ArrayServer, ServesSeveralThreadsAtOnce)
                 std::vector<ArrayHandle> own;
                 for (int i = 0; i < 3000; ++i)
                 {
-                    own.push_back(server().create<Ints>(1u, t * 10000 + i));
-                    if (server().get<Ints>(stale)) ++faults;
+                    own.push_back(server().create<Ints>(1u, t));
+                    std::swap(own.back(), own[own.size() / 2]);
+                    const Ints* ints = server().get<Ints>(own.back());
+                    if (server().get<Ints>(stale) || !ints || ints->front() != t) ++faults;
                     if (i % 3 != 0) continue;
-                    const std::size_t victim = own.size() / 2;
-                    const Ints* ints = server().get<Ints>(own[victim]);
-                    if (!ints || ints->front() / 10000 != t) ++faults;
-                    server().release(own[victim]);
-                    own.erase(own.begin() + static_cast<long>(victim));
+                    server().release(own.back());
+                    own.pop_back();
                 }
                 for (const ArrayHandle handle : own)
                     if (!server().release(handle)) ++faults;

@@ -18,10 +18,6 @@ LIMIT_SECONDS = 60
 on_linux = unittest.skipIf(EMULATOR or os.name != "posix", "only the native system has this")
 
 
-def text_file():
-    return tempfile.TemporaryFile("w+", encoding="utf-8")
-
-
 def run(*arguments, cwd, **options):
     """Runs the program with its standard streams captured: by pipes, or by files under an emulator, whose
     background processes would hold pipes open."""
@@ -35,7 +31,7 @@ def run(*arguments, cwd, **options):
 
 
 def run_in_emulator(command, options):
-    with text_file() as out, text_file() as err:
+    with tempfile.TemporaryFile("w+", encoding="utf-8") as out, tempfile.TemporaryFile("w+", encoding="utf-8") as err:
         result = subprocess.run(command, stdout=out, stderr=err, **options)
         for file in (out, err):
             file.seek(0)
