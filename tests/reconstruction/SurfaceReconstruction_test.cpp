@@ -63,7 +63,7 @@ TEST(SurfaceReconstruction, MakesAClosedSurfaceThatFacesOutwards)
             for (uint32 n = 0; n < mesh.getPosSize(); ++n)
             {
                 const auto p = convert<float>(mesh.pos()[n]);
-                EXPECT_GT(dot(p, mesh.nor()[n]), 0) << "inwards";
+                EXPECT_GT(dot(p, mesh.nor()[n]), 0.0f) << "inwards";
                 EXPECT_LT(length((*mesh.findArray<Vector3F>("Velocity"))[n] - Vector3F{1, 2, 3}), 1e-5f);
                 EXPECT_LT(length((*mesh.findArray<Vector3F>("Place"))[n] - p), 0.2f) << "linear in space";
             }
