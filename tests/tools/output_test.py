@@ -66,7 +66,7 @@ class Formats(OutputTest):
         self.write("in.bin", particle_file(BLOCK))
         self.write("out.obj", b"older")
         (self.folder / "out.obj").chmod(0o640)
-        self.surface("in.bin", "-o", "out.obj", "--preview", "out.png", "--preview-particles", "--preview-size", "64x40")
+        self.surface(*"in.bin -o out.obj --preview out.png --preview-particles --preview-size 64x40".split())
         self.assertEqual((self.folder / "out.obj").stat().st_mode & 0o777, 0o640)
         self.assertEqual(struct.unpack_from(">2I", (self.folder / "out.png").read_bytes(), 16), (128, 40))
 

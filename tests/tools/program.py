@@ -64,7 +64,7 @@ class ProgramTest(unittest.TestCase):
         """What `tavrix info`, whose tests measure meshes made by hand, tells of a file."""
         return json.loads(self.succeed("info", "--json", name))[0]
 
-    def assert_solid(self, name, volume, error):
+    def assert_solid(self, name, volume, error=0.015):
         """The mesh is closed, looks outwards and has about that volume; what is told of it."""
         found = self.info(name)
         self.assertTrue(found["closed"] and found["oriented"])

@@ -39,9 +39,8 @@ class Meshes(SurfaceTest):
                 at = level or (0.05 if field == "distance" else 1)
                 expected = k * radius * sqrt(1 - (at / w) ** (1 / 3))
                 self.write_particles([centre], version=6)
-                options = [] if level is None else ["--level", str(level)]
-                self.make("--radius", str(radius), "--spacing", "0.0625", "--field", field, "--influence", str(influence),
-                          *options)
+                options = f"--radius {radius} --spacing 0.0625 --field {field} --influence {influence}"
+                self.make(*options.split(), *(["--level", str(level)] if level else []))
                 found = self.assert_solid("out.obj", 4 / 3 * pi * expected**3, 0.03)
                 self.assertAlmostEqual(found["area"] / (4 * pi * expected**2), 1, delta=0.02)
                 self.assertEqual(found["vertices"] - found["faces"] // 2, 2, "Euler characteristic of a sphere")
@@ -61,10 +60,10 @@ class Meshes(SurfaceTest):
         self.assertEqual(len(outputs), 1)
         found = self.info(names["output"])
         self.assertTrue(found["closed"] and found["oriented"] and 0.35**3 < found["volume"] < 0.5**3)
-        self.assertRegex(result.stdout, r"particles +512, radius 0\.02\d+ \(estimated")
-        self.assertRegex(result.stdout, r"grid +\d+ x \d+ x \d+ nodes, spacing 0\.01\d+\n")
-        self.assertRegex(result.stdout, rf"mesh +{found['vertices']} vertices, {found['faces']} faces -> Fläche 水.obj\n")
-        self.assertRegex(result.stdout, r"time .*read .*field .*surface .*normals .*write \d\S* s(.|\n)*memory +[1-9]\d* MiB")
+        for line in (r"particles +512, radius 0\.02\d+ \(estimated", r"grid +\d+ x \d+ x \d+ nodes, spacing 0\.01\d+\n",
+                     rf"mesh +{found['vertices']} vertices, {found['faces']} faces -> Fläche 水.obj\n",
+                     r"time .*read .*field .*surface .*normals .*write \d\S* s(.|\n)*memory +[1-9]\d* MiB"):
+            self.assertRegex(result.stdout, line)
 
     def test_particles_without_a_finite_position_are_left_out(self):
         good = block(3, 0.05)
@@ -104,9 +103,9 @@ class Failures(SurfaceTest):
         self.write("out.obj", b"older")
         (self.folder / "folder.obj").mkdir()
         self.assert_all_refused("surface in.bin -o", [
-            ("out.obj --spacing 1e-6", 1, "GiB", "try --spacing 0.0"), ("out.obj --level 1000", 1, "from 0 to 4", "--level"),
-            ("out.obj --level 0", 1, "from 0 to 4"), ("missing/out.obj", 1, "missing/out.obj", "does not exist"),
-            ("folder.obj", 1, "folder.obj", "folder")])
+            ("out.obj --spacing 1e-6", 1, "GiB", "try --spacing 0.0"), ("out.obj --level 0", 1, "from 0 to 4"),
+            ("out.obj --level 1000", 1, "from 0 to 4", "--level"), ("out.obj --level -1", 1, "from 0 to 4"),
+            ("missing/out.obj", 1, "missing/out.obj", "does not exist"), ("folder.obj", 1, "folder.obj", "folder")])
 
     @on_linux
     def test_full_disks(self):
