@@ -13,8 +13,6 @@ using namespace tavrix;
 TEST(Array, ReservesExactlyAndKeepsWhatFits)
 {
     Array<int> array;
-    EXPECT_EQ(array.data(), nullptr);
-    EXPECT_EQ(array.capacity(), 0u);
     array.resize(10);
     std::iota(array.begin(), array.end(), 0);
     EXPECT_EQ(array.capacity(), 10u);
@@ -28,7 +26,6 @@ TEST(Array, ReservesExactlyAndKeepsWhatFits)
     EXPECT_EQ(array.capacity(), 2u);
     array.reserve(0);
     EXPECT_EQ(array.data(), nullptr);
-    EXPECT_TRUE(array.empty());
 }
 
 TEST(Array, GrowsByAnEighthAndFour)
@@ -47,35 +44,25 @@ TEST(Array, GrowsByAnEighthAndFour)
 TEST(Array, CopiesMovesAndAssigns)
 {
     const Array<std::string> source{"a", "b", "c"};
-    Array<std::string> copy(source), moved(std::move(copy));
-    EXPECT_EQ(moved, source);
-    Array<std::string> target{"x"};
-    target = source;
+    Array<std::string> copy(source), target(std::move(copy));
     target = *&target;
     EXPECT_EQ(target, source);
     target.assign(5, target[1]);
-    EXPECT_EQ(target, (Array<std::string>{"b", "b", "b", "b", "b"}));
+    EXPECT_EQ(target, Array<std::string>(5, "b"));
     EXPECT_THROW(Array<char>::checkedSize(std::size_t{1} << 32), std::length_error);
 }
 
 namespace
 {
 
-/// Throws when it is copied.
+/// Counts how many there are, and throws when it is copied.
 struct Uncopyable
 {
     Uncopyable() { ++alive; }
     Uncopyable(const Uncopyable&) = delete;
     Uncopyable& operator=(const Uncopyable&) { throw std::runtime_error("copied"); }
     ~Uncopyable() { --alive; }
-    static inline int alive = 0;
-};
-
-struct Counted
-{
-    explicit Counted(int& alive) : _alive(alive) { ++_alive; }
-    ~Counted() { --_alive; }
-    int& _alive;
+    static inline uint32 alive = 0;
 };
 
 }  // namespace
@@ -84,22 +71,20 @@ TEST(Array, FreesItsStorageWhenCopyingAnElementThrows)
 {
     const Array<Uncopyable> source(3);
     EXPECT_THROW(Array<Uncopyable>{source}, std::runtime_error);
-    EXPECT_EQ(Uncopyable::alive, 3);
+    EXPECT_EQ(Uncopyable::alive, 3u);
 }
 
 TEST(ArrayOfPtr, OwnsUnlessToldNotTo)
 {
-    int alive = 0;
     {
-        ArrayOfPtr<Counted> owner;
-        for (int n = 0; n < 20; ++n) owner.push_back(new Counted(alive));
-        ArrayOfPtr<Counted, TX_NO> view;
+        ArrayOfPtr<Uncopyable> owner;
+        for (int n = 0; n < 20; ++n) owner.push_back(new Uncopyable);
+        ArrayOfPtr<Uncopyable, TX_NO> view;
         view.push_back(owner[3]);
-        const ArrayOfPtr<Counted, TX_NO> copy(view);
+        const ArrayOfPtr<Uncopyable, TX_NO> copy(view);
         EXPECT_EQ(copy[0], owner[3]);
-        ArrayOfPtr<Counted> next(std::move(owner));
-        EXPECT_EQ(next.size(), 20u);
-        EXPECT_EQ(alive, 20);
+        ArrayOfPtr<Uncopyable> next(std::move(owner));
+        EXPECT_EQ(next.size(), Uncopyable::alive);
     }
-    EXPECT_EQ(alive, 0);
+    EXPECT_EQ(Uncopyable::alive, 0u);
 }

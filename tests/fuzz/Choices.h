@@ -30,10 +30,12 @@ public:
     uint32 below(uint32 limit) { return limit < 256 ? raw<uint8>() % limit : raw<uint32>() % limit; }
     bool flag() { return raw<uint8>() & 1; }
 
-    /// Mostly a small multiple of 1/8; at times a number that is extreme, or none, or any bits.
+    /// Mostly a small multiple of 1/8; at times a number that is extreme, or none, or any bits, as always of
+    /// an integer.
     template <class Real>
     Real number()
     {
+        if constexpr (std::is_integral_v<Real>) return raw<Real>();
         using Limits = std::numeric_limits<Real>;
         const auto kind = raw<uint8>();
         if (kind < 216) return static_cast<Real>(kind - 108) / 8;

@@ -72,22 +72,26 @@ inline void requireProportion(const Mesh& mesh, std::size_t inputSize)
     require(held <= 16 * inputSize + 200'000, "arrays in proportion to the input");
 }
 
-/// Has read(path, meshes) read the bytes as a file, and does with the meshes what a host does first.
+/// Has read(path, meshes) read the bytes as a file, and does with the meshes what a host does first; the
+/// number of their faces.
 template <class Read>
-void readMeshes(const unsigned char* data, std::size_t size, const Read& read)
+uint64 readMeshes(const unsigned char* data, std::size_t size, const Read& read)
 {
     const MemoryFile file(data, size);
     ArrayOfPtr<Mesh> meshes;
     const int result = read(file.path(), meshes);
     require(result >= 0 || result == meshFileFailed || result == meshFileEndsTooEarly, "a result of reading");
+    uint64 faces = 0;
     for (Mesh* mesh : meshes)
     {
+        faces += mesh->getFacesSize();
         requireProportion(*mesh, size);
         require(hasValidIndices(*mesh), "indices of a read mesh");
         mesh->confirmNormalsCalculated();
         require(hasValidIndices(*mesh), "indices of a read mesh with normals");
         mesh->getBox();
     }
+    return faces;
 }
 
 }  // namespace tavrix::fuzz

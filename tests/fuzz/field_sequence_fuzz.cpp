@@ -18,15 +18,6 @@ bool sameSample(Value a, Value b)
     return a == b || (a != a && b != b);
 }
 
-template <class Value>
-Value sampleFrom(Choices& choices)
-{
-    if constexpr (std::is_floating_point_v<Value>)
-        return choices.number<Value>();
-    else
-        return choices.raw<Value>();
-}
-
 template <class Value, class Coord>
 class Sequence
 {
@@ -45,6 +36,8 @@ public:
 private:
     using Base = ScalarField3_base<Value, Coord>;
     static constexpr bool isReal = std::is_floating_point_v<Value>;
+
+    Value sample() { return _choices.number<Value>(); }
 
     template <class Change>
     void both(Change change)
@@ -65,9 +58,9 @@ private:
         const uint32 what = _choices.below(13);
         if (what == 0) return reset();
         if (what == 1) return place();
-        if (what == 2) return both([&, v = sampleFrom<Value>(_choices)](Base& f) { f.set(v); });
-        if (what == 3) return both([&, v = sampleFrom<Value>(_choices)](Base& f) { f.add(v); });
-        if (what == 4) return both([&, v = sampleFrom<Value>(_choices)](Base& f) { f.multiply(v); });
+        if (what == 2) return both([&, v = sample()](Base& f) { f.set(v); });
+        if (what == 3) return both([&, v = sample()](Base& f) { f.add(v); });
+        if (what == 4) return both([&, v = sample()](Base& f) { f.multiply(v); });
         if (what == 5) return both([](Base& f) { f.abs(); });
         if (what == 6) return combine();
         if (what == 7) return changeTiles();
@@ -93,7 +86,7 @@ private:
 
     void changeSample(uint32 m)
     {
-        const Value v = sampleFrom<Value>(_choices);
+        const Value v = sample();
         const uint32 how = _choices.below(4);
         if (how == 0) return both([&](Base& f) { f.set(m, v); });
         if (how == 1) return both([&](Base& f) { f.add(m, v); });
@@ -115,9 +108,9 @@ private:
     {
         ScalarField3<Value, Coord> other = _dense;
         if (_choices.flag()) other.reset(_choices.below(6), _choices.below(6), _choices.below(6), Coord(1));
-        other.set(sampleFrom<Value>(_choices));
+        other.set(sample());
         const Base& with = _choices.flag() ? static_cast<const Base&>(other) : _tiled;
-        const Value factor = sampleFrom<Value>(_choices);
+        const Value factor = sample();
         const double t = _choices.number<double>();
         const uint32 how = _choices.below(4);
         if (how == 0) return both([&](Base& f) { f.add(with, factor); });
@@ -132,7 +125,7 @@ private:
         if (_tiled.getTileSize() == 0) return;
         const uint32 tile = _choices.below(_tiled.getTileSize());
         _tiled.createTile(tile);
-        if (_choices.flag()) _tiled.createNeighborTiles_ifValuesAtBoundaryLarger(sampleFrom<Value>(_choices));
+        if (_choices.flag()) _tiled.createNeighborTiles_ifValuesAtBoundaryLarger(sample());
         if (_choices.flag()) _tiled.adjustCoarse_b3b();
     }
 

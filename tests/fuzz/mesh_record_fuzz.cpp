@@ -5,10 +5,10 @@ using namespace tavrix;
 namespace
 {
 
-template <class Stream>
-void load(Stream&& stream, std::size_t size, Mesh& mesh)
+void load(const void* data, std::size_t size, Mesh& mesh)
 {
-    mesh.loadBasic(stream);
+    FileRam ram(data, size);
+    mesh.loadBasic(ram);
     fuzz::requireProportion(mesh, size);
 }
 
@@ -31,14 +31,14 @@ void loadUnsized(const unsigned char* data, std::size_t size, Mesh& mesh)
 int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t size)
 {
     Mesh mesh, unsized, endian, again;
-    load(FileRam(data, size), size, mesh);
+    load(data, size, mesh);
     const std::string record = fuzz::recordOf(mesh);
     loadUnsized<FileStreamRaw>(data, size, unsized);
     loadUnsized<FileStreamEndian>(data, size, endian);
     if (size > 0)
         fuzz::require(fuzz::recordOf(unsized) == record && fuzz::recordOf(endian) == record,
                       "one mesh from every stream");
-    load(FileRam(record.data(), record.size()), record.size(), again);
+    load(record.data(), record.size(), again);
     fuzz::require(fuzz::recordOf(again) == record, "a record that reads back");
 
     if (!hasValidIndices(mesh)) return 0;

@@ -7,8 +7,7 @@
 
 #include "mesh/TestMeshes.h"
 
-namespace tavrix
-{
+using namespace tavrix;
 
 namespace
 {
@@ -41,18 +40,9 @@ std::map<Edge, std::vector<uint32>> edgesOf(const Mesh& mesh)
     return edges;
 }
 
-void createEverything(Mesh& mesh)
-{
-    mesh.createSafe_arrTrindexFacedge();
-    mesh.createSafe_arrBindexFacedge();
-    mesh.createSafe_PosConnectivityToPos();
-    mesh.createSafe_PosConnectivityToEdges();
-    mesh.createSafe_PosConnectivityToFaces();
-}
-
 void expectAsBruteForce(Mesh& mesh)
 {
-    createEverything(mesh);
+    test::connect(mesh);
     const auto edges = edgesOf(mesh);
     ASSERT_EQ(mesh.bindexPos().size(), 2 * edges.size());
     ASSERT_EQ(mesh.bindexFacedge().size(), 2 * edges.size());
@@ -88,72 +78,54 @@ void expectAsBruteForce(Mesh& mesh)
     EXPECT_EQ(unpack(mesh.posFaceInfo(), mesh.posFaceData()), posFace);
 }
 
+}  // namespace
+
 TEST(MeshConnectivity, AgreesWithBruteForce)
 {
-    Mesh empty;
-    expectAsBruteForce(empty);
-    Mesh terrain = test::makeTerrain(9);
-    expectAsBruteForce(terrain);
-    Mesh tetrahedron = test::makeTetrahedron();
-    expectAsBruteForce(tetrahedron);
+    Mesh hub;
+    hub.refPos().assign(400, Vector3D{0, 0, 0});
+    for (uint32 i = 1; i < 399; ++i)
+        hub.refTrindexPos().push_back({0, (i * 37) % 399 + 1, (i * 37 + 37) % 399 + 1});
+    for (Mesh mesh : {Mesh(), test::makeTerrain(9), test::makeTetrahedron(), hub}) expectAsBruteForce(mesh);
     for (uint32 seed = 0; seed < 12; ++seed)
     {
         Mesh soup = test::makeRandomSoup(seed < 6 ? 8 : 200, 150, seed);
         expectAsBruteForce(soup);
     }
-    Mesh hub;
-    hub.refPos().assign(400, Vector3D{0, 0, 0});
-    for (uint32 i = 1; i < 399; ++i)
-        hub.refTrindexPos().push_back({0, (i * 37) % 399 + 1, (i * 37 + 37) % 399 + 1});
-    expectAsBruteForce(hub);
 }
 
 TEST(MeshConnectivity, IsBuiltOnceAndThrownAwayOnRequest)
 {
-    const uint32 before = TX_ArrayServer::instance().arrayCount();
-    {
-        Mesh mesh = test::makeTerrain(4);
-        createEverything(mesh);
-        mesh.createSafe_arrNorSurface();
-        EXPECT_EQ(mesh.getArraySet().size(), meshSlotCount);
-        const ArrayHandle kept = mesh.getArrPosPosInfo();
-        createEverything(mesh);
-        EXPECT_EQ(mesh.getArrPosPosInfo(), kept);
+    Mesh mesh = test::makeTerrain(4);
+    test::connect(mesh);
+    mesh.createSafe_arrNorSurface();
+    EXPECT_EQ(mesh.getArraySet().size(), meshSlotCount);
+    const ArrayHandle kept = mesh.getArrPosPosInfo();
+    test::connect(mesh);
+    EXPECT_EQ(mesh.getArrPosPosInfo(), kept);
 
-        MeshArrayInf inf;
-        ASSERT_TRUE(mesh.getMeshArrayInf(inf, mesh.handleOf(Mesh::Slot::PosFaceInfo)));
-        EXPECT_EQ(inf.flags, 128u | 1);
-        EXPECT_EQ(inf.name, TX_String("PosFaceInfo"));
+    Mesh copy(mesh);
+    EXPECT_EQ(copy.posEdgeData(), mesh.posEdgeData());
+    EXPECT_TRUE(copy.handleOf(Mesh::Slot::PosFaceInfo).isNone()) << "left behind on purpose";
+    copy.copyAllFrom(mesh, false);
+    EXPECT_EQ(copy.posFaceData(), mesh.posFaceData());
 
-        Mesh copy(mesh);
-        EXPECT_EQ(copy.posEdgeData(), mesh.posEdgeData());
-        EXPECT_EQ(copy.bindexFacedge(), mesh.bindexFacedge());
-        EXPECT_TRUE(copy.handleOf(Mesh::Slot::PosFaceInfo).isNone()) << "left behind on purpose";
-        copy.copyAllFrom(mesh, false);
-        EXPECT_EQ(copy.posFaceData(), mesh.posFaceData());
+    mesh.invalidateConnectivity();
+    for (uint32 slot = 5; slot < 14; ++slot)
+        EXPECT_TRUE(mesh.handleOf(static_cast<Mesh::Slot>(slot)).isNone());
+    EXPECT_FALSE(mesh.getArrNorSurface().isNone());
 
-        mesh.invalidateConnectivity();
-        for (uint32 slot = 5; slot < 14; ++slot)
-            EXPECT_TRUE(mesh.handleOf(static_cast<Mesh::Slot>(slot)).isNone());
-        EXPECT_FALSE(mesh.getArrNorSurface().isNone());
+    mesh.copyConnectivityFrom(TX_CopyMode::Shallow, copy);
+    EXPECT_EQ(mesh.getArrPosPosData(), copy.getArrPosPosData());
+    mesh.copyConnectivityFrom(TX_CopyMode::Deep, copy);
+    EXPECT_NE(mesh.getArrPosPosData(), copy.getArrPosPosData());
+    EXPECT_EQ(mesh.trindexFacedge(), copy.trindexFacedge());
 
-        mesh.copyConnectivityFrom(TX_CopyMode::Shallow, copy);
-        EXPECT_EQ(mesh.getArrPosPosData(), copy.getArrPosPosData());
-        mesh.copyConnectivityFrom(TX_CopyMode::Deep, copy);
-        EXPECT_NE(mesh.getArrPosPosData(), copy.getArrPosPosData());
-        EXPECT_EQ(mesh.trindexFacedge(), copy.trindexFacedge());
-
-        mesh.addMesh(mesh);
-        EXPECT_TRUE(mesh.getArrPosPosInfo().isNone());
-        EXPECT_TRUE(mesh.getArrNorSurface().isNone());
-        const Array<FacedgeTriple> moved = mesh.trindexFacedge();
-        mesh.invalidateConnectivityBasic();
-        mesh.createSafe_arrTrindexFacedge();
-        EXPECT_EQ(mesh.trindexFacedge(), moved) << "what addMesh renumbers is what the builder finds";
-    }
-    EXPECT_EQ(TX_ArrayServer::instance().arrayCount(), before);
+    mesh.addMesh(mesh);
+    EXPECT_TRUE(mesh.getArrPosPosInfo().isNone());
+    EXPECT_TRUE(mesh.getArrNorSurface().isNone());
+    const Array<FacedgeTriple> moved = mesh.trindexFacedge();
+    mesh.invalidateConnectivityBasic();
+    mesh.createSafe_arrTrindexFacedge();
+    EXPECT_EQ(mesh.trindexFacedge(), moved) << "what addMesh renumbers is what the builder finds";
 }
-
-}  // namespace
-
-}  // namespace tavrix

@@ -9,11 +9,8 @@
 
 #include "TestMeshes.h"
 
-namespace tavrix
-{
-
+using namespace tavrix;
 using test::bytesOf;
-using test::reversedBytesOf;
 using test::TestFolder;
 
 namespace
@@ -49,18 +46,13 @@ std::string smallRecord(const Number& number)
            count(1) + bytesOf<uint32>({0xFFFFFFFF, 2 * 4 + 1, 0xFFFFFFFF});
 }
 
-void expectSame(const Mesh& a, const Mesh& b)
+std::string bytesIn(const FileRam& ram) { return {reinterpret_cast<const char*>(ram.data()), ram.size()}; }
+
+std::string recordOf(const Mesh& mesh)
 {
-    EXPECT_EQ(a.getFlags(), b.getFlags());
-    EXPECT_EQ(a.getName(), b.getName());
-    EXPECT_EQ(a.getId(), b.getId());
-    EXPECT_EQ(a.getBox(), b.getBox());
-    EXPECT_EQ(a.trindexPos(), b.trindexPos());
-    EXPECT_EQ(a.pos(), b.pos());
-    EXPECT_EQ(a.trindexNor(), b.trindexNor());
-    EXPECT_EQ(a.nor(), b.nor());
-    EXPECT_EQ(a.faceNor(), b.faceNor());
-    EXPECT_EQ(a.trindexFacedge(), b.trindexFacedge());
+    FileRam ram;
+    mesh.saveBasic(ram);
+    return bytesIn(ram);
 }
 
 /// Calls use(stream) with a stream of the kind over the file.
@@ -82,12 +74,8 @@ TEST(Mesh_record, HasItsLayoutOnEveryStream)
 {
     const TestFolder folder;
     const Mesh mesh = makeSmallMesh();
-    const auto asInMemory = [](auto number) { return bytesOf(number); };
-    const std::string plain = smallRecord(asInMemory);
-    const std::string bigEndian = smallRecord([](auto number) { return reversedBytesOf(number); });
-    ASSERT_EQ(plain.size(),
-              4u + 4 + 4 + 48 + 4 + (4 + 12) + (4 + 72) + (4 + 12) + (4 + 24) + (4 + 16) + (4 + 12));
-
+    const std::string plain = smallRecord([](auto number) { return bytesOf(number); });
+    const std::string bigEndian = smallRecord([](auto number) { return test::reversedBytesOf(number); });
     const auto saveTwice = [&](auto& stream)
     {
         mesh.saveBasic(stream);
@@ -100,7 +88,7 @@ TEST(Mesh_record, HasItsLayoutOnEveryStream)
         {
             back.addArray<float>("extra");
             back.loadBasic(stream);
-            expectSame(mesh, back);
+            EXPECT_EQ(recordOf(back), plain);
             EXPECT_TRUE(back.findArray("extra").isNone());
         }
     };
@@ -116,7 +104,7 @@ TEST(Mesh_record, HasItsLayoutOnEveryStream)
     }
     FileRam ram;
     saveTwice(ram);
-    EXPECT_EQ(std::string(reinterpret_cast<const char*>(ram.data()), ram.size()), plain + plain);
+    EXPECT_EQ(bytesIn(ram), plain + plain);
     loadTwice(ram);
 }
 
@@ -124,18 +112,16 @@ TEST(Mesh_record, OfAnEmptyMeshHas93Bytes)
 {
     FileRam ram;
     Mesh().saveBasic(ram);
-    EXPECT_EQ(ram.size(), 4u + 4 + 9 + 48 + 4 + 6 * 4);
+    EXPECT_EQ(ram.size(), 93u);
     Mesh back = makeSmallMesh();
     back.loadBasic(ram);
-    expectSame(back, Mesh());
+    EXPECT_EQ(recordOf(back), recordOf(Mesh()));
     EXPECT_EQ(back.pos().capacity(), 0u);
-
     FileStreamEndian nothing(nullptr);
     makeSmallMesh().saveBasic(nothing);
     back = makeSmallMesh();
     back.loadBasic(nothing);
-    EXPECT_TRUE(back.isEmpty());
-    EXPECT_EQ(back.getName(), TX_String("Nameless"));
+    EXPECT_TRUE(back.isEmpty() && back.getName() == TX_String("Nameless"));
 }
 
 // The box-valid bit of the record makes its box count; without it the box is computed.
@@ -157,26 +143,20 @@ TEST(Mesh_record, TheStoredBoxCountsWhenItIsValid)
 
 TEST(Mesh_record, TheNameEndsAtItsFirstZero)
 {
-    const struct
+    const std::pair<std::string, const char*> rows[] = {{std::string("abc\0", 4), "abc"},
+                                                        {std::string("abc\0\0xy\0", 8), "abc"},
+                                                        {"abc", "abc"},
+                                                        {std::string("\0", 1), ""},
+                                                        {"", ""}};
+    const std::string whole = smallRecord([](auto number) { return bytesOf(number); });
+    for (const auto& [stored, name] : rows)
     {
-        std::string stored, name;
-    } rows[] = {{std::string("abc\0", 4), "abc"},
-                {std::string("abc\0\0xy\0", 8), "abc"},
-                {"abc", "abc"},
-                {std::string("\0", 1), ""},
-                {"", ""}};
-    const Mesh mesh = makeSmallMesh();
-    for (const auto& row : rows)
-    {
-        const std::string whole = smallRecord([](auto number) { return bytesOf(number); });
-        const std::string record = whole.substr(0, 4) + bytesOf(static_cast<uint32>(row.stored.size())) +
-                                   row.stored + whole.substr(12);
+        const std::string record =
+            whole.substr(0, 4) + bytesOf(static_cast<uint32>(stored.size())) + stored + whole.substr(12);
         FileRam ram(record.data(), record.size());
         Mesh back;
         back.loadBasic(ram);
-        EXPECT_EQ(back.getName(), TX_String(row.name));
-        EXPECT_EQ(back.pos(), mesh.pos());
+        EXPECT_EQ(back.getName(), TX_String(name));
+        EXPECT_EQ(back.pos(), makeSmallMesh().pos());
     }
 }
-
-}  // namespace tavrix

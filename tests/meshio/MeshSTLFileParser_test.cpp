@@ -7,9 +7,7 @@
 #include <tavrix/meshio/MeshSTLFileParser.h>
 #include <TestFolder.h>
 
-namespace tavrix
-{
-
+using namespace tavrix;
 using test::bytesOf;
 using test::TestFolder;
 using Parser = MeshSTLFileParser;
@@ -85,7 +83,7 @@ TEST(MeshSTLFileParser, WritesEveryBinaryByteAsDefined)
         bytesOf(uint32{2}) + bytesOf<float>({0, 0, 0, 0, 0, 0, 2.5f, 0, 0, 0, 0.1f, 0}) +
         std::string(2, '\0') + bytesOf<float>({0, 0, 0, 0, 0, -1e10f, 0, 0, -1e10f, 2.5f, 0, 0}) +
         std::string(2, '\0');
-    for (const std::size_t length : {0u, 4u, 79u, 80u, 81u, 300u})
+    for (const std::size_t length : {0u, 79u, 80u, 300u})
     {
         const std::string name(length, 'n');
         ASSERT_EQ(parser().write(folder.file("f.stl"), makeMesh(name.c_str())), 1);
@@ -99,7 +97,6 @@ TEST(MeshSTLFileParser, WritesEveryBinaryByteAsDefined)
     EXPECT_EQ(folder.read("f.stl"), padded("first") + facets);
     ASSERT_EQ(parser().write(folder.file("f.stl"), Mesh()), 1);
     EXPECT_EQ(folder.read("f.stl"), padded("Nameless") + bytesOf(uint32{0}));
-    EXPECT_EQ(parser().write(folder.file("absent/f.stl"), meshes), meshFileCannotOpen);
 }
 
 TEST(MeshSTLFileParser, WritesText)
@@ -131,8 +128,8 @@ TEST(MeshSTLFileParser, TellsTheEncodingAsDefined)
 {
     const std::string body = bytesOf(uint32{1}) + facet(1);
     const std::string binary = facetText1;
-    EXPECT_EQ(readBytes(padded("some header") + body), "some header" + binary);
-    for (const std::string header : {"COLOR=abcd", "SolidModel", "Facet Normal"})
+    for (const std::string header :
+         {"some header", "COLOR=abcd", "SolidModel", "Facet Normal", "facet  normal"})
         EXPECT_EQ(readBytes(padded(header) + body), header + binary);
     // every keyword makes it text, in which there is no facet
     for (const char* keyword : {"solid", "facet normal", "outer loop", "vertex", "color", "endloop",
@@ -142,7 +139,6 @@ TEST(MeshSTLFileParser, TellsTheEncodingAsDefined)
         EXPECT_EQ(readBytes(padded(std::string("my ") + keyword) + body, Encoding::binary),
                   std::string("my ") + keyword + binary);
     }
-    EXPECT_EQ(readBytes(padded("facet  normal") + body), "facet  normal" + binary);
     // in the eighth stretch that a carriage return ends, but not in the ninth; wherever the windows end
     EXPECT_EQ(readBytes(padded("\r\r\r\r\r\r\rsolid") + body), "");
     EXPECT_EQ(readBytes(padded("\r\r\r\r\r\r\r\rsolid") + body), "solid" + binary);
@@ -153,12 +149,10 @@ TEST(MeshSTLFileParser, TellsTheEncodingAsDefined)
             << size;
 
     const TestFolder folder;
-    const std::pair<std::string, Encoding> rows[] = {
-        {padded("solid") + body, Encoding::binary},
-        {padded("solid") + body + "x", Encoding::ascii},
-        {padded("solid") + bytesOf(uint32{2}) + facet(1), Encoding::ascii},
-        {padded("") + bytesOf(uint32{0}), Encoding::binary},
-        {"", Encoding::ascii}};
+    const std::pair<std::string, Encoding> rows[] = {{padded("solid") + body, Encoding::binary},
+                                                     {padded("solid") + body + "x", Encoding::ascii},
+                                                     {padded("") + bytesOf(uint32{0}), Encoding::binary},
+                                                     {"", Encoding::ascii}};
     for (const auto& [bytes, encoding] : rows)
     {
         Encoding told = encoding == Encoding::ascii ? Encoding::binary : Encoding::ascii;
@@ -195,13 +189,10 @@ TEST(MeshSTLFileParser, ReadsTextInManyHands)
         return text;
     };
     const std::pair<std::string, std::string> rows[] = {
-        {"solid\n" + plain + "endsolid\n", facetText1},
         {plain, facetText1},
         {"solid a b \r\n" + with(plain, '\n', "\r\n") + "endsolid a b\r\n", "a b" + facetText1},
         {"solid x\r" + with(plain, '\n', "\r") + "endsolid x", "x" + facetText1},
-        {"\tSOLID Name\nFACET NORMAL 1 2 3\nOUTER LOOP\nVertex 4 5 6\nVERTEX\t7\t8 9\n vertex 10 11 12 "
-         "\nENDLOOP\n"
-         "EndFacet\nENDSOLID Name",
+        {"\tSOLID Name\nFACET NORMAL 1 2 3\nVertex 4 5 6\nVERTEX\t7\t8 9\n vertex 10 11 12 \nENDSOLID",
          "Name" + facetText1},
         {"facet  \t normal +1 2e0 .3e1 outer loop vertex 4 5 6 vertex 7 8 9 vertex 10 11 12", facetText1},
         // several solids, one of them empty
@@ -213,19 +204,16 @@ TEST(MeshSTLFileParser, ReadsTextInManyHands)
          facetText1},
         // normals that are missing, incomplete or not behind "normal"
         {"facet\n" + loop, zero},
-        {"facet normal 1 2\n" + loop, zero},
         {"facet normals 1 2 3\n" + loop, zero},
-        {plain + "facet\n" + loop, facetText1 + zero},
+        {plain + "facet normal 1 2\n" + loop, facetText1 + zero},
         {loop, zero},
         // facets of two corners, of four, with a corner that is none
         {"facet normal 1 2 3\nouter loop\nvertex 1 1 1\nvertex 2 2 2\nendloop\nendfacet\n" + plain,
          facetText1},
         {with(plain, '4', "1 1 1\nvertex 4"), "; 1 2 3: 1 1 1 4 5 6 7 8 9"},
         {with(plain, '4', "1 1\nvertex 1,5 2 3\nvertex x\nvertex\nvertex 4"), facetText1},
-        {"solid cut\n" + plain.substr(0, plain.find("12")) + "12", "cut" + facetText1},
         {"solid cut\n" + plain.substr(0, plain.find("12")), "cut"},
         {"vertex nan -inf 1e99 vertex 0 0 0 vertex 0 0 0", "; 0 0 0: nan -inf inf 0 0 0 0 0 0"},
-        {"solid \n", ""},
     };
     for (const auto& [text, expected] : rows) EXPECT_EQ(readBytes(text), expected) << text;
 
@@ -240,20 +228,3 @@ TEST(MeshSTLFileParser, ReadsTextInManyHands)
         EXPECT_EQ(readBytes("vertex" + std::string(size + 100, ' ') + "4 5 6\n" + plain), facetText1);
     }
 }
-
-TEST(MeshSTLFileParser, ReportsAFileThatCannotBeOpened)
-{
-    const TestFolder folder;
-    ArrayOfPtr<Mesh> meshes;
-    const TX_String path = folder.file("absent.stl");
-    Encoding untouched{};
-    EXPECT_EQ(Parser::encodingBySize(path, untouched), meshFileCannotOpen);
-    testing::internal::CaptureStdout();
-    EXPECT_EQ(parser().read(path, meshes), meshFileCannotOpen);
-    EXPECT_EQ(parser().read(path, meshes, Encoding::ascii), meshFileCannotOpen);
-    const std::string line = "Can\xB4t open: " + std::string(path.view()) + ". Exiting... \n";
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), line + line);
-    EXPECT_TRUE(meshes.empty());
-}
-
-}  // namespace tavrix

@@ -7,14 +7,11 @@
 #include <tavrix/platform/OpenFile.h>
 #include <TestFolder.h>
 
-namespace tavrix
-{
-
-using test::TestFolder;
+using namespace tavrix;
 
 TEST(ByteOrder, NumbersOnAStreamHaveTheStatedOrderAndComeBack)
 {
-    const TestFolder folder;
+    const test::TestFolder folder;
     // more than a block, and one that is not there and leaves its place as it was
     std::vector<double> numbers(1300);
     std::iota(numbers.begin(), numbers.end(), -2.0);
@@ -41,5 +38,3 @@ TEST(ByteOrder, NumbersOnAStreamHaveTheStatedOrderAndComeBack)
         EXPECT_EQ(back, expected);
     }
 }
-
-}  // namespace tavrix

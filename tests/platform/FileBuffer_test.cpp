@@ -7,27 +7,19 @@
 #include <tavrix/platform/FileBufferOut.h>
 #include <TestFolder.h>
 
-namespace tavrix
-{
+using namespace tavrix;
 
-using test::TestFolder;
-
-namespace
-{
-
-std::string pattern(std::size_t size)
+static std::string pattern(std::size_t size)
 {
     std::string bytes(size, '\0');
     for (std::size_t i = 0; i < size; ++i) bytes[i] = static_cast<char>(i * 31 + i / 251);
     return bytes;
 }
 
-}  // namespace
-
 /// Reads and seeks at random; a plain string and a position say what must come.
 TEST(FileBufferIn, ReadsAndSeeksAsInAPlainFile)
 {
-    const TestFolder folder;
+    const test::TestFolder folder;
     const std::string bytes = pattern(300);
     const TX_String path = folder.write("f", bytes);
     std::mt19937 random(1);
@@ -70,7 +62,7 @@ TEST(FileBufferIn, ReadsAndSeeksAsInAPlainFile)
 /// Writes and seeks at random, into a new file, one that is there, and behind the end of one.
 TEST(FileBufferOut, WritesAndSeeksAsInAPlainFile)
 {
-    const TestFolder folder;
+    const test::TestFolder folder;
     std::mt19937 random(1);
     const auto below = [&](std::size_t n) { return random() % n; };
     for (const std::string mode : {"wb", "r+b", "ab"})
@@ -107,5 +99,3 @@ TEST(FileBufferOut, WritesAndSeeksAsInAPlainFile)
             ASSERT_EQ(folder.read("f"), expected) << mode << ' ' << bufferSize;
         }
 }
-
-}  // namespace tavrix

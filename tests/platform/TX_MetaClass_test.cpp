@@ -6,8 +6,7 @@
 
 #include <tavrix/foundation/Plane3.h>
 
-namespace tavrix
-{
+using namespace tavrix;
 
 TEST(TX_MetaClass, RegisteredTypesHaveDistinctIdentifiers)
 {
@@ -30,5 +29,3 @@ TEST(TX_MetaClass, KnowsTheDescentOfAnObject)
     EXPECT_FALSE(metaClass_Plane3F.hasAncestor("Plane3F_virtual"));
     EXPECT_FALSE(plane.hasAncestor(metaClass_Plane3D.getIdentifier()));
 }
-
-}  // namespace tavrix

@@ -8,13 +8,10 @@
 
 using namespace tavrix;
 
-namespace
-{
-
 using Status = ReconstructionStatus;
 
 /// A shaken ball of particles 0.1 apart, and far from it a lone one and one that is not finite.
-Array<Vector3F> ballAndStrays()
+static Array<Vector3F> ballAndStrays()
 {
     std::mt19937 random(2);
     const auto jitter = [&] { return (static_cast<float>(random() % 1001) / 1000.0f - 0.5f) * 0.03f; };
@@ -29,8 +26,6 @@ Array<Vector3F> ballAndStrays()
     positions.push_back({1.5f, 0, 0});
     return positions;
 }
-
-}  // namespace
 
 TEST(SurfaceReconstruction, MakesAClosedSurfaceThatFacesOutwards)
 {
@@ -53,8 +48,8 @@ TEST(SurfaceReconstruction, MakesAClosedSurfaceThatFacesOutwards)
                 if (stage != last) stages += std::string(last = stage) + " ";
                 return true;
             };
-            const auto report =
-                reconstructSurface(positions, mesh, settings, {{"Velocity", velocities}}, tell);
+            const auto report = reconstructSurface(positions, mesh, settings,
+                                                   {{"Velocity", velocities}, {"Place", positions}}, tell);
             ASSERT_EQ(report.status, Status::Done);
             EXPECT_EQ(stages, "field surface smooth normals attributes ");
             EXPECT_EQ(report.leftOut, (Array<uint32>{0, positions.size() - 1}));
@@ -64,9 +59,14 @@ TEST(SurfaceReconstruction, MakesAClosedSurfaceThatFacesOutwards)
             const MeshTopology topology = computeTopology(mesh);
             EXPECT_TRUE(topology.isClosed() && topology.isConsistentlyOriented());
             EXPECT_NEAR(signedVolume(mesh), 4.19 * 0.65 * 0.65 * 0.65, 0.4);
-            EXPECT_EQ(mesh.nor().size(), mesh.pos().size());
-            for (const Vector3F& v : *mesh.findArray<Vector3F>("Velocity"))
-                EXPECT_LT(length(v - Vector3F{1, 2, 3}), 1e-5f);
+            ASSERT_EQ(mesh.nor().size(), mesh.pos().size());
+            for (uint32 n = 0; n < mesh.getPosSize(); ++n)
+            {
+                const auto p = convert<float>(mesh.pos()[n]);
+                EXPECT_GT(dot(p, mesh.nor()[n]), 0.0f) << "inwards";
+                EXPECT_LT(length((*mesh.findArray<Vector3F>("Velocity"))[n] - Vector3F{1, 2, 3}), 1e-5f);
+                EXPECT_LT(length((*mesh.findArray<Vector3F>("Place"))[n] - p), 0.2f) << "linear in space";
+            }
             if (threads == 1) first = mesh;
             EXPECT_EQ(mesh.pos(), first.pos());
             EXPECT_EQ(mesh.trindexPos(), first.trindexPos());

@@ -1,7 +1,5 @@
 """Tests of `tavrix convert`, `tavrix info` and the completion of the shell, from outside.
 
-    files_test.py PROGRAM [EMULATOR...]
-
 The folder TAVRIX_TEST_DATA, when set, gives more files."""
 
 import json
@@ -11,7 +9,6 @@ import re
 import shutil
 import struct
 import subprocess
-import sys
 import unittest
 from math import inf, nan
 
@@ -30,16 +27,13 @@ with_data = unittest.skipUnless("TAVRIX_TEST_DATA" in os.environ, "TAVRIX_TEST_D
 
 
 class FilesTest(ProgramTest):
-    def info(self, *names):
-        return json.loads(self.succeed("info", "--json", *names))
-
     def convert(self, *arguments):
         self.succeed("convert", *arguments, "--quiet")
 
 
 class Convert(FilesTest):
     def assert_same_shape(self, name, expected, places):
-        found = self.info(name)[0]
+        found = self.info(name)
         self.assertEqual((found["faces"], found["facesLeftOut"]), (expected["faces"], 0))
         for key in ("area", "volume"):
             self.assertAlmostEqual(found[key] / expected[key], 1, places, f"{key} of {name}")
@@ -48,7 +42,7 @@ class Convert(FilesTest):
                 self.assertAlmostEqual(a, b, delta=1e-6 * max(1, abs(b)))
 
     def assert_round_trips(self, source, places=5):
-        expected = self.info(source)[0]
+        expected = self.info(source)
         for there in ("obj", "stl", "bin"):
             self.convert(source, f"there.{there}")
             self.assert_same_shape(f"there.{there}", expected, places)
@@ -67,7 +61,7 @@ class Convert(FilesTest):
     def test_every_mesh_of_the_test_data(self):
         for path in sorted((DATA / "meshes").iterdir()):
             with self.subTest(path.name):
-                found, = self.info(path)
+                found = self.info(path)
                 counts = found["vertices"], found["faces"], len(found["groups"])
                 self.assertEqual(counts, COUNTS.get(path.name, counts))
                 self.assert_round_trips(path, places=2)  # OBJ has six decimals, and some parts are small
@@ -81,19 +75,19 @@ class Convert(FilesTest):
         self.convert("in.bin", "out.obj")
         self.assertEqual((self.folder / "out.obj").read_text().count("\nvt "), 8)
         self.convert("out.obj", "back.bin")
-        self.assertEqual(self.info("back.bin")[0]["channels"], ["texture"])
+        self.assertEqual(self.info("back.bin")["channels"], ["texture"])
 
         lines = obj_file(CUBE_POINTS, CUBE_FACES).decode().splitlines()
         self.write("two.obj", "\n".join(lines[:8] + ["g a"] + lines[8:11] + ["g b"] + lines[11:]).encode())
         self.convert("two.obj", "out.obj")
-        self.assertEqual([(g["name"], g["faces"]) for g in self.info("out.obj")[0]["groups"]], [("a", 3), ("b", 9)])
+        self.assertEqual([(g["name"], g["faces"]) for g in self.info("out.obj")["groups"]], [("a", 3), ("b", 9)])
         for joined in ("out.stl", "out.bin"):
             self.convert("two.obj", joined)
-            self.assertEqual([g["faces"] for g in self.info(joined)[0]["groups"]], [12])
+            self.assertEqual([g["faces"] for g in self.info(joined)["groups"]], [12])
 
     def test_binary_and_ascii_stl_are_not_mistaken_for_each_other(self):
         self.write("lying.stl", binary_stl(CUBE_POINTS, CUBE_FACES, b"solid facet normal\r\nvertex\r\n"))
-        self.assertAlmostEqual(self.info("lying.stl")[0]["volume"], 8)
+        self.assertAlmostEqual(self.info("lying.stl")["volume"], 8)
         self.write("in.obj", obj_file(CUBE_POINTS, CUBE_FACES, "Solid_vertex"))
         self.convert("in.obj", "out.stl")
         binary = (self.folder / "out.stl").read_bytes()
@@ -101,14 +95,14 @@ class Convert(FilesTest):
         self.assertNotRegex(binary[:80].lower(), rb"solid|facet|loop|vertex|color")
         self.write("in.obj", obj_file(CUBE_POINTS, CUBE_FACES, "lid_of_the_pot"))
         self.convert("in.obj", "out.stl")
-        self.assertEqual(self.info("out.stl")[0]["groups"][0]["name"], "lid_of_the_pot")
+        self.assertEqual(self.info("out.stl")["groups"][0]["name"], "lid_of_the_pot")
 
     def test_faces_without_their_vertices_are_left_out_with_a_word(self):
         self.write("in.bin", bin_mesh(CUBE_POINTS, [*CUBE_FACES, (0, 1, 8), (0, 0xFFFFFFFF, 1)]))
         result = self.run_program("convert", "in.bin", "out.obj")
         self.assertEqual(result.returncode, 0)
         self.assert_one_line(result.stderr, "in.bin", "2 faces")
-        self.assertEqual(self.info("out.obj")[0]["faces"], 12)
+        self.assertEqual(self.info("out.obj")["faces"], 12)
 
     def test_failures_leave_nothing_behind(self):
         whole = binary_stl(CUBE_POINTS, CUBE_FACES)
@@ -139,7 +133,7 @@ class Info(FilesTest):
         for name, content, (*counts, area, volume) in cases:
             with self.subTest(name):
                 self.write(name, content)
-                found, = self.info(name)
+                found = self.info(name)
                 self.assertEqual([found[key] for key in keys], counts)
                 if area:
                     self.assertAlmostEqual(found["area"], area)
@@ -157,7 +151,7 @@ class Info(FilesTest):
         for n, velocity in ((0, (3, 4, 0)), (1, (0, 0, -1)), (2, (nan, 0, 0))):
             content[320 + 98 * n + 12:320 + 98 * n + 24] = struct.pack("<3f", *velocity)
         self.write("in.bin", content)
-        found, = self.info("in.bin")
+        found = self.info("in.bin")
         self.assertEqual([found[key] for key in ("kind", "version", "particles", "nonFinite", "speed")],
                          ["particles", 5, 514, 2, {"min": 0, "max": 5}])
         self.assertAlmostEqual(found["box"]["max"][2], 0.175, 6)
@@ -179,7 +173,7 @@ class Info(FilesTest):
     def test_json_is_valid_whatever_the_files_hold(self):
         strange = obj_file([(nan, 0, 0), (inf, 0, 0), (0, -inf, 0)], [(0, 1, 2)])
         self.write("in.obj", b'g n\xff"\\\x01\n' + strange)
-        found, = self.info("in.obj")
+        found = self.info("in.obj")
         self.assertEqual((found["nonFinite"], found["box"], found["area"]), (3, None, None))
         self.assertRegex(found["groups"][0]["name"], '^n\ufffd"')
 
@@ -221,7 +215,3 @@ class Completion(FilesTest):
         (self.folder / "f").mkdir()
         self.assertEqual(sorted(self.completed("surface", "")), ["a.bin", "f"])
         self.assertEqual(sorted(self.completed("convert", "")), ["a.bin", "b.OBJ", "d", "e.stl", "f"])
-
-
-if __name__ == "__main__":
-    unittest.main(argv=sys.argv[:1])

@@ -1,8 +1,5 @@
-"""Tests of `tavrix preview` from outside: files in, pictures, messages and exit status out.
+"""Tests of `tavrix preview` from outside: files in, pictures, messages and exit status out."""
 
-    preview_test.py PROGRAM [EMULATOR...]"""
-
-import sys
 import unittest
 from math import inf, nan
 
@@ -39,13 +36,12 @@ class PreviewTest(ProgramTest):
 
 class Pictures(PreviewTest):
     def test_everything_is_in_the_frame_whatever_the_proportions(self):
-        for sizes, center, size, up in (((1, 1, 1), (0, 0, 0), "120x75", "y"),
-                                        ((900, 20, 900), (5e5, -3e5, 0), "120x75", "y"),
-                                        ((1e-4, 3e-3, 1e-4), (0, 0, 0), "75x120", "y"),
-                                        ((3e38, 3e38, 3e38), (0, 0, 0), "80x80", "y")):
-            with self.subTest(sizes=sizes, size=size, up=up):
+        for sizes, center, size in (((1, 1, 1), (0, 0, 0), "120x75"), ((900, 20, 900), (5e5, -3e5, 0), "120x75"),
+                                    ((1e-4, 3e-3, 1e-4), (0, 0, 0), "75x120"),
+                                    ((3e38, 3e38, 3e38), (0, 0, 0), "80x80")):
+            with self.subTest(sizes=sizes, size=size):
                 self.write("in.obj", cuboid(sizes, center))
-                png = self.preview("in.obj", "--size", size, "--up", up)
+                png = self.preview("in.obj", "--size", size)
                 self.assertEqual(f"{png.width}x{png.height}", size)
                 xs, ys = zip(*subject(png))
                 self.assertTrue(0 < min(xs) <= max(xs) < png.width - 1 and 0 < min(ys) <= max(ys) < png.height - 1)
@@ -112,8 +108,3 @@ class Failures(PreviewTest):
         self.assert_all_refused("preview", [(arguments, 2, word, "tavrix preview --help") for arguments, word in (
             ("in.obj", "--output"), ("-o out.png", "FILE"), ("in.obj -o out.jpg", ".png"),
             ("in.obj -o out.png --size 60x9999999999", "--size"), ("in.obj -o out.png --up x", "--up"))])
-
-
-
-if __name__ == "__main__":
-    unittest.main(argv=sys.argv[:1])

@@ -1,5 +1,6 @@
-"""Runs the program for the black-box tests; the arguments of a test are PROGRAM [EMULATOR...]."""
+"""Runs the program for the black-box tests; the arguments of a run are PROGRAM [EMULATOR...]."""
 
+import json
 import os
 import pathlib
 import signal
@@ -17,10 +18,6 @@ LIMIT_SECONDS = 60
 on_linux = unittest.skipIf(EMULATOR or os.name != "posix", "only the native system has this")
 
 
-def text_file():
-    return tempfile.TemporaryFile("w+", encoding="utf-8")
-
-
 def run(*arguments, cwd, **options):
     """Runs the program with its standard streams captured: by pipes, or by files under an emulator, whose
     background processes would hold pipes open."""
@@ -34,7 +31,7 @@ def run(*arguments, cwd, **options):
 
 
 def run_in_emulator(command, options):
-    with text_file() as out, text_file() as err:
+    with tempfile.TemporaryFile("w+", encoding="utf-8") as out, tempfile.TemporaryFile("w+", encoding="utf-8") as err:
         result = subprocess.run(command, stdout=out, stderr=err, **options)
         for file in (out, err):
             file.seek(0)
@@ -62,6 +59,17 @@ class ProgramTest(unittest.TestCase):
         result = self.run_program(*arguments, **options)
         self.assertEqual((result.returncode, result.stderr), (0, ""))
         return result.stdout
+
+    def info(self, name):
+        """What `tavrix info`, whose tests measure meshes made by hand, tells of a file."""
+        return json.loads(self.succeed("info", "--json", name))[0]
+
+    def assert_solid(self, name, volume, error=0.015):
+        """The mesh is closed, looks outwards and has about that volume; what is told of it."""
+        found = self.info(name)
+        self.assertTrue(found["closed"] and found["oriented"])
+        self.assertAlmostEqual(found["volume"] / volume, 1, delta=error)
+        return found
 
     def write(self, name, content):
         (self.folder / name).write_bytes(content)

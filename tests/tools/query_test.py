@@ -1,10 +1,7 @@
-"""Tests of `tavrix query`, from outside.
-
-    query_test.py PROGRAM [EMULATOR...]"""
+"""Tests of `tavrix query`, from outside."""
 
 import csv
 import io
-import sys
 import unittest
 
 from mesh_file import CUBE_FACES, CUBE_POINTS, ase_file, binary_stl, obj_file
@@ -66,7 +63,3 @@ class Query(ProgramTest):
             ("cube.obj --points missing.csv", 1, "missing.csv"), ("bad.ase --nearest 1,2,3", 1, "bad.ase"),
             ("missing.obj --nearest 1,2,3", 1, "missing.obj"), ("cube.obj --nearest 1,2", 2, "1,2"),
             ("cube.obj --nearest 1,2,3 -o missing/out.csv", 1, "missing/out.csv"), ("cube.obj", 2, "--points")))
-
-
-if __name__ == "__main__":
-    unittest.main(argv=sys.argv[:1])
