@@ -88,6 +88,7 @@
 #include <tavrix/fields/TileGrid3.h>
 #include <tavrix/fields/Vector3Field3.h>
 
+#include <tavrix/isosurface/GridEdgeKey.h>
 #include <tavrix/isosurface/IsosurfaceExtractor3.h>
 
 #include <tavrix/implicit/ImplicitSurface3Regular.h>

@@ -64,7 +64,7 @@ private:
     std::vector<uint32> pass(const std::vector<uint32>& entries)
     {
         _order = entries;
-        distributeInBlocks();
+        splitIntoBlocks();
         std::vector<uint32> survivors;
         for (const BlockDesc& block : _blocks)
         {
@@ -76,7 +76,7 @@ private:
         return survivors;
     }
 
-    void distributeInBlocks()
+    void splitIntoBlocks()
     {
         _blocks.assign(1, {0, static_cast<uint32>(_order.size())});
         const auto isLarge = [](const BlockDesc& block) { return block.count > 256; };

@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <memory>
 
+#include <tavrix/fields/detail/BitwiseEqual.h>
 #include <tavrix/fields/detail/ParticleChange.h>
-#include <tavrix/fields/detail/SameBits.h>
 #include <tavrix/fields/detail/SampleArithmetic.h>
 
 namespace tavrix
@@ -375,7 +375,7 @@ void ScalarField3_SG<Value, Coord>::createNeighborTiles_ifValuesAtBoundaryLarger
 template <class Value, class Coord>
 uint32 ScalarField3_SG<Value, Coord>::adjustCoarse_b3b()
 {
-    const auto isDefault = [this](Value v) { return detail::sameBits(v, _defaultValue); };
+    const auto isDefault = [this](Value v) { return detail::bitwiseEqual(v, _defaultValue); };
     Array<uint32> newPosition(_tiles.size());
     uint32 kept = 0;
     for (uint32 n = 0; n < _tiles.size(); ++n)

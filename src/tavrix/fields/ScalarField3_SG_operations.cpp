@@ -1,6 +1,6 @@
 #include <algorithm>
 
-#include <tavrix/fields/detail/SameBits.h>
+#include <tavrix/fields/detail/BitwiseEqual.h>
 #include <tavrix/fields/detail/SampleArithmetic.h>
 #include <tavrix/fields/ScalarField3_SG.h>
 
@@ -185,7 +185,7 @@ bool ScalarField3_SG<Value, Coord>::copyScalars(const Base& other)
                 other.copySamples(_grid.getMonoindex(i, j, low.c), high.c - low.c,
                                   values.data() + _tileGrid.valueAt(i - low.a, j - low.b, 0));
             }
-        const auto isDefault = [this](Value v) { return detail::sameBits(v, _defaultValue); };
+        const auto isDefault = [this](Value v) { return detail::bitwiseEqual(v, _defaultValue); };
         if (!std::all_of(values.begin(), values.end(), isDefault)) setTile(t, Tile(values));
     }
     _flags |= Base::flagChanged;

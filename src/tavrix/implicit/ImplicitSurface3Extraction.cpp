@@ -42,9 +42,9 @@ public:
         }
     }
 
-    void prefetch(const detail::EdgeKey&) const {}
+    void prefetch(const GridEdgeKey&) const {}
 
-    Vector3D vertex(const detail::EdgeKey& key) const
+    Vector3D vertex(const GridEdgeKey& key) const
     {
         Index3 node = grid().getIndexes(key.a);
         const auto low = static_cast<double>(_field.get(node));

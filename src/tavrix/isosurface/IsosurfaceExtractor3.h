@@ -6,6 +6,7 @@
 #include <tavrix/foundation/Array.h>
 #include <tavrix/foundation/Box3.h>
 #include <tavrix/foundation/Tuple.h>
+#include <tavrix/isosurface/GridEdgeKey.h>
 #include <tavrix/platform/Export.h>
 
 namespace tavrix
@@ -22,9 +23,6 @@ template <class T>
 class ImplicitSurface3Regular;
 template <class T>
 class ImplicitSurface3Sparse;
-
-/// (monoindex of a grid edge's lower node, axis 0 x, 1 y, 2 z).
-using GridEdgeKey = Tuple2<uint32, uint32>;
 
 /// Iso-surfaces of sampled fields as triangle meshes, by marching cubes (Lorensen and Cline 1987) with one
 /// vertex a crossed grid edge. Static operations only.

@@ -38,12 +38,12 @@ public:
         }
     }
 
-    void prefetch(const detail::EdgeKey&) const {}
+    void prefetch(const GridEdgeKey&) const {}
     /// Where the edge crosses 0, whatever the threshold.
-    Vector3D vertex(const detail::EdgeKey& key) const { return _points(key, crossing(key)); }
+    Vector3D vertex(const GridEdgeKey& key) const { return _points(key, crossing(key)); }
 
     /// The unit gradients of the edge's nodes, interpolated at the crossing and brought to unit length.
-    Vector3F normal(const detail::EdgeKey& key) const
+    Vector3F normal(const GridEdgeKey& key) const
     {
         const auto [low, high] = nodes(key);
         const double s = crossing(key);
@@ -51,7 +51,7 @@ public:
     }
 
 private:
-    Tuple2<Index3, Index3> nodes(const detail::EdgeKey& key) const
+    Tuple2<Index3, Index3> nodes(const GridEdgeKey& key) const
     {
         const Index3 low = grid().getIndexes(key.a);
         Index3 high = low;
@@ -59,7 +59,7 @@ private:
         return {low, high};
     }
 
-    double crossing(const detail::EdgeKey& key) const
+    double crossing(const GridEdgeKey& key) const
     {
         const auto [low, high] = nodes(key);
         const double a = _parent.get(low), b = _parent.get(high);

@@ -2,7 +2,7 @@
 
 #include <tavrix/mesh/detail/IndexTriples.h>
 #include <tavrix/mesh/detail/LieDownNormals.h>
-#include <tavrix/mesh/detail/NormalJob.h>
+#include <tavrix/mesh/detail/VertexNormals.h>
 #include <tavrix/mesh/Mesh.h>
 
 namespace tavrix
@@ -12,11 +12,11 @@ namespace
 {
 
 using detail::neededEntries;
-using detail::NormalJob;
+using detail::NormalArrays;
 using detail::Polling;
 
-NormalJob makeJob(const Array<Vector3D>& pos, const Array<Index3>& trindexPos,
-                  const Array<Index3>& trindexNor, Array<Wector3F>* faceNor, Array<Vector3F>& nor)
+NormalArrays makeJob(const Array<Vector3D>& pos, const Array<Index3>& trindexPos,
+                     const Array<Index3>& trindexNor, Array<Wector3F>* faceNor, Array<Vector3F>& nor)
 {
     if (faceNor) faceNor->resize(trindexPos.size());
     return {pos.data(),
@@ -30,38 +30,38 @@ NormalJob makeJob(const Array<Vector3D>& pos, const Array<Index3>& trindexPos,
 
 /// The whole computation: the sums, and lie-down normals where a sum vanished. Those are found on a copy, and
 /// taken for the zero entries alone. False when the polling stopped it.
-bool runJob(const NormalJob& job, uint32 threadCount, Polling& polling)
+bool fillNormals(const NormalArrays& arrays, uint32 threadCount, Polling& polling)
 {
-    if (!detail::calculateNormals(job, threadCount, polling)) return !polling.isStopped();
-    Array<Vector3F> lieDown(job.norCount);
-    inPieces(polling, job.norCount, detail::lightItems,
+    if (!detail::calculateNormals(arrays, threadCount, polling)) return !polling.isStopped();
+    Array<Vector3F> lieDown(arrays.norCount);
+    inPieces(polling, arrays.norCount, detail::lightItems,
              [&](uint64 begin, uint64 end)
-             { std::copy(job.nor + begin, job.nor + end, lieDown.data() + begin); });
-    NormalJob lieDownJob = job;
-    lieDownJob.nor = lieDown.data();
-    if (!polling.isStopped()) detail::fillLieDownNormals(lieDownJob, polling);
+             { std::copy(arrays.nor + begin, arrays.nor + end, lieDown.data() + begin); });
+    NormalArrays lieDownArrays = arrays;
+    lieDownArrays.nor = lieDown.data();
+    if (!polling.isStopped()) detail::fillLieDownNormals(lieDownArrays, polling);
     if (polling.isStopped()) return false;
-    return inPieces(polling, job.norCount, detail::lightItems,
+    return inPieces(polling, arrays.norCount, detail::lightItems,
                     [&](uint64 begin, uint64 end)
                     {
                         for (uint64 n = begin; n < end; ++n)
-                            if (job.nor[n] == Vector3F{0, 0, 0}) job.nor[n] = lieDown[n];
+                            if (arrays.nor[n] == Vector3F{0, 0, 0}) arrays.nor[n] = lieDown[n];
                     });
 }
 
-void runJob(const NormalJob& job)
+void fillNormals(const NormalArrays& arrays)
 {
     Polling none(nullptr);
-    runJob(job, 1, none);
+    fillNormals(arrays, 1, none);
 }
 
 bool faceNormals(const Array<Vector3D>& pos, const Array<Index3>& trindexPos, Array<Wector3F>& faceNor,
                  uint32 threadCount, Polling& polling)
 {
     faceNor.resize(trindexPos.size());
-    const NormalJob job{pos.data(),     trindexPos.data(), nullptr, trindexPos.size(),
-                        faceNor.data(), nullptr,           0};
-    detail::calculateNormals(job, threadCount, polling);
+    const NormalArrays arrays{pos.data(),     trindexPos.data(), nullptr, trindexPos.size(),
+                              faceNor.data(), nullptr,           0};
+    detail::calculateNormals(arrays, threadCount, polling);
     return !polling.isStopped();
 }
 
@@ -84,15 +84,15 @@ void Mesh::staticCalculateNormals(const Array<Vector3D>& pos, const Array<Index3
                                   Array<Vector3F>& nor)
 {
     if (trindexNor.size() >= trindexPos.size())
-        return runJob(makeJob(pos, trindexPos, trindexNor, &faceNor, nor));
+        return fillNormals(makeJob(pos, trindexPos, trindexNor, &faceNor, nor));
     staticCalculateNormals(pos, trindexPos, faceNor);
-    runJob(makeJob(pos, trindexPos, trindexNor, nullptr, nor));
+    fillNormals(makeJob(pos, trindexPos, trindexNor, nullptr, nor));
 }
 
 void Mesh::staticCalculateNormals(const Array<Vector3D>& pos, const Array<Index3>& trindexPos,
                                   Array<Vector3F>& nor)
 {
-    runJob(makeJob(pos, trindexPos, trindexPos, nullptr, nor));
+    fillNormals(makeJob(pos, trindexPos, trindexPos, nullptr, nor));
 }
 
 void Mesh::staticCalculateNormals(const Array<Vector3D>& pos, const Array<Index3>& trindexPos,
@@ -136,8 +136,8 @@ bool Mesh::recalculateNormalsParallelized(uint32 threadCount, CancelCallback cal
 bool Mesh::recalculateNormals(uint32 threadCount, Polling& polling)
 {
     if (!prepareNormalArrays(polling)) return false;
-    return runJob(makeJob(pos(), trindexPos(), trindexNor(), &refFaceNor(), refNor()), threadCount,
-                  polling) &&
+    return fillNormals(makeJob(pos(), trindexPos(), trindexNor(), &refFaceNor(), refNor()), threadCount,
+                       polling) &&
            (getArrNorSurface().isNone() || calculateVerticesSurfaceNormal(threadCount, polling));
 }
 
@@ -152,7 +152,7 @@ void Mesh::recalculateVertexesNormals()
 bool Mesh::recalculateVertexesNormals(uint32 threadCount, Polling& polling)
 {
     return prepareNormalArrays(polling) &&
-           runJob(makeJob(pos(), trindexPos(), trindexNor(), nullptr, refNor()), threadCount, polling);
+           fillNormals(makeJob(pos(), trindexPos(), trindexNor(), nullptr, refNor()), threadCount, polling);
 }
 
 bool Mesh::createNormals(double angle, uint32 threadCount, CancelCallback callback)
@@ -185,7 +185,7 @@ bool Mesh::calculateVerticesSurfaceNormal(uint32 threadCount, Polling& polling)
 {
     Array<Vector3F>& normals = require<Vector3F>(Slot::NorAllSmoothed);
     normals.resize(getPosSize());
-    return runJob(makeJob(pos(), trindexPos(), trindexPos(), nullptr, normals), threadCount, polling);
+    return fillNormals(makeJob(pos(), trindexPos(), trindexPos(), nullptr, normals), threadCount, polling);
 }
 
 void Mesh::calculateVerticesSurfaceNormalExternal(Array<Vector3F>& normals) const

@@ -2,8 +2,8 @@
 #include <vector>
 
 #include <tavrix/foundation/ParallelFor.h>
-#include <tavrix/spatial/detail/BlockDistribution.h>
 #include <tavrix/spatial/detail/IntegratingTable.h>
+#include <tavrix/spatial/detail/TreeSplit.h>
 #include <tavrix/spatial/detail/TriangleBox.h>
 #include <tavrix/spatial/GeometryTree.h>
 
@@ -76,7 +76,7 @@ Array<uint32> integratePass(Array<WorkNode>& work, const Array<uint32>& nodes, u
 {
     Array<IntegratingEntry> entries(nodes.size());
     for (uint32 n = 0; n < nodes.size(); ++n) entries[n] = {work[nodes[n]].node.box, nodes[n]};
-    const Array<BlockDesc> blocks = detail::distributeInBlocks(entries, threadCount);
+    const Array<BlockDesc> blocks = detail::splitIntoBlocks(entries, threadCount);
     return integrateBlocks(work, entries, blocks, threadCount);
 }
 

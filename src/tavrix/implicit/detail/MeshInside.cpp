@@ -15,8 +15,8 @@ namespace
 
 /// Sum of a node's winding numbers along six rays: 6 inside a plain mesh, 0 outside. Clamped; larger sums
 /// change nothing.
-using Votes = std::int8_t;
-constexpr int32 voteLimit = 60;
+using WindingSum = std::int8_t;
+constexpr int32 sumLimit = 60;
 
 /// The planes of nodes that a face may cross, half open.
 struct PlaneRange
@@ -89,18 +89,18 @@ struct Workspace
     bool isOpen = false;
 };
 
-/// The voting: first the rays along x, in planes of constant y, then those along y and z in planes of
-/// constant x.
-class Ballot
+/// Sums the winding numbers along the rays: first along x, in planes of constant y, then along y and z in
+/// planes of constant x.
+class RayWindings
 {
 public:
-    Ballot(const Mesh& mesh, const GridDescription3<double>& grid, uint32 threadCount, Polling& polling)
+    RayWindings(const Mesh& mesh, const GridDescription3<double>& grid, uint32 threadCount, Polling& polling)
         : _faces(mesh),
           _lattice(grid),
           _threadCount(threadCount),
           _polling(polling),
           _ranges(_faces.faceCount),
-          _votes(grid.size)
+          _sums(grid.size)
     {
     }
 
@@ -108,19 +108,19 @@ public:
     bool run()
     {
         return forPlanes(
-                   1, [this](Workspace& space, uint32 low, uint32 high) { voteAlongX(space, low, high); }) &&
-               forPlanes(
-                   0, [this](Workspace& space, uint32 low, uint32 high) { voteAlongYZ(space, low, high); });
+                   1, [this](Workspace& space, uint32 low, uint32 high) { addAlongX(space, low, high); }) &&
+               forPlanes(0,
+                         [this](Workspace& space, uint32 low, uint32 high) { addAlongYZ(space, low, high); });
     }
 
-    Array<Votes>& votes() { return _votes; }
+    Array<WindingSum>& sums() { return _sums; }
     /// Whether any row goes through a hole.
     bool isOpen() const { return _isOpen; }
 
 private:
-    /// Calls vote(workspace, low, high) for all planes of an axis, a few at a time.
-    template <class Vote>
-    bool forPlanes(uint32 axis, Vote vote)
+    /// Calls add(workspace, low, high) for all planes of an axis, a few at a time.
+    template <class Add>
+    bool forPlanes(uint32 axis, Add add)
     {
         const auto findRanges = [&](uint32, uint64 begin, uint64 end)
         {
@@ -129,13 +129,13 @@ private:
         if (!inPieces(_polling, _faces.faceCount, scatteredItems, _threadCount, findRanges)) return false;
         std::vector<Workspace> spaces(std::max(_threadCount, 1u));
         const uint32 together = planesTogether(_lattice, axis);
-        const auto votePlanes = [&](uint32 worker, uint64 begin, uint64 end)
+        const auto addPlanes = [&](uint32 worker, uint64 begin, uint64 end)
         {
             for (uint64 low = begin; low < end && !_polling.isStopped(); low += together)
-                vote(spaces[worker], static_cast<uint32>(low),
-                     static_cast<uint32>(std::min<uint64>(low + together, end)));
+                add(spaces[worker], static_cast<uint32>(low),
+                    static_cast<uint32>(std::min<uint64>(low + together, end)));
         };
-        if (!polledFor(_polling, _lattice.size[axis], _threadCount, votePlanes)) return false;
+        if (!polledFor(_polling, _lattice.size[axis], _threadCount, addPlanes)) return false;
         for (const Workspace& space : spaces) _isOpen |= space.isOpen;
         return true;
     }
@@ -165,7 +165,7 @@ private:
         }
     }
 
-    void voteAlongX(Workspace& space, uint32 low, uint32 high)
+    void addAlongX(Workspace& space, uint32 low, uint32 high)
     {
         const std::size_t sizeX = _lattice.size[0], sizeY = _lattice.size[1], sizeZ = _lattice.size[2];
         const std::size_t rows = (high - low) * sizeZ;
@@ -192,13 +192,13 @@ private:
         for (std::size_t i = 0; i < sizeX && work.add(rows); ++i)
         {
             const int32* from = space.alongFirst.nodes.data() + i * rows;
-            Votes* to = _votes.data() + (i * sizeY + low) * sizeZ;
+            WindingSum* to = _sums.data() + (i * sizeY + low) * sizeZ;
             for (std::size_t n = 0; n < rows; ++n)
-                to[n] = static_cast<Votes>(std::clamp(from[n], -voteLimit, voteLimit));
+                to[n] = static_cast<WindingSum>(std::clamp(from[n], -sumLimit, sumLimit));
         }
     }
 
-    void voteAlongYZ(Workspace& space, uint32 low, uint32 high)
+    void addAlongYZ(Workspace& space, uint32 low, uint32 high)
     {
         const std::size_t sizeY = _lattice.size[1], sizeZ = _lattice.size[2];
         const std::size_t planes = high - low, nodeCount = planes * sizeY * sizeZ;
@@ -216,11 +216,11 @@ private:
                                        sizeY, sizeZ, space.running.data(), work);
         space.isOpen |= countAlongZ(space.alongSecond.nodes.data(), space.alongSecond.total.data(),
                                     planes * sizeY, sizeZ, work);
-        Votes* votes = _votes.data() + low * sizeY * sizeZ;
+        WindingSum* sums = _sums.data() + low * sizeY * sizeZ;
         for (std::size_t n = 0; n < nodeCount; ++n)
         {
-            const int32 sum = votes[n] + space.alongFirst.nodes[n] + space.alongSecond.nodes[n];
-            votes[n] = static_cast<Votes>(std::clamp(sum, -voteLimit, voteLimit));
+            const int32 sum = sums[n] + space.alongFirst.nodes[n] + space.alongSecond.nodes[n];
+            sums[n] = static_cast<WindingSum>(std::clamp(sum, -sumLimit, sumLimit));
         }
     }
 
@@ -259,34 +259,34 @@ private:
     uint32 _threadCount;
     Polling& _polling;
     Array<PlaneRange> _ranges;  ///< of each face along the present axis
-    Array<Votes> _votes;
+    Array<WindingSum> _sums;
     bool _isOpen = false;
 };
 
 /// Winding sums of a node and of the neighbours that no face separates from it, and the number of nodes.
-struct Constituency
+struct NeighbourhoodSum
 {
-    int32 votes, nodes;
+    int32 sums, nodes;
 };
 
 /// The distances of two neighbouring nodes to a face that separates them sum to at most the spacing.
 template <class T>
-Constituency constituencyOf(const GridDescription3<double>& grid, const Votes* votes, const T* samples,
-                            uint32 node)
+NeighbourhoodSum neighbourhoodSum(const GridDescription3<double>& grid, const WindingSum* sums,
+                                  const T* samples, uint32 node)
 {
     const Index3 index = grid.getIndexes(node);
     const uint32 strides[3] = {grid.sizeYZ, grid.sizeZ, 1};
-    Constituency all{votes[node], 1};
+    NeighbourhoodSum all{sums[node], 1};
     for (uint32 axis = 0; axis < 3; ++axis)
     {
-        const auto ask = [&](uint32 other)
+        const auto include = [&](uint32 other)
         {
             const bool isParted = double{samples[node]} + double{samples[other]} <= grid.separation[axis];
-            all.votes += isParted ? 0 : votes[other];
+            all.sums += isParted ? 0 : sums[other];
             all.nodes += !isParted;
         };
-        if (index[axis] > 0) ask(node - strides[axis]);
-        if (index[axis] + 1 < grid.sizeAlong(axis)) ask(node + strides[axis]);
+        if (index[axis] > 0) include(node - strides[axis]);
+        if (index[axis] + 1 < grid.sizeAlong(axis)) include(node + strides[axis]);
     }
     return all;
 }
@@ -327,31 +327,31 @@ bool negateInside(const Mesh& mesh, const GridDescription3<double>& grid, uint32
 {
     if (!polling.goOn()) return false;
     if (grid.size == 0) return true;
-    Ballot ballot(mesh, grid, threadCount, polling);
-    if (!ballot.run()) return false;
-    Votes* votes = ballot.votes().data();
+    RayWindings windings(mesh, grid, threadCount, polling);
+    if (!windings.run()) return false;
+    WindingSum* sums = windings.sums().data();
     // A mean of six above 1/2, or above -1/2 when the solid is outside.
     const int32 needed = volumeOf(mesh, grid, threadCount, polling) < 0 ? -3 : 3;
-    Array<Votes> agreed;
-    if (ballot.isOpen())
+    Array<WindingSum> means;
+    if (windings.isOpen())
     {
-        agreed.resize(grid.size);
-        const auto agree = [&](uint32, uint64 begin, uint64 end)
+        means.resize(grid.size);
+        const auto average = [&](uint32, uint64 begin, uint64 end)
         {
             for (uint64 n = begin; n < end; ++n)
             {
-                const Constituency all = constituencyOf(grid, votes, samples, static_cast<uint32>(n));
-                agreed[n] = static_cast<Votes>(all.votes > needed * all.nodes ? needed + 1 : needed);
+                const NeighbourhoodSum all = neighbourhoodSum(grid, sums, samples, static_cast<uint32>(n));
+                means[n] = static_cast<WindingSum>(all.sums > needed * all.nodes ? needed + 1 : needed);
             }
         };
-        if (!inPieces(polling, grid.size, scatteredItems, threadCount, agree)) return false;
-        votes = agreed.data();
+        if (!inPieces(polling, grid.size, scatteredItems, threadCount, average)) return false;
+        sums = means.data();
     }
     return inPieces(polling, grid.size, lightItems, threadCount,
                     [&](uint32, uint64 begin, uint64 end)
                     {
                         for (uint64 n = begin; n < end; ++n)
-                            samples[n] = votes[n] > needed ? -samples[n] : samples[n];
+                            samples[n] = sums[n] > needed ? -samples[n] : samples[n];
                     });
 }
 

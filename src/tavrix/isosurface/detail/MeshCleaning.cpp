@@ -4,7 +4,7 @@
 #include <numeric>
 #include <vector>
 
-#include <tavrix/isosurface/detail/PositionGroups.h>
+#include <tavrix/isosurface/detail/VertexMerging.h>
 #include <tavrix/mesh/Mesh.h>
 #include <tavrix/platform/detail/Prefetch.h>
 
@@ -127,7 +127,7 @@ double& mergeTolerance()
 bool mergePositions(Array<Vector3D>& positions, TripleArrays triples, uint32 threadCount, Polling& polling,
                     Array<uint32>* openers)
 {
-    const Array<uint32> groupOf = groupPositions(positions, mergeTolerance(), threadCount, polling, openers);
+    const Array<uint32> groupOf = mergeVertices(positions, mergeTolerance(), threadCount, polling, openers);
     return !polling.isStopped() &&
            std::all_of(triples.begin(), triples.end(),
                        [&](Array<Index3>* t) { return renumber(*t, groupOf, threadCount, polling); });

@@ -3,8 +3,8 @@
 #include <tavrix/foundation/CancelCallback.h>
 #include <tavrix/foundation/detail/Polling.h>
 #include <tavrix/foundation/Divisor.h>
+#include <tavrix/isosurface/detail/MarchingCubes.h>
 #include <tavrix/isosurface/detail/MeshCleaning.h>
-#include <tavrix/isosurface/detail/SurfaceTopology.h>
 #include <tavrix/mesh/Mesh.h>
 #include <tavrix/platform/detail/Prefetch.h>
 
@@ -12,9 +12,9 @@
 //
 //   const GridDescription3<double>& grid() const;
 //   void classify(uint32 i, uint32 j, uint64* bits) const;        the sign bits of the nodes (i, j, 0 ..)
-//   Vector3D vertex(const EdgeKey& key) const;                    where the surface crosses a grid edge
-//   void prefetch(const EdgeKey& key) const;                      a hint that vertex(key) will be asked soon
-//   static constexpr bool hasNormals;  Vector3F normal(const EdgeKey& key) const;
+//   Vector3D vertex(const GridEdgeKey& key) const;                    where the surface crosses a grid edge
+//   void prefetch(const GridEdgeKey& key) const;                      a hint that vertex(key) will be asked
+//   soon static constexpr bool hasNormals;  Vector3F normal(const GridEdgeKey& key) const;
 
 namespace tavrix::detail
 {
@@ -38,7 +38,7 @@ public:
     }
 
     /// The point at fraction t of the edge.
-    Vector3D operator()(const EdgeKey& key, double t) const
+    Vector3D operator()(const GridEdgeKey& key, double t) const
     {
         const auto [i, rest] = _bySizeYZ.divide(key.a);
         const auto [j, k] = _bySizeZ.divide(rest);
@@ -74,7 +74,7 @@ public:
     }
 
     /// Brings the samples that vertex(key) will read near.
-    void prefetch(const EdgeKey& key) const
+    void prefetch(const GridEdgeKey& key) const
     {
         const uint32 step = stepAlong(key.b);
         detail::prefetch(_samples + key.a);
@@ -82,7 +82,7 @@ public:
     }
 
     /// The point of the edge where the linear interpolation of its samples meets the threshold.
-    Vector3D vertex(const EdgeKey& key) const
+    Vector3D vertex(const GridEdgeKey& key) const
     {
         const double low = static_cast<double>(_samples[key.a]);
         const double high = static_cast<double>(_samples[key.a + stepAlong(key.b)]);
@@ -136,8 +136,8 @@ bool copyToFront(const Array<T>& from, Array<T>& to, uint32 threadCount, Polling
 
 /// The mesh's positions and normals, and behind them those of the vertices.
 template <class Source>
-bool draftVertices(const Source& source, const Array<EdgeKey>& vertices, const Mesh& mesh, uint32 threadCount,
-                   Polling& polling, SurfaceDraft& draft)
+bool draftVertices(const Source& source, const Array<GridEdgeKey>& vertices, const Mesh& mesh,
+                   uint32 threadCount, Polling& polling, SurfaceDraft& draft)
 {
     const uint32 oldPositions = mesh.getPosSize(), oldNormals = mesh.nor().size();
     draft.pos.resize(Array<Vector3D>::checkedSize(uint64{oldPositions} + vertices.size()));
@@ -178,7 +178,7 @@ SurfaceTopology findSurface(const Source& source, const ExtractionOptions& optio
     if (options.cells.empty()) return {};
     SignRows signs(source.grid().sizeX, source.grid().sizeY, source.grid().sizeZ);
     if (!classifySamples(source, options, polling, signs)) return {};
-    return buildSurfaceTopology(source.grid(), signs, options.cells, options.threadCount, polling);
+    return marchCubes(source.grid(), signs, options.cells, options.threadCount, polling);
 }
 
 /// Makes the draft's arrays those of the mesh.
@@ -200,7 +200,7 @@ inline void takeDraft(SurfaceDraft& draft, Mesh& mesh)
 /// filled. afterCells(corner count) is called once the faces are known.
 template <class Source, class AfterCells>
 unsigned long extractSurface(const Source& source, const ExtractionOptions& options, Mesh& mesh,
-                             Array<EdgeKey>* vertexEdges, AfterCells afterCells)
+                             Array<GridEdgeKey>* vertexEdges, AfterCells afterCells)
 {
     Polling polling(options.callback);
     SurfaceTopology surface = polling.goOn() ? findSurface(source, options, polling) : SurfaceTopology{};

@@ -47,40 +47,40 @@ Vector3F bestDirection(const Candidate& candidate)
 
 }  // namespace
 
-void fillLieDownNormals(const NormalJob& job, Polling& polling)
+void fillLieDownNormals(const NormalArrays& arrays, Polling& polling)
 {
-    Array<uint32> candidateOf(job.norCount);
+    Array<uint32> candidateOf(arrays.norCount);
     Array<Candidate> candidates;
-    inPieces(polling, job.norCount, lightItems,
+    inPieces(polling, arrays.norCount, lightItems,
              [&](uint64 begin, uint64 end)
              {
                  for (auto n = static_cast<uint32>(begin); n < end; ++n)
                  {
                      candidateOf[n] = noIndex;
-                     if (job.nor[n] != noDirection) continue;
+                     if (arrays.nor[n] != noDirection) continue;
                      candidateOf[n] = candidates.size();
                      candidates.push_back({n, {0, 0, 0}, {0, 0, 0}});
                  }
              });
     if (polling.isStopped()) return;
-    inPieces(polling, job.faceCount, scatteredItems,
+    inPieces(polling, arrays.faceCount, scatteredItems,
              [&](uint64 begin, uint64 end)
              {
                  for (uint64 f = begin; f < end; ++f)
                      for (uint32 c = 0; c < 3; ++c)
                      {
-                         const uint32 candidate = candidateOf[job.trindexNor[f][c]];
+                         const uint32 candidate = candidateOf[arrays.trindexNor[f][c]];
                          if (candidate == noIndex) continue;
-                         const Index3& t = job.trindexPos[f];
-                         visitCorner(candidates[candidate], job.pos[t[c]], job.pos[t[(c + 1) % 3]],
-                                     job.pos[t[(c + 2) % 3]]);
+                         const Index3& t = arrays.trindexPos[f];
+                         visitCorner(candidates[candidate], arrays.pos[t[c]], arrays.pos[t[(c + 1) % 3]],
+                                     arrays.pos[t[(c + 2) % 3]]);
                      }
              });
     inPieces(polling, candidates.size(), scatteredItems,
              [&](uint64 begin, uint64 end)
              {
                  for (uint64 n = begin; n < end; ++n)
-                     job.nor[candidates[n].normal] = bestDirection(candidates[n]);
+                     arrays.nor[candidates[n].normal] = bestDirection(candidates[n]);
              });
 }
 

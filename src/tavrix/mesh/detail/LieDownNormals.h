@@ -1,15 +1,15 @@
 #pragma once
 
-#include <tavrix/mesh/detail/NormalJob.h>
+#include <tavrix/mesh/detail/VertexNormals.h>
 
 namespace tavrix::detail
 {
 
-/// Gives every zero vertex normal of the job a unit direction that lies down in the surface: the sum of the
-/// directions from the middle of the opposite edge to the corner, over the corners that use the normal (the
-/// way outwards at a fold, where two faces cancel each other). Where that vanishes too: the normal of the
-/// first face of some area around it, else (0, 0, 1). Other normals stay. What
-/// it leaves means nothing once the polling has stopped.
-void fillLieDownNormals(const NormalJob& job, Polling& polling);
+/// Gives every zero vertex normal of the arrays a unit direction that lies down in the surface: the sum of
+/// the directions from the middle of the opposite edge to the corner, over the corners that use the normal
+/// (the way outwards at a fold, where two faces cancel each other). Where that vanishes too: the normal of
+/// the first face of some area around it, else (0, 0, 1). Other normals stay. What it leaves means nothing
+/// once the polling has stopped.
+void fillLieDownNormals(const NormalArrays& arrays, Polling& polling);
 
 }  // namespace tavrix::detail

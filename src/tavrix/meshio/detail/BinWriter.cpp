@@ -4,7 +4,7 @@
 #include <limits>
 #include <vector>
 
-#include <tavrix/meshio/detail/BlockOut.h>
+#include <tavrix/meshio/detail/BufferedWriter.h>
 #include <tavrix/meshio/detail/MeshChannels.h>
 
 namespace tavrix::detail
@@ -23,19 +23,19 @@ bool anyHas(const Meshes& meshes, const char* channel)
                        [=](const Mesh* mesh) { return findPerPosition(*mesh, channel) != nullptr; });
 }
 
-void writeNumbers(BlockOut& out, std::initializer_list<uint32> numbers)
+void writeNumbers(BufferedWriter& out, std::initializer_list<uint32> numbers)
 {
     for (const uint32 number : numbers) out.advance(putNumber(out.room(sizeof number), number));
 }
 
-void writePositions(BlockOut& out, const Mesh& mesh, double scale)
+void writePositions(BufferedWriter& out, const Mesh& mesh, double scale)
 {
     const Vector3D* pos = mesh.pos().data();
     out.writeItems(mesh.getPosSize(), tripleSize,
                    [=](uint32 i, char* to) { return putVector(to, pos[i] * scale); });
 }
 
-void writeFaces(BlockOut& out, const Mesh& mesh, uint32 offset)
+void writeFaces(BufferedWriter& out, const Mesh& mesh, uint32 offset)
 {
     const Index3* faces = mesh.trindexPos().data();
     const uint32 positionCount = mesh.getPosSize();
@@ -50,7 +50,7 @@ void writeFaces(BlockOut& out, const Mesh& mesh, uint32 offset)
                    });
 }
 
-void writeTextures(BlockOut& out, const Mesh& mesh, bool chosen)
+void writeTextures(BufferedWriter& out, const Mesh& mesh, bool chosen)
 {
     constexpr float filler = 1.0f;
     const Array<Vector3F>* uv = chosen ? findPerPosition(mesh, "UV_MAP_0") : nullptr;
@@ -62,7 +62,7 @@ void writeTextures(BlockOut& out, const Mesh& mesh, bool chosen)
                    });
 }
 
-void writeVelocities(BlockOut& out, const Mesh& mesh, float scale)
+void writeVelocities(BufferedWriter& out, const Mesh& mesh, float scale)
 {
     const Array<Vector3F>* velocities = findPerPosition(mesh, "Velocity");
     out.writeItems(mesh.getPosSize(), tripleSize,
@@ -71,7 +71,7 @@ void writeVelocities(BlockOut& out, const Mesh& mesh, float scale)
                    });
 }
 
-void writeContents(BlockOut& out, const Meshes& meshes, uint32 positionCount, uint32 faceCount,
+void writeContents(BufferedWriter& out, const Meshes& meshes, uint32 positionCount, uint32 faceCount,
                    const BinChannels& channels, float scale)
 {
     constexpr uint32 noWeights = 1;
@@ -98,7 +98,7 @@ void writeContents(BlockOut& out, const Meshes& meshes, uint32 positionCount, ui
 int writeBin(const TX_String& fileName, std::span<const Mesh* const> meshes, const BinChannels& channels,
              float scale, CancelCallback callback)
 {
-    BlockOut out(callback);
+    BufferedWriter out(callback);
     constexpr uint64 mostCountable = std::numeric_limits<int32>::max();
     Meshes present;
     uint64 positionCount = 0;

@@ -4,7 +4,7 @@
 #include <array>
 
 #include <tavrix/foundation/detail/PackedRecords.h>
-#include <tavrix/meshio/detail/BlockOut.h>
+#include <tavrix/meshio/detail/BufferedWriter.h>
 #include <tavrix/meshio/detail/MeshChannels.h>
 #include <tavrix/meshio/detail/StlMesh.h>
 #include <tavrix/meshio/detail/StlName.h>
@@ -53,7 +53,7 @@ FileStatus readStlBinary(FileBufferIn& file, Mesh& mesh)
 
 int writeStlBinary(const TX_String& fileName, const Mesh& mesh, CancelCallback callback)
 {
-    BlockOut out(callback);
+    BufferedWriter out(callback);
     if (const FileStatus status = out.open(fileName); status != FileStatus::ok) return meshFileResult(status);
     const std::string_view name = mesh.getName().view();
     out << name;

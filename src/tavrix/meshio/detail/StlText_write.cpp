@@ -1,6 +1,6 @@
 #include <cmath>
 
-#include <tavrix/meshio/detail/BlockOut.h>
+#include <tavrix/meshio/detail/BufferedWriter.h>
 #include <tavrix/meshio/detail/MeshChannels.h>
 #include <tavrix/meshio/detail/StlText.h>
 
@@ -50,7 +50,7 @@ constexpr std::size_t maxFacetLength = 128 + 12 * (maxFloatLength + 1);
 
 int writeStlText(const TX_String& fileName, const Mesh& mesh, CancelCallback callback)
 {
-    BlockOut out(callback);
+    BufferedWriter out(callback);
     if (const FileStatus status = out.open(fileName); status != FileStatus::ok) return meshFileResult(status);
     const std::string name = mesh.getName().empty() ? "" : ' ' + inOneLine(mesh.getName());
     const Vector3D* pos = mesh.pos().data();

@@ -7,12 +7,10 @@
 #include <tavrix/foundation/detail/Polling.h>
 #include <tavrix/isosurface/detail/CellRange.h>
 #include <tavrix/isosurface/detail/SignRows.h>
+#include <tavrix/isosurface/GridEdgeKey.h>
 
 namespace tavrix::detail
 {
-
-/// (monoindex of an edge's lower node, axis).
-using EdgeKey = Tuple2<uint32, uint32>;
 
 /// Nodes that a worker passes over between two polls: one to some milliseconds.
 inline constexpr uint64 nodesPerPoll = uint64{1} << 18;
@@ -22,7 +20,7 @@ inline constexpr uint64 nodesPerPoll = uint64{1} << 18;
 struct SurfaceTopology
 {
     uint64 cornerCount = 0;  ///< face corners that the cells gave, also when they made no surface
-    Array<EdgeKey> vertices;
+    Array<GridEdgeKey> vertices;
     Array<Index3> faces;
 };
 
@@ -37,7 +35,7 @@ struct SurfaceTopology
 /// each finding the vertices of its neighbours in two planes of edge numbers; a counting sort brings the
 /// numbers into bucket order. Linear in nodes / 64 plus faces; temporary memory is one bit a node, 12 bytes a
 /// vertex and two planes a worker.
-SurfaceTopology buildSurfaceTopology(const GridDescription3<double>& grid, const SignRows& signs,
-                                     const CellRange& cells, uint32 threadCount, Polling& polling);
+SurfaceTopology marchCubes(const GridDescription3<double>& grid, const SignRows& signs,
+                           const CellRange& cells, uint32 threadCount, Polling& polling);
 
 }  // namespace tavrix::detail

@@ -1,4 +1,4 @@
-#include <tavrix/spatial/detail/BlockDistribution.h>
+#include <tavrix/spatial/detail/TreeSplit.h>
 
 #include <algorithm>
 #include <vector>
@@ -112,7 +112,7 @@ bool distributeInBlocksIteration(Array<IntegratingEntry>& entries, Array<Integra
 
 }  // namespace
 
-Array<BlockDesc> distributeInBlocks(Array<IntegratingEntry>& entries, uint32 threadCount)
+Array<BlockDesc> splitIntoBlocks(Array<IntegratingEntry>& entries, uint32 threadCount)
 {
     Array<BlockDesc> blocks{{0, entries.size()}};
     Array<IntegratingEntry> scratch(entries.size());

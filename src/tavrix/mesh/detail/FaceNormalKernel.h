@@ -7,7 +7,7 @@ namespace tavrix::detail
 
 /// A run of faces as a structure of arrays, small enough for the first-level cache, on which the arithmetic
 /// of the normals vectorises. `corner[c][axis][i]` goes in for face i; everything else comes out.
-struct FaceBlock
+struct FaceBatch
 {
     static constexpr uint32 capacity = 128;
 
@@ -26,13 +26,13 @@ inline constexpr double smallestArea = 2.4308653429145085e-63;
 /// what it leaves for faces of no more than the smallest area is meaningless.
 namespace plain
 {
-void computeFaceNormals(FaceBlock& block, uint32 count);
-void computeCornerContributions(FaceBlock& block, uint32 count);
+void computeFaceNormals(FaceBatch& block, uint32 count);
+void computeCornerContributions(FaceBatch& block, uint32 count);
 }  // namespace plain
 namespace avx2
 {
-void computeFaceNormals(FaceBlock& block, uint32 count);
-void computeCornerContributions(FaceBlock& block, uint32 count);
+void computeFaceNormals(FaceBatch& block, uint32 count);
+void computeCornerContributions(FaceBatch& block, uint32 count);
 }  // namespace avx2
 
 }  // namespace tavrix::detail

@@ -1,4 +1,4 @@
-#include <tavrix/mesh/detail/FaceBlock.h>
+#include <tavrix/mesh/detail/FaceNormalKernel.h>
 
 #include <cmath>
 
@@ -18,7 +18,7 @@ struct Vector
     double x, y, z;
 };
 
-Vector edge(const FaceBlock& block, uint32 from, uint32 to, uint32 i)
+Vector edge(const FaceBatch& block, uint32 from, uint32 to, uint32 i)
 {
     return {block.corner[to][0][i] - block.corner[from][0][i],
             block.corner[to][1][i] - block.corner[from][1][i],
@@ -29,7 +29,7 @@ double product(const Vector& a, const Vector& b) { return a.x * b.x + a.y * b.y 
 
 /// The angles between the edges, before they are scaled: at corner c the arc cosine of
 /// -(edge that arrives)·(edge that leaves) / (product of their lengths).
-void computeRawAngles(FaceBlock& block, uint32 count)
+void computeRawAngles(FaceBatch& block, uint32 count)
 {
     for (uint32 i = 0; i < count; ++i)
     {
@@ -47,7 +47,7 @@ void computeRawAngles(FaceBlock& block, uint32 count)
         for (uint32 i = 0; i < count; ++i) angles[i] = arcCosine(angles[i]);
 }
 
-void scaleAngles(FaceBlock& block, uint32 count)
+void scaleAngles(FaceBatch& block, uint32 count)
 {
     for (uint32 i = 0; i < count; ++i)
     {
@@ -60,7 +60,7 @@ void scaleAngles(FaceBlock& block, uint32 count)
 
 }  // namespace
 
-void computeFaceNormals(FaceBlock& block, uint32 count)
+void computeFaceNormals(FaceBatch& block, uint32 count)
 {
     for (uint32 i = 0; i < count; ++i)
     {
@@ -76,7 +76,7 @@ void computeFaceNormals(FaceBlock& block, uint32 count)
     }
 }
 
-void computeCornerContributions(FaceBlock& block, uint32 count)
+void computeCornerContributions(FaceBatch& block, uint32 count)
 {
     computeRawAngles(block, count);
     scaleAngles(block, count);

@@ -26,6 +26,6 @@ inline constexpr uint32 largestBlock = 256;
 /// fewer than an eighth, it gets an eighth: the entries are sorted by their centres, equal ones in their
 /// order, and centres that are not a number behind all others. The result does not depend on the thread
 /// count.
-Array<BlockDesc> distributeInBlocks(Array<IntegratingEntry>& entries, uint32 threadCount);
+Array<BlockDesc> splitIntoBlocks(Array<IntegratingEntry>& entries, uint32 threadCount);
 
 }  // namespace tavrix::detail

@@ -17,11 +17,11 @@ namespace tavrix::detail
 
 /// A file on its way out, through a block that always has room for the next item: text and numbers by `<<`,
 /// whatever else by `room` and `advance`.
-class BlockOut
+class BufferedWriter
 {
 public:
     /// The callback is polled with every block.
-    explicit BlockOut(CancelCallback callback) : _polling(callback) {}
+    explicit BufferedWriter(CancelCallback callback) : _polling(callback) {}
 
     FileStatus open(const TX_String& path)
     {
@@ -39,13 +39,13 @@ public:
     /// Takes what was written from `room` up to `end`.
     void advance(char* end) { _next = end; }
 
-    BlockOut& operator<<(char c)
+    BufferedWriter& operator<<(char c)
     {
         *room(1) = c;
         ++_next;
         return *this;
     }
-    BlockOut& operator<<(std::string_view text)
+    BufferedWriter& operator<<(std::string_view text)
     {
         while (!text.empty())
         {
@@ -56,12 +56,12 @@ public:
         }
         return *this;
     }
-    BlockOut& operator<<(double value)
+    BufferedWriter& operator<<(double value)
     {
         _next = printFixed6(room(maxFixed6Length), value);
         return *this;
     }
-    BlockOut& operator<<(uint64 value)
+    BufferedWriter& operator<<(uint64 value)
     {
         _next = printUInt(room(maxUIntLength), value);
         return *this;

@@ -1,4 +1,4 @@
-#include <tavrix/isosurface/detail/SurfaceTopology.h>
+#include <tavrix/isosurface/detail/MarchingCubes.h>
 
 #include <algorithm>
 #include <bit>
@@ -170,7 +170,7 @@ bool Builder::placeSlabs()
     if (sum.faces < 2) return false;
     out.faces.reserve(Array<Index3>::checkedSize(sum.faces), false);
     out.faces.resize(out.faces.capacity());
-    out.vertices.reserve(Array<EdgeKey>::checkedSize(sum.vertices), false);
+    out.vertices.reserve(Array<GridEdgeKey>::checkedSize(sum.vertices), false);
     out.vertices.resize(out.vertices.capacity());
     return true;
 }
@@ -320,7 +320,7 @@ bool Builder::followWaveOrder()
         if (!work.add(grid.sizeYZ)) return false;
     }
 
-    const Array<EdgeKey> keys = out.vertices;
+    const Array<GridEdgeKey> keys = out.vertices;
     Array<uint32> renumbered(keys.size(), noIndex);
     uint32 vertex = 0;
     Index3* target = out.faces.data();
@@ -348,8 +348,8 @@ bool Builder::numberByBucket()
 {
     const uint32 bucketCount = out.faces.size() / 2;
     const Divisor buckets(bucketCount);
-    const Array<EdgeKey>& keys = out.vertices;
-    Array<EdgeKey> sorted(keys.size());
+    const Array<GridEdgeKey>& keys = out.vertices;
+    Array<GridEdgeKey> sorted(keys.size());
     Array<uint32> number(keys.size());
     placeByBucket(
         keys.size(), bucketCount, threadCount, polling,
@@ -374,8 +374,8 @@ bool Builder::numberByBucket()
 
 }  // namespace
 
-SurfaceTopology buildSurfaceTopology(const GridDescription3<double>& grid, const SignRows& signs,
-                                     const CellRange& cells, uint32 threadCount, Polling& polling)
+SurfaceTopology marchCubes(const GridDescription3<double>& grid, const SignRows& signs,
+                           const CellRange& cells, uint32 threadCount, Polling& polling)
 {
     Builder builder{grid, signs, cells, threadCount, polling, {}, {}};
     if (cells.empty() || !builder.countSlabs()) return {};

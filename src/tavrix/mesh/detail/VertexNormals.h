@@ -9,7 +9,7 @@ namespace tavrix::detail
 {
 
 /// The arrays of one calculation of normals. `faceNor` may be null, and so may `nor` (with `trindexNor`).
-struct NormalJob
+struct NormalArrays
 {
     const Vector3D* pos;
     const Index3* trindexPos;
@@ -20,9 +20,9 @@ struct NormalJob
     uint32 norCount;
 };
 
-/// Fills the face normals and the vertex normals of the job; returns whether a vertex normal vanished and was
-/// left zero. The result is the same bytes for every thread count: each vertex normal is one sum in face
+/// Fills the face normals and the vertex normals of the arrays; returns whether a vertex normal vanished and
+/// was left zero. The result is the same bytes for every thread count: each vertex normal is one sum in face
 /// order. It means nothing once the polling has stopped.
-bool calculateNormals(const NormalJob& job, uint32 threadCount, Polling& polling);
+bool calculateNormals(const NormalArrays& arrays, uint32 threadCount, Polling& polling);
 
 }  // namespace tavrix::detail

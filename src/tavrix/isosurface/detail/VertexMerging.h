@@ -22,7 +22,7 @@ namespace tavrix::detail
 /// `openers`, when not null, receives the old number of each group's first. Once the polling has stopped, all
 /// that means nothing. Linear in the positions for meshes (a counting sort along x, nearly sorted runs),
 /// O(n log n) at worst; 36 bytes a position besides.
-Array<uint32> groupPositions(Array<Vector3D>& positions, double tolerance, uint32 threadCount,
-                             Polling& polling, Array<uint32>* openers = nullptr);
+Array<uint32> mergeVertices(Array<Vector3D>& positions, double tolerance, uint32 threadCount,
+                            Polling& polling, Array<uint32>* openers = nullptr);
 
 }  // namespace tavrix::detail

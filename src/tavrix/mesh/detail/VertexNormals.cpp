@@ -1,4 +1,4 @@
-#include <tavrix/mesh/detail/NormalJob.h>
+#include <tavrix/mesh/detail/VertexNormals.h>
 
 #include <algorithm>
 #include <atomic>
@@ -6,7 +6,7 @@
 #include <memory>
 #include <span>
 
-#include <tavrix/mesh/detail/FaceBlock.h>
+#include <tavrix/mesh/detail/FaceNormalKernel.h>
 #include <tavrix/platform/detail/CpuFeatures.h>
 
 namespace tavrix::detail
@@ -19,7 +19,7 @@ namespace
 /// afresh: the definition of the result, and out of reach for fewer than 354 faces around one normal.
 constexpr float untouched = 1111.0f;
 
-constexpr uint32 blockSize = FaceBlock::capacity;
+constexpr uint32 blockSize = FaceBatch::capacity;
 constexpr uint32 blocksPerChunk = 2048;
 constexpr uint64 blocksPerPiece = 128;  ///< between two polls
 
@@ -44,8 +44,8 @@ struct Contributions
 /// The arithmetic for this processor.
 struct Kernel
 {
-    void (*faceNormals)(FaceBlock&, uint32);
-    void (*cornerContributions)(FaceBlock&, uint32);
+    void (*faceNormals)(FaceBatch&, uint32);
+    void (*cornerContributions)(FaceBatch&, uint32);
 };
 
 const Kernel& kernel()
@@ -60,26 +60,26 @@ const Kernel& kernel()
     return chosen;
 }
 
-void gatherCorners(FaceBlock& block, const NormalJob& job, Range faces)
+void gatherCorners(FaceBatch& block, const NormalArrays& arrays, Range faces)
 {
     for (uint32 f = faces.begin; f < faces.end; ++f)
         for (uint32 c = 0; c < 3; ++c)
         {
-            const Vector3D& p = job.pos[job.trindexPos[f][c]];
+            const Vector3D& p = arrays.pos[arrays.trindexPos[f][c]];
             block.corner[c][0][f - faces.begin] = p.x;
             block.corner[c][1][f - faces.begin] = p.y;
             block.corner[c][2][f - faces.begin] = p.z;
         }
 }
 
-void storeFaceNormals(const FaceBlock& block, Wector3F* faceNor, uint32 count)
+void storeFaceNormals(const FaceBatch& block, Wector3F* faceNor, uint32 count)
 {
     for (uint32 i = 0; i < count; ++i)
         faceNor[i] = {static_cast<float>(block.normal[0][i]), static_cast<float>(block.normal[1][i]),
                       static_cast<float>(block.normal[2][i]), static_cast<float>(block.area[i])};
 }
 
-void storeContributions(const FaceBlock& block, Contributions& contributions, uint32 count)
+void storeContributions(const FaceBatch& block, Contributions& contributions, uint32 count)
 {
     for (uint32 i = 0; i < count; ++i)
     {
@@ -90,14 +90,14 @@ void storeContributions(const FaceBlock& block, Contributions& contributions, ui
     }
 }
 
-void processFaces(const NormalJob& job, Range faces, Contributions& contributions)
+void processFaces(const NormalArrays& arrays, Range faces, Contributions& contributions)
 {
-    FaceBlock block;
+    FaceBatch block;
     const uint32 count = faces.end - faces.begin;
-    gatherCorners(block, job, faces);
+    gatherCorners(block, arrays, faces);
     kernel().faceNormals(block, count);
-    if (job.faceNor) storeFaceNormals(block, job.faceNor + faces.begin, count);
-    if (!job.nor) return;
+    if (arrays.faceNor) storeFaceNormals(block, arrays.faceNor + faces.begin, count);
+    if (!arrays.nor) return;
     kernel().cornerContributions(block, count);
     storeContributions(block, contributions, count);
 }
@@ -107,56 +107,56 @@ void touch(Vector3F& normal)
     if (normal.z == untouched) normal = {0, 0, 0};
 }
 
-void addFaces(const NormalJob& job, Range faces, const Contributions& contributions)
+void addFaces(const NormalArrays& arrays, Range faces, const Contributions& contributions)
 {
     for (uint32 f = faces.begin; f < faces.end; ++f)
     {
         const uint32 i = f - faces.begin;
         if (!contributions.counts[i]) continue;
-        const Index3 t = job.trindexNor[f];
-        for (uint32 c = 0; c < 3; ++c) touch(job.nor[t[c]]);
-        for (uint32 c = 0; c < 3; ++c) job.nor[t[c]] += contributions.corner[i][c];
+        const Index3 t = arrays.trindexNor[f];
+        for (uint32 c = 0; c < 3; ++c) touch(arrays.nor[t[c]]);
+        for (uint32 c = 0; c < 3; ++c) arrays.nor[t[c]] += contributions.corner[i][c];
     }
 }
 
 /// addFaces for the vertex normals in `owned` alone. Neighbouring faces mostly use neighbouring normals, so
 /// most blocks are taken whole or not at all.
-void addFacesToOwned(const NormalJob& job, Range faces, const Contributions& contributions, Range owned)
+void addFacesToOwned(const NormalArrays& arrays, Range faces, const Contributions& contributions, Range owned)
 {
     if (!owned.meets(contributions.touched)) return;
-    if (owned.contains(contributions.touched)) return addFaces(job, faces, contributions);
+    if (owned.contains(contributions.touched)) return addFaces(arrays, faces, contributions);
     for (uint32 f = faces.begin; f < faces.end; ++f)
     {
         const uint32 i = f - faces.begin;
         if (!contributions.counts[i]) continue;
-        const Index3 t = job.trindexNor[f];
+        const Index3 t = arrays.trindexNor[f];
         for (uint32 c = 0; c < 3; ++c)
-            if (owned.contains(t[c])) touch(job.nor[t[c]]);
+            if (owned.contains(t[c])) touch(arrays.nor[t[c]]);
         for (uint32 c = 0; c < 3; ++c)
-            if (owned.contains(t[c])) job.nor[t[c]] += contributions.corner[i][c];
+            if (owned.contains(t[c])) arrays.nor[t[c]] += contributions.corner[i][c];
     }
 }
 
-Range touchedNormals(const NormalJob& job, Range faces)
+Range touchedNormals(const NormalArrays& arrays, Range faces)
 {
     Range touched{noIndex, 0};
     for (uint32 f = faces.begin; f < faces.end; ++f)
     {
-        const Index3 t = job.trindexNor[f];
+        const Index3 t = arrays.trindexNor[f];
         touched.begin = std::min({touched.begin, t.a, t.b, t.c});
         touched.end = std::max({touched.end, t.a + 1, t.b + 1, t.c + 1});
     }
     return touched;
 }
 
-Range facesOfBlock(const NormalJob& job, uint32 block)
+Range facesOfBlock(const NormalArrays& arrays, uint32 block)
 {
     const uint64 begin = uint64{block} * blockSize;
     return {static_cast<uint32>(begin),
-            static_cast<uint32>(std::min<uint64>(begin + blockSize, job.faceCount))};
+            static_cast<uint32>(std::min<uint64>(begin + blockSize, arrays.faceCount))};
 }
 
-void accumulateSerially(const NormalJob& job, uint32 blockCount, Polling& polling)
+void accumulateSerially(const NormalArrays& arrays, uint32 blockCount, Polling& polling)
 {
     Contributions contributions;
     inPieces(polling, blockCount, blocksPerPiece,
@@ -164,9 +164,9 @@ void accumulateSerially(const NormalJob& job, uint32 blockCount, Polling& pollin
              {
                  for (uint64 b = begin; b < end; ++b)
                  {
-                     const Range faces = facesOfBlock(job, static_cast<uint32>(b));
-                     processFaces(job, faces, contributions);
-                     if (job.nor) addFaces(job, faces, contributions);
+                     const Range faces = facesOfBlock(arrays, static_cast<uint32>(b));
+                     processFaces(arrays, faces, contributions);
+                     if (arrays.nor) addFaces(arrays, faces, contributions);
                  }
              });
 }
@@ -174,23 +174,23 @@ void accumulateSerially(const NormalJob& job, uint32 blockCount, Polling& pollin
 Range unite(Range a, Range b) { return {std::min(a.begin, b.begin), std::max(a.end, b.end)}; }
 
 /// The workers share the faces of a chunk and write down what each face adds.
-bool processChunk(const NormalJob& job, uint32 firstBlock, std::span<Contributions> chunk, uint32 threadCount,
-                  Polling& polling)
+bool processChunk(const NormalArrays& arrays, uint32 firstBlock, std::span<Contributions> chunk,
+                  uint32 threadCount, Polling& polling)
 {
     return inPieces(polling, chunk.size(), blocksPerPiece, threadCount,
                     [&](uint32, uint64 begin, uint64 end)
                     {
                         for (uint64 b = begin; b < end; ++b)
                         {
-                            const Range faces = facesOfBlock(job, firstBlock + static_cast<uint32>(b));
-                            processFaces(job, faces, chunk[b]);
-                            if (job.nor) chunk[b].touched = touchedNormals(job, faces);
+                            const Range faces = facesOfBlock(arrays, firstBlock + static_cast<uint32>(b));
+                            processFaces(arrays, faces, chunk[b]);
+                            if (arrays.nor) chunk[b].touched = touchedNormals(arrays, faces);
                         }
                     });
 }
 
 /// The workers share the vertex normals that a chunk touches, and each adds to its own in face order.
-bool addChunk(const NormalJob& job, uint32 firstBlock, std::span<const Contributions> chunk,
+bool addChunk(const NormalArrays& arrays, uint32 firstBlock, std::span<const Contributions> chunk,
               uint32 threadCount, Polling& polling)
 {
     Range touched = chunk[0].touched;
@@ -202,19 +202,19 @@ bool addChunk(const NormalJob& job, uint32 firstBlock, std::span<const Contribut
                                            static_cast<uint32>(touched.begin + end)};
                          PollCounter blocks(polling, blocksPerPiece);
                          for (uint32 b = 0; b < chunk.size() && blocks.add(1); ++b)
-                             addFacesToOwned(job, facesOfBlock(job, firstBlock + b), chunk[b], owned);
+                             addFacesToOwned(arrays, facesOfBlock(arrays, firstBlock + b), chunk[b], owned);
                      });
 }
 
-void accumulateInParallel(const NormalJob& job, uint32 blockCount, uint32 threadCount, Polling& polling)
+void accumulateInParallel(const NormalArrays& arrays, uint32 blockCount, uint32 threadCount, Polling& polling)
 {
     const uint32 chunkSize = std::min(blockCount, blocksPerChunk);
     const auto contributions = std::make_unique_for_overwrite<Contributions[]>(chunkSize);
     for (uint32 first = 0; first < blockCount; first += chunkSize)
     {
         const std::span chunk(contributions.get(), std::min(chunkSize, blockCount - first));
-        if (!processChunk(job, first, chunk, threadCount, polling)) return;
-        if (job.nor && !addChunk(job, first, chunk, threadCount, polling)) return;
+        if (!processChunk(arrays, first, chunk, threadCount, polling)) return;
+        if (arrays.nor && !addChunk(arrays, first, chunk, threadCount, polling)) return;
     }
 }
 
@@ -236,25 +236,26 @@ bool normalise(Vector3F* normals, uint64 count)
 
 }  // namespace
 
-bool calculateNormals(const NormalJob& job, uint32 threadCount, Polling& polling)
+bool calculateNormals(const NormalArrays& arrays, uint32 threadCount, Polling& polling)
 {
-    const auto blockCount = static_cast<uint32>((uint64{job.faceCount} + blockSize - 1) / blockSize);
-    if (job.nor)
-        inPieces(polling, job.norCount, lightItems, threadCount,
+    const auto blockCount = static_cast<uint32>((uint64{arrays.faceCount} + blockSize - 1) / blockSize);
+    if (arrays.nor)
+        inPieces(polling, arrays.norCount, lightItems, threadCount,
                  [&](uint32, uint64 begin, uint64 end) {
-                     std::fill(job.nor + begin, job.nor + end, Vector3F{0, 0, untouched});
+                     std::fill(arrays.nor + begin, arrays.nor + end, Vector3F{0, 0, untouched});
                  });
     if (polling.isStopped()) return false;
     if (threadCount <= 1 || blockCount <= 1)
-        accumulateSerially(job, blockCount, polling);
+        accumulateSerially(arrays, blockCount, polling);
     else
-        accumulateInParallel(job, blockCount, threadCount, polling);
-    if (!job.nor || polling.isStopped()) return false;
+        accumulateInParallel(arrays, blockCount, threadCount, polling);
+    if (!arrays.nor || polling.isStopped()) return false;
     std::atomic<bool> vanished = false;
-    inPieces(polling, job.norCount, lightItems, threadCount,
+    inPieces(polling, arrays.norCount, lightItems, threadCount,
              [&](uint32, uint64 begin, uint64 end)
              {
-                 if (normalise(job.nor + begin, end - begin)) vanished.store(true, std::memory_order_relaxed);
+                 if (normalise(arrays.nor + begin, end - begin))
+                     vanished.store(true, std::memory_order_relaxed);
              });
     return vanished;
 }

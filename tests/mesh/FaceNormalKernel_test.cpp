@@ -1,4 +1,4 @@
-#include <tavrix/mesh/detail/FaceBlock.h>
+#include <tavrix/mesh/detail/FaceNormalKernel.h>
 
 #include <gtest/gtest.h>
 
@@ -12,15 +12,15 @@
 #include <tavrix/platform/detail/CpuFeatures.h>
 
 using namespace tavrix;
-using detail::FaceBlock;
+using detail::FaceBatch;
 
 /// Faces of all sizes and shapes: needles, points, huge and tiny ones.
-static std::unique_ptr<FaceBlock> makeBlock(uint32 seed)
+static std::unique_ptr<FaceBatch> makeBlock(uint32 seed)
 {
-    auto block = std::make_unique<FaceBlock>();
+    auto block = std::make_unique<FaceBatch>();
     std::mt19937 random(seed);
     std::uniform_real_distribution<double> coordinate(-1, 1);
-    for (uint32 i = 0; i < FaceBlock::capacity; ++i)
+    for (uint32 i = 0; i < FaceBatch::capacity; ++i)
     {
         const double scale = std::ldexp(1.0, static_cast<int>(random() % 200) - 100);
         for (auto& corner : block->corner)
@@ -39,7 +39,7 @@ static std::unique_ptr<FaceBlock> makeBlock(uint32 seed)
     return block;
 }
 
-TEST(FaceBlock, AnglesAreThoseOfTheTriangleWithAnyInstructionSet)
+TEST(FaceBatch, AnglesAreThoseOfTheTriangleWithAnyInstructionSet)
 {
     uint32 checked = 0;
     auto* fastNormals = &detail::plain::computeFaceNormals;
@@ -53,7 +53,7 @@ TEST(FaceBlock, AnglesAreThoseOfTheTriangleWithAnyInstructionSet)
 #endif
     for (uint32 seed = 0; seed < 200; ++seed)
     {
-        const uint32 count = seed % 2 ? FaceBlock::capacity : 1 + seed % FaceBlock::capacity;
+        const uint32 count = seed % 2 ? FaceBatch::capacity : 1 + seed % FaceBatch::capacity;
         const auto block = makeBlock(seed), same = makeBlock(seed);
         detail::plain::computeFaceNormals(*block, count);
         detail::plain::computeCornerContributions(*block, count);

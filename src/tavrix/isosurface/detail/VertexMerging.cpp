@@ -1,4 +1,4 @@
-#include <tavrix/isosurface/detail/PositionGroups.h>
+#include <tavrix/isosurface/detail/VertexMerging.h>
 
 #include <algorithm>
 #include <cmath>
@@ -303,8 +303,8 @@ void walkGroups(const Record* begin, const Record* end, double tolerance, Pollin
 
 }  // namespace
 
-Array<uint32> groupPositions(Array<Vector3D>& positions, double tolerance, uint32 threadCount,
-                             Polling& polling, Array<uint32>* openers)
+Array<uint32> mergeVertices(Array<Vector3D>& positions, double tolerance, uint32 threadCount,
+                            Polling& polling, Array<uint32>* openers)
 {
     const uint32 workers = std::clamp(threadCount, 1u, positions.size() / 4096 + 1);
     Array<Record> records = sortAlongX(positions, workers, polling);
