@@ -9,19 +9,11 @@
 
 #include <CLI/CLI.hpp>
 
-#include "Arguments.h"
-#include "Command.h"
-#include "ConvertCommand.h"
-#include "Failure.h"
-#include "HelpFormatter.h"
-#include "InfoCommand.h"
-#include "Interrupt.h"
-#include "LevelSetCommand.h"
-#include "PreviewCommand.h"
-#include "QueryCommand.h"
-#include "SimplifyCommand.h"
-#include "SphereCommand.h"
-#include "SurfaceCommand.h"
+#include "arguments/Arguments.h"
+#include "arguments/HelpFormatter.h"
+#include "commands/Command.h"
+#include "run/Failure.h"
+#include "run/Interrupt.h"
 
 namespace
 {

@@ -1,10 +1,10 @@
-#include "Film.h"
+#include "preview/Film.h"
 
 #include <cmath>
 
 #include <tavrix/foundation/ParallelFor.h>
 
-#include "Studio.h"
+#include "preview/Studio.h"
 
 namespace tavrix::tool
 {

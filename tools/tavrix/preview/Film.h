@@ -2,8 +2,8 @@
 
 #include <vector>
 
-#include "Light.h"
-#include "Picture.h"
+#include "preview/Light.h"
+#include "preview/Picture.h"
 
 namespace tavrix::tool
 {

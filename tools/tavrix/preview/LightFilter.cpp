@@ -3,7 +3,7 @@
 
 #include <tavrix/foundation/ParallelFor.h>
 
-#include "Light.h"
+#include "preview/Light.h"
 
 namespace tavrix::tool
 {

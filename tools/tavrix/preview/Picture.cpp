@@ -1,9 +1,9 @@
-#include "Picture.h"
+#include "preview/Picture.h"
 
 #include <tavrix/platform/FileBufferOut.h>
 
-#include "../OutputFile.h"
-#include "PngEncoder.h"
+#include "files/OutputFile.h"
+#include "preview/PngEncoder.h"
 
 namespace tavrix::tool
 {

@@ -1,6 +1,6 @@
 // The one place that compiles stb_image_write; a file of its own, for the warnings of that header.
 
-#include "PngEncoder.h"
+#include "preview/PngEncoder.h"
 
 #include <new>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Picture.h"
+#include "preview/Picture.h"
 
 namespace tavrix::tool
 {

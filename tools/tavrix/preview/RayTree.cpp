@@ -1,4 +1,4 @@
-#include "RayTree.h"
+#include "preview/RayTree.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,4 +1,4 @@
-#include "Render.h"
+#include "preview/Render.h"
 
 #include <algorithm>
 #include <atomic>
@@ -8,13 +8,13 @@
 #include <tavrix/foundation/ParallelFor.h>
 #include <tavrix/platform/Hardware.h>
 
-#include "../Failure.h"
-#include "../Interrupt.h"
-#include "Film.h"
-#include "Light.h"
-#include "Sampling.h"
-#include "Shapes.h"
-#include "Studio.h"
+#include "preview/Film.h"
+#include "preview/Light.h"
+#include "preview/Sampling.h"
+#include "preview/Shapes.h"
+#include "preview/Studio.h"
+#include "run/Failure.h"
+#include "run/Interrupt.h"
 
 namespace tavrix::tool
 {

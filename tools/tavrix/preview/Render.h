@@ -3,8 +3,8 @@
 #include <tavrix/foundation/Array.h>
 #include <tavrix/mesh/Mesh.h>
 
-#include "Picture.h"
-#include "View.h"
+#include "preview/Picture.h"
+#include "preview/View.h"
 
 namespace tavrix::tool
 {

@@ -1,4 +1,4 @@
-#include "Shapes.h"
+#include "preview/Shapes.h"
 
 #include <algorithm>
 #include <cmath>

@@ -6,8 +6,8 @@
 #include <tavrix/foundation/Array.h>
 #include <tavrix/mesh/Mesh.h>
 
-#include "RayTree.h"
-#include "View.h"
+#include "preview/RayTree.h"
+#include "preview/View.h"
 
 namespace tavrix::tool
 {

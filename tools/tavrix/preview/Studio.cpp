@@ -1,4 +1,4 @@
-#include "Studio.h"
+#include "preview/Studio.h"
 
 #include <algorithm>
 

@@ -2,7 +2,7 @@
 
 #include <tavrix/foundation/Vector3.h>
 
-#include "View.h"
+#include "preview/View.h"
 
 namespace tavrix::tool
 {

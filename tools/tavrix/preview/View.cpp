@@ -1,4 +1,4 @@
-#include "View.h"
+#include "preview/View.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,0 +1,50 @@
+#pragma once
+
+#include <functional>
+#include <string>
+
+namespace CLI
+{
+class App;
+}
+
+namespace tavrix::tool
+{
+
+/// The command that the arguments chose, and what messages about it name.
+struct Command
+{
+    std::function<int()> run;  ///< returns the exit status, or throws Failure
+    std::string input;         ///< the file that it reads
+    std::string output;        ///< the file that it writes; empty: standard output
+    std::string memoryHint = "close other programs or use a larger machine";  ///< when memory runs out
+};
+
+// Each adds a command to the program; when the arguments choose it, `command` becomes it.
+
+/// Adds `tavrix surface`: particles in, surface mesh out, for one file or a sequence of them.
+void addSurfaceCommand(CLI::App& app, Command& command);
+
+/// Adds `tavrix levelset`: a mesh, particles or a field in, the surface of their distances, grown, shrunk or
+/// hollowed, and the field out.
+void addLevelSetCommand(CLI::App& app, Command& command);
+
+/// Adds `tavrix convert`: a mesh file in, the same in another format out.
+void addConvertCommand(CLI::App& app, Command& command);
+
+/// Adds `tavrix simplify`: a mesh file in, the same with near vertices joined out.
+void addSimplifyCommand(CLI::App& app, Command& command);
+
+/// Adds `tavrix sphere`: a triangulated sphere out.
+void addSphereCommand(CLI::App& app, Command& command);
+
+/// Adds `tavrix info`: what particle and mesh files hold.
+void addInfoCommand(CLI::App& app, Command& command);
+
+/// Adds `tavrix preview`: mesh and particle files in, a picture out.
+void addPreviewCommand(CLI::App& app, Command& command);
+
+/// Adds `tavrix query`: where rays hit a mesh, and what of it is nearest to points.
+void addQueryCommand(CLI::App& app, Command& command);
+
+}  // namespace tavrix::tool

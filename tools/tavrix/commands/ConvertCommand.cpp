@@ -1,0 +1,82 @@
+#include "commands/Command.h"
+
+#include <memory>
+#include <optional>
+
+#include <CLI/CLI.hpp>
+
+#include "arguments/Validators.h"
+#include "commands/MeshWeld.h"
+#include "files/MeshFile.h"
+
+namespace tavrix::tool
+{
+
+namespace
+{
+
+struct Options
+{
+    std::string input, output;
+    std::optional<double> weld;
+    bool ascii = false;
+    bool quiet = false;
+};
+
+void runConvert(const Options& options)
+{
+    MeshFile file = readMeshes(options.input);
+    if (options.weld) weldMeshes(file.meshes, {{*options.weld}}, holdsNormals(options.output), options.input);
+    writeMeshes(options.output, file.meshes, {options.ascii});
+    if (options.quiet) return;
+    tellLeftOut(options.input, file);
+    tellWritten(options.output, file.meshes);
+}
+
+}  // namespace
+
+void addConvertCommand(CLI::App& app, Command& command)
+{
+    const auto options = std::make_shared<Options>();
+    CLI::App* convert = app.add_subcommand("convert", "Write a mesh file in another format");
+    convert->add_option("IN", options->input, "Mesh file to read (.obj, .stl, .bin or .ase)")
+        ->required()
+        ->option_text(" ");
+    convert
+        ->add_option("OUT", options->output,
+                     "Mesh file to write; its extension (.obj, .stl or .bin) is the format")
+        ->required()
+        ->check(outputWithExtension({"obj", "stl", "bin"}))
+        ->option_text(" ");
+    convert
+        ->add_option(
+            "--weld", options->weld,
+            "Join vertices that differ by less than this along every axis; 0 joins equal ones, such as "
+            "the corners of STL triangles")
+        ->check(weldTolerance)
+        ->option_text("NUMBER");
+    convert->add_flag("--ascii", options->ascii, "Write STL as text; binary when absent");
+    convert->add_flag("-q,--quiet", options->quiet, "Print errors only");
+    convert->footer(
+        "What the format can hold is carried over: OBJ holds groups, normals and texture\n"
+        "coordinates, BIN texture coordinates and velocities, STL triangles alone. BIN and\n"
+        "STL get all groups in one mesh. STL triangles share no vertices, and converting\n"
+        "them to OBJ or BIN joins none without --weld, with which normals are made anew, and\n"
+        "texture coordinates and velocities are lost.\n\n"
+        "Examples:\n"
+        "  tavrix convert part.stl part.obj --weld 0\n"
+        "  tavrix convert water.obj water.stl --ascii");
+    convert->callback(
+        [options, &command]
+        {
+            options->quiet |= isStandardOutput(options->output);
+            const auto run = [options]
+            {
+                runConvert(*options);
+                return 0;
+            };
+            command = {run, options->input, options->output};
+        });
+}
+
+}  // namespace tavrix::tool

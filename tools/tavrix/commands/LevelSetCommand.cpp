@@ -1,0 +1,171 @@
+#include "commands/Command.h"
+
+#include <map>
+#include <memory>
+
+#include <CLI/CLI.hpp>
+
+#include "arguments/PictureArguments.h"
+#include "arguments/Validators.h"
+#include "levelset/LevelSetRun.h"
+
+namespace tavrix::tool
+{
+
+namespace
+{
+
+const std::map<std::string, FieldLayout> layoutNames{{"regular", FieldLayout::Regular},
+                                                     {"sparse", FieldLayout::Sparse}};
+
+void addFiles(CLI::App& levelset, LevelSetOptions& options)
+{
+    levelset.add_option("IN", options.input, "Mesh (.obj, .stl, .bin, .ase) or particle file (.bin)")
+        ->option_text(" ");
+    levelset
+        .add_option("-o,--output", options.output,
+                    "Mesh file to write: .obj, .stl or .bin; needed without --save-field")
+        ->check(outputWithExtension({"obj", "stl", "bin"}))
+        ->option_text("OUT");
+    levelset.add_flag("--ascii", options.asciiStl, "Write STL as text; binary when absent");
+    levelset.add_flag("--normals", options.normals, "Write vertex normals into OBJ files; the default");
+    levelset.add_flag_callback(
+        "--no-normals", [&options] { options.normals = false; }, "Leave them out, for smaller files");
+    levelset.add_flag("-q,--quiet", options.quiet, "Print errors only");
+}
+
+void addDistances(CLI::App& levelset, LevelSetOptions& options)
+{
+    levelset
+        .add_option(
+            "-s,--spacing", options.spacing,
+            "Grid spacing; when absent, a 128th of a mesh's longest side, half the radius of particles")
+        ->check(positiveNumber)
+        ->option_text("NUMBER")
+        ->group("Distances");
+    levelset
+        .add_option(
+            "-r,--radius", options.radius,
+            "Radius of particles, whose spheres are the solid; 0.8 of their spacing when absent, so that "
+            "neighbours run together")
+        ->check(positiveNumber)
+        ->option_text("NUMBER")
+        ->group("Distances");
+    levelset
+        .add_flag(
+            "--unsigned", options.isUnsigned,
+            "Take a mesh as a sheet that encloses nothing: with --offset, the surface is a wall around it")
+        ->group("Distances");
+    levelset.add_option("-t,--threads", options.threads, "Worker threads; all processors when absent")
+        ->check(CLI::Range(1, 1024))
+        ->option_text("COUNT")
+        ->group("Distances");
+}
+
+void addShape(CLI::App& levelset, LevelSetOptions& options)
+{
+    levelset.add_option("--offset", options.offset, "Move the surface outwards by so much; below 0 inwards")
+        ->check(finiteNumber)
+        ->option_text("NUMBER [0]")
+        ->group("Shape");
+    levelset
+        .add_option(
+            "--shell", options.shell,
+            "Hollow the solid: a wall of this thickness stays inside the surface, which --offset moves "
+            "first")
+        ->check(positiveNumber)
+        ->option_text("NUMBER")
+        ->group("Shape");
+    levelset
+        .add_flag("--redistance", options.redistance,
+                  "Calculate distances anew: of a field that is loaded, and after --offset and --shell")
+        ->group("Shape");
+}
+
+void addFields(CLI::App& levelset, LevelSetOptions& options)
+{
+    levelset.add_option("--save-field", options.saveField, "Write the distances into a file as well")
+        ->option_text("FILE")
+        ->group("Field files");
+    levelset
+        .add_option("--load-field", options.loadField,
+                    "Begin with the distances of such a file instead of IN")
+        ->option_text("FILE")
+        ->group("Field files");
+    levelset
+        .add_option_function<std::string>(
+            "--field-format", [&options](const std::string& name) { options.layout = layoutNames.at(name); },
+            "How field files hold the samples: 'regular' (all) or 'sparse' (those below the default value)")
+        ->check(CLI::IsMember({"regular", "sparse"}))
+        ->option_text("NAME [regular]")
+        ->group("Field files");
+    levelset.add_flag("--force", options.force, "Replace the file of --save-field when there is one")
+        ->group("Field files");
+}
+
+void addPreview(CLI::App& levelset, LevelSetOptions& options)
+{
+    levelset.add_option("--preview", options.preview, "Draw a picture of the mesh as well (.png)")
+        ->check(outputWithExtension({"png"}))
+        ->option_text("OUT")
+        ->group("Picture");
+    addPictureArguments(levelset, "--preview-size", options.picture, "Picture");
+}
+
+/// Throws what makes the options contradict each other.
+void checkTogether(const LevelSetOptions& options)
+{
+    const auto demand = [](bool holds, const char* option, const std::string& what)
+    {
+        if (!holds) throw CLI::ValidationError(option, what);
+    };
+    const bool isLoaded = !options.loadField.empty();
+    demand(isLoaded || !options.input.empty(), "IN", "is required: a mesh or particle file, or --load-field");
+    demand(!isLoaded || options.input.empty(), "--load-field",
+           "stands instead of the input file; give one of them");
+    demand(!isLoaded || !(options.spacing || options.radius || options.isUnsigned),
+           "--spacing, --radius and --unsigned", "say how a field is made; that of --load-field is");
+    demand(!options.output.empty() || !options.saveField.empty(), "--output",
+           "is required: the mesh file to write, or --save-field");
+    demand(!options.isUnsigned || options.offset > 0, "--unsigned",
+           "has no inside, so it needs an --offset above 0: the surface is a wall that far around the sheet");
+}
+
+}  // namespace
+
+void addLevelSetCommand(CLI::App& app, Command& command)
+{
+    const auto options = std::make_shared<LevelSetOptions>();
+    CLI::App* levelset =
+        app.add_subcommand("levelset", "Grow, shrink, hollow and remesh solids by their distances");
+    addFiles(*levelset, *options);
+    addDistances(*levelset, *options);
+    addShape(*levelset, *options);
+    addFields(*levelset, *options);
+    addPreview(*levelset, *options);
+    levelset->footer(
+        "\nField files do not tell how far their distances reach: they have a band of three\n"
+        "spacings, samples beyond are cut to it, and it is the default value that sparse ones\n"
+        "leave out. Fields from elsewhere need --redistance when they are no distances.\n\n"
+        "Examples:\n"
+        "  tavrix levelset part.stl -o larger.stl --offset 0.5\n"
+        "  tavrix levelset part.stl -o hollow.stl --shell 2 --spacing 0.25\n"
+        "  tavrix levelset sheet.obj -o wall.obj --unsigned --offset 1\n"
+        "  tavrix levelset water.bin -o water.obj --radius 0.04 --save-field water.field\n"
+        "  tavrix levelset --load-field water.field -o smaller.obj --offset -0.01");
+    levelset->callback(
+        [options, &command]
+        {
+            checkTogether(*options);
+            options->quiet |= isStandardOutput(options->output) || isStandardOutput(options->saveField);
+            const auto run = [options]
+            {
+                runLevelSet(*options);
+                return 0;
+            };
+            command = {run, options->source(), options->output.empty() ? options->saveField : options->output,
+                       "try a larger --spacing"};
+        });
+}
+
+}  // namespace tavrix::tool

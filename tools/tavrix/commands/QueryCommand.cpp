@@ -1,0 +1,156 @@
+#include "commands/Command.h"
+
+#include <cstdio>
+#include <memory>
+
+#include <tavrix/foundation/ParallelFor.h>
+#include <tavrix/mesh/MeshRepair.h>
+#include <tavrix/platform/FileBufferOut.h>
+#include <tavrix/platform/Hardware.h>
+#include <tavrix/spatial/MeshCollider.h>
+#include <CLI/CLI.hpp>
+
+#include "commands/QueryTable.h"
+#include "files/MeshFile.h"
+#include "files/OutputFile.h"
+#include "run/Failure.h"
+
+namespace tavrix::tool
+{
+
+namespace
+{
+
+struct Options
+{
+    std::string input, output, points;
+    std::vector<std::string> rays, nearest;
+    uint32 threads = 0;
+    bool quiet = false;
+};
+
+CLI::Validator numbers(bool isRay)
+{
+    const auto check = [isRay](const std::string& text) -> std::string
+    {
+        const std::optional<Query> query = parseQuery(text);
+        if (query && query->direction.has_value() == isRay) return "";
+        return (isRay ? "must be six finite numbers with commas between them: "
+                      : "must be three finite numbers with commas between them: ") +
+               text;
+    };
+    return CLI::Validator(check, "", "");
+}
+
+std::vector<Query> askedQueries(const Options& options)
+{
+    std::vector<Query> queries;
+    for (const auto* texts : {&options.rays, &options.nearest})
+        for (const std::string& text : *texts) queries.push_back(*parseQuery(text));
+    if (options.points.empty()) return queries;
+    const std::vector<Query> more = readQueries(options.points);
+    queries.insert(queries.end(), more.begin(), more.end());
+    return queries;
+}
+
+Answer answer(const MeshCollider& collider, const Query& query)
+{
+    if (query.direction) return {collider.castRay({query.origin, *query.direction}), false};
+    return {collider.nearestPoint(query.origin), collider.isInside(query.origin)};
+}
+
+std::vector<Answer> answerAll(const MeshCollider& collider, const std::vector<Query>& queries, uint32 threads)
+{
+    std::vector<Answer> answers(queries.size());
+    parallelFor(queries.size(), threads,
+                [&](uint32, uint64 begin, uint64 end)
+                {
+                    for (uint64 n = begin; n < end; ++n) answers[n] = answer(collider, queries[n]);
+                });
+    return answers;
+}
+
+void writeText(const std::string& path, const std::string& text)
+{
+    writeFileWhole(path,
+                   [&](const std::string& name)
+                   {
+                       FileBufferOut file;
+                       file.open(TX_String(name));
+                       file.writeBuffer(text.data(), text.size());
+                       return file.close() == FileStatus::ok ? 0 : -1;
+                   });
+}
+
+void runQuery(const Options& options)
+{
+    if (!options.output.empty()) confirmFolder(options.output);
+    const std::vector<Query> queries = askedQueries(options);
+    const MeshFile file = readMeshes(options.input);
+    const uint32 threads = options.threads > 0 ? options.threads : Hardware::getThreadCount();
+    MeshCollider collider;
+    collider.create(file.meshes.size() == 1 ? *file.meshes[0] : joinMeshes(file.meshes), threads);
+    const std::string table = answerTable(queries, answerAll(collider, queries, threads));
+    if (options.output.empty())
+    {
+        std::fwrite(table.data(), 1, table.size(), stdout);
+        return;
+    }
+    writeText(options.output, table);
+    if (options.quiet) return;
+    std::printf("answers    %zu, from %u faces -> %s\n", queries.size(), collider.getMesh().getFacesSize(),
+                options.output.c_str());
+}
+
+}  // namespace
+
+void addQueryCommand(CLI::App& app, Command& command)
+{
+    const auto options = std::make_shared<Options>();
+    CLI::App* query = app.add_subcommand("query", "Tell where rays hit a mesh, and what is near or inside");
+    query->add_option("MESH", options->input, "Mesh file (.obj, .stl, .bin or .ase)")
+        ->required()
+        ->option_text(" ");
+    query->add_option("--ray", options->rays, "Origin and direction of a ray; repeatable")
+        ->check(numbers(true))
+        ->allow_extra_args(false)
+        ->option_text("OX,OY,OZ,DX,DY,DZ");
+    query->add_option("--nearest", options->nearest, "A point to find the nearest of; repeatable")
+        ->check(numbers(false))
+        ->allow_extra_args(false)
+        ->option_text("X,Y,Z");
+    query
+        ->add_option("--points", options->points,
+                     "Text file (CSV) with a query in each line: three numbers are a point, six a ray")
+        ->option_text("FILE");
+    query->add_option("-o,--output", options->output, "CSV file to write; standard output when absent")
+        ->option_text("FILE");
+    query->add_option("-t,--threads", options->threads, "Worker threads; all processors when absent")
+        ->check(CLI::Range(1, 1024))
+        ->option_text("COUNT");
+    query->add_flag("-q,--quiet", options->quiet, "Print errors only, and answers");
+    query->footer(
+        "The answers are a table, one line a query: those of --ray, of --nearest, then of the\n"
+        "file. A ray's distance is in lengths of its direction, a point's in those of the\n"
+        "mesh; x, y, z is the place on the mesh, face its number from 0 on (in a file of\n"
+        "several groups they count on), and a, b, c are the weights of its corners. Inside\n"
+        "is 1 for points that the faces wind around. A ray that misses leaves its fields\n"
+        "empty.\n\n"
+        "Examples:\n"
+        "  tavrix query part.stl --ray 0,0,10,0,0,-1 --nearest 1,2,3\n"
+        "  tavrix query water.obj --points probes.csv -o answers.csv");
+    query->callback(
+        [options, &command]
+        {
+            if (options->rays.empty() && options->nearest.empty() && options->points.empty())
+                throw CLI::ValidationError("nothing is asked; give --ray, --nearest or --points");
+            const auto run = [options]
+            {
+                runQuery(*options);
+                return 0;
+            };
+            command = {run, options->input, options->output};
+        });
+}
+
+}  // namespace tavrix::tool

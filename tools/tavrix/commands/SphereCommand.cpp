@@ -1,0 +1,75 @@
+#include "commands/Command.h"
+
+#include <memory>
+
+#include <CLI/CLI.hpp>
+
+#include <tavrix/meshproc/SphereTriangulated.h>
+
+#include "arguments/Validators.h"
+#include "files/MeshFile.h"
+
+namespace tavrix::tool
+{
+
+namespace
+{
+
+struct Options
+{
+    std::string output;
+    uint32 faces = 0;
+    double radius = 1;
+    bool ascii = false;
+    bool quiet = false;
+};
+
+void runSphere(const Options& options)
+{
+    const SphereTriangulated<double> sphere(options.faces, options.radius);
+    ArrayOfPtr<Mesh> meshes;
+    meshes.push_back(new Mesh);
+    Mesh& mesh = *meshes[0];
+    mesh.setName("sphere");
+    mesh.refPos() = sphere.getArrPos();
+    mesh.refTrindexPos() = sphere.getArrTrindexPos();
+    if (holdsNormals(options.output)) mesh.recalculateNormals();
+    writeMeshes(options.output, meshes, {options.ascii});
+    if (!options.quiet) tellWritten(options.output, meshes);
+}
+
+}  // namespace
+
+void addSphereCommand(CLI::App& app, Command& command)
+{
+    const auto options = std::make_shared<Options>();
+    CLI::App* sphere = app.add_subcommand("sphere", "Write a sphere of 20 or 500 faces around the origin");
+    sphere
+        ->add_option("FACES", options->faces, "20: an icosahedron, its poles on the z axis; 500: poles on y")
+        ->required()
+        ->check(CLI::IsMember({20, 500}))
+        ->option_text(" ");
+    sphere->add_option("-o,--output", options->output, "Mesh file to write, needed: .obj, .stl or .bin")
+        ->required()
+        ->check(outputWithExtension({"obj", "stl", "bin"}))
+        ->option_text("OUT");
+    sphere->add_option("-r,--radius", options->radius, "Its radius")
+        ->check(positiveNumber)
+        ->option_text("NUMBER [1]");
+    sphere->add_flag("--ascii", options->ascii, "Write STL as text; binary when absent");
+    sphere->add_flag("-q,--quiet", options->quiet, "Print errors only");
+    sphere->footer("\nExamples:\n  tavrix sphere 500 -o ball.obj --radius 2.5");
+    sphere->callback(
+        [options, &command]
+        {
+            options->quiet |= isStandardOutput(options->output);
+            const auto run = [options]
+            {
+                runSphere(*options);
+                return 0;
+            };
+            command = {run, options->output, options->output};
+        });
+}
+
+}  // namespace tavrix::tool

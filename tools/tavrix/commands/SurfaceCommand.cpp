@@ -1,0 +1,199 @@
+#include "commands/Command.h"
+
+#include <map>
+#include <memory>
+
+#include <CLI/CLI.hpp>
+
+#include "arguments/PictureArguments.h"
+#include "arguments/Validators.h"
+#include "surface/FrameSequence.h"
+#include "surface/SurfaceRun.h"
+
+namespace tavrix::tool
+{
+
+namespace
+{
+
+const std::map<std::string, SurfaceKernel> kernelNames{{"metaball", SurfaceKernel::Metaball},
+                                                       {"distance", SurfaceKernel::Distance},
+                                                       {"anisotropic", SurfaceKernel::Anisotropic}};
+
+void addFiles(CLI::App& surface, SurfaceOptions& options)
+{
+    surface
+        .add_option("IN", options.input,
+                    "Particle file (.bin); of a sequence, with {} for the frame's number: \"water_{}.bin\"")
+        ->required()
+        ->option_text(" ");
+    surface
+        .add_option("-o,--output", options.output,
+                    "Mesh file to write, needed: .obj, .stl or .bin (which holds velocities)")
+        ->required()
+        ->check(outputWithExtension({"obj", "stl", "bin"}))
+        ->option_text("OUT");
+    surface.add_flag("--ascii", options.asciiStl, "Write STL as text; binary when absent");
+    surface.add_flag("--normals", options.surface.normals,
+                     "Write vertex normals into OBJ files; the default");
+    surface.add_flag_callback(
+        "--no-normals", [&options] { options.surface.normals = false; }, "Leave them out, for smaller files");
+    surface.add_flag("-q,--quiet", options.quiet, "Print errors only");
+}
+
+void addParticles(CLI::App& surface, SurfaceOptions& options)
+{
+    surface
+        .add_option(
+            "-r,--radius", options.surface.radius,
+            "Particle radius; half the particles' spacing when absent (in a sequence, the first frame's)")
+        ->check(positiveNumber)
+        ->option_text("NUMBER")
+        ->group("Particles");
+    surface
+        .add_option("--min-neighbours", options.surface.leastNeighbours,
+                    "Leave out stray particles: those with fewer others than this within two radii")
+        ->check(CLI::Range(0, 1000))
+        ->option_text("COUNT [0]")
+        ->group("Particles");
+}
+
+void addSurface(CLI::App& surface, SurfaceOptions& options)
+{
+    surface
+        .add_option_function<std::string>(
+            "-f,--field",
+            [&options](const std::string& name) { options.surface.kernel = kernelNames.at(name); },
+            "What the particles become: 'metaball' (a smooth sum), 'anisotropic' (flat where the liquid is "
+            "flat, "
+            "and thin sheets stay thin; takes a few times longer) or 'distance' (the union of soft balls)")
+        ->check(CLI::IsMember({"metaball", "anisotropic", "distance"}))
+        ->option_text("NAME [metaball]")
+        ->group("Surface");
+    surface
+        .add_option(
+            "--influence", options.surface.influence,
+            "How far metaballs and anisotropic kernels reach: 0 (1.2 radii) to 100 (5 radii); more is "
+            "smoother. 60 for metaballs, 100 for anisotropic when absent")
+        ->check(CLI::Range(0.0, 100.0))
+        ->option_text("NUMBER")
+        ->group("Surface");
+    surface
+        .add_option(
+            "-l,--level", options.surface.level,
+            "Field value of the surface; higher is tighter. 1 when absent, which puts the surface of a "
+            "lone particle at its radius; 0.05 for distance")
+        ->check(finiteNumber)
+        ->option_text("NUMBER")
+        ->group("Surface");
+    surface.add_option("-s,--spacing", options.surface.spacing, "Grid spacing; half the radius when absent")
+        ->check(positiveNumber)
+        ->option_text("NUMBER")
+        ->group("Surface");
+    surface
+        .add_option("--smooth", options.surface.smoothing,
+                    "Relax the mesh so many times; 2 to 5 take the grain off, more rounds details")
+        ->check(CLI::Range(0, 1000))
+        ->option_text("COUNT [0]")
+        ->group("Surface");
+    surface
+        .add_option(
+            "--simplify", options.surface.weldTolerance,
+            "Join vertices that differ by less than this along every axis, at the end; a fraction of the "
+            "spacing makes slightly smaller meshes without thin faces")
+        ->check(weldTolerance)
+        ->option_text("NUMBER")
+        ->group("Surface");
+    surface
+        .add_flag_callback(
+            "--no-clean", [&options] { options.surface.cleanUp = false; },
+            "Keep coincident vertices and the thin faces between them")
+        ->group("Surface");
+    surface
+        .add_option("-t,--threads", options.surface.threadCount, "Worker threads; all processors when absent")
+        ->check(CLI::Range(1, 1024))
+        ->option_text("COUNT")
+        ->group("Surface");
+}
+
+void addSequence(CLI::App& surface, SurfaceOptions& options)
+{
+    surface.add_option("--first", options.first, "The first frame to make")
+        ->check(frameNumber)
+        ->option_text("NUMBER")
+        ->group("Sequence");
+    surface.add_option("--last", options.last, "The last frame to make")
+        ->check(frameNumber)
+        ->option_text("NUMBER")
+        ->group("Sequence");
+    surface
+        .add_flag(
+            "--force", options.force,
+            "Make frames again whose files are no older than their particles; needed after changing options")
+        ->group("Sequence");
+}
+
+void addPreview(CLI::App& surface, SurfaceOptions& options)
+{
+    surface.add_option("--preview", options.preview, "Draw a picture of the mesh as well (.png)")
+        ->check(outputWithExtension({"png"}))
+        ->option_text("OUT")
+        ->group("Picture");
+    surface.add_flag("--preview-particles", options.previewParticles, "Draw the particles beside the mesh")
+        ->group("Picture");
+    addPictureArguments(surface, "--preview-size", options.picture, "Picture");
+}
+
+/// Rejects contradictory options.
+void checkTogether(const SurfaceOptions& options)
+{
+    const bool isSequence = isPattern(options.input);
+    const auto demand = [](bool holds, const char* option, const std::string& what)
+    {
+        if (!holds) throw CLI::ValidationError(option, what);
+    };
+    demand(isSequence == isPattern(options.output), "--output",
+           isSequence ? "must have a {} where the input has it, for each frame makes a file of its own"
+                      : "has a {}, but the input has none");
+    demand(options.preview.empty() || isSequence == isPattern(options.preview), "--preview",
+           isSequence ? "must have a {} where the input has it, for each frame makes a picture of its own"
+                      : "has a {}, but the input has none");
+    demand(isSequence || !(options.first || options.last), "--first and --last",
+           "choose frames of a sequence; put a {} into the names where the frame's number stands");
+    demand(options.output != options.input, "--output", "is the input; name another file");
+    demand(!options.previewParticles || !options.preview.empty(), "--preview-particles",
+           "needs --preview with the picture's name");
+}
+
+}  // namespace
+
+void addSurfaceCommand(CLI::App& app, Command& command)
+{
+    const auto options = std::make_shared<SurfaceOptions>();
+    CLI::App* surface = app.add_subcommand("surface", "Turn particle files into surface meshes");
+    addFiles(*surface, *options);
+    addParticles(*surface, *options);
+    addSurface(*surface, *options);
+    addSequence(*surface, *options);
+    addPreview(*surface, *options);
+    surface->footer(
+        "\nExamples:\n"
+        "  tavrix surface water.bin -o water.obj\n"
+        "  tavrix surface water.bin -o water.stl --field anisotropic --smooth 3 --preview water.png\n"
+        "  tavrix surface \"water_{}.bin\" -o \"mesh_{}.bin\" --first 100 --last 200 --min-neighbours 2");
+    surface->callback(
+        [options, &command]
+        {
+            checkTogether(*options);
+            options->quiet |= isStandardOutput(options->output);
+            const auto run = [options]
+            {
+                if (isPattern(options->input)) return surfaceSequence(*options);
+                surfaceFile(*options);
+                return 0;
+            };
+            command = {run, options->input, options->output, "try a larger --spacing"};
+        });
+}
+
+}  // namespace tavrix::tool

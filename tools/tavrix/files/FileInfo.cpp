@@ -1,0 +1,130 @@
+#include "files/FileInfo.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <limits>
+
+#include <tavrix/mesh/MeshRepair.h>
+#include <tavrix/particles/ParticleSpacing.h>
+#include <tavrix/particles/ParticleSystem_v3.h>
+#include <tavrix/platform/FileBufferIn.h>
+
+#include "files/FileName.h"
+#include "files/MeshFile.h"
+#include "run/Failure.h"
+
+namespace tavrix::tool
+{
+
+namespace
+{
+
+struct ParticleHeader
+{
+    int16 version = 0;
+    uint32 count = 0;
+};
+
+ParticleHeader readHeader(const std::string& path)
+{
+    ParticleHeader header;
+    FileBufferIn file;
+    file.open(TX_String(path));
+    file.seek(254, 0);
+    file.readShort(&header.version);
+    file.seek(276, 0);
+    if (file.readUInt(&header.count) != 1)
+        throw Failure(path + ": is cut off in its header; write or copy it again");
+    return header;
+}
+
+ParticleInfo inspectParticles(const std::string& path)
+{
+    const ParticleHeader header = readHeader(path);
+    ParticleSystem_v3 particles;
+    const int read = particles.load_BIN(TX_String(path));
+    if (read < 0) throw Failure(path + ": cannot be read; look for what is wrong with the disk");
+    const auto count = static_cast<uint32>(read);
+    if (count < header.count)
+        throw Failure(path + ": is cut off, it holds " + std::to_string(count) + " of " +
+                      std::to_string(header.count) + " particles; write or copy it again");
+
+    ParticleInfo info{header.version, count, 0, Box3D::empty(), 0, 0, {}};
+    Array<Vector3F> finite;
+    finite.reserve(count);
+    for (const Vector3F& p : particles.getArrPosition())
+    {
+        if (!isFinite(p)) continue;
+        finite.push_back(p);
+        info.box.extend(convert<double>(p));
+    }
+    info.nonFinite = count - finite.size();
+    info.slowest = std::numeric_limits<double>::infinity();
+    for (const Vector3F& v : particles.getArrVelocity())
+    {
+        if (!isFinite(v)) continue;
+        const double speed = length(convert<double>(v));
+        info.slowest = std::min(info.slowest, speed);
+        info.fastest = std::max(info.fastest, speed);
+    }
+    info.slowest = std::min(info.slowest, info.fastest);
+    const double spacing = estimateSpacing(finite);
+    if (spacing > 0) info.spacing = spacing;
+    return info;
+}
+
+std::string formatName(FileKind kind, const std::string& path)
+{
+    if (kind == FileKind::ObjMesh) return "OBJ";
+    if (kind == FileKind::AseMesh) return "ASE";
+    if (kind == FileKind::BinMesh) return "BIN";
+    return isBinaryStl(path) ? "binary STL" : "ASCII STL";
+}
+
+bool hasChannel(const Mesh& mesh, const char* name) { return !mesh.findArray(TX_String(name)).isNone(); }
+
+MeshInfo inspectMesh(FileKind kind, const std::string& path)
+{
+    const MeshFile file = readMeshes(path);
+    MeshInfo info{};
+    info.format = formatName(kind, path);
+    info.leftOut = file.leftOut;
+    for (const Mesh* mesh : file.meshes)
+    {
+        info.groups.push_back({mesh->getName().c_str(), mesh->getPosSize(), mesh->getFacesSize()});
+        // Those of a BIN file are calculated, not held.
+        info.hasNormals |= kind != FileKind::BinMesh && !mesh->nor().empty();
+        info.hasTexture |= hasChannel(*mesh, "UV_MAP_0");
+        info.hasVelocity |= hasChannel(*mesh, "Velocity");
+    }
+    Mesh all = joinMeshes(file.meshes);
+    info.vertices = all.getPosSize();
+    info.faces = all.getFacesSize();
+    info.box = Box3D::empty();
+    for (const Vector3D& p : all.pos())
+    {
+        if (isFinite(p))
+            info.box.extend(p);
+        else
+            ++info.nonFinite;
+    }
+    info.repeated = joinEqualPositions(all);
+    info.topology = computeTopology(all);
+    info.components = countParts(all);
+    info.area = surfaceArea(all);
+    info.volume = signedVolume(all);
+    return info;
+}
+
+}  // namespace
+
+FileInfo inspect(const std::string& path)
+{
+    const FileKind kind = kindOfFile(path);
+    std::error_code ignored;
+    const auto bytes = std::filesystem::file_size(pathOf(path), ignored);
+    if (kind == FileKind::Particles) return {bytes, inspectParticles(path)};
+    return {bytes, inspectMesh(kind, path)};
+}
+
+}  // namespace tavrix::tool

@@ -1,0 +1,203 @@
+#include "levelset/LevelSetRun.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <filesystem>
+#include <vector>
+
+#include <tavrix/foundation/ArrayOfPtr.h>
+#include <tavrix/mesh/MeshRepair.h>
+#include <tavrix/mesh/MeshTopology.h>
+#include <tavrix/platform/Hardware.h>
+
+#include "files/FileName.h"
+#include "files/MeshFile.h"
+#include "files/OutputFile.h"
+#include "levelset/LevelSetSource.h"
+#include "preview/Picture.h"
+#include "preview/Render.h"
+#include "run/Failure.h"
+#include "run/Interrupt.h"
+#include "run/Text.h"
+
+namespace tavrix::tool
+{
+
+namespace
+{
+
+/// Throws Failure when a file that is to be written is the input, another output, or a field file that is
+/// there already: it cannot be told from a file of any other kind, so nothing says that it may go.
+void confirmOutputs(const LevelSetOptions& options)
+{
+    std::vector<std::string> earlier{options.source()};
+    for (const std::string& output : {options.output, options.saveField, options.preview})
+    {
+        if (output.empty()) continue;
+        for (const std::string& other : earlier)
+            if (isSameFile(output, other) || output == other)
+                throw Failure(output + ": is " +
+                              (other == options.source() ? "the input" : "another output") +
+                              " by the same or another name; name another file");
+        confirmFolder(output);
+        earlier.push_back(output);
+    }
+    std::error_code ignored;
+    if (!options.force && std::filesystem::is_regular_file(pathOf(options.saveField), ignored))
+        throw Failure(options.saveField + ": is there already; add --force to replace it");
+}
+
+bool wantsMesh(const LevelSetOptions& options) { return !options.output.empty() || !options.preview.empty(); }
+
+bool wantsNormals(const LevelSetOptions& options)
+{
+    return !options.preview.empty() ||
+           (options.normals && !options.output.empty() && holdsNormals(options.output));
+}
+
+std::size_t stageCount(const LevelSetOptions& options)
+{
+    std::size_t count = 2;
+    for (const bool isTaken :
+         {options.reshapes() || options.redistance, wantsMesh(options), wantsNormals(options),
+          !options.output.empty(), !options.saveField.empty(), !options.preview.empty()})
+        count += isTaken ? 1 : 0;
+    return count;
+}
+
+/// Throws Failure when no sample is inside a surface, or none outside.
+void confirmSurface(const LevelSet& surface, const std::string& file)
+{
+    float low, high;
+    surface.findMinMax(low, high);
+    if (!(low < 0))
+        throw Failure(
+            file +
+            ": encloses nothing at this spacing; try a smaller --spacing, or --unsigned with --offset "
+            "for a sheet");
+    if (high < 0) throw Failure(file + ": its samples are all inside, so there is no surface");
+}
+
+/// Moves the surface outwards. Throws Failure when nothing is left of it.
+void offset(LevelSet& surface, double by, const std::string& file)
+{
+    const double depth = offsetOutwards(surface, by);
+    float low, high;
+    surface.findMinMax(low, high);
+    if (low < 0) return;
+    throw Failure(
+        file +
+        formatted(
+            ": nothing is left at --offset %.6g, its deepest place lies %.4g inside the surface; give one "
+            "nearer to 0",
+            by, depth));
+}
+
+void noteThinWall(const char* option, double wall, double spacing, Progress& progress)
+{
+    if (wall >= 2 * spacing) return;
+    progress.note(
+        formatted("%s makes a wall of less than two spacings, which may get holes; try --spacing %.2g",
+                  option, wall / 2.5));
+}
+
+void reshape(LevelSet& surface, const LevelSetOptions& options, Progress& progress)
+{
+    const double spacing = surface.getField().getGrid().largestSeparation;
+    if (options.isUnsigned) noteThinWall("--offset", 2 * options.offset, spacing, progress);
+    if (options.offset != 0) offset(surface, options.offset, options.source());
+    if (!options.shell) return;
+    if (hollowOut(surface, *options.shell) <= *options.shell)
+        progress.note(options.source() + ": is nowhere thicker than --shell, so there is no cavity");
+    noteThinWall("--shell", *options.shell, spacing, progress);
+}
+
+void extract(const LevelSet& surface, Mesh& mesh, const LevelSetOptions& options, uint32 threads)
+{
+    mesh.setName("surface");
+    surface.extractExplicitSurface(mesh, threads, interrupted);
+    stopIfInterrupted();
+    if (mesh.isEmpty())
+        throw Failure(options.source() + ": there is no surface at this spacing; try a smaller --spacing");
+}
+
+void draw(const Mesh& mesh, const LevelSetOptions& options, uint32 threads)
+{
+    PreviewOptions picture = options.picture;
+    picture.threads = threads;
+    savePng(renderMesh(mesh, viewOf(mesh.getBox(), picture), picture), options.preview);
+}
+
+std::string describe(const Mesh& mesh)
+{
+    return formatted("%u vertices, %u faces, %s, volume %.6g", mesh.getPosSize(), mesh.getFacesSize(),
+                     computeTopology(mesh).isClosed() ? "closed" : "open", signedVolume(mesh));
+}
+
+void printSummary(const LevelSetOptions& options, const std::string& source, const Mesh& mesh,
+                  const Progress& progress, uint32 threads)
+{
+    std::fputs(source.c_str(), stdout);
+    if (wantsMesh(options))
+        std::printf("mesh       %s%s%s\n", describe(mesh).c_str(), options.output.empty() ? "" : " -> ",
+                    options.output.c_str());
+    if (!options.saveField.empty())
+        std::printf("field      %s layout -> %s\n",
+                    options.layout == FieldLayout::Regular ? "regular" : "sparse", options.saveField.c_str());
+    if (!options.preview.empty()) std::printf("preview    -> %s\n", options.preview.c_str());
+    printCosts(progress, threads);
+}
+
+}  // namespace
+
+void runLevelSet(const LevelSetOptions& options)
+{
+    confirmOutputs(options);
+    const uint32 threads = options.threads ? options.threads : Hardware::getThreadCount();
+    Progress progress(stageCount(options), options.quiet);
+    LevelSetSource source = makeLevelSet(options, threads, progress);
+    LevelSet& surface = source.surface;
+    if (!options.isUnsigned) confirmSurface(surface, options.source());
+    if (options.reshapes() || options.redistance) progress.begin("reshape");
+    reshape(surface, options, progress);
+    if (options.redistance && (options.reshapes() || options.loadField.empty()))
+        redistanceBand(surface, 3, threads);
+    stopIfInterrupted();
+
+    ArrayOfPtr<Mesh> meshes;
+    meshes.push_back(new Mesh);
+    Mesh& mesh = *meshes[0];
+    if (wantsMesh(options))
+    {
+        progress.begin("surface");
+        extract(surface, mesh, options, threads);
+    }
+    if (wantsNormals(options))
+    {
+        progress.begin("normals");
+        mesh.recalculateNormalsParallelized(threads);
+    }
+    else
+        dropNormals(mesh);
+    stopIfInterrupted();
+    if (!options.saveField.empty())
+    {
+        progress.begin("save");
+        writeField(options.saveField, options.layout, surface);
+    }
+    surface.init_toZeroSize();
+    if (!options.output.empty())
+    {
+        progress.begin("write");
+        writeMeshes(options.output, meshes, {options.asciiStl});
+    }
+    if (!options.preview.empty())
+    {
+        progress.begin("preview");
+        draw(mesh, options, threads);
+    }
+    progress.end();
+    if (!options.quiet) printSummary(options, source.summary, mesh, progress, threads);
+}
+
+}  // namespace tavrix::tool

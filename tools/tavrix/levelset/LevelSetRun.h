@@ -1,0 +1,12 @@
+#pragma once
+
+#include "levelset/LevelSetOptions.h"
+
+namespace tavrix::tool
+{
+
+/// Makes a level set of what the options name, reshapes it, writes the surface and the field that they ask
+/// for, and prints a summary on standard output unless quiet. Throws Failure.
+void runLevelSet(const LevelSetOptions& options);
+
+}  // namespace tavrix::tool

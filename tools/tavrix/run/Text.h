@@ -1,0 +1,15 @@
+#pragma once
+
+#include <string>
+
+namespace tavrix::tool
+{
+
+/// What std::printf would print, as a string.
+#if defined(__GNUC__)
+[[gnu::format(gnu_printf, 1, 2)]]
+#endif
+std::string
+formatted(const char* format, ...);
+
+}  // namespace tavrix::tool

@@ -1,0 +1,83 @@
+#include "surface/FrameSequence.h"
+
+#include <algorithm>
+#include <charconv>
+#include <filesystem>
+#include <tuple>
+
+#include "files/FileName.h"
+#include "run/Failure.h"
+
+namespace tavrix::tool
+{
+
+namespace fs = std::filesystem;
+
+namespace
+{
+
+constexpr const char* hole = "{}";
+
+/// Where the file's own name has its {}; folders may have some of their own.
+std::size_t holeOf(const std::string& name) { return name.find(hole, name.find_last_of("/\\") + 1); }
+
+/// The frame that a file's name stands for, if its digits are a number.
+std::optional<Frame> frameOf(const std::string& name, const std::string& prefix, const std::string& suffix)
+{
+    if (name.size() <= prefix.size() + suffix.size() || !name.starts_with(prefix) || !name.ends_with(suffix))
+        return std::nullopt;
+    Frame frame{name.substr(prefix.size(), name.size() - prefix.size() - suffix.size()), 0};
+    const char* end = frame.digits.data() + frame.digits.size();
+    const auto [stop, error] = std::from_chars(frame.digits.data(), end, frame.number);
+    return error == std::errc() && stop == end ? std::optional(frame) : std::nullopt;
+}
+
+std::vector<Frame> framesIn(const fs::path& folder, const std::string& namePattern)
+{
+    const std::size_t at = namePattern.find(hole);
+    const std::string prefix = namePattern.substr(0, at), suffix = namePattern.substr(at + 2);
+    std::vector<Frame> frames;
+    std::error_code error;
+    for (fs::directory_iterator entry(folder, error), end; !error && entry != end; entry.increment(error))
+        if (const auto frame = frameOf(utf8Of(entry->path().filename()), prefix, suffix))
+            frames.push_back(*frame);
+    return frames;
+}
+
+}  // namespace
+
+bool isPattern(const std::string& name) { return holeOf(name) != std::string::npos; }
+
+std::string fillPattern(const std::string& pattern, const std::string& text)
+{
+    std::string filled = pattern;
+    if (isPattern(pattern)) filled.replace(holeOf(filled), 2, text);
+    return filled;
+}
+
+std::vector<Frame> findFrames(const std::string& pattern, std::optional<uint64> first,
+                              std::optional<uint64> last)
+{
+    const fs::path path = pathOf(pattern);
+    const fs::path folder = path.has_parent_path() ? path.parent_path() : fs::path(".");
+    std::vector<Frame> frames = framesIn(folder, utf8Of(path.filename()));
+    if (frames.empty())
+        throw Failure(pattern + ": no file has such a name with a number in place of {}; check the folder");
+    std::erase_if(frames, [&](const Frame& frame)
+                  { return frame.number < first.value_or(0) || frame.number > last.value_or(frame.number); });
+    if (frames.empty()) throw Failure(pattern + ": no frame lies between --first and --last");
+    std::sort(frames.begin(), frames.end(),
+              [](const Frame& a, const Frame& b)
+              { return std::tie(a.number, a.digits) < std::tie(b.number, b.digits); });
+    return frames;
+}
+
+bool isUpToDate(const std::string& file, const std::string& source)
+{
+    std::error_code fileError, sourceError;
+    const auto made = fs::last_write_time(pathOf(file), fileError);
+    const auto changed = fs::last_write_time(pathOf(source), sourceError);
+    return !fileError && !sourceError && made >= changed;
+}
+
+}  // namespace tavrix::tool

@@ -1,0 +1,153 @@
+#include "surface/SurfaceFrame.h"
+
+#include <string_view>
+
+#include <tavrix/mesh/Mesh.h>
+
+#include "commands/GridMemory.h"
+#include "commands/ParticleRadius.h"
+#include "files/FileName.h"
+#include "files/MeshFile.h"
+#include "files/OutputFile.h"
+#include "files/ParticleFile.h"
+#include "preview/Picture.h"
+#include "preview/Render.h"
+#include "run/Failure.h"
+#include "run/Interrupt.h"
+#include "run/Text.h"
+
+namespace tavrix::tool
+{
+
+namespace
+{
+
+bool holdsVelocities(const std::string& output) { return extensionOf(output) == "bin"; }
+
+bool wantsNormals(const SurfaceOptions& options)
+{
+    return options.surface.normals && holdsNormals(options.output);
+}
+
+/// Throws the Failure that says why there is no surface, and the way out.
+void confirmDone(const ReconstructionReport& report, const std::string& file)
+{
+    const ReconstructionSettings& settings = report.settings;
+    switch (report.status)
+    {
+        case ReconstructionStatus::Done:
+            return;
+        case ReconstructionStatus::AllAreStrays:
+            throw Failure(file + ": every particle has fewer than " +
+                          std::to_string(settings.leastNeighbours) +
+                          " neighbours within two radii; lower --min-neighbours or give a larger --radius");
+        case ReconstructionStatus::NoRadius:
+            failWithoutRadius(file);
+        case ReconstructionStatus::TooLarge:
+            failTooLarge(report.grid, report.box, settings.reach(), report.bytes / report.grid.nodeCount(),
+                         file);
+        case ReconstructionStatus::NoSurface:
+            throw Failure(
+                file +
+                formatted(": no surface at level %.4g, the field's values go from 0 to %.4g; try a --level "
+                          "between or a smaller --spacing",
+                          *settings.level, report.highestLevel));
+        case ReconstructionStatus::NothingIsLeft:
+            throw Failure(file + ": the tolerance leaves no faces; give a smaller one");
+        case ReconstructionStatus::NoParticles:
+        case ReconstructionStatus::Stopped:
+            break;
+    }
+    throw Failure("interrupted");
+}
+
+/// The radius of a report as the program keeps it.
+float radiusOf(const ReconstructionReport& report) { return static_cast<float>(*report.settings.radius); }
+
+void draw(const Mesh& mesh, const Array<Vector3F>& positions, const ReconstructionReport& report,
+          const SurfaceOptions& options, const Box3D& box, const std::string& file)
+{
+    PreviewOptions picture = options.picture;
+    picture.threads = report.settings.threadCount;
+    const float r = radiusOf(report);
+    const Vector3D radius{r, r, r};
+    const View view = viewOf({box.min - radius, box.max + radius}, picture);
+    std::vector<Picture> pictures;
+    if (options.previewParticles) pictures.push_back(renderParticles(positions, r, view, picture));
+    pictures.push_back(renderMesh(mesh, view, picture));
+    savePng(sideBySide(pictures), file);
+}
+
+/// Takes the particles that the reconstruction left out off the list.
+void leaveOut(Array<Vector3F>& positions, const Array<uint32>& numbers)
+{
+    if (numbers.empty()) return;
+    uint32 kept = numbers[0];
+    for (uint32 n = kept, next = 0; n < positions.size(); ++n)
+        if (next < numbers.size() && numbers[next] == n)
+            ++next;
+        else
+            positions[kept++] = positions[n];
+    positions.resize(kept);
+}
+
+/// Passes the stages of the library on to the progress bar, and stops it when the user asks.
+ProgressCallback progressTo(Progress& progress)
+{
+    return [&progress, stage = std::string_view()](const char* name) mutable
+    {
+        if (stage != name) progress.begin(name);
+        stage = name;
+        return interrupted() == 0;
+    };
+}
+
+}  // namespace
+
+std::size_t stageCount(const SurfaceOptions& options)
+{
+    std::size_t count = 4;
+    for (const bool isTaken :
+         {options.surface.smoothing > 0, options.surface.weldTolerance.has_value(), wantsNormals(options),
+          holdsVelocities(options.output), !options.preview.empty()})
+        count += isTaken ? 1 : 0;
+    return count;
+}
+
+FrameReport runFrame(const SurfaceOptions& options, const SurfaceFiles& files,
+                     const ReconstructionSettings& given, const std::optional<Box3D>& viewBox,
+                     Progress& progress)
+{
+    if (isSameFile(files.input, files.output))
+        throw Failure(files.output + ": is the input by another name; name another file");
+    confirmFolder(files.output);
+    confirmFolder(files.preview);
+    progress.begin("read");
+    ParticleFile particles = readParticleFile(files.input);
+
+    ReconstructionSettings settings = given;
+    settings.normals = wantsNormals(options);
+    settings.memory = availableMemory();
+    std::vector<ParticleAttribute> attributes;
+    if (holdsVelocities(files.output)) attributes.push_back({"Velocity", particles.velocities});
+    ArrayOfPtr<Mesh> meshes;
+    meshes.push_back(new Mesh);
+    Mesh& mesh = *meshes[0];
+    ReconstructionReport report =
+        reconstructSurface(particles.positions, mesh, settings, attributes, progressTo(progress));
+    confirmDone(report, files.input);
+    progress.begin("write");
+    writeMeshes(files.output, meshes, {options.asciiStl});
+    if (!files.preview.empty())
+    {
+        progress.begin("preview");
+        if (!settings.normals) mesh.recalculateNormalsParallelized(report.settings.threadCount);
+        leaveOut(particles.positions, report.leftOut);
+        draw(mesh, particles.positions, report, options, viewBox.value_or(report.box), files.preview);
+    }
+    progress.end();
+    return {std::move(report), particles.leftOut, mesh.getPosSize(), mesh.getFacesSize(),
+            !attributes.empty()};
+}
+
+}  // namespace tavrix::tool
