@@ -2,38 +2,28 @@
 
 #include <algorithm>
 #include <limits>
-#include <random>
 
+#include <particles/Clouds.h>
 #include <tavrix/particles/NeighbourGrid.h>
 
 using namespace tavrix;
+using test::cloud;
+using test::squaredDistance;
 
 namespace
 {
 
-Array<Vector3F> cloud(uint32 count, float extent, uint32 seed)
-{
-    std::mt19937 random(seed);
-    const auto unit = [&] { return static_cast<float>(random() % 100001) / 100000.0f * extent; };
-    Array<Vector3F> positions(count);
-    for (Vector3F& p : positions) p = {unit(), unit(), unit()};
-    return positions;
-}
-
-std::vector<uint32> near(const Array<Vector3F>& positions, const Vector3F& place, double radius)
+std::vector<uint32> near(const Array<Vector3F>& positions, const Vector3D& place, double radius)
 {
     std::vector<uint32> found;
     for (uint32 n = 0; n < positions.size(); ++n)
-    {
-        const Vector3D d = convert<double>(positions[n]) - convert<double>(place);
-        if (dot(d, d) < radius * radius) found.push_back(n);
-    }
+        if (squaredDistance(positions[n], place) < radius * radius) found.push_back(n);
     return found;
 }
 
 /// Those of the runs' points that are near, each as often as the runs hold it.
 std::vector<uint32> near(const NeighbourGrid& grid, const std::vector<NeighbourGrid::Run>& runs,
-                         const Array<Vector3F>& positions, const Vector3F& place, double radius)
+                         const Array<Vector3F>& positions, const Vector3D& place, double radius)
 {
     std::vector<uint32> found;
     for (const NeighbourGrid::Run& run : runs)
@@ -41,8 +31,7 @@ std::vector<uint32> near(const NeighbourGrid& grid, const std::vector<NeighbourG
         {
             const uint32 index = grid.order()[n];
             EXPECT_EQ(grid.coordinates(1)[n], positions[index].y);
-            const Vector3D d = convert<double>(positions[index]) - convert<double>(place);
-            if (dot(d, d) < radius * radius) found.push_back(index);
+            if (squaredDistance(positions[index], place) < radius * radius) found.push_back(index);
         }
     std::sort(found.begin(), found.end());
     return found;
@@ -79,13 +68,13 @@ TEST(NeighbourGrid, FindsEveryPointInReachOnce)
         for (uint32 c = 0; c < grid.cellCount(); ++c)
         {
             grid.findRunsOfCell(c, radius, runs);
-            const Vector3F& place = positions[grid.order()[grid.cell(c).begin]];
+            const auto place = convert<double>(positions[grid.order()[grid.cell(c).begin]]);
             EXPECT_EQ(near(grid, runs, positions, place, radius), near(positions, place, radius));
         }
-        for (const Vector3F& place : cloud(50, 1.2f, 4))
+        for (const Vector3F& p : cloud(50, 1.2f, 4))
         {
-            const Vector3D center = convert<double>(place), reach{radius, radius, radius};
-            grid.findRuns({center - reach, center + reach}, runs);
+            const Vector3D place = convert<double>(p), reach{radius, radius, radius};
+            grid.findRuns({place - reach, place + reach}, runs);
             EXPECT_EQ(near(grid, runs, positions, place, radius), near(positions, place, radius));
         }
     }

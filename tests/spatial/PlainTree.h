@@ -29,7 +29,8 @@ public:
         for (uint32 n = 0; n < leaves.size(); ++n) entries[n] = n;
         while (entries.size() >= 256) entries = pass(entries);
         integrateSubset(entries, 1);
-        if (!entries.empty()) write(entries[0]);
+        _nodes.resize(entries.size());
+        if (!entries.empty()) writeAt(0, entries[0]);
     }
 
     const std::vector<Node>& nodes() const { return _nodes; }
@@ -66,10 +67,9 @@ private:
         _order = entries;
         distributeInBlocks();
         std::vector<uint32> survivors;
-        for (const BlockDesc& block : _blocks)
+        for (const auto& [start, count] : _blocks)
         {
-            std::vector<uint32> part(_order.begin() + block.start,
-                                     _order.begin() + block.start + block.count);
+            std::vector<uint32> part(_order.begin() + start, _order.begin() + start + count);
             integrateSubset(part, 32);
             survivors.insert(survivors.end(), part.begin(), part.end());
         }
@@ -139,22 +139,17 @@ private:
 
     void mergeBest()
     {
-        uint32 best = noIndex;
-        float bestScore = -farValue;
+        std::vector<uint32> live;
         for (uint32 r = 0; r < _rows.size(); ++r)
-            if (_rows[r].node != noIndex && _rows[r].score > bestScore) bestScore = _rows[best = r].score;
-        uint32 partner = best == noIndex ? noIndex : _rows[best].partner;
-        if (best == noIndex)  // nothing scores: the first two rows
-        {
-            const auto isLive = [](const Row& row) { return row.node != noIndex; };
-            const auto first = std::find_if(_rows.begin(), _rows.end(), isLive);
-            best = static_cast<uint32>(first - _rows.begin());
-            partner = static_cast<uint32>(std::find_if(first + 1, _rows.end(), isLive) - _rows.begin());
-        }
+            if (_rows[r].node != noIndex) live.push_back(r);
+        uint32 best = live[0], partner = live[1];  // where nothing scores
+        float bestScore = -farValue;
+        for (const uint32 r : live)
+            if (_rows[r].score > bestScore) bestScore = _rows[best = r].score, partner = _rows[r].partner;
         const uint32 a = _rows[best].node, b = _rows[partner].node;
         _work.push_back({unionOf(_work[a].box, _work[b].box), 0, a, b});
         std::vector<uint32> orphans;
-        for (uint32 r = 0; r < _rows.size(); ++r)
+        for (const uint32 r : live)
             if (_rows[r].partner == best || _rows[r].partner == partner) orphans.push_back(r);
         _rows[best].node = _rows[partner].node = noIndex;
         const auto fresh = static_cast<uint32>(_rows.size());
@@ -162,7 +157,7 @@ private:
         calculateIntegratingScore(fresh);
         for (const uint32 r : orphans)
             if (_rows[r].node != noIndex) calculateIntegratingScore(r);
-        for (uint32 r = 0; r < fresh; ++r)
+        for (const uint32 r : live)
             if (_rows[r].node != noIndex) maximizeIntegratingScore(r, fresh);
     }
 
@@ -187,11 +182,6 @@ private:
         if (s > _rows[b].score) _rows[b] = {_rows[b].node, s, a};
     }
 
-    void write(uint32 root)
-    {
-        _nodes.resize(1);
-        writeAt(0, root);
-    }
     void writeAt(std::size_t place, uint32 n)
     {
         const WorkNode& node = _work[n];
