@@ -150,9 +150,4 @@ std::vector<ParticleSetter<Value, Coord>> particleSetters()
             {"carved weighted", true, false, weighing(&Field::setSubtractiveWeigthDistanceField), weighted}};
 }
 
-/// Callbacks that count polls: to the last one, and down to the one that stops.
-inline int polls = 0;
-inline int countUp() { return ++polls, 0; }
-inline int countDown() { return polls-- <= 0 ? 1 : 0; }
-
 }  // namespace tavrix

@@ -48,12 +48,6 @@ TEST(ScalarField3Evaluation, TrilinearIsExactOnTrilinearFields)
         EXPECT_EQ(field.evalSafe(p, TX_FIELD_EVAL_SYMMETRIC), found);
         EXPECT_EQ(field.eval(p), found.b);
     }
-    for (uint32 m = 0; m < field.size(); ++m)
-    {
-        const auto found = field.evalSafe(field.getPoint(m));
-        ASSERT_TRUE(found.a) << "nodes lie inside, the max corner too";
-        EXPECT_NEAR(found.b, field[m], 1e-9);
-    }
 }
 
 TEST(ScalarField3Evaluation, OutsideIsFar)
@@ -92,24 +86,4 @@ TEST(ScalarField3Evaluation, ThresholdsRefuseCells)
     EXPECT_TRUE(field.evalSafe_useGreaterThanThreshold(low, 7, mode).a);
     EXPECT_FALSE(field.evalSafe_useGreaterThanThreshold(high, 10.5, mode).a);
     EXPECT_EQ(field.evalSafe_useGreaterThanThreshold(high, 10.5, mode).b, 3.4028234663852886e38);
-}
-
-TEST(ScalarField3Evaluation, FindsCells)
-{
-    const Field field = linearField();
-    const Box3D& box = field.getBox();
-    EXPECT_EQ(field.getGrid().getCell(box.min), (Index3{0, 0, 0}));
-    EXPECT_EQ(field.getGrid().getCell(box.max), (Index3{3, 4, 5}));
-    EXPECT_EQ(field.getGrid().getCell({box.min.x - 0.01, 2, 1}), noCell);
-    EXPECT_EQ(field.getGrid().getCell({box.max.x + 0.6, 2, 1}), noCell);
-    // Whatever the rounding, the cell's lower node is not above the point.
-    Field fine;
-    fine.reset(101, 2, 2, 0.1);
-    for (uint32 i = 0; i < 101; ++i)
-    {
-        const Vector3D p = fine.getPoint(i, 0, 0);
-        const Index3 cell = fine.getGrid().getCell(p);
-        EXPECT_LE(fine.getPoint(cell).x, p.x);
-        EXPECT_LE(i - cell.a, 1u);
-    }
 }

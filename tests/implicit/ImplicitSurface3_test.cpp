@@ -4,9 +4,11 @@
 #include <cmath>
 #include <random>
 
+#include <Bytes.h>
 #include <tavrix/tavrix.h>
 
 using namespace tavrix;
+using test::bytesOf;
 
 namespace
 {
@@ -75,19 +77,18 @@ void expectSameMesh(const ImplicitSurface3StrategyInterface<T>& a,
                     const ImplicitSurface3StrategyInterface<T>& b)
 {
     const Box3D half{a.getBox().min, a.getBox().center()};
-    Mesh meshes[2][3];
-    for (const auto* surface : {&a, &b})
+    const auto expectSame = [&](const auto& extract)
     {
-        Mesh* const mesh = meshes[surface == &b];
-        EXPECT_GT(surface->extractExplicitSurface(mesh[0], 1, nullptr), 100u);
-        EXPECT_GT(surface->extractExplicitSurface(mesh[1], half, 2, nullptr), 100u);
-        EXPECT_GT(surface->extractExplicitSurface(mesh[2], 2, 9, 0, 1, 3, 3, 2, nullptr), 100u);
-    }
-    for (uint32 region = 0; region < 3; ++region)
-    {
-        EXPECT_EQ(meshes[0][region].pos(), meshes[1][region].pos());
-        EXPECT_EQ(meshes[0][region].trindexPos(), meshes[1][region].trindexPos());
-    }
+        Mesh ofA, ofB;
+        EXPECT_GT(extract(a, ofA), 100u);
+        extract(b, ofB);
+        EXPECT_EQ(ofA.pos(), ofB.pos());
+        EXPECT_EQ(ofA.trindexPos(), ofB.trindexPos());
+    };
+    expectSame([](auto& s, Mesh& mesh) { return s.extractExplicitSurface(mesh, 1, nullptr); });
+    expectSame([&](auto& s, Mesh& mesh) { return s.extractExplicitSurface(mesh, half, 2, nullptr); });
+    expectSame([](auto& s, Mesh& mesh)
+               { return s.extractExplicitSurface(mesh, 2, 9, 0, 1, 3, 3, 2, nullptr); });
 }
 
 }  // namespace
@@ -115,19 +116,10 @@ TEST(ImplicitSurface3Regular, WholeSurfaceOperations)
     EXPECT_EQ(values(), (Values{-10, -11, 3.5f, -1.5f}));
     surface.abs();
     EXPECT_EQ(values(), (Values{10, 11, 3.5f, 1.5f}));
-    EXPECT_EQ(surface.getArrayElement(7), (Tuple2<uint32, float>{7, 3.5f}));
     float min, max;
     surface.findMinMax(min, max);
     EXPECT_EQ(min, 1.5f);
     EXPECT_EQ(max, 3.5f);
-
-    surface.setSurfaceTrue(33);
-    surface.setNeighborsPositiveTrue(33);
-    EXPECT_TRUE(surface.isNeighborsPositive(33) && !surface.isSurface(33));
-    surface.setNeighborsNegativeTrue(33);
-    EXPECT_TRUE(surface.isNeighborsNegative(33) && !surface.isNeighborsPositive(33));
-    surface.setSurfaceTrue(33);
-    EXPECT_TRUE(surface.isSurface(33) && !surface.isNeighborsNegative(33));
     EXPECT_EQ(surface.getMemoryUsage(), 60 * 4 + 3 * 2 * 4u);
     EXPECT_EQ(Regular<float>::getMemoryUsagePrediction(1, {{0, 0, 0}, {2, 3, 3.5}}),
               surface.getMemoryUsage());
@@ -187,13 +179,19 @@ TEST(ImplicitSurface3Regular, FlagsTheNodesAroundTheSurface)
     EXPECT_TRUE(fresh.isNeighborsPositive(grid.getMonoindex(10, 11, 14))) << "inside, but unsigned";
 }
 
-TEST(ImplicitSurface3Regular, FlagsFollowAFieldThatIsResized)
+TEST(ImplicitSurface3Regular, FlagsExcludeEachOtherAndFollowAFieldThatIsResized)
 {
     Regular<float> surface;
     surface.refField().reset(5, 6, 7, {1.0, 2.0, 3.0});
     EXPECT_FALSE(surface.isSurface(209));
     surface.setSurfaceTrue(209);
     EXPECT_TRUE(surface.isSurface(209));
+    surface.setNeighborsPositiveTrue(209);
+    EXPECT_TRUE(surface.isNeighborsPositive(209) && !surface.isSurface(209));
+    surface.setNeighborsNegativeTrue(209);
+    EXPECT_TRUE(surface.isNeighborsNegative(209) && !surface.isNeighborsPositive(209));
+    surface.setSurfaceTrue(209);
+    EXPECT_TRUE(surface.isSurface(209) && !surface.isNeighborsNegative(209));
     surface.refField().reset(20, 20, 20, 1.0);
     EXPECT_EQ(surface.getNumberOfSurfaceCells(), 0u);
     EXPECT_FALSE(surface.isSurface(209) || surface.isNeighborsNegative(7999));
@@ -322,23 +320,11 @@ bool loadBytes(const std::string& bytes, bool isSparse, Regular<T>& surface)
     return isWhole;
 }
 
-template <class Value>
-void append(std::string& bytes, const Value& value)
-{
-    bytes.append(reinterpret_cast<const char*>(&value), sizeof value);
-}
-
 std::string gridRecord(const GridDescription3<double>& grid)
 {
-    std::string bytes;
-    for (const uint32 v : {grid.sizeX, grid.sizeY, grid.sizeZ, grid.sizeY * grid.sizeZ, grid.size})
-        append(bytes, v);
-    for (const Vector3D& v :
-         {grid.box.min, grid.box.max, grid.separation, Vector3D{1, 1, 1} / grid.separation.x})
-        for (uint32 axis = 0; axis < 3; ++axis) append(bytes, v[axis]);
-    append(bytes, grid.separation.x);
-    EXPECT_EQ(bytes.size(), 124u);
-    return bytes;
+    const double h = grid.separation.x;
+    return bytesOf({grid.sizeX, grid.sizeY, grid.sizeZ, grid.sizeY * grid.sizeZ, grid.size}) +
+           bytesOf({grid.box.min, grid.box.max, grid.separation, Vector3D{1, 1, 1} / h}) + bytesOf(h);
 }
 
 template <class T>
@@ -367,21 +353,18 @@ TYPED_TEST_SUITE(ImplicitSurface3Files, Values);
 TYPED_TEST(ImplicitSurface3Files, HoldWhatTheLayoutsSay)
 {
     const auto surface = smallSurface<TypeParam>();
-    std::string records, regular = gridRecord(surface.getField().getGrid()), sparse = regular;
+    const std::string grid = gridRecord(surface.getField().getGrid());
+    std::string regular = grid + bytesOf(60u), records;
     uint32 count = 0;
-    append(regular, 60u);
     for (uint32 m = 0; m < 60; ++m)
     {
-        append(regular, surface.get(m));
+        regular += bytesOf(surface.get(m));
         if (!(surface.get(m) < TypeParam(1.5))) continue;
-        append(records, m);
-        append(records, surface.get(m));
+        records += bytesOf(m) + bytesOf(surface.get(m));
         ++count;
     }
-    for (const uint32 v : {2u, 1u << 2, 1u << 1, 60u}) append(regular, v);
-    append(sparse, count);
-    sparse += records;
-    for (const uint32 v : {2u, 2u, 33u}) append(sparse, v);
+    regular += bytesOf({2u, 1u << 2, 1u << 1, 60u});
+    std::string sparse = grid + bytesOf(count) + records + bytesOf({2u, 2u, 33u});
     for (const bool isSparse : {false, true})
     {
         const std::string bytes = saved(surface, isSparse);
@@ -444,57 +427,45 @@ TYPED_TEST(ImplicitSurface3Files, ASurfaceOfNoNodesIsReadWhole)
 TYPED_TEST(ImplicitSurface3Files, AStreamThatEndsEarlyLeavesWhatItGave)
 {
     const auto surface = smallSurface<TypeParam>();
-    const std::string whole = saved(surface, false);
     Regular<TypeParam> loaded;
     loaded.getDefaultValue() = 9;
-    for (const uint32 given : {0u, 1u, 10u, 40u, 60u})
-    {
-        EXPECT_FALSE(loadBytes(whole.substr(0, 128 + given * sizeof(TypeParam)), false, loaded));
-        ASSERT_EQ(loaded.getArraySize(), 60u);
-        for (uint32 m = 0; m < 60; ++m) ASSERT_EQ(loaded.get(m), m < given ? surface.get(m) : TypeParam(9));
-        EXPECT_EQ(loaded.getNumberOfSurfaceCells(), 0u);
-    }
-    // without the second word of flags, and how many bits there are
-    EXPECT_FALSE(loadBytes(whole.substr(0, whole.size() - 8), false, loaded));
-    ASSERT_EQ(loaded.getArraySize(), 60u);
-    EXPECT_TRUE(loaded.isSurface(2) && loaded.getNumberOfSurfaceCells() == 1);
-
-    // next to no sample of a large grid
-    std::string large = gridRecord(GridDescription3<double>::centered(300, 300, 300, {1, 1, 1}));
-    append(large, 27'000'000u);
-    EXPECT_FALSE(loadBytes(large + std::string(1000, '\0'), false, loaded));
-    EXPECT_EQ(loaded.getMemoryUsage(), 0u);
-}
-
-TYPED_TEST(ImplicitSurface3Files, GoThroughStreamsThatTellNothing)
-{
-    const auto surface = smallSurface<TypeParam>();
     for (const bool isSparse : {false, true})
     {
         const std::string bytes = saved(surface, isSparse);
-        Regular<TypeParam> loaded;
-        loaded.getDefaultValue() = 1.5;
-        PlainStream whole(bytes);
-        ASSERT_TRUE(load(loaded, isSparse, whole) && whole.isAtEnd());
-        for (uint32 m = 0; m < 60; ++m) ASSERT_EQ(loaded.get(m), std::min(surface.get(m), TypeParam(1.5)));
-        EXPECT_EQ(loaded.getNumberOfSurfaceCells(), 2u);
-
-        // cut anywhere it leaves what it gave, and a count without end ends with the stream
+        const std::size_t samples = isSparse ? 124 : 128, flags = samples + 60 * sizeof(TypeParam);
         for (std::size_t size = 0; size < bytes.size(); ++size)
         {
-            PlainStream cut(bytes.substr(0, size));
+            const std::string part = bytes.substr(0, size);
+            const std::size_t given = size < samples ? 0 : (size - samples) / sizeof(TypeParam);
+            EXPECT_FALSE(loadBytes(part, isSparse, loaded));
+            ASSERT_EQ(loaded.getArraySize(), size < samples ? 0u : 60u);
+            for (uint32 m = 0; !isSparse && m < loaded.getArraySize(); ++m)
+                ASSERT_EQ(loaded.get(m), m < given ? surface.get(m) : TypeParam(9)) << size;
+            if (!isSparse)
+            {
+                EXPECT_EQ(loaded.getNumberOfSurfaceCells(), (size >= flags + 8) + (size >= flags + 12));
+            }
+
+            PlainStream cut(part);
             load(loaded, isSparse, cut);
             ASSERT_EQ(loaded.getArraySize(), size < (isSparse ? 117 : 128) ? 0u : 60u) << size;
-            if (!isSparse && size >= 128 + 10 * sizeof(TypeParam))
-            {
-                ASSERT_EQ(loaded.get(9u), surface.get(9u));
-            }
+            for (uint32 m = 0; !isSparse && m < std::min<std::size_t>(given, 60); ++m)
+                ASSERT_EQ(loaded.get(m), surface.get(m));
         }
-        const std::size_t flags = isSparse ? 124 : 128 + 60 * sizeof(TypeParam);
-        PlainStream endless(std::string(bytes).replace(flags, 4, "\xFF\xFF\xFF\x7F"));
+        PlainStream whole(bytes);
+        ASSERT_TRUE(load(loaded, isSparse, whole) && whole.isAtEnd());
+        for (uint32 m = 0; m < 60; ++m)
+            ASSERT_EQ(loaded.get(m), isSparse && !(surface.get(m) < 1.5) ? TypeParam(9) : surface.get(m));
+        EXPECT_EQ(loaded.getNumberOfSurfaceCells(), 2u);
+        // a count without end ends with the stream
+        PlainStream endless(std::string(bytes).replace(isSparse ? 124 : flags, 4, "\xFF\xFF\xFF\x7F"));
         EXPECT_FALSE(load(loaded, isSparse, endless));
         EXPECT_EQ(loaded.getArraySize(), 60u);
     }
+    // next to no sample of a large grid
+    const std::string large = gridRecord(GridDescription3<double>::centered(300, 300, 300, {1, 1, 1}));
+    EXPECT_FALSE(loadBytes(large + bytesOf(27'000'000u) + std::string(1000, '\0'), false, loaded));
+    EXPECT_EQ(loaded.getMemoryUsage(), 0u);
 }
 
 TYPED_TEST(ImplicitSurface3Files, CountsBesideTheSizesAreNotTrusted)
@@ -524,16 +495,14 @@ TYPED_TEST(ImplicitSurface3Files, CountsBesideTheSizesAreNotTrusted)
     {
         std::vector<uint32> record;  ///< of the flags: word count, words, bit count
         uint32 flagged;
-    } rows[] = {{{2, 1u << 2, 1u << 1, 61}, 2},
-                {{2, 1u << 2, 0xF0000001, 0}, 2},
+    } rows[] = {{{2, 1u << 2, 0xF0000001, 61}, 2},
                 {{4, 1u << 2, 1u << 1, 7, 7, 128}, 2},
                 {{1, 1u << 2, 32}, 1},
-                {{0, 0}, 0},
                 {{2, 0xFFFFFFFF, 0xFFFFFFFF, 64}, 60}};
     for (const auto& row : rows)
     {
         std::string bytes = regular.substr(0, regular.size() - 16);
-        for (const uint32 word : row.record) append(bytes, word);
+        for (const uint32 word : row.record) bytes += bytesOf(word);
         ASSERT_TRUE(loadBytes(bytes, false, loaded));
         EXPECT_EQ(loaded.getNumberOfSurfaceCells(), row.flagged);
         EXPECT_EQ(loaded.get(33u), surface.get(33u));

@@ -121,31 +121,6 @@ TYPED_TEST(Sweeping, IsTheDefinedIteration)
                     }
 }
 
-TYPED_TEST(Sweeping, ConvergesToTheDistanceAtFirstOrder)
-{
-    double lastMean = 0;
-    for (const uint32 size : {25u, 49u, 97u})
-    {
-        const double h = 2.0 / (size - 1);
-        Surface<TypeParam> surface = sphereBand<TypeParam>(size);
-        EXPECT_LE(surface.fastSweeping(static_cast<TypeParam>(1e-3 * h), 1), 3u);
-        double mean = 0;
-        for (uint32 m = 0; m < surface.getArraySize(); ++m)
-        {
-            const double d = exactSphere(surface.getField().getPoint(m));
-            EXPECT_EQ(surface.get(m) < 0, d < 0) << "signs stay";
-            if (std::fabs(d) < 2 * h)
-            {
-                EXPECT_NEAR(surface.get(m), d, (std::fabs(d) < h ? 0.05 : 0.15) * h) << "the band stays";
-            }
-            mean += std::fabs(surface.get(m) - d) / surface.getArraySize();
-        }
-        EXPECT_LT(mean, 0.25 * h);
-        if (lastMean > 0) { EXPECT_GT(lastMean / mean, 1.6); }
-        lastMean = mean;
-    }
-}
-
 TYPED_TEST(Sweeping, ThreadsChangeNothing)
 {
     const Surface<TypeParam> band = sphereBand<TypeParam>(75);

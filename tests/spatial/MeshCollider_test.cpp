@@ -26,12 +26,15 @@ class Random
 {
 public:
     explicit Random(uint32 seed) : _random(seed) {}
-    double unit() { return static_cast<double>(_random() % 200001) / 100000 - 1; }
-    double integer() { return static_cast<double>(_random() % 7) - 3; }
+    double number(bool isInteger)
+    {
+        const auto n = _random();
+        return isInteger ? static_cast<double>(n % 7) - 3 : static_cast<double>(n % 200001) / 100000 - 1;
+    }
     Vector3D vector(bool integers)
     {
-        const double x = integers ? integer() : unit(), y = integers ? integer() : unit();
-        return {x, y, integers ? integer() : unit()};
+        const double x = number(integers), y = number(integers);
+        return {x, y, number(integers)};
     }
 
 private:
@@ -42,13 +45,8 @@ private:
 /// are segments and points.
 Mesh makeGridSoup(uint32 faceCount, uint32 seed)
 {
-    Random random(seed);
-    Mesh mesh;
-    for (uint32 f = 0; f < faceCount; ++f)
-    {
-        for (uint32 c = 0; c < 3; ++c) mesh.refPos().push_back(random.vector(true));
-        mesh.refTrindexPos().push_back({3 * f, 3 * f + 1, 3 * f + 2});
-    }
+    Mesh mesh = makeRandomSoup(faceCount, faceCount, seed);
+    for (Vector3D& p : mesh.refPos()) p = {std::round(3 * p.x), std::round(3 * p.y), std::round(3 * p.z)};
     return mesh;
 }
 
@@ -149,28 +147,25 @@ TEST(MeshCollider, RaysHitWhatEveryFaceSays)
 TEST(MeshCollider, NoRaySlipsThrough)
 {
     const Vector3D far{1000.1, -0.3, 1e5};
-    const Mesh ball = makeSphere(far, 1, 40), cube = makeCube(-1, 1);
     const auto expectClosed = [](const Mesh& mesh, const Vector3D& inside)
     {
         const MeshCollider collider = makeCollider(mesh);
         for (uint32 f = 0; f < mesh.getFacesSize(); ++f)
         {
             const auto [a, b, c] = cornersOf(mesh, f);
-            for (const Vector3D& target : {a, b, c, (a + b) * 0.5, b * 0.3 + c * 0.7, (a + c) * 0.5})
+            for (const Vector3D& target :
+                 {a, b, c, (a + b) * 0.5, b * 0.3 + c * 0.7, (a + c) * 0.5, (a + b + c) * (1.0 / 3)})
             {
-                const Ray3D ray{inside, target - inside};
-                const auto hit = collider.castRay(ray);
+                const auto hit = collider.castRay({inside, target - inside});
                 ASSERT_TRUE(hit) << f;
                 EXPECT_LT(hit->distance, 1 + 1e-8);
             }
         }
     };
-    expectClosed(cube, {0, 0, 0});
-    expectClosed(cube, {0.25, -0.125, 0.5});
-    expectClosed(cube, {0.1, 0.2, 0.3});
-    for (const Vector3D& aside :
-         {Vector3D{0, 0, 0}, Vector3D{0.1, 0.2, -0.5}, Vector3D{0, 0, 0.9}, Vector3D{0.9, 0, 0}})
-        expectClosed(ball, far + aside);
+    for (const Vector3D& inside : {Vector3D{0, 0, 0}, {0.25, -0.125, 0.5}, {0.1, 0.2, 0.3}})
+        expectClosed(makeCube(-1, 1), inside);
+    for (const Vector3D& aside : {Vector3D{0, 0, 0}, {0.1, 0.2, -0.5}, {0, 0, 0.9}, {0.9, 0, 0}})
+        expectClosed(makeSphere(far, 1, 40), far + aside);
 }
 
 TEST(MeshCollider, FindsTheNearestPoint)
@@ -215,10 +210,7 @@ TEST(MeshCollider, FindsTheFootOfDistantPoints)
         const Vector3D normal = cross(b - a, c - a), foot = a * 0.3 + b * 0.4 + c * 0.3,
                        along = (a + b) * 0.5;
         if (length(normal) < 0.3) continue;
-        Mesh mesh;
-        mesh.refPos() = {a, b, c};
-        mesh.refTrindexPos() = {{0, 1, 2}};
-        const MeshCollider collider = makeCollider(mesh);
+        const MeshCollider collider = makeCollider(makeMesh({a, b, c}, {{0, 1, 2}}));
         const Vector3D over = normal * (1e6 / length(normal)), beside = cross(b - a, over);
         EXPECT_LT(length(collider.nearestPoint(foot + over)->position - foot), 1e-8);
         EXPECT_LT(length(collider.nearestPoint(along + over + beside)->position - along), 1e-8);
@@ -396,19 +388,14 @@ TEST(MeshCollider, IsMadeOfAnAseFile)
 {
     const TestFolder folder;
     std::string text = "*COMMENT \"two\"\n";
-    for (const char* z : {"0", "5"})
-        text += std::string(
-                    "*GEOMOBJECT {\n*NODE_NAME \"n\"\n*MESH {\n*MESH_VERTEX_LIST {\n"
-                    "*MESH_VERTEX 0 -1 -1 ") +
-                z + "\n*MESH_VERTEX 1 3 -1 " + z + "\n*MESH_VERTEX 2 -1 3 " + z +
+    for (const std::string z : {"0", "5"})
+        text += "*GEOMOBJECT {\n*NODE_NAME \"n\"\n*MESH {\n*MESH_VERTEX_LIST {\n*MESH_VERTEX 0 -1 -1 " + z +
+                "\n*MESH_VERTEX 1 3 -1 " + z + "\n*MESH_VERTEX 2 -1 3 " + z +
                 "\n}\n*MESH_FACE_LIST {\n*MESH_FACE 0: A: 0 B: 1 C: 2\n}\n}\n}\n";
-    const TX_String path = folder.write("two.ase", text);
     MeshCollider collider;
-    ASSERT_TRUE(collider.create_ASE(path));
+    ASSERT_TRUE(collider.create_ASE(folder.write("two.ase", text)));
     EXPECT_EQ(collider.getMesh().getFacesSize(), 2u);
-    EXPECT_EQ(collider.castRay({{0, 0, 9}, {0, 0, -1}})->face, 1u);
-    folder.write("two.ase", "nonsense");
-    EXPECT_FALSE(collider.create_ASE(path));
+    EXPECT_FALSE(collider.create_ASE(folder.write("bad.ase", "nonsense")));
     EXPECT_FALSE(collider.create_ASE(folder.file("missing.ase")));
     EXPECT_EQ(collider.castRay({{0, 0, 9}, {0, 0, -1}})->face, 1u);
 }

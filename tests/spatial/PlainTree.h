@@ -10,8 +10,8 @@
 namespace tavrix::test
 {
 
-/// The tree by the plainest means: every score is computed one pair at a time and every row is looked at
-/// whenever a row changes. What GeometryTree::integrate builds has to be this, node for node.
+/// The tree by the plainest means: every pair is scored again for each merge. What GeometryTree::integrate
+/// builds has to be this, node for node.
 class PlainTree
 {
 public:
@@ -54,12 +54,6 @@ private:
     {
         Box3F box;
         uint32 link, first, second;
-    };
-    struct Row
-    {
-        uint32 node;
-        float score;
-        uint32 partner;
     };
 
     std::vector<uint32> pass(const std::vector<uint32>& entries)
@@ -125,61 +119,23 @@ private:
         return c == c ? std::pair(false, c) : std::pair(true, 0.0f);
     }
 
+    /// Of several pairs of one score the first one counts, by the first and then the second of the pair.
     void integrateSubset(std::vector<uint32>& nodes, std::size_t target)
     {
-        if (nodes.size() <= target) return;
-        _rows.clear();
-        for (const uint32 n : nodes) _rows.push_back({n, 0, 0});
-        calculateIntegratingScores();
-        for (std::size_t live = nodes.size(); live > target; --live) mergeBest();
-        nodes.clear();
-        for (const Row& row : _rows)
-            if (row.node != noIndex) nodes.push_back(row.node);
-    }
-
-    void mergeBest()
-    {
-        std::vector<uint32> live;
-        for (uint32 r = 0; r < _rows.size(); ++r)
-            if (_rows[r].node != noIndex) live.push_back(r);
-        uint32 best = live[0], partner = live[1];  // where nothing scores
-        float bestScore = -farValue;
-        for (const uint32 r : live)
-            if (_rows[r].score > bestScore) bestScore = _rows[best = r].score, partner = _rows[r].partner;
-        const uint32 a = _rows[best].node, b = _rows[partner].node;
-        _work.push_back({unionOf(_work[a].box, _work[b].box), 0, a, b});
-        std::vector<uint32> orphans;
-        for (const uint32 r : live)
-            if (_rows[r].partner == best || _rows[r].partner == partner) orphans.push_back(r);
-        _rows[best].node = _rows[partner].node = noIndex;
-        const auto fresh = static_cast<uint32>(_rows.size());
-        _rows.push_back({static_cast<uint32>(_work.size() - 1), 0, 0});
-        calculateIntegratingScore(fresh);
-        for (const uint32 r : orphans)
-            if (_rows[r].node != noIndex) calculateIntegratingScore(r);
-        for (const uint32 r : live)
-            if (_rows[r].node != noIndex) maximizeIntegratingScore(r, fresh);
-    }
-
-    void calculateIntegratingScores()
-    {
-        for (Row& row : _rows) row = {row.node, -farValue, noIndex};
-        for (uint32 i = 0; i < _rows.size(); ++i)
-            for (uint32 j = 0; j < i; ++j) maximizeIntegratingScore(i, j);
-    }
-
-    void calculateIntegratingScore(uint32 k)
-    {
-        _rows[k] = {_rows[k].node, -farValue, noIndex};
-        for (uint32 r = 0; r < _rows.size(); ++r)
-            if (r != k && _rows[r].node != noIndex) maximizeIntegratingScore(k, r);
-    }
-
-    void maximizeIntegratingScore(uint32 a, uint32 b)
-    {
-        const float s = score(_work[_rows[a].node].box, _work[_rows[b].node].box);
-        if (s > _rows[a].score) _rows[a] = {_rows[a].node, s, b};
-        if (s > _rows[b].score) _rows[b] = {_rows[b].node, s, a};
+        while (nodes.size() > target)
+        {
+            std::size_t first = 0, second = 1;  // where nothing scores
+            float best = -farValue;
+            for (std::size_t i = 0; i < nodes.size(); ++i)
+                for (std::size_t j = i + 1; j < nodes.size(); ++j)
+                    if (const float s = score(_work[nodes[i]].box, _work[nodes[j]].box); s > best)
+                        best = s, first = i, second = j;
+            const uint32 a = nodes[first], b = nodes[second];
+            nodes.erase(nodes.begin() + static_cast<std::ptrdiff_t>(second));
+            nodes.erase(nodes.begin() + static_cast<std::ptrdiff_t>(first));
+            nodes.push_back(static_cast<uint32>(_work.size()));
+            _work.push_back({unionOf(_work[a].box, _work[b].box), 0, a, b});
+        }
     }
 
     void writeAt(std::size_t place, uint32 n)
@@ -197,7 +153,6 @@ private:
     std::vector<WorkNode> _work;
     std::vector<uint32> _order;
     std::vector<BlockDesc> _blocks;
-    std::vector<Row> _rows;
     std::vector<Node> _nodes;
 };
 
