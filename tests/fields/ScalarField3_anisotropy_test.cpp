@@ -26,21 +26,15 @@ Field emptyField(uint32 x, uint32 y, uint32 z)
     return field;
 }
 
-/// The text with a # for each word that is a number of six decimals.
-std::string withoutNumbers(const std::string& text)
+/// The text with a # for each number of six decimals.
+std::string withoutNumbers(std::string text)
 {
-    std::string result, word;
-    for (const char c : text)
+    for (auto point = text.find('.'); point != std::string::npos; point = text.find('.'))
     {
-        word += c;
-        if (c != ' ' && c != '\n') continue;
-        const std::size_t point = word.find_first_not_of("0123456789");
-        const bool isNumber = point > 0 && word.size() - point == 8 && word[point] == '.' &&
-                              word.find_first_not_of("0123456789", point + 1) == word.size() - 1;
-        result += isNumber ? std::string{'#', c} : word;
-        word.clear();
+        const std::size_t begin = text.find_last_not_of("0123456789", point - 1) + 1;
+        text.replace(begin, point + 7 - begin, "#");
     }
-    return result + word;
+    return text;
 }
 
 /// Layers of particles 0.5 apart, shaken by up to a quarter of that, the top one around z = 0.

@@ -123,11 +123,9 @@ TEST(ScalarField3Operations, Arithmetic)
 TEST(ScalarField3Operations, Extremes)
 {
     float min, max, avg;
-    Field().findMinMaxAvg(min, max, avg);
-    EXPECT_EQ(min, 3.4028235e38f);
-    EXPECT_EQ(max, -3.4028235e38f);
-    EXPECT_EQ(avg, 0);
     Field field;
+    field.findMinMaxAvg(min, max, avg);
+    EXPECT_TRUE(min == 3.4028235e38f && max == -3.4028235e38f && avg == 0 && !field.doIHave_NaN());
     field.reset(1, 1, 21, 1.0);
     for (uint32 place = 0; place < field.size(); ++place)
     {
@@ -136,9 +134,7 @@ TEST(ScalarField3Operations, Extremes)
         field[(place + 5) % 21] = 4;
         field[(place + 9) % 21] = std::numeric_limits<float>::quiet_NaN();
         field.findMinMax(min, max);
-        EXPECT_EQ(min, -1) << place;
-        EXPECT_EQ(max, 4) << place;
-        EXPECT_TRUE(field.doIHave_NaN());
+        EXPECT_TRUE(min == -1 && max == 4 && field.doIHave_NaN()) << place;
     }
     field.set(2.0f);
     field[3] = 23;
@@ -147,7 +143,6 @@ TEST(ScalarField3Operations, Extremes)
     EXPECT_EQ(avg, 3);
     field[20] = std::numeric_limits<float>::infinity();
     EXPECT_TRUE(field.doIHave_NaN());
-    EXPECT_FALSE(Field().doIHave_NaN());
 }
 
 TEST(ScalarField3Operations, AddsAtAPointWhatEvaluationWouldRead)

@@ -37,6 +37,8 @@ TYPED_TEST(EveryScalarField, SizesReadsAndWrites)
     EXPECT_EQ(TypeParam::getMemoryUsagePrediction(2, 3, 4, 9), field.getMemoryUsage());
     field.setDefaultValue(5);
     field.set(1, 2, 3, 7);
+    field.set(0, 5);
+    EXPECT_EQ(field.get(uint64{0}), 5);
     EXPECT_EQ(field.inc(0, 0, 1), 6);
     EXPECT_EQ(field.dec(0, 0, 0), 4);
     auto min = field.get(0), max = min, mean = min;

@@ -188,20 +188,15 @@ TEST(IsosurfaceExtractor3Clean, EveryPollCanCancelAndPollsFollowTheWork)
     IsosurfaceExtractor3::mcaClean(reference, 0.25);
     for (const uint32 threads : {1u, 3u})
     {
-        Mesh cleaned;
         const auto clean = [&](CancelCallback callback)
         {
+            Mesh cleaned;
             cleaned.copyAllFrom(mesh, true);
             const bool done = IsosurfaceExtractor3::mcaClean(cleaned, 0.25, threads, callback);
-            EXPECT_EQ(cleaned.trindexPos() == reference.trindexPos(), done);
-            EXPECT_EQ(cleaned.pos() == reference.pos(), done);
+            EXPECT_EQ(cleaned.trindexPos(), (done ? reference : mesh).trindexPos());
+            EXPECT_EQ(cleaned.pos(), (done ? reference : mesh).pos());
             return done;
         };
-        const auto isAsItWas = [&]
-        {
-            EXPECT_EQ(cleaned.pos(), mesh.pos());
-            EXPECT_EQ(cleaned.trindexPos(), mesh.trindexPos());
-        };
-        EXPECT_GT(test::stopAtPolls(5, clean, isAsItWas), 60);
+        EXPECT_GT(test::stopAtPolls(5, clean, [] {}), 60);
     }
 }

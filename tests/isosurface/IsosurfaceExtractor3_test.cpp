@@ -271,20 +271,16 @@ TEST(IsosurfaceExtractor3, EveryPollCanCancel)
     held.createCubePrimitive({{0, 0, 0}, {1, 1, 1}});
     for (uint32 threads : {1u, 3u})
     {
-        Mesh mesh;
-        Array<GridEdgeKey> edges;
         const auto extract = [&](CancelCallback callback)
         {
-            mesh = held;
-            edges = {{7, 7}};
-            return Extractor::extractMesh(field, mesh, 0.0f, 0, 0, 0, 0, 0, 0, edges, threads, callback,
-                                          true) > 0;
+            Mesh mesh(held);
+            Array<GridEdgeKey> edges{{7, 7}};
+            const auto faces =
+                Extractor::extractMesh(field, mesh, 0.0f, 0, 0, 0, 0, 0, 0, edges, threads, callback, true);
+            EXPECT_EQ(mesh.pos() == held.pos() && mesh.nor() == held.nor(), faces == 0);
+            EXPECT_EQ(mesh.trindexPos() == held.trindexPos() && edges.size() == 1, faces == 0);
+            return faces > 0;
         };
-        const auto isAsItWas = [&]
-        {
-            EXPECT_EQ(mesh.trindexPos(), held.trindexPos());
-            EXPECT_TRUE(mesh.pos() == held.pos() && mesh.nor() == held.nor() && edges.size() == 1);
-        };
-        EXPECT_GT(test::stopAtPolls(1000, extract, isAsItWas), 10);
+        EXPECT_GT(test::stopAtPolls(1000, extract, [] {}), 10);
     }
 }
