@@ -37,8 +37,8 @@ using namespace tavrix::detail;
 namespace
 {
 
-std::mt19937 random{17};
-float unit() { return static_cast<float>(random() % 100001) / 100000.0f; }
+std::mt19937 engine{17};
+float unit() { return static_cast<float>(engine() % 100001) / 100000.0f; }
 
 /// Calls splat(target) on a block of samples for rows of several lengths, and returns all samples.
 template <class Value, class Splat>

@@ -261,7 +261,6 @@ TEST(ScalarField3_SG, WritesMakeTheTilesThatHoldTheNode)
 TEST(ScalarField3_SG, SizesAreCheckedBeforeAnythingChanges)
 {
     Tiled field;
-    EXPECT_EQ(field.size() + field.getTileSize(), 0u);
     EXPECT_FALSE(field.evalSafe({0, 0, 0}).a);
     field.reset(10, 15, 7, 0.5, 8);
     EXPECT_EQ((Index3{field.getTileSizeX(), field.getTileSizeY(), field.getTileSizeZ()}), (Index3{2, 3, 1}));
@@ -290,15 +289,12 @@ TEST(ScalarField3_SG, SizesAreCheckedBeforeAnythingChanges)
 
 TEST(ScalarField3_SG, NeighboursAreMadeWhereAFeatureMayGrow)
 {
-    struct Case
-    {
-        Index3 node;
-        float threshold;
-        uint32 tiles;
-    };
-    for (const auto& [node, threshold, tiles] :
-         {Case{{10, 10, 10}, 1, 1}, Case{{13, 10, 10}, 1, 2}, Case{{13, 13, 10}, 1, 3},
-          Case{{13, 10, 10}, 2, 1}, Case{{6, 3, 3}, 1, 2}, Case{{20, 20, 20}, 1, 1}})
+    for (const auto& [node, threshold, tiles] : {std::tuple(Index3{10, 10, 10}, 1.0f, 1u),
+                                                 {{13, 10, 10}, 1, 2},
+                                                 {{13, 13, 10}, 1, 3},
+                                                 {{13, 10, 10}, 2, 1},
+                                                 {{6, 3, 3}, 1, 2},
+                                                 {{20, 20, 20}, 1, 1}})
     {
         Tiled field;
         field.reset(21, 21, 21, 1.0);
@@ -386,12 +382,12 @@ TEST(ScalarField3_SG, EveryPollCanCancelAsInDenseFields)
             if (isLarge && !std::string_view(setter.name).ends_with("distance")) continue;
             for (const bool isTiled : {false, true})
             {
-                Tiled tiled;
-                Dense dense;
-                Field& field = isTiled ? static_cast<Field&>(tiled) : dense;
+                Pair fields(60);
+                Field& field = *fields.both[isTiled];
                 const auto set = [&](CancelCallback callback)
                 {
-                    isTiled ? void(tiled = start.tiled) : void(dense = start.dense);
+                    fields.tiled = start.tiled;
+                    fields.dense = start.dense;
                     return setter.call(field, p, 1.0f, 2, callback);
                 };
                 const auto isLeft = [&]
@@ -400,7 +396,7 @@ TEST(ScalarField3_SG, EveryPollCanCancelAsInDenseFields)
                     field.findMinMax(min, max);
                     EXPECT_EQ(min, setter.carves ? 1.0f : 0.0f) << setter.name;
                     EXPECT_EQ(max, setter.carves ? 5.0f : 0.0f) << setter.name;
-                    EXPECT_EQ(tiled.getStoredTileSize(), isTiled && setter.carves ? 1u : 0u);
+                    EXPECT_EQ(fields.tiled.getStoredTileSize(), isTiled && !setter.carves ? 0u : 1u);
                 };
                 EXPECT_GE(test::stopAtPolls(6, set, isLeft), 2 + 3 * (isLarge && isTiled));
             }

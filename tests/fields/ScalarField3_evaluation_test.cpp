@@ -15,17 +15,15 @@ using Field = ScalarField3<double, double>;
 
 constexpr auto mode = TX_FIELD_EVAL_ASYMMETRIC;
 
-/// f = 1 + 2x - 3y + 4z + xyz, which trilinear interpolation reproduces inside each cell's edges.
-Field linearField()
+/// What trilinear interpolation reproduces inside each cell.
+double trilinear(const Vector3D& p) { return 1 + 2 * p.x - 3 * p.y + 4 * p.z + p.x * p.y * p.z; }
+
+Field trilinearField()
 {
     Field field;
     field.reset(4, 5, 6, Vector3D{0.5, 1.0, 0.25});
     field.moveTo({3, 2, 1});
-    for (uint32 m = 0; m < field.size(); ++m)
-    {
-        const Vector3D p = field.getPoint(m);
-        field[m] = 1 + 2 * p.x - 3 * p.y + 4 * p.z + p.x * p.y * p.z;
-    }
+    for (uint32 m = 0; m < field.size(); ++m) field[m] = trilinear(field.getPoint(m));
     return field;
 }
 
@@ -33,18 +31,17 @@ Field linearField()
 
 TEST(ScalarField3Evaluation, TrilinearIsExactOnTrilinearFields)
 {
-    const Field field = linearField();
+    const Field field = trilinearField();
     std::mt19937 random(1);
-    const auto between = [&](double a, double b)
-    { return a + (b - a) * (static_cast<double>(random()) / 4294967295.0); };
-    const Box3D& box = field.getBox();
+    std::uniform_real_distribution<double> unit(0, 1);
+    const Vector3D low = field.getBox().min, extent = field.getBox().max - low;
     for (int n = 0; n < 2000; ++n)
     {
-        const Vector3D p{between(box.min.x, box.max.x), between(box.min.y, box.max.y),
-                         between(box.min.z, box.max.z)};
+        const double x = unit(random), y = unit(random), z = unit(random);
+        const Vector3D p = low + Vector3D{x * extent.x, y * extent.y, z * extent.z};
         const auto found = field.evalSafe(p, mode);
         ASSERT_TRUE(found.a);
-        EXPECT_NEAR(found.b, 1 + 2 * p.x - 3 * p.y + 4 * p.z + p.x * p.y * p.z, 1e-9);
+        EXPECT_NEAR(found.b, trilinear(p), 1e-9);
         EXPECT_EQ(field.evalSafe(p, TX_FIELD_EVAL_SYMMETRIC), found);
         EXPECT_EQ(field.eval(p), found.b);
     }
@@ -52,7 +49,7 @@ TEST(ScalarField3Evaluation, TrilinearIsExactOnTrilinearFields)
 
 TEST(ScalarField3Evaluation, OutsideIsFar)
 {
-    const Field field = linearField();
+    const Field field = trilinearField();
     const double nan = std::numeric_limits<double>::quiet_NaN(),
                  inf = std::numeric_limits<double>::infinity();
     Vector3D below = field.getBox().min, above = field.getBox().max;

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cmath>
 
 #include <spatial/TestSolids.h>
@@ -9,8 +10,6 @@ using namespace tavrix;
 
 namespace
 {
-
-double volumeOfBall(double radius) { return 4.18879 * radius * radius * radius; }
 
 double volumeOf(const LevelSet& surface)
 {
@@ -23,19 +22,18 @@ double volumeOf(const LevelSet& surface)
 
 TEST(LevelSetSampling, SolidsGrowShrinkAndBecomeHollow)
 {
-    struct Case
-    {
-        double offset, wall, outer, inner;
-    };
-    for (const Case& c : {Case{0, 0, 1, 0}, Case{0.3, 0, 1.3, 0}, Case{-0.3, 0, 0.7, 0},
-                          Case{0.1, 0.4, 1.1, 0.7}, Case{0.6, 0, 1.6, 0}})
+    for (const auto& [offset, wall, outer, inner] : {std::array{0.0, 0.0, 1.0, 0.0},
+                                                     {0.3, 0, 1.3, 0},
+                                                     {-0.3, 0, 0.7, 0},
+                                                     {0.1, 0.4, 1.1, 0.7},
+                                                     {0.6, 0, 1.6, 0}})
         for (const bool isMesh : {true, false})
         {
             const double spacing = 0.05;
             const LevelSetPlan plan =
-                planLevelSet({{-1, -1, -1}, {1, 1, 1}}, LevelSetExtent::forOffset(spacing, c.offset, c.wall));
+                planLevelSet({{-1, -1, -1}, {1, 1, 1}}, LevelSetExtent::forOffset(spacing, offset, wall));
             Mesh mesh = test::makeSphere({0, 0, 0}, 1, 30);
-            if (c.offset > 0) turnFaces(mesh);  // inside out as a whole
+            if (offset > 0) turnFaces(mesh);  // inside out as a whole
             LevelSet surface;
             bool wasTurned = false;
             const uint32 exact =
@@ -43,12 +41,12 @@ TEST(LevelSetSampling, SolidsGrowShrinkAndBecomeHollow)
                        : sampleParticles(surface, {{0, 0, 0}}, 1, plan, 2);
             EXPECT_GE(exact, 3u);
             EXPECT_LE(exact, 10u);
-            EXPECT_EQ(wasTurned, isMesh && c.offset > 0);
+            EXPECT_EQ(wasTurned, isMesh && offset > 0);
             EXPECT_EQ(surface.getField().size(), plan.grid.nodeCount());
-            EXPECT_GT(offsetOutwards(surface, c.offset), std::fabs(c.offset));  // as deep as the band is wide
-            if (c.wall > 0) { EXPECT_GT(hollowOut(surface, c.wall), c.wall); }
-            const double expected = volumeOfBall(c.outer) - volumeOfBall(c.inner);
-            EXPECT_NEAR(volumeOf(surface), expected, 0.04 * expected) << c.offset << ' ' << c.wall;
+            EXPECT_GT(offsetOutwards(surface, offset), std::fabs(offset));  // as deep as the band is wide
+            if (wall > 0) { EXPECT_GT(hollowOut(surface, wall), wall); }
+            const double expected = 4.18879 * (std::pow(outer, 3) - std::pow(inner, 3));
+            EXPECT_NEAR(volumeOf(surface), expected, 0.04 * expected) << offset << ' ' << wall;
 
             const LevelSet large = grownGrid(surface, 3);
             EXPECT_EQ(large.getField().sizeX(), surface.getField().sizeX() + 6);

@@ -68,28 +68,21 @@ TEST(IsosurfaceExtractor3Clean, PositionsMergeInOrderAndFacesFollow)
 
 TEST(IsosurfaceExtractor3Clean, GroupsCompareWithTheirFirstPosition)
 {
+    const auto expectMerged = [](const std::vector<Vector3D>& positions, double tolerance,
+                                 const Array<Vector3D>& merged, uint32 count)
+    {
+        Mesh mesh = meshOf(positions);
+        IsosurfaceExtractor3::mcaClean(mesh, tolerance);
+        EXPECT_EQ(mesh.getPosSize(), count);
+        for (uint32 n = 0; n < merged.size(); ++n) EXPECT_EQ(mesh.pos()[n], merged[n]);
+    };
+    // the middle one is within the tolerance of both others, which stay apart
+    expectMerged({{0.9, 0, 0}, {0, 0, 0}, {1.8, 0, 0}}, 1, {{0, 0, 0}, {1.8, 0, 0}}, 2);
     const double nan = std::numeric_limits<double>::quiet_NaN(), next = std::nextafter(3.0, 4.0);
-    const struct
-    {
-        std::vector<Vector3D> positions;
-        double tolerance;
-        uint32 merged;
-        Vector3D first;
-    } rows[] = {// the middle one is within the tolerance of both others, which stay apart
-                {{{0.9, 0, 0}, {0, 0, 0}, {1.8, 0, 0}}, 1, 2, {0, 0, 0}},
-                {{{1, 2, 3}, {1, 2, next}, {1, 2, 3}, {-0.0, 0, 0}, {0.0, 0, 0}}, 0, 3, {0, 0, 0}},
-                // what is no number never merges, and comes last
-                {{{nan, 0, 0}, {nan, 0, 0}, {1, 0, 0}, {1, 0, 0}}, 1e300, 3, {1, 0, 0}}};
-    for (const auto& row : rows)
-    {
-        Mesh mesh = meshOf(row.positions);
-        IsosurfaceExtractor3::mcaClean(mesh, row.tolerance);
-        EXPECT_EQ(mesh.getPosSize(), row.merged);
-        EXPECT_EQ(mesh.pos()[0], row.first);
-    }
-    Mesh empty;
-    IsosurfaceExtractor3::mcaClean(empty, 1.0);
-    EXPECT_TRUE(empty.isEmpty());
+    expectMerged({{1, 2, 3}, {1, 2, next}, {1, 2, 3}, {-0.0, 0, 0}, {0.0, 0, 0}}, 0, {}, 3);
+    // what is no number never merges, and comes last
+    expectMerged({{nan, 0, 0}, {nan, 0, 0}, {1, 0, 0}, {1, 0, 0}}, 1e300, {{1, 0, 0}}, 3);
+    expectMerged({}, 1, {}, 0);
 }
 
 TEST(IsosurfaceExtractor3Clean, EveryThreadCountGivesOneAnswerOnClustersNearTheNodes)

@@ -12,22 +12,12 @@ namespace
 
 bool inside(uint32 cubeCase, uint32 corner) { return cubeCase >> corner & 1; }
 
-/// Whether both edges touch one face of the cell: their four corners agree in a coordinate.
+/// Whether both edges lie on one face of the cell: neither runs along its axis, and they lie on one side.
 bool onOneFace(uint32 e, uint32 f)
 {
-    const auto bit = [](uint32 corner, uint32 axis) -> uint32 {
-        return axis == 0   ? (corner & 3) == 1 || (corner & 3) == 2
-               : axis == 1 ? (corner & 3) >= 2
-                           : corner >= 4;
-    };
-    for (uint32 axis = 0; axis < 3; ++axis)
-    {
-        const uint32 side = bit(cellEdgeCorners[e][0], axis);
-        if (bit(cellEdgeCorners[e][1], axis) == side && bit(cellEdgeCorners[f][0], axis) == side &&
-            bit(cellEdgeCorners[f][1], axis) == side)
-            return true;
-    }
-    return false;
+    const CellEdge &a = cellEdges[e], &b = cellEdges[f];
+    return (a.axis != 0 && b.axis != 0 && a.dx == b.dx) || (a.axis != 1 && b.axis != 1 && a.dy == b.dy) ||
+           (a.axis != 2 && b.axis != 2 && a.dz == b.dz);
 }
 
 }  // namespace

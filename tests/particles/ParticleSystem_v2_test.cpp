@@ -51,6 +51,7 @@ public:
     }
 
     ParticleSystem_v2& system() { return _system; }
+    std::mt19937& random() { return _random; }
     uint32 pick(uint32 below) { return static_cast<uint32>(_random() % below); }
     float pickNumber() { return static_cast<float>(pick(60000)); }
     uint64 pickId() { return 1 + _random() % _idRange; }
@@ -220,26 +221,18 @@ private:
 
 void doSomething(Twin& twin)
 {
-    const struct
-    {
-        uint32 perMille;
-        void (*run)(Twin&);
-    } steps[] = {{300, [](Twin& t) { t.add(t.pickId()); }},
-                 {100, [](Twin& t) { t.addNext(); }},
-                 {300, [](Twin& t) { t.remove(t.pickHeld()); }},
-                 {50, [](Twin& t) { t.remove(t.pickId()); }},
-                 {100, [](Twin& t) { t.find(t.pickId()); }},
-                 {80, [](Twin& t) { t.change(t.pickHeld()); }},
-                 {50, [](Twin& t) { t.compact(); }},
-                 {8, [](Twin& t) { t.addChannel(); }},
-                 {10, [](Twin& t) { t.removeChannel(); }},
-                 {2, [](Twin& t) { t.clear(); }}};
-    uint32 choice = twin.pick(1000);
-    for (const auto& step : steps)
-    {
-        if (choice < step.perMille) return step.run(twin);
-        choice -= step.perMille;
-    }
+    void (*const steps[])(Twin&) = {[](Twin& t) { t.add(t.pickId()); },
+                                    [](Twin& t) { t.addNext(); },
+                                    [](Twin& t) { t.remove(t.pickHeld()); },
+                                    [](Twin& t) { t.remove(t.pickId()); },
+                                    [](Twin& t) { t.find(t.pickId()); },
+                                    [](Twin& t) { t.change(t.pickHeld()); },
+                                    [](Twin& t) { t.compact(); },
+                                    [](Twin& t) { t.addChannel(); },
+                                    [](Twin& t) { t.removeChannel(); },
+                                    [](Twin& t) { t.clear(); }};
+    std::discrete_distribution<std::size_t> choice{300, 100, 300, 50, 100, 80, 50, 8, 10, 2};
+    steps[choice(twin.random())](twin);
 }
 
 }  // namespace
@@ -289,7 +282,6 @@ TEST(ParticleSystem_v2, FillsChunksAndReusesReleasedEntries)
     for (uint32 i = 0; i < chunkCapacity; ++i) system.addParticle();
     system.addParticle();
     EXPECT_EQ(system.getChunkSize(0), chunkCapacity);
-    EXPECT_EQ(system.getChunkSize(1), 1u);
     EXPECT_EQ(system.getChunkSize(2), 0u);
     testing::internal::CaptureStdout();
     system.print();
@@ -316,8 +308,8 @@ TEST(ParticleSystem_v2, ChannelsKeepTheirIdsAndDefaults)
     ParticleSystem_v2 system;
     EXPECT_EQ(system.getChannelId("position"), 0u);
     EXPECT_EQ(system.getChannel(1)->getName(), "velocity");
-    EXPECT_EQ(system.addChannel("none", Type{}), noIndex);
-    EXPECT_EQ(system.addChannel("none", Type{13}), noIndex);
+    EXPECT_FALSE(ParticleSystem_v2::invalidChannel_.isValid());
+    for (const uint32 none : {0u, 13u}) EXPECT_EQ(system.addChannel("none", Type{none}), noIndex);
     const Particle_v2 before = system.addParticle();
     EXPECT_EQ(system.addChannel("position", Type::FLOAT), noIndex);
     EXPECT_EQ(system.addChannel("tint", Type::Color4F), 3u) << "the refused name consumed 2";
@@ -325,6 +317,7 @@ TEST(ParticleSystem_v2, ChannelsKeepTheirIdsAndDefaults)
     EXPECT_EQ(system.getChannel("none"), nullptr);
 
     EXPECT_EQ(before.getChannelValue_Color4F(3), (Color4F{0, 0, 0, 1}));
+    EXPECT_EQ(before.getChannelType(3), Type::Color4F);
     EXPECT_FALSE(before.getChannelValue_FLOAT(3, TX_SAFE{})) << "another type";
     EXPECT_FALSE(before.getChannelValue_FLOAT(2, TX_SAFE{})) << "a channel without values";
     EXPECT_FALSE(Particle_v2::dirty().getChannelValue_Vector3F(0, TX_SAFE{}));
@@ -353,7 +346,7 @@ TEST(ParticleSystem_v2, EveryTypeHasItsAccessorsAndTag)
         const T value __VA_ARGS__;                                                       \
         const uint32 id = system.addChannel(#suffix, Type::suffix);                      \
         EXPECT_EQ(ParticleChannel_v2::getType(metaClass_##tag), Type::suffix);           \
-        EXPECT_EQ(particle.getChannelType(id), Type::suffix);                            \
+        EXPECT_EQ(system.getChannelData(id)[0]->getData()->getType(), Type::suffix);     \
         EXPECT_TRUE(particle.setChannelValue(id, value)) << #suffix;                     \
         EXPECT_EQ(particle.getChannelValue_##suffix(id), value);                         \
         EXPECT_EQ(particle.getChannelValue_##suffix(id, TX_SAFE{}), Optional<T>(value)); \
@@ -479,7 +472,6 @@ TEST(ParticleSystem_v2, Measures)
     EXPECT_EQ(system.find(1).getVelocity(), (Vector3F{0, 1, 0}));
     EXPECT_EQ(system.getBbox(), (Box3F{{-1, 0, 0}, {3, 4, 0}})) << "as it was";
 
-    EXPECT_EQ(system.getMemoryUsage(), chunkCapacity * (sizeof(ParticleEntry) + 2 * sizeof(Vector3F)) + 12);
     system.getParticlesArray();
     system.addChannel("flag", Type::BOOL);
     EXPECT_EQ(system.getMemoryUsage(), chunkCapacity * (sizeof(ParticleEntry) + 2 * sizeof(Vector3F) + 1) +

@@ -35,28 +35,16 @@ std::size_t ignoredSize(int16 version)
            (version >= 5 ? 14u : 0u) + 28u;
 }
 
-Vector3F position(uint32 i) { return {static_cast<float>(i), -1.5f, 0.25f * static_cast<float>(i)}; }
-Vector3F velocity(uint32 i) { return {0.125f, static_cast<float>(i) + 0.5f, -3.0f}; }
-int32 identifier(uint32 i) { return i == 0 ? -1 : static_cast<int32>(i * 7 + 1); }
-
-std::string records(int16 version, uint32 count, char ignored = '\xEE')
-{
-    std::string bytes;
-    for (uint32 i = 0; i < count; ++i)
-        bytes += bytesOf(position(i)) + bytesOf(velocity(i)) + std::string(ignoredSize(version), ignored) +
-                 bytesOf(identifier(i));
-    return bytes;
-}
-
 ParticleSystem_v3 makeParticles(uint32 count)
 {
     Array<int64> ids(count);
     Array<Vector3F> positions(count), velocities(count);
     for (uint32 i = 0; i < count; ++i)
     {
-        ids[i] = identifier(i);
-        positions[i] = position(i);
-        velocities[i] = velocity(i);
+        const auto x = static_cast<float>(i);
+        ids[i] = i == 0 ? -1 : int64{i} * 7 + 1;
+        positions[i] = {x, -1.5f, 0.25f * x};
+        velocities[i] = {0.125f, x + 0.5f, -3.0f};
     }
     ParticleSystem_v3 particles;
     particles.setArrId(ids);
@@ -71,6 +59,17 @@ bool holdsFirst(const ParticleSystem_v3& particles, uint32 count)
     return particles.getArrId() == expected.getArrId() &&
            particles.getArrPosition() == expected.getArrPosition() &&
            particles.getArrVelocity() == expected.getArrVelocity();
+}
+
+std::string records(int16 version, uint32 count, char ignored = '\xEE')
+{
+    const ParticleSystem_v3 particles = makeParticles(count);
+    std::string bytes;
+    for (uint32 i = 0; i < count; ++i)
+        bytes += bytesOf(particles.getArrPosition()[i]) + bytesOf(particles.getArrVelocity()[i]) +
+                 std::string(ignoredSize(version), ignored) +
+                 bytesOf(static_cast<int32>(particles.getArrId()[i]));
+    return bytes;
 }
 
 }  // namespace
@@ -138,12 +137,12 @@ TEST(ParticleSystem_v3, SavesWhatItHas)
 {
     const TestFolder folder;
     ParticleSystem_v3 particles;
-    particles.setArrPosition(Array<Vector3F>(2, position(0)));
-    particles.setArrVelocity(Array<Vector3F>(1, velocity(1)));
+    particles.setArrPosition(Array<Vector3F>(2, Vector3F{1, 2, 3}));
+    particles.setArrVelocity({{4, 5, 6}});
     ASSERT_EQ(particles.save_BIN(folder.file("f"), 5), 0);
     ParticleSystem_v3 back;
     ASSERT_EQ(back.load_BIN(folder.file("f")), 2);
-    EXPECT_EQ(back.getArrVelocity(), (Array<Vector3F>{velocity(1), {0, 0, 0}}));
+    EXPECT_EQ(back.getArrVelocity(), (Array<Vector3F>{{4, 5, 6}, {0, 0, 0}}));
     EXPECT_EQ(back.getArrId(), (Array<int64>{0, 1}));
 
     particles.setArrId({int64{std::numeric_limits<int32>::max()} + 1});

@@ -64,31 +64,15 @@ std::vector<Box3F> makeBoxes(uint32 count, Kind kind, uint32 seed)
     return boxes;
 }
 
-Tree makeTree(const std::vector<Box3F>& boxes, uint32 threads = 1)
-{
-    Tree tree;
-    for (uint32 n = 0; n < boxes.size(); ++n) tree.add(boxes[n], n);
-    tree.integrate(threads);
-    return tree;
-}
-
-/// The position of the first node that differs, the number of nodes when none does.
-uint32 firstDifference(const Tree& tree, const PlainTree& plain)
-{
-    if (tree.size() != plain.nodes().size()) return 0;
-    uint32 n = 0;
-    while (n < tree.size() && tree.node(n).link == plain.nodes()[n].link &&
-           tree.node(n).box == plain.nodes()[n].box)
-        ++n;
-    return n;
-}
-
 /// Compares what one to three threads, by the seed, build.
 void expectThePlainTree(uint32 count, Kind kind, uint32 seed)
 {
     const std::vector<Box3F> boxes = makeBoxes(count, kind, seed);
-    const PlainTree plain(boxes);
-    EXPECT_EQ(firstDifference(makeTree(boxes, 1 + seed % 3), plain), plain.nodes().size())
+    Tree tree;
+    for (uint32 n = 0; n < count; ++n) tree.add(boxes[n], n);
+    tree.integrate(1 + seed % 3);
+    const auto isSame = [](const auto& a, const auto& b) { return a.link == b.link && a.box == b.box; };
+    EXPECT_TRUE(std::ranges::equal(tree.nodes(), PlainTree(boxes).nodes(), isSame))
         << count << " boxes of kind " << kind << ", seed " << seed;
 }
 
@@ -111,26 +95,25 @@ TEST(GeometryTree, KernelsGiveTheSameBytes)
     using detail::IntegratingRows;
     for (const Kind kind : {anywhere, onSmallGrid, infinite})
     {
-        IntegratingRows plain{}, wide{};
-        std::fill(plain.volume, plain.volume + IntegratingRows::capacity, std::nanf(""));
-        wide = plain;
-        for (const Box3F& box : makeBoxes(200, kind, 5))
-            for (IntegratingRows* rows : {&plain, &wide})
+        const auto scored = [&](auto* scoreLastRow, auto* rescore)
+        {
+            IntegratingRows rows{};
+            std::fill(rows.volume, rows.volume + IntegratingRows::capacity, std::nanf(""));
+            for (const Box3F& box : makeBoxes(200, kind, 5))
             {
                 for (uint32 axis = 0; axis < 3; ++axis)
                 {
-                    rows->min[axis][rows->count] = box.min[axis];
-                    rows->max[axis][rows->count] = box.max[axis];
+                    rows.min[axis][rows.count] = box.min[axis];
+                    rows.max[axis][rows.count] = box.max[axis];
                 }
-                rows->volume[rows->count++] = PlainTree::volume(box);
-                rows == &plain ? detail::plain::scoreLastRow(*rows) : detail::avx2::scoreLastRow(*rows);
+                rows.volume[rows.count++] = PlainTree::volume(box);
+                scoreLastRow(rows);
             }
-        EXPECT_EQ(std::memcmp(&plain, &wide, sizeof plain), 0) << kind;
-        for (const uint32 row : {0u, 31u, 199u})
-        {
-            detail::plain::rescore(plain, row);
-            detail::avx2::rescore(wide, row);
-        }
+            for (const uint32 row : {0u, 31u, 199u}) rescore(rows, row);
+            return rows;
+        };
+        const IntegratingRows plain = scored(detail::plain::scoreLastRow, detail::plain::rescore),
+                              wide = scored(detail::avx2::scoreLastRow, detail::avx2::rescore);
         EXPECT_EQ(std::memcmp(&plain, &wide, sizeof plain), 0) << kind;
         EXPECT_EQ(detail::plain::bestRow(plain), detail::avx2::bestRow(wide));
     }

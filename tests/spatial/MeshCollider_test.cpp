@@ -3,8 +3,10 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <functional>
 #include <random>
 
+#include <FailingAllocations.h>
 #include <mesh/TestMeshes.h>
 #include <spatial/TestSolids.h>
 #include <tavrix/spatial/detail/RayTriangle.h>
@@ -395,6 +397,33 @@ TEST(MeshCollider, IsMadeOfAnAseFile)
     EXPECT_FALSE(collider.create_ASE(folder.file("missing.ase")));
     EXPECT_EQ(collider.castRay({{0, 0, 9}, {0, 0, -1}})->face, 1u);
 }
+
+#if !defined(_WIN32)
+TEST(MeshCollider, AFailureLeavesNothingToBeFound)
+{
+    const Mesh terrain = makeTerrain(20);
+    MeshCollider large, small;
+    large.create(terrain);
+    small.create(makeTerrain(5));
+    const std::function<void(MeshCollider&)> fills[] = {
+        [&](MeshCollider& collider) { collider.create(terrain); },
+        [&](MeshCollider& collider) { collider = large; },
+    };
+    for (const auto& fill : fills)
+    {
+        int failures = 0;
+        for (bool failed = true; failed; ++failures)
+        {
+            ASSERT_LT(failures, 1000);
+            MeshCollider collider(small);
+            failed = failsAtAllocation(failures, [&] { fill(collider); });
+            EXPECT_EQ(collider.getTree().size(), failed ? 0u : large.getTree().size()) << failures;
+            EXPECT_EQ(collider.nearestPoint({0, 0, 0}).has_value(), !failed) << failures;
+        }
+        EXPECT_GT(failures, 10);
+    }
+}
+#endif
 
 }  // namespace
 

@@ -29,19 +29,19 @@ inline double cube(const Vector3D& p, double low, double high)
     return std::max({low - p.x, p.x - high, low - p.y, p.y - high, low - p.z, p.z - high});
 }
 
-/// The surface that the point goes over as both angles run through count steps, along `v` in full turns or
-/// from pole to pole.
-template <class Point>
-Mesh makeTurned(uint32 count, bool isFullTurn, const Point& point)
+/// A circle of radius r, turned about the z axis at the distance R: the whole circle, or the half of it that
+/// goes from pole to pole.
+inline Mesh makeTurned(const Vector3D& center, double R, double r, uint32 count, bool isWhole)
 {
     const double pi = std::acos(-1.0);
     Mesh mesh;
-    const uint32 steps = isFullTurn ? count : count - 1;
+    const uint32 steps = isWhole ? count : count - 1;
     for (uint32 u = 0; u < count; ++u)
         for (uint32 v = 0; v < count; ++v)
         {
-            const double b = isFullTurn ? 2 * pi * v / count : pi * v / steps - pi / 2;
-            mesh.refPos().push_back(point(2 * pi * u / count, b));
+            const double a = 2 * pi * u / count, b = isWhole ? 2 * pi * v / count : pi * v / steps - pi / 2;
+            const double rho = R + r * std::cos(b);
+            mesh.refPos().push_back(center + Vector3D{rho * std::cos(a), rho * std::sin(a), r * std::sin(b)});
             if (v == steps) continue;
             const uint32 u1 = (u + 1) % count, v1 = (v + 1) % count;
             mesh.refTrindexPos().push_back({u * count + v, u1 * count + v, u1 * count + v1});
@@ -50,24 +50,16 @@ Mesh makeTurned(uint32 count, bool isFullTurn, const Point& point)
     return mesh;
 }
 
-/// About the z axis; faces outwards where R > r.
+/// Faces outwards where R > r.
 inline Mesh makeTorus(double R, double r, uint32 count = 48)
 {
-    const auto point = [=](double a, double b)
-    {
-        const double rho = R + r * std::cos(b);
-        return Vector3D{rho * std::cos(a), rho * std::sin(a), r * std::sin(b)};
-    };
-    return makeTurned(count, true, point);
+    return makeTurned({0, 0, 0}, R, r, count, true);
 }
 
 /// Its poles are many corners at one place.
 inline Mesh makeSphere(const Vector3D& center, double radius, uint32 count = 48)
 {
-    const auto point = [=](double a, double b) {
-        return center + Vector3D{std::cos(b) * std::cos(a), std::cos(b) * std::sin(a), std::sin(b)} * radius;
-    };
-    return makeTurned(count, false, point);
+    return makeTurned(center, 0, radius, count, false);
 }
 
 inline Mesh makeCube(double low, double high, const Vector3D& by = {0, 0, 0})
