@@ -261,7 +261,6 @@ TEST(ScalarField3_SG, WritesMakeTheTilesThatHoldTheNode)
 TEST(ScalarField3_SG, SizesAreCheckedBeforeAnythingChanges)
 {
     Tiled field;
-    EXPECT_FALSE(field.evalSafe({0, 0, 0}).a);
     field.reset(10, 15, 7, 0.5, 8);
     EXPECT_EQ((Index3{field.getTileSizeX(), field.getTileSizeY(), field.getTileSizeZ()}), (Index3{2, 3, 1}));
     EXPECT_EQ(field.getTileGrid().tiles.box.max, (Vector3D{1.75, 3.5, 0}));

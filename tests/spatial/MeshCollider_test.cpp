@@ -6,12 +6,15 @@
 #include <functional>
 #include <random>
 
-#include <FailingAllocations.h>
 #include <mesh/TestMeshes.h>
 #include <spatial/TestSolids.h>
 #include <tavrix/spatial/detail/RayTriangle.h>
 #include <tavrix/spatial/detail/TriangleNearest.h>
 #include <TestFolder.h>
+
+#if !defined(_WIN32)
+#include <FailingAllocations.h>
+#endif
 
 namespace tavrix
 {
