@@ -76,7 +76,6 @@ std::vector<double> bruteForce(const ParticleSetter<Value, Coord>& setter,
 template <class Value, class Coord>
 std::vector<ParticleSetter<Value, Coord>> particleSetters()
 {
-    using Field = ScalarField3_base<Value, Coord>;
     const auto distance = [](const Particles& p, uint32 n, const Vector3D& d)
     {
         const float r = p.radii[n], t = 1 - 0.25f * static_cast<float>(dot(d, d)) / (r * r);
@@ -102,57 +101,52 @@ std::vector<ParticleSetter<Value, Coord>> particleSetters()
         const double along = dot(convert<double>(p.normals[n]), d), reach = 2 * double{p.radii[n]};
         return bump(p.weights[n], (dot(d, d) + 3 * along * along) / (reach * reach));
     };
-    using Positions = Array<Vector3F>;
-    using Numbers = Array<float>;
-    using Call = decltype(ParticleSetter<Value, Coord>::call);
-    const auto plain =
-        [](bool (Field::*set)(const Positions&, const Numbers&, float, uint32, CancelCallback)) -> Call
-    {
-        return [=](Field& f, const Particles& p, float margin, uint32 threads, CancelCallback callback)
-        { return (f.*set)(p.positions, p.radii, margin, threads, callback); };
+    // where no numbers of its own follow, a call passes on the margin, the thread count and the callback
+    return {
+        {"distance", false, false,
+         [](auto& f, auto& p, auto... rest) { return f.setDistanceField(p.positions, p.radii, rest...); },
+         distance},
+        {"metaballs", false, true,
+         [](auto& f, auto& p, float margin, auto... rest)
+         { return f.setMetaballField(p.positions, p.radii, margin, 30, rest...); },
+         metaball},
+        {"weighted", false, false,
+         [](auto& f, auto& p, float margin, auto... rest)
+         { return f.setWeigthDistanceField(p.positions, p.radii, p.weights, margin, 1.5f, rest...); },
+         weighted},
+        {"capped", false, false,
+         [](auto& f, auto& p, float margin, auto... rest) {
+             return f.setWeigthDistanceField(p.positions, p.radii, p.weights, margin, 1.5f, 0.5f, 0.3,
+                                             rest...);
+         },
+         capped},
+        {"weighted sum", false, true,
+         [](auto& f, auto& p, float margin, auto... rest)
+         { return f.setWeigthDistanceField_v2(p.positions, p.radii, p.weights, margin, 1.5f, rest...); },
+         weighted},
+        {"flattened", false, false,
+         [](auto& f, auto& p, auto... rest)
+         { return f.setWeigthNormalDistanceField(p.positions, p.radii, p.normals, p.weights, rest...); },
+         flattened},
+        {"anisotropic", false, true,
+         [](auto& f, auto& p, float margin, auto... rest)
+         { return f.setAnisotropyDistanceField(p.positions, p.radii, margin, {}, rest...); },
+         nullptr},
+        {"carved distance", true, false,
+         [](auto& f, auto& p, auto... rest)
+         { return f.setSubtractiveDistanceField(p.positions, p.radii, rest...); },
+         distance},
+        {"carved metaballs", true, true,
+         [](auto& f, auto& p, float margin, auto... rest)
+         { return f.setSubtractiveMetaballField(p.positions, p.radii, margin, 30, rest...); },
+         metaball},
+        {"carved weighted", true, false,
+         [](auto& f, auto& p, float margin, auto... rest) {
+             return f.setSubtractiveWeigthDistanceField(p.positions, p.radii, p.weights, margin, 1.5f,
+                                                        rest...);
+         },
+         weighted},
     };
-    const auto influenced =
-        [](bool (Field::*set)(const Positions&, const Numbers&, float, float, uint32, CancelCallback)) -> Call
-    {
-        return [=](Field& f, const Particles& p, float margin, uint32 threads, CancelCallback callback)
-        { return (f.*set)(p.positions, p.radii, margin, 30, threads, callback); };
-    };
-    const auto weighing = [](bool (Field::*set)(const Positions&, const Numbers&, const Numbers&, float,
-                                                float, uint32, CancelCallback)) -> Call
-    {
-        return [=](Field& f, const Particles& p, float margin, uint32 threads, CancelCallback callback)
-        { return (f.*set)(p.positions, p.radii, p.weights, margin, 1.5f, threads, callback); };
-    };
-    const Call capping =
-        [](Field& f, const Particles& p, float margin, uint32 threads, CancelCallback callback)
-    {
-        return f.setWeigthDistanceField(p.positions, p.radii, p.weights, margin, 1.5f, 0.5f, 0.3, threads,
-                                        callback);
-    };
-    const Call flattening =
-        [](Field& f, const Particles& p, float margin, uint32 threads, CancelCallback callback)
-    {
-        return f.setWeigthNormalDistanceField(p.positions, p.radii, p.normals, p.weights, margin, threads,
-                                              callback);
-    };
-    const Call anisotropic =
-        [](Field& f, const Particles& p, float margin, uint32 threads, CancelCallback callback)
-    { return f.setAnisotropyDistanceField(p.positions, p.radii, margin, {}, threads, callback); };
-    return {{"distance", false, false, plain(&Field::setDistanceField), distance},
-            {"metaballs", false, true, influenced(&Field::setMetaballField), metaball},
-            {"weighted", false, false, weighing(&Field::setWeigthDistanceField), weighted},
-            {"capped", false, false, capping, capped},
-            {"weighted sum", false, true, weighing(&Field::setWeigthDistanceField_v2), weighted},
-            {"flattened", false, false, flattening, flattened},
-            {"anisotropic", false, true, anisotropic, nullptr},
-            {"carved distance", true, false, plain(&Field::setSubtractiveDistanceField), distance},
-            {"carved metaballs", true, true, influenced(&Field::setSubtractiveMetaballField), metaball},
-            {"carved weighted", true, false, weighing(&Field::setSubtractiveWeigthDistanceField), weighted}};
 }
-
-/// Callbacks that count polls: to the last one, and down to the one that stops.
-inline int polls = 0;
-inline int countUp() { return ++polls, 0; }
-inline int countDown() { return polls-- <= 0 ? 1 : 0; }
 
 }  // namespace tavrix

@@ -2,10 +2,12 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <functional>
 #include <random>
 #include <vector>
 
+#include <Polls.h>
 #include <tavrix/fields/ScalarField3.h>
 #include <tavrix/fields/Vector3Field3.h>
 #include "ParticleSetters.h"
@@ -47,7 +49,11 @@ public:
     {
         set(this->_grid.getMonoindex(node.a, node.b, node.c), value);
     }
-    void set(uint32 monoindex, Value value) override { _samples[monoindex] = value; }
+    void set(uint32 monoindex, Value value) override
+    {
+        _samples[monoindex] = value;
+        this->_flags |= Base::flagChanged;
+    }
     Value getDefaultValue() const override { return 0; }
     void setDefaultValue(Value value) override { set(value); }
 
@@ -92,26 +98,35 @@ Particles clouds(uint32 count, const Vector3F& corner)
     return p;
 }
 
-template <class F>
+/// A tiled and a dense field of one size, and both as what they have in common.
+struct Pair
+{
+    Dense dense;
+    Tiled tiled;
+    Field* both[2] = {&dense, &tiled};
+
+    Pair(const Pair&) = delete;
+    explicit Pair(uint32 size)
+    {
+        for (Field* field : both) field->reset_XYZ(size, size, size, 0.125);
+    }
+};
+
+template <class T>
 class EveryTiledField : public testing::Test
 {
 };
-template <class V, class C>
-struct Types
-{
-    using Value = V;
-    using Coord = C;
-};
-using Instantiations = testing::Types<Types<float, double>, Types<double, float>, Types<uint8, float>,
-                                      Types<int32, double>, Types<uint64, float>>;
+using Instantiations =
+    testing::Types<std::pair<float, double>, std::pair<double, float>, std::pair<uint8, float>,
+                   std::pair<int32, double>, std::pair<uint64, float>>;
 TYPED_TEST_SUITE(EveryTiledField, Instantiations);
 
 }  // namespace
 
 TYPED_TEST(EveryTiledField, EveryOperationAgreesWithADenseField)
 {
-    using Value = typename TypeParam::Value;
-    using Coord = typename TypeParam::Coord;
+    using Value = typename TypeParam::first_type;
+    using Coord = typename TypeParam::second_type;
     using Base = ScalarField3_base<Value, Coord>;
     for (const uint32 edge : {2u, 3u, 8u, 40u})
     {
@@ -126,234 +141,128 @@ TYPED_TEST(EveryTiledField, EveryOperationAgreesWithADenseField)
         dense.setZero();
         other = tiled;
         otherDense = dense;
-        for (uint32 step = 0; step < 400; ++step)
+        Base* const fields[] = {&tiled, &dense, &host};
+        const Base* const others[] = {&other, &otherDense, &otherTiles, &dense};
+        uint32 m = 0, tile = 0;
+        Value v = 0;
+        Index3 n;
+        const auto all = [&](auto change)
         {
-            const auto m = static_cast<uint32>(random() % tiled.size());
-            const auto v = static_cast<Value>(random() % 7);
-            const Index3 n = tiled.getIndexes(m);
-            const auto tile = static_cast<uint32>(random() % tiled.getTileSize());
-            const auto all = [&](auto change)
+            for (Base* field : fields)
             {
-                for (Base* field :
-                     {static_cast<Base*>(&tiled), static_cast<Base*>(&dense), static_cast<Base*>(&host)})
-                    change(*field);
-            };
-            const Base* const others[] = {&other, &otherDense, &otherTiles, &dense};
-            const Base& any = *others[m % 4];
-            switch (random() % 24)
-            {
-                case 0:
-                    tiled.createTile(tile);
-                    break;
-                case 1:
-                    tiled.refTile_alloc(tile);
-                    break;
-                case 2:
-                    tiled.adjustCoarse_b3b();
-                    break;
-                case 3:
-                    tiled.createNeighborTiles_ifValuesAtBoundaryLarger(v);
-                    break;
-                case 4:
-                    all([&](Base& f) { f.add(v); });
-                    break;
-                case 5:
-                    other = tiled, otherDense = dense;
-                    break;
-                case 6:
-                    otherTiles.copyScalars(tiled);
-                    break;
-                case 7:
-                    if (random() % 4 == 0) all([&](Base& f) { f.setDefaultValue(v); });
-                    break;
-                case 8:
-                    tiled.copyScalars(dense);
-                    break;
-                case 9:
-                    all(
-                        [&](Base& f)
-                        {
-                            const Value now = f.inc(n.a, n.b, n.c);
-                            EXPECT_EQ(f.get(m), now);
-                        });
-                    break;
-                case 10:
-                    all(
-                        [&](Base& f)
-                        {
-                            const Value now = f.dec(n.a, n.b, n.c);
-                            EXPECT_EQ(f.get(n.a, n.b, n.c), now);
-                        });
-                    break;
-                case 11:
-                    EXPECT_TRUE(tiled.add(any, Value(0.3)) && host.add(any, Value(0.3)));
-                    EXPECT_TRUE(dense.add(any, Value(0.3)));
-                    break;
-                case 12:
-                    EXPECT_TRUE(tiled.sub(any) && host.sub(any) && dense.sub(any));
-                    break;
-                case 13:
-                    all([](Base& f) { f.multiply(Value(-0.7)); });
-                    break;
-                case 14:
-                    all([](Base& f) { f.abs(); });
-                    break;
-                case 15:
-                    all(
-                        [&](Base& f) {
-                            f.addValueToBoxContainingPoint(
-                                f.getPoint(n) + Vector3<Coord>{Coord(0.3), 0, Coord(0.1)}, v);
-                        });
-                    break;
-                case 16:
-                    all([&](Base& f) { f.add(m, v); });
-                    break;
-                case 17:
-                    EXPECT_TRUE(tiled.interpolate(any, tiled, 0.25) && host.interpolate(any, host, 0.25));
-                    EXPECT_TRUE(dense.interpolate(any, dense, 0.25));
-                    break;
-                default:
-                    for (uint32 near = m; near < std::min(m + 5, tiled.size()); ++near)
-                        all([&](Base& f) { f.set(near, v); });
+                field->refFlags() = 0;
+                change(*field);
+                EXPECT_EQ(field->getFlags(), Base::flagChanged);
             }
+        };
+        // with the dense field, which may be the other one, at last
+        const auto with = [&](auto change)
+        {
+            for (Base* field : {fields[0], fields[2], fields[1]}) EXPECT_TRUE(change(*field, *others[m % 4]));
+        };
+        const auto expectHeld = [&](const Base& f, Value now) { EXPECT_EQ(f.get(m), now); };
+        const std::function<void()> changes[] = {
+            [&] { tiled.createTile(tile); },
+            [&] { tiled.refTile_alloc(tile); },
+            [&] { tiled.adjustCoarse_b3b(); },
+            [&] { tiled.createNeighborTiles_ifValuesAtBoundaryLarger(v); },
+            [&] { tiled.copyScalars(dense); },
+            [&] { otherTiles.copyScalars(tiled); },
+            [&] { other = tiled, otherDense = dense; },
+            [&] { all([&](Base& f) { m % 4 ? f.set(m, v) : f.setDefaultValue(v); }); },
+            [&] { all([&](Base& f) { f.add(v); }); },
+            [&] { all([&](Base& f) { expectHeld(f, f.inc(n.a, n.b, n.c)); }); },
+            [&] { all([&](Base& f) { expectHeld(f, f.dec(n.a, n.b, n.c)); }); },
+            [&] { all([&](Base& f) { f.multiply(Value(-0.7)); }); },
+            [&] { all([&](Base& f) { f.abs(); }); },
+            [&] { all([&](Base& f) { f.add(m, v); }); },
+            [&] { all([&](Base& f) { f.add(n.a, n.b, n.c, v); }); },
+            [&]
+            {
+                const Vector3<Coord> point = dense.getPoint(n) * Coord(0.9);
+                all([&](Base& f) { f.addValueToBoxContainingPoint(point, v); });
+            },
+            [&] { with([](Base& f, const Base& o) { return f.add(o, Value(0.3)); }); },
+            [&] { with([](Base& f, const Base& o) { return f.sub(o); }); },
+            [&] { with([](Base& f, const Base& o) { return f.interpolate(o, f, 0.25); }); },
+        };
+        for (uint32 step = 0; step < 500; ++step)
+        {
+            m = static_cast<uint32>(random() % tiled.size());
+            v = static_cast<Value>(random() % 7);
+            n = tiled.getIndexes(m);
+            tile = static_cast<uint32>(random() % tiled.getTileSize());
+            if (random() % 4 != 0) changes[random() % std::size(changes)]();
+            for (uint32 near = m; near < std::min(m + 5, tiled.size()); ++near)
+                all([&](Base& f) { f.set(near, v); });
             if (step % 8 != 0) continue;
             ASSERT_NO_FATAL_FAILURE(expectSameSamples(tiled, dense)) << "step " << step;
             ASSERT_EQ(host.computeSignature_v1(), dense.computeSignature_v1()) << "step " << step;
             ASSERT_EQ(tiled.computeSignature_v2(), dense.computeSignature_v2()) << "step " << step;
         }
-        for (uint32 m = 0; m < tiled.size(); m += 11) EXPECT_EQ(tiled.get(m), dense.get(m));
-        Value found[3][3];
-        uint32 row = 0;
-        for (const Base* field :
-             {static_cast<Base*>(&dense), static_cast<Base*>(&tiled), static_cast<Base*>(&host)})
+        for (m = 0; m < tiled.size(); m += 11) EXPECT_EQ(tiled.get(m), dense.get(m));
+        std::array<Value, 3> expected, found;
+        dense.findMinMaxAvg(expected[0], expected[1], expected[2]);
+        for (Base* field : fields)
         {
-            auto& [min, max, avg] = found[row++];
-            field->findMinMaxAvg(min, max, avg);
+            field->findMinMaxAvg(found[0], found[1], found[2]);
+            EXPECT_EQ(found, expected);
             EXPECT_FALSE(field->doIHave_NaN());
+            if constexpr (!std::is_floating_point_v<Value>) continue;
+            field->set(3, 4, 5, std::numeric_limits<Value>::infinity());
+            EXPECT_TRUE(field->doIHave_NaN());
         }
-        for (const uint32 n : {0u, 1u, 2u})
-        {
-            EXPECT_EQ(found[1][n], found[0][n]);
-            EXPECT_EQ(found[2][n], found[0][n]);
-        }
-        if constexpr (std::is_floating_point_v<Value>)
-            for (Base* field : {static_cast<Base*>(&tiled), static_cast<Base*>(&host)})
-            {
-                field->set(3, 4, 5, std::numeric_limits<Value>::infinity());
-                EXPECT_TRUE(field->doIHave_NaN());
-            }
     }
 }
 
 TEST(ScalarField3_SG, FieldsOfOtherSizesAreLeftAlone)
 {
-    Dense dense, larger;
-    Tiled tiled, largerTiled;
+    Pair one(4), larger(40);
     HostField<float, double> host;
-    dense.reset(4, 5, 6, 1.0);
-    larger.reset(4, 5, 7, 1.0);
-    tiled.reset(4, 5, 6, 1.0);
-    largerTiled.reset(40, 5, 6, 1.0);
-    host.takeGrid(dense);
-    larger.set(7.0f);
-    largerTiled.set(7.0f);
-    for (Field* field :
-         {static_cast<Field*>(&dense), static_cast<Field*>(&tiled), static_cast<Field*>(&host)})
-        for (const Field* other : {static_cast<Field*>(&larger), static_cast<Field*>(&largerTiled)})
-            for (const bool swapped : {false, true})
+    host.takeGrid(one.dense);
+    for (Field* field : {one.both[0], one.both[1], static_cast<Field*>(&host)})
+        for (Field* other : larger.both)
+            for (const auto& [to, from] : {std::pair(field, other), std::pair(other, field)})
             {
-                Field& to = swapped ? const_cast<Field&>(*other) : *field;
-                const Field& from = swapped ? *field : *other;
-                to.set(3.0f);
-                to.refFlags() = 0;
-                EXPECT_FALSE(to.add(from, 2));
-                EXPECT_FALSE(to.sub(from));
-                EXPECT_FALSE(to.copyScalars(from));
-                EXPECT_FALSE(to.interpolate(from, to, 0.5));
-                EXPECT_FALSE(to.interpolate(to, from, 0.5));
+                from->set(7.0f);
+                to->set(3.0f);
+                to->refFlags() = 0;
+                EXPECT_FALSE(to->add(*from, 2) || to->sub(*from) || to->copyScalars(*from));
+                EXPECT_FALSE(to->interpolate(*from, *to, 0.5) || to->interpolate(*to, *from, 0.5));
+                to->moveTo({1, 2, 3});
                 float min, max;
-                to.findMinMax(min, max);
+                to->findMinMax(min, max);
                 EXPECT_EQ(min + max, 6.0f);
-                EXPECT_EQ(to.getFlags(), 0u);
+                EXPECT_EQ(to->getFlags(), 0u);
             }
-}
-
-TEST(ScalarField3_SG, WritesSetTheChangedBitAsInDenseFields)
-{
-    Dense dense;
-    Tiled tiled;
-    dense.reset(9, 9, 9, 1.0);
-    tiled.reset(9, 9, 9, 1.0);
-    const std::function<void(Field&)> changes[] = {[](Field& f) { f.set(3u, 1); },
-                                                   [](Field& f) { f.set(1, 2, 3, 1); },
-                                                   [](Field& f) { f.add(3, 1); },
-                                                   [](Field& f) { f.add(1, 2, 3, 1); },
-                                                   [](Field& f) { f.inc(1, 2, 3); },
-                                                   [](Field& f) {
-                                                       f.addValueToBoxContainingPoint({0, 0, 0}, 1);
-                                                   },
-                                                   [](Field& f) { f.setDefaultValue(1); },
-                                                   [](Field& f) { f.abs(); },
-                                                   [](Field& f)
-                                                   {
-                                                       f.copyScalars(Dense());
-                                                       f.moveTo({1, 2, 3});
-                                                   }};
-    for (Field* field : {static_cast<Field*>(&dense), static_cast<Field*>(&tiled)})
-        for (const auto& change : changes)
-        {
-            field->refFlags() = 0;
-            change(*field);
-            EXPECT_EQ(field->getFlags(), &change == std::end(changes) - 1 ? 0u : Field::flagChanged);
-        }
 }
 
 TEST(ScalarField3_SG, WritesMakeTheTilesThatHoldTheNode)
 {
-    struct Case
-    {
-        Index3 node;
-        std::vector<Index3> tiles;
-    };
-    for (const Case& c :
-         {Case{{0, 0, 0}, {{0, 0, 0}}}, Case{{6, 6, 6}, {{0, 0, 0}}}, Case{{7, 0, 0}, {{1, 0, 0}, {0, 0, 0}}},
-          Case{{7, 7, 3}, {{1, 1, 0}, {0, 1, 0}, {1, 0, 0}, {0, 0, 0}}},
-          Case{{7, 7, 7},
-               {{0, 0, 0}, {0, 0, 1}, {0, 1, 0}, {0, 1, 1}, {1, 0, 0}, {1, 0, 1}, {1, 1, 0}, {1, 1, 1}}}})
+    for (const auto& [node, tiles] :
+         {std::pair(Index3{0, 0, 0}, 1u), {{6, 6, 6}, 1}, {{7, 0, 0}, 2}, {{7, 7, 3}, 4}, {{7, 7, 7}, 8}})
         for (const bool adding : {false, true})
         {
-            Tiled field;
-            field.reset(10, 10, 10, 1.0, 8);
-            field.setDefaultValue(2);
-            EXPECT_EQ(field.getTileSize(), 8u);
-            EXPECT_EQ(field.getTile(0), nullptr);
-            EXPECT_EQ(field.getStoredTileSize(), 0u);
-            field.refFlags() = 0;
-            const auto [i, j, k] = c.node;
-            adding ? field.add(i, j, k, 3) : field.set(i, j, k, 5);
-            EXPECT_EQ(field.getFlags(), Tiled::flagChanged);
-            EXPECT_EQ(field.getStoredTileSize(), c.tiles.size());
-            for (const Index3& tile : c.tiles)
+            Pair pair(10);
+            for (Field* field : pair.both)
             {
-                const auto* values = field.getTile(field.getTileMonoindex(tile, INDEXES_TILE_SPACE));
-                ASSERT_TRUE(values);
-                const uint32 place = ((i - 7 * tile.a) * 8 + j - 7 * tile.b) * 8 + k - 7 * tile.c;
-                EXPECT_EQ((*values)[place], 5.0f);
+                field->setDefaultValue(2);
+                adding ? field->add(node.a, node.b, node.c, 3) : field->set(node, 5);
             }
-            EXPECT_EQ(
-                field.getTileMonoindex(i, j, k, INDEXES_GLOBAL_SPACE),
-                field.getTileMonoindex(field.getTileIndexes(field.getPoint(c.node)), INDEXES_TILE_SPACE));
+            EXPECT_EQ(pair.tiled.getTileSize(), 8u);
+            EXPECT_EQ(pair.tiled.getStoredTileSize(), tiles);
+            expectSameSamples(pair.tiled, pair.dense);
+            const Index3 tile = pair.tiled.getTileIndexes(pair.tiled.getPoint(node));
+            EXPECT_EQ(pair.tiled.getTileMonoindex(node.a, node.b, node.c, INDEXES_GLOBAL_SPACE),
+                      pair.tiled.getTileMonoindex(tile, INDEXES_TILE_SPACE));
         }
 }
 
 TEST(ScalarField3_SG, SizesAreCheckedBeforeAnythingChanges)
 {
     Tiled field;
-    EXPECT_EQ(field.size() + field.getTileSize(), 0u);
-    EXPECT_FALSE(field.evalSafe({0, 0, 0}).a);
     field.reset(10, 15, 7, 0.5, 8);
     EXPECT_EQ((Index3{field.getTileSizeX(), field.getTileSizeY(), field.getTileSizeZ()}), (Index3{2, 3, 1}));
-    EXPECT_EQ(field.getTileGrid().tiles.separation, (Vector3D{3.5, 3.5, 3.5}));
     EXPECT_EQ(field.getTileGrid().tiles.box.max, (Vector3D{1.75, 3.5, 0}));
     field.moveTo({1, 2, 3});
     EXPECT_EQ(field.getTileGrid().tiles.box.center(), (Vector3D{1, 2, 3}));
@@ -379,22 +288,20 @@ TEST(ScalarField3_SG, SizesAreCheckedBeforeAnythingChanges)
 
 TEST(ScalarField3_SG, NeighboursAreMadeWhereAFeatureMayGrow)
 {
-    struct Case
-    {
-        Index3 node;
-        float threshold;
-        uint32 tiles;
-    };
-    for (const Case& c : {Case{{10, 10, 10}, 1, 1}, Case{{13, 10, 10}, 1, 2}, Case{{13, 13, 10}, 1, 3},
-                          Case{{13, 10, 10}, 2, 1}, Case{{6, 3, 3}, 1, 2}, Case{{20, 20, 20}, 1, 1}})
+    for (const auto& [node, threshold, tiles] : {std::tuple(Index3{10, 10, 10}, 1.0f, 1u),
+                                                 {{13, 10, 10}, 1, 2},
+                                                 {{13, 13, 10}, 1, 3},
+                                                 {{13, 10, 10}, 2, 1},
+                                                 {{6, 3, 3}, 1, 2},
+                                                 {{20, 20, 20}, 1, 1}})
     {
         Tiled field;
         field.reset(21, 21, 21, 1.0);
-        field.set(c.node, 2);
-        field.createNeighborTiles_ifValuesAtBoundaryLarger(c.threshold);
-        EXPECT_EQ(field.getStoredTileSize(), c.tiles);
-        EXPECT_EQ(field.adjustCoarse_b3b(), c.tiles - 1);
-        EXPECT_EQ(field.get(c.node), 2.0f);
+        field.set(node, 2);
+        field.createNeighborTiles_ifValuesAtBoundaryLarger(threshold);
+        EXPECT_EQ(field.getStoredTileSize(), tiles);
+        EXPECT_EQ(field.adjustCoarse_b3b(), tiles - 1);
+        EXPECT_EQ(field.get(node), 2.0f);
     }
 }
 
@@ -405,36 +312,36 @@ TEST(ScalarField3_SG, ParticleFieldsEqualDenseOnes)
         for (const uint32 threads : {1u, 3u})
         {
             Dense dense;
-            Tiled tiled, once;
+            Tiled tiled;
+            HostField<float, double> host;
             dense.reset(131, 60, 37, 0.125);
             tiled.reset(131, 60, 37, 0.125, edge);
             tiled.set(77, 7, 7, 9);
+            host.takeGrid(dense);
             for (const auto& setter : particleSetters<float, double>())
             {
+                const auto expectEqual = [&](const Particles& p, float margin)
+                {
+                    ASSERT_TRUE(setter.call(dense, p, margin, threads, nullptr));
+                    ASSERT_TRUE(setter.call(tiled, p, margin, threads, nullptr));
+                    ASSERT_NO_FATAL_FAILURE(expectSameSamples(tiled, dense)) << setter.name;
+                };
                 if (setter.carves)
                 {
                     for (uint32 m = 0; m < dense.size(); m += 211) dense.set(m, 0.5f), tiled.set(m, 0.5f);
                     dense.add(0.25f);
                     tiled.add(0.25f);
                 }
-                ASSERT_TRUE(setter.call(dense, few, 0.6f, threads, nullptr));
-                ASSERT_TRUE(setter.call(tiled, few, 0.6f, threads, nullptr));
-                ASSERT_NO_FATAL_FAILURE(expectSameSamples(tiled, dense)) << setter.name;
-                once = tiled;
-                if (!setter.carves) { EXPECT_EQ(once.adjustCoarse_b3b(), 0u); }
-                if (edge != 8) continue;
-                HostField<float, double> host;
-                host.takeGrid(dense);
                 host.copyScalars(dense);
+                ASSERT_NO_FATAL_FAILURE(expectEqual(few, 0.6f));
+                if (!setter.carves) { EXPECT_EQ(Tiled(tiled).adjustCoarse_b3b(), 0u); }
+                if (edge != 8) continue;
                 ASSERT_TRUE(setter.call(host, few, 0.6f, threads, nullptr));
-                ASSERT_TRUE(setter.call(dense, few, 0.6f, threads, nullptr));
-                ASSERT_TRUE(setter.call(tiled, few, 0.6f, threads, nullptr));
                 ASSERT_EQ(host.computeSignature_v1(), dense.computeSignature_v1()) << setter.name;
-                if (std::string_view(setter.name) != "distance" && !(setter.sums && setter.carves)) continue;
                 // with loads that all workers share
-                ASSERT_TRUE(setter.call(dense, many, 0.3f, threads, nullptr));
-                ASSERT_TRUE(setter.call(tiled, many, 0.3f, threads, nullptr));
-                ASSERT_NO_FATAL_FAILURE(expectSameSamples(tiled, dense)) << setter.name;
+                const bool isOne =
+                    std::string_view(setter.name) == "distance" || (setter.sums && setter.carves);
+                if (isOne) { ASSERT_NO_FATAL_FAILURE(expectEqual(many, 0.3f)); }
             }
         }
 }
@@ -442,24 +349,18 @@ TEST(ScalarField3_SG, ParticleFieldsEqualDenseOnes)
 TEST(ScalarField3_SG, AMarginBelowZeroLeavesNothingOfAKernel)
 {
     const Particles p = clouds(20, {1, 1, 1});
-    Dense dense;
-    Tiled tiled;
-    dense.reset(30, 30, 30, 0.125);
-    tiled.reset(30, 30, 30, 0.125);
-    for (const float margin : {-0.3f, -0.32f, -0.4f, -2.0f, -1e30f, -INFINITY, NAN})
-        for (Field* field : {static_cast<Field*>(&dense), static_cast<Field*>(&tiled)})
+    Pair pair(30);
+    for (const float margin : {-0.3f, -0.32f, -2.0f, -1e30f, -INFINITY, NAN})
+        for (Field* field : pair.both)
             for (const uint32 threads : {1u, 40u})
-            {
-                field->set(1.0f);
-                EXPECT_TRUE(field->setSubtractiveDistanceField(p.positions, p.radii, margin, threads));
-                EXPECT_TRUE(field->setSubtractiveMetaballField(p.positions, p.radii, margin, 30, threads));
-                EXPECT_TRUE(field->setSubtractiveWeigthDistanceField(p.positions, p.radii, p.weights, margin,
-                                                                     2.0f, threads));
-                float min, max;
-                field->findMinMax(min, max);
-                if (margin <= -2) { EXPECT_EQ(min, 1.0f) << margin; }
-                EXPECT_TRUE(field->setDistanceField(p.positions, p.radii, margin, threads));
-            }
+                for (const auto& setter : particleSetters<float, double>())
+                {
+                    field->set(1.0f);
+                    EXPECT_TRUE(setter.call(*field, p, margin, threads, nullptr));
+                    float min, max;
+                    field->findMinMax(min, max);
+                    if (setter.carves && margin <= -2) { EXPECT_EQ(min, 1.0f) << margin; }
+                }
 }
 
 TEST(ScalarField3_SG, EveryPollCanCancelAsInDenseFields)
@@ -467,42 +368,36 @@ TEST(ScalarField3_SG, EveryPollCanCancelAsInDenseFields)
     const Particles small = clouds(200, {2, 2, 2});
     Particles large = small;  // each reaches all nodes, so that all workers splat a brick together
     large.radii = Array<float>(200, 5.0f);
-    Dense dense;
-    Tiled start;
-    start.reset(60, 60, 60, 0.125);
-    dense.reset(60, 60, 60, 0.125);
-    for (Field* field : {static_cast<Field*>(&dense), static_cast<Field*>(&start)})
+    Pair start(60);
+    for (Field* field : start.both)
     {
         field->setDefaultValue(1);
         field->set(4, 4, 4, 5);
     }
-    const Tiled startTiled = start;
-    const Dense startDense = dense;
     for (const auto& setter : particleSetters<float, double>())
         for (const bool isLarge : {false, true})
         {
-            if (isLarge && !std::string_view(setter.name).ends_with("distance")) continue;
             const Particles& p = isLarge ? large : small;
+            if (isLarge && !std::string_view(setter.name).ends_with("distance")) continue;
             for (const bool isTiled : {false, true})
             {
-                Field& field = isTiled ? static_cast<Field&>(start) : dense;
-                const auto restart = [&] { isTiled ? void(start = startTiled) : void(dense = startDense); };
-                restart();
-                polls = 0;
-                ASSERT_TRUE(setter.call(field, p, 1.0f, 2, countUp));
-                const int most = polls;
-                ASSERT_GE(most, 2 + 3 * (isLarge && isTiled));
-                for (int n = 0; n < most; n += 1 + most / 6)
+                Pair fields(60);
+                Field& field = *fields.both[isTiled];
+                const auto set = [&](CancelCallback callback)
                 {
-                    restart();
-                    polls = n;
-                    EXPECT_FALSE(setter.call(field, p, 1.0f, 2, countDown)) << setter.name;
+                    fields.tiled = start.tiled;
+                    fields.dense = start.dense;
+                    return setter.call(field, p, 1.0f, 2, callback);
+                };
+                const auto isLeft = [&]
+                {
                     float min, max;
                     field.findMinMax(min, max);
-                    EXPECT_EQ(min, setter.carves ? 1.0f : 0.0f);
-                    EXPECT_EQ(max, setter.carves ? 5.0f : 0.0f);
-                    EXPECT_EQ(start.getStoredTileSize() * isTiled, isTiled && setter.carves ? 1u : 0u);
-                }
+                    EXPECT_EQ(min, setter.carves ? 1.0f : 0.0f) << setter.name;
+                    EXPECT_EQ(max, setter.carves ? 5.0f : 0.0f) << setter.name;
+                    EXPECT_EQ(fields.tiled.getStoredTileSize(), isTiled && !setter.carves ? 0u : 1u);
+                };
+                EXPECT_GE(test::stopAtPolls(6, set, isLeft), 2 + 3 * (isLarge && isTiled));
             }
         }
 }
@@ -510,10 +405,8 @@ TEST(ScalarField3_SG, EveryPollCanCancelAsInDenseFields)
 TEST(ScalarField3_SG, EvaluationAndDerivativesEqualDenseOnes)
 {
     const Particles particles = clouds(100, {1, 1, 1});
-    Dense dense;
-    Tiled tiled;
-    dense.reset(40, 40, 40, 0.125);
-    tiled.reset(40, 40, 40, 0.125);
+    Pair pair(40);
+    auto& [dense, tiled, both] = pair;
     dense.setMetaballField(particles.positions, particles.radii, 0.6f, 30);
     tiled.copyScalars(dense);
     EXPECT_LT(tiled.getMemoryUsage(), dense.getMemoryUsage());

@@ -23,64 +23,32 @@ Field randomField(uint32 sizeX, uint32 sizeY, uint32 sizeZ, uint32 seed)
 }
 
 /// A diffusion step as it is defined, node by node.
-struct Diffusion
+Field diffused(const Field& source, bool isImplicit, float a, float d, float min, float max)
 {
-    float a, d, min, max;
-
-    float finish(float v) const
-    {
-        v = v - v * d;
-        return std::min(std::max(v, min), max);
-    }
-
-    template <class Use>
-    static void forEachNode(const Field& field, Use use)
-    {
-        for (uint32 m = 0; m < field.size(); ++m)
+    Field result(source);
+    const Field& from = isImplicit ? result : source;
+    for (int pass = 0; pass < (isImplicit ? 20 : 1); ++pass)
+        for (uint32 m = 0; m < source.size(); ++m)
         {
-            const Index3 n = field.getIndexes(m);
-            uint32 neighbours[6];
+            // the nodes before and behind on each axis, itself at the border
+            float low[3], high[3];
             for (uint32 axis = 0; axis < 3; ++axis)
             {
-                Index3 low = n, high = n;
-                if (n[axis] > 0) --low[axis];
-                if (n[axis] + 1 < field.getGrid().sizeAlong(axis)) ++high[axis];
-                neighbours[2 * axis] = field.getGrid().getMonoindex(low.a, low.b, low.c);
-                neighbours[2 * axis + 1] = field.getGrid().getMonoindex(high.a, high.b, high.c);
+                Index3 before = source.getIndexes(m), behind = before;
+                if (before[axis] > 0) --before[axis];
+                if (behind[axis] + 1 < source.getGrid().sizeAlong(axis)) ++behind[axis];
+                low[axis] = from.get(before);
+                high[axis] = from.get(behind);
             }
-            use(m, neighbours);
+            const float own = source[m], twice = 2 * own;
+            const float sum = ((low[0] + high[0]) + (low[1] + high[1])) + high[2] + low[2];
+            const float v = isImplicit ? (a * sum + own) / (6 * a + 1)
+                                       : own + a * ((high[0] + low[0] - twice) + (high[1] + low[1] - twice) +
+                                                    (high[2] + low[2] - twice));
+            result[m] = std::min(std::max(v - v * d, min), max);
         }
-    }
-
-    Field explicitStep(const Field& field) const
-    {
-        Field result(field);
-        forEachNode(field,
-                    [&](uint32 m, const uint32* n)
-                    {
-                        const float twice = 2 * field[m];
-                        result[m] = finish(field[m] + a * ((field[n[1]] + field[n[0]] - twice) +
-                                                           (field[n[3]] + field[n[2]] - twice) +
-                                                           (field[n[5]] + field[n[4]] - twice)));
-                    });
-        return result;
-    }
-
-    Field implicitStep(const Field& source) const
-    {
-        Field result(source);
-        for (int pass = 0; pass < 20; ++pass)
-            forEachNode(source,
-                        [&](uint32 m, const uint32* n)
-                        {
-                            const float sum =
-                                ((result[n[0]] + result[n[1]]) + (result[n[2]] + result[n[3]])) +
-                                result[n[5]] + result[n[4]];
-                            result[m] = finish((a * sum + source[m]) / (6 * a + 1));
-                        });
-        return result;
-    }
-};
+    return result;
+}
 
 }  // namespace
 
@@ -91,17 +59,19 @@ TEST(ScalarField3Operations, DiffusionIsTheDefinedOneForEveryThreadCount)
         const Field field = randomField(size.a, size.b, size.c, 3);
         constexpr float timeStep = 0.01f, dissipation = 2;
         const float diffusion = 0.1f / (timeStep * static_cast<float>(field.size()));
-        const Diffusion defined{timeStep * diffusion * static_cast<float>(field.size()),
-                                timeStep * dissipation, -9, 8};
-        const Field expected[2] = {defined.explicitStep(field), defined.implicitStep(field)};
-        for (const uint32 threads : {1u, 2u, 3u, 7u, 100u})
-            for (const auto mode : {Field::TX_FIELD_DIFFUSE_EXPLICIT, Field::TX_FIELD_DIFFUSE_IMPLICIT})
+        const float a = timeStep * diffusion * static_cast<float>(field.size());
+        for (const auto mode : {Field::TX_FIELD_DIFFUSE_EXPLICIT, Field::TX_FIELD_DIFFUSE_IMPLICIT})
+        {
+            const bool isImplicit = mode == Field::TX_FIELD_DIFFUSE_IMPLICIT;
+            const Field expected = diffused(field, isImplicit, a, timeStep * dissipation, -9, 8);
+            for (const uint32 threads : {1u, 2u, 3u, 7u, 100u})
             {
                 Field result(field);
                 result.diffuse_dissipate(timeStep, diffusion, dissipation, threads, mode, -9, 8);
-                EXPECT_EQ(result.getArrScalars(), expected[mode].getArrScalars())
+                EXPECT_EQ(result.getArrScalars(), expected.getArrScalars())
                     << size.a << " planes, mode " << mode << ", threads " << threads;
             }
+        }
     }
     Field field = randomField(3, 3, 3, 4);
     const Field before(field);
@@ -114,9 +84,7 @@ TEST(ScalarField3Operations, Arithmetic)
 {
     const Field a = randomField(5, 6, 7, 1), b = randomField(5, 6, 7, 2);
     Field sum(a), difference(a), product(a), absolute(a);
-    sum.refFlags() = 0;
     sum.add(b, 0.5f);
-    EXPECT_EQ(sum.getFlags(), Field::flagChanged);
     difference.sub(b);
     product.multiply(-3);
     absolute.abs();
@@ -132,11 +100,9 @@ TEST(ScalarField3Operations, Arithmetic)
 TEST(ScalarField3Operations, Extremes)
 {
     float min, max, avg;
-    Field().findMinMaxAvg(min, max, avg);
-    EXPECT_EQ(min, 3.4028235e38f);
-    EXPECT_EQ(max, -3.4028235e38f);
-    EXPECT_EQ(avg, 0);
     Field field;
+    field.findMinMaxAvg(min, max, avg);
+    EXPECT_TRUE(min == 3.4028235e38f && max == -3.4028235e38f && avg == 0 && !field.doIHave_NaN());
     field.reset(1, 1, 21, 1.0);
     for (uint32 place = 0; place < field.size(); ++place)
     {
@@ -145,9 +111,7 @@ TEST(ScalarField3Operations, Extremes)
         field[(place + 5) % 21] = 4;
         field[(place + 9) % 21] = std::numeric_limits<float>::quiet_NaN();
         field.findMinMax(min, max);
-        EXPECT_EQ(min, -1) << place;
-        EXPECT_EQ(max, 4) << place;
-        EXPECT_TRUE(field.doIHave_NaN());
+        EXPECT_TRUE(min == -1 && max == 4 && field.doIHave_NaN()) << place;
     }
     field.set(2.0f);
     field[3] = 23;
@@ -156,7 +120,6 @@ TEST(ScalarField3Operations, Extremes)
     EXPECT_EQ(avg, 3);
     field[20] = std::numeric_limits<float>::infinity();
     EXPECT_TRUE(field.doIHave_NaN());
-    EXPECT_FALSE(Field().doIHave_NaN());
 }
 
 TEST(ScalarField3Operations, AddsAtAPointWhatEvaluationWouldRead)

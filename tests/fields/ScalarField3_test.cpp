@@ -31,38 +31,26 @@ TYPED_TEST_SUITE(EveryScalarField, Instantiations);
 TYPED_TEST(EveryScalarField, SizesReadsAndWrites)
 {
     TypeParam field;
-    EXPECT_EQ(field.size(), 0u);
     EXPECT_EQ(field.getArrScalars().capacity(), 0u);
     field.reset(2, 3, 4, 1);
-    EXPECT_EQ(field.size(), 24u);
     EXPECT_EQ(field.getMemoryUsage(), 24 * sizeof(field.get(0u)));
     EXPECT_EQ(TypeParam::getMemoryUsagePrediction(2, 3, 4, 9), field.getMemoryUsage());
     field.setDefaultValue(5);
     field.set(1, 2, 3, 7);
-    EXPECT_EQ(field[23], 7);
-    EXPECT_EQ(field.get(Index3{1, 2, 3}), 7);
-    EXPECT_EQ(field.get(uint64{22}), 5);
     field.set(0, 5);
-    EXPECT_EQ(field.get(0), 5);
-    field.refFlags() = 0;
+    EXPECT_EQ(field.get(uint64{0}), 5);
     EXPECT_EQ(field.inc(0, 0, 1), 6);
     EXPECT_EQ(field.dec(0, 0, 0), 4);
-    EXPECT_EQ(field.getFlags(), TypeParam::flagChanged);
     auto min = field.get(0), max = min, mean = min;
     field.findMinMaxAvg(min, max, mean);
     EXPECT_EQ(min, 4);
     EXPECT_EQ(max, 7);
     EXPECT_NEAR(static_cast<double>(mean), 5, 0.2);  // (24 5 - 1 + 1 + 2) / 24
-    field.add(2);
-    EXPECT_EQ(field.get(0u), 6);
-    EXPECT_EQ(field.eval(Index3{0, 0, 1}).b, 8);
-
-    const TypeParam copy(field);
-    EXPECT_EQ(copy.getArrScalars(), field.getArrScalars());
+    EXPECT_EQ(field.eval(Index3{0, 0, 1}).b, 6);
     TypeParam target;
     target.reset(2, 3, 4, 1);
     target.setZero();
-    EXPECT_TRUE(target.interpolate(copy, target, 0.0));
+    EXPECT_TRUE(target.interpolate(TypeParam(field), target, 0.0));
     EXPECT_EQ(target.getArrScalars(), field.getArrScalars());
     field.reset(16, 16, 1, 1);  // a count that 8 bits do not hold
     field.set(201);
@@ -70,33 +58,32 @@ TYPED_TEST(EveryScalarField, SizesReadsAndWrites)
     EXPECT_EQ(mean, 201);
     field.reset_toZeroSize();
     EXPECT_EQ(field.getMemoryUsage(), 0u);
-    EXPECT_FALSE(field.evalSafe({0, 0, 0}).a);
 }
 
 TEST(ScalarField3, GridConventions)
 {
     Field field;
-    field.reset(3, 3, 3, 1.0);
-    EXPECT_EQ(field.getBox(), (Box3D{{-1, -1, -1}, {1, 1, 1}}));
     field.reset(3, 4, 5, Vector3D{1, 2, 0.5});
+    EXPECT_EQ(field.getBox(), (Box3D{{-1, -3, -1}, {1, 3, 1}}));
     EXPECT_EQ(field.getPointSeparation(), 2.0);
-    EXPECT_EQ(field.getIndexes(1), (Index3{0, 0, 1}));
-    EXPECT_EQ(field.getIndexes(5), (Index3{0, 1, 0}));
     for (uint32 m = 0; m < field.size(); ++m)
     {
-        const Index3 n = field.getIndexes(m);
+        const Index3 n{m / 20, m / 5 % 4, m % 5};
+        EXPECT_EQ(field.getIndexes(m), n);
         EXPECT_EQ(field.getGrid().getMonoindex(n.a, n.b, n.c), m);
     }
-    EXPECT_EQ(field.getPoint(2, 3, 4), field.getBox().max);
     EXPECT_EQ(field.getBox3Points().points[6], field.getBox().max);
     EXPECT_EQ(field.getBox3Points_ex().points[7], field.getBox().max);
     field.moveTo({10, 20, 30});
     EXPECT_EQ(field.getBox(), (Box3D{{9, 17, 29}, {11, 23, 31}}));
     field.move({1, 1, 1});
     EXPECT_EQ(field.getBox(), (Box3D{{10, 18, 30}, {12, 24, 32}}));
+    EXPECT_EQ(field.getGrid().getCell({10, 18, 30}), (Index3{0, 0, 0}));
+    EXPECT_EQ(field.getGrid().getCell({12, 24, 32}), (Index3{2, 3, 4}));
+    EXPECT_EQ(field.getGrid().getCell({9.99, 20, 31}), noCell);
+    EXPECT_EQ(field.getGrid().getCell({13.1, 20, 31}), noCell);
     field.reset(0, 3, 4, 1.0);
     EXPECT_EQ((Index3{field.sizeX(), field.sizeY(), field.sizeZ()}), (Index3{0, 3, 4}));
-    EXPECT_EQ(field.getPointSeparation(), 1.0);
     EXPECT_EQ(field.getBox(), (Box3D{{0, -1, -1.5}, {0, 1, 1.5}}));
     EXPECT_FALSE(field.evalSafe({0, 0, 0}).a);
 }
@@ -117,11 +104,7 @@ TEST(ScalarField3, NodesLieInsideWhereverTheGridIsMoved)
         EXPECT_EQ(field.getPoint(field.size() - 1), field.getBox().max);
         for (uint32 m = 0; m < field.size(); ++m) field[m] = static_cast<float>(m % 5);
         for (uint32 m = 0; m < field.size(); ++m)
-        {
-            const auto found = field.evalSafe(field.getPoint(m));
-            EXPECT_TRUE(found.a);
-            EXPECT_NEAR(found.b, field[m], 1e-5);
-        }
+            EXPECT_NEAR(field.evalSafe(field.getPoint(m)).b, field[m], 1e-5) << "far values outside";
     }
 }
 
@@ -131,11 +114,7 @@ TEST(ScalarField3, AlignsItsMinCornerTowardsZero)
     field.reset(5, 5, 5, 1.0);
     field.moveTo({-1.2 + 2, 0.3 + 2, 2.74 + 2});
     field.alignAbsolute(0.5);
-    const Vector3D& min = field.getBox().min;
-    EXPECT_NEAR(min.x, -1.0, 1e-12);
-    EXPECT_NEAR(min.y, 0.0, 1e-12);
-    EXPECT_NEAR(min.z, 2.5, 1e-12);
-    EXPECT_EQ(field.sizeX(), 5u);
+    EXPECT_LT(length(field.getBox().min - Vector3D{-1, 0, 2.5}), 1e-12);
 }
 
 TEST(ScalarField3, RefusesMoreNodesThanAnIndexHolds)

@@ -1,7 +1,9 @@
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cmath>
 
+#include <spatial/TestSolids.h>
 #include <tavrix/tavrix.h>
 
 #include "Polls.h"
@@ -10,17 +12,6 @@ using namespace tavrix;
 
 namespace
 {
-
-double volumeOfBall(double radius) { return 4.18879 * radius * radius * radius; }
-
-Mesh ball(double radius)
-{
-    SphereTriangulated<double> sphere(500, radius);
-    Mesh mesh;
-    mesh.refPos() = sphere.getArrPos();
-    mesh.refTrindexPos() = sphere.getArrTrindexPos();
-    return mesh;
-}
 
 double volumeOf(const LevelSet& surface)
 {
@@ -33,19 +24,18 @@ double volumeOf(const LevelSet& surface)
 
 TEST(LevelSetSampling, SolidsGrowShrinkAndBecomeHollow)
 {
-    struct Case
-    {
-        double offset, wall, outer, inner;
-    };
-    for (const Case& c : {Case{0, 0, 1, 0}, Case{0.3, 0, 1.3, 0}, Case{-0.3, 0, 0.7, 0},
-                          Case{0.1, 0.4, 1.1, 0.7}, Case{0.6, 0, 1.6, 0}})
+    for (const auto& [offset, wall, outer, inner] : {std::array{0.0, 0.0, 1.0, 0.0},
+                                                     {0.3, 0, 1.3, 0},
+                                                     {-0.3, 0, 0.7, 0},
+                                                     {0.1, 0.4, 1.1, 0.7},
+                                                     {0.6, 0, 1.6, 0}})
         for (const bool isMesh : {true, false})
         {
             const double spacing = 0.05;
             const LevelSetPlan plan =
-                planLevelSet({{-1, -1, -1}, {1, 1, 1}}, LevelSetExtent::forOffset(spacing, c.offset, c.wall));
-            Mesh mesh = ball(1);
-            if (c.offset > 0) turnFaces(mesh);  // inside out as a whole
+                planLevelSet({{-1, -1, -1}, {1, 1, 1}}, LevelSetExtent::forOffset(spacing, offset, wall));
+            Mesh mesh = test::makeSphere({0, 0, 0}, 1, 30);
+            if (offset > 0) turnFaces(mesh);  // inside out as a whole
             LevelSet surface;
             bool wasTurned = false;
             const uint32 exact =
@@ -53,30 +43,27 @@ TEST(LevelSetSampling, SolidsGrowShrinkAndBecomeHollow)
                        : sampleParticles(surface, {{0, 0, 0}}, 1, plan, 2);
             EXPECT_GE(exact, 3u);
             EXPECT_LE(exact, 10u);
-            EXPECT_EQ(wasTurned, isMesh && c.offset > 0);
+            EXPECT_EQ(wasTurned, isMesh && offset > 0);
             EXPECT_EQ(surface.getField().size(), plan.grid.nodeCount());
-            EXPECT_GT(offsetOutwards(surface, c.offset), std::fabs(c.offset));  // as deep as the band is wide
-            if (c.wall > 0) { EXPECT_GT(hollowOut(surface, c.wall), c.wall); }
-            const double expected = volumeOfBall(c.outer) - volumeOfBall(c.inner);
-            EXPECT_NEAR(volumeOf(surface), expected, 0.04 * expected) << c.offset << ' ' << c.wall;
+            EXPECT_GT(offsetOutwards(surface, offset), std::fabs(offset));  // as deep as the band is wide
+            if (wall > 0) { EXPECT_GT(hollowOut(surface, wall), wall); }
+            const double expected = 4.18879 * (std::pow(outer, 3) - std::pow(inner, 3));
+            EXPECT_NEAR(volumeOf(surface), expected, 0.04 * expected) << offset << ' ' << wall;
 
             const LevelSet large = grownGrid(surface, 3);
             EXPECT_EQ(large.getField().sizeX(), surface.getField().sizeX() + 6);
             EXPECT_NEAR(volumeOf(large), volumeOf(surface), 1e-3);
         }
-    int polls = 0;
-    static int* counted = &polls;
     LevelSet surface;
     const LevelSetPlan plan = planLevelSet({{-1, -1, -1}, {1, 1, 1}}, {0.1});
-    EXPECT_EQ(sampleMesh(surface, ball(1), plan, TX_IMPLICIT_SURFACE_SIGNED, 1, [] { return ++*counted; }),
-              0u);
+    const Mesh cube = test::makeCube(-0.5, 0.5);
+    EXPECT_EQ(sampleMesh(surface, cube, plan, TX_IMPLICIT_SURFACE_SIGNED, 1, [] { return 1; }), 0u);
     EXPECT_EQ(surface.getField().size(), 0u);
-    EXPECT_GT(polls, 0);
 }
 
 TEST(LevelSetSampling, EveryPollCanCancel)
 {
-    const Mesh mesh = ball(1);
+    const Mesh mesh = test::makeSphere({0, 0, 0}, 1, 30);
     Mesh open = mesh;
     open.refTrindexPos().resize(open.getFacesSize() - 1);
     ImplicitSurface3Regular<float> surface;

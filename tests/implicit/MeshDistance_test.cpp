@@ -2,12 +2,11 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <cmath>
 #include <limits>
 #include <random>
-#include <vector>
 
+#include <spatial/TestSolids.h>
 #include <tavrix/implicit/detail/MeshDistanceKernel.h>
 #include <tavrix/platform/detail/CpuFeatures.h>
 
@@ -18,28 +17,6 @@ namespace
 {
 
 using Grid = GridDescription3<double>;
-
-double distanceFromSegment(const Vector3D& p, const Vector3D& a, const Vector3D& b)
-{
-    const Vector3D e = b - a;
-    const double square = dot(e, e);
-    const double t = square > 0 ? std::clamp(dot(p - a, e) / square, 0.0, 1.0) : 0;
-    return length(p - (a + e * t));
-}
-
-/// The nearest of the edges or, where the foot on the plane has barycentric coordinates above 0, of the
-/// plane.
-double distanceFromFace(const Vector3D& p, const Vector3D& a, const Vector3D& b, const Vector3D& c)
-{
-    double nearest =
-        std::min({distanceFromSegment(p, a, b), distanceFromSegment(p, b, c), distanceFromSegment(p, c, a)});
-    const Vector3D n = cross(b - a, c - a);
-    const double square = dot(n, n), longest = std::max({length(b - a), length(c - b), length(a - c)});
-    if (std::sqrt(square) > 1e-9 * longest * longest && dot(cross(b - a, p - a), n) >= 0 &&
-        dot(cross(c - b, p - b), n) >= 0 && dot(cross(a - c, p - c), n) >= 0)
-        nearest = std::min(nearest, std::fabs(dot(p - a, n)) / std::sqrt(square));
-    return nearest;
-}
 
 void addFace(Mesh& mesh, const Vector3D& a, const Vector3D& b, const Vector3D& c)
 {
@@ -92,8 +69,8 @@ double largestError(const Mesh& mesh, const Grid& grid, T band)
         const Index3 n = grid.getIndexes(m);
         double nearest = band;
         for (const Index3& t : mesh.trindexPos())
-            nearest = std::min(nearest, distanceFromFace(grid.getPoint(n.a, n.b, n.c), mesh.pos()[t.a],
-                                                         mesh.pos()[t.b], mesh.pos()[t.c]));
+            nearest = std::min(nearest, test::distanceFromFace(grid.getPoint(n.a, n.b, n.c), mesh.pos()[t.a],
+                                                               mesh.pos()[t.b], mesh.pos()[t.c]));
         largest = std::max(largest, std::fabs(double{samples[m]} - nearest));
     }
     return largest;

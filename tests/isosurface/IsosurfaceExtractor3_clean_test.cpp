@@ -1,12 +1,13 @@
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cmath>
 #include <limits>
 #include <random>
+#include <set>
 #include <vector>
 
-#include "Polls.h"
-
+#include <Polls.h>
 #include <tavrix/isosurface/IsosurfaceExtractor3.h>
 #include <tavrix/mesh/MeshTopology.h>
 
@@ -28,80 +29,60 @@ Mesh meshOf(const std::vector<Vector3D>& positions)
 
 double whole(std::mt19937& random, uint32 limit) { return static_cast<double>(random() % limit); }
 
-bool farApart(double a, double b, double tolerance) { return std::fabs(a - b) > tolerance; }
-
-/// The merged positions by the plain definition; only for inputs on which the comparison is a strict weak
-/// ordering.
-std::vector<Vector3D> plainMerge(std::vector<Vector3D> positions, double tolerance)
-{
-    std::stable_sort(positions.begin(), positions.end(),
-                     [&](const Vector3D& a, const Vector3D& b)
-                     {
-                         for (uint32 axis = 0; axis < 3; ++axis)
-                             if (farApart(a[axis], b[axis], tolerance)) return a[axis] < b[axis];
-                         return false;
-                     });
-    std::vector<Vector3D> merged;
-    for (const Vector3D& p : positions)
-        if (merged.empty() || farApart(p.x, merged.back().x, tolerance) ||
-            farApart(p.y, merged.back().y, tolerance) || farApart(p.z, merged.back().z, tolerance))
-            merged.push_back(p);
-    return merged;
-}
-
 }  // namespace
 
-TEST(IsosurfaceExtractor3Clean, MergesAsThePlainDefinition)
+// With whole coordinates only equal positions are within the tolerance.
+TEST(IsosurfaceExtractor3Clean, PositionsMergeInOrderAndFacesFollow)
 {
     std::mt19937 random(7);
     for (uint32 count : {1u, 2u, 10u, 300u, 20000u})
-    {
-        std::vector<Vector3D> positions;
-        for (uint32 n = 0; n < count; ++n)
-            positions.push_back({whole(random, 20), whole(random, 30), whole(random, 40)});
         for (double tolerance : {0.0, 0.25})
         {
+            std::vector<Vector3D> positions;
+            std::set<std::array<double, 3>> merged;
+            for (uint32 n = 0; n < count; ++n)
+            {
+                const Vector3D p{whole(random, 20), whole(random, 30), whole(random, 12)};
+                positions.push_back(p);
+                merged.insert({p.x, p.y, p.z});
+            }
             Mesh mesh = meshOf(positions);
             IsosurfaceExtractor3::mcaClean(mesh, tolerance);
-            EXPECT_TRUE(std::ranges::equal(mesh.pos(), plainMerge(positions, tolerance)));
+            EXPECT_TRUE(std::ranges::equal(mesh.pos(), merged,
+                                           [](const Vector3D& a, const auto& b) {
+                                               return a == Vector3D{b[0], b[1], b[2]};
+                                           }));
             EXPECT_EQ(mesh.nor().size(), mesh.getPosSize());
+            uint32 face = 0;
+            for (uint32 n = 0; n + 2 < count; ++n)
+            {
+                const Vector3D &a = positions[n], &b = positions[n + 1], &c = positions[n + 2];
+                if (a == b || b == c || c == a) continue;  // collapsed, and gone
+                const Index3 f = mesh.trindexPos()[face++];
+                EXPECT_TRUE(mesh.pos()[f.a] == a && mesh.pos()[f.b] == b && mesh.pos()[f.c] == c) << n;
+            }
+            EXPECT_EQ(face, mesh.getFacesSize());
+            EXPECT_EQ(mesh.trindexNor(), mesh.trindexPos());
         }
-    }
-}
-
-TEST(IsosurfaceExtractor3Clean, FacesFollowTheirPositionsAndCollapsedOnesGo)
-{
-    std::mt19937 random(3);
-    std::vector<Vector3D> positions;
-    for (uint32 n = 0; n < 5000; ++n)
-        positions.push_back({whole(random, 12), whole(random, 12), whole(random, 12)});
-    Mesh mesh = meshOf(positions);
-    IsosurfaceExtractor3::mcaClean(mesh, 0.5);
-    uint32 face = 0;
-    for (uint32 n = 0; n + 2 < positions.size(); ++n)
-    {
-        const Vector3D &a = positions[n], &b = positions[n + 1], &c = positions[n + 2];
-        if (a == b || b == c || c == a) continue;
-        const Index3 f = mesh.trindexPos()[face++];
-        EXPECT_EQ(mesh.pos()[f.a], a);
-        EXPECT_EQ(mesh.pos()[f.b], b);
-        EXPECT_EQ(mesh.pos()[f.c], c);
-    }
-    EXPECT_EQ(face, mesh.getFacesSize());
-    EXPECT_EQ(mesh.trindexNor(), mesh.trindexPos());
 }
 
 TEST(IsosurfaceExtractor3Clean, GroupsCompareWithTheirFirstPosition)
 {
-    // The middle one is within the tolerance of both others, which stay apart.
-    Mesh chain = meshOf({{0.9, 0, 0}, {0, 0, 0}, {1.8, 0, 0}});
-    IsosurfaceExtractor3::mcaClean(chain, 1.0);
-    EXPECT_EQ(chain.pos(), (Array<Vector3D>{{0, 0, 0}, {1.8, 0, 0}}));
-    EXPECT_EQ(chain.getFacesSize(), 0u);
-
-    Mesh zero = meshOf({{1, 2, 3}, {1, 2, std::nextafter(3.0, 4.0)}, {1, 2, 3}, {-0.0, 0, 0}, {0.0, 0, 0}});
-    IsosurfaceExtractor3::mcaClean(zero, 0.0);
-    EXPECT_EQ(zero.getPosSize(), 3u);
+    const auto expectMerged = [](const std::vector<Vector3D>& positions, double tolerance,
+                                 const Array<Vector3D>& merged, uint32 count)
+    {
+        Mesh mesh = meshOf(positions);
+        IsosurfaceExtractor3::mcaClean(mesh, tolerance);
+        EXPECT_EQ(mesh.getPosSize(), count);
+        for (uint32 n = 0; n < merged.size(); ++n) EXPECT_EQ(mesh.pos()[n], merged[n]);
+    };
+    // the middle one is within the tolerance of both others, which stay apart
+    expectMerged({{0.9, 0, 0}, {0, 0, 0}, {1.8, 0, 0}}, 1, {{0, 0, 0}, {1.8, 0, 0}}, 2);
+    const double nan = std::numeric_limits<double>::quiet_NaN(), next = std::nextafter(3.0, 4.0);
+    expectMerged({{1, 2, 3}, {1, 2, next}, {1, 2, 3}, {-0.0, 0, 0}, {0.0, 0, 0}}, 0, {}, 3);
+    // what is no number never merges, and comes last
+    expectMerged({{nan, 0, 0}, {nan, 0, 0}, {1, 0, 0}, {1, 0, 0}}, 1e300, {{1, 0, 0}}, 3);
+    expectMerged({}, 1, {}, 0);
 }
 
 TEST(IsosurfaceExtractor3Clean, EveryThreadCountGivesOneAnswerOnClustersNearTheNodes)
@@ -150,29 +131,24 @@ TEST(IsosurfaceExtractor3Clean, AValidMeshStaysValidWithAllThatItCarries)
 {
     // Two cubes side by side share four corners. Flat normals outnumber the positions, and are numbered
     // apart.
-    Mesh mesh;
+    Mesh mesh, next;
     mesh.createCubePrimitive({{0, 0, 0}, {1, 1, 1}});
-    Mesh next;
     next.createCubePrimitive({{1, 0, 0}, {2, 1, 1}});
     mesh.addMesh(next);
     mesh.createNormals(0.5);
     mesh.refTrindexPos().push_back({0, 0, 1});  // collapsed, and so it goes
     mesh.refTrindexNor().push_back({5, 6, 7});
-    auto& velocities = mesh.addArray<Vector3F>("Velocity");
     auto& weights = mesh.addArray<double>("Weights");
     for (const Vector3D& p : mesh.pos())
     {
-        velocities.push_back(convert<float>(p));
         weights.push_back(p.x);
         weights.push_back(p.y);
     }
     auto& materials = mesh.addArray<uint32>("Material", MeshArrayInf::PER_FACE);
     for (uint32 f = 0; f < mesh.getFacesSize(); ++f) materials.push_back(100 + f);
     mesh.createSafe_arrNorSurface();
-    const Array<Vector3F> normals = mesh.nor();
-    const Array<Index3> triples = mesh.trindexNor();
     ASSERT_TRUE(hasValidIndices(mesh));
-    ASSERT_GT(normals.size(), mesh.getPosSize());
+    ASSERT_GT(mesh.nor().size(), mesh.getPosSize());
 
     for (const CancelCallback callback : {CancelCallback{}, CancelCallback{[] { return 0; }}})
     {
@@ -181,15 +157,12 @@ TEST(IsosurfaceExtractor3Clean, AValidMeshStaysValidWithAllThatItCarries)
         ASSERT_TRUE(IsosurfaceExtractor3::mcaClean(cleaned, 0, 2, callback));
         EXPECT_TRUE(hasValidIndices(cleaned));
         EXPECT_EQ(cleaned.getPosSize(), 12u);
-        EXPECT_EQ(cleaned.getFacesSize(), 24u);
-        EXPECT_EQ(cleaned.nor(), normals);
-        EXPECT_TRUE(std::ranges::equal(cleaned.trindexNor(), std::span(triples).first(24)));
+        EXPECT_EQ(cleaned.nor(), mesh.nor());
+        EXPECT_TRUE(std::ranges::equal(cleaned.trindexNor(), std::span(mesh.trindexNor()).first(24)));
         EXPECT_EQ(cleaned.norSurface().size(), 12u);
         for (uint32 p = 0; p < 12; ++p)
-        {
-            EXPECT_EQ(cleaned.findArray<Vector3F>("Velocity")->data()[p], convert<float>(cleaned.pos()[p]));
-            EXPECT_EQ(cleaned.findArray<double>("Weights")->data()[2 * p + 1], cleaned.pos()[p].y);
-        }
+            for (const uint32 axis : {0u, 1u})
+                EXPECT_EQ(cleaned.findArray<double>("Weights")->data()[2 * p + axis], cleaned.pos()[p][axis]);
         EXPECT_EQ(cleaned.findArray<uint32>("Material")->size(), 24u);
         EXPECT_EQ(cleaned.findArray<uint32>("Material")->back(), 123u);
     }
@@ -208,32 +181,15 @@ TEST(IsosurfaceExtractor3Clean, EveryPollCanCancelAndPollsFollowTheWork)
     IsosurfaceExtractor3::mcaClean(reference, 0.25);
     for (const uint32 threads : {1u, 3u})
     {
-        Mesh cleaned;
         const auto clean = [&](CancelCallback callback)
         {
+            Mesh cleaned;
             cleaned.copyAllFrom(mesh, true);
             const bool done = IsosurfaceExtractor3::mcaClean(cleaned, 0.25, threads, callback);
-            EXPECT_EQ(cleaned.trindexPos() == reference.trindexPos(), done);
-            EXPECT_EQ(cleaned.pos() == reference.pos(), done);
+            EXPECT_EQ(cleaned.trindexPos(), (done ? reference : mesh).trindexPos());
+            EXPECT_EQ(cleaned.pos(), (done ? reference : mesh).pos());
             return done;
         };
-        const auto isAsItWas = [&]
-        {
-            EXPECT_EQ(cleaned.pos(), mesh.pos());
-            EXPECT_EQ(cleaned.trindexPos(), mesh.trindexPos());
-        };
-        EXPECT_GT(test::stopAtPolls(5, clean, isAsItWas), 60);
+        EXPECT_GT(test::stopAtPolls(5, clean, [] {}), 60);
     }
-}
-
-TEST(IsosurfaceExtractor3Clean, NumbersThatAreNoneNeverMerge)
-{
-    const double nan = std::numeric_limits<double>::quiet_NaN();
-    Mesh mesh = meshOf({{nan, 0, 0}, {nan, 0, 0}, {1, 0, 0}, {1, 0, 0}});
-    IsosurfaceExtractor3::mcaClean(mesh, 1e300);
-    EXPECT_EQ(mesh.getPosSize(), 3u);
-    EXPECT_EQ(mesh.pos()[0].x, 1.0);
-    Mesh empty;
-    IsosurfaceExtractor3::mcaClean(empty, 1.0);
-    EXPECT_TRUE(empty.isEmpty());
 }

@@ -16,10 +16,10 @@ namespace
 using Field = ScalarField3<float, double>;
 
 /// Part of the field x^2 + y^2 + z^2 - r^2 on a lattice of separation 1/8.
-Field part(const Vector3D& center, uint32 size, double r)
+Field part(const Vector3D& center, double r)
 {
     Field field;
-    field.reset(size, size, size, 0.125);
+    field.reset(17, 17, 17, 0.125);
     field.moveTo(center);
     for (uint32 m = 0; m < field.size(); ++m)
     {
@@ -34,7 +34,7 @@ Field part(const Vector3D& center, uint32 size, double r)
 TEST(ScalarField3ParentExtraction, JoinsChildrenAndFollowsTheZeroCrossing)
 {
     const double r = 0.77;
-    const Field left = part({-0.5, 0, 0}, 17, r), right = part({0.5, 0, 0}, 17, r);
+    const Field left = part({-0.5, 0, 0}, r), right = part({0.5, 0, 0}, r);
     ScalarField3Parent<float, double> parent;
     parent.reset(25, 17, 17, 0.125);
     parent.setDefaultValue(10);
@@ -58,16 +58,13 @@ TEST(ScalarField3ParentExtraction, JoinsChildrenAndFollowsTheZeroCrossing)
     EXPECT_EQ(computeTopology(mesh).eulerCharacteristic(), 2);
     for (uint32 v = 0; v < mesh.getPosSize(); ++v)
     {
-        const Vector3D outward = mesh.pos()[v] * (1 / length(mesh.pos()[v]));
         EXPECT_NEAR(length(mesh.pos()[v]), r, 0.01);
-        EXPECT_GT(dot(outward, convert<double>(mesh.nor()[v])), 0.99);
+        EXPECT_GT(dot(mesh.pos()[v], convert<double>(mesh.nor()[v])), 0.99 * length(mesh.pos()[v]));
         EXPECT_NEAR(length(mesh.nor()[v]), 1.0f, 1e-6f);
     }
 
     // Corners are classified against the threshold, yet the vertices keep to the zero of their edge's line.
     Mesh shifted;
-    testing::internal::CaptureStderr();
     IsosurfaceExtractor3::extractMesh(parent, shifted, 0.02f, 1, nullptr, false);
-    testing::internal::GetCapturedStderr();
     for (const Vector3D& p : shifted.pos()) EXPECT_NEAR(length(p), r, 0.02);
 }

@@ -1,55 +1,33 @@
 #include <gtest/gtest.h>
 
-#include <cmath>
+#include <algorithm>
 #include <limits>
-#include <random>
 
+#include <particles/Clouds.h>
 #include <tavrix/particles/ParticleNeighbours.h>
 
 using namespace tavrix;
+using test::cloud;
+using test::squaredDistance;
 
 namespace
 {
 
-Array<Vector3F> cloud(uint32 count, uint32 seed)
-{
-    std::mt19937 random(seed);
-    const auto unit = [&] { return static_cast<float>(random() % 100001) / 100000.0f; };
-    Array<Vector3F> points(count);
-    for (Vector3F& p : points) p = {unit(), unit(), unit()};
-    return points;
-}
-
-double squaredDistance(const Vector3F& a, const Vector3D& b)
-{
-    const Vector3D d = convert<double>(a) - b;
-    return dot(d, d);
-}
-
-int pollsLeft = 0;
-int countDown() { return pollsLeft-- <= 0 ? 1 : 0; }
-
-}  // namespace
-
-TEST(ParticleNeighbours, EqualBruteForceForEveryThreadCount)
+void expectBruteForce(const Array<Vector3F>& positions, std::initializer_list<double> cellSizes, double reach)
 {
     const float inf = std::numeric_limits<float>::infinity();
-    Array<Vector3F> positions = cloud(700, 1);
-    positions.push_back(positions[3]);
-    positions.push_back({inf, 0, 0});
-    Array<Vector3F> values = cloud(positions.size(), 2);
+    const Array<Vector3F> values = cloud(positions.size(), 1, 2);
     Array<Vector3D> places;
-    for (const Vector3F& p : cloud(300, 3)) places.push_back(convert<double>(p * 1.4f));
+    for (const Vector3F& p : cloud(300, 1.4f, 3)) places.push_back(convert<double>(p));
     places.push_back({inf, 0, 0});
-    const double reach = 0.13;
-
     Array<uint32> counts(positions.size(), 0u);
-    Array<Vector3D> averages(places.size(), Vector3D{0, 0, 0});
-    for (uint32 n = 0; n + 1 < positions.size(); ++n)
-        for (uint32 m = 0; m + 1 < positions.size(); ++m)
+    for (uint32 n = 0; n < positions.size(); ++n)
+        for (uint32 m = 0; m < positions.size(); ++m)
             counts[n] +=
                 n != m && squaredDistance(positions[n], convert<double>(positions[m])) < reach * reach;
-    uint32 without = 0;
+    Array<uint32> few = counts;
+    for (uint32& count : few) count = std::min(count, 3u);
+    Array<Vector3D> averages(places.size(), Vector3D{0, 0, 0});
     for (uint32 place = 0; place < places.size(); ++place)
     {
         double weight = 0;
@@ -60,32 +38,43 @@ TEST(ParticleNeighbours, EqualBruteForceForEveryThreadCount)
             weight += t * t * t;
             averages[place] += convert<double>(values[n]) * (t * t * t);
         }
-        if (weight > 0)
-            averages[place] = averages[place] / weight;
-        else
-            ++without;
+        if (weight > 0) averages[place] = averages[place] / weight;
     }
-    ASSERT_GT(without, 30u);
-    ASSERT_LT(without, 250u);
-
-    for (const double cellSize : {0.03, 0.065, 0.5})
+    for (const double cellSize : cellSizes)
     {
         const NeighbourGrid grid(positions, cellSize, 2);
         Array<Vector3F> first;
         for (const uint32 threads : {1u, 2u, 7u})
         {
             EXPECT_EQ(countNeighbours(grid, positions, reach, threads), counts);
-            Array<uint32> few = counts;
-            for (uint32& count : few) count = std::min(count, 3u);
             EXPECT_EQ(countNeighbours(grid, positions, reach, threads, 3), few);
             const auto found = interpolateAtPlaces(grid, values, places, reach, threads, nullptr);
             if (threads == 1) first = found;
             EXPECT_EQ(found, first);
         }
         for (uint32 place = 0; place < places.size(); ++place)
-            for (uint32 axis = 0; axis < 3; ++axis)
-                ASSERT_NEAR(first[place][axis], averages[place][axis], 1e-4) << "place " << place;
+            ASSERT_LT(length(convert<double>(first[place]) - averages[place]), 1e-4) << "place " << place;
     }
+}
+
+}  // namespace
+
+TEST(ParticleNeighbours, EqualBruteForceForEveryThreadCount)
+{
+    const float inf = std::numeric_limits<float>::infinity(), nan = std::numeric_limits<float>::quiet_NaN();
+    Array<Vector3F> positions = cloud(700, 1, 1);
+    for (const Vector3F& p : {positions[3], {inf, 0, 0}, {0, nan, 0}}) positions.push_back(p);
+    expectBruteForce(positions, {0.03, 0.065, 0.3, 5}, 0.13);
+    // cells far apart that share a key, beside a dense cloud
+    for (const float far : {1e3f, -1e6f, 1e12f, 3e38f, -3e38f})
+        for (const Vector3F& p : {Vector3F{far, 0.5f, 0.5f}, {0.5f, far, 0.5f}, {far, far, far}})
+            positions.push_back(p);
+    expectBruteForce(positions, {0.05}, 0.1);
+    // a flat sheet with a reach of hundreds of cells, and particles at one place
+    Array<Vector3F> sheet = cloud(300, 1, 3);
+    for (Vector3F& p : sheet) p.z = 0.25f;
+    expectBruteForce(sheet, {1e-3}, 0.4);
+    expectBruteForce(Array<Vector3F>(20, Vector3F{1, 0.5f, 0.5f}), {0.1}, 0.1);
 }
 
 TEST(ParticleNeighbours, BadValuesCountAsZeroAndPollsStop)
@@ -96,11 +85,9 @@ TEST(ParticleNeighbours, BadValuesCountAsZeroAndPollsStop)
     const Array<Vector3D> places{{0.05, 0, 0}};
     const auto found =
         interpolateAtPlaces(grid, {{nan, 4, 2}, {2, -nan, 4}, {nan, nan, nan}}, places, 1, 1, nullptr);
-    EXPECT_NEAR(found[0].x, 1, 1e-6);
-    EXPECT_NEAR(found[0].y, 2, 1e-6);
-    EXPECT_NEAR(found[0].z, 3, 1e-6);
-    pollsLeft = 0;
-    EXPECT_EQ(interpolateAtPlaces(grid, positions, places, 1, 1, countDown)[0], (Vector3F{0, 0, 0}));
-    EXPECT_EQ(interpolateAtPlaces(NeighbourGrid({}, 1, 1), {}, places, 1, 1, nullptr)[0],
-              (Vector3F{0, 0, 0}));
+    EXPECT_LT(length(found[0] - Vector3F{1, 2, 3}), 1e-6f);
+    const auto stopped = interpolateAtPlaces(grid, positions, places, 1, 1, [] { return 1; });
+    EXPECT_EQ(stopped[0], (Vector3F{0, 0, 0}));
+    const auto none = interpolateAtPlaces(NeighbourGrid({}, 1, 1), {}, places, 1, 1, nullptr);
+    EXPECT_EQ(none[0], (Vector3F{0, 0, 0}));
 }

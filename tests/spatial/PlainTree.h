@@ -10,8 +10,8 @@
 namespace tavrix::test
 {
 
-/// The tree by the plainest means: every score is computed one pair at a time and every row is looked at
-/// whenever a row changes. What GeometryTree::integrate builds has to be this, node for node.
+/// The tree by the plainest means: every pair is scored again for each merge. What GeometryTree::integrate
+/// builds has to be this, node for node.
 class PlainTree
 {
 public:
@@ -29,7 +29,8 @@ public:
         for (uint32 n = 0; n < leaves.size(); ++n) entries[n] = n;
         while (entries.size() >= 256) entries = pass(entries);
         integrateSubset(entries, 1);
-        if (!entries.empty()) write(entries[0]);
+        _nodes.resize(entries.size());
+        if (!entries.empty()) writeAt(0, entries[0]);
     }
 
     const std::vector<Node>& nodes() const { return _nodes; }
@@ -54,22 +55,15 @@ private:
         Box3F box;
         uint32 link, first, second;
     };
-    struct Row
-    {
-        uint32 node;
-        float score;
-        uint32 partner;
-    };
 
     std::vector<uint32> pass(const std::vector<uint32>& entries)
     {
         _order = entries;
         splitIntoBlocks();
         std::vector<uint32> survivors;
-        for (const BlockDesc& block : _blocks)
+        for (const auto& [start, count] : _blocks)
         {
-            std::vector<uint32> part(_order.begin() + block.start,
-                                     _order.begin() + block.start + block.count);
+            std::vector<uint32> part(_order.begin() + start, _order.begin() + start + count);
             integrateSubset(part, 32);
             survivors.insert(survivors.end(), part.begin(), part.end());
         }
@@ -125,73 +119,25 @@ private:
         return c == c ? std::pair(false, c) : std::pair(true, 0.0f);
     }
 
+    /// Of several pairs of one score the first one counts, by the first and then the second of the pair.
     void integrateSubset(std::vector<uint32>& nodes, std::size_t target)
     {
-        if (nodes.size() <= target) return;
-        _rows.clear();
-        for (const uint32 n : nodes) _rows.push_back({n, 0, 0});
-        calculateIntegratingScores();
-        for (std::size_t live = nodes.size(); live > target; --live) mergeBest();
-        nodes.clear();
-        for (const Row& row : _rows)
-            if (row.node != noIndex) nodes.push_back(row.node);
-    }
-
-    void mergeBest()
-    {
-        uint32 best = noIndex;
-        float bestScore = -farValue;
-        for (uint32 r = 0; r < _rows.size(); ++r)
-            if (_rows[r].node != noIndex && _rows[r].score > bestScore) bestScore = _rows[best = r].score;
-        uint32 partner = best == noIndex ? noIndex : _rows[best].partner;
-        if (best == noIndex)  // nothing scores: the first two rows
+        while (nodes.size() > target)
         {
-            const auto isLive = [](const Row& row) { return row.node != noIndex; };
-            const auto first = std::find_if(_rows.begin(), _rows.end(), isLive);
-            best = static_cast<uint32>(first - _rows.begin());
-            partner = static_cast<uint32>(std::find_if(first + 1, _rows.end(), isLive) - _rows.begin());
+            std::size_t first = 0, second = 1;  // where nothing scores
+            float best = -farValue;
+            for (std::size_t i = 0; i < nodes.size(); ++i)
+                for (std::size_t j = i + 1; j < nodes.size(); ++j)
+                    if (const float s = score(_work[nodes[i]].box, _work[nodes[j]].box); s > best)
+                        best = s, first = i, second = j;
+            const uint32 a = nodes[first], b = nodes[second];
+            nodes.erase(nodes.begin() + static_cast<std::ptrdiff_t>(second));
+            nodes.erase(nodes.begin() + static_cast<std::ptrdiff_t>(first));
+            nodes.push_back(static_cast<uint32>(_work.size()));
+            _work.push_back({unionOf(_work[a].box, _work[b].box), 0, a, b});
         }
-        const uint32 a = _rows[best].node, b = _rows[partner].node;
-        _work.push_back({unionOf(_work[a].box, _work[b].box), 0, a, b});
-        std::vector<uint32> orphans;
-        for (uint32 r = 0; r < _rows.size(); ++r)
-            if (_rows[r].partner == best || _rows[r].partner == partner) orphans.push_back(r);
-        _rows[best].node = _rows[partner].node = noIndex;
-        const auto fresh = static_cast<uint32>(_rows.size());
-        _rows.push_back({static_cast<uint32>(_work.size() - 1), 0, 0});
-        calculateIntegratingScore(fresh);
-        for (const uint32 r : orphans)
-            if (_rows[r].node != noIndex) calculateIntegratingScore(r);
-        for (uint32 r = 0; r < fresh; ++r)
-            if (_rows[r].node != noIndex) maximizeIntegratingScore(r, fresh);
     }
 
-    void calculateIntegratingScores()
-    {
-        for (Row& row : _rows) row = {row.node, -farValue, noIndex};
-        for (uint32 i = 0; i < _rows.size(); ++i)
-            for (uint32 j = 0; j < i; ++j) maximizeIntegratingScore(i, j);
-    }
-
-    void calculateIntegratingScore(uint32 k)
-    {
-        _rows[k] = {_rows[k].node, -farValue, noIndex};
-        for (uint32 r = 0; r < _rows.size(); ++r)
-            if (r != k && _rows[r].node != noIndex) maximizeIntegratingScore(k, r);
-    }
-
-    void maximizeIntegratingScore(uint32 a, uint32 b)
-    {
-        const float s = score(_work[_rows[a].node].box, _work[_rows[b].node].box);
-        if (s > _rows[a].score) _rows[a] = {_rows[a].node, s, b};
-        if (s > _rows[b].score) _rows[b] = {_rows[b].node, s, a};
-    }
-
-    void write(uint32 root)
-    {
-        _nodes.resize(1);
-        writeAt(0, root);
-    }
     void writeAt(std::size_t place, uint32 n)
     {
         const WorkNode& node = _work[n];
@@ -207,7 +153,6 @@ private:
     std::vector<WorkNode> _work;
     std::vector<uint32> _order;
     std::vector<BlockDesc> _blocks;
-    std::vector<Row> _rows;
     std::vector<Node> _nodes;
 };
 
