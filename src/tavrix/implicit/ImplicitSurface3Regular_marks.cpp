@@ -42,9 +42,12 @@ template <class Use>
 void forEachSetBit(const BitArray& bits, detail::Polling& polling, Use use)
 {
     detail::PollCounter work(polling, detail::scatteredItems);
-    for (uint32 w = 0; w < bits.wordCount() && work.add(1 + std::popcount(bits.getWords()[w])); ++w)
-        for (uint32 word = bits.getWords()[w]; word != 0; word &= word - 1)
-            use(w * 32 + static_cast<uint32>(std::countr_zero(word)));
+    for (uint32 w = 0; w < bits.wordCount(); ++w)
+    {
+        uint32 word = bits.getWords()[w];
+        if (!work.add(1u + static_cast<uint32>(std::popcount(word)))) return;
+        for (; word != 0; word &= word - 1) use(w * 32 + static_cast<uint32>(std::countr_zero(word)));
+    }
 }
 
 }  // namespace

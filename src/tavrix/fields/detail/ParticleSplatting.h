@@ -19,6 +19,10 @@ struct SplattedParticles
     const Make& make;
 };
 
+template <class Kernel, class Make>
+SplattedParticles(Kernel, uint32, float, uint32, CancelCallback, const Make&)
+    -> SplattedParticles<Kernel, Make>;
+
 /// Replaces a field by the particles.
 template <class Value, class Coord, class Kernel, class Make>
 class ParticleBuild final : public ParticleChange<Value, Coord>
