@@ -1,10 +1,5 @@
 # tavrix_add_kernel(<source>): adds an arithmetic kernel to the library, compiled as the source stands and, where the
-# compiler can, once more for AVX2. The source puts its functions into the namespace TX_KERNEL, which is `plain` or
-# `avx2`; which one runs is decided at run time (platform/detail/CpuFeatures.h).
-#
-# Both give the same bytes: no contraction, and of the floating-point environment only errno and traps are given up,
-# which no one reads and which would keep square roots and selections from being vectorised. A kernel calls no inline
-# function that is not always inlined: the linker might take its AVX2 copy for the whole library.
+# compiler can, once more for AVX2, with TX_KERNEL as `plain` or `avx2`. foundation/detail/Kernel.h says how to write one.
 function(tavrix_add_kernel source)
     set(variants plain)
     if(CMAKE_CXX_COMPILER_ID MATCHES "GNU|Clang" AND CMAKE_SYSTEM_PROCESSOR MATCHES "x86_64|AMD64")

@@ -9,25 +9,8 @@
 #include <vector>
 
 #include <tavrix/fields/detail/EllipsoidSplat.h>
-#include <tavrix/fields/detail/NeighbourMoments.h>
+#include <tavrix/fields/detail/NeighbourMomentsKernel.h>
 #include <tavrix/fields/detail/ParticleSplat.h>
-#include <tavrix/platform/detail/CpuFeatures.h>
-
-#define TX_DECLARE_KERNELS                                                                   \
-    template <class Value>                                                                   \
-    void splat(const SplatTarget<Value>&, SplatMerge, const Ellipsoid*, std::size_t);        \
-    template <class Value>                                                                   \
-    void splat(const SplatTarget<Value>&, const SplatKernel&, const Particle*, std::size_t); \
-    NeighbourMoments sumNeighbours(const PointRuns&, const float(&)[3], float);              \
-    MeanOffset meanOfNeighbours(const PointRuns&, const float(&)[3], const SymmetricMatrix&);
-namespace tavrix::detail::plain
-{
-TX_DECLARE_KERNELS
-}
-namespace tavrix::detail::avx2
-{
-TX_DECLARE_KERNELS
-}
 
 using namespace tavrix;
 using namespace tavrix::detail;

@@ -8,7 +8,6 @@
 
 #include <spatial/TestSolids.h>
 #include <tavrix/implicit/detail/MeshDistanceKernel.h>
-#include <tavrix/platform/detail/CpuFeatures.h>
 
 using namespace tavrix;
 using namespace tavrix::detail;

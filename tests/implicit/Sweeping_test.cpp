@@ -3,7 +3,7 @@
 #include <cmath>
 #include <random>
 
-#include <tavrix/implicit/detail/EikonalSweep.h>
+#include <tavrix/implicit/detail/EikonalSweepKernel.h>
 #include <tavrix/implicit/detail/FlagPropagation.h>
 #include <tavrix/implicit/ImplicitSurface3Regular.h>
 

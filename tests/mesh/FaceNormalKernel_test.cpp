@@ -9,7 +9,6 @@
 
 #include <tavrix/foundation/ElementaryFunctions.h>
 #include <tavrix/foundation/Vector3.h>
-#include <tavrix/platform/detail/CpuFeatures.h>
 
 using namespace tavrix;
 using detail::FaceBatch;

@@ -8,8 +8,7 @@
 #include <set>
 
 #include <spatial/PlainTree.h>
-#include <tavrix/platform/detail/CpuFeatures.h>
-#include <tavrix/spatial/detail/IntegratingRows.h>
+#include <tavrix/spatial/detail/IntegratingKernel.h>
 
 namespace tavrix
 {

@@ -2,7 +2,7 @@
 #include <cmath>
 #include <vector>
 
-#include <tavrix/implicit/detail/EikonalSweep.h>
+#include <tavrix/implicit/detail/EikonalSweepKernel.h>
 #include <tavrix/implicit/detail/FlagPropagation.h>
 #include <tavrix/implicit/detail/SweepVolumes.h>
 #include <tavrix/implicit/ImplicitSurface3Regular.h>
@@ -100,7 +100,7 @@ public:
                            detail::EikonalPlane<T> rows = plane(i, direction);
                            rows.firstRow = firstRow;
                            rows.endRow = endRow;
-                           const T change = detail::sweepPlane(rows, _marks[worker].data());
+                           const T change = TX_RUN_KERNEL(sweepPlane, rows, _marks[worker].data());
                            changes[worker] = std::max(changes[worker], change);
                        });
         return *std::max_element(changes.begin(), changes.end());

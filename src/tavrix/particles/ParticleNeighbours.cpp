@@ -4,7 +4,7 @@
 #include <cmath>
 
 #include <tavrix/particles/detail/ForEachCell.h>
-#include <tavrix/particles/detail/Interpolation.h>
+#include <tavrix/particles/detail/InterpolationKernel.h>
 
 namespace tavrix
 {
@@ -156,7 +156,7 @@ Array<Vector3F> interpolateAtPlaces(const NeighbourGrid& grid, const Array<Vecto
             const float place[] = {placeGrid.coordinates(0)[n], placeGrid.coordinates(1)[n],
                                    placeGrid.coordinates(2)[n]};
             float average[3];
-            detail::averageValues(source, place, static_cast<float>(1 / reach), average);
+            TX_RUN_KERNEL(averageValues, source, place, static_cast<float>(1 / reach), average);
             averages[placeGrid.order()[n]] = {average[0], average[1], average[2]};
         }
     };

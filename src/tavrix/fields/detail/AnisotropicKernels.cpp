@@ -127,7 +127,7 @@ bool AnisotropicKernels::measureNeighbourhoods()
             {
                 const float place[] = {runs.coordinates[0][n], runs.coordinates[1][n],
                                        runs.coordinates[2][n]};
-                _moments[n] = sumNeighbours(runs, place, 1 / reachOf(n));
+                _moments[n] = TX_RUN_KERNEL(sumNeighbours, runs, place, 1 / reachOf(n));
             }
         });
 }
@@ -167,7 +167,7 @@ void AnisotropicKernels::moveCenter(Ellipsoid& e, const PointRuns& runs) const
     const float s = 4 / (_settings.neighbourReach * _settings.neighbourReach);
     const SymmetricMatrix form = {s * e.xx, s * e.xy, s * e.xz, s * e.yy, s * e.yz, s * e.zz};
     const float place[] = {e.x, e.y, e.z};
-    const MeanOffset mean = meanOfNeighbours(runs, place, form);
+    const MeanOffset mean = TX_RUN_KERNEL(meanOfNeighbours, runs, place, form);
     if (!std::isfinite(mean.x + mean.y + mean.z)) return;
     e.x += _settings.smoothing * mean.x;
     e.y += _settings.smoothing * mean.y;

@@ -5,7 +5,7 @@
 
 #include <tavrix/fields/AnisotropySettings.h>
 #include <tavrix/fields/detail/EllipsoidSplat.h>
-#include <tavrix/fields/detail/NeighbourMoments.h>
+#include <tavrix/fields/detail/NeighbourMomentsKernel.h>
 #include <tavrix/foundation/detail/Polling.h>
 #include <tavrix/particles/NeighbourGrid.h>
 

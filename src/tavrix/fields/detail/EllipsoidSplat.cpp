@@ -3,22 +3,9 @@
 #include <cmath>
 
 #include <tavrix/fields/detail/Lattice.h>
-#include <tavrix/platform/detail/CpuFeatures.h>
 
 namespace tavrix::detail
 {
-
-namespace plain
-{
-template <class Value>
-void splat(const SplatTarget<Value>&, SplatMerge, const Ellipsoid*, std::size_t);
-}
-
-namespace avx2
-{
-template <class Value>
-void splat(const SplatTarget<Value>&, SplatMerge, const Ellipsoid*, std::size_t);
-}
 
 Ellipsoid Ellipsoid::ball(float x, float y, float z, float reach, float amplitude)
 {
@@ -53,10 +40,7 @@ template <class Value>
 void EllipsoidKernel::splat(const SplatTarget<Value>& target, const Ellipsoid* ellipsoids,
                             std::size_t count) const
 {
-#if defined(TX_AVX2_KERNELS)
-    if (hasAvx2()) return avx2::splat(target, merge, ellipsoids, count);
-#endif
-    plain::splat(target, merge, ellipsoids, count);
+    TX_RUN_KERNEL(splat, target, merge, ellipsoids, count);
 }
 
 template void EllipsoidKernel::splat(const SplatTarget<float>&, const Ellipsoid*, std::size_t) const;

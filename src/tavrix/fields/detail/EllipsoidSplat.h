@@ -1,6 +1,7 @@
 #pragma once
 
 #include <tavrix/fields/detail/SplatTarget.h>
+#include <tavrix/foundation/detail/Kernel.h>
 
 namespace tavrix::detail
 {
@@ -33,10 +34,13 @@ struct EllipsoidKernel
     bool isUsable(const Ellipsoid& ellipsoid) const;
     /// Lattice nodes along an axis between the centre and the end of the extent.
     double nodesReached(const Lattice& lattice, const Ellipsoid& ellipsoid, uint32 axis) const;
-    /// Adds the ellipsoids to the target, in their order, with the widest instructions that this processor
-    /// has; all give the same bytes. They are usable, and no further from the lattice than they reach.
+    /// Adds the ellipsoids to the target, in their order. They are usable, and no further from the lattice
+    /// than they reach.
     template <class Value>
     void splat(const SplatTarget<Value>& target, const Ellipsoid* ellipsoids, std::size_t count) const;
 };
+
+TX_DECLARE_KERNEL(template <class Value> void splat(const SplatTarget<Value>& target, SplatMerge merge,
+                                                    const Ellipsoid* ellipsoids, std::size_t count);)
 
 }  // namespace tavrix::detail

@@ -1,9 +1,5 @@
-// The kernel loop, compiled once for each instruction set into a namespace of its own.
-
 #include <tavrix/fields/detail/EllipsoidSplat.h>
 #include <tavrix/fields/detail/SplatRows.h>
-
-#include <math.h>
 
 namespace tavrix::detail::TX_KERNEL
 {

@@ -1,9 +1,6 @@
-// The kernel loops, compiled once for each instruction set into a namespace of its own.
+#include <tavrix/fields/detail/NeighbourMomentsKernel.h>
 
-#include <tavrix/fields/detail/NeighbourMoments.h>
-#include <tavrix/foundation/detail/Lanes.h>
-
-#include <math.h>
+#include <tavrix/foundation/detail/KernelMath.h>
 
 namespace tavrix::detail::TX_KERNEL
 {

@@ -3,22 +3,9 @@
 #include <cmath>
 
 #include <tavrix/fields/detail/Lattice.h>
-#include <tavrix/platform/detail/CpuFeatures.h>
 
 namespace tavrix::detail
 {
-
-namespace plain
-{
-template <class Value>
-void splat(const SplatTarget<Value>&, const SplatKernel&, const Particle*, std::size_t);
-}
-
-namespace avx2
-{
-template <class Value>
-void splat(const SplatTarget<Value>&, const SplatKernel&, const Particle*, std::size_t);
-}
 
 bool SplatKernel::isUsable(const Particle& particle) const
 {
@@ -34,10 +21,7 @@ double SplatKernel::nodesReached(const Lattice& lattice, const Particle& particl
 template <class Value>
 void SplatKernel::splat(const SplatTarget<Value>& target, const Particle* particles, std::size_t count) const
 {
-#if defined(TX_AVX2_KERNELS)
-    if (hasAvx2()) return avx2::splat(target, *this, particles, count);
-#endif
-    plain::splat(target, *this, particles, count);
+    TX_RUN_KERNEL(splat, target, *this, particles, count);
 }
 
 template void SplatKernel::splat(const SplatTarget<float>&, const Particle*, std::size_t) const;

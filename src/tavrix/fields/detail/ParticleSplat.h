@@ -1,6 +1,7 @@
 #pragma once
 
 #include <tavrix/fields/detail/SplatTarget.h>
+#include <tavrix/foundation/detail/Kernel.h>
 
 namespace tavrix::detail
 {
@@ -28,11 +29,14 @@ struct SplatKernel
     bool isUsable(const Particle& particle) const;
     /// Lattice nodes along an axis between the particle and the end of its reach.
     double nodesReached(const Lattice& lattice, const Particle& particle, uint32 axis) const;
-    /// Adds the particles to the target, in their order, with the widest instructions that this processor
-    /// has; all give the same bytes. The particles are usable, and no further from the lattice than they
-    /// reach.
+    /// Adds the particles to the target, in their order. The particles are usable, and no further from the
+    /// lattice than they reach.
     template <class Value>
     void splat(const SplatTarget<Value>& target, const Particle* particles, std::size_t count) const;
 };
+
+TX_DECLARE_KERNEL(template <class Value> void splat(const SplatTarget<Value>& target,
+                                                    const SplatKernel& kernel, const Particle* particles,
+                                                    std::size_t count);)
 
 }  // namespace tavrix::detail

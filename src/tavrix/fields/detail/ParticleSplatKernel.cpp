@@ -1,7 +1,3 @@
-// The kernel loop, compiled once for each instruction set into a namespace of its own.
-
-#include <cmath>
-
 #include <tavrix/fields/detail/ParticleSplat.h>
 #include <tavrix/fields/detail/SplatRows.h>
 
@@ -21,7 +17,7 @@ inline void splatLanes(Value* __restrict samples, const double* __restrict zPart
     {
         if constexpr (merge == SplatMerge::Depth)
         {
-            const auto v = static_cast<Value>(scale - std::sqrt(rowPart + zPart[n]));
+            const auto v = static_cast<Value>(scale - sqrt(rowPart + zPart[n]));
             samples[n] = v > samples[n] ? v : samples[n];
             continue;
         }

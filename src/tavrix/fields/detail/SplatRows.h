@@ -5,18 +5,10 @@
 
 #include <cstddef>
 
-#include <tavrix/foundation/detail/Lanes.h>
+#include <tavrix/foundation/detail/KernelMath.h>
 
 namespace tavrix::detail::TX_KERNEL
 {
-
-inline double floorOf(double v)
-{
-    const auto truncated = static_cast<double>(static_cast<long long>(v));
-    return truncated > v ? truncated - 1 : truncated;
-}
-
-inline double ceilOf(double v) { return -floorOf(-v); }
 
 /// Nodes of one axis, half open.
 struct NodeRange

@@ -6,6 +6,7 @@
 
 #include <tavrix/fields/detail/SortedParticles.h>
 #include <tavrix/fields/detail/SplatTarget.h>
+#include <tavrix/foundation/detail/SlabCuts.h>
 
 // Particles to field, in the same steps for every kernel: sort the particles by cell, group them, splat them,
 // merge.
@@ -71,15 +72,13 @@ struct Splatting
 };
 
 /// Cuts the x planes [low, high) into one slab a worker, so that the particles of [first, last) give each
-/// about the same number of planes to write.
+/// about the same number of rows to write.
 template <class Kernel>
 std::vector<uint32> cutSlabs(const Splatting<Kernel>& s, uint32 low, uint32 high, uint32 first, uint32 last)
 {
-    const uint32 workers = std::clamp(s.threadCount, 1u, std::max(high - low, 1u));
-    if (workers == 1) return {low, high};
-    const auto planeOf = [&](int64 i)
-    { return static_cast<std::size_t>(std::clamp<int64>(i, low, high) - low); };
-    std::vector<int64> work(std::size_t{high - low} + 1, 0);  // of the planes up to each
+    if (s.threadCount <= 1 || high - low <= 1) return {low, high};
+    SlabCuts slabs(high - low);
+    const auto planeOf = [&](int64 i) { return static_cast<uint32>(std::clamp<int64>(i, low, high) - low); };
     inPieces(s.polling, last - first, scatteredItems,
              [&](uint64 begin, uint64 end)
              {
@@ -87,29 +86,12 @@ std::vector<uint32> cutSlabs(const Splatting<Kernel>& s, uint32 low, uint32 high
                  {
                      const auto& p = s.particles[n];
                      const int64 cell = s.lattice.clampedCell(0, p.x), reach = s.reach(p, 0);
-                     // bounded, which keeps the sums in range
-                     const int64 rows =
-                         int64{std::min(s.reach(p, 1), 4096u)} * std::min(s.reach(p, 2), 4096u);
-                     work[planeOf(cell - reach)] += rows;
-                     work[planeOf(cell + reach + 1)] -= rows;
+                     slabs.add(planeOf(cell - reach), planeOf(cell + reach + 1),
+                               static_cast<double>(s.reach(p, 1)) * s.reach(p, 2));
                  }
              });
-    int64 density = 0, total = 0;
-    for (int64& plane : work)
-    {
-        density += plane;
-        total += density;
-        plane = total;
-    }
-    std::vector<uint32> cuts{low};
-    for (uint32 w = 1; w < workers; ++w)
-    {
-        const auto goal = static_cast<double>(total) * w / workers;
-        uint32 cut = std::max(cuts.back(), low);
-        while (cut < high && static_cast<double>(work[cut - low]) < goal) ++cut;
-        cuts.push_back(cut);
-    }
-    cuts.push_back(high);
+    std::vector<uint32> cuts = slabs.cut(s.threadCount);
+    for (uint32& cut : cuts) cut += low;
     return cuts;
 }
 

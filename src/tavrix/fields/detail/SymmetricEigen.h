@@ -1,6 +1,6 @@
 #pragma once
 
-#include <tavrix/fields/detail/NeighbourMoments.h>
+#include <tavrix/fields/detail/NeighbourMomentsKernel.h>
 
 namespace tavrix::detail
 {

@@ -1,11 +1,10 @@
-// The kernel loop, compiled once for each instruction set into a namespace of its own.
+#include <tavrix/implicit/detail/EikonalSweepKernel.h>
 
 #include <bit>
-#include <cmath>
 #include <cstddef>
 #include <limits>
 
-#include <tavrix/implicit/detail/EikonalSweep.h>
+#include <tavrix/foundation/detail/KernelMath.h>
 
 namespace tavrix::detail::TX_KERNEL
 {
@@ -30,18 +29,17 @@ inline T solve(T sample, T x, T y, T z, const EikonalPlane<T>& plane)
     const T b = rest < high ? rest : high, c = rest < high ? high : rest;
     if (!(sample > a)) return sample;
     const T limit = plane.bandLimit;
-    const auto size = [](T v) { return v < 0 ? -v : v; };
-    if (size(a) > limit && size(b) > limit && size(c) > limit) return sample;
+    if (absolute(a) > limit && absolute(b) > limit && absolute(c) > limit) return sample;
     const double h = plane.h, da = a, db = b, dc = c;
     auto u = static_cast<T>(da + h);
-    if (size(b) <= size(u))
+    if (absolute(b) <= absolute(u))
     {
         const double ab = da - db;
-        u = static_cast<T>((da + db + std::sqrt(2 * h * h - ab * ab)) / 2);
-        if (size(c) <= size(u))
+        u = static_cast<T>((da + db + sqrt(2 * h * h - ab * ab)) / 2);
+        if (absolute(c) <= absolute(u))
         {
             const double ac = da - dc, bc = db - dc;
-            u = static_cast<T>((da + db + dc + std::sqrt(3 * h * h - ab * ab - ac * ac - bc * bc)) / 3);
+            u = static_cast<T>((da + db + dc + sqrt(3 * h * h - ab * ab - ac * ac - bc * bc)) / 3);
         }
     }
     return sample > u ? u : sample;

@@ -4,9 +4,9 @@
 #include <vector>
 
 #include <tavrix/fields/detail/Lattice.h>
+#include <tavrix/foundation/detail/SlabCuts.h>
 #include <tavrix/implicit/detail/MeshDistanceKernel.h>
 #include <tavrix/implicit/detail/MeshFaces.h>
-#include <tavrix/platform/detail/CpuFeatures.h>
 
 namespace tavrix::detail
 {
@@ -58,55 +58,15 @@ FaceReach reachOf(const Lattice& lattice, const MeshFaces& mesh, uint32 face, do
 std::vector<uint32> cutSlabs(const Array<FaceReach>& reaches, uint32 planeCount, uint32 threadCount,
                              Polling& polling)
 {
-    std::vector<double> work(std::size_t{planeCount} + 1, 0);
+    SlabCuts slabs(planeCount);
     inPieces(polling, reaches.size(), lightItems,
              [&](uint64 begin, uint64 end)
              {
                  for (uint64 f = begin; f < end; ++f)
-                 {
-                     const FaceReach& reach = reaches[f];
-                     if (reach.low == reach.high) continue;
-                     const double perPlane = double{reach.visits} / (reach.high - reach.low);
-                     work[reach.low] += perPlane;
-                     work[reach.high] -= perPlane;
-                 }
+                     if (const FaceReach& reach = reaches[f]; reach.low < reach.high)
+                         slabs.add(reach.low, reach.high, double{reach.visits} / (reach.high - reach.low));
              });
-    double density = 0, total = 0;
-    for (double& w : work)
-    {
-        density += w;
-        w = total += density;
-    }
-    const uint32 workers = std::clamp(threadCount, 1u, planeCount);
-    std::vector<uint32> cuts{0};
-    for (uint32 w = 1; w < workers; ++w)
-    {
-        uint32 cut = cuts.back();
-        while (cut < planeCount && work[cut] < total * w / workers) ++cut;
-        cuts.push_back(cut);
-    }
-    cuts.push_back(planeCount);
-    return cuts;
-}
-
-template <class T>
-void lowerToFaces(const DistanceTarget<T>& target, const MeshFaces& mesh, const uint32* numbers,
-                  std::size_t count, uint32 low, uint32 high, T* scratch)
-{
-#if defined(TX_AVX2_KERNELS)
-    if (hasAvx2())
-        return avx2::lowerToFaces(target, mesh.positions, mesh.faces, numbers, count, low, high, scratch);
-#endif
-    plain::lowerToFaces(target, mesh.positions, mesh.faces, numbers, count, low, high, scratch);
-}
-
-template <class T>
-void rootsUpTo(T* samples, std::size_t count, T band)
-{
-#if defined(TX_AVX2_KERNELS)
-    if (hasAvx2()) return avx2::rootsUpTo(samples, count, band);
-#endif
-    plain::rootsUpTo(samples, count, band);
+    return slabs.cut(threadCount);
 }
 
 /// The x planes of one worker, the faces that reach them, and how far it has come.
@@ -179,8 +139,8 @@ void lowerSlab(const DistanceTarget<T>& target, const MeshFaces& mesh, const Arr
     if (run.count == 1 && run.visits > 2 * visitsPerRound)
         planes =
             std::min(planes, static_cast<uint32>((slab.high - slab.low) * visitsPerRound / run.visits) + 1);
-    lowerToFaces(target, mesh, slab.faces.data() + slab.nextFace, run.count, slab.nextPlane,
-                 slab.nextPlane + planes, slab.scratch.data());
+    TX_RUN_KERNEL(lowerToFaces, target, mesh.positions, mesh.faces, slab.faces.data() + slab.nextFace,
+                  run.count, slab.nextPlane, slab.nextPlane + planes, slab.scratch.data());
     slab.nextPlane += planes;
     if (slab.nextPlane < slab.high) return;
     slab.nextPlane = slab.low;
@@ -240,7 +200,8 @@ bool sampleDistance(const Mesh& mesh, const GridDescription3<double>& grid, T ba
         if (!lowerAll(target, faces, reaches, threadCount, polling)) return false;
     }
     return inPieces(polling, grid.size, lightItems, threadCount,
-                    [&](uint32, uint64 begin, uint64 end) { rootsUpTo(samples + begin, end - begin, band); });
+                    [&](uint32, uint64 begin, uint64 end)
+                    { TX_RUN_KERNEL(rootsUpTo, samples + begin, end - begin, band); });
 }
 
 template bool sampleDistance(const Mesh&, const GridDescription3<double>&, float, uint32, Polling&, float*);

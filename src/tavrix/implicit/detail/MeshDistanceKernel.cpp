@@ -1,9 +1,6 @@
-// The kernel loops, compiled once for each instruction set into a namespace of its own.
-
-#include <tavrix/fields/detail/SplatRows.h>
 #include <tavrix/implicit/detail/MeshDistanceKernel.h>
 
-#include <math.h>
+#include <tavrix/fields/detail/SplatRows.h>
 
 namespace tavrix::detail::TX_KERNEL
 {
@@ -11,42 +8,13 @@ namespace tavrix::detail::TX_KERNEL
 namespace
 {
 
-float absolute(float v) { return fabsf(v); }
-double absolute(double v) { return fabs(v); }
-template <class T>
-T largerOf(T a, T b)
-{
-    return a > b ? a : b;
-}
-template <class T>
-T smallerOf(T a, T b)
-{
-    return a < b ? a : b;
-}
-
-struct Vector
-{
-    double x, y, z;
-};
-
-Vector difference(const Vector& a, const Vector& b) { return {a.x - b.x, a.y - b.y, a.z - b.z}; }
-Vector added(const Vector& a, const Vector& b) { return {a.x + b.x, a.y + b.y, a.z + b.z}; }
-Vector scaled(const Vector& a, double s) { return {a.x * s, a.y * s, a.z * s}; }
-Vector middle(const Vector& a, const Vector& b)
-{
-    return {a.x + (b.x - a.x) * 0.5, a.y + (b.y - a.y) * 0.5, a.z + (b.z - a.z) * 0.5};
-}
-double product(const Vector& a, const Vector& b) { return a.x * b.x + a.y * b.y + a.z * b.z; }
-Vector crossed(const Vector& a, const Vector& b)
-{
-    return {a.y * b.z - a.z * b.y, a.z * b.x - a.x * b.z, a.x * b.y - a.y * b.x};
-}
+Vector middle(const Vector& a, const Vector& b) { return a + (b - a) * 0.5; }
 
 /// A unit vector at right angles to a unit vector.
 Vector perpendicular(const Vector& u)
 {
     const Vector v = u.x * u.x < 0.5 ? Vector{0, u.z, -u.y} : Vector{-u.z, 0, u.x};
-    return scaled(v, 1 / sqrt(product(v, v)));
+    return v * (1 / length(v));
 }
 
 /// Below this ratio of height to length a face counts as its longest edge: there the rounding of its normal
@@ -69,8 +37,8 @@ Face makeFace(const Vector3D& a, const Vector3D& b, const Vector3D& c)
     double squares[3];
     for (uint32 e = 0; e < 3; ++e)
     {
-        const Vector edge = difference(corners[e + 1], corners[e]);
-        squares[e] = product(edge, edge);
+        const Vector edge = corners[e + 1] - corners[e];
+        squares[e] = dot(edge, edge);
     }
     const uint32 first =
         squares[0] >= squares[1] ? (squares[0] >= squares[2] ? 0 : 2) : (squares[1] >= squares[2] ? 1 : 2);
@@ -79,23 +47,23 @@ Face makeFace(const Vector3D& a, const Vector3D& b, const Vector3D& c)
     Vector edges[3];
     for (uint32 e = 0; e < 3; ++e)
     {
-        edges[e] = difference(face.corner[(e + 1) % 3], face.corner[e]);
-        face.length[e] = sqrt(product(edges[e], edges[e]));
+        edges[e] = face.corner[(e + 1) % 3] - face.corner[e];
+        face.length[e] = length(edges[e]);
     }
-    const Vector normal = crossed(edges[0], edges[1]);
-    const double twiceArea = sqrt(product(normal, normal));
-    if (twiceArea > smallestHeight * product(edges[0], edges[0]))
+    const Vector normal = cross(edges[0], edges[1]);
+    const double twiceArea = length(normal);
+    if (twiceArea > smallestHeight * dot(edges[0], edges[0]))
     {
-        for (uint32 e = 0; e < 3; ++e) face.along[e] = scaled(edges[e], 1 / face.length[e]);
-        face.normal = scaled(normal, 1 / twiceArea);
+        for (uint32 e = 0; e < 3; ++e) face.along[e] = edges[e] * (1 / face.length[e]);
+        face.normal = normal * (1 / twiceArea);
         return face;
     }
     // its longest edge, there, back and there again
-    const Vector along = face.length[0] > 0 ? scaled(edges[0], 1 / face.length[0]) : Vector{1, 0, 0};
+    const Vector along = face.length[0] > 0 ? edges[0] * (1 / face.length[0]) : Vector{1, 0, 0};
     face.corner[2] = face.corner[0];
     for (uint32 e = 0; e < 3; ++e)
     {
-        face.along[e] = scaled(along, e == 1 ? -1 : 1);
+        face.along[e] = along * (e == 1 ? -1 : 1);
         face.length[e] = face.length[0];
     }
     face.normal = perpendicular(along);
@@ -117,7 +85,7 @@ struct FaceForms
 
     void set(uint32 form, const Vector& direction, const Vector& zero)
     {
-        constant[form] = static_cast<T>(product(direction, difference(origin, zero)));
+        constant[form] = static_cast<T>(dot(direction, origin - zero));
         slope[0][form] = static_cast<T>(direction.x);
         slope[1][form] = static_cast<T>(direction.y);
         slope[2][form] = static_cast<T>(direction.z);
@@ -133,8 +101,8 @@ FaceForms<T> makeForms(const Face& face, const Vector& origin)
     {
         const double half = face.length[e] * 0.5;
         const Vector& from = face.corner[e];
-        forms.set(e, crossed(face.along[e], face.normal), from);
-        forms.set(3 + e, face.along[e], added(from, scaled(face.along[e], half)));
+        forms.set(e, cross(face.along[e], face.normal), from);
+        forms.set(3 + e, face.along[e], from + face.along[e] * half);
         forms.halfLength[e] = static_cast<T>(half);
     }
     forms.set(normalForm, face.normal, face.corner[0]);
@@ -163,13 +131,12 @@ inline void lowerLanes(T* __restrict samples, const T* __restrict offsets, const
         const T beyond1 = absolute(row[4] + slope[4] * z) - half[1];
         const T beyond2 = absolute(row[5] + slope[5] * z) - half[2];
         const T height = row[6] + slope[6] * z;
-        const T past0 = largerOf(beyond0, T(0));
-        const T past1 = largerOf(beyond1, T(0));
-        const T past2 = largerOf(beyond2, T(0));
-        const T edge =
-            smallerOf(smallerOf(across0 * across0 + past0 * past0, across1 * across1 + past1 * past1),
-                      across2 * across2 + past2 * past2);
-        const T outside = largerOf(largerOf(across0, across1), largerOf(across2, beyond0));
+        const T past0 = larger(beyond0, T(0));
+        const T past1 = larger(beyond1, T(0));
+        const T past2 = larger(beyond2, T(0));
+        const T edge = smaller(smaller(across0 * across0 + past0 * past0, across1 * across1 + past1 * past1),
+                               across2 * across2 + past2 * past2);
+        const T outside = larger(larger(across0, across1), larger(across2, beyond0));
         const T square = height * height + (outside > 0 ? edge : T(0));
         samples[n] = square < samples[n] ? square : samples[n];
     }
@@ -191,9 +158,9 @@ inline RowRange clipped(const T* row, const T* slope, const T* offsets, uint32 c
     {
         // in this order a quotient that is no number leaves the row as it was
         if (rise > 0)
-            high = smallerOf((limit - value) / rise, high);
+            high = smaller((limit - value) / rise, high);
         else if (rise < 0)
-            low = largerOf((limit - value) / rise, low);
+            low = larger((limit - value) / rise, low);
         else if (value > limit)
             high = low - 1;
     };
@@ -262,18 +229,18 @@ inline NodeRange nodesWithin(const DistanceTarget<T>& target, uint32 axis, doubl
     constexpr double farNode = 1e10;  // past the end of every grid
     const double first = (least - target.band - target.nodes[axis][0]) * target.reciprocal[axis];
     const double last = (most + target.band - target.nodes[axis][0]) * target.reciprocal[axis];
-    return NodeRange::between(ceilOf(smallerOf(largerOf(first, -farNode), farNode)),
-                              floorOf(smallerOf(largerOf(last, -farNode), farNode)) + 1, low, high);
+    return NodeRange::between(ceilOf(smaller(larger(first, -farNode), farNode)),
+                              floorOf(smaller(larger(last, -farNode), farNode)) + 1, low, high);
 }
 
 template <class T>
 void lowerToFace(const DistanceTarget<T>& target, const Vector3D& a, const Vector3D& b, const Vector3D& c,
                  uint32 low, uint32 high, T* scratch)
 {
-    const Vector least{smallerOf(smallerOf(a.x, b.x), c.x), smallerOf(smallerOf(a.y, b.y), c.y),
-                       smallerOf(smallerOf(a.z, b.z), c.z)};
-    const Vector most{largerOf(largerOf(a.x, b.x), c.x), largerOf(largerOf(a.y, b.y), c.y),
-                      largerOf(largerOf(a.z, b.z), c.z)};
+    const Vector least{smaller(smaller(a.x, b.x), c.x), smaller(smaller(a.y, b.y), c.y),
+                       smaller(smaller(a.z, b.z), c.z)};
+    const Vector most{larger(larger(a.x, b.x), c.x), larger(larger(a.y, b.y), c.y),
+                      larger(larger(a.z, b.z), c.z)};
     const NodeRange x = nodesWithin(target, 0, least.x, most.x, low, high);
     const NodeRange y = nodesWithin(target, 1, least.y, most.y, 0, target.size[1]);
     const NodeRange z = nodesWithin(target, 2, least.z, most.z, 0, target.size[2]);
@@ -313,7 +280,7 @@ void rootsUpTo(T* samples, std::size_t count, T band)
     {
         const T s = samples[n];
         const T root = static_cast<T>(sqrt(s));
-        samples[n] = s < square ? smallerOf(root, band) : band;
+        samples[n] = s < square ? smaller(root, band) : band;
     }
 }
 

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 
+#include <tavrix/foundation/detail/Kernel.h>
 #include <tavrix/foundation/Tuple.h>
 #include <tavrix/foundation/Vector3.h>
 
@@ -19,26 +20,14 @@ struct DistanceTarget
     double band;
 };
 
-/// The functions of the kernel, one source compiled for two instruction sets that give the same bytes.
-///
 /// lowerToFaces lowers the samples of the x planes [low, high) to the squared distances from the faces with
 /// the numbers given, where these come within the band; the faces' corners exist and are finite. `scratch`
 /// has room for size[2] numbers. rootsUpTo makes distances of squared ones: the band for those not below
 /// its square.
-#define TX_DECLARE_DISTANCE_KERNEL                                                                     \
-    template <class T>                                                                                 \
-    void lowerToFaces(const DistanceTarget<T>& target, const Vector3D* positions, const Index3* faces, \
-                      const uint32* numbers, std::size_t count, uint32 low, uint32 high, T* scratch);  \
-    template <class T>                                                                                 \
-    void rootsUpTo(T* samples, std::size_t count, T band);
-namespace plain
-{
-TX_DECLARE_DISTANCE_KERNEL
-}
-namespace avx2
-{
-TX_DECLARE_DISTANCE_KERNEL
-}
-#undef TX_DECLARE_DISTANCE_KERNEL
+TX_DECLARE_KERNEL(template <class T>
+                  void lowerToFaces(const DistanceTarget<T>& target, const Vector3D* positions,
+                                    const Index3* faces, const uint32* numbers, std::size_t count, uint32 low,
+                                    uint32 high, T* scratch);
+                  template <class T> void rootsUpTo(T* samples, std::size_t count, T band);)
 
 }  // namespace tavrix::detail

@@ -1,7 +1,6 @@
 #include <tavrix/mesh/detail/FaceNormalKernel.h>
 
-#include <cmath>
-
+#include <tavrix/foundation/detail/KernelMath.h>
 #include <tavrix/foundation/ElementaryFunctions.h>
 
 namespace tavrix::detail::TX_KERNEL
@@ -13,19 +12,12 @@ namespace
 /// A length up to this has no direction.
 constexpr double smallestLength = 1e-28;
 
-struct Vector
-{
-    double x, y, z;
-};
-
 Vector edge(const FaceBatch& block, uint32 from, uint32 to, uint32 i)
 {
     return {block.corner[to][0][i] - block.corner[from][0][i],
             block.corner[to][1][i] - block.corner[from][1][i],
             block.corner[to][2][i] - block.corner[from][2][i]};
 }
-
-double product(const Vector& a, const Vector& b) { return a.x * b.x + a.y * b.y + a.z * b.z; }
 
 /// The angles between the edges, before they are scaled: at corner c the arc cosine of
 /// -(edge that arrives)·(edge that leaves) / (product of their lengths).
@@ -36,12 +28,12 @@ void computeRawAngles(FaceBatch& block, uint32 count)
         const Vector e0 = edge(block, 0, 1, i);
         const Vector e1 = edge(block, 1, 2, i);
         const Vector e2 = edge(block, 2, 0, i);
-        const double l0 = std::sqrt(product(e0, e0));
-        const double l1 = std::sqrt(product(e1, e1));
-        const double l2 = std::sqrt(product(e2, e2));
-        block.angle[0][i] = -product(e2, e0) / (l2 * l0);
-        block.angle[1][i] = -product(e0, e1) / (l0 * l1);
-        block.angle[2][i] = -product(e1, e2) / (l1 * l2);
+        const double l0 = length(e0);
+        const double l1 = length(e1);
+        const double l2 = length(e2);
+        block.angle[0][i] = -dot(e2, e0) / (l2 * l0);
+        block.angle[1][i] = -dot(e0, e1) / (l0 * l1);
+        block.angle[2][i] = -dot(e1, e2) / (l1 * l2);
     }
     for (auto& angles : block.angle)
         for (uint32 i = 0; i < count; ++i) angles[i] = arcCosine(angles[i]);
@@ -66,13 +58,13 @@ void computeFaceNormals(FaceBatch& block, uint32 count)
     {
         const Vector u = edge(block, 0, 1, i);
         const Vector v = edge(block, 0, 2, i);
-        const Vector n{u.y * v.z - u.z * v.y, u.z * v.x - u.x * v.z, u.x * v.y - u.y * v.x};
-        const double length = std::sqrt(product(n, n));
-        const bool hasDirection = length > smallestLength;
-        block.normal[0][i] = hasDirection ? n.x / length : 1.0;
-        block.normal[1][i] = hasDirection ? n.y / length : 0.0;
-        block.normal[2][i] = hasDirection ? n.z / length : 0.0;
-        block.area[i] = hasDirection ? length * 0.5 : 0.0;
+        const Vector n = cross(u, v);
+        const double twiceArea = length(n);
+        const bool hasDirection = twiceArea > smallestLength;
+        block.normal[0][i] = hasDirection ? n.x / twiceArea : 1.0;
+        block.normal[1][i] = hasDirection ? n.y / twiceArea : 0.0;
+        block.normal[2][i] = hasDirection ? n.z / twiceArea : 0.0;
+        block.area[i] = hasDirection ? twiceArea * 0.5 : 0.0;
     }
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <tavrix/foundation/detail/Kernel.h>
 #include <tavrix/platform/Types.h>
 
 namespace tavrix::detail
@@ -21,18 +22,10 @@ struct FaceBatch
 /// Faces of an area up to this do not take part in vertex normals.
 inline constexpr double smallestArea = 2.4308653429145085e-63;
 
-/// One source compiled for two instruction sets, with the same results. computeFaceNormals fills `normal` and
-/// `area` of the first `count` faces. computeCornerContributions, after it, fills `angle` and `contribution`;
-/// what it leaves for faces of no more than the smallest area is meaningless.
-namespace plain
-{
-void computeFaceNormals(FaceBatch& block, uint32 count);
-void computeCornerContributions(FaceBatch& block, uint32 count);
-}  // namespace plain
-namespace avx2
-{
-void computeFaceNormals(FaceBatch& block, uint32 count);
-void computeCornerContributions(FaceBatch& block, uint32 count);
-}  // namespace avx2
+/// computeFaceNormals fills `normal` and `area` of the first `count` faces. computeCornerContributions, after
+/// it, fills `angle` and `contribution`; what it leaves for faces of no more than the smallest area is
+/// meaningless.
+TX_DECLARE_KERNEL(void computeFaceNormals(FaceBatch& block, uint32 count);
+                  void computeCornerContributions(FaceBatch& block, uint32 count);)
 
 }  // namespace tavrix::detail

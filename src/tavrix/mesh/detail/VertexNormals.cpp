@@ -7,7 +7,6 @@
 #include <span>
 
 #include <tavrix/mesh/detail/FaceNormalKernel.h>
-#include <tavrix/platform/detail/CpuFeatures.h>
 
 namespace tavrix::detail
 {
@@ -40,25 +39,6 @@ struct Contributions
     bool counts[blockSize];
     Range touched;  ///< the vertex normals between the smallest and the largest that the faces use
 };
-
-/// The arithmetic for this processor.
-struct Kernel
-{
-    void (*faceNormals)(FaceBatch&, uint32);
-    void (*cornerContributions)(FaceBatch&, uint32);
-};
-
-const Kernel& kernel()
-{
-#if defined(TX_AVX2_KERNELS)
-    static const Kernel chosen = hasAvx2()
-                                     ? Kernel{avx2::computeFaceNormals, avx2::computeCornerContributions}
-                                     : Kernel{plain::computeFaceNormals, plain::computeCornerContributions};
-#else
-    static const Kernel chosen{plain::computeFaceNormals, plain::computeCornerContributions};
-#endif
-    return chosen;
-}
 
 void gatherCorners(FaceBatch& block, const NormalArrays& arrays, Range faces)
 {
@@ -95,10 +75,10 @@ void processFaces(const NormalArrays& arrays, Range faces, Contributions& contri
     FaceBatch block;
     const uint32 count = faces.end - faces.begin;
     gatherCorners(block, arrays, faces);
-    kernel().faceNormals(block, count);
+    TX_RUN_KERNEL(computeFaceNormals, block, count);
     if (arrays.faceNor) storeFaceNormals(block, arrays.faceNor + faces.begin, count);
     if (!arrays.nor) return;
-    kernel().cornerContributions(block, count);
+    TX_RUN_KERNEL(computeCornerContributions, block, count);
     storeContributions(block, contributions, count);
 }
 

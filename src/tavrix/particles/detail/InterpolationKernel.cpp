@@ -1,7 +1,6 @@
-// The kernel loop, compiled once for each instruction set into a namespace of its own.
+#include <tavrix/particles/detail/InterpolationKernel.h>
 
-#include <tavrix/foundation/detail/Lanes.h>
-#include <tavrix/particles/detail/Interpolation.h>
+#include <tavrix/foundation/detail/KernelMath.h>
 
 namespace tavrix::detail::TX_KERNEL
 {

@@ -1,7 +1,6 @@
-// The scoring loops, compiled once for each instruction set into a namespace of its own.
+#include <tavrix/spatial/detail/IntegratingKernel.h>
 
-#include <tavrix/foundation/detail/Lanes.h>
-#include <tavrix/spatial/detail/IntegratingRows.h>
+#include <tavrix/foundation/detail/KernelMath.h>
 
 namespace tavrix::detail::TX_KERNEL
 {

@@ -3,8 +3,6 @@
 #include <algorithm>
 #include <limits>
 
-#include <tavrix/platform/detail/CpuFeatures.h>
-
 namespace tavrix::detail
 {
 
@@ -17,30 +15,6 @@ static_assert(256 + mostDead + 2 <= IntegratingRows::capacity);
 
 constexpr float notANumber = std::numeric_limits<float>::quiet_NaN();
 constexpr float belowAll = -std::numeric_limits<float>::infinity();
-
-void scoreLastRow(IntegratingRows& rows)
-{
-#if defined(TX_AVX2_KERNELS)
-    if (hasAvx2()) return avx2::scoreLastRow(rows);
-#endif
-    plain::scoreLastRow(rows);
-}
-
-void rescore(IntegratingRows& rows, uint32 row)
-{
-#if defined(TX_AVX2_KERNELS)
-    if (hasAvx2()) return avx2::rescore(rows, row);
-#endif
-    plain::rescore(rows, row);
-}
-
-uint32 bestRow(const IntegratingRows& rows)
-{
-#if defined(TX_AVX2_KERNELS)
-    if (hasAvx2()) return avx2::bestRow(rows);
-#endif
-    return plain::bestRow(rows);
-}
 
 }  // namespace
 
@@ -68,7 +42,7 @@ void IntegratingTable::append(const GeometryNodeEx<Box3F>* nodes, uint32 node)
     }
     rows.volume[r] = (box.max.x - box.min.x) * (box.max.y - box.min.y) * (box.max.z - box.min.z);
     _node[r] = node;
-    scoreLastRow(rows);
+    TX_RUN_KERNEL(scoreLastRow, rows);
 }
 
 void IntegratingTable::remove(uint32 row)
@@ -108,7 +82,7 @@ void IntegratingTable::compact()
 void IntegratingTable::rescoreOrphans(uint32 a, uint32 b)
 {
     for (uint32 r = 0; r < _rows->count; ++r)
-        if (_rows->partner[r] == a || _rows->partner[r] == b) rescore(*_rows, r);
+        if (_rows->partner[r] == a || _rows->partner[r] == b) TX_RUN_KERNEL(rescore, *_rows, r);
 }
 
 uint32 IntegratingTable::firstLive(uint32 from) const
@@ -119,7 +93,7 @@ uint32 IntegratingTable::firstLive(uint32 from) const
 
 void IntegratingTable::mergeBest(GeometryNodeEx<Box3F>* nodes, uint32 fresh)
 {
-    uint32 a = bestRow(*_rows), b;
+    uint32 a = TX_RUN_KERNEL(bestRow, *_rows), b;
     if (a != noIndex)
         b = _rows->partner[a];
     else

@@ -3,7 +3,7 @@
 #include <memory>
 
 #include <tavrix/foundation/Array.h>
-#include <tavrix/spatial/detail/IntegratingRows.h>
+#include <tavrix/spatial/detail/IntegratingKernel.h>
 #include <tavrix/spatial/GeometryNodeEx.h>
 
 namespace tavrix::detail

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <tavrix/foundation/detail/Kernel.h>
 #include <tavrix/platform/Types.h>
 
 namespace tavrix::detail
@@ -31,12 +32,11 @@ struct MeanOffset
     float x, y, z;
 };
 
-/// The moments of the points around a place. Sums run in eight interleaved parts, which are added at the end:
-/// all instruction sets give the same bytes, and so does every order of the calls.
-NeighbourMoments sumNeighbours(const PointRuns& runs, const float (&place)[3], float reciprocalReach);
-
-/// The mean offset of the points d with q = d^T F d below 1 from a place, weighted by 1 - q^(3/2); summed
-/// likewise.
-MeanOffset meanOfNeighbours(const PointRuns& runs, const float (&place)[3], const SymmetricMatrix& form);
+/// sumNeighbours computes the moments of the points around a place; meanOfNeighbours the mean offset of the
+/// points d with q = d^T F d below 1 from a place, weighted by 1 - q^(3/2).
+TX_DECLARE_KERNEL(NeighbourMoments sumNeighbours(const PointRuns& runs, const float (&place)[3],
+                                                 float reciprocalReach);
+                  MeanOffset meanOfNeighbours(const PointRuns& runs, const float (&place)[3],
+                                              const SymmetricMatrix& form);)
 
 }  // namespace tavrix::detail

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <tavrix/foundation/detail/BitsOf.h>
+#include <tavrix/foundation/detail/Kernel.h>
 
 namespace tavrix::detail
 {
@@ -28,15 +29,14 @@ struct EikonalPlane
     T bandLimit;
 };
 
-/// Lowers the samples of the rows to the upwind solutions of |grad u| = 1 (Zhao, Mathematics of Computation
-/// 74, 2005). The upwind neighbours a <= b <= c of a sample, one an axis, are those that were visited before
-/// it; beyond the grid, the sample itself. The solution is a + h, from two neighbours where b is not above
-/// it, from three where c is not, in double precision, and is stored where it is below the sample. A sample
-/// whose neighbours all exceed the band limit stays. Returns the largest change, or noChange.
+/// sweepPlane lowers the samples of the rows to the upwind solutions of |grad u| = 1 (Zhao, Mathematics of
+/// Computation 74, 2005). The upwind neighbours a <= b <= c of a sample, one an axis, are those that were
+/// visited before it; beyond the grid, the sample itself. The solution is a + h, from two neighbours where b
+/// is not above it, from three where c is not, in double precision, and is stored where it is below the
+/// sample. A sample whose neighbours all exceed the band limit stays. Returns the largest change, or
+/// noChange.
 ///
-/// scratch: room for sizeZ + sweptRows marks. Uses the widest instructions that this processor has;
-/// all give the same bytes.
-template <class T>
-T sweepPlane(const EikonalPlane<T>& plane, SweepMark<T>* scratch);
+/// scratch: room for sizeZ + sweptRows marks.
+TX_DECLARE_KERNEL(template <class T> T sweepPlane(const EikonalPlane<T>& plane, SweepMark<T>* scratch);)
 
 }  // namespace tavrix::detail

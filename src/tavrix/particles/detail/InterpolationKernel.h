@@ -1,5 +1,6 @@
 #pragma once
 
+#include <tavrix/foundation/detail/Kernel.h>
 #include <tavrix/platform/Types.h>
 
 namespace tavrix::detail
@@ -15,9 +16,9 @@ struct ValueRuns
     uint32 count;
 };
 
-/// The average of the values around a place, weighted by (1 - d^2 / reach^2)^3; zero without any. Sums run in
-/// eight interleaved parts, which are added at the end: all instruction sets give the same bytes.
-void averageValues(const ValueRuns& runs, const float (&place)[3], float reciprocalReach,
-                   float (&average)[3]);
+/// averageValues computes the average of the values around a place, weighted by (1 - d^2 / reach^2)^3; zero
+/// without any.
+TX_DECLARE_KERNEL(void averageValues(const ValueRuns& runs, const float (&place)[3], float reciprocalReach,
+                                     float (&average)[3]);)
 
 }  // namespace tavrix::detail

@@ -1,0 +1,78 @@
+#pragma once
+
+// The arithmetic that kernels share. Included by kernel sources only: everything is in the namespace
+// TX_KERNEL, so that each variant has its own copy (Kernel.h says why).
+
+#include <math.h>
+
+#include <tavrix/platform/Types.h>
+
+namespace tavrix::detail::TX_KERNEL
+{
+
+/// The numbers that are worked on side by side.
+constexpr uint32 lanes = 8;
+
+template <class T>
+inline T larger(T a, T b)
+{
+    return a > b ? a : b;
+}
+template <class T>
+inline T smaller(T a, T b)
+{
+    return a < b ? a : b;
+}
+
+inline float absolute(float v) { return fabsf(v); }
+inline double absolute(double v) { return fabs(v); }
+
+inline double floorOf(double v)
+{
+    const auto truncated = static_cast<double>(static_cast<long long>(v));
+    return truncated > v ? truncated - 1 : truncated;
+}
+inline double ceilOf(double v) { return -floorOf(-v); }
+
+struct Vector
+{
+    double x, y, z;
+};
+
+inline Vector operator+(const Vector& a, const Vector& b) { return {a.x + b.x, a.y + b.y, a.z + b.z}; }
+inline Vector operator-(const Vector& a, const Vector& b) { return {a.x - b.x, a.y - b.y, a.z - b.z}; }
+inline Vector operator*(const Vector& a, double s) { return {a.x * s, a.y * s, a.z * s}; }
+inline double dot(const Vector& a, const Vector& b) { return a.x * b.x + a.y * b.y + a.z * b.z; }
+inline Vector cross(const Vector& a, const Vector& b)
+{
+    return {a.y * b.z - a.z * b.y, a.z * b.x - a.x * b.z, a.x * b.y - a.y * b.x};
+}
+inline double length(const Vector& v) { return sqrt(dot(v, v)); }
+
+/// The sum of eight partial sums.
+inline float sumOf(const float (&s)[lanes])
+{
+    return ((s[0] + s[4]) + (s[2] + s[6])) + ((s[1] + s[5]) + (s[3] + s[7]));
+}
+
+/// Eight zeros, and eight numbers above every squared distance that counts.
+constexpr float beyond[2 * lanes] = {0, 0, 0, 0, 0, 0, 0, 0, 2, 2, 2, 2, 2, 2, 2, 2};
+
+/// Calls add(first, atLeast) for the points of the runs (begin and end by turns), eight at a time from
+/// `first` on; those where atLeast is above 1 lie behind the run.
+template <class Add>
+inline void forEachEight(const uint32* bounds, uint32 runCount, Add add)
+{
+    for (uint32 r = 0; r < runCount; ++r)
+        for (uint32 n = bounds[2 * r], end = bounds[2 * r + 1]; n < end; n += lanes)
+            add(n, beyond + (end - n < lanes ? lanes - (end - n) : 0));
+}
+
+/// A squared distance, at most 1, and 1 where it is not to count: where it is not a number (for which the
+/// order of the arguments matters) and where atLeast is above 1.
+inline float limited(float squaredDistance, float atLeast)
+{
+    return smaller(larger(atLeast, squaredDistance), 1.0f);
+}
+
+}  // namespace tavrix::detail::TX_KERNEL
