@@ -6,8 +6,7 @@
 #include <utility>
 
 #include <tavrix/foundation/Box3.h>
-#include <tavrix/foundation/detail/BitsOf.h>
-#include <tavrix/meshproc/detail/PairSort.h>
+#include <tavrix/foundation/detail/Sorting.h>
 #include <tavrix/meshproc/detail/RepeatedPoints.h>
 #include <tavrix/platform/detail/Prefetch.h>
 
@@ -197,7 +196,7 @@ template <std::floating_point T>
 void Vector3Simplifier<T>::forEachFamily(const Block& all) const
 {
     for (Pair& pair : _work) refFamily(pair) = familyOf(pair.b);
-    detail::PairSort<Pair, FamilyKey<T>>::sort(_work.data(), _work.size(), _scratch.data());
+    detail::sortByKey(_work.data(), _work.size(), _scratch.data(), FamilyKey<T>{});
     for (Block run = all; run.start < all.count; run.start += run.count)
     {
         run.count = getSubBlockRepeatedSize_family({run.start, all.count - run.start});
@@ -251,7 +250,7 @@ void Vector3Simplifier<T>::sortAlong(T Vector3<T>::*axis, const Block& block) co
         if (n + prefetchDistance < block.count) detail::prefetch(points + pairs[n + prefetchDistance].b);
         pairs[n].a = points[pairs[n].b].*axis;
     }
-    detail::PairSort<Pair, CoordKey<T>>::sort(pairs, block.count, _scratch.data());
+    detail::sortByKey(pairs, block.count, _scratch.data(), CoordKey<T>{});
 }
 
 /// Walks the runs of a sorted block: those of one point are emitted, the others handed on.

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include <tavrix/foundation/detail/BucketSort.h>
+#include <tavrix/foundation/detail/Sorting.h>
 
 namespace tavrix::detail
 {
@@ -90,19 +91,14 @@ public:
     {
         if (!_records.add(static_cast<uint64>(end - begin)) || end - begin < 2) return;
         const ExactOrder less{axis};
-        std::ptrdiff_t budget = (end - begin) * movesPerRecord + 256;
-        for (Record* next = begin + 1; next < end; ++next)
+        std::ptrdiff_t moves = (end - begin) * movesPerRecord + 256;
+        for (Record* middle = begin + 1; middle < end;)
         {
-            if ((next - begin) % recordsPerPoll == 0 && !_polling.goOn()) return;
-            if (!less(*next, next[-1])) continue;
-            const Record moved = *next;
-            Record* const last = next - std::min({next - begin, budget, recordsPerPoll});
-            Record* hole = next;
-            for (; hole != last && less(moved, hole[-1]); --hole) *hole = hole[-1];
-            *hole = moved;
-            budget -= next - hole;
-            if (hole == last && last != begin) return sortAtOnce(begin, end, less);
-            if (!_records.add(static_cast<uint64>(next - hole))) return;
+            Record* const stop = middle + std::min(end - middle, recordsPerPoll);
+            const std::ptrdiff_t movesLeft = moves;
+            if (!insertSorted(begin, middle, stop, less, moves)) return sortAtOnce(begin, end, less);
+            if (!_records.add(static_cast<uint64>(stop - middle + movesLeft - moves))) return;
+            middle = stop;
         }
     }
 
@@ -129,62 +125,25 @@ private:
             std::sort(begin + low, begin + std::min(low + block, count), less);
             if (!_polling.goOn()) return;
         }
-        mergeBlocks(begin, count, block, less);
+        mergeSorted(begin, count, block, less);
     }
 
     /// Bottom-up merge sort with the tolerance comparison; in bounds and deterministic for any answers it
     /// gives.
     void sortTolerantly(Record* begin, Record* end, uint32 axis)
     {
-        mergeBlocks(begin, end - begin, 1,
+        mergeSorted(begin, end - begin, 1,
                     [axis, tolerance = _tolerance](const Record& a, const Record& b)
                     { return tolerantLess(a, b, axis, tolerance); });
     }
 
-    /// Merges neighbouring sorted blocks, two at a time, until there is one.
     template <class Less>
-    void mergeBlocks(Record* begin, std::ptrdiff_t count, std::ptrdiff_t width, const Less& less)
+    void mergeSorted(Record* begin, std::ptrdiff_t count, std::ptrdiff_t width, const Less& less)
     {
         if (width >= count) return;
-        const std::unique_ptr<Record[]> other(new Record[static_cast<std::size_t>(count)]);
-        Record* from = begin;
-        Record* to = other.get();
-        for (; width < count; width *= 2)
-        {
-            for (std::ptrdiff_t low = 0; low < count; low += 2 * width)
-            {
-                const std::ptrdiff_t middle = std::min(low + width, count),
-                                     high = std::min(low + 2 * width, count);
-                if (!merge(from, to, low, middle, high, less)) return;
-            }
-            std::swap(from, to);
-        }
-        if (from == begin) return;
-        for (std::ptrdiff_t low = 0; low < count; low += recordsPerPoll)
-        {
-            std::copy(from + low, from + std::min(low + recordsPerPoll, count), begin + low);
-            if (!_polling.goOn()) return;
-        }
-    }
-
-    /// Merges [low, middle) and [middle, high), taking the first of two that are equal.
-    template <class Less>
-    bool merge(const Record* from, Record* to, std::ptrdiff_t low, std::ptrdiff_t middle, std::ptrdiff_t high,
-               const Less& less)
-    {
-        std::ptrdiff_t a = low, b = middle;
-        for (std::ptrdiff_t n = low; n < high;)
-        {
-            const std::ptrdiff_t stop = std::min(n + recordsPerPoll, high);
-            const std::ptrdiff_t start = n;
-            for (; n < stop; ++n)
-            {
-                const bool second = a == middle || (b < high && less(from[b], from[a]));
-                to[n] = from[second ? b++ : a++];
-            }
-            if (!_records.add(static_cast<uint64>(stop - start))) return false;
-        }
-        return true;
+        const std::unique_ptr<Record[]> scratch(new Record[static_cast<std::size_t>(count)]);
+        mergeSort(begin, count, width, scratch.get(), less, recordsPerPoll,
+                  [this](std::ptrdiff_t merged) { return _records.add(static_cast<uint64>(merged)); });
     }
 
     double _tolerance;

@@ -4,6 +4,8 @@
 #include <span>
 #include <stdexcept>
 
+#include <tavrix/foundation/detail/Sorting.h>
+
 namespace tavrix::detail
 {
 
@@ -74,8 +76,7 @@ void sortUses(std::span<Use> uses)
     constexpr std::size_t handful = 24;
     const auto before = [](const Use& a, const Use& b) { return a.upperPosition < b.upperPosition; };
     if (uses.size() > handful) return std::stable_sort(uses.begin(), uses.end(), before);
-    for (std::size_t i = 1; i < uses.size(); ++i)
-        for (std::size_t k = i; k > 0 && before(uses[k], uses[k - 1]); --k) std::swap(uses[k], uses[k - 1]);
+    insertionSort(uses.data(), uses.data() + uses.size(), before);
 }
 
 /// Files each half-edge under the first half-edge of its edge.
