@@ -95,12 +95,6 @@ void gradientOfPlanes(const GridDescription3<Coord>& grid, const Samples& sample
         }
 }
 
-Vector3F unitOrZero(const Vector3D& v)
-{
-    const double l = length(v);
-    return l > 0 ? convert<float>(v * (1 / l)) : Vector3F{0, 0, 0};
-}
-
 }  // namespace
 
 template <class Value, class Coord>
@@ -279,8 +273,8 @@ void ScalarField3_base<Value, Coord>::computeFieldNormals(
                     for (uint64 v = begin; v < end; ++v)
                     {
                         const auto point = convert<Coord>(takenToBorder(_grid, positions[v]));
-                        normals[v] =
-                            unitOrZero(convert<double>(evalGradSafe(point, TX_FIELD_EVAL_ASYMMETRIC).b));
+                        normals[v] = convert<float>(
+                            unitOrZero(convert<double>(evalGradSafe(point, TX_FIELD_EVAL_ASYMMETRIC).b)));
                     }
                 });
     mesh.refTrindexNor() = mesh.refTrindexPos();

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <array>
+#include <concepts>
 #include <limits>
 
 #include <tavrix/foundation/Vector3.h>
@@ -21,6 +22,9 @@ struct Box3
         return {{big, big, big}, {-big, -big, -big}};
     }
 
+    /// True when it holds no point: min above max, or not a number, on some axis.
+    constexpr bool isEmpty() const { return !(min.x <= max.x && min.y <= max.y && min.z <= max.z); }
+
     /// True when min <= p <= max on every axis.
     constexpr bool contains(const Vector3<T>& p) const
     {
@@ -35,6 +39,25 @@ struct Box3
             if (p[axis] < min[axis]) min[axis] = p[axis];
             if (p[axis] > max[axis]) max[axis] = p[axis];
         }
+    }
+
+    /// Grows the box to hold the other box; one of no points changes nothing. A template, so that
+    /// extend({x, y, z}) means a point.
+    template <std::same_as<Box3> Other>
+    constexpr void extend(const Other& other)
+    {
+        for (uint32 axis = 0; axis < 3; ++axis)
+        {
+            if (other.min[axis] < min[axis]) min[axis] = other.min[axis];
+            if (other.max[axis] > max[axis]) max[axis] = other.max[axis];
+        }
+    }
+
+    /// The box with every side moved outwards.
+    constexpr Box3 widened(T by) const
+    {
+        const Vector3<T> diagonal{by, by, by};
+        return {min - diagonal, max + diagonal};
     }
 
     constexpr Vector3<T> center() const { return (min + max) * (T(1) / T(2)); }

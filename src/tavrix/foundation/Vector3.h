@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cmath>
+#include <limits>
 
 #include <tavrix/platform/Types.h>
 
@@ -55,6 +56,16 @@ template <class T>
 T length(const Vector3<T>& a)
 {
     return std::sqrt(dot(a, a));
+}
+
+/// The vector at unit length, v (1 / |v|); zero for one that has no direction: not longer than `shortest`,
+/// not finite, or so long that its square is not.
+template <class T>
+Vector3<T> unitOrZero(const Vector3<T>& v, T shortest = 0)
+{
+    const T size = length(v);
+    const bool hasDirection = size > shortest && size <= std::numeric_limits<T>::max();
+    return hasDirection ? v * (1 / size) : Vector3<T>{0, 0, 0};
 }
 
 /// Whether all components are numbers, and not infinite.

@@ -43,17 +43,9 @@ Box3D boxOf(const GrownSpheres& spheres)
         if (!spheres.isUsable(n)) continue;
         const Vector3D center = convert<double>(spheres.positions[n]);
         const double r = spheres.radii[n];
-        box.extend(center - Vector3D{r, r, r});
-        box.extend(center + Vector3D{r, r, r});
+        box.extend(Box3D{center, center}.widened(r));
     }
     return box;
-}
-
-bool isEmpty(const Box3D& box) { return !(box.min.x <= box.max.x); }
-
-Box3D grown(const Box3D& box, double by)
-{
-    return {box.min - Vector3D{by, by, by}, box.max + Vector3D{by, by, by}};
 }
 
 /// Grid margin around the geometry.
@@ -98,13 +90,13 @@ bool ImplicitSurface3Regular<T>::init(const Mesh& mesh, uint32 cellCount, IMPLIC
     const Box3D box = mesh.getPosSize() > 0 ? mesh.getBox() : Box3D::empty();
     const Vector3D extent = box.max - box.min;
     const double longest = std::max({extent.x, extent.y, extent.z});
-    if (isEmpty(box) || cellCount == 0 || !(longest > 0))
+    if (box.isEmpty() || cellCount == 0 || !(longest > 0))
     {
         init_toZeroSize();
         return true;
     }
     const double separation = longest / cellCount;
-    return init(mesh, separation, grown(box, marginOf(bandNodes, separation)), type, threadCount, callback,
+    return init(mesh, separation, box.widened(marginOf(bandNodes, separation)), type, threadCount, callback,
                 bandNodes);
 }
 
@@ -150,12 +142,12 @@ bool ImplicitSurface3Regular<T>::init_v2(const Array<Vector3F>& positions, const
                                          uint32 bandNodes)
 {
     const Box3D box = boxOf({positions, radii, 0});
-    if (isEmpty(box))
+    if (box.isEmpty())
     {
         init_toZeroSize();
         return true;
     }
-    return init(positions, radii, separation, grown(box, marginOf(bandNodes, separation)), threadCount,
+    return init(positions, radii, separation, box.widened(marginOf(bandNodes, separation)), threadCount,
                 callback, bandNodes);
 }
 

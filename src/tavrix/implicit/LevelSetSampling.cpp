@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include <tavrix/mesh/detail/MeshFaces.h>
 #include <tavrix/mesh/Mesh.h>
 
 namespace tavrix
@@ -25,12 +26,10 @@ double nodesIn(const Vector3D& extent, uint32 widened)
 double nodesAround(const Mesh& mesh, double spacing, uint32 nodes)
 {
     double sum = 0;
-    for (const Index3& face : mesh.trindexPos())
-    {
-        Box3D box = Box3D::empty();
-        for (const uint32 corner : {face.a, face.b, face.c}) box.extend(mesh.pos()[corner]);
-        sum += nodesIn((box.max - box.min) * (1 / spacing), nodes);
-    }
+    const detail::MeshFaces faces(mesh);
+    for (uint32 f = 0; f < faces.faceCount; ++f)
+        if (const Box3D box = faces.box(f); !box.isEmpty())
+            sum += nodesIn((box.max - box.min) * (1 / spacing), nodes);
     return sum;
 }
 

@@ -47,7 +47,7 @@ public:
     {
         const auto [low, high] = nodes(key);
         const double s = crossing(key);
-        return convert<float>(unit(unitGradient(low) * (1 - s) + unitGradient(high) * s));
+        return convert<float>(unitOrZero(unitGradient(low) * (1 - s) + unitGradient(high) * s));
     }
 
 private:
@@ -66,15 +66,9 @@ private:
         return (0 - a) / (b - a);
     }
 
-    static Vector3D unit(const Vector3D& v)
-    {
-        const double l = length(v);
-        return l > 0 ? v * (1 / l) : Vector3D{0, 0, 0};
-    }
-
     Vector3D unitGradient(const Index3& node) const
     {
-        return unit(convert<double>(_parent.evalGradCentral(node)));
+        return unitOrZero(convert<double>(_parent.evalGradCentral(node)));
     }
 
     const Parent& _parent;

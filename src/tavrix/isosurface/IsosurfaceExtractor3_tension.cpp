@@ -44,12 +44,6 @@ Array<NeighbourSum> sumNeighbours(const Array<Vector3D>& positions, const Array<
     return sums;
 }
 
-Vector3D unitOrZero(const Vector3D& v)
-{
-    const double l = length(v);
-    return l > 0 ? v * (1 / l) : Vector3D{0, 0, 0};
-}
-
 /// Some unit vector perpendicular to the vector.
 Vector3D perpendicular(const Vector3D& v)
 {

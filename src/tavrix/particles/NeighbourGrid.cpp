@@ -33,7 +33,7 @@ NeighbourGrid::NeighbourGrid(const Array<Vector3F>& positions, double cellSize, 
                  for (const Vector3F* p = positions.data() + begin; p != positions.data() + end; ++p)
                      if (isFinite(*p)) box.extend(convert<double>(*p));
              });
-    if (box.min.x <= box.max.x)
+    if (!box.isEmpty())
     {
         _origin = box.min;
         chooseBits(box.max - box.min);

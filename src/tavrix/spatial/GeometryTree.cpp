@@ -3,6 +3,7 @@
 #include <utility>
 
 #include <tavrix/foundation/ParallelFor.h>
+#include <tavrix/mesh/detail/MeshFaces.h>
 #include <tavrix/spatial/detail/IntegratingTable.h>
 #include <tavrix/spatial/detail/TriangleBox.h>
 
@@ -101,13 +102,13 @@ template <class Node>
 void GeometryTree<Node>::recalculateMesh(const Array<Index3>& triangles, const Array<Vector3D>& positions,
                                          float margin, uint32 threadCount)
 {
+    const detail::MeshFaces faces(positions, triangles);
     parallelFor(size(), threadCount,
                 [&](uint32, uint64 begin, uint64 end)
                 {
                     for (uint64 n = begin; n < end; ++n)
                         if (Node& node = _nodes[n]; node.isLeaf())
-                            node.box = detail::roundedOutwards(
-                                detail::triangleBox(triangles, positions, node.geometryIndex()), margin);
+                            node.box = detail::roundedOutwards(faces.box(node.geometryIndex()), margin);
                 });
     recalculateGeometryNodesNoLeafFromGeometryNodesLeaf();
 }

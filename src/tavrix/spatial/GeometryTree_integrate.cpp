@@ -2,9 +2,9 @@
 #include <vector>
 
 #include <tavrix/foundation/ParallelFor.h>
+#include <tavrix/mesh/detail/MeshFaces.h>
 #include <tavrix/spatial/detail/IntegratingTable.h>
 #include <tavrix/spatial/detail/TreeSplit.h>
-#include <tavrix/spatial/detail/TriangleBox.h>
 #include <tavrix/spatial/GeometryTree.h>
 
 namespace tavrix
@@ -119,7 +119,7 @@ void writeBack(const Array<WorkNode>& work, uint32 root, Array<Node>& nodes)
 /// The cube that stands for a triangle while boxes are merged.
 Box3F mergingBox(const Box3D& box)
 {
-    if (!(box.min.x <= box.max.x)) return Box3F::empty();
+    if (box.isEmpty()) return Box3F::empty();
     const Vector3D extent = box.max - box.min;
     const Vector3D center = box.min + extent * 0.5;
     const double half = 0.4 * length(extent);
@@ -142,9 +142,9 @@ template <class Node>
 void GeometryTree<Node>::integrateMesh(const Array<Index3>& triangles, const Array<Vector3D>& positions,
                                        bool recalculate, uint32 threadCount)
 {
+    const detail::MeshFaces faces(positions, triangles);
     _nodes.reserve(std::max(_nodes.capacity(), _nodes.size() + 2 * triangles.size()));
-    for (uint32 t = 0; t < triangles.size(); ++t)
-        add(mergingBox(detail::triangleBox(triangles, positions, t)), t);
+    for (uint32 t = 0; t < triangles.size(); ++t) add(mergingBox(faces.box(t)), t);
     integrate(threadCount);
     if (recalculate && !isEmpty()) recalculateMesh(triangles, positions, 0, threadCount);
 }

@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include <tavrix/mesh/detail/MeshFaces.h>
 #include <tavrix/spatial/detail/LineWinding.h>
 #include <tavrix/spatial/detail/RayTriangle.h>
 #include <tavrix/spatial/detail/TriangleBox.h>
@@ -39,29 +40,18 @@ struct Corners
     Vector3D at(const Vector3D& weights) const { return a * weights.x + b * weights.y + c * weights.z; }
 };
 
-/// Gives the corners of the mesh's faces.
-class Faces
+Corners cornersOf(const detail::MeshFaces& faces, uint32 face)
 {
-public:
-    explicit Faces(const Mesh& mesh) : _triples(mesh.trindexPos()), _positions(mesh.pos()) {}
+    return {faces.corner(face, 0), faces.corner(face, 1), faces.corner(face, 2)};
+}
 
-    /// False for faces that do not count.
-    bool get(uint32 face, Corners& corners) const
-    {
-        if (!detail::isUsable(_triples, _positions, face)) return false;
-        corners = at(face);
-        return true;
-    }
-    Corners at(uint32 face) const
-    {
-        const Index3& t = _triples[face];
-        return {_positions[t.a], _positions[t.b], _positions[t.c]};
-    }
-
-private:
-    const Array<Index3>& _triples;
-    const Array<Vector3D>& _positions;
-};
+/// False for faces that do not count.
+bool getCorners(const detail::MeshFaces& faces, uint32 face, Corners& corners)
+{
+    if (!faces.isUsable(face)) return false;
+    corners = cornersOf(faces, face);
+    return true;
+}
 
 /// The nearest face so far; of equally near ones that with the lowest number.
 struct Nearest
@@ -87,7 +77,7 @@ std::optional<MeshPoint> MeshCollider::castRay(const Ray3D& ray, double limit) c
 {
     const auto asked = scaled(ray);
     if (!asked) return std::nullopt;
-    const Faces faces(_mesh);
+    const detail::MeshFaces faces(_mesh);
     const detail::RayTriangle test(asked->ray);
     Nearest nearest;
     _tree.visitRay(asked->ray, std::scalbn(limit, asked->exponent),
@@ -95,21 +85,21 @@ std::optional<MeshPoint> MeshCollider::castRay(const Ray3D& ray, double limit) c
                    {
                        Corners f;
                        detail::TriangleHit hit;
-                       if (!faces.get(face, f) || !test.hit(f.a, f.b, f.c, hit) || !(hit.t <= reach))
+                       if (!getCorners(faces, face, f) || !test.hit(f.a, f.b, f.c, hit) || !(hit.t <= reach))
                            return reach;
                        nearest.take(face, hit.t, hit.weights);
                        return hit.t;
                    });
     if (nearest.face == noIndex) return std::nullopt;
     return MeshPoint{nearest.face, std::scalbn(nearest.measure, -asked->exponent), nearest.weights,
-                     faces.at(nearest.face).at(nearest.weights)};
+                     cornersOf(faces, nearest.face).at(nearest.weights)};
 }
 
 bool MeshCollider::isHit(const Ray3D& ray, double limit) const
 {
     const auto asked = scaled(ray);
     if (!asked) return false;
-    const Faces faces(_mesh);
+    const detail::MeshFaces faces(_mesh);
     const detail::RayTriangle test(asked->ray);
     bool isFound = false;
     _tree.visitRay(asked->ray, std::scalbn(limit, asked->exponent),
@@ -117,7 +107,7 @@ bool MeshCollider::isHit(const Ray3D& ray, double limit) const
                    {
                        Corners f;
                        detail::TriangleHit hit;
-                       isFound = faces.get(face, f) && test.hit(f.a, f.b, f.c, hit) && hit.t <= reach;
+                       isFound = getCorners(faces, face, f) && test.hit(f.a, f.b, f.c, hit) && hit.t <= reach;
                        return isFound ? -1 : reach;
                    });
     return isFound;
@@ -126,13 +116,13 @@ bool MeshCollider::isHit(const Ray3D& ray, double limit) const
 std::optional<MeshPoint> MeshCollider::nearestPoint(const Vector3D& point, double limit) const
 {
     if (!(limit >= 0)) return std::nullopt;
-    const Faces faces(_mesh);
+    const detail::MeshFaces faces(_mesh);
     Nearest nearest;
     _tree.visitNearest(point, limit * limit,
                        [&](uint32 face, double reach)
                        {
                            Corners f;
-                           if (!faces.get(face, f)) return reach;
+                           if (!getCorners(faces, face, f)) return reach;
                            const auto found = detail::TriangleNearest::to(point, f.a, f.b, f.c);
                            if (!(found.squared <= reach)) return reach;
                            nearest.take(face, found.squared, found.weights);
@@ -140,7 +130,7 @@ std::optional<MeshPoint> MeshCollider::nearestPoint(const Vector3D& point, doubl
                        });
     if (nearest.face == noIndex) return std::nullopt;
     return MeshPoint{nearest.face, std::sqrt(nearest.measure), nearest.weights,
-                     faces.at(nearest.face).at(nearest.weights)};
+                     cornersOf(faces, nearest.face).at(nearest.weights)};
 }
 
 bool MeshCollider::isInside(const Vector3D& point) const
@@ -150,7 +140,7 @@ bool MeshCollider::isInside(const Vector3D& point) const
     const Vector3F low{detail::floatBelow(point.x), detail::floatBelow(point.y), detail::floatBelow(point.z)};
     const Vector3F high{detail::floatAbove(point.x), detail::floatAbove(point.y),
                         detail::floatAbove(point.z)};
-    const Faces faces(_mesh);
+    const detail::MeshFaces faces(_mesh);
     int32 windings = 0;
     for (uint32 axis = 0; axis < 3; ++axis)
     {
@@ -163,7 +153,7 @@ bool MeshCollider::isInside(const Vector3D& point) const
                                [&](uint32 face, double reach)
                                {
                                    Corners f;
-                                   if (faces.get(face, f)) winding.add(f.a, f.b, f.c);
+                                   if (getCorners(faces, face, f)) winding.add(f.a, f.b, f.c);
                                    return reach;
                                });
         windings += winding.sum();
@@ -174,21 +164,22 @@ bool MeshCollider::isInside(const Vector3D& point) const
 void MeshCollider::findOverlapping(const Box3D& box, Array<uint32>& faces) const
 {
     faces.clear();
-    const Faces corners(_mesh);
+    const detail::MeshFaces corners(_mesh);
     Box3F outwards;
     for (uint32 axis = 0; axis < 3; ++axis)
     {
         outwards.min[axis] = detail::floatBelow(box.min[axis]);
         outwards.max[axis] = detail::floatAbove(box.max[axis]);
     }
-    _tree.visitOverlapping(outwards,
-                           [&](uint32 face, double reach)
-                           {
-                               Corners f;
-                               if (corners.get(face, f) && detail::TriangleOverlap::test(f.a, f.b, f.c, box))
-                                   faces.push_back(face);
-                               return reach;
-                           });
+    _tree.visitOverlapping(
+        outwards,
+        [&](uint32 face, double reach)
+        {
+            Corners f;
+            if (getCorners(corners, face, f) && detail::TriangleOverlap::test(f.a, f.b, f.c, box))
+                faces.push_back(face);
+            return reach;
+        });
     std::sort(faces.begin(), faces.end());
 }
 

@@ -26,15 +26,6 @@ float halfArea(const Box3F& box)
     return d.x * d.y + d.y * d.z + d.z * d.x;
 }
 
-void extend(Box3F& box, const Box3F& other)
-{
-    for (uint32 axis = 0; axis < 3; ++axis)
-    {
-        box.min[axis] = std::min(box.min[axis], other.min[axis]);
-        box.max[axis] = std::max(box.max[axis], other.max[axis]);
-    }
-}
-
 float nonZero(float x) { return std::fabs(x) > 1e-12f ? x : std::copysign(1e-12f, x); }
 
 struct Range
@@ -84,7 +75,7 @@ private:
 Range RayTreeBuilder::rangeOf(uint32 begin, uint32 end) const
 {
     Range range{begin, end, Box3F::empty()};
-    for (uint32 i = begin; i < end; ++i) extend(range.box, _boxes[_order[i]]);
+    for (uint32 i = begin; i < end; ++i) range.box.extend(_boxes[_order[i]]);
     return range;
 }
 
@@ -107,7 +98,7 @@ uint32 RayTreeBuilder::split(const Range& range, uint32 depth)
     for (uint32 i = range.begin; i < range.end; ++i)
     {
         const uint32 bin = std::min(binOf(_order[i]), binCount - 1);
-        extend(boxes[bin], _boxes[_order[i]]);
+        boxes[bin].extend(_boxes[_order[i]]);
         ++counts[bin];
     }
 
@@ -116,7 +107,7 @@ uint32 RayTreeBuilder::split(const Range& range, uint32 depth)
     uint32 count = 0;
     for (uint32 bin = 0; bin + 1 < binCount; ++bin)
     {
-        extend(sweep, boxes[bin]);
+        sweep.extend(boxes[bin]);
         count += counts[bin];
         costBelow[bin + 1] = count > 0 ? halfArea(sweep) * static_cast<float>(count) : 0;
     }
@@ -126,7 +117,7 @@ uint32 RayTreeBuilder::split(const Range& range, uint32 depth)
     float leastCost = std::numeric_limits<float>::infinity();
     for (uint32 bin = binCount - 1; bin > 0; --bin)
     {
-        extend(sweep, boxes[bin]);
+        sweep.extend(boxes[bin]);
         count += counts[bin];
         if (count == 0 || count == range.size()) continue;
         const float cost = costBelow[bin] + halfArea(sweep) * static_cast<float>(count);

@@ -26,13 +26,6 @@ bool isDrawable(const Array<Vector3D>& positions, const Index3& face)
            isFinite(positions[face.b]) && isFinite(positions[face.c]);
 }
 
-/// The vector at unit length; zero for one that has no direction.
-Vector3F unit(const Vector3F& v)
-{
-    const float l = length(v);
-    return l > 0 && l < infinite ? v * (1 / l) : Vector3F{0, 0, 0};
-}
-
 Box3F boxOf(const Vector3F& a, const Vector3F& b, const Vector3F& c)
 {
     Box3F box{a, a};
@@ -113,7 +106,7 @@ float TriangleShapes::distance(uint32 place, const Ray& ray) const
 Normals TriangleShapes::normals(uint32 place, const Ray& ray, float distance) const
 {
     const Triangle& t = _triangles[place];
-    const Vector3F scaledNormal = cross(t.edgeB, t.edgeC), flat = unit(scaledNormal);
+    const Vector3F scaledNormal = cross(t.edgeB, t.edgeC), flat = unitOrZero(scaledNormal);
     const uint32 face = _faces[place];
     const Array<Vector3F>& nor = _mesh.nor();
     if (_mesh.trindexNor().size() <= face) return {flat, flat};
@@ -125,7 +118,7 @@ Normals TriangleShapes::normals(uint32 place, const Ray& ray, float distance) co
     const float b = dot(cross(offset, t.edgeC), scaledNormal) / whole;
     const float c = dot(cross(t.edgeB, offset), scaledNormal) / whole;
     const Vector3F mixed = nor[corners.a] * (1 - b - c) + nor[corners.b] * b + nor[corners.c] * c;
-    const Vector3F smooth = unit(_up == UpAxis::Y ? mixed : Vector3F{mixed.x, mixed.z, -mixed.y});
+    const Vector3F smooth = unitOrZero(_up == UpAxis::Y ? mixed : Vector3F{mixed.x, mixed.z, -mixed.y});
     // Normals of a file that winds its faces the other way, or that says nothing of use, are put right here.
     const float agreement = dot(smooth, flat);
     if (!(std::fabs(agreement) > 0.1f)) return {flat, flat};
@@ -161,7 +154,7 @@ float SphereShapes::distance(uint32 place, const Ray& ray) const
 
 Normals SphereShapes::normals(uint32 place, const Ray& ray, float distance) const
 {
-    const Vector3F normal = unit(ray.at(distance) - _centers[place]);
+    const Vector3F normal = unitOrZero(ray.at(distance) - _centers[place]);
     return {normal, normal};
 }
 

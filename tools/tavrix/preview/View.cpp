@@ -62,8 +62,7 @@ View viewOf(const Box3D& box, const PreviewOptions& options)
     const double longest = std::max({half.x, half.y, half.z});
     const bool hasSize = longest > smallestSize && std::isfinite(longest);
     const double scale = hasSize ? 1 / longest / length(half / longest) : 1;
-    const bool isEmpty = box.min.x > box.max.x;
-    const Vector3D center = isEmpty ? Vector3D{0, 0, 0} : box.min * 0.5 + box.max * 0.5;
+    const Vector3D center = box.isEmpty() ? Vector3D{0, 0, 0} : box.min * 0.5 + box.max * 0.5;
 
     View view{center, scale, options.up, 0, {}, {}, {}, {}, 0, 0, 0};
     const Vector3D turnedHalf = turned(hasSize ? half * scale : Vector3D{0.5, 0.5, 0.5}, options.up);

@@ -6,7 +6,7 @@
 #include <tavrix/fields/detail/Lattice.h>
 #include <tavrix/foundation/detail/SlabCuts.h>
 #include <tavrix/implicit/detail/MeshDistanceKernel.h>
-#include <tavrix/implicit/detail/MeshFaces.h>
+#include <tavrix/mesh/detail/MeshFaces.h>
 
 namespace tavrix::detail
 {
@@ -24,8 +24,8 @@ struct FaceReach
 /// Node visits that a worker makes between two polls: some milliseconds.
 constexpr double visitsPerRound = 4e6;
 
-/// The nodes of an axis that are within the band of [least, most], and a node to spare.
-NodeBox widened(const Lattice& lattice, const Box3D& box, double band)
+/// The nodes within the band of a box, and a node to spare on every side.
+NodeBox nodesAround(const Lattice& lattice, const Box3D& box, double band)
 {
     NodeBox nodes;
     for (uint32 axis = 0; axis < 3; ++axis)
@@ -42,9 +42,7 @@ NodeBox widened(const Lattice& lattice, const Box3D& box, double band)
 FaceReach reachOf(const Lattice& lattice, const MeshFaces& mesh, uint32 face, double band)
 {
     if (!mesh.isUsable(face)) return {0, 0, 0};
-    Box3D box = Box3D::empty();
-    for (uint32 c = 0; c < 3; ++c) box.extend(mesh.corner(face, c));
-    const NodeBox nodes = widened(lattice, box, band);
+    const NodeBox nodes = nodesAround(lattice, mesh.box(face), band);
     double visits = 1;
     for (uint32 axis = 0; axis < 3; ++axis)
     {

@@ -5,7 +5,7 @@
 #include <vector>
 
 #include <tavrix/implicit/detail/FaceSlice.h>
-#include <tavrix/implicit/detail/MeshFaces.h>
+#include <tavrix/mesh/detail/MeshFaces.h>
 
 namespace tavrix::detail
 {

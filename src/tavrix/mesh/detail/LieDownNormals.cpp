@@ -12,14 +12,6 @@ namespace
 
 constexpr Vector3F noDirection{0, 0, 0};
 
-/// The vector at unit length, or zero when it is shorter than `shortest` or not finite.
-Vector3D unitOrZero(const Vector3D& v, double shortest)
-{
-    const double size = length(v);
-    const bool usable = size > shortest && size <= std::numeric_limits<double>::max();
-    return usable ? v * (1.0 / size) : Vector3D{0, 0, 0};
-}
-
 /// What is known about one vanished normal.
 struct Candidate
 {

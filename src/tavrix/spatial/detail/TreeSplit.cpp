@@ -19,12 +19,7 @@ float centerOf(const Box3F& box, uint32 axis)
 Box3F calculateIntegratingRequestBox(const IntegratingEntry* entries, uint32 count)
 {
     Box3F box = Box3F::empty();
-    for (uint32 n = 0; n < count; ++n)
-    {
-        const Box3F& b = entries[n].box;
-        box.min = {std::min(box.min.x, b.min.x), std::min(box.min.y, b.min.y), std::min(box.min.z, b.min.z)};
-        box.max = {std::max(box.max.x, b.max.x), std::max(box.max.y, b.max.y), std::max(box.max.z, b.max.z)};
-    }
+    for (uint32 n = 0; n < count; ++n) box.extend(entries[n].box);
     return box;
 }
 
