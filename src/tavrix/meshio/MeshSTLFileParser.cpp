@@ -6,8 +6,9 @@
 #include <string>
 
 #include <tavrix/foundation/detail/PackedRecords.h>
-#include <tavrix/meshio/detail/StlBinary.h>
-#include <tavrix/meshio/detail/StlText.h>
+#include <tavrix/meshio/detail/StlLayout.h>
+#include <tavrix/meshio/detail/StlReader.h>
+#include <tavrix/meshio/detail/StlWriter.h>
 
 namespace tavrix
 {

@@ -3,7 +3,7 @@
 #include <span>
 
 #include <tavrix/meshio/detail/MeshChannels.h>
-#include <tavrix/meshio/detail/ObjFile.h>
+#include <tavrix/meshio/detail/ObjReader.h>
 #include <tavrix/meshio/detail/ObjWriter.h>
 #include <tavrix/meshio/detail/TextLines.h>
 
@@ -21,10 +21,10 @@ int readObj(const TX_String& fileName, bool withTextures, ArrayOfPtr<Mesh>& mesh
     detail::TextLines lines(lineBufferSize - 1);
     if (const FileStatus status = lines.open(fileName); status != FileStatus::ok)
         return meshFileResult(status);
-    detail::ObjFile file(mode);
-    file.ObjFirstPass(lines);
+    detail::ObjReader reader(mode);
+    reader.ObjFirstPass(lines);
     if (lines.status() != FileStatus::ok) return meshFileResult(lines.status());
-    file.BuildObjects(withTextures, meshes);
+    reader.BuildObjects(withTextures, meshes);
     return 0;
 }
 

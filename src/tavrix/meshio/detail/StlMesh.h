@@ -1,6 +1,9 @@
 #pragma once
 
+#include <string_view>
+
 #include <tavrix/mesh/Mesh.h>
+#include <tavrix/meshio/detail/TrimmedText.h>
 
 namespace tavrix::detail
 {
@@ -13,11 +16,20 @@ public:
     static constexpr uint32 maxFacetCount = (noIndex - 1) / 3;
 
     explicit StlMesh(Mesh& mesh)
-        : _pos(mesh.refPos()),
+        : _mesh(mesh),
+          _pos(mesh.refPos()),
           _nor(mesh.refNor()),
           _trindexPos(mesh.refTrindexPos()),
           _trindexNor(mesh.refTrindexNor())
     {
+    }
+
+    /// Names the mesh after a text of the file: what stands before a zero byte, without white space around
+    /// it. A text without characters leaves the name as it is.
+    void setName(std::string_view text)
+    {
+        text = trimmed(text.substr(0, text.find('\0')));
+        if (!text.empty()) _mesh.setName(TX_String(text));
     }
 
     /// Makes room for that many facets, keeping those that are there.
@@ -54,6 +66,7 @@ public:
     }
 
 private:
+    Mesh& _mesh;
     Array<Vector3D>& _pos;
     Array<Vector3F>& _nor;
     Array<Index3>& _trindexPos;

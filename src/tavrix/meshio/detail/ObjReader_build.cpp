@@ -1,6 +1,6 @@
 #include <algorithm>
 
-#include <tavrix/meshio/detail/ObjFile.h>
+#include <tavrix/meshio/detail/ObjReader.h>
 
 namespace tavrix::detail
 {
@@ -225,7 +225,7 @@ void keepTriples(std::vector<Index3>& triples, const Keep& keep)
 
 }  // namespace
 
-void ObjFile::dropFacesWithoutPosition(ObjGroup& group) const
+void ObjReader::dropFacesWithoutPosition(ObjGroup& group) const
 {
     const auto isValid = [&](std::size_t i) { return isBelow(group.positions[i], _positions.size()); };
     const std::size_t count = group.positions.size();
@@ -240,7 +240,7 @@ void ObjFile::dropFacesWithoutPosition(ObjGroup& group) const
     keepTriples(group.normals, keep);
 }
 
-void ObjFile::BuildObjects(bool withTextures, ArrayOfPtr<Mesh>& meshes)
+void ObjReader::BuildObjects(bool withTextures, ArrayOfPtr<Mesh>& meshes)
 {
     PositionBuilder positions(_positions, _textures);
     Subset normals(_normals.size());

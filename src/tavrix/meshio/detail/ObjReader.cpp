@@ -1,4 +1,4 @@
-#include <tavrix/meshio/detail/ObjFile.h>
+#include <tavrix/meshio/detail/ObjReader.h>
 #include <tavrix/meshio/detail/TrimmedText.h>
 #include <tavrix/platform/NumberText.h>
 
@@ -64,9 +64,9 @@ void ObjGroup::addTriangle(const ObjCorner& a, const ObjCorner& b, const ObjCorn
     positions.push_back({a.position, b.position, c.position});
 }
 
-ObjFile::ObjFile(ReadingMode mode) : _mode(mode), _current(addGroup("default")) {}
+ObjReader::ObjReader(ReadingMode mode) : _mode(mode), _current(addGroup("default")) {}
 
-ObjGroup* ObjFile::addGroup(std::string name)
+ObjGroup* ObjReader::addGroup(std::string name)
 {
     _groups.push_back(std::make_unique<ObjGroup>());
     ObjGroup* group = _groups.back().get();
@@ -75,19 +75,19 @@ ObjGroup* ObjFile::addGroup(std::string name)
     return group;
 }
 
-ObjGroup* ObjFile::GetGroupByName(const std::string& name) const
+ObjGroup* ObjReader::GetGroupByName(const std::string& name) const
 {
     const auto found = _groupByName.find(name);
     return found == _groupByName.end() ? nullptr : found->second;
 }
 
-void ObjFile::ObjFirstPass(TextLines& lines)
+void ObjReader::ObjFirstPass(TextLines& lines)
 {
     std::string_view line;
     while (lines.ReadLine(line)) readStatement(line);
 }
 
-void ObjFile::readStatement(std::string_view line)
+void ObjReader::readStatement(std::string_view line)
 {
     const char* const end = line.data() + line.size();
     const char* const begin = skipSpaces(line.data(), end);
@@ -105,7 +105,7 @@ void ObjFile::readStatement(std::string_view line)
         switchGroup(trimmed({rest, static_cast<std::size_t>(end - rest)}));
 }
 
-void ObjFile::switchGroup(std::string_view name)
+void ObjReader::switchGroup(std::string_view name)
 {
     if (_mode == ReadingMode::oneGroup) return;
     std::string groupName(name.empty() ? "default" : name);
@@ -119,7 +119,7 @@ void ObjFile::switchGroup(std::string_view name)
 }
 
 /// The longest of p/t/n, p//n, p/t and p that the text begins with; moves behind the whole token.
-bool ObjFile::readCorner(const char*& p, const char* end, ObjCorner& corner) const
+bool ObjReader::readCorner(const char*& p, const char* end, ObjCorner& corner) const
 {
     const auto readIndex = [end](const char*& text, std::size_t count, uint32& index)
     {
@@ -149,7 +149,7 @@ bool ObjFile::readCorner(const char*& p, const char* end, ObjCorner& corner) con
     return found;
 }
 
-void ObjFile::readFace(const char* p, const char* end)
+void ObjReader::readFace(const char* p, const char* end)
 {
     ObjCorner corners[4];
     uint32 count = 0;

@@ -1,8 +1,10 @@
+#include <tavrix/meshio/detail/StlWriter.h>
+
 #include <cmath>
 
 #include <tavrix/meshio/detail/BufferedWriter.h>
 #include <tavrix/meshio/detail/MeshChannels.h>
-#include <tavrix/meshio/detail/StlText.h>
+#include <tavrix/meshio/detail/StlLayout.h>
 
 namespace tavrix::detail
 {
@@ -65,6 +67,30 @@ int writeStlText(const TX_String& fileName, const Mesh& mesh, CancelCallback cal
                        return putFacet(to, {pos[face.a], pos[face.b], pos[face.c]});
                    });
     out << "endsolid" << name << '\n';
+    return out.close();
+}
+
+int writeStlBinary(const TX_String& fileName, const Mesh& mesh, CancelCallback callback)
+{
+    BufferedWriter out(callback);
+    if (const FileStatus status = out.open(fileName); status != FileStatus::ok) return meshFileResult(status);
+    const std::string_view name = mesh.getName().view();
+    out << name;
+    for (std::size_t i = name.size(); i < stlHeaderSize; ++i) out << '\0';
+    out.advance(putNumber(out.room(sizeof(uint32)), countFacesInRange(mesh, out.polling())));
+
+    const Vector3D* pos = mesh.pos().data();
+    const Index3* faces = mesh.trindexPos().data();
+    const uint32 positionCount = mesh.getPosSize();
+    out.writeItems(mesh.getFacesSize(), stlFacetSize,
+                   [=](uint32 i, char* to)
+                   {
+                       const Index3 face = faces[i];
+                       if (!isInRange(face, positionCount)) return to;
+                       to = putVector(to, Vector3F{0, 0, 0});
+                       for (uint32 corner = 0; corner < 3; ++corner) to = putVector(to, pos[face[corner]]);
+                       return putNumber(to, uint16{0});
+                   });
     return out.close();
 }
 

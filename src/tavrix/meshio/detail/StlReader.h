@@ -1,6 +1,5 @@
 #pragma once
 
-#include <tavrix/foundation/CancelCallback.h>
 #include <tavrix/mesh/Mesh.h>
 #include <tavrix/platform/FileBufferIn.h>
 #include <tavrix/platform/FileStatus.h>
@@ -16,7 +15,8 @@ bool beginsAsStlText(FileBufferIn& file);
 /// first solid. Failed when the system reports an error, or the facets are more than a mesh can number.
 FileStatus readStlText(FileBufferIn& file, Mesh& mesh);
 
-/// Writes the mesh; 0 when the file is whole, else a MeshFileError.
-int writeStlText(const TX_String& fileName, const Mesh& mesh, CancelCallback callback);
+/// Reads the facets of a binary STL file likewise, as many as there are; the mesh is named after the header's
+/// text.
+FileStatus readStlBinary(FileBufferIn& file, Mesh& mesh);
 
 }  // namespace tavrix::detail

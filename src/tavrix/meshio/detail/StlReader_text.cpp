@@ -4,8 +4,7 @@
 #include <string_view>
 
 #include <tavrix/meshio/detail/StlMesh.h>
-#include <tavrix/meshio/detail/StlName.h>
-#include <tavrix/meshio/detail/StlText.h>
+#include <tavrix/meshio/detail/StlReader.h>
 #include <tavrix/platform/ByteOrder.h>
 #include <tavrix/platform/NumberText.h>
 
@@ -108,7 +107,7 @@ private:
 class StlTextReader
 {
 public:
-    StlTextReader(FileBufferIn& file, Mesh& mesh) : _file(file), _mesh(mesh), _facets(mesh) {}
+    StlTextReader(FileBufferIn& file, Mesh& mesh) : _file(file), _facets(mesh) {}
 
     FileStatus read()
     {
@@ -210,7 +209,7 @@ private:
     void readName(const char* end)
     {
         const char* lineEnd = std::find_if(_next, end, isLineEnd);
-        if (!_named) setStlName({_next, static_cast<std::size_t>(lineEnd - _next)}, _mesh);
+        if (!_named) _facets.setName({_next, static_cast<std::size_t>(lineEnd - _next)});
         _named = true;
         endFacet();
         skipLine();
@@ -236,7 +235,6 @@ private:
     }
 
     FileBufferIn& _file;
-    Mesh& _mesh;
     StlMesh _facets;
     std::unique_ptr<char[]> _window{new char[windowSize + maxStatement]};
     const char* _next = _window.get();  ///< first character not taken

@@ -39,10 +39,10 @@ struct ObjGroup
 };
 
 /// A file's elements as they stand in it, read by ObjFirstPass and turned into meshes by BuildObjects.
-class ObjFile
+class ObjReader
 {
 public:
-    explicit ObjFile(ObjReadingMode mode);
+    explicit ObjReader(ObjReadingMode mode);
 
     /// Reads every line and collects elements, and faces by group.
     void ObjFirstPass(TextLines& lines);
