@@ -16,7 +16,9 @@ struct MeshTopology
     uint32 inconsistentEdgeCount;  ///< edges of several faces that do not run along it equally often in both
                                    ///< directions
 
+    /// No edge has one face only.
     bool isClosed() const { return boundaryEdgeCount == 0; }
+    /// Along every edge its faces run equally often in both directions.
     bool isConsistentlyOriented() const { return inconsistentEdgeCount == 0; }
     /// Positions - edges + faces: 2 for a sphere, 0 for a torus, their sum for several parts.
     int64 eulerCharacteristic() const { return int64{positionCount} - edgeCount + faceCount; }
