@@ -18,7 +18,7 @@ struct MeshTopology
 
     /// No edge has one face only.
     bool isClosed() const { return boundaryEdgeCount == 0; }
-    /// Along every edge its faces run equally often in both directions.
+    /// Where several faces share an edge, they run along it equally often in both directions.
     bool isConsistentlyOriented() const { return inconsistentEdgeCount == 0; }
     /// Positions - edges + faces: 2 for a sphere, 0 for a torus, their sum for several parts.
     int64 eulerCharacteristic() const { return int64{positionCount} - edgeCount + faceCount; }
