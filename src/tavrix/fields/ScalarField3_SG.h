@@ -65,7 +65,7 @@ public:
     void reset(uint32 sizeX, uint32 sizeY, uint32 sizeZ, const Vector3<Coord>& separation,
                uint32 tileEdge = defaultTileEdge);
     /// @}
-    /// The same with tiles of 8 nodes a side.
+    /// As reset, with tiles of 8 nodes a side.
     void reset_XYZ(uint32 sizeX, uint32 sizeY, uint32 sizeZ, Coord separation) override;
     void reset_toZeroSize() override;
     /// Does nothing for the tiled field.
@@ -139,7 +139,7 @@ public:
     const Tile* getTile(uint32 tileMonoindex) const;
     Tile* getTile(uint32 tileMonoindex);
     /// @}
-    /// The same, making the tile when it is not stored.
+    /// As getTile, making the tile when it is not stored.
     Tile& refTile_alloc(uint32 tileMonoindex);
     /// Makes a tile that is not stored, of the default value but for the layers that it shares with stored
     /// tiles after it: no sample changes. Returns whether it did.
@@ -155,7 +155,8 @@ public:
     /// Writes one copy: at local + offset, wrapped into the tile, of the tile at tile + offset. Nothing
     /// happens outside the grid of tiles.
     void setAtBorderOffset(const Index3& tile, const Index3& local, const TileOffset& offset, Value value);
-    /// The same, adding v. A copy in a tile that had to be made becomes the default value + v.
+    /// As setAtBorder and setAtBorderOffset, but adding v. A copy in a tile that had to be made becomes the
+    /// default value + v.
     /// @{
     void addValueToTilesAtBorders(const Index3& tile, uint32 i, uint32 j, uint32 k, Value v);
     void addValueToTileOffset(const Index3& tile, const Index3& local, const TileOffset& offset, Value v);

@@ -24,7 +24,7 @@ struct MeshTopology
     int64 eulerCharacteristic() const { return int64{positionCount} - edgeCount + faceCount; }
 };
 
-/// O(positions + faces). The indices must be valid.
+/// Counts edges, borders and the like of a mesh. O(positions + faces). The indices must be valid.
 TX_GEOMETRY_API MeshTopology computeTopology(const Mesh& mesh);
 
 /// The number of parts of the mesh that share no position; positions without a face are none. O(positions +

@@ -69,7 +69,7 @@ protected:
     /// @}
 };
 
-/// The same from a system that may be changed.
+/// Walks over the live particles of a system that may be changed; otherwise as its base.
 class TX_GEOMETRY_API ParticleSystemIterator_v2 : public ParticleSystemConstIterator_v2
 {
 public:

@@ -25,7 +25,7 @@ struct GeometryNode
     }
     /// Whether it has a geometry instead of children.
     constexpr bool isLeaf() const { return (link & geometryLeafBit) != 0; }
-    /// Of a leaf.
+    /// The number of a leaf's geometry.
     constexpr uint32 geometryIndex() const { return link & ~geometryLeafBit; }
 };
 

@@ -16,7 +16,7 @@ struct GeometryNodeEx
     uint32 child;
     /// @}
 
-    /// Of a node in a finished tree, whose children lie side by side.
+    /// Takes a node of a finished tree, whose children lie side by side.
     static constexpr GeometryNodeEx from(const GeometryNode<Box>& node)
     {
         return {node, node.isLeaf() ? noIndex : node.link + 1};
