@@ -19,13 +19,23 @@ namespace tavrix
 template <class Coord>
 struct GridDescription3
 {
+    /// Nodes along each axis.
+    /// @{
     uint32 sizeX, sizeY, sizeZ;
+    /// @}
+    /// sizeY sizeZ, and the number of all nodes.
+    /// @{
     uint32 sizeYZ;
     uint32 size;
+    /// @}
+    /// From the first node to the last.
     Box3<Coord> box;
+    /// The distances of neighbouring nodes along the axes, one over each, and the largest of them.
+    /// @{
     Vector3<Coord> separation;
     Vector3<Coord> reciprocalSeparation;
     Coord largestSeparation;
+    /// @}
 
     /// The grid of these sizes, centred on the origin. One size may be 0: the others are kept. Throws
     /// std::length_error when the node count passes 2^32 - 1.
@@ -56,10 +66,13 @@ struct GridDescription3
         return static_cast<uint32>(plane * sizeX);
     }
 
+    /// The nodes along axis 0, 1 or 2.
     uint32 sizeAlong(uint32 axis) const { return axis == 0 ? sizeX : axis == 1 ? sizeY : sizeZ; }
 
+    /// The number of a node; the indices are not checked.
     uint32 getMonoindex(uint32 i, uint32 j, uint32 k) const { return i * sizeYZ + j * sizeZ + k; }
 
+    /// The node of a number; a grid without nodes has none to ask for.
     Index3 getIndexes(uint32 monoindex) const
     {
         const uint32 i = monoindex / sizeYZ;
@@ -68,11 +81,13 @@ struct GridDescription3
         return {i, j, rest - j * sizeZ};
     }
 
+    /// Where nodes of that index lie along the axis, as it is rounded everywhere.
     Coord getCoordinate(uint32 axis, uint32 index) const
     {
         return box.min[axis] + static_cast<Coord>(index) * separation[axis];
     }
 
+    /// Where a node lies.
     Vector3<Coord> getPoint(uint32 i, uint32 j, uint32 k) const
     {
         return {getCoordinate(0, i), getCoordinate(1, j), getCoordinate(2, k)};

@@ -13,11 +13,14 @@ struct GridFit
 {
     Vector3D sizes;   ///< nodes along each axis; whole, but not bound by what an index holds
     Vector3D center;  ///< of the nodes
+    /// Between neighbouring nodes, along every axis.
     double spacing;
 
+    /// The product of the sizes, in double precision.
     double nodeCount() const { return sizes.x * sizes.y * sizes.z; }
     /// Whether 32-bit indices number the nodes.
     bool isIndexable() const { return nodeCount() <= 4294967295.0; }
+    /// The sizes as integers, of a grid that is indexable.
     Index3 size() const;
 };
 

@@ -17,22 +17,29 @@ class ScalarField3 final : public ScalarField3_base<Value, Coord>
     using Base::_grid;
 
 public:
+    /// The forms of the base, beside those below.
+    /// @{
     using Base::add;
     using Base::get;
     using Base::set;
+    /// @}
 
     /// An empty field.
     ScalarField3();
     /// Copies grid, samples and default value, not the render object.
+    /// @{
     ScalarField3(const ScalarField3& other);
     ScalarField3& operator=(const ScalarField3& other);
+    /// @}
     ~ScalarField3() override;
 
     /// Sizes the grid (centred on the origin) and the sample array, whose contents become unspecified; its
     /// capacity only grows. Throws std::length_error, and changes nothing, when the node count passes 2^32
     /// - 1.
+    /// @{
     void reset(uint32 sizeX, uint32 sizeY, uint32 sizeZ, Coord separation);
     void reset(uint32 sizeX, uint32 sizeY, uint32 sizeZ, const Vector3<Coord>& separation);
+    /// @}
     void reset_XYZ(uint32 sizeX, uint32 sizeY, uint32 sizeZ, Coord separation) override;
     void reset_toZeroSize() override;
     /// Takes over a grid, its place included, and as many samples as it has nodes. Returns false, and changes
@@ -44,10 +51,16 @@ public:
     /// Bytes that the samples of such a field need; the separation does not matter.
     static uint64 getMemoryUsagePrediction(uint32 sizeX, uint32 sizeY, uint32 sizeZ, Coord separation);
 
+    /// All samples in monoindex order. Writing through the reference does not set the changed bit.
+    /// @{
     const Array<Value>& getArrScalars() const { return _samples; }
     const Value* getDenseSamples() const override { return _samples.data(); }
     Array<Value>& refArrScalars() { return _samples; }
+    /// @}
 
+    /// A sample as the base gives it, without a virtual call. Writing through the reference does not set the
+    /// changed bit.
+    /// @{
     Value get(uint32 i, uint32 j, uint32 k) const { return _samples[_grid.getMonoindex(i, j, k)]; }
     Value get(const Index3& node) const override { return get(node.a, node.b, node.c); }
     Value get(uint32 monoindex) const override { return _samples[monoindex]; }
@@ -55,7 +68,10 @@ public:
     Value get(const Vector3<Coord>& point) const { return get(_grid.getTruncated(point)); }
     Value& operator[](uint32 monoindex) { return _samples[monoindex]; }
     const Value& operator[](uint32 monoindex) const { return _samples[monoindex]; }
+    /// @}
 
+    /// Writes a sample and sets the changed bit, as the base does.
+    /// @{
     void set(uint32 i, uint32 j, uint32 k, Value value) { set(_grid.getMonoindex(i, j, k), value); }
     void set(const Index3& node, Value value) override { set(node.a, node.b, node.c, value); }
     void set(uint32 monoindex, Value value) override
@@ -64,13 +80,17 @@ public:
         setChanged();
     }
     void set(uint64 monoindex, Value value) { set(static_cast<uint32>(monoindex), value); }
+    /// @}
     void set(Value value) override;
 
     Value getDefaultValue() const override { return _defaultValue; }
     void setDefaultValue(Value value) override;
 
+    /// Adds to a sample.
+    /// @{
     void add(uint32 i, uint32 j, uint32 k, Value v) { add(_grid.getMonoindex(i, j, k), v); }
     void add(uint32 monoindex, Value v) { set(monoindex, static_cast<Value>(_samples[monoindex] + v)); }
+    /// @}
     bool addValueToBoxContainingPoint(const Vector3<Coord>& point, Value v) override;
 
     void add(Value v) override;

@@ -22,11 +22,16 @@ public:
     /// Adds a child at the lattice position nearest to its min corner; parts that reach past the parent are
     /// not seen. Returns false, and adds nothing, when its separations are not the parent's.
     bool addChild(const ScalarField3<Value, Coord>& child);
+    /// How many children were added since the last reset.
     uint32 getChildCount() const { return _children.size(); }
 
+    /// The parent's own grid.
     const GridDescription3<Coord>& getGrid() const { return _grid; }
+    /// What nodes read that no child holds; 0 at first.
+    /// @{
     Value getDefaultValue() const { return _defaultValue; }
     void setDefaultValue(Value value) { _defaultValue = value; }
+    /// @}
 
     /// The sample of a parent's node. The index is not checked.
     Value get(const Index3& node) const;

@@ -35,27 +35,37 @@ class ScalarField3_SG final : public ScalarField3_base<Value, Coord>
     using Base::_grid;
 
 public:
+    /// A tile's values, and a step from one tile to another.
+    /// @{
     using Tile = Array<Value>;
     using TileOffset = Tuple3<int32, int32, int32>;
+    /// @}
 
+    /// The forms of the base, beside those below.
+    /// @{
     using Base::add;
     using Base::get;
     using Base::set;
+    /// @}
 
     /// An empty field with tiles of 8 nodes a side.
     ScalarField3_SG();
     /// Copies grids, tiles and default value, not the render object.
+    /// @{
     ScalarField3_SG(const ScalarField3_SG& other);
     ScalarField3_SG& operator=(const ScalarField3_SG& other);
+    /// @}
     ~ScalarField3_SG() override;
 
     /// Sizes the grid, centred on the origin, and the table of ceil(size / (tileEdge - 1)) tiles an axis, and
     /// frees every tile; the default value stays. A tile edge below 2 counts as 2. Throws std::length_error
     /// when the grid's nodes or a tile's values pass 2^32 - 1, and then changes nothing.
+    /// @{
     void reset(uint32 sizeX, uint32 sizeY, uint32 sizeZ, Coord separation, uint32 tileEdge = defaultTileEdge);
     void reset(uint32 sizeX, uint32 sizeY, uint32 sizeZ, const Vector3<Coord>& separation,
                uint32 tileEdge = defaultTileEdge);
-    /// The same with tiles of 8 nodes a side.
+    /// @}
+    /// As reset, with tiles of 8 nodes a side.
     void reset_XYZ(uint32 sizeX, uint32 sizeY, uint32 sizeZ, Coord separation) override;
     void reset_toZeroSize() override;
     /// Does nothing for the tiled field.
@@ -66,6 +76,8 @@ public:
     void moveTo(const Vector3<Coord>& point) override;
     void move(const Vector3<Coord>& offset) override;
 
+    /// The sample of a node, the default value where no tile is stored.
+    /// @{
     Value get(uint32 i, uint32 j, uint32 k) const
     {
         const auto place = _tileGrid.placeOf(i, j, k);
@@ -74,36 +86,48 @@ public:
     }
     Value get(const Index3& node) const override { return get(node.a, node.b, node.c); }
     Value get(uint32 monoindex) const override { return get(_grid.getIndexes(monoindex)); }
+    /// @}
     void copySamples(uint32 first, uint32 count, Value* out) const override;
 
     /// Writes a sample and its copies; the tiles that hold them are made where they are missing.
+    /// @{
     void set(uint32 i, uint32 j, uint32 k, Value value);
     void set(const Index3& node, Value value) override { set(node.a, node.b, node.c, value); }
     void set(uint32 monoindex, Value value) override { set(_grid.getIndexes(monoindex), value); }
+    /// @}
     /// Frees the tiles and gives every node this value, which becomes the default value.
     void set(Value value) override { setDefaultValue(value); }
     Value getDefaultValue() const override { return _defaultValue; }
     void setDefaultValue(Value value) override;
 
+    /// How the nodes are spread over tiles, and how many there are along a tile's side.
+    /// @{
     const TileGrid3<Coord>& getTileGrid() const { return _tileGrid; }
     uint32 getTileEdge() const { return _tileGrid.edge; }
+    /// @}
     /// Number of tiles, stored or not, altogether and per axis.
+    /// @{
     uint32 getTileSize() const { return _tileGrid.tiles.size; }
     uint32 getTileSizeX() const { return _tileGrid.tiles.sizeX; }
     uint32 getTileSizeY() const { return _tileGrid.tiles.sizeY; }
     uint32 getTileSizeZ() const { return _tileGrid.tiles.sizeZ; }
+    /// @}
     /// Number of tiles that are stored.
     uint32 getStoredTileSize() const { return _tiles.size(); }
 
     /// The monoindex of a tile from the indices of one of its nodes (global space) or from its own.
+    /// @{
     uint32 getTileMonoindex(uint32 i, uint32 j, uint32 k, IndexesSpace space) const
     {
         return getTileMonoindex(Index3{i, j, k}, space);
     }
     uint32 getTileMonoindex(const Index3& indexes, IndexesSpace space) const;
+    /// @}
     /// The indices of the tile that a node belongs to.
+    /// @{
     Index3 getTileIndexes(uint32 i, uint32 j, uint32 k) const { return getTileIndexes(Index3{i, j, k}); }
     Index3 getTileIndexes(const Index3& node) const { return _tileGrid.tileOf(node); }
+    /// @}
     /// The indices of a tile from the monoindex of one of its nodes (global space) or from its own.
     Index3 getTileIndexes(uint32 monoindex, IndexesSpace space) const;
     /// The indices of the tile around a point; noCell for a point outside the closed box.
@@ -111,9 +135,11 @@ public:
 
     /// A tile's edge^3 values, z fastest; null for one that is not stored. Who writes into a tile writes the
     /// copies too, with setAtBorder.
+    /// @{
     const Tile* getTile(uint32 tileMonoindex) const;
     Tile* getTile(uint32 tileMonoindex);
-    /// The same, making the tile when it is not stored.
+    /// @}
+    /// As getTile, making the tile when it is not stored.
     Tile& refTile_alloc(uint32 tileMonoindex);
     /// Makes a tile that is not stored, of the default value but for the layers that it shares with stored
     /// tiles after it: no sample changes. Returns whether it did.
@@ -129,9 +155,12 @@ public:
     /// Writes one copy: at local + offset, wrapped into the tile, of the tile at tile + offset. Nothing
     /// happens outside the grid of tiles.
     void setAtBorderOffset(const Index3& tile, const Index3& local, const TileOffset& offset, Value value);
-    /// The same, adding v. A copy in a tile that had to be made becomes the default value + v.
+    /// As setAtBorder and setAtBorderOffset, but adding v. A copy in a tile that had to be made becomes the
+    /// default value + v.
+    /// @{
     void addValueToTilesAtBorders(const Index3& tile, uint32 i, uint32 j, uint32 k, Value v);
     void addValueToTileOffset(const Index3& tile, const Index3& local, const TileOffset& offset, Value v);
+    /// @}
 
     /// Makes the missing neighbours, along the axes, of every tile stored before the call that has a value
     /// larger than the threshold, not equal to it, next to them: on the shared layer or, as set gives a value

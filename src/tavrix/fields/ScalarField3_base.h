@@ -49,32 +49,50 @@ public:
 
     virtual ~ScalarField3_base();
 
+    /// The flags word: flagChanged, and bits that derived classes and hosts use.
+    /// @{
     uint32& refFlags() { return _flags; }
     uint32 getFlags() const { return _flags; }
+    /// @}
+    /// How the samples are stored.
     ScalarFieldType getType() const { return _type; }
 
+    /// Where the nodes are, and how many along each axis.
+    /// @{
     const GridDescription3<Coord>& getGrid() const { return _grid; }
     uint32 sizeX() const { return _grid.sizeX; }
     uint32 sizeY() const { return _grid.sizeY; }
     uint32 sizeZ() const { return _grid.sizeZ; }
+    /// @}
     /// Number of samples.
     uint32 size() const { return _grid.size; }
+    /// The last index along each axis; all ones for a size of 0.
+    /// @{
     uint32 lastX() const { return _grid.sizeX - 1; }
     uint32 lastY() const { return _grid.sizeY - 1; }
     uint32 lastZ() const { return _grid.sizeZ - 1; }
+    /// @}
+    /// From the first node to the last.
     const Box3<Coord>& getBox() const { return _grid.box; }
     /// The largest of the three node separations.
     Coord getPointSeparation() const { return _grid.largestSeparation; }
+    /// The node separations along the axes.
     const Vector3<Coord>& getPointSeparations() const { return _grid.separation; }
+    /// The corners of the box, in the extractor's order and in binary order.
+    /// @{
     Box3Points<Coord> getBox3Points() const { return Box3Points<Coord>(_grid.box); }
     Box3Points_ex<Coord> getBox3Points_ex() const { return Box3Points_ex<Coord>(_grid.box); }
+    /// @}
 
     /// Position of a node.
+    /// @{
     Vector3<Coord> getPoint(uint32 i, uint32 j, uint32 k) const { return _grid.getPoint(i, j, k); }
     Vector3<Coord> getPoint(const Index3& node) const { return _grid.getPoint(node.a, node.b, node.c); }
     Vector3<Coord> getPoint(uint32 monoindex) const { return getPoint(_grid.getIndexes(monoindex)); }
+    /// @}
 
     /// Splits a monoindex into (i, j, k).
+    /// @{
     Index3 getIndexes(uint32 monoindex) const { return _grid.getIndexes(monoindex); }
     void getIndexes(uint32 monoindex, Index3& node) const { node = _grid.getIndexes(monoindex); }
     void getIndexes(uint32 monoindex, Tuple3<int32, int32, int32>& node) const
@@ -82,6 +100,7 @@ public:
         const Index3 n = _grid.getIndexes(monoindex);
         node = {static_cast<int32>(n.a), static_cast<int32>(n.b), static_cast<int32>(n.c)};
     }
+    /// @}
 
     /// Sizes the grid, centred on the origin, with one separation for every axis; the samples become
     /// unspecified.
@@ -93,6 +112,8 @@ public:
     /// Bytes held for the samples.
     virtual uint64 getMemoryUsage() const = 0;
 
+    /// The sample of a node, by its indices or its monoindex.
+    /// @{
     virtual Value get(const Index3& node) const = 0;
     virtual Value get(uint32 monoindex) const = 0;
     Value get(uint64 monoindex) const { return get(static_cast<uint32>(monoindex)); }
@@ -102,13 +123,16 @@ public:
         return get(static_cast<uint32>(monoindex));
     }
     Value get(uint32 i, uint32 j, uint32 k) const { return get(Index3{i, j, k}); }
+    /// @}
     /// The sample of the node whose indices are (p - min) / separation truncated; neither rounding nor range
     /// is corrected.
     Value get(const Vector3<Coord>& point) const { return get(_grid.getTruncated(point)); }
+    /// The sample of a monoindex.
     Value operator[](uint32 monoindex) const { return get(monoindex); }
 
     /// Writes a sample and sets the changed bit. Several threads may write different nodes of a dense field
     /// while the bit is set, as it is after a reset.
+    /// @{
     virtual void set(const Index3& node, Value value) = 0;
     virtual void set(uint32 monoindex, Value value) = 0;
     void set(uint64 monoindex, Value value) { set(static_cast<uint32>(monoindex), value); }
@@ -118,8 +142,10 @@ public:
         set(static_cast<uint32>(monoindex), value);
     }
     void set(uint32 i, uint32 j, uint32 k, Value value) { set(Index3{i, j, k}, value); }
+    /// @}
     /// Fills every sample.
     virtual void set(Value value);
+    /// Fills every sample with 0.
     void setZero() { set(Value(0)); }
 
     /// What nodes read that a storage does not hold; of dense fields the value last given.
@@ -128,15 +154,19 @@ public:
     virtual void setDefaultValue(Value value) = 0;
 
     /// Adds to a sample.
+    /// @{
     void add(uint32 i, uint32 j, uint32 k, Value v);
     void add(uint32 monoindex, Value v)
     {
         const Index3 n = getIndexes(monoindex);
         add(n.a, n.b, n.c, v);
     }
+    /// @}
     /// Add or subtract one and return the new value.
+    /// @{
     Value inc(uint32 i, uint32 j, uint32 k);
     Value dec(uint32 i, uint32 j, uint32 k);
+    /// @}
     /// Adds v to the eight nodes around the point, each its trilinear weight's share, so that the samples'
     /// sum grows by v; shares of integers are truncated. Returns false, and changes nothing, for a point
     /// outside the closed box.
@@ -144,9 +174,12 @@ public:
 
     // Arithmetic, sample by sample.
 
+    /// Every sample s becomes s + v, s factor or |s|.
+    /// @{
     virtual void add(Value v);
     virtual void multiply(Value factor);
     virtual void abs();
+    /// @}
     /// this = other factor + this.
     virtual bool add(const ScalarField3_base& other, Value factor);
     /// this = this - other.
@@ -168,9 +201,11 @@ public:
     /// 64-bit signatures for telling whether a field changed; a change of one sample always changes them. v1
     /// covers the samples, v2 also the sizes, v3 also box, separations and default value. Equal on every
     /// system and for every storage.
+    /// @{
     uint64 computeSignature_v1() const;
     uint64 computeSignature_v2() const;
     uint64 computeSignature_v3() const;
+    /// @}
 
     /// All samples as one array in monoindex order, or null for a storage that has none.
     virtual const Value* getDenseSamples() const { return nullptr; }
@@ -182,6 +217,7 @@ public:
     /// narrowed to Value, which truncates them in integer fields: these read their samples at nodes and 0
     /// between.
     virtual Tuple2<bool, Value> evalSafe(const Vector3<Coord>& point, ScalarFieldEvalMode mode) const;
+    /// The same in the asymmetric mode.
     Tuple2<bool, Value> evalSafe(const Vector3<Coord>& point) const
     {
         return evalSafe(point, TX_FIELD_EVAL_ASYMMETRIC);
@@ -200,25 +236,32 @@ public:
     /// The sample of a node, with true.
     Tuple2<bool, Value> eval(const Index3& node) const { return {true, get(node)}; }
 
+    /// The kind of difference to take along each axis.
     using GradTypes = Tuple3<EvalGradType, EvalGradType, EvalGradType>;
 
     /// First derivatives at a node: (f(i+1) - f(i-1)) / 2h, at the first and last node of the axis the
     /// one-sided difference / h, and 0 on an axis of one node. Here and in all derivatives h is the largest
     /// separation, on every axis, even where the separations differ: that keeps the operators isotropic.
     /// Always true.
+    /// @{
     bool gradx(const Index3& node, double& out) const requires std::floating_point<Value>;
     bool grady(const Index3& node, double& out) const requires std::floating_point<Value>;
     bool gradz(const Index3& node, double& out) const requires std::floating_point<Value>;
+    /// @}
     /// Second derivatives at a node: (f(i+1) - 2 f(i) + f(i-1)) / h^2; false, and out as it was, on the first
     /// and last plane of the axis.
+    /// @{
     bool gradxx(const Index3& node, double& out) const requires std::floating_point<Value>;
     bool gradyy(const Index3& node, double& out) const requires std::floating_point<Value>;
     bool gradzz(const Index3& node, double& out) const requires std::floating_point<Value>;
+    /// @}
     /// Mixed derivatives at a node: (f(i+1,j+1) + f(i-1,j-1) - f(i-1,j+1) - f(i+1,j-1)) / 4h^2; false, and
     /// out as it was, on the first and last planes of both axes.
+    /// @{
     bool gradxy(const Index3& node, double& out) const requires std::floating_point<Value>;
     bool gradxz(const Index3& node, double& out) const requires std::floating_point<Value>;
     bool gradyz(const Index3& node, double& out) const requires std::floating_point<Value>;
+    /// @}
 
     /// Curvature of the level set through a node, from the nine derivatives above: the divergence of the unit
     /// gradient, which is 2 / r on a distance field around a sphere (no halving). False, and out as it was,
@@ -302,6 +345,7 @@ public:
     /// or than 0, add nothing. largestReach: R goes no further than this length. margin (the largest reach is
     /// R), the other arguments and the result as for setDistanceField; here a kernel counts at every node in
     /// its reach.
+    /// @{
     bool setWeigthDistanceField(const Array<Vector3F>& positions, const Array<float>& radii,
                                 const Array<float>& weights, float margin, float reach,
                                 uint32 threadCount = 1,
@@ -314,8 +358,10 @@ public:
                                 const Array<float>& weights, float margin, float reach, float leastWeight,
                                 double largestReach, uint32 threadCount,
                                 CancelCallback callback = nullptr) requires std::floating_point<Value>;
+    /// @}
     /// The same on one thread: a floating-point number behind the reach is a least weight, an integer a
     /// thread count.
+    /// @{
     template <std::floating_point Number>
     bool setWeigthDistanceField(const Array<Vector3F>& positions, const Array<float>& radii,
                                 const Array<float>& weights, float margin, float reach, Number leastWeight)
@@ -331,8 +377,10 @@ public:
         return setWeigthDistanceField(positions, radii, weights, margin, reach, leastWeight,
                                       static_cast<double>(largestReach), 1);
     }
+    /// @}
     /// The same with the kernels summed: the smooth union in which neighbours swell together. Weights may be
     /// negative here unless leastWeight says otherwise. Sums are the same for every thread count.
+    /// @{
     bool setWeigthDistanceField_v2(const Array<Vector3F>& positions, const Array<float>& radii,
                                    const Array<float>& weights, float margin, float reach,
                                    uint32 threadCount = 1,
@@ -348,7 +396,9 @@ public:
         return setWeigthDistanceField_v2(positions, radii, weights, margin, reach,
                                          static_cast<float>(leastWeight), 1);
     }
+    /// @}
     /// Carves the union of weighted balls out of a field built earlier, as setSubtractiveDistanceField does.
+    /// @{
     bool setSubtractiveWeigthDistanceField(
         const Array<Vector3F>& positions, const Array<float>& radii, const Array<float>& weights,
         float margin, float reach, uint32 threadCount = 1,
@@ -365,6 +415,7 @@ public:
         return setSubtractiveWeigthDistanceField(positions, radii, weights, margin, reach,
                                                  static_cast<float>(leastWeight), 1);
     }
+    /// @}
     /// The union of weighted balls, flattened along their normals: the largest w (1 - q)^3 where
     /// q = (d^2 + 3 (n . d)^2) / (2r)^2 < 1, d the vector from the particle and n its normal. A unit normal
     /// halves the kernel along it, a longer one flattens more, and a zero normal leaves the plain ball.
@@ -408,25 +459,36 @@ public:
 
     /// The render object; null until initializeRenderContext. A copy of a field has none.
     ScalarField3_RL* getScalarField3_RL() const { return _renderObject.get(); }
+    /// Lets the host's factory make a render object when there is none, and hands it the sizes.
     void initializeRenderContext(uint32 sizeX, uint32 sizeY, uint32 sizeZ);
+    /// Deletes the render object.
     void destroyRenderContext();
     /// Hands drawing to the render object; nothing happens without one.
+    /// @{
     void render();
     void render(const Color4F& color);
+    /// @}
 
 protected:
     /// Applies what a particle setter does. Here for any storage, by a dense copy of the samples; returns
     /// what the setter returns.
     virtual bool applyParticles(const detail::ParticleChange<Value, Coord>& change);
 
+    /// A field of no nodes.
     explicit ScalarField3_base(ScalarFieldType type);
+    /// Copies flags and grid, not the render object; assigning sets the changed bit.
+    /// @{
     ScalarField3_base(const ScalarField3_base& other);
     ScalarField3_base& operator=(const ScalarField3_base& other);
+    /// @}
 
+    /// What all storages share.
+    /// @{
     uint32 _flags = 0;
     std::unique_ptr<ScalarField3_RL> _renderObject;
     ScalarFieldType _type;
     GridDescription3<Coord> _grid{};
+    /// @}
 };
 
 /// Applies a macro to every (Value, Coord) pair for which scalar fields are instantiated.

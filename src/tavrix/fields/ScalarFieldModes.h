@@ -37,6 +37,7 @@ enum EvalGradType
 /// integer type.
 template <class Value>
 inline constexpr Value failedValue = std::numeric_limits<Value>::max();
+/// That of double precision is the single-precision number too.
 template <>
 inline constexpr double failedValue<double> = farValue;
 

@@ -15,7 +15,9 @@ namespace tavrix
 template <class Coord>
 struct TileGrid3
 {
+    /// Nodes along a tile's side.
     uint32 edge;
+    /// Divides by edge - 1.
     Divisor byStep;
     /// One node a tile, (edge - 1) separations apart, centred where the nodes' grid is.
     GridDescription3<Coord> tiles;
@@ -30,22 +32,31 @@ struct TileGrid3
                                                   nodes.separation * static_cast<Coord>(step))};
     }
 
+    /// Nodes from one tile to the next, and values of a tile.
+    /// @{
     uint32 step() const { return edge - 1; }
     uint32 valuesPerTile() const { return edge * edge * edge; }
+    /// @}
 
     /// Where the value of a node is stored: the tile's monoindex, and the place within the tile.
     struct Place
     {
+        /// The tile's monoindex, and the value's place in it.
+        /// @{
         uint32 tile;
         uint32 value;
+        /// @}
         bool isShared;  ///< whether a local index is 0, so that tiles before this one may hold copies
     };
+    /// Where the value of a node is stored.
     Place placeOf(uint32 i, uint32 j, uint32 k) const
     {
         const auto x = byStep.divide(i), y = byStep.divide(j), z = byStep.divide(k);
         return {tiles.getMonoindex(x.quotient, y.quotient, z.quotient), valueAt(x.rest, y.rest, z.rest),
                 x.rest == 0 || y.rest == 0 || z.rest == 0};
     }
+    /// The tile that a node belongs to, and its local indices there.
+    /// @{
     Index3 tileOf(const Index3& node) const
     {
         return {byStep.divide(node.a).quotient, byStep.divide(node.b).quotient,
@@ -55,6 +66,7 @@ struct TileGrid3
     {
         return {byStep.divide(node.a).rest, byStep.divide(node.b).rest, byStep.divide(node.c).rest};
     }
+    /// @}
     /// The place of local indices within a tile's values.
     uint32 valueAt(uint32 li, uint32 lj, uint32 lk) const { return (li * edge + lj) * edge + lk; }
 };

@@ -19,17 +19,23 @@ public:
     /// Sizes the grid, centred on the origin. Throws std::length_error, and changes nothing, when the node
     /// count passes 2^32 - 1.
     void reset(uint32 sizeX, uint32 sizeY, uint32 sizeZ, Coord separation);
+    /// Frees the vectors; the grid has no nodes.
     void reset_toZeroSize();
     /// Bytes held for the vectors.
     uint64 getMemoryUsage() const { return uint64{_vectors.capacity()} * sizeof(Vector3<Value>); }
 
+    /// Where the nodes are, how many along each axis and altogether, and their box.
+    /// @{
     const GridDescription3<Coord>& getGrid() const { return _grid; }
     uint32 sizeX() const { return _grid.sizeX; }
     uint32 sizeY() const { return _grid.sizeY; }
     uint32 sizeZ() const { return _grid.sizeZ; }
     uint32 size() const { return _grid.size; }
     const Box3<Coord>& getBox() const { return _grid.box; }
+    /// @}
 
+    /// Reads or writes the vector of a node.
+    /// @{
     const Vector3<Value>& get(uint32 monoindex) const { return _vectors[monoindex]; }
     const Vector3<Value>& get(uint32 i, uint32 j, uint32 k) const { return get(_grid.getMonoindex(i, j, k)); }
     const Vector3<Value>& get(const Index3& node) const { return get(node.a, node.b, node.c); }
@@ -38,8 +44,12 @@ public:
     {
         _vectors[_grid.getMonoindex(node.a, node.b, node.c)] = value;
     }
+    /// @}
+    /// All vectors in monoindex order.
+    /// @{
     const Array<Vector3<Value>>& getArrVectors() const { return _vectors; }
     Array<Vector3<Value>>& refArrVectors() { return _vectors; }
+    /// @}
 
     /// The vector at a point by trilinear interpolation of the eight nodes around it; false, and a zero
     /// vector, outside the closed box.

@@ -36,13 +36,19 @@ template <class T, class W = _Wa>
 class Array
 {
 public:
+    /// The names that ranges ask for.
+    /// @{
     using value_type = T;
     using iterator = T*;
     using const_iterator = const T*;
+    /// @}
 
     // The constructors that allocate delegate to this one, so that the storage is freed when copying an
     // element throws.
     Array() noexcept = default;
+    /// That many elements (of plain types not initialised) or copies of a value; or a copy of a list, of a
+    /// span or of another array. Moving leaves the other array empty.
+    /// @{
     explicit Array(uint32 size) : Array() { resize(size); }
     Array(uint32 size, const T& value) : Array() { assign(size, value); }
     Array(std::initializer_list<T> values) : Array(std::span<const T>(values.begin(), values.size())) {}
@@ -53,6 +59,7 @@ public:
     }
     Array(const Array& other) : Array(std::span<const T>(other.data(), other.size())) {}
     Array(Array&& other) noexcept { swap(other); }
+    /// @}
     ~Array() { delete[] _data; }
 
     /// Copies the elements; storage is reused when it is large enough.
@@ -64,6 +71,8 @@ public:
         _size = other._size;
         return *this;
     }
+    /// Exchanges the storage of two arrays, without touching elements; so does assigning from a temporary.
+    /// @{
     Array& operator=(Array&& other) noexcept
     {
         swap(other);
@@ -76,7 +85,10 @@ public:
         std::swap(_size, other._size);
         std::swap(_capacity, other._capacity);
     }
+    /// @}
 
+    /// As in std::vector, with 32-bit counts and no checks; an empty array has no `back`.
+    /// @{
     uint32 size() const noexcept { return _size; }
     uint32 capacity() const noexcept { return _capacity; }
     bool empty() const noexcept { return _size == 0; }
@@ -90,6 +102,7 @@ public:
     const T& operator[](std::size_t i) const noexcept { return _data[i]; }
     T& back() noexcept { return _data[_size - 1]; }
     const T& back() const noexcept { return _data[_size - 1]; }
+    /// @}
 
     /// Sets the capacity to exactly `capacity` elements, also downwards; 0 frees the storage. The first
     /// min(size, capacity) elements are kept when `keep` is set and unspecified otherwise; the size becomes
@@ -150,6 +163,7 @@ public:
     /// Sets the count to 0 and keeps the storage.
     void clear() noexcept { _size = 0; }
 
+    /// Equal counts, and equal elements in the same order.
     friend bool operator==(const Array& a, const Array& b)
     {
         return std::equal(a.begin(), a.end(), b.begin(), b.end());

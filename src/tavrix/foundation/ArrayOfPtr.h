@@ -18,21 +18,29 @@ template <class T, class Policy = TX_YES>
 class ArrayOfPtr
 {
 public:
+    /// Whether the list deletes what it points to.
     static constexpr bool owns = !std::is_same_v<Policy, TX_NO>;
 
     ArrayOfPtr() noexcept = default;
+    /// A list that owns nothing may be copied. A list made of a temporary leaves that one empty; an assigned
+    /// one exchanges its pointers with it.
+    /// @{
     ArrayOfPtr(const ArrayOfPtr& other) requires(!owns) = default;
     ArrayOfPtr& operator=(const ArrayOfPtr& other) requires(!owns) = default;
     ArrayOfPtr(ArrayOfPtr&& other) noexcept = default;
     ArrayOfPtr& operator=(ArrayOfPtr&& other) noexcept = default;
+    /// @}
     ~ArrayOfPtr() { clear(); }
 
+    /// The pointers in their order; positions are not checked, and an empty list has no `back`.
+    /// @{
     uint32 size() const noexcept { return _pointers.size(); }
     bool empty() const noexcept { return _pointers.empty(); }
     T* const* begin() const noexcept { return _pointers.begin(); }
     T* const* end() const noexcept { return _pointers.end(); }
     T* operator[](uint32 i) const noexcept { return _pointers[i]; }
     T* back() const noexcept { return _pointers.back(); }
+    /// @}
 
     /// Appends the pointer; an owning list takes the object over, also when growing the list fails.
     void push_back(T* pointer)

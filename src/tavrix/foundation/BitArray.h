@@ -13,6 +13,7 @@ class BitArray
 {
 public:
     BitArray() = default;
+    /// That many bits, all cleared.
     explicit BitArray(uint32 bitCount) { resize(bitCount); }
 
     /// Gives the array this many bits, all cleared; 0 frees the storage.
@@ -27,15 +28,24 @@ public:
     }
 
     /// The number of bits, and of the words that hold them.
+    /// @{
     uint32 size() const { return _bitCount; }
     uint32 wordCount() const { return _words.size(); }
+    /// @}
+    /// The words themselves; bits of the last word beyond the count are to stay cleared.
+    /// @{
     const Array<uint32>& getWords() const { return _words; }
     Array<uint32>& refWords() { return _words; }
+    /// @}
+    /// Bytes held for the words.
     uint64 getMemoryUsage() const { return uint64{_words.capacity()} * sizeof(uint32); }
 
+    /// Reads, sets or clears one bit.
+    /// @{
     bool test(uint32 bit) const { return _words[bit / 32] >> bit % 32 & 1; }
     void set(uint32 bit) { _words[bit / 32] |= 1u << bit % 32; }
     void clear(uint32 bit) { _words[bit / 32] &= ~(1u << bit % 32); }
+    /// @}
 
     /// How many bits are set.
     uint32 count() const

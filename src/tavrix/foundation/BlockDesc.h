@@ -9,11 +9,15 @@ namespace tavrix
 template <class T>
 struct BlockDescT
 {
+    /// The block is the elements [start, start + count).
+    /// @{
     T start, count;
 
     friend constexpr bool operator==(const BlockDescT&, const BlockDescT&) = default;
+    /// @}
 };
 
+/// A block of an array with 32-bit indices.
 using BlockDesc = BlockDescT<uint32>;
 static_assert(sizeof(BlockDesc) == 8);
 

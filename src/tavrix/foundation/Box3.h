@@ -13,7 +13,10 @@ namespace tavrix
 template <class T>
 struct Box3
 {
+    /// The corners; a box with a min above its max holds no point.
+    /// @{
     Vector3<T> min, max;
+    /// @}
 
     /// The box of no points: min at the largest number, max at the smallest.
     static constexpr Box3 empty()
@@ -60,8 +63,10 @@ struct Box3
         return {min - diagonal, max + diagonal};
     }
 
+    /// (min + max) / 2.
     constexpr Vector3<T> center() const { return (min + max) * (T(1) / T(2)); }
 
+    /// Equal corners.
     friend constexpr bool operator==(const Box3&, const Box3&) = default;
 };
 
@@ -75,8 +80,11 @@ constexpr Box3<double> boxAround(const Points& points)
     return box;
 }
 
+/// A box in single or double precision.
+/// @{
 using Box3F = Box3<float>;
 using Box3D = Box3<double>;
+/// @}
 static_assert(sizeof(Box3F) == 24 && sizeof(Box3D) == 48);
 
 /// The eight corners of a box in the order of the cell corners of the surface extractor: around the low z
@@ -84,8 +92,10 @@ static_assert(sizeof(Box3F) == 24 && sizeof(Box3D) == 48);
 template <class T>
 struct Box3Points
 {
+    /// The corners in that order.
     std::array<Vector3<T>, 8> points;
 
+    /// Computes the corners.
     explicit constexpr Box3Points(const Box3<T>& box)
     {
         for (uint32 c = 0; c < 8; ++c)
@@ -103,8 +113,10 @@ struct Box3Points
 template <class T>
 struct Box3Points_ex
 {
+    /// The corners in that order.
     std::array<Vector3<T>, 8> points;
 
+    /// Computes the corners.
     explicit constexpr Box3Points_ex(const Box3<T>& box)
     {
         for (uint32 c = 0; c < 8; ++c)

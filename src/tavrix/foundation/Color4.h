@@ -10,11 +10,15 @@ namespace tavrix
 template <class T>
 struct Color4
 {
+    /// The components; nothing keeps them in range.
+    /// @{
     T r, g, b, a;
 
     friend constexpr bool operator==(const Color4&, const Color4&) = default;
+    /// @}
 };
 
+/// A colour in single precision.
 using Color4F = Color4<float>;
 static_assert(sizeof(Color4F) == 16);
 

@@ -11,11 +11,18 @@ namespace tavrix
 class Divisor
 {
 public:
+    /// number / divisor, and what is left over.
+    /// @{
     struct Result
     {
+        /// The whole quotient and the remainder.
+        /// @{
         uint32 quotient, rest;
+        /// @}
     };
+    /// @}
 
+    /// Computes the reciprocal, with the one division that there is.
     explicit Divisor(uint32 divisor) : _divisor(divisor > 0 ? divisor : 1)
     {
         uint32 bits = 0;  // 2^bits is the least power of two that is not below the divisor
@@ -25,8 +32,10 @@ public:
         _lastShift = bits > 0 ? bits - 1 : 0;
     }
 
+    /// The divisor that counts: 1 when 0 was given.
     uint32 getDivisor() const { return _divisor; }
 
+    /// Exact for every 32-bit number.
     Result divide(uint32 number) const
     {
         const auto high = static_cast<uint32>((uint64{number} * _reciprocal) >> 32);

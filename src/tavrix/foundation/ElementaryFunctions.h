@@ -8,6 +8,7 @@
 namespace tavrix
 {
 
+/// Pi in double precision.
 inline constexpr double piValue = 3.141592653589793;
 
 /// On a function that kernels for several instruction sets share: it is never compiled on its own.

@@ -29,8 +29,10 @@ public:
     void clear() noexcept;
 
     /// All bytes of the block; they move when it grows.
+    /// @{
     const unsigned char* data() const noexcept { return _bytes.data(); }
     std::size_t size() const noexcept { return _bytes.size(); }
+    /// @}
 
 private:
     std::vector<unsigned char> _bytes;

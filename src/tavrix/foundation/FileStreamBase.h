@@ -45,13 +45,17 @@ public:
     std::FILE* getFile() const noexcept { return _file; }
 
 protected:
+    /// Borrows the file, which may be null.
     explicit FileStreamBase(std::FILE* file = nullptr) noexcept : _file(file) {}
 
-    // What streams over a C file do; without one, nothing moves.
+    /// What streams over a C file do; without one, nothing moves.
+    /// @{
     void readFile(void* destination, uint32 byteCount);
     void writeFile(const void* source, uint32 byteCount);
     int64 remainingInFile() const;
+    /// @}
 
+    /// Tells how many bytes a read or write moved, from then on believed to the byte.
     void setMovedBytes(std::size_t count) noexcept
     {
         _movedBytes = static_cast<uint32>(count);

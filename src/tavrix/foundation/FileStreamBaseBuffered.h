@@ -19,12 +19,16 @@ public:
 
     /// Opens a file to read or to write from its start, closing the one of that kind before. Returns ok or
     /// cannotOpen; from a file that could not be opened, reads deliver nothing.
+    /// @{
     FileStatus openToRead(const TX_String& path, uint32 bufferSize = 0x100000);
     FileStatus openToWrite(const TX_String& path, uint32 bufferSize = 0x100000);
+    /// @}
 
     /// Null until opened.
+    /// @{
     FileBufferIn* getBufferIn() const noexcept { return _in.get(); }
     FileBufferOut* getBufferOut() const noexcept { return _out.get(); }
+    /// @}
 
     /// Closes what is open and returns the first status that is not ok, the file to read asked first.
     FileStatus close() noexcept;

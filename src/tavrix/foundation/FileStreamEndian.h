@@ -14,6 +14,7 @@ namespace tavrix
 class TX_GEOMETRY_API FileStreamEndian : public FileStreamBase
 {
 public:
+    /// Borrows the file.
     explicit FileStreamEndian(std::FILE* file, ByteOrder order = ByteOrder::little) noexcept;
     ~FileStreamEndian() override;
 
@@ -21,6 +22,7 @@ public:
     FileStreamEndian& write(const void* source, uint32 byteCount) override;
     int64 remaining() const override;
 
+    /// The order of single numbers in the file.
     ByteOrder getByteOrder() const noexcept { return _order; }
 
 private:

@@ -10,6 +10,7 @@ namespace tavrix
 class TX_GEOMETRY_API FileStreamRaw : public FileStreamBase
 {
 public:
+    /// Borrows the file.
     explicit FileStreamRaw(std::FILE* file) noexcept;
     ~FileStreamRaw() override;
 

@@ -26,6 +26,7 @@ class TX_GEOMETRY_API GeometryTree_RL_factory
 {
 public:
     virtual ~GeometryTree_RL_factory();
+    /// A new object, which the caller owns and deletes.
     virtual GeometryTree_RL* create();
 };
 

@@ -24,10 +24,14 @@ template <class T>
 class List
 {
 public:
+    /// One element between its neighbours, or a returned node in the free list.
     struct Node
     {
+        /// The neighbours, null at the ends; in the free list `next` is the next free node.
+        /// @{
         Node* previous = nullptr;
         Node* next = nullptr;
+        /// @}
         std::optional<T> value;  ///< engaged from the node's first use on
     };
 
@@ -35,12 +39,15 @@ public:
     List(const List&) = delete;
     List& operator=(const List&) = delete;
 
+    /// The elements from head to tail; head and tail are null in an empty list.
+    /// @{
     uint32 size() const noexcept { return _size; }
     bool empty() const noexcept { return _size == 0; }
     Node* head() const noexcept { return _head; }
     Node* tail() const noexcept { return _tail; }
     IteratorList<T> begin() const noexcept { return {this, _head}; }
     IteratorList<T> end() const noexcept { return {this, nullptr}; }
+    /// @}
 
     /// Appends an element and returns its node; the list is unchanged when memory runs out.
     Node* push_back(T&& value)
@@ -55,6 +62,7 @@ public:
         return node;
     }
 
+    /// Takes a node of this list out; a node that is not in it must not be given.
     void erase(Node* node) noexcept
     {
         (node->previous ? node->previous->next : _head) = node->next;
@@ -63,6 +71,7 @@ public:
         node->next = std::exchange(_free, node);
     }
 
+    /// Erases every element; the nodes stay in the pool, their values with them.
     void clear() noexcept
     {
         while (_head) erase(_head);
@@ -94,21 +103,30 @@ template <class T>
 class IteratorList
 {
 public:
+    /// The names that algorithms ask for.
+    /// @{
     using Node = typename List<T>::Node;
     using value_type = T;
     using difference_type = std::ptrdiff_t;
     using iterator_category = std::forward_iterator_tag;
     using pointer = T*;
     using reference = T&;
+    /// @}
 
     IteratorList() noexcept = default;
+    /// The place of a node, or the end for null.
     IteratorList(const List<T>* list, Node* node) noexcept : _list(list), _node(node) {}
 
+    /// The list, the node (null at the end) and its value, which only a place before the end has.
+    /// @{
     const List<T>* getList() const noexcept { return _list; }
     Node* getNode() const noexcept { return _node; }
     T& operator*() const noexcept { return *_node->value; }
     T* operator->() const noexcept { return &*_node->value; }
+    /// @}
 
+    /// The next place; the end has none.
+    /// @{
     IteratorList& operator++() noexcept
     {
         _node = _node->next;
@@ -120,7 +138,9 @@ public:
         ++*this;
         return before;
     }
+    /// @}
 
+    /// The same node; all ends are equal.
     friend bool operator==(const IteratorList& a, const IteratorList& b) noexcept
     {
         return a._node == b._node;

@@ -13,6 +13,7 @@ struct Matrix4
 {
     T m[4][4];  ///< m[row][column]
 
+    /// Leaves every point where it is.
     static constexpr Matrix4 identity() { return {{{1, 0, 0, 0}, {0, 1, 0, 0}, {0, 0, 1, 0}, {0, 0, 0, 1}}}; }
     /// Turns about the origin by a unit quaternion, then moves.
     static constexpr Matrix4 rotationTranslation(const Quaternion<T>& rotation, const Vector3<T>& translation)
@@ -26,6 +27,7 @@ struct Matrix4
                  {0, 0, 0, 1}}};
     }
 
+    /// The product of the matrices, which does b first.
     friend constexpr Matrix4 operator*(const Matrix4& a, const Matrix4& b)
     {
         Matrix4 product{};
@@ -48,9 +50,11 @@ struct Matrix4
                 m[2][0] * d.x + m[2][1] * d.y + m[2][2] * d.z};
     }
 
+    /// Equal in all sixteen numbers.
     friend constexpr bool operator==(const Matrix4&, const Matrix4&) = default;
 };
 
+/// A matrix in double precision.
 using Matrix4D = Matrix4<double>;
 static_assert(sizeof(Matrix4D) == 128);
 

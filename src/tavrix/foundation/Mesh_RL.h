@@ -18,10 +18,16 @@ public:
 class TX_GEOMETRY_API Mesh_RL : public Service_RL
 {
 public:
+    /// Draws the mesh as it is now, in a colour of the host's choice or in the given one.
+    /// @{
     virtual void render(const Mesh& mesh) = 0;
     virtual void render(const Mesh& mesh, const Color4F& color) = 0;
+    /// @}
+    /// How the mesh is shaded. Who owns the shader is the host's business; the dummy does not.
+    /// @{
     virtual Mesh_RL_Shader* getShader() const = 0;
     virtual void setShader(Mesh_RL_Shader* shader) = 0;
+    /// @}
 };
 
 /// Makes the render object of a mesh; the mesh owns it. This base makes dummies.
@@ -29,6 +35,7 @@ class TX_GEOMETRY_API Mesh_RL_factory
 {
 public:
     virtual ~Mesh_RL_factory();
+    /// A new object, which the caller owns and deletes.
     virtual Mesh_RL* create();
 };
 

@@ -21,6 +21,8 @@ public:
         for (const T& value : values) push_back(value);
     }
 
+    /// As in std::vector, within a capacity that does not change; indices are not checked.
+    /// @{
     static constexpr uint32 capacity() { return N; }
     constexpr uint32 size() const { return _count; }
     constexpr bool empty() const { return _count == 0; }
@@ -30,6 +32,7 @@ public:
     constexpr const T& operator[](uint32 i) const { return _values[i]; }
     constexpr const T& back() const { return _values[_count - 1]; }
     constexpr void clear() { _count = 0; }
+    /// @}
 
     /// Appends; std::length_error, and nothing changed, when there are N already.
     constexpr void push_back(const T& value)

@@ -18,6 +18,7 @@ using ProgressCallback = std::function<bool(const char* stage)>;
 class TX_GEOMETRY_API ProgressScope
 {
 public:
+    /// Becomes the innermost scope of this thread. The callback is referred to, and must outlive the scope.
     explicit ProgressScope(const ProgressCallback& callback);
     ProgressScope(const ProgressScope&) = delete;
     ProgressScope& operator=(const ProgressScope&) = delete;

@@ -9,7 +9,10 @@ namespace tavrix
 template <class T>
 struct Quaternion
 {
+    /// The four numbers; nothing keeps their length at one.
+    /// @{
     T w, x, y, z;
+    /// @}
 
     /// The rotation about a unit axis by an angle, given by the cosine and sine of half the angle.
     static constexpr Quaternion fromHalfAngle(const Vector3<T>& axis, T cosine, T sine)
@@ -26,6 +29,7 @@ struct Quaternion
     }
 };
 
+/// A rotation in double precision.
 using QuaternionD = Quaternion<double>;
 
 }  // namespace tavrix

@@ -9,11 +9,15 @@ namespace tavrix
 template <class T>
 struct Ray3
 {
+    /// Where the ray starts and the way it goes, and the point after t lengths of the direction.
+    /// @{
     Vector3<T> origin, direction;
 
     constexpr Vector3<T> at(T t) const { return origin + direction * t; }
+    /// @}
 };
 
+/// A ray in double precision.
 using Ray3D = Ray3<double>;
 
 }  // namespace tavrix

@@ -21,8 +21,11 @@ template <class Factory>
 class FactoryOwnerT
 {
 public:
+    /// The factory that answers now, and the one to answer from now on.
+    /// @{
     static Factory& getFactory();
     static void setFactory(Factory* factory);
+    /// @}
 };
 
 }  // namespace tavrix

@@ -11,9 +11,13 @@ namespace tavrix
 class TX_GEOMETRY_API ScalarField3_RL : public Service_RL
 {
 public:
+    /// Given the numbers of nodes along the axes by ScalarField3_base::initializeRenderContext.
     virtual void initialize(uint32 sizeX, uint32 sizeY, uint32 sizeZ) = 0;
+    /// Draws the field, in a colour of the host's choice or in the given one.
+    /// @{
     virtual void render() = 0;
     virtual void render(const Color4F& color) = 0;
+    /// @}
 };
 
 /// Makes the render object of a scalar field; the field owns it. This base makes dummies.
@@ -21,6 +25,7 @@ class TX_GEOMETRY_API ScalarField3_RL_factory
 {
 public:
     virtual ~ScalarField3_RL_factory();
+    /// A new object, which the caller owns and deletes.
     virtual ScalarField3_RL* create();
 };
 

@@ -11,6 +11,8 @@ namespace tavrix
 template <class A, class B>
 struct Tuple2
 {
+    /// The members, by name or by number; a number above 1 counts as 1.
+    /// @{
     A a;
     B b;
 
@@ -18,12 +20,15 @@ struct Tuple2
     constexpr const A& operator[](uint32 i) const requires std::same_as<A, B> { return i == 0 ? a : b; }
 
     friend constexpr bool operator==(const Tuple2&, const Tuple2&) = default;
+    /// @}
 };
 
 /// A plain triple; operator[] when the members have one type.
 template <class A, class B, class C>
 struct Tuple3
 {
+    /// The members, by name or by number; a number above 2 counts as 2.
+    /// @{
     A a;
     B b;
     C c;
@@ -38,6 +43,7 @@ struct Tuple3
     }
 
     friend constexpr bool operator==(const Tuple3&, const Tuple3&) = default;
+    /// @}
 };
 
 /// A grid index triple (i, j, k), or the three corners of a face.

@@ -12,6 +12,8 @@ namespace tavrix
 template <class T>
 struct Vector3
 {
+    /// The components, by name or by axis (0, 1 or 2), and arithmetic on them one by one.
+    /// @{
     T x, y, z;
 
     constexpr T& operator[](uint32 axis) { return axis == 0 ? x : axis == 1 ? y : z; }
@@ -34,24 +36,31 @@ struct Vector3
     friend constexpr Vector3 operator*(T s, const Vector3& a) { return a * s; }
     friend constexpr Vector3 operator/(const Vector3& a, T s) { return {a.x / s, a.y / s, a.z / s}; }
     friend constexpr bool operator==(const Vector3&, const Vector3&) = default;
+    /// @}
 };
 
+/// Vectors of three components in single or double precision.
+/// @{
 using Vector3F = Vector3<float>;
 using Vector3D = Vector3<double>;
+/// @}
 static_assert(sizeof(Vector3F) == 12 && sizeof(Vector3D) == 24);
 
+/// The sum of the products of the components.
 template <class T>
 constexpr T dot(const Vector3<T>& a, const Vector3<T>& b)
 {
     return a.x * b.x + a.y * b.y + a.z * b.z;
 }
 
+/// The cross product, by the right-hand rule.
 template <class T>
 constexpr Vector3<T> cross(const Vector3<T>& a, const Vector3<T>& b)
 {
     return {a.y * b.z - a.z * b.y, a.z * b.x - a.x * b.z, a.x * b.y - a.y * b.x};
 }
 
+/// The Euclidean length; it overflows where the squares do.
 template <class T>
 T length(const Vector3<T>& a)
 {

@@ -10,11 +10,15 @@ namespace tavrix
 template <class T>
 struct Wector3
 {
+    /// The vector, and the number that travels with it.
+    /// @{
     T x, y, z, w;
 
     friend constexpr bool operator==(const Wector3&, const Wector3&) = default;
+    /// @}
 };
 
+/// Four numbers in single precision.
 using Wector3F = Wector3<float>;
 static_assert(sizeof(Wector3F) == 16);
 

@@ -37,15 +37,22 @@ class ImplicitSurface3Regular : public ImplicitSurface3StrategyInterface<T>
     using Base::_threshold;
 
 public:
+    /// What holds the samples.
     using Field = ScalarField3<T, double>;
+    /// The forms of the base, beside those below.
+    /// @{
     using Base::reset;
     using Base::set;
+    /// @}
 
     /// A surface of no nodes.
     ImplicitSurface3Regular();
     ~ImplicitSurface3Regular() override;
+    /// Copies samples, flags, threshold, default and cut-off value.
+    /// @{
     ImplicitSurface3Regular(const ImplicitSurface3Regular&);
     ImplicitSurface3Regular& operator=(const ImplicitSurface3Regular& other);
+    /// @}
 
     const Field& getField() const override { return _field; }
     /// The samples, to be written. Who resizes the field through it clears all flags; reset sizes both.
@@ -68,6 +75,7 @@ public:
     void offsetSurface(const T& v) override { _field.add(v); }
 
     /// The flag of a node; monoindices are not checked. Setting one clears the node's other two.
+    /// @{
     bool isSurface(uint32 monoindex) const { return hasFlags() && _surface.test(monoindex); }
     bool isNeighborsPositive(uint32 monoindex) const
     {
@@ -80,6 +88,7 @@ public:
     void setSurfaceTrue(uint32 monoindex);
     void setNeighborsPositiveTrue(uint32 monoindex);
     void setNeighborsNegativeTrue(uint32 monoindex);
+    /// @}
     /// How many nodes are flagged as surface.
     uint32 getNumberOfSurfaceCells() const { return hasFlags() ? _surface.count() : 0; }
 
@@ -165,13 +174,17 @@ public:
     /// of surface nodes stay; those of the other nodes, which need not be numbers, are replaced. Iterations
     /// of eight sweeps go on until getExtentionConvergence; their number is returned. values has the
     /// surface's sizes; otherwise nothing happens, and 0 is returned.
+    /// @{
     uint32 fastSweepingExtend(Field& values, const T& tolerance, uint32 threadCount = 1) const;
     uint32 fastSweepingExtend(Vector3Field3<T, double>& values, const T& tolerance,
                               uint32 threadCount = 1) const;
+    /// @}
     /// The same within the band only: nodes at the default value or beyond keep what they hold.
+    /// @{
     uint32 fastSweepingExtendSparse(Field& values, const T& tolerance, uint32 threadCount = 1) const;
     uint32 fastSweepingExtendSparse(Vector3Field3<T, double>& values, const T& tolerance,
                                     uint32 threadCount = 1) const;
+    /// @}
     /// Gives a vector field the surface's grid, the value at the nodes flagged as surface and zero vectors
     /// elsewhere: what an extension starts from.
     void initVectorSparseField(Vector3Field3<T, double>& values, const Vector3<T>& surfaceValue) const;
@@ -188,12 +201,16 @@ public:
     /// Neither threshold, default value nor neighbour flags are written. Numbers have the byte order of the
     /// machine through every stream: that of a FileStreamEndian is for mesh records only. The stream tells
     /// whether all was written.
+    /// @{
     void save_useRegularFormat(FileStreamBase& stream) const override;
     void save_useRegularFormat(FileStreamBaseBuffered& stream) const override;
+    /// @}
     /// Writes the grid, the samples below the default value and the surface nodes, each list with its count
     /// and its indices.
+    /// @{
     void save_useSparseFormat(FileStreamBase& stream) const override;
     void save_useSparseFormat(FileStreamBaseBuffered& stream) const override;
+    /// @}
 
     /// Reads what save_useRegularFormat wrote, the grid as it stands, and returns whether all was there. What
     /// a stream gave that ends early stays, and nodes that it did not give have the default value and no
@@ -202,8 +219,10 @@ public:
     /// False, and a surface of no nodes: a grid record that is cut off, one whose counts are not the product
     /// of its sizes or the number of samples, and a grid of more than 2^24 nodes of which less than one
     /// sample in 64 came, so that no damaged size asks for memory.
+    /// @{
     bool load_useRegularFormat(FileStreamBase& stream) override;
     bool load_useRegularFormat(FileStreamBaseBuffered& stream) override;
+    /// @}
     /// Reads what save_useSparseFormat wrote, with the present default value for what was not stored, so set
     /// that first, and returns whether all was there. The grid is built anew from sizes, separations and the
     /// box's centre. Indices out of range are skipped; what a stream gave that ends early stays. Neighbour
@@ -211,8 +230,10 @@ public:
     ///
     /// False, and a surface of no nodes: a grid record that is cut off, sizes of more than 2^32 - 1 nodes,
     /// and of more than 2^24 when the counts in the record are not their product.
+    /// @{
     bool load_useSparseFormat(FileStreamBase& stream) override;
     bool load_useSparseFormat(FileStreamBaseBuffered& stream) override;
+    /// @}
 
     /// Bit of the field's flags word that a load sets.
     enum : uint32

@@ -33,14 +33,20 @@ class ImplicitSurface3Sparse : public ImplicitSurface3StrategyInterface<T>
     using Base::_threshold;
 
 public:
+    /// The forms of the base, beside those below.
+    /// @{
     using Base::reset;
     using Base::set;
+    /// @}
 
     /// A surface of no nodes.
     ImplicitSurface3Sparse();
     ~ImplicitSurface3Sparse() override;
+    /// Copies held samples, threshold, default and cut-off value.
+    /// @{
     ImplicitSurface3Sparse(const ImplicitSurface3Sparse& other);
     ImplicitSurface3Sparse& operator=(const ImplicitSurface3Sparse& other);
+    /// @}
 
     /// Takes over a surface: grid, threshold, default and cut-off value, and the samples below the default
     /// value.
@@ -75,8 +81,9 @@ public:
                                          uint32 zLow, uint32 zHigh, uint32 threadCount = 1,
                                          CancelCallback callback = nullptr) const override;
 
-    // A sparse surface is neither written nor read: these do nothing, as hosts expect that hold surfaces of
-    // both kinds, and the loads return false.
+    /// A sparse surface is neither written nor read: these do nothing, as hosts expect that hold surfaces of
+    /// both kinds, and the loads return false.
+    /// @{
     void save_useRegularFormat(FileStreamBase&) const override {}
     void save_useRegularFormat(FileStreamBaseBuffered&) const override {}
     void save_useSparseFormat(FileStreamBase&) const override {}
@@ -85,6 +92,7 @@ public:
     bool load_useRegularFormat(FileStreamBaseBuffered&) override { return false; }
     bool load_useSparseFormat(FileStreamBase&) override { return false; }
     bool load_useSparseFormat(FileStreamBaseBuffered&) override { return false; }
+    /// @}
 
 private:
     friend class IsosurfaceExtractor3;

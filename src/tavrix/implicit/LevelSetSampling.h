@@ -6,11 +6,13 @@
 namespace tavrix
 {
 
+/// What these functions sample and change.
 using LevelSet = ImplicitSurface3Regular<float>;
 
 /// How far from a surface distances are needed, in units of space.
 struct LevelSetExtent
 {
+    /// Between neighbouring nodes.
     double spacing;
     double outermost = 0;  ///< how far outwards later surfaces reach: the grid's margin
     double farthest = 0;   ///< their largest distance from the sampled surface, on either side
@@ -23,12 +25,14 @@ struct LevelSetExtent
 /// beyond have the default value.
 struct LevelSetPlan
 {
+    /// The nodes.
     GridFit grid;
     Box3D box;    ///< half a cell smaller than the nodes', which no rounding makes one of more cells
     double band;  ///< in spacings: see bandFor
 
     /// Bytes that sampling, sweeping and extracting take at most.
     double bytes() const { return grid.nodeCount() * bytesPerNode; }
+    /// What a node is reckoned at: a sample of four bytes, and as much again.
     static constexpr double bytesPerNode = 8;
 };
 

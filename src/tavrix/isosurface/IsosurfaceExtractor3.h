@@ -48,6 +48,7 @@ public:
     ///
     /// Returns the number of faces; 0, with mesh and vertexEdges untouched, when fewer than two triangles
     /// arise or the callback stops.
+    /// @{
     template <class T>
     static unsigned long extractMesh(const ScalarField3<T, double>& field, Mesh& mesh,
                                      const std::type_identity_t<T>& threshold, const Box3<double>& box,
@@ -77,9 +78,11 @@ public:
     static unsigned long extractMesh(const ScalarField3<T, double>& field, Mesh& mesh,
                                      const std::type_identity_t<T>& threshold, uint32 xLow, uint32 xHigh,
                                      uint32 yLow, uint32 yHigh, uint32 zLow, uint32 zHigh, bool cleanUp);
+    /// @}
 
     /// Extracts a level-set surface at its own threshold; everything else as above. Of a sparse surface,
     /// nodes that are not stored read as the default value.
+    /// @{
     template <class T>
     static unsigned long extractMesh(const ImplicitSurface3Regular<T>& surface, Mesh& mesh,
                                      const Box3<double>& box, Array<GridEdgeKey>& vertexEdges,
@@ -114,6 +117,7 @@ public:
     static unsigned long extractMesh(const ImplicitSurface3Sparse<T>& surface, Mesh& mesh, uint32 xLow,
                                      uint32 xHigh, uint32 yLow, uint32 yHigh, uint32 zLow, uint32 zHigh,
                                      uint32 threadCount, CancelCallback callback, bool cleanUp);
+    /// @}
 
     /// Extracts from a parent of several fields, with unit normals interpolated from the nodes' gradients.
     ///
@@ -147,9 +151,11 @@ public:
     /// count once for every face they share; a vertex without faces stays. The callback is polled before
     /// every pass and every vertex and ends the work at once; finished passes stay. The thread count changes
     /// nothing. A "Nor" shorter than "Pos" is filled up with zero vectors.
+    /// @{
     static void tension(Mesh& mesh, float follow, float slide, uint32 iterations, uint32 threadCount,
                         CancelCallback callback = nullptr);
     static void tension(Mesh& mesh, float follow, float slide, uint32 iterations);
+    /// @}
 
 private:
     static bool eraseRepeatedVertices(detail::MeshCleaning& cleaning);

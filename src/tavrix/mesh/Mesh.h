@@ -76,11 +76,16 @@ public:
     Mesh(const Mesh& other);
     /// As reincarnate, and the render object too.
     Mesh(Mesh&& other) noexcept;
+    /// As the constructors.
+    /// @{
     Mesh& operator=(const Mesh& other);
     Mesh& operator=(Mesh&& other) noexcept;
+    /// @}
     /// As destroy.
     virtual ~Mesh();
 
+    /// The name, under which files know the mesh, and a number that is the host's to use, all ones at first.
+    /// @{
     const TX_String& getName() const { return _name; }
     void setName(const char* name) { _name = TX_String(name); }
     void setName(const TX_String& name) { _name = name; }
@@ -88,11 +93,15 @@ public:
     void addSuffixToName(const TX_String& suffix) { _name.append(suffix.view()); }
     uint32 getId() const { return _id; }
     void setId(uint32 id) { _id = id; }
+    /// @}
     /// Bit 0: the cached box is valid.
     uint32 getFlags() const { return _flags; }
 
+    /// How many positions and faces there are.
+    /// @{
     uint32 getPosSize() const { return pos().size(); }
     uint32 getFacesSize() const { return trindexPos().size(); }
+    /// @}
     /// True when there is no face; positions alone do not make a mesh.
     bool isEmpty() const { return getFacesSize() == 0; }
 
@@ -100,10 +109,13 @@ public:
     const Box3D& getBox() const;
     /// Recomputes the cached box and makes it valid.
     void workBox() const;
+    /// For whoever moved positions: the next getBox computes the box anew.
     void invalidateBox() const { _flags &= ~boxValid; }
 
-    // The arrays that always exist. An accessor for writing registers an array that destroy or a release took
-    // away; one for reading answers with an empty array then. A reference holds until its array is released.
+    /// The arrays that always exist. An accessor for writing registers an array that destroy or a release
+    /// took away; one for reading answers with an empty array then. A reference holds until its array is
+    /// released.
+    /// @{
     Array<Vector3D>& refPos();
     Array<Vector3F>& refNor();
     Array<Wector3F>& refFaceNor();
@@ -116,8 +128,10 @@ public:
     const Array<Wector3F>& faceNor() const;
     const Array<Index3>& trindexPos() const;
     const Array<Index3>& trindexNor() const;
+    /// @}
 
-    // Connectivity and smoothed normals, empty until built.
+    /// Connectivity and smoothed normals, empty until built.
+    /// @{
     const Array<FacedgeTriple>& trindexFacedge() const;
     const Array<uint32>& bindexFacedge() const;
     const Array<uint32>& bindexPos() const;
@@ -128,7 +142,10 @@ public:
     const Array<BlockDesc>& posFaceInfo() const;
     const Array<uint32>& posFaceData() const;
     const Array<Vector3F>& norSurface() const;
+    /// @}
 
+    /// The handles in the slots, as handleOf gives them.
+    /// @{
     const ArrayHandle& getArrPos() const { return handleOf(Slot::Pos); }
     const ArrayHandle& getArrNor() const { return handleOf(Slot::Nor); }
     const ArrayHandle& getArrFaceNor() const { return handleOf(Slot::FaceNor); }
@@ -139,8 +156,10 @@ public:
     const ArrayHandle& getArrNorSurface() const { return handleOf(Slot::NorAllSmoothed); }
     const ArrayHandle& getArrPosPosInfo() const { return handleOf(Slot::PosPosInfo); }
     const ArrayHandle& getArrPosPosData() const { return handleOf(Slot::PosPosData); }
+    /// @}
     /// The handle in any slot; none when the slot holds no array.
     const ArrayHandle& handleOf(Slot slot) const { return _handles[static_cast<uint32>(slot)]; }
+    /// Every registered array, those in slots and the extra ones, with flags and name.
     const ArraySet<MeshArrayInf>& getArraySet() const { return _arraySet; }
 
     /// Copies flags and name of the handle's entry into `inf`; false, and `inf` untouched, when it is not
@@ -184,9 +203,11 @@ public:
     void detachFromLifeCycle(ArrayHandle handle);
     /// Releases a registered array, whatever its mark, and empties the slot that held it; false for none and
     /// for an array that is not registered here.
+    /// @{
     bool releaseArray(ArrayHandle handle, TX_SAFE);
     bool releaseArray(ArrayHandle handle);
     void destroyArray(ArrayHandle handle) { releaseArray(handle); }
+    /// @}
 
     /// Makes `dst` share the array `src` of the other mesh. The entry and the slot of the former `dst`
     /// follow; a `dst` that was none is registered under the flags and the name of `src`. False, and nothing
@@ -229,6 +250,7 @@ public:
     /// Ends as a mesh without arrays, name "Nameless", id all ones, box empty, render object deleted. It may
     /// be filled again: the accessors for writing bring the arrays back.
     void destroy();
+    /// As destroy.
     void clear() { destroy(); }
 
     /// Appends the other mesh's positions, normals and faces (a mesh may be added to itself). Face normals,
@@ -284,8 +306,10 @@ public:
     static void staticCalculateLieDownNormals(const Array<Vector3D>& pos, const Array<Index3>& trindexPos,
                                               const Array<Index3>& trindexNor, Array<Vector3F>& nor);
 
-    // The long ones of the following poll a callback every few milliseconds: false when it stops them. The
-    // normals then mean nothing, but their arrays fit, and the indices hold.
+    /// @name Normals
+    /// The long ones of the following poll a callback every few milliseconds: false when it stops them. The
+    /// normals then mean nothing, but their arrays fit, and the indices hold.
+    /// @{
 
     /// Recomputes "FaceNor" and "Nor" through "TrindexNor", and "NorAllSmoothed" when the mesh holds it.
     /// Without one normal triple a face the normals are indexed as the positions are; a "Nor" that is too
@@ -293,7 +317,9 @@ public:
     bool recalculateNormals(CancelCallback callback = nullptr);
     /// The same bytes with the work spread over threads.
     bool recalculateNormalsParallelized(uint32 threadCount = 1, CancelCallback callback = nullptr);
+    /// "FaceNor" alone.
     void recalculateFaceNormals();
+    /// "Nor" alone; "FaceNor" is neither read nor written.
     void recalculateVertexesNormals();
     /// Recalculates the normals unless there is one a face and one for every index in "TrindexNor".
     bool confirmNormalsCalculated(uint32 threadCount = 1, CancelCallback callback = nullptr);
@@ -313,14 +339,16 @@ public:
     void calculateVerticesSurfaceNormalExternal(Array<Vector3F>& normals) const;
     /// Computes "NorAllSmoothed" unless the mesh holds one normal a position already.
     bool createSafe_arrNorSurface(uint32 threadCount = 1, CancelCallback callback = nullptr);
+    /// @}
 
     /// Appends name and element counts as text, in six lines.
     void addStringDescription(TX_String& text) const;
 
-    // Connectivity, built in linear time and only when it is missing. An edge is a pair of different
-    // positions that are neighbouring corners of a face; faces that name a position twice have no edges.
-    // Edges are numbered in the order in which the faces first use them. The indices of the faces must be
-    // valid.
+    /// @name Connectivity
+    /// Built in linear time and only when it is missing. An edge is a pair of different positions that are
+    /// neighbouring corners of a face; faces that name a position twice have no edges. Edges are numbered in
+    /// the order in which the faces first use them. The indices of the faces must be valid.
+    /// @{
 
     /// "TrindexFacedge": for each edge of each face the face-edge on the other side, whichever way that one
     /// runs; none on borders and on edges of three and more faces, where a walk over the surface ends.
@@ -338,23 +366,28 @@ public:
     void createSafe_PosConnectivityToEdges();
     /// Around each position the faces that have it as a corner, each once, ascending.
     void createSafe_PosConnectivityToFaces();
+    /// @}
 
     /// Releases the face-edge neighbours.
     void invalidateConnectivityBasic();
     /// Releases the edge list and the adjacency lists; the smoothed normals stay.
     void invalidateConnectivityDerived();
+    /// Releases both, after faces changed.
     void invalidateConnectivity();
 
     /// The render object, null until a host or initializeRenderObject supplies one; the mesh owns it.
     Mesh_RL* getMesh_RL() const { return _renderObject; }
+    /// Gives the mesh another render object, which it owns from then on; the former one is deleted.
     void setMesh_RL(Mesh_RL* renderObject);
     /// Lets the host's factory make a render object when there is none.
     void initializeRenderObject();
     /// The forwards to the render object; without one nothing is drawn, and the shader is null.
+    /// @{
     void render() const;
     void render(const Color4F& color) const;
     Mesh_RL_Shader* getShader() const;
     void setShader(Mesh_RL_Shader* shader);
+    /// @}
 
 private:
     static constexpr uint32 boxValid = 1;

@@ -8,6 +8,8 @@ namespace tavrix
 /// What a mesh records about one of its arrays: flags and the name under which it is found.
 struct MeshArrayInf
 {
+    /// What the elements of an array are: one for every position or face, pairs of indices, points or
+    /// directions, blocks of a list. The library itself looks at PER_POSITION, PER_FACE and LIFE_CYCLE only.
     enum Flag : uint32
     {
         PER_POSITION = 1,
@@ -23,8 +25,11 @@ struct MeshArrayInf
         LIFE_CYCLE = 0x80000000  ///< an extra array that dies with the mesh
     };
 
+    /// Flags, or-ed together, and the name.
+    /// @{
     uint32 flags = 0;
     TX_String name;
+    /// @}
 };
 
 }  // namespace tavrix

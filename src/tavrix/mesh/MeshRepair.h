@@ -6,7 +6,9 @@
 namespace tavrix
 {
 
-// Repairs of meshes as files bring them. Indices must be valid (hasValidIndices).
+/// @name Repairs
+/// For meshes as files bring them. Indices must be valid (hasValidIndices).
+/// @{
 
 /// Merges vertices with equal coordinates: faces then refer to the first of them. Positions and normals stay.
 /// Returns how many positions equal an earlier one. O(n log n).
@@ -29,5 +31,6 @@ TX_GEOMETRY_API uint32 orientMixedParts(Mesh& mesh);
 
 /// Concatenates meshes, under the name of the first. With normals if all have them.
 TX_GEOMETRY_API Mesh joinMeshes(const ArrayOfPtr<Mesh>& meshes);
+/// @}
 
 }  // namespace tavrix

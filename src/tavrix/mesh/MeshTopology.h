@@ -16,13 +16,15 @@ struct MeshTopology
     uint32 inconsistentEdgeCount;  ///< edges of several faces that do not run along it equally often in both
                                    ///< directions
 
+    /// No edge has one face only.
     bool isClosed() const { return boundaryEdgeCount == 0; }
+    /// Where several faces share an edge, they run along it equally often in both directions.
     bool isConsistentlyOriented() const { return inconsistentEdgeCount == 0; }
     /// Positions - edges + faces: 2 for a sphere, 0 for a torus, their sum for several parts.
     int64 eulerCharacteristic() const { return int64{positionCount} - edgeCount + faceCount; }
 };
 
-/// O(positions + faces). The indices must be valid.
+/// Counts edges, borders and the like of a mesh. O(positions + faces). The indices must be valid.
 TX_GEOMETRY_API MeshTopology computeTopology(const Mesh& mesh);
 
 /// The number of parts of the mesh that share no position; positions without a face are none. O(positions +

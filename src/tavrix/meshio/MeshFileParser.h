@@ -11,6 +11,7 @@ template <class Parser>
 class MeshFileParser
 {
 public:
+    /// The parser, made at its first use.
     static Parser& instance();
 };
 

@@ -29,6 +29,7 @@ public:
     int read_ASE(const TX_String& fileName, ArrayOfPtr<Mesh>& meshes) const;
 };
 
+/// The process's importer.
 template <>
 TX_GEOMETRY_API MeshImporter& MeshFileParser<MeshImporter>::instance();
 

@@ -18,6 +18,7 @@ namespace tavrix
 class TX_GEOMETRY_API MeshSTLFileParser
 {
 public:
+    /// The two kinds of STL files.
     enum class Encoding : uint32
     {
         binary = 0,
@@ -63,6 +64,7 @@ public:
               CancelCallback callback = nullptr) const;
 };
 
+/// The process's STL parser.
 template <>
 TX_GEOMETRY_API MeshSTLFileParser& MeshFileParser<MeshSTLFileParser>::instance();
 

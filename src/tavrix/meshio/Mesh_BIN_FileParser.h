@@ -30,8 +30,10 @@ public:
     /// weights are left out. Memory is taken for what the file holds only. Faces with a corner that is no
     /// position are left out. Normals are calculated, smooth over all edges. What stands behind the faces or
     /// the textures without the marker of the next chunk is ignored.
+    /// @{
     int read(const TX_String& fileName, ArrayOfPtr<Mesh>& meshes) const;
     int read(const TX_String& fileName, const Array<TX_String>& channelNames, ArrayOfPtr<Mesh>& meshes) const;
+    /// @}
 
     /// Writes the meshes as one: their positions in a row, indices counted on; null pointers are skipped, and
     /// so are faces with a corner that is no position. Returns 0 or a MeshFileError; only after 0 is the file
@@ -43,6 +45,7 @@ public:
     /// velocities; `options` has no meaning yet. Integers are options, floating-point numbers a scale.
     ///
     /// The callback is polled every few milliseconds; meshFileStopped when it stops, and the file is cut off.
+    /// @{
     int write(const TX_String& fileName, const ArrayOfPtr<Mesh>& meshes, uint32 options = 0,
               CancelCallback callback = nullptr) const;
     int write(const TX_String& fileName, const ArrayOfPtr<Mesh>& meshes, int options,
@@ -59,6 +62,7 @@ public:
     }
     int write(const TX_String& fileName, const Array<TX_String>& channelNames, const ArrayOfPtr<Mesh>& meshes,
               float scale = 1.0f, CancelCallback callback = nullptr) const;
+    /// @}
     /// The same for one mesh.
     int write(const TX_String& fileName, const Mesh& mesh, CancelCallback callback = nullptr) const;
 
@@ -69,6 +73,7 @@ public:
     void clear(Mesh& mesh) const;
 };
 
+/// The process's BIN parser.
 template <>
 TX_GEOMETRY_API Mesh_BIN_FileParser& MeshFileParser<Mesh_BIN_FileParser>::instance();
 

@@ -19,6 +19,7 @@ namespace tavrix
 class TX_GEOMETRY_API Mesh_OBJ_FileParser
 {
 public:
+    /// What a "g" line does.
     using ReadingMode = ObjReadingMode;
 
     /// Reads a file and appends one mesh per group that has faces to `meshes`, in the order in which the
@@ -58,6 +59,7 @@ public:
     int write(const TX_String& fileName, const Mesh& mesh, CancelCallback callback = nullptr) const;
 };
 
+/// The process's OBJ parser.
 template <>
 TX_GEOMETRY_API Mesh_OBJ_FileParser& MeshFileParser<Mesh_OBJ_FileParser>::instance();
 

@@ -41,19 +41,21 @@ enum class V3S_SIMP_MODE : uint32
 /// Triangle indices that name no point stay as they are. Every input array may be the output array as well;
 /// when memory runs out, std::bad_alloc leaves points and triangles that were to be replaced as they were.
 ///
-/// O(n) memory, O(n log n) time at worst; for large inputs the sorts are linear. Operations are const, but
-/// keep the state of a pass, the output and the dictionary in members: one instance serves one thread at a
-/// time.
+/// O(n) memory, O(n log n) time at worst; for large inputs the sorts are linear. Operations return true when
+/// points were merged. They are const, but keep the state of a pass, the output and the dictionary in
+/// members: one instance serves one thread at a time.
 template <std::floating_point T>
 class Vector3Simplifier
 {
 public:
+    /// Points, triangles as triples of point numbers, numbers of points or triangles, and up to eight
+    /// tolerances.
+    /// @{
     using Positions = Array<Vector3<T>, _Wa>;
     using Triangles = Array<Index3, _Wa>;
     using Indices = Array<uint32, _Wa>;
     using Params = PolyParam<8, float>;
-
-    // The operations return true when points were merged.
+    /// @}
 
     /// Leaves the output points and the dictionary in the simplifier.
     bool simplifyConst(const Positions& posIn, const Params& params, V3S_SIMP_MODE mode) const;
@@ -68,6 +70,7 @@ public:
                   const Params& params, V3S_SIMP_MODE mode) const;
     /// Replaces the points by the output points.
     bool simplifyOverwrite(Positions& pos, const Params& params, V3S_SIMP_MODE mode) const;
+    /// The same, and renumbers the triangles; none is dropped.
     bool simplifyOverwrite(Positions& pos, Triangles& tris, const Params& params, V3S_SIMP_MODE mode) const;
 
     /// simplifyOverwrite, then drops the triangles whose corners are not three different points. True as well
@@ -82,6 +85,7 @@ public:
     /// one, or one that is not a number, counts as 0), and those that name no point.
     bool simplifyRemovingDegenerateFaces(Positions& pos, Triangles& tris, const Params& params,
                                          V3S_SIMP_MODE mode) const;
+    /// The same with both dictionaries.
     bool simplifyRemovingDegenerateFaces(Positions& pos, Triangles& tris, Indices& posDict, Indices& triDict,
                                          const Params& params, V3S_SIMP_MODE mode) const;
 
@@ -89,16 +93,21 @@ public:
     bool snap(Positions& pos, const Params& params, V3S_SIMP_MODE mode) const;
 
     /// Keeps a pointer to the caller's array, which must live until it is cleared or replaced.
+    /// @{
     void setArrFamily(const Indices& families) { _arrFamily = &families; }
     void clearArrFamily() { _arrFamily = nullptr; }
+    /// @}
 
     /// The output points of the last simplifyConst, in sweep order.
     const Positions& getArrPosOut() const { return _arrPosOut; }
     /// The output index of every input point of the last operation.
+    /// @{
     const Indices& getArrPosDict_In_to_Out() const { return _arrPosDict; }
     Indices& refArrPosDict_In_to_Out() { return _arrPosDict; }
+    /// @}
 
 protected:
+    /// A run of work pairs.
     using Block = BlockDescT<uint32>;
     using Pair = Tuple2<T, uint32>;  ///< a key and the index of an input point
 
@@ -106,15 +115,21 @@ protected:
     class FamilyRef
     {
     public:
+        /// Reads and writes the number, which is kept in the key's bits.
+        /// @{
         explicit FamilyRef(Pair& pair) : _pair(pair) {}
         operator uint32() const { return getFamily(_pair); }
         void operator=(uint32 family);
+        /// @}
 
     private:
         Pair& _pair;
     };
+    /// The family number in a pair's key, to be written or read.
+    /// @{
     static FamilyRef refFamily(Pair& pair) { return FamilyRef(pair); }
     static uint32 getFamily(const Pair& pair);
+    /// @}
 
     // The protected steps work on the points of the last focus, whose array must still be there.
 
@@ -126,31 +141,41 @@ protected:
     /// Emits the point of one work pair as it is.
     void simplify_1(uint32 place) const;
     /// Sort a block of work pairs along an axis, and hand its runs to the next axis; those of z are clusters.
+    /// @{
     void simplify_loopX(const Block& block) const;
     void simplify_loopY(const Block& block) const;
     void simplify_loopZ(const Block& block) const;
+    /// @}
     /// How many pairs at the start of a block, at least 1, have keys within the tolerance of the first one.
     uint32 getSubBlockRepeatedSize_coord(const Block& block) const;
     /// How many pairs at the start of a block are of one family.
     uint32 getSubBlockRepeatedSize_family(const Block& block) const;
     /// The representative of a cluster.
     Vector3<T> selectPointInArrCoordBlock(const Block& block) const;
+    /// By name: its first point, the centre of its box, or the point nearest to that centre, of two different
+    /// points the first.
+    /// @{
     Vector3<T> selectPointInArrCoordBlock_modeFirst(const Block& block) const;
     Vector3<T> selectPointInArrCoordBlock_modeCenter(const Block& block) const;
     Vector3<T> selectPointInArrCoordBlock_modeCentered(const Block& block) const;
+    /// @}
 
     /// Renumber triangles by the dictionary and keep those whose corners are three different points; the face
     /// dictionary gets the new index of every triangle, or noIndex. True when one was dropped.
+    /// @{
     bool faces_translateRemoveDegenerateTrindicesDictionary(Triangles& tris) const;
     bool faces_translateRemoveDegenerateTrindicesDictionary(Triangles& tris, Indices& triDict) const;
     bool faces_translateRemoveDegenerateTrindicesDictionary(const Triangles& trisIn, Triangles& trisOut,
                                                             Indices& triDict) const;
+    /// @}
     /// The same, and the triangles must be higher than the last tolerance.
+    /// @{
     bool faces_translateRemoveDegenerateDictionary(Triangles& tris, const Params& params) const;
     bool faces_translateRemoveDegenerateDictionary(Triangles& tris, Indices& triDict,
                                                    const Params& params) const;
     bool faces_translateRemoveDegenerateDictionary(const Triangles& trisIn, Triangles& trisOut,
                                                    Indices& triDict, const Params& params) const;
+    /// @}
 
 private:
     uint32 familyOf(uint32 index) const;

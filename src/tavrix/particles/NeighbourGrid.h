@@ -25,7 +25,10 @@ public:
     /// Consecutive sorted points, half open.
     struct Run
     {
+        /// The numbers of the first sorted point, and of the one behind the last.
+        /// @{
         uint32 begin, end;
+        /// @}
     };
 
     /// How many more coordinates may be read behind the last point's.
@@ -49,8 +52,10 @@ public:
     const float* coordinates(uint32 axis) const { return _coordinates[axis].data(); }
 
     /// The cells that hold points, in the order of the points.
+    /// @{
     uint32 cellCount() const { return _cellKeys.size(); }
     Run cell(uint32 c) const { return {_cellStarts[c], _cellStarts[c + 1]}; }
+    /// @}
 
     /// Replaces `runs` by runs, none twice, with every point in the closed box.
     void findRuns(const Box3D& box, std::vector<Run>& runs) const;

@@ -15,10 +15,12 @@ class TX_GEOMETRY_API ParticleChannelChunkDataConcept_v2
 public:
     virtual ~ParticleChannelChunkDataConcept_v2();
 
+    /// The type of the values, which tells the accessor that answers.
     virtual ParticleChannel_v2::Type getType() const = 0;
 
     /// The address of element 0, for the accessor of the array's own type; null from the others. The value of
     /// slot s is element s.
+    /// @{
     virtual Vector3F* getData_Vector3F() = 0;
     virtual Vector3D* getData_Vector3D() = 0;
     virtual Vector2F* getData_Vector2F() = 0;
@@ -31,6 +33,7 @@ public:
     virtual double* getData_DOUBLE() = 0;
     virtual Color4F* getData_Color4F() = 0;
     virtual uint32* getData_UINT32() = 0;
+    /// @}
 
     /// Bytes of the array: its capacity times the size of an element.
     virtual uint64 getMemoryUsage() const = 0;
@@ -45,6 +48,7 @@ template <class T>
 class ParticleChannelChunkDataModel_v2 : public ParticleChannelChunkDataConcept_v2
 {
 public:
+    /// That many copies of the value.
     ParticleChannelChunkDataModel_v2(uint32 size, const T& value) : _values(size, value) {}
 
     ParticleChannel_v2::Type getType() const override;
@@ -96,8 +100,11 @@ public:
     /// `size` elements, each the channel's default value. The channel has to be valid, and to outlive this.
     ParticleChannelChunkData_v2(const ParticleChannel_v2& channel, uint32 size);
 
+    /// The channel's record and its values, neither of them null.
+    /// @{
     const ParticleChannel_v2* getChannel() const noexcept { return _channel; }
     ParticleChannelChunkDataConcept_v2* getData() const noexcept { return _data.get(); }
+    /// @}
 
     /// Writes the channel's default value at the slot.
     void setToDefaultValue(uint32 slot);

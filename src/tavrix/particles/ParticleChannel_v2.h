@@ -19,6 +19,8 @@ namespace tavrix
 class TX_GEOMETRY_API ParticleChannelDefaultValue_v2
 {
 public:
+    /// The default value from the getter of the channel's type, zeros from the others.
+    /// @{
     virtual uint64 getValue_UINT64() const = 0;
     virtual uint16 getValue_UINT16() const = 0;
     virtual uint8 getValue_UINT8() const = 0;
@@ -31,6 +33,7 @@ public:
     virtual Vector2F getValue_Vector2F() const = 0;
     virtual Vector3D getValue_Vector3D() const = 0;
     virtual Color4F getValue_Color4F() const = 0;
+    /// @}
     virtual ~ParticleChannelDefaultValue_v2();
 };
 
@@ -39,6 +42,7 @@ template <class T>
 class ParticleChannelDefaultValue_T_v2 : public ParticleChannelDefaultValue_v2
 {
 public:
+    /// Keeps a copy of the value.
     explicit ParticleChannelDefaultValue_T_v2(const T& value) : _value(std::make_unique<T>(value)) {}
 
     uint64 getValue_UINT64() const override { return answer<uint64>(); }
@@ -72,17 +76,22 @@ private:
 class TX_GEOMETRY_API ParticleChannel_v2
 {
 public:
+    /// The type of a channel's values.
     using Type = ParticleChannelType;
 
     /// A channel whose default value is zero in every component; of a colour, opaque black. A type that is
     /// none makes an invalid channel without a default value.
     ParticleChannel_v2(uint32 id, const TX_String& name, Type type);
 
+    /// The id by which values are asked for, the name and the type, as given at construction.
+    /// @{
     uint32 getId() const noexcept { return _id; }
     const TX_String& getName() const noexcept { return _name; }
     Type getType() const noexcept { return _type; }
+    /// @}
     /// Null for an invalid channel.
     const ParticleChannelDefaultValue_v2* getDefaultValue() const noexcept { return _defaultValue.get(); }
+    /// Whether the type is one of the twelve.
     bool isValid() const noexcept { return isValidType(_type); }
 
     /// Equal ids, names and types.
@@ -91,6 +100,7 @@ public:
         return a._id == b._id && a._type == b._type && a._name == b._name;
     }
 
+    /// Whether a type is one of the twelve.
     static bool isValidType(Type type) noexcept { return type >= Type::Vector3F && type <= Type::UINT32; }
     /// The channel type of values with the registration object, which its name tells; 0 when they are of
     /// none.

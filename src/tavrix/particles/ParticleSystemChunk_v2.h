@@ -12,6 +12,7 @@ namespace tavrix
 /// One particle's place in a chunk.
 struct ParticleEntry
 {
+    /// The particle's id.
     uint64 id;
     uint16 slot;     ///< of its values in every channel array of the chunk
     uint8 released;  ///< 1: the particle was removed, and the entry waits for another one
@@ -21,12 +22,14 @@ static_assert(sizeof(ParticleEntry) == 16);
 /// Orders entries by id.
 struct ParticleEntryComparator_v2
 {
+    /// Whether the first id is the smaller.
     bool operator()(const ParticleEntry& a, const ParticleEntry& b) const noexcept { return a.id < b.id; }
 };
 
 /// Orders live entries before released ones.
 struct ReleaseEntryComparator_v2
 {
+    /// Whether the first is live and the second released.
     bool operator()(const ParticleEntry& a, const ParticleEntry& b) const noexcept
     {
         return a.released < b.released;
@@ -42,6 +45,7 @@ struct ReleaseEntryComparator_v2
 class TX_GEOMETRY_API ParticleSystemChunk_v2
 {
 public:
+    /// How many particles fit into a chunk.
     enum : uint32
     {
         capacity = 16384
@@ -49,23 +53,36 @@ public:
 
     /// An empty chunk with the next id of the process-wide counter.
     ParticleSystemChunk_v2();
+    /// Moves entries and channels over; the other chunk must not be used any more.
+    /// @{
     ParticleSystemChunk_v2(ParticleSystemChunk_v2&&) noexcept = default;
     ParticleSystemChunk_v2& operator=(ParticleSystemChunk_v2&&) noexcept = default;
+    /// @}
 
+    /// The chunk's number, see refNextChunkId.
     uint32 getId() const noexcept { return _id; }
     /// Smallest and largest id of the live particles; all ones and 0 without any. Exact after sorting, and
     /// never narrower than the truth.
+    /// @{
     uint64 getMinId() const noexcept { return _minId; }
     uint64 getMaxId() const noexcept { return _maxId; }
+    /// @}
     /// Whether min and max id leave room for the id.
     bool mayContain(uint64 id) const noexcept { return _minId <= id && id <= _maxId; }
+    /// How many particles can still be added.
     uint16 getFreeCount() const noexcept { return _freeCount; }
     /// Number of live particles.
     uint16 getSize() const noexcept { return static_cast<uint16>(capacity - _freeCount); }
+    /// Whether the entries are known to be in order of their ids, and of their slots.
+    /// @{
     bool isSortedById() const noexcept { return _sortedById; }
     bool isSlotOrdered() const noexcept { return _slotOrdered; }
+    /// @}
+    /// The entries, those of removed particles included, and the values of every channel.
+    /// @{
     const Array<ParticleEntry>& getEntries() const noexcept { return _entries; }
     const ParticleChunkChannels_v2& getChannels() const noexcept { return _channels; }
+    /// @}
 
     /// The handle on the particle at a position among the entries.
     Particle_v2 getParticle(uint32 position) const noexcept
@@ -83,6 +100,7 @@ public:
     void reserveChannels(uint32 count) { _channels.reserve(count); }
     /// Gives the chunk the channel's array, every element its default value.
     void createChannelChunkData(const ParticleChannel_v2& channel);
+    /// Frees the channel's array; nothing happens without one.
     void removeChannelChunkData(uint32 channelId) noexcept;
 
     /// Adds a particle; the values at its slot are whatever they were. There has to be a free entry.
@@ -101,9 +119,13 @@ public:
     /// Frees everything; leaves an inert chunk that can only be queried.
     void destroy() noexcept;
 
+    /// As Particle_v2::dirty.
     static Particle_v2 refDirtyParticle() noexcept { return Particle_v2::dirty(); }
+    /// The orders of entries, as objects to sort by.
+    /// @{
     static const ParticleEntryComparator_v2& refParticleEntryComparator_v2() noexcept;
     static const ReleaseEntryComparator_v2& refReleaseEntryComparator_v2() noexcept;
+    /// @}
     /// The id that the next chunk of any system gets. Clearing one system starts it at 0 again, so that two
     /// chunks of another one may come to have the same id: this must stay.
     static std::atomic<uint32>& refNextChunkId() noexcept;

@@ -20,23 +20,31 @@ class ParticleSystem_v2;
 class TX_GEOMETRY_API ParticleSystemConstIterator_v2
 {
 public:
+    /// What algorithms ask for.
+    /// @{
     using value_type = Particle_v2;
     using difference_type = std::ptrdiff_t;
     using iterator_category = std::input_iterator_tag;
     using pointer = void;
     using reference = Particle_v2;
+    /// @}
 
     /// At the first live particle.
     explicit ParticleSystemConstIterator_v2(const ParticleSystem_v2& system) { setBegin(system); }
+    /// At the end.
     ParticleSystemConstIterator_v2(const ParticleSystem_v2& system, TX_END) { setEnd(system); }
 
+    /// Puts the iterator at the first live particle, or at the end, of a system.
+    /// @{
     void setBegin(const ParticleSystem_v2& system);
     void setEnd(const ParticleSystem_v2& system);
+    /// @}
 
     /// The dirty particle at the end.
     Particle_v2 operator*() const;
     /// On to the next live particle. From a chunk with fewer than two entries the iterator goes to the end,
     /// even when more chunks follow: this must stay.
+    /// @{
     ParticleSystemConstIterator_v2& operator++();
     ParticleSystemConstIterator_v2 operator++(int)
     {
@@ -44,22 +52,29 @@ public:
         ++*this;
         return before;
     }
+    /// @}
 
+    /// The same entry of the same chunk; all ends are equal.
     friend bool operator==(const ParticleSystemConstIterator_v2& a, const ParticleSystemConstIterator_v2& b)
     {
         return a._chunk == b._chunk && a._index == b._index;
     }
 
 protected:
+    /// The system, and the place: a chunk, or the list's end, and an entry in it.
+    /// @{
     const ParticleSystem_v2* _system = nullptr;
     IteratorList<ParticleSystemChunk_v2> _chunk;
     uint32 _index = noIndex;
+    /// @}
 };
 
-/// The same from a system that may be changed.
+/// Walks over the live particles of a system that may be changed; otherwise as its base.
 class TX_GEOMETRY_API ParticleSystemIterator_v2 : public ParticleSystemConstIterator_v2
 {
 public:
+    /// At the first live particle, at the end, or where another iterator is.
+    /// @{
     explicit ParticleSystemIterator_v2(ParticleSystem_v2& system) : ParticleSystemConstIterator_v2(system) {}
     ParticleSystemIterator_v2(ParticleSystem_v2& system, TX_END end)
         : ParticleSystemConstIterator_v2(system, end)
@@ -67,8 +82,11 @@ public:
     }
     ParticleSystemIterator_v2(const ParticleSystemIterator_v2&) = default;
     ParticleSystemIterator_v2& operator=(const ParticleSystemIterator_v2&) = default;
+    /// @}
     virtual ~ParticleSystemIterator_v2();
 
+    /// On to the next live particle, as in the base.
+    /// @{
     ParticleSystemIterator_v2& operator++()
     {
         ParticleSystemConstIterator_v2::operator++();
@@ -80,6 +98,7 @@ public:
         ++*this;
         return before;
     }
+    /// @}
 };
 
 }  // namespace tavrix

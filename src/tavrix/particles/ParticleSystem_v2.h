@@ -43,16 +43,25 @@ class TX_GEOMETRY_API ParticleSystem_v2
 public:
     /// No particles, and the channels "position" and "velocity".
     ParticleSystem_v2();
+    /// Shares particles and channels with the other system and copies its box and particles array; each keeps
+    /// its own render object.
+    /// @{
     ParticleSystem_v2(const ParticleSystem_v2& other);
     ParticleSystem_v2& operator=(const ParticleSystem_v2& other);
+    /// @}
     virtual ~ParticleSystem_v2();
 
+    /// Whether there are no live particles, how many there are, in how many chunks, and how many fit into
+    /// one.
+    /// @{
     bool empty() const noexcept;
     uint32 getParticlesCount() const noexcept;
     uint32 getChunksCount() const noexcept;
     static uint16 getChunkCapacity() noexcept { return ParticleSystemChunk_v2::capacity; }
+    /// @}
     /// Number of live particles in the i-th chunk of the list; 0 when there is none.
     uint16 getChunkSize(uint32 i) const noexcept;
+    /// The chunks, in the order in which particles are iterated over.
     const List<ParticleSystemChunk_v2>& getChunks() const noexcept;
     /// Handles on all particles, made anew, in the iteration order of that time, when particles came, went or
     /// were compacted.
@@ -64,11 +73,15 @@ public:
     uint32 addChannel(const TX_String& name, ParticleChannel_v2::Type type);
     /// Removes a channel and its values, "position" and "velocity" not excepted; whoever holds handles must
     /// not ask for them then. False when there is none. The record stays alive as long as the particles.
+    /// @{
     bool removeChannel(uint32 id);
     bool removeChannel(const TX_String& name);
+    /// @}
     /// Null when there is none.
+    /// @{
     const ParticleChannel_v2* getChannel(uint32 id) const noexcept;
     const ParticleChannel_v2* getChannel(const TX_String& name) const noexcept;
+    /// @}
     /// 0xFFFFFFFF when there is none.
     uint32 getChannelId(const TX_String& name) const noexcept;
     /// The channels in the order of their addition.
@@ -78,8 +91,10 @@ public:
 
     /// Adds a particle with the channels' default values. Without an id it gets the greatest that was ever
     /// added, plus one: 1, 2, 3, ... in a new or cleared system, and after 2^64 - 1 again 0, 1, 2, ...
+    /// @{
     Particle_v2 addParticle();
     Particle_v2 addParticle(uint64 id);
+    /// @}
     /// Removes a particle; false when there is none. A chunk that is left without any is destroyed.
     bool remove(uint64 id);
     /// The dirty particle when there is none. Sorts the chunks that it looks into.
@@ -95,16 +110,22 @@ public:
     /// Makes `particles` those of this system, in iteration order.
     void copyTo(ParticleSystem_v3& particles) const;
 
+    /// The live particles, in the order that ParticleSystemConstIterator_v2 tells.
+    /// @{
     ParticleSystemConstIterator_v2 begin() const { return ParticleSystemConstIterator_v2(*this); }
     ParticleSystemConstIterator_v2 end() const { return {*this, TX_END{}}; }
     ParticleSystemIterator_v2 begin() { return ParticleSystemIterator_v2(*this); }
     ParticleSystemIterator_v2 end() { return {*this, TX_END{}}; }
+    /// @}
 
     /// Compacts every chunk, so that its values can be walked over as arrays (getChannelData).
     ParticleSystemRawIterationInfo_v2 begin_rawIteration();
+    /// The chunks, and what each holds of a channel, to go with the counts of begin_rawIteration.
+    /// @{
     ParticleChannelDataId_v2 getChannelDataId() const;
     ParticleChannelData_v2 getChannelData(uint32 id) const;
     ParticleChannelData_v2 getChannelData(const TX_String& name) const;
+    /// @}
 
     /// The channel's values as one array, in iteration order: positions for the setters of a field, say. T is
     /// one of the twelve channel types. False, and `values` untouched, when there is no such channel or it is
@@ -120,11 +141,14 @@ public:
 
     /// The box of all positions; without any, min at the largest number and max at the smallest.
     const Box3F& update_bbox();
+    /// The box that update_bbox found last.
     const Box3F& getBbox() const noexcept { return _bbox; }
     /// Least and greatest length of a position (of a velocity); 3.4028235e38 and -3.4028235e38 without
     /// particles. Squares are summed in single precision.
+    /// @{
     void compute_min_max_positionModule(float& min, float& max) const;
     void compute_min_max_speed(float& min, float& max) const;
+    /// @}
     /// Sum over the particles, in iteration order and single precision, of ((v.y + v.x + v.z) + (p.y + p.x +
     /// p.z)) / (id + 1); its bits are the low half of the result, the high half is 0.
     int64 computeSignature_v1() const;
@@ -136,21 +160,26 @@ public:
     uint64 getMemoryUsage() const;
 
     /// Multiplies every component by the factor. The box stays as it was.
+    /// @{
     void scaleParticlePositions(float factor);
     void scaleParticleVelocities(float factor);
     void scaleParticlePositionsAndVelocities(float factor);
+    /// @}
 
     /// Five lines on standard output: how many chunks, chunks with free entries and particles there are.
     void print() const;
 
     /// The render object, null until a host or initializeRenderObject supplies one; the system owns it.
     Particles_RL_v2* getParticles_RL() const noexcept { return _renderObject.get(); }
+    /// Gives the system another render object, which it owns from then on; the former one is deleted.
     void setParticles_RL(Particles_RL_v2* renderObject);
     /// Lets the host's factory make a render object when there is none.
     void initializeRenderObject();
     /// Without a render object nothing is drawn.
+    /// @{
     void render() const;
     void render(const Color4F& color) const;
+    /// @}
 
 private:
     friend class ParticleSystemConstIterator_v2;

@@ -22,13 +22,18 @@ class TX_GEOMETRY_API ParticleSystem_v3
 {
 public:
     /// Replace the whole array by a copy. The other two keep their sizes.
+    /// @{
     void setArrId(const Array<int64>& ids);
     void setArrPosition(const Array<Vector3F>& positions);
     void setArrVelocity(const Array<Vector3F>& velocities);
+    /// @}
 
+    /// The arrays, which are parallel but need not be equally long.
+    /// @{
     const Array<int64>& getArrId() const noexcept { return _ids; }
     const Array<Vector3F>& getArrPosition() const noexcept { return _positions; }
     const Array<Vector3F>& getArrVelocity() const noexcept { return _velocities; }
+    /// @}
 
     /// Reads the particles of a BIN file and returns their number. -1: the file cannot be opened; -2: it does
     /// not begin with the magic number; both leave the particles as they were. Of a truncated file the

@@ -9,11 +9,14 @@ namespace tavrix
 /// means none.
 struct ArrayHandle
 {
+    /// The number itself; handles are equal when their numbers are.
+    /// @{
     uint32 value = noIndex;
 
     constexpr bool isNone() const { return value == noIndex; }
 
     friend constexpr bool operator==(const ArrayHandle&, const ArrayHandle&) = default;
+    /// @}
 };
 
 static_assert(sizeof(ArrayHandle) == 4);

@@ -17,6 +17,8 @@ class ArraySet
 public:
     ArraySet() = default;
     ArraySet(const ArraySet&) = delete;
+    /// A set can be moved, not copied: a new one takes the entries over, an assignment exchanges them.
+    /// @{
     ArraySet(ArraySet&& other) noexcept : _handles(std::move(other._handles)), _infs(std::move(other._infs))
     {
         other.forgetAll();
@@ -28,13 +30,17 @@ public:
         std::swap(_infs, other._infs);
         return *this;
     }
+    /// @}
     ~ArraySet() { clear(); }
 
+    /// The entries by number, in the order of registration; numbers are not checked.
+    /// @{
     uint32 size() const noexcept { return static_cast<uint32>(_handles.size()); }
     bool empty() const noexcept { return _handles.empty(); }
     ArrayHandle handle(uint32 i) const noexcept { return _handles[i]; }
     Inf& inf(uint32 i) noexcept { return _infs[i]; }
     const Inf& inf(uint32 i) const noexcept { return _infs[i]; }
+    /// @}
 
     /// The first entry of the handle, or noIndex.
     uint32 find(ArrayHandle handle) const noexcept

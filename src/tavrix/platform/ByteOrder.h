@@ -44,6 +44,7 @@ void convertByteOrder(Number* values, std::size_t count, ByteOrder order) noexce
 /// floating-point numbers at the stream's present position. Each returns how many whole numbers it moved,
 /// fewer than `count` only at the end of the file or on a failure; values that were not read keep what they
 /// held.
+/// @{
 TX_GEOMETRY_API uint32 ReadUInt(uint32* values, uint32 count, std::FILE* file,
                                 ByteOrder order = ByteOrder::little);
 TX_GEOMETRY_API uint32 WriteUInt(const uint32* values, uint32 count, std::FILE* file,
@@ -52,5 +53,6 @@ TX_GEOMETRY_API uint32 ReadDouble(double* values, uint32 count, std::FILE* file,
                                   ByteOrder order = ByteOrder::little);
 TX_GEOMETRY_API uint32 WriteDouble(const double* values, uint32 count, std::FILE* file,
                                    ByteOrder order = ByteOrder::little);
+/// @}
 
 }  // namespace tavrix

@@ -34,11 +34,13 @@ public:
 
     /// Read `count` numbers and return how many whole ones there were; of a shorter file, the destination of
     /// the first missing number is unspecified, and those behind it are untouched.
+    /// @{
     std::size_t readShort(int16* values, std::size_t count = 1);
     std::size_t readInt(int32* values, std::size_t count = 1);
     std::size_t readUInt(uint32* values, std::size_t count = 1);
     std::size_t readFloat(float* values, std::size_t count = 1);
     std::size_t readDouble(double* values, std::size_t count = 1);
+    /// @}
 
     /// Moves to `offset` bytes from the start (0), the present position (1) or the end (2). A position beyond
     /// the end is possible; reading there finds nothing. False, with the status failed, for a position before
@@ -53,8 +55,11 @@ public:
     /// count read from the file is believed only as far as this could hold it.
     int64 remaining() const noexcept;
 
+    /// Whether a file is open, and the first failure since the last `open`, that one included.
+    /// @{
     bool isOpen() const noexcept;
     FileStatus status() const noexcept;
+    /// @}
     /// Closes the file, frees the buffer and returns the status.
     FileStatus close() noexcept;
 

@@ -34,11 +34,13 @@ public:
     std::size_t writeBuffer(const void* source, std::size_t byteCount);
 
     /// Write `count` numbers and return how many were taken, all or none.
+    /// @{
     std::size_t writeShort(const int16* values, std::size_t count = 1);
     std::size_t writeInt(const int32* values, std::size_t count = 1);
     std::size_t writeUInt(const uint32* values, std::size_t count = 1);
     std::size_t writeFloat(const float* values, std::size_t count = 1);
     std::size_t writeDouble(const double* values, std::size_t count = 1);
+    /// @}
 
     /// Moves to `offset` bytes from the start (0), the present position (1) or the end (2), to patch what was
     /// written before. False, with the status failed, for a position before the start and for files without
@@ -47,8 +49,11 @@ public:
     /// Bytes from the start of the file.
     int64 tell() const noexcept;
 
+    /// Whether a file is open, and the first failure since the last `open`, that one included.
+    /// @{
     bool isOpen() const noexcept;
     FileStatus status() const noexcept;
+    /// @}
     /// Writes what the buffer holds, closes the file, frees the buffer and returns the status.
     FileStatus close() noexcept;
 

@@ -18,6 +18,7 @@ public:
         double available;    ///< memory the system can still give without swapping
     };
 
+    /// Asks the system anew at every call.
     static MemoryInfo getMemoryInfo() noexcept;
 
     /// Number of threads that run at once; at least 1.

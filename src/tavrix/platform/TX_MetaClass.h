@@ -22,13 +22,18 @@ public:
     TX_MetaClass(const TX_MetaClass&) = delete;
     TX_MetaClass& operator=(const TX_MetaClass&) = delete;
 
+    /// The name given at construction, not copied.
     const char* getName() const noexcept { return _name; }
     /// The same on every run and in every process: the 32-bit FNV-1a hash of the name.
     uint32 getIdentifier() const noexcept { return _identifier; }
 
+    /// Whether the type is, or descends from, the one of that identifier or name.
+    /// @{
     bool hasAncestor(uint32 identifier) const noexcept;
     bool hasAncestor(std::string_view name) const noexcept;
+    /// @}
 
+    /// The 32-bit FNV-1a hash of a name, which is its identifier.
     static constexpr uint32 identifierOf(std::string_view name)
     {
         uint32 hash = 2166136261u;
@@ -42,6 +47,8 @@ private:
     uint32 _identifier;
 };
 
+/// The registered types of array elements, each named as the constant behind "metaClass_".
+/// @{
 extern TX_GEOMETRY_API const TX_MetaClass metaClass_TX_UINT8;
 extern TX_GEOMETRY_API const TX_MetaClass metaClass_TX_UINT16;
 extern TX_GEOMETRY_API const TX_MetaClass metaClass_TX_UINT32;
@@ -60,5 +67,6 @@ extern TX_GEOMETRY_API const TX_MetaClass metaClass_Tuple3_UINT32;
 extern TX_GEOMETRY_API const TX_MetaClass metaClass_Tuple2_IndexFacedge;
 extern TX_GEOMETRY_API const TX_MetaClass metaClass_Tuple3_IndexFacedge;
 extern TX_GEOMETRY_API const TX_MetaClass metaClass_BlockDesc;
+/// @}
 
 }  // namespace tavrix

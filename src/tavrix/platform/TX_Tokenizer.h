@@ -13,8 +13,10 @@ namespace tavrix
 class TX_Tokenizer
 {
 public:
+    /// What the "C" locale takes for white space.
     static constexpr std::string_view whiteSpace = " \t\n\v\f\r";
 
+    /// Begins at the start of the text; the separators are looked at too, not copied.
     explicit TX_Tokenizer(std::string_view text, std::string_view separators = whiteSpace) noexcept
         : _rest(text), _separators(separators)
     {

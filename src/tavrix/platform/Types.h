@@ -3,9 +3,12 @@
 #include <cstdint>
 #include <limits>
 
+/// The library: all of it is in this namespace, `detail` aside, which is nobody else's business.
 namespace tavrix
 {
 
+/// Integers of that many bits.
+/// @{
 using uint8 = std::uint8_t;
 using uint16 = std::uint16_t;
 using uint32 = std::uint32_t;
@@ -13,6 +16,7 @@ using uint64 = std::uint64_t;
 using int16 = std::int16_t;
 using int32 = std::int32_t;
 using int64 = std::int64_t;
+/// @}
 
 /// Selects the checked overload of an operation.
 struct TX_SAFE

@@ -20,6 +20,7 @@ enum class SurfaceKernel
 /// it in, which lets the frames of a sequence share it.
 struct ReconstructionSettings
 {
+    /// What a particle adds to the field.
     SurfaceKernel kernel = SurfaceKernel::Metaball;
     Optional<double> radius = {};     ///< of a particle; half the spacing that estimateSpacing finds
     Optional<double> spacing = {};    ///< of the lattice; half the radius
@@ -32,6 +33,7 @@ struct ReconstructionSettings
     bool cleanUp = true;         ///< merge coincident vertices and drop faces without area
     uint32 smoothing = 0;        ///< passes that move every vertex half the way to its neighbours' average
     Optional<double> weldTolerance = {};  ///< join vertices nearer than that along every axis
+    /// Whether the mesh gets normals.
     bool normals = true;
 
     uint32 threadCount = 0;  ///< 0: one a processor

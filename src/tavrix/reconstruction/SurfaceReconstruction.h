@@ -15,10 +15,14 @@ class Mesh;
 /// A quantity of the particles that the mesh is to carry, under its name, one value a particle.
 struct ParticleAttribute
 {
+    /// The name that the mesh's array gets, and the values, which must outlive the call.
+    /// @{
     std::string name;
     const Array<Vector3F>& values;
+    /// @}
 };
 
+/// How a reconstruction ended.
 enum class ReconstructionStatus
 {
     Done,
@@ -34,8 +38,10 @@ enum class ReconstructionStatus
 /// What was done, and with what.
 struct ReconstructionReport
 {
+    /// How it ended.
     ReconstructionStatus status;
     ReconstructionSettings settings;  ///< with everything filled in
+    /// Whether the radius was estimated, not given.
     bool radiusIsEstimated;
     uint32 particles;  ///< that took part
     uint32 infinite;   ///< left out, for they have no finite position

@@ -86,6 +86,7 @@ public:
         }
     }
 
+    /// 0 for a box that holds the point.
     double squared(const Box3F& box) const
     {
         double sum = 0;

@@ -10,9 +10,13 @@ namespace tavrix
 template <class Box>
 struct GeometryNodeEx
 {
+    /// The node, whose link names the first child, and the second child.
+    /// @{
     GeometryNode<Box> node;
     uint32 child;
+    /// @}
 
+    /// Takes a node of a finished tree, whose children lie side by side.
     static constexpr GeometryNodeEx from(const GeometryNode<Box>& node)
     {
         return {node, node.isLeaf() ? noIndex : node.link + 1};

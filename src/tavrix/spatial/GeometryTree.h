@@ -26,12 +26,16 @@ class GeometryTree
 public:
     GeometryTree() = default;
     /// Copies the nodes; the render object stays where it is.
+    /// @{
     GeometryTree(const GeometryTree& other);
     GeometryTree& operator=(const GeometryTree& other);
     void assign(const GeometryTree& other);
+    /// @}
     /// Take the nodes and the render object over; the other tree is left empty.
+    /// @{
     GeometryTree(GeometryTree&& other) noexcept;
     GeometryTree& operator=(GeometryTree&& other) noexcept;
+    /// @}
     virtual ~GeometryTree();
 
     /// Empties the tree and makes room for that many nodes; 0 frees the memory.
@@ -43,12 +47,17 @@ public:
 
     /// Number of nodes: 2 n - 1 for n leaves once they are integrated.
     uint32 size() const { return _nodes.size(); }
+    /// The nodes as they lie in the array; numbers are not checked.
+    /// @{
     bool isEmpty() const { return _nodes.empty(); }
     const Node& node(uint32 i) const { return _nodes[i]; }
     const Array<Node>& nodes() const { return _nodes; }
+    /// @}
     /// The box of a node, which may be written; whoever does refits the nodes above.
+    /// @{
     Box3F& geometry(uint32 i) { return _nodes[i].box; }
     const Box3F& geometry(uint32 i) const { return _nodes[i].box; }
+    /// @}
     /// The root's box; that of no points for an empty tree.
     Box3F getRootNode() const { return isEmpty() ? Box3F::empty() : _nodes[0].box; }
 
@@ -94,10 +103,12 @@ public:
     /// The same for the nodes below one node and itself; a leaf stays as it is.
     void recalculateGeometryNodesNoLeafFromGeometryNodesLeafRecursive(uint32 node);
 
-    // The queries. The nodes have to be refitted, so that every box holds what is below it. A query calls
-    // visit(geometryIndex, limit) for leaves whose boxes are within the limit, near ones first (which is no
-    // strict order of what is in them), and visit returns the limit to go on with: the same or a smaller one;
-    // below 0 ends the query.
+    /// @name Queries
+    /// The nodes have to be refitted, so that every box holds what is below it. A query calls
+    /// visit(geometryIndex, limit) for leaves whose boxes are within the limit, near ones first (which is no
+    /// strict order of what is in them), and visit returns the limit to go on with: the same or a smaller
+    /// one; below 0 ends the query.
+    /// @{
 
     /// Leaves that the ray meets at most `limit` lengths of its direction away from its origin.
     template <class Visit>
@@ -127,9 +138,11 @@ public:
         };
         descend([&](const Box3F& other) { return isApart(other) ? 1.0 : 0.0; }, 0.0, visit);
     }
+    /// @}
 
     /// The render object, null until a host or initializeRenderObject supplies one; the tree owns it.
     GeometryTree_RL* getGeometryTree_RL() const { return _renderObject.get(); }
+    /// Gives the tree another render object, which it owns from then on; the former one is deleted.
     void setGeometryTree_RL(GeometryTree_RL* renderObject);
     /// Lets the host's factory make a render object when there is none.
     void initializeRenderObject();

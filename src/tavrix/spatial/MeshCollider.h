@@ -24,15 +24,22 @@ namespace tavrix
 class TX_GEOMETRY_API MeshCollider
 {
 public:
+    /// The kind of tree: single-precision boxes, of which leaves name faces.
     using Tree = GeometryTree<GeometryNode<Box3F>>;
 
     MeshCollider();
+    /// Copies the mesh, as Mesh::copyFrom does, and the tree.
+    /// @{
     MeshCollider(const MeshCollider& other);
     MeshCollider& operator=(const MeshCollider& other);
+    /// @}
     /// Take mesh and tree over; the other collider is left empty, and finds nothing.
+    /// @{
     MeshCollider(MeshCollider&& other) noexcept;
     MeshCollider& operator=(MeshCollider&& other) noexcept;
+    /// @}
     virtual ~MeshCollider();
+    /// As assigning.
     void copyFrom(const MeshCollider& other);
 
     /// Copies the mesh, makes sure that it has smoothed normals (unless a face has a corner that does not
@@ -52,10 +59,15 @@ public:
     bool transformRt(const Matrix4<double>& matrix, const Mesh& source);
 
     /// The mesh; whoever moves its positions calls recalculateTree, and create when faces change.
+    /// @{
     Mesh& getMesh() { return _mesh; }
     const Mesh& getMesh() const { return _mesh; }
+    /// @}
+    /// The tree over the faces; who changes its boxes changes what queries find.
+    /// @{
     const Tree& getTree() const { return _tree; }
     Tree& getTree() { return _tree; }
+    /// @}
 
     /// The first hit of the ray, from either side, at most `limit` from its origin; `distance` and `limit`
     /// are in lengths of the ray's direction. No ray slips through between faces that share an edge or a
