@@ -283,7 +283,8 @@ public:
     template <class Stream>
     void loadBasic(Stream& stream);
 
-    /// Unit face normals with areas, and vertex normals as angle-weighted averages of them, on bare arrays.
+    /// Unit face normals with areas, and vertex normals as angle-weighted averages of them (Thürmer and
+    /// Wüthrich, Journal of Graphics Tools 3, 1998), on bare arrays.
     ///
     /// `faceNor` is resized to the faces; `nor` keeps its size, which must cover every index in `trindexNor`.
     /// A face without area gets the normal (1, 0, 0, 0) and adds nothing. Corner angles are scaled to the sum

@@ -27,7 +27,8 @@ float similarity(const Pixel& p, const Pixel& q, float pixelSize)
     return cosine * std::max(1 - offPlane, 0.0f);
 }
 
-/// One pass: a five by five binomial over pixels `step` apart, weighted by similarity.
+/// One pass of an à-trous filter that stops at edges (Dammertz, Sewtz, Hanika and Lensch, High Performance
+/// Graphics 2010): a five by five binomial over pixels `step` apart, weighted by similarity.
 LightOfPixel smoothed(const std::vector<Pixel>& pixels, int width, int height, int x, int y, int step,
                       float pixelSize)
 {

@@ -21,7 +21,9 @@ struct Ray
 };
 
 /// A tree of boxes over shapes, with four branches a node: what a ray may meet is found in logarithmic time.
-/// It holds the order of the shapes, leaf by leaf; whoever builds it stores the shapes in that order.
+/// Built from above by the surface area heuristic over bins (Wald, On fast Construction of SAH-based Bounding
+/// Volume Hierarchies, 2007). It holds the order of the shapes, leaf by leaf; whoever builds it stores the
+/// shapes in that order.
 class RayTree
 {
 public:

@@ -9,7 +9,8 @@
 namespace tavrix::tool
 {
 
-/// A number that looks like chance, the same on every system.
+/// A number that looks like chance, the same on every system. The multipliers are those that Wellons found to
+/// mix best (Prospecting for Hash Functions, 2018).
 inline uint32 hash(uint32 x)
 {
     x = (x ^ (x >> 16)) * 0x7feb352du;
@@ -37,7 +38,7 @@ struct Sample
 };
 
 /// Points spread evenly over the unit disk in the order of their distance from the middle: a spiral with the
-/// golden angle.
+/// golden angle (Vogel, A better way to construct the sunflower head, 1979).
 class Disk
 {
 public:

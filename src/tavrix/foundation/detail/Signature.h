@@ -38,13 +38,14 @@ private:
         _state ^= _state >> 32;
     }
 
+    /// Spreads every bit over the whole word.
     static uint64 mix(uint64 h)
     {
         h = (h ^ (h >> 33)) * 0xD6E8FEB86659FD93u;
         return h ^ (h >> 32);
     }
 
-    uint64 _state = 0x243F6A8885A308D3u;
+    uint64 _state = 0x243F6A8885A308D3u;  ///< the digits of pi
 };
 
 }  // namespace tavrix::detail

@@ -57,6 +57,7 @@ public:
 private:
     static constexpr uint32 batch = 32;
 
+    /// Products with odd constants of well-mixed bits: the golden ratio's and those of Collet's xxHash.
     static uint64 hash(const Vector3<T>& p)
     {
         const auto bits = [](T number) { return uint64{std::bit_cast<BitsOf<T>>(number)}; };

@@ -15,10 +15,11 @@ struct TriangleHit
     Vector3D weights;
 };
 
-/// A ray against triangles, without gaps: corners are moved to the ray's origin and sheared so that the ray
-/// runs along an axis, which gives a corner the same place in every triangle; and the sign of an edge, seen
-/// along the ray, is right or zero, and the opposite for the triangle on the other side. Zero counts as hit,
-/// so no ray slips through a common edge or corner.
+/// A ray against triangles, without gaps (Woop, Benthin and Wald, Watertight Ray/Triangle Intersection,
+/// Journal of Computer Graphics Techniques 2, 2013): corners are moved to the ray's origin and sheared so
+/// that the ray runs along an axis, which gives a corner the same place in every triangle; and the sign of an
+/// edge, seen along the ray, is right or zero, and the opposite for the triangle on the other side. Zero
+/// counts as hit, so no ray slips through a common edge or corner.
 class RayTriangle
 {
 public:

@@ -9,8 +9,9 @@ namespace tavrix::detail
 {
 
 /// Whether a triangle, its inside included, and a closed box have a point in common: true unless an axis
-/// parts them (the box's, the triangle's normal, or across an edge of each). In double precision, in which
-/// what comes closer than 2^-48 of the coordinates counts as touching.
+/// parts them (the box's, the triangle's normal, or across an edge of each: Akenine-Möller, Fast 3D
+/// Triangle-Box Overlap Testing, Journal of Graphics Tools 6, 2001). In double precision, in which what comes
+/// closer than 2^-48 of the coordinates counts as touching.
 class TriangleOverlap
 {
 public:
