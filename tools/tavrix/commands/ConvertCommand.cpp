@@ -5,6 +5,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include "arguments/SharedArguments.h"
 #include "arguments/Validators.h"
 #include "commands/MeshWeld.h"
 #include "files/MeshFile.h"
@@ -55,8 +56,8 @@ void addConvertCommand(CLI::App& app, Command& command)
             "the corners of STL triangles")
         ->check(weldTolerance)
         ->option_text("NUMBER");
-    convert->add_flag("--ascii", options->ascii, "Write STL as text; binary when absent");
-    convert->add_flag("-q,--quiet", options->quiet, "Print errors only");
+    addAscii(*convert, options->ascii);
+    addQuiet(*convert, options->quiet);
     convert->footer(
         "What the format can hold is carried over: OBJ holds groups, normals and texture\n"
         "coordinates, BIN texture coordinates and velocities, STL triangles alone. BIN and\n"
@@ -70,12 +71,7 @@ void addConvertCommand(CLI::App& app, Command& command)
         [options, &command]
         {
             options->quiet |= isStandardOutput(options->output);
-            const auto run = [options]
-            {
-                runConvert(*options);
-                return 0;
-            };
-            command = {run, options->input, options->output};
+            command = {[options] { return runConvert(*options), 0; }, options->input, options->output};
         });
 }
 

@@ -5,7 +5,7 @@
 
 #include <CLI/CLI.hpp>
 
-#include "arguments/PictureArguments.h"
+#include "arguments/SharedArguments.h"
 #include "arguments/Validators.h"
 #include "levelset/LevelSetRun.h"
 
@@ -22,16 +22,11 @@ void addFiles(CLI::App& levelset, LevelSetOptions& options)
 {
     levelset.add_option("IN", options.input, "Mesh (.obj, .stl, .bin, .ase) or particle file (.bin)")
         ->option_text(" ");
-    levelset
-        .add_option("-o,--output", options.output,
-                    "Mesh file to write: .obj, .stl or .bin; needed without --save-field")
-        ->check(outputWithExtension({"obj", "stl", "bin"}))
-        ->option_text("OUT");
-    levelset.add_flag("--ascii", options.asciiStl, "Write STL as text; binary when absent");
-    levelset.add_flag("--normals", options.normals, "Write vertex normals into OBJ files; the default");
-    levelset.add_flag_callback(
-        "--no-normals", [&options] { options.normals = false; }, "Leave them out, for smaller files");
-    levelset.add_flag("-q,--quiet", options.quiet, "Print errors only");
+    addMeshOutput(levelset, options.output,
+                  "Mesh file to write: .obj, .stl or .bin; needed without --save-field");
+    addAscii(levelset, options.asciiStl);
+    addNormals(levelset, options.normals);
+    addQuiet(levelset, options.quiet);
 }
 
 void addDistances(CLI::App& levelset, LevelSetOptions& options)
@@ -56,10 +51,7 @@ void addDistances(CLI::App& levelset, LevelSetOptions& options)
             "--unsigned", options.isUnsigned,
             "Take a mesh as a sheet that encloses nothing: with --offset, the surface is a wall around it")
         ->group("Distances");
-    levelset.add_option("-t,--threads", options.threads, "Worker threads; all processors when absent")
-        ->check(CLI::Range(1, 1024))
-        ->option_text("COUNT")
-        ->group("Distances");
+    addThreads(levelset, options.threads)->group("Distances");
 }
 
 void addShape(CLI::App& levelset, LevelSetOptions& options)
@@ -103,13 +95,10 @@ void addFields(CLI::App& levelset, LevelSetOptions& options)
         ->group("Field files");
 }
 
-void addPreview(CLI::App& levelset, LevelSetOptions& options)
+void addPicture(CLI::App& levelset, LevelSetOptions& options)
 {
-    levelset.add_option("--preview", options.preview, "Draw a picture of the mesh as well (.png)")
-        ->check(outputWithExtension({"png"}))
-        ->option_text("OUT")
-        ->group("Picture");
-    addPictureArguments(levelset, "--preview-size", options.picture, "Picture");
+    addPreview(levelset, options.preview);
+    addPictureArguments(levelset, "--preview-size", options.picture);
 }
 
 /// Throws what makes the options contradict each other.
@@ -142,7 +131,7 @@ void addLevelSetCommand(CLI::App& app, Command& command)
     addDistances(*levelset, *options);
     addShape(*levelset, *options);
     addFields(*levelset, *options);
-    addPreview(*levelset, *options);
+    addPicture(*levelset, *options);
     levelset->footer(
         "\nField files do not tell how far their distances reach: they have a band of three\n"
         "spacings, samples beyond are cut to it, and it is the default value that sparse ones\n"
@@ -158,12 +147,8 @@ void addLevelSetCommand(CLI::App& app, Command& command)
         {
             checkTogether(*options);
             options->quiet |= isStandardOutput(options->output) || isStandardOutput(options->saveField);
-            const auto run = [options]
-            {
-                runLevelSet(*options);
-                return 0;
-            };
-            command = {run, options->source(), options->output.empty() ? options->saveField : options->output,
+            command = {[options] { return runLevelSet(*options), 0; }, options->source(),
+                       options->output.empty() ? options->saveField : options->output,
                        "try a larger --spacing"};
         });
 }

@@ -11,7 +11,7 @@
 #include <tavrix/platform/Timer.h>
 #include <CLI/CLI.hpp>
 
-#include "arguments/PictureArguments.h"
+#include "arguments/SharedArguments.h"
 #include "arguments/Validators.h"
 #include "commands/ParticleRadius.h"
 #include "commands/SmoothNormals.h"
@@ -115,19 +115,15 @@ void addPreviewCommand(CLI::App& app, Command& command)
         ->required()
         ->check(outputWithExtension({"png"}))
         ->option_text("OUT");
-    addPictureArguments(*preview, "--size", options->picture, "Picture");
+    addPictureArguments(*preview, "--size", options->picture);
     preview
         ->add_option("-r,--particle-radius", options->particleRadius,
                      "Radius to draw particles with; half their spacing when absent")
         ->check(positiveNumber)
         ->option_text("NUMBER")
         ->group("Picture");
-    preview
-        ->add_option("-t,--threads", options->picture.threads, "Worker threads; all processors when absent")
-        ->check(CLI::Range(1, 1024))
-        ->option_text("COUNT")
-        ->group("Run");
-    preview->add_flag("-q,--quiet", options->quiet, "Print errors only")->group("Run");
+    addThreads(*preview, options->picture.threads)->group("Run");
+    addQuiet(*preview, options->quiet)->group("Run");
     preview->footer(
         "Meshes are .obj, .stl, .bin and .ase files, particles .bin files.\n\nExamples:\n"
         "  tavrix preview water.obj -o water.png\n"
@@ -137,12 +133,8 @@ void addPreviewCommand(CLI::App& app, Command& command)
         [options, &command]
         {
             options->quiet |= isStandardOutput(options->output);
-            const auto run = [options]
-            {
-                runPreview(*options);
-                return 0;
-            };
-            command = {run, options->inputs.front(), options->output, "try a smaller --size"};
+            command = {[options] { return runPreview(*options), 0; }, options->inputs.front(),
+                       options->output, "try a smaller --size"};
         });
 }
 

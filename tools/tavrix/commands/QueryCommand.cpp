@@ -10,6 +10,7 @@
 #include <tavrix/spatial/MeshCollider.h>
 #include <CLI/CLI.hpp>
 
+#include "arguments/SharedArguments.h"
 #include "commands/QueryTable.h"
 #include "files/MeshFile.h"
 #include "files/OutputFile.h"
@@ -125,10 +126,8 @@ void addQueryCommand(CLI::App& app, Command& command)
         ->option_text("FILE");
     query->add_option("-o,--output", options->output, "CSV file to write; standard output when absent")
         ->option_text("FILE");
-    query->add_option("-t,--threads", options->threads, "Worker threads; all processors when absent")
-        ->check(CLI::Range(1, 1024))
-        ->option_text("COUNT");
-    query->add_flag("-q,--quiet", options->quiet, "Print errors only, and answers");
+    addThreads(*query, options->threads);
+    addQuiet(*query, options->quiet, "Print errors only, and answers");
     query->footer(
         "The answers are a table, one line a query: those of --ray, of --nearest, then of the\n"
         "file. A ray's distance is in lengths of its direction, a point's in those of the\n"
@@ -144,12 +143,7 @@ void addQueryCommand(CLI::App& app, Command& command)
         {
             if (options->rays.empty() && options->nearest.empty() && options->points.empty())
                 throw CLI::ValidationError("nothing is asked; give --ray, --nearest or --points");
-            const auto run = [options]
-            {
-                runQuery(*options);
-                return 0;
-            };
-            command = {run, options->input, options->output};
+            command = {[options] { return runQuery(*options), 0; }, options->input, options->output};
         });
 }
 

@@ -5,6 +5,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include "arguments/SharedArguments.h"
 #include "arguments/Validators.h"
 #include "commands/MeshWeld.h"
 #include "files/MeshFile.h"
@@ -54,10 +55,7 @@ void addSimplifyCommand(CLI::App& app, Command& command)
     simplify->add_option("IN", options->input, "Mesh file to read (.obj, .stl, .bin or .ase)")
         ->required()
         ->option_text(" ");
-    simplify->add_option("-o,--output", options->output, "Mesh file to write, needed: .obj, .stl or .bin")
-        ->required()
-        ->check(outputWithExtension({"obj", "stl", "bin"}))
-        ->option_text("OUT");
+    addMeshOutput(*simplify, options->output, "Mesh file to write, needed: .obj, .stl or .bin")->required();
     simplify
         ->add_option(
             "--tolerance", options->weld.tolerances,
@@ -70,8 +68,8 @@ void addSimplifyCommand(CLI::App& app, Command& command)
         ->option_text("NUMBER");
     simplify->add_flag("--drop-thin", options->weld.dropThin,
                        "Drop faces whose height over their longest edge does not exceed the last tolerance");
-    simplify->add_flag("--ascii", options->ascii, "Write STL as text; binary when absent");
-    simplify->add_flag("-q,--quiet", options->quiet, "Print errors only");
+    addAscii(*simplify, options->ascii);
+    addQuiet(*simplify, options->quiet);
     simplify->footer(
         "\nFaces whose corners come together are dropped, and vertices without a face. Normals\n"
         "are made anew, with edges kept where faces meet at more than 40 degrees. Texture\n"
@@ -85,12 +83,7 @@ void addSimplifyCommand(CLI::App& app, Command& command)
             if (options->weld.tolerances.size() > 8)
                 throw CLI::ValidationError("--tolerance", "may be given eight times at most");
             options->quiet |= isStandardOutput(options->output);
-            const auto run = [options]
-            {
-                runSimplify(*options);
-                return 0;
-            };
-            command = {run, options->input, options->output};
+            command = {[options] { return runSimplify(*options), 0; }, options->input, options->output};
         });
 }
 

@@ -6,6 +6,7 @@
 
 #include <tavrix/meshproc/SphereTriangulated.h>
 
+#include "arguments/SharedArguments.h"
 #include "arguments/Validators.h"
 #include "files/MeshFile.h"
 
@@ -49,26 +50,18 @@ void addSphereCommand(CLI::App& app, Command& command)
         ->required()
         ->check(CLI::IsMember({20, 500}))
         ->option_text(" ");
-    sphere->add_option("-o,--output", options->output, "Mesh file to write, needed: .obj, .stl or .bin")
-        ->required()
-        ->check(outputWithExtension({"obj", "stl", "bin"}))
-        ->option_text("OUT");
+    addMeshOutput(*sphere, options->output, "Mesh file to write, needed: .obj, .stl or .bin")->required();
     sphere->add_option("-r,--radius", options->radius, "Its radius")
         ->check(positiveNumber)
         ->option_text("NUMBER [1]");
-    sphere->add_flag("--ascii", options->ascii, "Write STL as text; binary when absent");
-    sphere->add_flag("-q,--quiet", options->quiet, "Print errors only");
+    addAscii(*sphere, options->ascii);
+    addQuiet(*sphere, options->quiet);
     sphere->footer("\nExamples:\n  tavrix sphere 500 -o ball.obj --radius 2.5");
     sphere->callback(
         [options, &command]
         {
             options->quiet |= isStandardOutput(options->output);
-            const auto run = [options]
-            {
-                runSphere(*options);
-                return 0;
-            };
-            command = {run, options->output, options->output};
+            command = {[options] { return runSphere(*options), 0; }, options->output, options->output};
         });
 }
 

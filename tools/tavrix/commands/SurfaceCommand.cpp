@@ -5,7 +5,7 @@
 
 #include <CLI/CLI.hpp>
 
-#include "arguments/PictureArguments.h"
+#include "arguments/SharedArguments.h"
 #include "arguments/Validators.h"
 #include "surface/FrameSequence.h"
 #include "surface/SurfaceRun.h"
@@ -27,18 +27,12 @@ void addFiles(CLI::App& surface, SurfaceOptions& options)
                     "Particle file (.bin); of a sequence, with {} for the frame's number: \"water_{}.bin\"")
         ->required()
         ->option_text(" ");
-    surface
-        .add_option("-o,--output", options.output,
-                    "Mesh file to write, needed: .obj, .stl or .bin (which holds velocities)")
-        ->required()
-        ->check(outputWithExtension({"obj", "stl", "bin"}))
-        ->option_text("OUT");
-    surface.add_flag("--ascii", options.asciiStl, "Write STL as text; binary when absent");
-    surface.add_flag("--normals", options.surface.normals,
-                     "Write vertex normals into OBJ files; the default");
-    surface.add_flag_callback(
-        "--no-normals", [&options] { options.surface.normals = false; }, "Leave them out, for smaller files");
-    surface.add_flag("-q,--quiet", options.quiet, "Print errors only");
+    addMeshOutput(surface, options.output,
+                  "Mesh file to write, needed: .obj, .stl or .bin (which holds velocities)")
+        ->required();
+    addAscii(surface, options.asciiStl);
+    addNormals(surface, options.surface.normals);
+    addQuiet(surface, options.quiet);
 }
 
 void addParticles(CLI::App& surface, SurfaceOptions& options)
@@ -109,11 +103,7 @@ void addSurface(CLI::App& surface, SurfaceOptions& options)
             "--no-clean", [&options] { options.surface.cleanUp = false; },
             "Keep coincident vertices and the thin faces between them")
         ->group("Surface");
-    surface
-        .add_option("-t,--threads", options.surface.threadCount, "Worker threads; all processors when absent")
-        ->check(CLI::Range(1, 1024))
-        ->option_text("COUNT")
-        ->group("Surface");
+    addThreads(surface, options.surface.threadCount)->group("Surface");
 }
 
 void addSequence(CLI::App& surface, SurfaceOptions& options)
@@ -133,15 +123,12 @@ void addSequence(CLI::App& surface, SurfaceOptions& options)
         ->group("Sequence");
 }
 
-void addPreview(CLI::App& surface, SurfaceOptions& options)
+void addPicture(CLI::App& surface, SurfaceOptions& options)
 {
-    surface.add_option("--preview", options.preview, "Draw a picture of the mesh as well (.png)")
-        ->check(outputWithExtension({"png"}))
-        ->option_text("OUT")
-        ->group("Picture");
+    addPreview(surface, options.preview);
     surface.add_flag("--preview-particles", options.previewParticles, "Draw the particles beside the mesh")
         ->group("Picture");
-    addPictureArguments(surface, "--preview-size", options.picture, "Picture");
+    addPictureArguments(surface, "--preview-size", options.picture);
 }
 
 /// Rejects contradictory options.
@@ -175,7 +162,7 @@ void addSurfaceCommand(CLI::App& app, Command& command)
     addParticles(*surface, *options);
     addSurface(*surface, *options);
     addSequence(*surface, *options);
-    addPreview(*surface, *options);
+    addPicture(*surface, *options);
     surface->footer(
         "\nExamples:\n"
         "  tavrix surface water.bin -o water.obj\n"

@@ -1,8 +1,10 @@
-#include "arguments/PictureArguments.h"
+#include "arguments/SharedArguments.h"
 
 #include <algorithm>
 
 #include <CLI/CLI.hpp>
+
+#include "arguments/Validators.h"
 
 namespace tavrix::tool
 {
@@ -28,8 +30,46 @@ std::string takeSize(const std::string& text, PreviewOptions& options)
 
 }  // namespace
 
-void addPictureArguments(CLI::App& command, const std::string& sizeName, PreviewOptions& options,
-                         const std::string& group)
+CLI::Option* addMeshOutput(CLI::App& command, std::string& output, const std::string& description)
+{
+    return command.add_option("-o,--output", output, description)
+        ->check(outputWithExtension({"obj", "stl", "bin"}))
+        ->option_text("OUT");
+}
+
+void addAscii(CLI::App& command, bool& ascii)
+{
+    command.add_flag("--ascii", ascii, "Write STL as text; binary when absent");
+}
+
+void addNormals(CLI::App& command, bool& normals)
+{
+    command.add_flag("--normals", normals, "Write vertex normals into OBJ files; the default");
+    command.add_flag_callback(
+        "--no-normals", [&normals] { normals = false; }, "Leave them out, for smaller files");
+}
+
+CLI::Option* addQuiet(CLI::App& command, bool& quiet, const std::string& description)
+{
+    return command.add_flag("-q,--quiet", quiet, description);
+}
+
+CLI::Option* addThreads(CLI::App& command, uint32& threads)
+{
+    return command.add_option("-t,--threads", threads, "Worker threads; all processors when absent")
+        ->check(CLI::Range(1, 1024))
+        ->option_text("COUNT");
+}
+
+void addPreview(CLI::App& command, std::string& preview)
+{
+    command.add_option("--preview", preview, "Draw a picture of the mesh as well (.png)")
+        ->check(outputWithExtension({"png"}))
+        ->option_text("OUT")
+        ->group("Picture");
+}
+
+void addPictureArguments(CLI::App& command, const std::string& sizeName, PreviewOptions& options)
 {
     command
         .add_option_function<std::string>(
@@ -41,14 +81,14 @@ void addPictureArguments(CLI::App& command, const std::string& sizeName, Preview
             },
             "Width and height of each picture, in pixels")
         ->option_text("WxH [1600x1000]")
-        ->group(group);
+        ->group("Picture");
     command
         .add_option_function<std::string>(
             "--up", [&options](const std::string& axis) { options.up = axis == "z" ? UpAxis::Z : UpAxis::Y; },
             "The axis that points up in pictures")
         ->check(CLI::IsMember({"y", "z"}))
         ->option_text("y|z [y]")
-        ->group(group);
+        ->group("Picture");
 }
 
 }  // namespace tavrix::tool

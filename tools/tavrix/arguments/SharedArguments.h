@@ -1,0 +1,33 @@
+#pragma once
+
+#include <string>
+
+#include "preview/View.h"
+
+namespace CLI
+{
+class App;
+class Option;
+}  // namespace CLI
+
+namespace tavrix::tool
+{
+
+// Options that several commands have, described once. Each returns the option where a command adds to it.
+
+/// -o for a mesh file.
+CLI::Option* addMeshOutput(CLI::App& command, std::string& output, const std::string& description);
+/// --ascii.
+void addAscii(CLI::App& command, bool& ascii);
+/// --normals and --no-normals.
+void addNormals(CLI::App& command, bool& normals);
+/// -q.
+CLI::Option* addQuiet(CLI::App& command, bool& quiet, const std::string& description = "Print errors only");
+/// -t.
+CLI::Option* addThreads(CLI::App& command, uint32& threads);
+/// --preview, under the heading "Picture".
+void addPreview(CLI::App& command, std::string& preview);
+/// What pictures are like, under the heading "Picture": their size, by the given name, and --up.
+void addPictureArguments(CLI::App& command, const std::string& sizeName, PreviewOptions& options);
+
+}  // namespace tavrix::tool
