@@ -5,6 +5,7 @@
 #include <vector>
 
 #include <tavrix/mesh/detail/EdgeTable.h>
+#include <tavrix/mesh/detail/MeshFaces.h>
 
 namespace tavrix
 {
@@ -89,6 +90,14 @@ bool hasValidIndices(const Mesh& mesh)
     const bool fits = mesh.trindexNor().empty() || mesh.trindexNor().size() == mesh.getFacesSize();
     return fits && isBelow(mesh.trindexPos(), mesh.getPosSize()) &&
            (mesh.nor().empty() || isBelow(mesh.trindexNor(), mesh.nor().size()));
+}
+
+Box3D boxOfFaces(const Mesh& mesh)
+{
+    const detail::MeshFaces faces(mesh);
+    Box3D box = Box3D::empty();
+    for (uint32 f = 0; f < faces.faceCount; ++f) box.extend(faces.box(f));
+    return box;
 }
 
 double surfaceArea(const Mesh& mesh)

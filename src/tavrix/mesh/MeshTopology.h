@@ -35,6 +35,10 @@ TX_GEOMETRY_API uint32 countParts(const Mesh& mesh);
 /// normals that exist. A mesh whose normals are still to be calculated has none, whatever its triples say.
 TX_GEOMETRY_API bool hasValidIndices(const Mesh& mesh);
 
+/// The smallest box around the faces whose corners exist and are finite; Box3D::empty() without any.
+/// Positions that no such face uses do not count.
+TX_GEOMETRY_API Box3D boxOfFaces(const Mesh& mesh);
+
 /// The sum of the face areas.
 TX_GEOMETRY_API double surfaceArea(const Mesh& mesh);
 

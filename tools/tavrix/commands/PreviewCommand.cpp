@@ -8,6 +8,7 @@
 #include <vector>
 
 #include <tavrix/mesh/MeshRepair.h>
+#include <tavrix/mesh/MeshTopology.h>
 #include <tavrix/platform/Timer.h>
 #include <CLI/CLI.hpp>
 
@@ -18,7 +19,6 @@
 #include "files/MeshFile.h"
 #include "files/ParticleFile.h"
 #include "preview/Render.h"
-#include "preview/Shapes.h"
 #include "run/Failure.h"
 
 namespace tavrix::tool
@@ -50,7 +50,7 @@ Subject meshSubject(const std::string& file)
     const auto smooth = kindOfFile(file) == FileKind::StlMesh ? smoothSeparateFaces : confirmSmoothNormals;
     for (Mesh* mesh : content.meshes) smooth(*mesh);
     Subject subject{joinMeshes(content.meshes), 0, {}};
-    subject.box = boxOfDrawableFaces(std::get<Mesh>(subject.matter));
+    subject.box = boxOfFaces(std::get<Mesh>(subject.matter));
     if (subject.box == Box3D::empty())
         throw Failure(file + ": has no face to draw; all have corners without finite coordinates");
     return subject;

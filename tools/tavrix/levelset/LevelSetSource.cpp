@@ -10,7 +10,6 @@
 #include "commands/ParticleRadius.h"
 #include "files/MeshFile.h"
 #include "files/ParticleFile.h"
-#include "preview/Shapes.h"
 #include "run/Failure.h"
 #include "run/Interrupt.h"
 #include "run/Text.h"
@@ -115,7 +114,7 @@ LevelSetSource fromMesh(const LevelSetOptions& options, uint32 threads, Progress
     progress.begin("read");
     const Mesh mesh = readSolid(options.input, progress);
     if (!options.isUnsigned) noteFaults(mesh, options.input, progress);
-    const Box3D box = boxOfDrawableFaces(mesh);
+    const Box3D box = boxOfFaces(mesh);
     const LevelSetPlan plan = planOver(box, spacingFor(box, options), options);
 
     progress.begin("distances");

@@ -46,15 +46,6 @@ std::vector<T> permuted(const std::vector<T>& elements, const std::vector<uint32
 
 }  // namespace
 
-Box3D boxOfDrawableFaces(const Mesh& mesh)
-{
-    Box3D box = Box3D::empty();
-    for (const Index3& face : mesh.trindexPos())
-        if (isDrawable(mesh.pos(), face))
-            for (const uint32 corner : {face.a, face.b, face.c}) box.extend(mesh.pos()[corner]);
-    return box;
-}
-
 TriangleShapes::TriangleShapes(const Mesh& mesh, const View& view, uint32 threads) : _mesh(mesh), _up(view.up)
 {
     std::vector<Box3F> boxes;

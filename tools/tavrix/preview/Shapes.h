@@ -64,7 +64,4 @@ private:
     RayTree _tree;
 };
 
-/// The smallest box around the drawable faces of a mesh; empty when there are none.
-Box3D boxOfDrawableFaces(const Mesh& mesh);
-
 }  // namespace tavrix::tool
