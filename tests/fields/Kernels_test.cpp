@@ -8,9 +8,9 @@
 #include <random>
 #include <vector>
 
+#include <tavrix/fields/detail/BallSplat.h>
 #include <tavrix/fields/detail/EllipsoidSplat.h>
 #include <tavrix/fields/detail/NeighbourMomentsKernel.h>
-#include <tavrix/fields/detail/ParticleSplat.h>
 
 using namespace tavrix;
 using namespace tavrix::detail;
@@ -68,7 +68,7 @@ TEST(Kernels, SplatsAreTheSame)
     }
     for (const SplatMerge merge : {SplatMerge::Maximum, SplatMerge::Sum})
     {
-        const SplatKernel kernel{merge, 1.5f, merge == SplatMerge::Sum ? 1.3f : 1.0f};
+        const BallKernel kernel{merge, 1.5f, merge == SplatMerge::Sum ? 1.3f : 1.0f};
         const auto plainBalls = [&](const auto& t) { plain::splat(t, kernel, balls.data(), balls.size()); };
         const auto wideBalls = [&](const auto& t) { avx2::splat(t, kernel, balls.data(), balls.size()); };
         const auto plainOnes = [&](const auto& t) { plain::splat(t, merge, ellipsoids.data(), 200); };

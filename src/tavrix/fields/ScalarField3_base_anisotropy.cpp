@@ -1,7 +1,7 @@
 #include <cstdio>
 
 #include <tavrix/fields/detail/AnisotropicKernels.h>
-#include <tavrix/fields/detail/ParticleSplatting.h>
+#include <tavrix/fields/detail/SplatChange.h>
 #include <tavrix/fields/ScalarField3_base.h>
 #include <tavrix/platform/Hardware.h>
 #include <tavrix/platform/Timer.h>

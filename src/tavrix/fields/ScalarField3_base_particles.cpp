@@ -1,21 +1,21 @@
-#include <tavrix/fields/detail/ParticleSplat.h>
-#include <tavrix/fields/detail/ParticleSplatting.h>
+#include <tavrix/fields/detail/BallSplat.h>
+#include <tavrix/fields/detail/SplatChange.h>
 #include <tavrix/fields/ScalarField3_base.h>
 
 namespace tavrix
 {
 
-using detail::SplatKernel;
+using detail::BallKernel;
 using detail::SplatMerge;
 
 namespace
 {
 
 /// 1 at the particle, 0 at twice its radius.
-constexpr SplatKernel distanceKernel{SplatMerge::Maximum, 2.0f, 1.0f};
+constexpr BallKernel distanceKernel{SplatMerge::Maximum, 2.0f, 1.0f};
 
 /// 1 at the particle's radius, 0 at k times its radius.
-SplatKernel metaballKernel(float influence)
+BallKernel metaballKernel(float influence)
 {
     const float k = influence * 3.8f / 100.0f + 1.2f;
     const float t = 1.0f - (1.0f / k) * (1.0f / k);

@@ -1,7 +1,7 @@
 #include <algorithm>
 
 #include <tavrix/fields/detail/EllipsoidSplat.h>
-#include <tavrix/fields/detail/ParticleSplatting.h>
+#include <tavrix/fields/detail/SplatChange.h>
 #include <tavrix/fields/ScalarField3_base.h>
 
 namespace tavrix

@@ -12,7 +12,7 @@ namespace tavrix
 namespace detail
 {
 class Polling;
-class SweepVolumes;
+class SweepOrder;
 }  // namespace detail
 
 /// What a surface that is made from a mesh holds: distances that are negative inside, or distances without a
@@ -248,7 +248,7 @@ private:
     uint32 fastSweepingPositive(const T& bandLimit, const T& tolerance, uint32 threadCount,
                                 detail::Polling& polling);
     static void getSweepingDirections(Directions& directions);
-    detail::SweepVolumes preparingThreadedSweepingVolumes(uint32 threadCount) const;
+    detail::SweepOrder preparingThreadedSweepingVolumes(uint32 threadCount) const;
     template <class Values>
     uint32 extend(Values& values, const T& limit, const T& tolerance, uint32 threadCount) const;
     static bool getExtentionConvergence(const T& tolerance, const T& residual, T& firstResidual,

@@ -1,7 +1,7 @@
 #include <algorithm>
 #include <cmath>
 
-#include <tavrix/implicit/detail/SweepVolumes.h>
+#include <tavrix/implicit/detail/SweepOrder.h>
 #include <tavrix/implicit/ImplicitSurface3Regular.h>
 
 namespace tavrix
@@ -144,7 +144,7 @@ uint32 ImplicitSurface3Regular<T>::extend(Values& values, const T& limit, const 
         return 0;
     using Value = std::remove_reference_t<decltype(arrayOf(values)[0])>;
     const Extension<T, Value> extension(_field, _surface, limit, arrayOf(values).data());
-    const detail::SweepVolumes volumes = preparingThreadedSweepingVolumes(threadCount);
+    const detail::SweepOrder volumes = preparingThreadedSweepingVolumes(threadCount);
     Directions directions;
     getSweepingDirections(directions);
     extension.clearNonFinite();

@@ -1,7 +1,7 @@
 #include <algorithm>
 #include <cmath>
 
-#include <tavrix/fields/detail/ParticleSplat.h>
+#include <tavrix/fields/detail/BallSplat.h>
 #include <tavrix/fields/detail/Splatting.h>
 #include <tavrix/implicit/detail/GridOverBox.h>
 #include <tavrix/implicit/detail/MeshDistance.h>
@@ -109,7 +109,7 @@ bool ImplicitSurface3Regular<T>::init(const Array<Vector3F>& positions, const Ar
     const GrownSpheres spheres{positions, radii, static_cast<float>(_defaultValue)};
     float largest = 0;
     for (uint32 n = 0; n < spheres.size(); ++n) largest = std::max(largest, spheres(n).r);
-    constexpr detail::SplatKernel depth{detail::SplatMerge::Depth, 1.0f, 1.0f};
+    constexpr detail::BallKernel depth{detail::SplatMerge::Depth, 1.0f, 1.0f};
     T* samples = _field.refArrScalars().data();
     if (_field.size() > 0 && !detail::buildSamples(_field.getGrid(), samples, depth, spheres.size(), largest,
                                                    threadCount, callback, spheres))

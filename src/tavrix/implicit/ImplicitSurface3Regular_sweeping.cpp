@@ -4,7 +4,7 @@
 
 #include <tavrix/implicit/detail/EikonalSweepKernel.h>
 #include <tavrix/implicit/detail/FlagPropagation.h>
-#include <tavrix/implicit/detail/SweepVolumes.h>
+#include <tavrix/implicit/detail/SweepOrder.h>
 #include <tavrix/implicit/ImplicitSurface3Regular.h>
 #include <tavrix/platform/Timer.h>
 
@@ -80,7 +80,7 @@ class Sweeper
 {
 public:
     Sweeper(detail::Polling& polling, const GridDescription3<double>& grid, T* samples, T bandLimit,
-            const detail::SweepVolumes& volumes)
+            const detail::SweepOrder& volumes)
         : _polling(polling),
           _grid(grid),
           _samples(samples),
@@ -131,7 +131,7 @@ private:
     const GridDescription3<double>& _grid;
     T* _samples;
     T _bandLimit;
-    const detail::SweepVolumes& _volumes;
+    const detail::SweepOrder& _volumes;
     std::vector<Marks> _marks;
 };
 
@@ -140,21 +140,20 @@ private:
 template <class T>
 void ImplicitSurface3Regular<T>::getSweepingDirections(Directions& directions)
 {
-    directions = {
-        {{1, 1, 1}, {-1, 1, 1}, {-1, -1, 1}, {1, -1, 1}, {1, 1, -1}, {-1, 1, -1}, {-1, -1, -1}, {1, -1, -1}}};
+    std::copy(std::begin(detail::sweepDirections), std::end(detail::sweepDirections), directions.begin());
 }
 
 template <class T>
-detail::SweepVolumes ImplicitSurface3Regular<T>::preparingThreadedSweepingVolumes(uint32 threadCount) const
+detail::SweepOrder ImplicitSurface3Regular<T>::preparingThreadedSweepingVolumes(uint32 threadCount) const
 {
-    return detail::SweepVolumes(_field.getGrid(), threadCount, detail::sweptRows);
+    return detail::SweepOrder(_field.getGrid(), threadCount, detail::sweptRows);
 }
 
 template <class T>
 uint32 ImplicitSurface3Regular<T>::fastSweepingPositive(const T& bandLimit, const T& tolerance,
                                                         uint32 threadCount, detail::Polling& polling)
 {
-    const detail::SweepVolumes volumes = preparingThreadedSweepingVolumes(threadCount);
+    const detail::SweepOrder volumes = preparingThreadedSweepingVolumes(threadCount);
     Directions directions;
     getSweepingDirections(directions);
     Sweeper<T> sweeper(polling, _field.getGrid(), _field.refArrScalars().data(), bandLimit, volumes);
@@ -208,14 +207,13 @@ uint32 ImplicitSurface3Regular<T>::fastSweeping(const T& tolerance, const uint32
     return fastSweeping(T{length(diagonal)}, tolerance, threadCount);
 }
 
-#define TX_INSTANTIATE(T)                                                                              \
-    template uint32 ImplicitSurface3Regular<T>::fastSweepingPositive(const T&, const T&, uint32,       \
-                                                                     detail::Polling&);                \
-    template uint32 ImplicitSurface3Regular<T>::sweep(const T&, const T&, uint32, detail::Polling&);   \
-    template void ImplicitSurface3Regular<T>::getSweepingDirections(Directions&);                      \
-    template detail::SweepVolumes ImplicitSurface3Regular<T>::preparingThreadedSweepingVolumes(uint32) \
-        const;                                                                                         \
-    template uint32 ImplicitSurface3Regular<T>::fastSweeping(const T&, const T&, const uint32&);       \
+#define TX_INSTANTIATE(T)                                                                                   \
+    template uint32 ImplicitSurface3Regular<T>::fastSweepingPositive(const T&, const T&, uint32,            \
+                                                                     detail::Polling&);                     \
+    template uint32 ImplicitSurface3Regular<T>::sweep(const T&, const T&, uint32, detail::Polling&);        \
+    template void ImplicitSurface3Regular<T>::getSweepingDirections(Directions&);                           \
+    template detail::SweepOrder ImplicitSurface3Regular<T>::preparingThreadedSweepingVolumes(uint32) const; \
+    template uint32 ImplicitSurface3Regular<T>::fastSweeping(const T&, const T&, const uint32&);            \
     template uint32 ImplicitSurface3Regular<T>::fastSweeping(const T&, const uint32&);
 TX_INSTANTIATE(float)
 TX_INSTANTIATE(double)

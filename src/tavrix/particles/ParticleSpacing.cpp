@@ -84,4 +84,10 @@ double estimateSpacing(const Array<Vector3F>& positions)
     return std::sqrt(*middle) / radiusOnLattice;
 }
 
+Optional<double> estimateRadius(const Array<Vector3F>& positions)
+{
+    const double radius = estimateSpacing(positions) / 2;
+    return static_cast<float>(radius) > 0 ? Optional<double>(radius) : std::nullopt;
+}
+
 }  // namespace tavrix

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <tavrix/foundation/Array.h>
+#include <tavrix/foundation/Optional.h>
 #include <tavrix/foundation/Vector3.h>
 #include <tavrix/platform/Export.h>
 
@@ -14,5 +15,9 @@ namespace tavrix
 /// thick. Taken over up to two thousand particles picked evenly; particles at one place do not count, nor
 /// those without a finite position. 0 when no two particles lie apart. O(n log n).
 TX_GEOMETRY_API double estimateSpacing(const Array<Vector3F>& positions);
+
+/// The radius of the particles when none is given: half their estimated spacing. None where that is 0 in
+/// single precision.
+TX_GEOMETRY_API Optional<double> estimateRadius(const Array<Vector3F>& positions);
 
 }  // namespace tavrix

@@ -24,9 +24,7 @@ float ReconstructionSettings::valueAtLevelOne() const
 ReconstructionSettings settledFor(const ReconstructionSettings& settings, const Array<Vector3F>& positions)
 {
     ReconstructionSettings settled = settings;
-    if (!settled.radius)
-        if (const double spacing = estimateSpacing(positions); static_cast<float>(spacing / 2) > 0)
-            settled.radius = spacing / 2;
+    if (!settled.radius) settled.radius = estimateRadius(positions);
     if (!settled.spacing && settled.radius) settled.spacing = *settled.radius / 2;
     if (!settled.influence) settled.influence = settled.kernel == SurfaceKernel::Anisotropic ? 100 : 60;
     if (!settled.level) settled.level = settled.kernel == SurfaceKernel::Distance ? 0.05 : 1;

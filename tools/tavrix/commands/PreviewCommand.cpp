@@ -14,7 +14,7 @@
 
 #include "arguments/SharedArguments.h"
 #include "arguments/Validators.h"
-#include "commands/ParticleRadius.h"
+#include "commands/RadiusOrEstimate.h"
 #include "commands/SmoothNormals.h"
 #include "files/MeshFile.h"
 #include "files/ParticleFile.h"

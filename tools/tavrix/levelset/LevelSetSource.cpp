@@ -7,7 +7,7 @@
 #include <tavrix/mesh/MeshTopology.h>
 
 #include "commands/GridMemory.h"
-#include "commands/ParticleRadius.h"
+#include "commands/RadiusOrEstimate.h"
 #include "files/MeshFile.h"
 #include "files/ParticleFile.h"
 #include "run/Failure.h"

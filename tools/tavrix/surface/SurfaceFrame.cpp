@@ -5,7 +5,7 @@
 #include <tavrix/mesh/Mesh.h>
 
 #include "commands/GridMemory.h"
-#include "commands/ParticleRadius.h"
+#include "commands/RadiusOrEstimate.h"
 #include "files/FileName.h"
 #include "files/MeshFile.h"
 #include "files/OutputFile.h"

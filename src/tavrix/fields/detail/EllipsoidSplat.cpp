@@ -2,7 +2,7 @@
 
 #include <cmath>
 
-#include <tavrix/fields/detail/Lattice.h>
+#include <tavrix/fields/detail/LatticeNodes.h>
 
 namespace tavrix::detail
 {
@@ -31,7 +31,8 @@ bool EllipsoidKernel::isUsable(const Ellipsoid& e) const
     return e.amplitude != 0 && e.xx > 0 && e.yy > 0 && e.zz > 0;
 }
 
-double EllipsoidKernel::nodesReached(const Lattice& lattice, const Ellipsoid& ellipsoid, uint32 axis) const
+double EllipsoidKernel::nodesReached(const LatticeNodes& lattice, const Ellipsoid& ellipsoid,
+                                     uint32 axis) const
 {
     return ellipsoid.extent[axis] * lattice.reciprocal[axis];
 }

@@ -2,12 +2,12 @@
 
 #include <cmath>
 
-#include <tavrix/fields/detail/ParticleSplat.h>
+#include <tavrix/fields/detail/BallSplat.h>
 
 namespace tavrix::detail
 {
 
-uint32 cellOf(const Lattice& lattice, const Vector3F& place, const double (&nodesReached)[3])
+uint32 cellOf(const LatticeNodes& lattice, const Vector3F& place, const double (&nodesReached)[3])
 {
     uint32 cell[3];
     for (uint32 axis = 0; axis < 3; ++axis)
@@ -21,7 +21,7 @@ uint32 cellOf(const Lattice& lattice, const Vector3F& place, const double (&node
     return (cell[0] * lattice.size[1] + cell[1]) * lattice.size[2] + cell[2];
 }
 
-NodeBox nodesAround(const Lattice& lattice, const Box3F& box, float margin)
+NodeBox nodesAround(const LatticeNodes& lattice, const Box3F& box, float margin)
 {
     NodeBox nodes{};
     for (uint32 axis = 0; axis < 3; ++axis)

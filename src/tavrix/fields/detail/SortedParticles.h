@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <vector>
 
-#include <tavrix/fields/detail/Lattice.h>
+#include <tavrix/fields/detail/LatticeNodes.h>
 #include <tavrix/foundation/detail/RadixSort.h>
 
 namespace tavrix::detail
@@ -18,10 +18,10 @@ struct ParticleGroup
 
 /// Monoindex of the cell at a place whose kernel reaches `nodesReached` along each axis, clamped to the
 /// lattice; noIndex, which is above every monoindex, when it cannot touch the lattice.
-uint32 cellOf(const Lattice& lattice, const Vector3F& place, const double (&nodesReached)[3]);
+uint32 cellOf(const LatticeNodes& lattice, const Vector3F& place, const double (&nodesReached)[3]);
 
 template <class Kernel>
-uint32 sortKey(const Lattice& lattice, const Kernel& kernel, const typename Kernel::Particle& particle)
+uint32 sortKey(const LatticeNodes& lattice, const Kernel& kernel, const typename Kernel::Particle& particle)
 {
     if (!lattice.isAscending() || !kernel.isUsable(particle)) return noIndex;
     const double reached[] = {kernel.nodesReached(lattice, particle, 0),
@@ -34,8 +34,8 @@ uint32 sortKey(const Lattice& lattice, const Kernel& kernel, const typename Kern
 /// their cell and then by number: a linear radix sort, and the same order for every thread count. Means
 /// nothing once the polling has stopped.
 template <class Kernel, class Make>
-Array<typename Kernel::Particle> sortParticles(const Lattice& lattice, const Kernel& kernel, uint32 count,
-                                               uint32 threadCount, Polling& polling, Make make)
+Array<typename Kernel::Particle> sortParticles(const LatticeNodes& lattice, const Kernel& kernel,
+                                               uint32 count, uint32 threadCount, Polling& polling, Make make)
 {
     Array<uint64> order(count);
     if (!inPieces(polling, count, scatteredItems, threadCount,
@@ -61,12 +61,12 @@ Array<typename Kernel::Particle> sortParticles(const Lattice& lattice, const Ker
 
 /// The nodes around a box: snapped outward to the lattice, widened by round(margin / separation) + 2 nodes;
 /// none when a margin below 0 turns the box inside out, or is not a number.
-NodeBox nodesAround(const Lattice& lattice, const Box3F& box, float margin);
+NodeBox nodesAround(const LatticeNodes& lattice, const Box3F& box, float margin);
 
 /// Cuts sorted particles into threadCount runs of equal length, the last taking the remainder. Each may touch
 /// the nodes around its box, widened by the margin.
 template <class Particle>
-std::vector<ParticleGroup> groupParticles(const Lattice& lattice, const Array<Particle>& particles,
+std::vector<ParticleGroup> groupParticles(const LatticeNodes& lattice, const Array<Particle>& particles,
                                           float margin, uint32 threadCount, Polling& polling)
 {
     const uint32 groupCount = std::max(threadCount, 1u);

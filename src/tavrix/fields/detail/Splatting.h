@@ -17,7 +17,7 @@
 // the blocks are subtracted at the end.
 //
 // A kernel has a type `Particle` with members x, y, z, and the members isUsable, nodesReached and splat that
-// SplatKernel (ParticleSplat.h) describes.
+// BallKernel (BallSplat.h) describes.
 
 namespace tavrix::detail
 {
@@ -57,7 +57,7 @@ struct Splatting
 {
     using Particle = typename Kernel::Particle;
 
-    const Lattice& lattice;
+    const LatticeNodes& lattice;
     const Array<Particle>& particles;
     const Kernel& kernel;
     uint32 threadCount;
@@ -200,7 +200,7 @@ template <class Value, class Coord, class Kernel, class Make>
 bool buildSamples(const GridDescription3<Coord>& grid, Value* samples, const Kernel& kernel, uint32 count,
                   float margin, uint32 threadCount, CancelCallback callback, Make make)
 {
-    const Lattice lattice(grid);
+    const LatticeNodes lattice(grid);
     const Block<Value> target = wholeGrid(grid, samples);
     Polling polling(callback);
     const auto build = [&]
@@ -294,7 +294,7 @@ template <class Value, class Coord, class Kernel, class Make, class Merge>
 bool carveSamples(const GridDescription3<Coord>& grid, Value* samples, const Kernel& kernel, uint32 count,
                   float margin, uint32 threadCount, CancelCallback callback, Make make, Merge merge)
 {
-    const Lattice lattice(grid);
+    const LatticeNodes lattice(grid);
     Polling polling(callback);
     if (!polling.goOn()) return false;
     const auto particles = sortParticles(lattice, kernel, count, threadCount, polling, make);

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include <tavrix/fields/detail/Lattice.h>
+#include <tavrix/fields/detail/LatticeNodes.h>
 #include <tavrix/foundation/Divisor.h>
 
 namespace tavrix::detail
@@ -14,7 +14,7 @@ namespace tavrix::detail
 class TileBricks
 {
 public:
-    TileBricks(const Lattice& lattice, uint32 tileStep)
+    TileBricks(const LatticeNodes& lattice, uint32 tileStep)
         : _size{lattice.size[0], lattice.size[1], lattice.size[2]}, _byStep(tileStep)
     {
         uint32 axis;

@@ -218,7 +218,7 @@ template <class Value, class Coord, class Kernel, class Make, class SplatBrick>
 bool changeTiles(TileStore<Value, Coord>& field, const Kernel& kernel, uint32 count, float margin,
                  uint32 threadCount, CancelCallback callback, Make make, SplatBrick splatBrick)
 {
-    const Lattice lattice(field.getGrid());
+    const LatticeNodes lattice(field.getGrid());
     Polling polling(callback);
     if (!polling.goOn()) return false;
     const auto particles = sortParticles(lattice, kernel, count, threadCount, polling, make);

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <tavrix/fields/detail/Lattice.h>
+#include <tavrix/fields/detail/LatticeNodes.h>
 #include <tavrix/foundation/Vector3.h>
 
 namespace tavrix::detail
@@ -18,7 +18,7 @@ struct Cut
 };
 
 /// The first node of the axis whose coordinate is above the one given, but for rounding; the size if none is.
-inline uint32 firstNodeAbove(const Lattice& lattice, uint32 axis, double coordinate)
+inline uint32 firstNodeAbove(const LatticeNodes& lattice, uint32 axis, double coordinate)
 {
     const double steps = (coordinate - lattice.nodes[axis][0]) * lattice.reciprocal[axis] + 1;
     return steps > 0 ? (steps < lattice.size[axis] ? static_cast<uint32>(steps) : lattice.size[axis]) : 0;
@@ -29,7 +29,7 @@ struct NodesBetween
 {
     uint32 low, high;
 
-    NodesBetween(const Lattice& lattice, uint32 axis, double a, double b)
+    NodesBetween(const LatticeNodes& lattice, uint32 axis, double a, double b)
         : low(firstNodeAbove(lattice, axis, a < b ? a : b)),
           high(firstNodeAbove(lattice, axis, a < b ? b : a))
     {

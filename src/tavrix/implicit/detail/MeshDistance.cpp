@@ -3,7 +3,7 @@
 #include <cmath>
 #include <vector>
 
-#include <tavrix/fields/detail/Lattice.h>
+#include <tavrix/fields/detail/LatticeNodes.h>
 #include <tavrix/foundation/detail/SlabCuts.h>
 #include <tavrix/implicit/detail/MeshDistanceKernel.h>
 #include <tavrix/mesh/detail/MeshFaces.h>
@@ -25,7 +25,7 @@ struct FaceReach
 constexpr double visitsPerRound = 4e6;
 
 /// The nodes within the band of a box, and a node to spare on every side.
-NodeBox nodesAround(const Lattice& lattice, const Box3D& box, double band)
+NodeBox nodesAround(const LatticeNodes& lattice, const Box3D& box, double band)
 {
     NodeBox nodes;
     for (uint32 axis = 0; axis < 3; ++axis)
@@ -39,7 +39,7 @@ NodeBox nodesAround(const Lattice& lattice, const Box3D& box, double band)
     return nodes;
 }
 
-FaceReach reachOf(const Lattice& lattice, const MeshFaces& mesh, uint32 face, double band)
+FaceReach reachOf(const LatticeNodes& lattice, const MeshFaces& mesh, uint32 face, double band)
 {
     if (!mesh.isUsable(face)) return {0, 0, 0};
     const NodeBox nodes = nodesAround(lattice, mesh.box(face), band);
@@ -172,7 +172,7 @@ bool sampleDistance(const Mesh& mesh, const GridDescription3<double>& grid, T ba
     if (!polling.goOn()) return false;
     if (grid.size == 0) return true;
     const MeshFaces faces(mesh);
-    const Lattice lattice(grid);
+    const LatticeNodes lattice(grid);
     const T square = band > 0 ? band * band : T(0);
     if (!inPieces(polling, grid.size, lightItems, threadCount,
                   [&](uint32, uint64 begin, uint64 end)

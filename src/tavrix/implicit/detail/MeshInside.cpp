@@ -29,7 +29,7 @@ constexpr uint64 workPerCut = 16;
 
 /// Planes of nodes that a worker handles together: few enough for its cache, but no more than 64 goes over
 /// all faces.
-uint32 planesTogether(const Lattice& lattice, uint32 axis)
+uint32 planesTogether(const LatticeNodes& lattice, uint32 axis)
 {
     constexpr uint64 nodesTogether = 1u << 18;
     const uint64 plane = uint64{lattice.size[(axis + 1) % 3]} * lattice.size[(axis + 2) % 3];
@@ -255,7 +255,7 @@ private:
     }
 
     MeshFaces _faces;
-    Lattice _lattice;
+    LatticeNodes _lattice;
     uint32 _threadCount;
     Polling& _polling;
     Array<PlaneRange> _ranges;  ///< of each face along the present axis

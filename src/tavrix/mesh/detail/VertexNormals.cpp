@@ -6,7 +6,7 @@
 #include <memory>
 #include <span>
 
-#include <tavrix/mesh/detail/FaceNormalKernel.h>
+#include <tavrix/mesh/detail/NormalKernel.h>
 
 namespace tavrix::detail
 {

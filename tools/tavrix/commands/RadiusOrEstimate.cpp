@@ -1,4 +1,4 @@
-#include "commands/ParticleRadius.h"
+#include "commands/RadiusOrEstimate.h"
 
 #include <tavrix/particles/ParticleSpacing.h>
 
@@ -10,9 +10,9 @@ namespace tavrix::tool
 double radiusOrEstimate(const std::optional<double>& given, const Array<Vector3F>& positions,
                         const std::string& file, const std::string& option)
 {
-    const double radius = given ? *given : estimateSpacing(positions) / 2;
-    if (!(static_cast<float>(radius) > 0)) failWithoutRadius(file, option);
-    return radius;
+    const Optional<double> radius = given ? given : estimateRadius(positions);
+    if (!radius) failWithoutRadius(file, option);
+    return *radius;
 }
 
 void failWithoutRadius(const std::string& file, const std::string& option)

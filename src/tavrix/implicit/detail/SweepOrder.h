@@ -11,17 +11,22 @@ namespace tavrix::detail
 /// A diagonal order of the nodes of a grid: +1 or -1 an axis.
 using SweepDirection = Tuple3<int32, int32, int32>;
 
-/// How a grid is cut into volumes, slabs of x planes by blocks of y rows, so that workers may share a sweep.
+/// The eight of them, in the order in which a pass takes them.
+inline constexpr SweepDirection sweepDirections[8] = {{1, 1, 1},  {-1, 1, 1},  {-1, -1, 1},  {1, -1, 1},
+                                                      {1, 1, -1}, {-1, 1, -1}, {-1, -1, -1}, {1, -1, -1}};
+
+/// The order of a sweep along a direction: the grid is cut into volumes, slabs of x planes by blocks of y
+/// rows, so that workers may share it.
 ///
 /// A sweep goes over the volumes in waves, each of those volumes whose upwind neighbours were visited in the
 /// wave before: volume (s, b) in wave s + b. The volumes of a wave touch each other along edges only, where
 /// no node looks, so they can be visited at once, and every node sees what it would see if one worker visited
 /// them all: the result is the same for every thread count.
-class SweepVolumes
+class SweepOrder
 {
 public:
     /// Blocks are of whole groups of rows, which are visited side by side.
-    SweepVolumes(const GridDescription3<double>& grid, uint32 threadCount, uint32 rowsInGroup)
+    SweepOrder(const GridDescription3<double>& grid, uint32 threadCount, uint32 rowsInGroup)
         : _sizeX(grid.sizeX),
           _sizeY(grid.sizeY),
           _sizeZ(grid.sizeZ),

@@ -11,7 +11,7 @@ namespace tavrix::detail
 {
 
 /// The nodes of a grid as the particle kernels need them, in double precision whatever the grid's own.
-struct Lattice
+struct LatticeNodes
 {
     uint32 size[3];
     Array<double> nodes[3];  ///< coordinates per axis
@@ -19,7 +19,7 @@ struct Lattice
     double largestSeparation;
 
     template <class Coord>
-    explicit Lattice(const GridDescription3<Coord>& grid);
+    explicit LatticeNodes(const GridDescription3<Coord>& grid);
 
     /// Whether nodes grow along every axis, by steps whose reciprocals are numbers: particles can be placed.
     bool isAscending() const

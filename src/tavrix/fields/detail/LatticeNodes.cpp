@@ -1,10 +1,10 @@
-#include <tavrix/fields/detail/Lattice.h>
+#include <tavrix/fields/detail/LatticeNodes.h>
 
 namespace tavrix::detail
 {
 
 template <class Coord>
-Lattice::Lattice(const GridDescription3<Coord>& grid) : largestSeparation(grid.largestSeparation)
+LatticeNodes::LatticeNodes(const GridDescription3<Coord>& grid) : largestSeparation(grid.largestSeparation)
 {
     for (uint32 axis = 0; axis < 3; ++axis)
     {
@@ -15,7 +15,7 @@ Lattice::Lattice(const GridDescription3<Coord>& grid) : largestSeparation(grid.l
     }
 }
 
-template Lattice::Lattice(const GridDescription3<float>&);
-template Lattice::Lattice(const GridDescription3<double>&);
+template LatticeNodes::LatticeNodes(const GridDescription3<float>&);
+template LatticeNodes::LatticeNodes(const GridDescription3<double>&);
 
 }  // namespace tavrix::detail

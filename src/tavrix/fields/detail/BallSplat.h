@@ -6,7 +6,7 @@
 namespace tavrix::detail
 {
 
-struct Lattice;
+struct LatticeNodes;
 
 /// Centre and radius.
 struct Particle
@@ -17,7 +17,7 @@ struct Particle
 /// Ball kernels: scale (1 - d^2 / R^2)^3 with R = reach r, merged by maximum (where the scale is 1) or by
 /// sum; or the depth R - d, merged by maximum. Along each axis only the nodes within ceil(R /
 /// largestSeparation) of the particle's cell count.
-struct SplatKernel
+struct BallKernel
 {
     using Particle = detail::Particle;
 
@@ -27,8 +27,8 @@ struct SplatKernel
 
     /// Whether the radius is above 0 and the square of its reach finite.
     bool isUsable(const Particle& particle) const;
-    /// Lattice nodes along an axis between the particle and the end of its reach.
-    double nodesReached(const Lattice& lattice, const Particle& particle, uint32 axis) const;
+    /// LatticeNodes nodes along an axis between the particle and the end of its reach.
+    double nodesReached(const LatticeNodes& lattice, const Particle& particle, uint32 axis) const;
     /// Adds the particles to the target, in their order. The particles are usable, and no further from the
     /// lattice than they reach.
     template <class Value>
@@ -36,7 +36,7 @@ struct SplatKernel
 };
 
 TX_DECLARE_KERNEL(template <class Value> void splat(const SplatTarget<Value>& target,
-                                                    const SplatKernel& kernel, const Particle* particles,
+                                                    const BallKernel& kernel, const Particle* particles,
                                                     std::size_t count);)
 
 }  // namespace tavrix::detail

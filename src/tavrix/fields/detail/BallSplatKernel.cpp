@@ -1,4 +1,4 @@
-#include <tavrix/fields/detail/ParticleSplat.h>
+#include <tavrix/fields/detail/BallSplat.h>
 #include <tavrix/fields/detail/SplatRows.h>
 
 namespace tavrix::detail::TX_KERNEL
@@ -75,7 +75,7 @@ inline void splatRows(const SplatTarget<Value>& target, const Particle& particle
 }
 
 template <SplatMerge merge, class Value>
-inline void splatParticle(const SplatTarget<Value>& target, const SplatKernel& kernel,
+inline void splatParticle(const SplatTarget<Value>& target, const BallKernel& kernel,
                           const Particle& particle)
 {
     const float reach = particle.r * kernel.reach;
@@ -101,14 +101,14 @@ inline void splatParticle(const SplatTarget<Value>& target, const SplatKernel& k
 }
 
 template <SplatMerge merge, class Value>
-inline void splatParticles(const SplatTarget<Value>& target, const SplatKernel& kernel,
+inline void splatParticles(const SplatTarget<Value>& target, const BallKernel& kernel,
                            const Particle* particles, std::size_t count)
 {
     for (std::size_t n = 0; n < count; ++n) splatParticle<merge>(target, kernel, particles[n]);
 }
 
 template <class Value>
-void splat(const SplatTarget<Value>& target, const SplatKernel& kernel, const Particle* particles,
+void splat(const SplatTarget<Value>& target, const BallKernel& kernel, const Particle* particles,
            std::size_t count)
 {
     if (kernel.merge == SplatMerge::Maximum)
@@ -119,7 +119,7 @@ void splat(const SplatTarget<Value>& target, const SplatKernel& kernel, const Pa
         splatParticles<SplatMerge::Depth>(target, kernel, particles, count);
 }
 
-template void splat(const SplatTarget<float>&, const SplatKernel&, const Particle*, std::size_t);
-template void splat(const SplatTarget<double>&, const SplatKernel&, const Particle*, std::size_t);
+template void splat(const SplatTarget<float>&, const BallKernel&, const Particle*, std::size_t);
+template void splat(const SplatTarget<double>&, const BallKernel&, const Particle*, std::size_t);
 
 }  // namespace tavrix::detail::TX_KERNEL

@@ -1,4 +1,4 @@
-#include <tavrix/mesh/detail/FaceNormalKernel.h>
+#include <tavrix/mesh/detail/NormalKernel.h>
 
 #include <tavrix/foundation/detail/KernelMath.h>
 #include <tavrix/foundation/ElementaryFunctions.h>

@@ -1,4 +1,4 @@
-#include <tavrix/mesh/detail/FaceNormalKernel.h>
+#include <tavrix/mesh/detail/NormalKernel.h>
 
 #include <gtest/gtest.h>
 
