@@ -42,7 +42,7 @@ class Query(ProgramTest):
         expected = self.succeed("query", "cube.obj", "--ray", "1,0.5,10,0,0,-2", "--nearest", "1,1,1.75")
         self.write("cube.ase", ase_file(CUBE_POINTS, CUBE_FACES))
         self.write("cube.stl", binary_stl(CUBE_POINTS, CUBE_FACES))
-        for content in (b"ox,oy,oz\n1,0.5,10,0,0,-2\n1,1,1.75\n", b"\xef\xbb\xbf1; .5; 10; 0; 0; -2\r\n\n 1 1\t1.75,"):
+        for content in (b"ox,oy,oz\n1,0.5,10,0,0,-2\n1,1,1.75\n", b"\xef\xbb\xbf1; .5; +10; 1e-400; 0; -2\r\n\n 1 1\t1.75,"):
             self.write("asked.csv", content)
             for name in ("cube.obj", "cube.ase", "cube.stl"):
                 self.assertEqual(self.succeed("query", name, "--points", "asked.csv"), expected, name)
@@ -60,6 +60,7 @@ class Query(ProgramTest):
         self.assert_all_refused("query", (
             ("cube.obj --points bad.csv -o out.csv", 1, "bad.csv:3"), ("cube.obj --points long.csv", 1, "long.csv:1"),
             ("cube.obj --points gap.csv", 1, "gap.csv:1"), ("cube.obj --nearest 1,2,inf", 2, "inf"),
+            ("cube.obj --nearest 1,2,+-3", 2, "+-3"),
             ("cube.obj --points missing.csv", 1, "missing.csv"), ("bad.ase --nearest 1,2,3", 1, "bad.ase"),
             ("missing.obj --nearest 1,2,3", 1, "missing.obj"), ("cube.obj --nearest 1,2", 2, "1,2"),
             ("cube.obj --nearest 1,2,3 -o missing/out.csv", 1, "missing/out.csv"), ("cube.obj", 2, "--points")))

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstring>
 #include <typeinfo>
 
 #include <tavrix/platform/Export.h>
@@ -22,5 +23,12 @@ const std::type_info& arrayType() noexcept
 template <class A>
 TX_GEOMETRY_API const std::type_info& arrayType() noexcept;
 #endif
+
+/// Whether two types are one. A host may have its own copy of the type information of what the library has
+/// too, and some standard libraries compare where copies lie, so their names decide.
+inline bool isSameType(const std::type_info& a, const std::type_info& b) noexcept
+{
+    return &a == &b || std::strcmp(a.name(), b.name()) == 0;
+}
 
 }  // namespace tavrix

@@ -1,12 +1,14 @@
 #include <tavrix/platform/NumberText.h>
 
+#include <algorithm>
 #include <array>
 #include <bit>
 #include <charconv>
 #include <cmath>
 #include <cstring>
+#include <iterator>
 #include <limits>
-#include <system_error>
+#include <string_view>
 
 #include <tavrix/platform/ByteOrder.h>
 
@@ -160,14 +162,23 @@ bool scanDecimal(const char* first, const char* last, Decimal& number)
     return true;
 }
 
-/// Clinger's fast path in double precision: with mantissa and power of ten both exact, the one operation on
-/// them rounds correctly. Rounding that double to float is correct too, unless it lies half-way between two
-/// floats, where the exact number may lie on either side. False leaves the number to the slow path.
-bool convertExactly(const Decimal& number, float& value)
+constexpr int64 maxExactPower = 22;
+
+/// value * 10^exponent with one rounding, for exponents up to maxExactPower either way.
+double scaleByExactPower(double value, int64 exponent)
 {
     static constexpr double powers[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
                                         1e8,  1e9,  1e10, 1e11, 1e12, 1e13, 1e14, 1e15,
                                         1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
+    return exponent < 0 ? value / powers[-exponent] : value * powers[exponent];
+}
+
+/// Clinger's fast path in double precision: with mantissa and power of ten both exact, the one operation on
+/// them rounds correctly. Rounding that double to float is correct too, unless it lies half-way between two
+/// floats, where the exact number may lie on either side. A half-way point has 25 bits, and its product with
+/// 10^12 or less is exact: it shows whether the number is that point. False leaves it to the slow path.
+bool convertExactly(const Decimal& number, float& value)
+{
     constexpr uint64 belowFloat = (uint64{1} << 29) - 1;
     constexpr uint64 halfWay = uint64{1} << 28;
     if (!number.exact || number.mantissa > (uint64{1} << 53)) return false;
@@ -176,15 +187,72 @@ bool convertExactly(const Decimal& number, float& value)
         value = 0.0f;
         return true;
     }
-    if (number.exponent < -22 || number.exponent > 22) return false;
+    if (number.exponent < -maxExactPower || number.exponent > maxExactPower) return false;
     const auto mantissa = static_cast<double>(number.mantissa);
-    const double rounded =
-        number.exponent < 0 ? mantissa / powers[-number.exponent] : mantissa * powers[number.exponent];
+    const double rounded = scaleByExactPower(mantissa, number.exponent);
     if (rounded < std::numeric_limits<float>::min() || rounded > std::numeric_limits<float>::max())
         return false;
-    if ((std::bit_cast<uint64>(rounded) & belowFloat) == halfWay) return false;
+    if ((std::bit_cast<uint64>(rounded) & belowFloat) == halfWay &&
+        (number.exponent < -12 || number.exponent > 0 ||
+         scaleByExactPower(rounded, -number.exponent) != mantissa))
+        return false;
     value = static_cast<float>(rounded);
     return true;
+}
+
+/// Whether the number, which begins at `text`, lies below (-1), at (0) or above (1) a point half-way between
+/// two floats. Such a point is at most 25 bits times 2^-150, which has 113 decimal digits: they are compared
+/// one by one.
+int compareWithHalfWay(const char* text, const Decimal& number, double halfWay)
+{
+    constexpr std::size_t digitCount = 113;
+    char written[digitCount + 8];  // d.ddd...e-dd
+    const char* const end = std::to_chars(written, written + sizeof written, halfWay,
+                                          std::chars_format::scientific, static_cast<int>(digitCount - 1))
+                                .ptr;
+    written[1] = written[0];
+    const char* digit = written + 1;
+    const char* const digitsEnd = digit + digitCount;
+    int64 halfWayExponent = 0;
+    parseExponent(digitsEnd + 1, end, halfWayExponent);
+
+    int64 exponent = number.exponent;
+    for (uint64 rest = number.mantissa; rest >= 10; rest /= 10) ++exponent;
+    if (exponent != halfWayExponent) return exponent < halfWayExponent ? -1 : 1;
+    const char* p = text;
+    while (*p == '0' || *p == '.') ++p;
+    for (; p != number.end && (isDigit(*p) || *p == '.'); ++p)
+    {
+        if (*p == '.') continue;
+        const char expected = digit != digitsEnd ? *digit++ : '0';
+        if (*p != expected) return *p < expected ? -1 : 1;
+    }
+    return std::all_of(digit, digitsEnd, [](char c) { return c == '0'; }) ? 0 : -1;
+}
+
+/// Any decimal number other than zero, which begins at `text`. A few operations in double precision bring it
+/// within 2^-51 of its value; where that leaves two floats, the digits decide.
+float convertRoughly(const char* text, const Decimal& number)
+{
+    constexpr double slack = 0x1p-50;
+    constexpr float infinity = std::numeric_limits<float>::infinity();
+    if (number.exponent > 38) return infinity;
+    if (number.exponent < -66) return 0.0f;
+    auto value = static_cast<double>(number.mantissa);
+    int64 exponent = number.exponent;
+    for (; exponent > maxExactPower; exponent -= maxExactPower)
+        value = scaleByExactPower(value, maxExactPower);
+    for (; exponent < -maxExactPower; exponent += maxExactPower)
+        value = scaleByExactPower(value, -maxExactPower);
+    value = scaleByExactPower(value, exponent);
+    const auto low = static_cast<float>(value - value * slack);
+    const auto high = static_cast<float>(value + value * slack);
+    if (low == high) return low;
+
+    const double halfWay = high == infinity ? 0x1.FFFFFFp127 : (double{low} + double{high}) / 2;
+    const int order = compareWithHalfWay(text, number, halfWay);
+    const bool isLowEven = (std::bit_cast<uint32>(low) & 1) == 0;
+    return order < 0 || (order == 0 && isLowEven) ? low : high;
 }
 
 /// The digits behind "0x". The bits beyond a double's are folded into its last one (rounding to odd), so that
@@ -234,6 +302,34 @@ const char* parseHexadecimal(const char* first, const char* last, float& value)
     return p;
 }
 
+/// The end of the word that the text begins with, in upper or lower case; `first` without it.
+const char* skipWord(const char* first, const char* last, std::string_view word)
+{
+    if (last - first < std::ssize(word)) return first;
+    const auto isSame = [](char letter, char c) { return letter == (c | 0x20); };
+    return std::equal(word.begin(), word.end(), first, isSame) ? first + word.size() : first;
+}
+
+/// "inf", "infinity", "nan" and "nan(payload)".
+const char* parseWord(const char* first, const char* last, float& value)
+{
+    const char* end = skipWord(first, last, "infinity");
+    if (end == first) end = skipWord(first, last, "inf");
+    if (end != first)
+    {
+        value = std::numeric_limits<float>::infinity();
+        return end;
+    }
+    end = skipWord(first, last, "nan");
+    if (end == first) return first;
+    value = std::numeric_limits<float>::quiet_NaN();
+    if (end == last || *end != '(') return end;
+    const auto isPayload = [](char c)
+    { return isDigit(c) || ('a' <= (c | 0x20) && (c | 0x20) <= 'z') || c == '_'; };
+    const char* close = std::find_if_not(end + 1, last, isPayload);
+    return close != last && *close == ')' ? close + 1 : end;
+}
+
 /// A number without its sign.
 const char* parseMagnitude(const char* first, const char* last, float& value)
 {
@@ -243,17 +339,10 @@ const char* parseMagnitude(const char* first, const char* last, float& value)
         if (end != first + 2) return end;
     }
     Decimal number;
-    const bool decimal = scanCommonDecimal(first, last, number) || scanDecimal(first, last, number);
-    if (decimal && convertExactly(number, value)) return number.end;
-    if (!decimal && (first == last || *first == '-')) return first;
-
-    float parsed = 0.0f;
-    const auto [end, error] = std::from_chars(first, last, parsed);
-    if (error == std::errc::invalid_argument) return first;
-    if (error == std::errc::result_out_of_range)
-        parsed = number.exponent > 0 ? std::numeric_limits<float>::infinity() : 0.0f;
-    value = parsed;
-    return end;
+    if (!scanCommonDecimal(first, last, number) && !scanDecimal(first, last, number))
+        return parseWord(first, last, value);
+    if (!convertExactly(number, value)) value = convertRoughly(first, number);
+    return number.end;
 }
 
 /// "00", "01", ... "99" in a row.

@@ -154,7 +154,7 @@ bool TX_ArrayServer::copyContents(ArrayHandle destination, ArrayHandle source)
 {
     AnyBox* to = find(destination);
     const AnyBox* from = find(source);
-    if (!to || !from || *to->type != *from->type) return false;
+    if (!to || !from || !isSameType(*to->type, *from->type)) return false;
     if (to != from) to->assign(*from);
     return true;
 }
@@ -171,7 +171,7 @@ bool TX_ArrayServer::swapContents(ArrayHandle a, ArrayHandle b)
 {
     AnyBox* first = find(a);
     AnyBox* second = find(b);
-    if (!first || !second || *first->type != *second->type) return false;
+    if (!first || !second || !isSameType(*first->type, *second->type)) return false;
     if (first != second) first->swap(*second);
     return true;
 }

@@ -43,7 +43,7 @@ public:
     A* get(ArrayHandle handle) const noexcept
     {
         AnyBox* box = find(handle);
-        return box && *box->type == arrayType<A>() ? &static_cast<Box<A>*>(box)->array : nullptr;
+        return box && isSameType(*box->type, arrayType<A>()) ? &static_cast<Box<A>*>(box)->array : nullptr;
     }
 
     /// Takes one more reference and returns the same handle (a shallow copy); none when there is no such
@@ -108,9 +108,9 @@ private:
         std::unique_ptr<AnyBox> gather(std::span<const uint32> numbers, uint32 stride,
                                        const std::function<bool()>& goOn) const override
         {
-            if constexpr (requires(A a) {
-                              a.resize(0u);
-                              a[0] = a[0];
+            if constexpr (requires(A to, const A from) {
+                              to.resize(0u);
+                              to[0] = from[0];
                           })
             {
                 auto gathered = std::make_unique<Box>();

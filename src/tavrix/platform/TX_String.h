@@ -1,5 +1,6 @@
 #pragma once
 
+#include <compare>
 #include <cstddef>
 #include <string>
 #include <string_view>
@@ -60,7 +61,10 @@ public:
     /// By bytes, whatever the locale; zero bytes count as any other.
     /// @{
     friend bool operator==(const TX_String& a, const TX_String& b) noexcept { return a._text == b._text; }
-    friend auto operator<=>(const TX_String& a, const TX_String& b) noexcept { return a._text <=> b._text; }
+    friend std::strong_ordering operator<=>(const TX_String& a, const TX_String& b) noexcept
+    {
+        return a._text.compare(b._text) <=> 0;
+    }
     /// @}
 
 private:

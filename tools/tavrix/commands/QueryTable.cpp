@@ -1,7 +1,7 @@
 #include "commands/QueryTable.h"
 
-#include <charconv>
 #include <cmath>
+#include <cstdlib>
 #include <fstream>
 
 #include <tavrix/platform/TX_Tokenizer.h>
@@ -21,9 +21,11 @@ constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
 
 bool parseNumber(std::string_view word, double& value)
 {
-    if (word.starts_with('+')) word.remove_prefix(1);
-    const auto [end, error] = std::from_chars(word.data(), word.data() + word.size(), value);
-    return error == std::errc() && end == word.data() + word.size() && std::isfinite(value);
+    if (word.find_first_not_of("0123456789+-.eE") != std::string_view::npos) return false;
+    const std::string number(word);
+    char* end = nullptr;
+    value = std::strtod(number.c_str(), &end);
+    return end == number.c_str() + number.size() && std::isfinite(value);
 }
 
 bool isHeading(std::string_view line)

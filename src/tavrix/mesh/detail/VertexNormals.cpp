@@ -189,7 +189,7 @@ bool addChunk(const NormalArrays& arrays, uint32 firstBlock, std::span<const Con
 void accumulateInParallel(const NormalArrays& arrays, uint32 blockCount, uint32 threadCount, Polling& polling)
 {
     const uint32 chunkSize = std::min(blockCount, blocksPerChunk);
-    const auto contributions = std::make_unique_for_overwrite<Contributions[]>(chunkSize);
+    const std::unique_ptr<Contributions[]> contributions(new Contributions[chunkSize]);
     for (uint32 first = 0; first < blockCount; first += chunkSize)
     {
         const std::span chunk(contributions.get(), std::min(chunkSize, blockCount - first));
