@@ -98,7 +98,7 @@ template <class Value, class Coord>
 bool ScalarField3<Value, Coord>::applyParticles(const detail::ParticleChange<Value, Coord>& change)
 {
     if (change.isAnew()) _flags |= Base::flagChanged;
-    if (_samples.size() == 0) return true;
+    if (_samples.empty()) return true;
     if (!change.changeSamples(_grid, _samples.data())) return false;
     _flags |= Base::flagChanged;
     return true;

@@ -1,5 +1,6 @@
 #include <tavrix/foundation/Array.h>
 
+#include <cstddef>
 #include <cstdint>
 
 #if defined(__linux__)
@@ -18,7 +19,7 @@ void adviseHugePages([[maybe_unused]] void* block, [[maybe_unused]] std::size_t 
     const auto address = reinterpret_cast<std::uintptr_t>(block);
     const std::uintptr_t first = (address + page - 1) & ~(page - 1);
     const std::uintptr_t last = (address + bytes) & ~(page - 1);
-    madvise(reinterpret_cast<void*>(first), last - first, MADV_HUGEPAGE);
+    madvise(static_cast<std::byte*>(block) + (first - address), last - first, MADV_HUGEPAGE);
 #endif
 }
 

@@ -95,7 +95,7 @@ Mesh::Mesh(Mesh&& other) noexcept
 
 Mesh& Mesh::operator=(const Mesh& other)
 {
-    copyFrom(other, true);
+    if (this != &other) copyFrom(other, true);
     return *this;
 }
 

@@ -54,7 +54,8 @@ MeshTopology computeTopology(const Mesh& mesh)
     MeshTopology topology{};
     topology.positionCount = countUsedPositions(edges, faces, mesh.getPosSize());
     topology.edgeCount = edges.edgeCount;
-    for (uint32 f = 0; f < faces.size(); ++f) topology.faceCount += edges.edgeOfHalfEdge[3 * f] != noIndex;
+    for (uint32 f = 0; f < faces.size(); ++f)
+        topology.faceCount += edges.edgeOfHalfEdge[uint64{3} * f] != noIndex;
     for (uint32 e = 0; e < edges.edgeCount; ++e)
     {
         topology.boundaryEdgeCount += uses[e] == 1;

@@ -161,11 +161,7 @@ bool Mesh::isInSlot(ArrayHandle handle) const
 
 void Mesh::copyPartialFrom(const Mesh& other, uint32 seedFace, Array<uint32>& sourcePositions)
 {
-    if (this == &other)
-    {
-        const Mesh whole(other);
-        return copyPartialFrom(whole, seedFace, sourcePositions);
-    }
+    if (this == &other) return copyPartialFrom(Mesh(other), seedFace, sourcePositions);
     unreserve();
     sourcePositions.clear();
     if (seedFace >= other.getFacesSize()) return;

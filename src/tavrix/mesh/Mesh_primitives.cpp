@@ -1,3 +1,5 @@
+#include <utility>
+
 #include <tavrix/mesh/Mesh.h>
 
 namespace tavrix
@@ -6,11 +8,11 @@ namespace tavrix
 void Mesh::assign(const TX_String& name, const Array<Vector3D>& positions, const Array<Index3>& triples,
                   double creaseAngle)
 {
-    const TX_String kept = name;
+    TX_String newName = name;
     Array<Vector3D> newPositions = positions;
     Array<Index3> newTriples = triples;
     unreserve();
-    _name = kept;
+    _name = std::move(newName);
     fillOrRelease(
         [&]
         {

@@ -114,7 +114,7 @@ bool AnisotropicKernels::forEachNeighbourhood(Task task) const
 bool AnisotropicKernels::measureNeighbourhoods()
 {
     if (!_polling.goOn()) return false;
-    if (_positions.size() == 0) return true;
+    if (_positions.empty()) return true;
     const double cellSize = double{medianOf(_radii, _polling)} * _settings.neighbourReach / 2;
     if (_polling.isStopped()) return false;
     _grid.emplace(_positions, cellSize, _threadCount, _polling);
@@ -177,7 +177,7 @@ void AnisotropicKernels::moveCenter(Ellipsoid& e, const PointRuns& runs) const
 bool AnisotropicKernels::fitEllipsoids()
 {
     _ellipsoids.resize(_moments.size());
-    if (_ellipsoids.size() == 0) return _polling.goOn();
+    if (_ellipsoids.empty()) return _polling.goOn();
     return forEachNeighbourhood(
         [&](uint32 first, uint32 last, const PointRuns& runs)
         {

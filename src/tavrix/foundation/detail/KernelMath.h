@@ -63,7 +63,7 @@ constexpr float beyond[2 * lanes] = {0, 0, 0, 0, 0, 0, 0, 0, 2, 2, 2, 2, 2, 2, 2
 template <class Add>
 inline void forEachEight(const uint32* bounds, uint32 runCount, Add add)
 {
-    for (uint32 r = 0; r < runCount; ++r)
+    for (uint64 r = 0; r < runCount; ++r)
         for (uint32 n = bounds[2 * r], end = bounds[2 * r + 1]; n < end; n += lanes)
             add(n, beyond + (end - n < lanes ? lanes - (end - n) : 0));
 }

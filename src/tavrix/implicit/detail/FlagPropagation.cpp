@@ -97,25 +97,27 @@ FlagWord spread(const FlagWord& word, uint32 node)
 void propagateAlongZ(const GridDescription3<double>& grid, FlagBits& bits, PollCounter& nodes)
 {
     const uint32 wordCount = (grid.sizeZ + 63) / 64;
-    const auto countOf = [&](uint32 w) { return std::min(64u, grid.sizeZ - w * 64); };
+    const auto countFrom = [&](uint32 z) { return std::min(64u, grid.sizeZ - z); };
     for (uint64 row = 0; row < grid.size && nodes.add(grid.sizeZ); row += grid.sizeZ)
     {
         FlagWord carried{};
         for (uint32 w = 0; w < wordCount; ++w)
         {
-            FlagWord word = bits.read(row + w * 64, countOf(w));
+            const uint32 z = w * 64, count = countFrom(z);
+            FlagWord word = bits.read(row + z, count);
             fillWithin(word, [](uint64 flags, uint32 step) { return flags << step; });
             word.fill(carried);
-            bits.write(row + w * 64, countOf(w), word);
-            carried = spread(word, countOf(w) - 1);
+            bits.write(row + z, count, word);
+            carried = spread(word, count - 1);
         }
         carried = {};
         for (uint32 w = wordCount; w-- > 0;)
         {
-            FlagWord word = bits.read(row + w * 64, countOf(w));
+            const uint32 z = w * 64, count = countFrom(z);
+            FlagWord word = bits.read(row + z, count);
             fillWithin(word, [](uint64 flags, uint32 step) { return flags >> step; });
             word.fill(carried);
-            bits.write(row + w * 64, countOf(w), word);
+            bits.write(row + z, count, word);
             carried = spread(word, 0);
         }
     }
