@@ -62,6 +62,7 @@ int run(const Command& command)
 
 }  // namespace
 
+// NOLINTNEXTLINE(bugprone-exception-escape): before run(), which catches all, nothing fails but memory
 int main(int argc, char** argv)
 {
     CLI::App app{"Particles become fields, fields become surfaces, surfaces become meshes.", "tavrix"};

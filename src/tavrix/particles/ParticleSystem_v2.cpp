@@ -25,6 +25,7 @@ ParticleSystem_v2::ParticleSystem_v2(const ParticleSystem_v2& other)
 
 ParticleSystem_v2& ParticleSystem_v2::operator=(const ParticleSystem_v2& other)
 {
+    if (this == &other) return *this;
     _particlesArray = other._particlesArray;
     _arrayRevision = other._arrayRevision;
     _bbox = other._bbox;

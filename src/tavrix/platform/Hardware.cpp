@@ -1,6 +1,7 @@
 #include <tavrix/platform/Hardware.h>
 
 #include <cstdio>
+#include <cstdlib>
 #include <thread>
 
 #if defined(_WIN32)
@@ -28,7 +29,9 @@ double readKilobytes(const char* path, const char* key) noexcept
         const char* text = line;
         const char* name = key;
         while (*name && *text == *name) ++text, ++name;
-        if (*name == '\0' && std::sscanf(text, ": %llu", &kilobytes) == 1) break;
+        if (*name != '\0' || *text != ':') continue;
+        kilobytes = std::strtoull(text + 1, nullptr, 10);
+        break;
     }
     std::fclose(file);
     return static_cast<double>(kilobytes) / 1024.0;

@@ -92,6 +92,7 @@ void runPreview(const Options& options)
     }
     const View view = viewOf(box, options.picture);
     std::vector<Picture> pictures;
+    pictures.reserve(subjects.size());
     for (const Subject& subject : subjects) pictures.push_back(draw(subject, view, options.picture));
     const Picture whole = sideBySide(pictures);
     savePng(whole, options.output);

@@ -67,7 +67,7 @@ ParticleFile readParticleFile(const std::string& path)
     refuseCut(path, static_cast<uint32>(read));
 
     ParticleFile file = usable(particles);
-    if (file.positions.size() == 0)
+    if (file.positions.empty())
         throw Failure(path + ": no particle has a finite position; look for what broke the simulation");
     return file;
 }

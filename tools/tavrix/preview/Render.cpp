@@ -205,8 +205,8 @@ template <class Shapes>
 void Tracer<Shapes>::addSample(Pixel& pixel, uint32 column, uint32 row, const Sample& sample) const
 {
     // A square grid, sheared so that no two samples share a column or a row.
-    const auto i = static_cast<float>(sample.number % sample.side),
-               j = static_cast<float>(sample.number / sample.side);
+    const uint32 before = sample.number % sample.side, above = sample.number / sample.side;
+    const auto i = static_cast<float>(before), j = static_cast<float>(above);
     const auto side = static_cast<float>(sample.side);
     const float inX = (i + (j + 0.5f) / side) / side;
     const float inY = (j + (i + 0.5f) / side) / side;

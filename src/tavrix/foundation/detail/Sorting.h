@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <array>
 #include <bit>
+#include <cmath>
 #include <cstddef>
 #include <limits>
 #include <utility>
@@ -149,7 +150,7 @@ auto orderedBits(T number)
 {
     using Bits = BitsOf<T>;
     constexpr Bits sign = Bits{1} << (8 * sizeof(Bits) - 1);
-    if (number != number) return static_cast<Bits>(~Bits{0});
+    if (std::isnan(number)) return static_cast<Bits>(~Bits{0});
     const auto bits = std::bit_cast<Bits>(number + T(0));
     return static_cast<Bits>(bits & sign ? ~bits : bits | sign);
 }

@@ -140,9 +140,7 @@ bool ObjReader::readCorner(const char*& p, const char* end, ObjCorner& corner) c
     if (found && readSlash(p))
     {
         const bool noTexture = readSlash(p);
-        if (noTexture)
-            readIndex(p, _normals.size(), corner.normal);
-        else if (readIndex(p, _textures.size(), corner.texture) && readSlash(p))
+        if (noTexture || (readIndex(p, _textures.size(), corner.texture) && readSlash(p)))
             readIndex(p, _normals.size(), corner.normal);
     }
     p = skipToken(p, end);

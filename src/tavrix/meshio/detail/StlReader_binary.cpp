@@ -23,7 +23,7 @@ void decodeFacets(const unsigned char* bytes, uint32 first, uint32 count, StlMes
         Vector3D* corners = facets.corners(i);
         facets.normal(i) = decodeVector<float, float>(bytes);
         for (uint32 corner = 0; corner < 3; ++corner)
-            corners[corner] = decodeVector<double, float>(bytes + 12 * (corner + 1));
+            corners[corner] = decodeVector<double, float>(bytes + std::size_t{12} * (corner + 1));
     }
     facets.number(first, first + count);
 }

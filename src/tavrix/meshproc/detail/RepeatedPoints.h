@@ -68,7 +68,7 @@ private:
 
     static bool haveSameBits(const Vector3<T>& a, const Vector3<T>& b)
     {
-        return std::memcmp(&a, &b, sizeof a) == 0;
+        return std::memcmp(&a, &b, sizeof a) == 0;  // NOLINT(bugprone-suspicious-memory-comparison): bits
     }
 };
 
