@@ -52,9 +52,10 @@ private:
 }  // namespace
 
 template <std::floating_point T>
-void Vector3Simplifier<T>::FamilyRef::operator=(uint32 family)
+typename Vector3Simplifier<T>::FamilyRef& Vector3Simplifier<T>::FamilyRef::operator=(uint32 family)
 {
     _pair.a = std::bit_cast<T>(static_cast<detail::BitsOf<T>>(family));
+    return *this;
 }
 
 template <std::floating_point T>

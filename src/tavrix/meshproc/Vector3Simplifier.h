@@ -119,7 +119,7 @@ protected:
         /// @{
         explicit FamilyRef(Pair& pair) : _pair(pair) {}
         operator uint32() const { return getFamily(_pair); }
-        void operator=(uint32 family);
+        FamilyRef& operator=(uint32 family);
         /// @}
 
     private:

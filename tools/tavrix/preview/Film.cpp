@@ -32,7 +32,11 @@ float onFilm(float x)
     return bound + (1 - bound) * over / (1 + over);
 }
 
-unsigned char byteOf(float x) { return static_cast<unsigned char>(sRgb(onFilm(x > 0 ? x : 0)) * 255 + 0.5f); }
+unsigned char byteOf(float x)
+{
+    const float steps = sRgb(onFilm(x > 0 ? x : 0)) * 255 + 0.5f;
+    return static_cast<unsigned char>(steps);
+}
 
 }  // namespace
 
