@@ -21,7 +21,7 @@ struct GridFit
     /// Whether 32-bit indices number the nodes.
     bool isIndexable() const { return nodeCount() <= 4294967295.0; }
     /// The sizes as integers, of a grid that is indexable.
-    Index3 size() const;
+    TX_GEOMETRY_API Index3 size() const;
 };
 
 /// The grid over the box widened by the reach, and a layer of nodes more on every side. The spacing is above
