@@ -16,6 +16,16 @@ function(tavrix_compile_options target)
     endif()
 endfunction()
 
+# Has the programs of one kind read a large header once: `owner`, which comes first, keeps it, and the others take its.
+# They share their compile options.
+function(tavrix_precompile target owner header)
+    if(target STREQUAL owner)
+        target_precompile_headers(${target} PRIVATE ${header})
+    else()
+        target_precompile_headers(${target} REUSE_FROM ${owner})
+    endif()
+endfunction()
+
 # A program of the project.
 function(tavrix_add_program target)
     add_executable(${target} ${ARGN})

@@ -144,7 +144,7 @@ uint32 ImplicitSurface3Regular<T>::extend(Values& values, const T& limit, const 
         return 0;
     using Value = std::remove_reference_t<decltype(arrayOf(values)[0])>;
     const Extension<T, Value> extension(_field, _surface, limit, arrayOf(values).data());
-    const detail::SweepOrder volumes = preparingThreadedSweepingVolumes(threadCount);
+    const detail::SweepOrder order = preparingThreadedSweepingVolumes(threadCount);
     Directions directions;
     getSweepingDirections(directions);
     extension.clearNonFinite();
@@ -153,14 +153,14 @@ uint32 ImplicitSurface3Regular<T>::extend(Values& values, const T& limit, const 
     uint32 stallCounter = 0, iterationCounter = 0, iterations = 0;
     T residual;
     do {
-        Array<T> changes(volumes.workerCount(), T(0));
+        Array<T> changes(order.workerCount(), T(0));
         for (const auto& direction : directions)
-            volumes.sweep(polling, direction,
-                          [&](uint32 worker, uint32 i, uint32 firstRow, uint32 endRow)
-                          {
-                              const T change = extension.visitRows(i, firstRow, endRow, direction);
-                              changes[worker] = std::max(changes[worker], change);
-                          });
+            order.sweep(polling, direction,
+                        [&](uint32 worker, uint32 i, uint32 firstRow, uint32 endRow)
+                        {
+                            const T change = extension.visitRows(i, firstRow, endRow, direction);
+                            changes[worker] = std::max(changes[worker], change);
+                        });
         residual = *std::max_element(changes.begin(), changes.end());
         ++iterations;
     } while (residual > 0 && !getExtentionConvergence(tolerance, residual, firstResidual, lastResidual,

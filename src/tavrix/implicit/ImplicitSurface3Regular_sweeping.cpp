@@ -80,29 +80,29 @@ class Sweeper
 {
 public:
     Sweeper(detail::Polling& polling, const GridDescription3<double>& grid, T* samples, T bandLimit,
-            const detail::SweepOrder& volumes)
+            const detail::SweepOrder& order)
         : _polling(polling),
           _grid(grid),
           _samples(samples),
           _bandLimit(bandLimit),
-          _volumes(volumes),
-          _marks(volumes.workerCount(), Marks(grid.sizeZ + detail::sweptRows))
+          _order(order),
+          _marks(order.workerCount(), Marks(grid.sizeZ + detail::sweptRows))
     {
     }
 
     /// Returns the largest change of a sample, or noChange.
     T sweep(const detail::SweepDirection& direction)
     {
-        std::vector<T> changes(_volumes.workerCount(), static_cast<T>(detail::noChange));
-        _volumes.sweep(_polling, direction,
-                       [&](uint32 worker, uint32 i, uint32 firstRow, uint32 endRow)
-                       {
-                           detail::EikonalPlane<T> rows = plane(i, direction);
-                           rows.firstRow = firstRow;
-                           rows.endRow = endRow;
-                           const T change = TX_RUN_KERNEL(sweepPlane, rows, _marks[worker].data());
-                           changes[worker] = std::max(changes[worker], change);
-                       });
+        std::vector<T> changes(_order.workerCount(), static_cast<T>(detail::noChange));
+        _order.sweep(_polling, direction,
+                     [&](uint32 worker, uint32 i, uint32 firstRow, uint32 endRow)
+                     {
+                         detail::EikonalPlane<T> rows = plane(i, direction);
+                         rows.firstRow = firstRow;
+                         rows.endRow = endRow;
+                         const T change = TX_RUN_KERNEL(sweepPlane, rows, _marks[worker].data());
+                         changes[worker] = std::max(changes[worker], change);
+                     });
         return *std::max_element(changes.begin(), changes.end());
     }
 
@@ -131,7 +131,7 @@ private:
     const GridDescription3<double>& _grid;
     T* _samples;
     T _bandLimit;
-    const detail::SweepOrder& _volumes;
+    const detail::SweepOrder& _order;
     std::vector<Marks> _marks;
 };
 
@@ -153,10 +153,10 @@ template <class T>
 uint32 ImplicitSurface3Regular<T>::fastSweepingPositive(const T& bandLimit, const T& tolerance,
                                                         uint32 threadCount, detail::Polling& polling)
 {
-    const detail::SweepOrder volumes = preparingThreadedSweepingVolumes(threadCount);
+    const detail::SweepOrder order = preparingThreadedSweepingVolumes(threadCount);
     Directions directions;
     getSweepingDirections(directions);
-    Sweeper<T> sweeper(polling, _field.getGrid(), _field.refArrScalars().data(), bandLimit, volumes);
+    Sweeper<T> sweeper(polling, _field.getGrid(), _field.refArrScalars().data(), bandLimit, order);
     uint32 iterations = 0;
     T maxChange;
     do {

@@ -27,7 +27,7 @@ struct BallKernel
 
     /// Whether the radius is above 0 and the square of its reach finite.
     bool isUsable(const Particle& particle) const;
-    /// LatticeNodes nodes along an axis between the particle and the end of its reach.
+    /// Lattice nodes along an axis between the particle and the end of its reach.
     double nodesReached(const LatticeNodes& lattice, const Particle& particle, uint32 axis) const;
     /// Adds the particles to the target, in their order. The particles are usable, and no further from the
     /// lattice than they reach.

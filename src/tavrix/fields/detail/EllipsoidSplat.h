@@ -32,7 +32,7 @@ struct EllipsoidKernel
 
     /// Whether the amplitude is a number other than 0, and all others are finite, the extents above 0.
     bool isUsable(const Ellipsoid& ellipsoid) const;
-    /// LatticeNodes nodes along an axis between the centre and the end of the extent.
+    /// Lattice nodes along an axis between the centre and the end of the extent.
     double nodesReached(const LatticeNodes& lattice, const Ellipsoid& ellipsoid, uint32 axis) const;
     /// Adds the ellipsoids to the target, in their order. They are usable, and no further from the lattice
     /// than they reach.
