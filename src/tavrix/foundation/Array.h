@@ -19,6 +19,9 @@ namespace detail
 /// Asks the system to back a large block of memory with huge pages, which makes its first touch several times
 /// cheaper. A hint: blocks below a few megabytes, and systems without the call, are left alone.
 TX_GEOMETRY_API void adviseHugePages(void* block, std::size_t bytes) noexcept;
+/// Gives the memory behind a block that is about to be freed back to the system, where the allocator might
+/// keep it. The contents are lost.
+TX_GEOMETRY_API void returnPages(void* block, std::size_t bytes) noexcept;
 }  // namespace detail
 
 /// The default tag of Array.

@@ -106,6 +106,25 @@ bool inPieces(Polling& polling, uint64 itemCount, uint64 itemsPerPiece, Step ste
                     [&](uint32, uint64 begin, uint64 end) { step(begin, end); });
 }
 
+/// Calls work(worker, n) for every item, where a free worker takes the next item: for items of unequal cost,
+/// some milliseconds each at most, whose order of work does not show. False when the callback stopped it.
+template <class Work>
+bool inTurns(Polling& polling, uint64 itemCount, uint32 threadCount, Work work)
+{
+    const auto workers =
+        static_cast<uint32>(std::clamp<uint64>(threadCount, 1, std::max<uint64>(itemCount, 1)));
+    std::atomic<uint64> next = 0;
+    return polledFor(polling, workers, workers,
+                     [&](uint32 worker, uint64, uint64)
+                     {
+                         for (uint64 n; (n = next++) < itemCount;)
+                         {
+                             work(worker, n);
+                             if (!polling.goOn()) return;
+                         }
+                     });
+}
+
 /// Items of which each costs a few nanoseconds: a piece of them takes about two milliseconds.
 inline constexpr uint64 lightItems = uint64{1} << 18;
 /// Items that each wait for memory.
