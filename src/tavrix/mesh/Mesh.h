@@ -321,7 +321,7 @@ public:
     /// "FaceNor" alone.
     void recalculateFaceNormals();
     /// "Nor" alone; "FaceNor" is neither read nor written.
-    void recalculateVertexesNormals();
+    bool recalculateVertexesNormals(uint32 threadCount = 1, CancelCallback callback = nullptr);
     /// Recalculates the normals unless there is one a face and one for every index in "TrindexNor".
     bool confirmNormalsCalculated(uint32 threadCount = 1, CancelCallback callback = nullptr);
     /// Rebuilds "TrindexNor" for the angle, in radians, as recalculateArrTrindexNor_SmoothingGroups does,
@@ -418,7 +418,7 @@ private:
             throw;
         }
     }
-    bool prepareNormalArrays(detail::Polling& polling);
+    bool prepareNormalArrays(uint32 threadCount, detail::Polling& polling);
     bool recalculateNormals(uint32 threadCount, detail::Polling& polling);
     bool recalculateVertexesNormals(uint32 threadCount, detail::Polling& polling);
     bool groupNormals(double angle, uint32& normalCount, detail::Polling& polling);

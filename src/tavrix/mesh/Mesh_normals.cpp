@@ -28,25 +28,13 @@ NormalArrays makeJob(const Array<Vector3D>& pos, const Array<Index3>& trindexPos
             nor.size()};
 }
 
-/// The whole computation: the sums, and lie-down normals where a sum vanished. Those are found on a copy, and
-/// taken for the zero entries alone. False when the polling stopped it.
+/// The whole computation: the sums, and lie-down normals where a sum vanished. False when the polling stopped
+/// it.
 bool fillNormals(const NormalArrays& arrays, uint32 threadCount, Polling& polling)
 {
-    if (!detail::calculateNormals(arrays, threadCount, polling)) return !polling.isStopped();
-    Array<Vector3F> lieDown(arrays.norCount);
-    inPieces(polling, arrays.norCount, detail::lightItems,
-             [&](uint64 begin, uint64 end)
-             { std::copy(arrays.nor + begin, arrays.nor + end, lieDown.data() + begin); });
-    NormalArrays lieDownArrays = arrays;
-    lieDownArrays.nor = lieDown.data();
-    if (!polling.isStopped()) detail::fillLieDownNormals(lieDownArrays, polling);
+    const bool someVanished = detail::calculateNormals(arrays, threadCount, polling);
     if (polling.isStopped()) return false;
-    return inPieces(polling, arrays.norCount, detail::lightItems,
-                    [&](uint64 begin, uint64 end)
-                    {
-                        for (uint64 n = begin; n < end; ++n)
-                            if (arrays.nor[n] == Vector3F{0, 0, 0}) arrays.nor[n] = lieDown[n];
-                    });
+    return !someVanished || detail::fillLieDownNormals(arrays, threadCount, polling);
 }
 
 void fillNormals(const NormalArrays& arrays)
@@ -66,11 +54,11 @@ bool faceNormals(const Array<Vector3D>& pos, const Array<Index3>& trindexPos, Ar
 }
 
 /// Makes the triples a copy of others; false, and nothing changed, when the polling stopped it.
-bool copyTriples(const Array<Index3>& from, Array<Index3>& to, Polling& polling)
+bool copyTriples(const Array<Index3>& from, Array<Index3>& to, uint32 threadCount, Polling& polling)
 {
     Array<Index3> copy(from.size());
-    if (!inPieces(polling, from.size(), detail::lightItems,
-                  [&](uint64 begin, uint64 end)
+    if (!inPieces(polling, from.size(), detail::lightItems, threadCount,
+                  [&](uint32, uint64 begin, uint64 end)
                   { std::copy(from.data() + begin, from.data() + end, copy.data() + begin); }))
         return false;
     to.swap(copy);
@@ -106,19 +94,19 @@ void Mesh::staticCalculateLieDownNormals(const Array<Vector3D>& pos, const Array
                                          const Array<Index3>& trindexNor, Array<Vector3F>& nor)
 {
     Polling none(nullptr);
-    detail::fillLieDownNormals(makeJob(pos, trindexPos, trindexNor, nullptr, nor), none);
+    detail::fillLieDownNormals(makeJob(pos, trindexPos, trindexNor, nullptr, nor), 1, none);
 }
 
 /// Makes "TrindexNor" and "Nor" fit the faces: without one triple a face, or with indices that no sensible
 /// number of normals explains, the normals are the positions'; a "Nor" that is too short grows.
-bool Mesh::prepareNormalArrays(Polling& polling)
+bool Mesh::prepareNormalArrays(uint32 threadCount, Polling& polling)
 {
     const uint64 sensible = 3 * uint64{std::max({nor().size(), getPosSize(), getFacesSize()})};
-    uint64 needed = neededEntries(trindexNor(), polling);
+    uint64 needed = neededEntries(trindexNor(), threadCount, polling);
     if (polling.isStopped()) return false;
     if (trindexNor().size() != getFacesSize() || needed > sensible)
     {
-        if (!copyTriples(trindexPos(), refTrindexNor(), polling)) return false;
+        if (!copyTriples(trindexPos(), refTrindexNor(), threadCount, polling)) return false;
         needed = getPosSize();
     }
     if (needed > nor().size()) refNor().resize(Array<Vector3F>::checkedSize(needed));
@@ -135,7 +123,7 @@ bool Mesh::recalculateNormalsParallelized(uint32 threadCount, CancelCallback cal
 
 bool Mesh::recalculateNormals(uint32 threadCount, Polling& polling)
 {
-    if (!prepareNormalArrays(polling)) return false;
+    if (!prepareNormalArrays(threadCount, polling)) return false;
     return fillNormals(makeJob(pos(), trindexPos(), trindexNor(), &refFaceNor(), refNor()), threadCount,
                        polling) &&
            (getArrNorSurface().isNone() || calculateVerticesSurfaceNormal(threadCount, polling));
@@ -143,15 +131,15 @@ bool Mesh::recalculateNormals(uint32 threadCount, Polling& polling)
 
 void Mesh::recalculateFaceNormals() { staticCalculateNormals(pos(), trindexPos(), refFaceNor()); }
 
-void Mesh::recalculateVertexesNormals()
+bool Mesh::recalculateVertexesNormals(uint32 threadCount, CancelCallback callback)
 {
-    Polling none(nullptr);
-    recalculateVertexesNormals(1, none);
+    Polling polling(callback);
+    return polling.goOn() && recalculateVertexesNormals(threadCount, polling);
 }
 
 bool Mesh::recalculateVertexesNormals(uint32 threadCount, Polling& polling)
 {
-    return prepareNormalArrays(polling) &&
+    return prepareNormalArrays(threadCount, polling) &&
            fillNormals(makeJob(pos(), trindexPos(), trindexNor(), nullptr, refNor()), threadCount, polling);
 }
 
@@ -171,7 +159,7 @@ bool Mesh::confirmNormalsCalculated(uint32 threadCount, CancelCallback callback)
     Polling polling(callback);
     if (!polling.goOn()) return false;
     const bool calculated = faceNor().size() == getFacesSize() && trindexNor().size() == getFacesSize() &&
-                            neededEntries(trindexNor(), polling) <= nor().size();
+                            neededEntries(trindexNor(), threadCount, polling) <= nor().size();
     return !polling.isStopped() && (calculated || recalculateNormals(threadCount, polling));
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <algorithm>
+#include <vector>
 
 #include <tavrix/foundation/Array.h>
 #include <tavrix/foundation/detail/Polling.h>
@@ -11,22 +12,24 @@ namespace tavrix::detail
 
 /// One more than the largest index that the triples use; 0 without triples. Means nothing once the polling
 /// has stopped.
-inline uint64 neededEntries(const Array<Index3>& triples, Polling& polling)
+inline uint64 neededEntries(const Array<Index3>& triples, uint32 threadCount, Polling& polling)
 {
-    uint32 largest = 0;
-    inPieces(polling, triples.size(), lightItems,
-             [&](uint64 begin, uint64 end)
+    std::vector<uint32> largest(std::max(threadCount, 1u));
+    inPieces(polling, triples.size(), lightItems, threadCount,
+             [&](uint32 worker, uint64 begin, uint64 end)
              {
+                 uint32 most = largest[worker];
                  for (const Index3* t = triples.data() + begin; t != triples.data() + end; ++t)
-                     largest = std::max(largest, std::max(t->a, std::max(t->b, t->c)));
+                     most = std::max(most, std::max(t->a, std::max(t->b, t->c)));
+                 largest[worker] = most;
              });
-    return triples.empty() ? 0 : uint64{largest} + 1;
+    return triples.empty() ? 0 : uint64{*std::max_element(largest.begin(), largest.end())} + 1;
 }
 
 inline uint64 neededEntries(const Array<Index3>& triples)
 {
     Polling none(nullptr);
-    return neededEntries(triples, none);
+    return neededEntries(triples, 1, none);
 }
 
 }  // namespace tavrix::detail

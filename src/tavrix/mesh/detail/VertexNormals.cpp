@@ -5,6 +5,7 @@
 #include <cmath>
 #include <memory>
 #include <span>
+#include <vector>
 
 #include <tavrix/mesh/detail/NormalKernel.h>
 
@@ -99,6 +100,17 @@ void addFaces(const NormalArrays& arrays, Range faces, const Contributions& cont
     }
 }
 
+/// Adds one face to those of its vertex normals for which takes(normal).
+template <class Takes>
+void addFaceWhere(const NormalArrays& arrays, uint32 face, const Vector3F (&corner)[3], Takes takes)
+{
+    const Index3 t = arrays.trindexNor[face];
+    for (uint32 c = 0; c < 3; ++c)
+        if (takes(t[c])) touch(arrays.nor[t[c]]);
+    for (uint32 c = 0; c < 3; ++c)
+        if (takes(t[c])) arrays.nor[t[c]] += corner[c];
+}
+
 /// addFaces for the vertex normals in `owned` alone. Neighbouring faces mostly use neighbouring normals, so
 /// most blocks are taken whole or not at all.
 void addFacesToOwned(const NormalArrays& arrays, Range faces, const Contributions& contributions, Range owned)
@@ -106,15 +118,9 @@ void addFacesToOwned(const NormalArrays& arrays, Range faces, const Contribution
     if (!owned.meets(contributions.touched)) return;
     if (owned.contains(contributions.touched)) return addFaces(arrays, faces, contributions);
     for (uint32 f = faces.begin; f < faces.end; ++f)
-    {
-        const uint32 i = f - faces.begin;
-        if (!contributions.counts[i]) continue;
-        const Index3 t = arrays.trindexNor[f];
-        for (uint32 c = 0; c < 3; ++c)
-            if (owned.contains(t[c])) touch(arrays.nor[t[c]]);
-        for (uint32 c = 0; c < 3; ++c)
-            if (owned.contains(t[c])) arrays.nor[t[c]] += contributions.corner[i][c];
-    }
+        if (contributions.counts[f - faces.begin])
+            addFaceWhere(arrays, f, contributions.corner[f - faces.begin],
+                         [&](uint32 normal) { return owned.contains(normal); });
 }
 
 Range touchedNormals(const NormalArrays& arrays, Range faces)
@@ -186,7 +192,105 @@ bool addChunk(const NormalArrays& arrays, uint32 firstBlock, std::span<const Con
                      });
 }
 
-void accumulateInParallel(const NormalArrays& arrays, uint32 blockCount, uint32 threadCount, Polling& polling)
+/// A worker's run of blocks of faces, where most normals are touched by one run alone.
+struct FaceRun
+{
+    struct Deferred
+    {
+        uint32 face;
+        Vector3F corner[3];
+    };
+
+    Range blocks;
+    Range touched{noIndex, 0};
+    std::vector<Range> touchedByBlock;
+    Range owned{0, 0};               ///< the normals that no other run touches
+    std::vector<Deferred> deferred;  ///< faces with other corners, for these
+
+    bool isOfOthers(uint32 normal) const { return !owned.contains(normal); }
+};
+
+/// One run a worker; they own their normals.
+std::vector<FaceRun> makeRuns(const NormalArrays& arrays, uint32 blockCount, uint32 threadCount,
+                              Polling& polling)
+{
+    std::vector<FaceRun> runs(std::min(blockCount, threadCount));
+    inTurns(polling, runs.size(), threadCount,
+            [&](uint32, uint64 r)
+            {
+                FaceRun& run = runs[r];
+                run.blocks = {static_cast<uint32>(blockCount * r / runs.size()),
+                              static_cast<uint32>(blockCount * (r + 1) / runs.size())};
+                run.touchedByBlock.reserve(run.blocks.end - run.blocks.begin);
+                PollCounter counter(polling, blocksPerPiece);
+                for (uint32 b = run.blocks.begin; b < run.blocks.end && counter.add(1); ++b)
+                {
+                    run.touchedByBlock.push_back(touchedNormals(arrays, facesOfBlock(arrays, b)));
+                    run.touched = unite(run.touched, run.touchedByBlock.back());
+                }
+            });
+    for (std::size_t r = 0; r < runs.size(); ++r)
+    {
+        Range owned = runs[r].touched;
+        for (std::size_t other = 0; other < r; ++other)
+            owned.begin = std::max(owned.begin, runs[other].touched.end);
+        for (std::size_t other = r + 1; other < runs.size(); ++other)
+            owned.end = std::min(owned.end, runs[other].touched.begin);
+        if (owned.begin < owned.end) runs[r].owned = owned;
+    }
+    return runs;
+}
+
+/// Whether the runs own nearly all normals between them, as in meshes whose faces and vertices go along
+/// together.
+bool ownMost(const std::vector<FaceRun>& runs, uint32 normals)
+{
+    uint64 owned = 0;
+    for (const FaceRun& run : runs) owned += run.owned.end - run.owned.begin;
+    return owned >= uint64{normals} / 4 * 3;
+}
+
+/// Adds the faces of a run to the normals that it owns, and defers the rest.
+void addRun(const NormalArrays& arrays, FaceRun& run, Polling& polling)
+{
+    Contributions contributions;
+    PollCounter counter(polling, blocksPerPiece);
+    for (uint32 b = run.blocks.begin; b < run.blocks.end && counter.add(1); ++b)
+    {
+        const Range faces = facesOfBlock(arrays, b);
+        processFaces(arrays, faces, contributions);
+        contributions.touched = run.touchedByBlock[b - run.blocks.begin];
+        addFacesToOwned(arrays, faces, contributions, run.owned);
+        if (run.owned.contains(contributions.touched)) continue;
+        for (uint32 f = faces.begin; f < faces.end; ++f)
+        {
+            const uint32 i = f - faces.begin;
+            const Index3 t = arrays.trindexNor[f];
+            if (!contributions.counts[i]) continue;
+            if (!run.isOfOthers(t.a) && !run.isOfOthers(t.b) && !run.isOfOthers(t.c)) continue;
+            const auto& corner = contributions.corner[i];
+            run.deferred.push_back({f, {corner[0], corner[1], corner[2]}});
+        }
+    }
+}
+
+void accumulateInRuns(const NormalArrays& arrays, std::vector<FaceRun>& runs, Polling& polling)
+{
+    const auto workers = static_cast<uint32>(runs.size());
+    if (!inTurns(polling, runs.size(), workers, [&](uint32, uint64 r) { addRun(arrays, runs[r], polling); }))
+        return;
+    for (const FaceRun& run : runs)
+        inPieces(polling, run.deferred.size(), lightItems,
+                 [&](uint64 begin, uint64 end)
+                 {
+                     for (uint64 d = begin; d < end; ++d)
+                         addFaceWhere(arrays, run.deferred[d].face, run.deferred[d].corner,
+                                      [&](uint32 normal) { return run.isOfOthers(normal); });
+                 });
+}
+
+/// The same for faces and vertices in any order.
+void accumulateInChunks(const NormalArrays& arrays, uint32 blockCount, uint32 threadCount, Polling& polling)
 {
     const uint32 chunkSize = std::min(blockCount, blocksPerChunk);
     const std::unique_ptr<Contributions[]> contributions(new Contributions[chunkSize]);
@@ -196,6 +300,17 @@ void accumulateInParallel(const NormalArrays& arrays, uint32 blockCount, uint32 
         if (!processChunk(arrays, first, chunk, threadCount, polling)) return;
         if (arrays.nor && !addChunk(arrays, first, chunk, threadCount, polling)) return;
     }
+}
+
+void accumulateInParallel(const NormalArrays& arrays, uint32 blockCount, uint32 threadCount, Polling& polling)
+{
+    std::vector<FaceRun> runs;
+    if (arrays.nor) runs = makeRuns(arrays, blockCount, threadCount, polling);
+    if (polling.isStopped()) return;
+    if (arrays.nor && ownMost(runs, arrays.norCount))
+        accumulateInRuns(arrays, runs, polling);
+    else
+        accumulateInChunks(arrays, blockCount, threadCount, polling);
 }
 
 /// Scales the normals to unit length in single precision; returns whether one was too short and became zero.
