@@ -84,11 +84,17 @@ public:
     std::optional<MeshPoint> nearestPoint(const Vector3D& point,
                                           double limit = std::numeric_limits<double>::infinity()) const;
 
-    /// Whether the faces wind around the point: six rays along the axes count how often they come in and out,
-    /// and the mean of the counts is further than 1/2 from 0. For a closed mesh that is exact, also where
-    /// rays run through edges and corners or along faces; overlapping parts are inside, cavities are not, and
-    /// which side the faces look to does not matter as long as they agree. Near holes most rays decide. A
-    /// point on the surface may go either way; one that is not finite is outside.
+    /// How often the faces wind around the point: the mean over six rays along the axes, which count how
+    /// often they come in and out. For a closed mesh that is exact, also where rays run through edges and
+    /// corners or along faces: 1 inside of faces that look outwards, -1 of such that look inwards. Near holes
+    /// most rays decide. A point on the surface may go either way; around one that is not finite nothing
+    /// winds.
+    double windingNumber(const Vector3D& point) const;
+    /// How much larger it is around a point that lies along one axis from another, exact for closed meshes as
+    /// well, and sooner known when they lie near each other. Neither lies on the surface.
+    int32 windingChange(const Vector3D& from, uint32 axis, double to) const;
+    /// Whether the winding number is further than 1/2 from 0: overlapping parts are inside, cavities are not,
+    /// and which side the faces look to does not matter as long as they agree.
     bool isInside(const Vector3D& point) const;
 
     /// The faces that have a point in common with the closed box, ascending: the triangles themselves are
@@ -99,6 +105,8 @@ public:
 private:
     template <class Fill>
     void fillOrClearTree(const Fill& fill);
+    template <class Visit>
+    void visitAlong(const Vector3D& from, uint32 axis, double to, Visit visit) const;
 
     Mesh _mesh;
     Tree _tree;

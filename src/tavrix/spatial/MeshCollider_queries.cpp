@@ -133,33 +133,60 @@ std::optional<MeshPoint> MeshCollider::nearestPoint(const Vector3D& point, doubl
                      cornersOf(faces, nearest.face).at(nearest.weights)};
 }
 
-bool MeshCollider::isInside(const Vector3D& point) const
+/// Calls visit(corners) for the faces whose boxes meet the segment from a point along an axis, and for
+/// others.
+template <class Visit>
+void MeshCollider::visitAlong(const Vector3D& from, uint32 axis, double to, Visit visit) const
 {
-    if (!isFinite(point)) return false;
-    const Box3F root = _tree.getRootNode();
-    const Vector3F low{detail::floatBelow(point.x), detail::floatBelow(point.y), detail::floatBelow(point.z)};
-    const Vector3F high{detail::floatAbove(point.x), detail::floatAbove(point.y),
-                        detail::floatAbove(point.z)};
     const detail::MeshFaces faces(_mesh);
+    Box3F line{{detail::floatBelow(from.x), detail::floatBelow(from.y), detail::floatBelow(from.z)},
+               {detail::floatAbove(from.x), detail::floatAbove(from.y), detail::floatAbove(from.z)}};
+    line.min[axis] = std::min(line.min[axis], detail::floatBelow(to));
+    line.max[axis] = std::max(line.max[axis], detail::floatAbove(to));
+    _tree.visitOverlapping(line,
+                           [&](uint32 face, double reach)
+                           {
+                               Corners f;
+                               if (getCorners(faces, face, f)) visit(f);
+                               return reach;
+                           });
+}
+
+double MeshCollider::windingNumber(const Vector3D& point) const
+{
+    if (!isFinite(point)) return 0;
+    const Box3F root = _tree.getRootNode();
     int32 windings = 0;
     for (uint32 axis = 0; axis < 3; ++axis)
     {
-        if (!(root.min[axis] <= high[axis] && low[axis] <= root.max[axis])) return false;
-        Box3F line{low, high};
-        line.min[axis] = root.min[axis];
-        line.max[axis] = root.max[axis];
+        const double low = root.min[axis], high = root.max[axis];
+        if (!(low <= detail::floatAbove(point[axis]) && detail::floatBelow(point[axis]) <= high)) return 0;
+        Vector3D from = point;
+        from[axis] = low;
         detail::LineWinding winding(point, axis);
-        _tree.visitOverlapping(line,
-                               [&](uint32 face, double reach)
-                               {
-                                   Corners f;
-                                   if (getCorners(faces, face, f)) winding.add(f.a, f.b, f.c);
-                                   return reach;
-                               });
+        visitAlong(from, axis, high, [&](const Corners& f) { winding.add(f.a, f.b, f.c); });
         windings += winding.sum();
     }
-    return std::abs(windings) > 3;
+    return windings / 6.0;
 }
+
+/// The faces of the line that do not meet the segment count the same at both ends.
+int32 MeshCollider::windingChange(const Vector3D& from, uint32 axis, double to) const
+{
+    Vector3D end = from;
+    end[axis] = to;
+    if (!isFinite(from) || !isFinite(end)) return 0;
+    detail::LineWinding before(from, axis), behind(end, axis);
+    visitAlong(from, axis, to,
+               [&](const Corners& f)
+               {
+                   before.add(f.a, f.b, f.c);
+                   behind.add(f.a, f.b, f.c);
+               });
+    return (behind.sum() - before.sum()) / 2;
+}
+
+bool MeshCollider::isInside(const Vector3D& point) const { return std::abs(windingNumber(point)) > 0.5; }
 
 void MeshCollider::findOverlapping(const Box3D& box, Array<uint32>& faces) const
 {
