@@ -41,6 +41,8 @@ std::vector<Value> splatted(Splat splat)
                                  {0, 0, 2},
                                  {20, 20, depth + 2},
                                  {nodes.data(), nodes.data(), nodes.data()},
+                                 {nodes[0], nodes[0], nodes[0]},
+                                 {0, 0, 0},
                                  {4, 4, 4},
                                  0.25,
                                  scratch.data()});
@@ -91,18 +93,17 @@ TEST(Kernels, NeighbourSumsAreTheSame)
         axis.resize(1000);
         std::generate(axis.begin(), axis.end(), [] { return 2 * unit(); });
     }
-    const uint32 bounds[] = {0, 7, 20, 28, 33, 200, 400, 401, 500, 990};
-    const PointRuns runs{{coordinates[0].data(), coordinates[1].data(), coordinates[2].data()}, bounds, 5};
+    const Points points{{coordinates[0].data(), coordinates[1].data(), coordinates[2].data()}, 1000};
     const SymmetricMatrix form = {2, 0.3f, -0.2f, 1.5f, 0.1f, 3};
     for (int n = 0; n < 50; ++n)
     {
         const float place[] = {2 * unit(), 2 * unit(), 2 * unit()};
-        const NeighbourMoments a = plain::sumNeighbours(runs, place, 1.25f),
-                               b = avx2::sumNeighbours(runs, place, 1.25f);
+        const NeighbourMoments a = plain::sumNeighbours(points, place, 1.25f),
+                               b = avx2::sumNeighbours(points, place, 1.25f);
         EXPECT_GT(a.weight, 0);
         EXPECT_EQ(0, std::memcmp(&a, &b, sizeof a));
-        const MeanOffset c = plain::meanOfNeighbours(runs, place, form),
-                         d = avx2::meanOfNeighbours(runs, place, form);
+        const MeanOffset c = plain::meanOfNeighbours(points, place, form),
+                         d = avx2::meanOfNeighbours(points, place, form);
         EXPECT_EQ(0, std::memcmp(&c, &d, sizeof c));
     }
 }

@@ -8,8 +8,10 @@
 #include <vector>
 
 #include <Polls.h>
+#include <tavrix/fields/detail/TileTable.h>
 #include <tavrix/fields/ScalarField3.h>
 #include <tavrix/fields/Vector3Field3.h>
+#include <tavrix/platform/Hardware.h>
 #include "ParticleSetters.h"
 
 using namespace tavrix;
@@ -185,6 +187,19 @@ TYPED_TEST(EveryTiledField, EveryOperationAgreesWithADenseField)
             [&] { with([](Base& f, const Base& o) { return f.add(o, Value(0.3)); }); },
             [&] { with([](Base& f, const Base& o) { return f.sub(o); }); },
             [&] { with([](Base& f, const Base& o) { return f.interpolate(o, f, 0.25); }); },
+            [&]
+            {
+                if constexpr (std::is_floating_point_v<Value>)
+                {
+                    const Value diffusion = Value(0.1) / static_cast<Value>(dense.size());
+                    const auto diffuse = [&](auto& f, auto mode)
+                    { f.diffuse_dissipate(1, diffusion, Value(0.01), 1 + m % 4, mode, -50, 50); };
+                    diffuse(tiled, Base::TX_FIELD_DIFFUSE_IMPLICIT);  // changes nothing
+                    diffuse(tiled, Base::TX_FIELD_DIFFUSE_EXPLICIT);
+                    diffuse(dense, Base::TX_FIELD_DIFFUSE_EXPLICIT);
+                    host.copyScalars(dense);
+                }
+            },
         };
         for (uint32 step = 0; step < 500; ++step)
         {
@@ -271,6 +286,9 @@ TEST(ScalarField3_SG, SizesAreCheckedBeforeAnythingChanges)
     EXPECT_GE(bytes, 512 * sizeof(float) + 6 * sizeof(uint32));
     EXPECT_THROW(field.reset(4, 4, 4, 1.0, 1626), std::length_error);
     EXPECT_THROW(field.reset(65536, 65536, 1, 1.0, 8), std::length_error);
+    const double available = Hardware::getMemoryInfo().available;
+    const bool isTooLarge = available > 0 && available < 15 * 1024;  // for a table of 16 GiB
+    if (isTooLarge) { EXPECT_THROW(field.reset(65535, 65536, 1, 1.0, 2), std::length_error); }
     EXPECT_EQ(field.get(9, 14, 6), 4.0f);
     EXPECT_EQ(field.getMemoryUsage(), bytes);
     EXPECT_FALSE(field.setTile(0, Array<float>(511)));
@@ -284,6 +302,22 @@ TEST(ScalarField3_SG, SizesAreCheckedBeforeAnythingChanges)
     EXPECT_EQ(field.get(0xFFFFFFFEu) + field.get(0u), 1.0f);
     field.reset_toZeroSize();
     EXPECT_EQ(field.getMemoryUsage(), 0u);
+}
+
+TEST(ScalarField3_SG, ATableThatDoesNotFitIsRefusedInWords)
+{
+    for (const double enough : {4096.0, 0.0}) EXPECT_NO_THROW(detail::requireTableFits(1 << 30, enough));
+    try
+    {
+        detail::requireTableFits(1 << 30, 1700);
+        ADD_FAILURE();
+    }
+    catch (const std::length_error& error)
+    {
+        EXPECT_STREQ(error.what(),
+                     "tavrix::ScalarField3_SG: the table of 1073741824 tiles takes 4.0 GiB, and "
+                     "1.7 GiB of memory are available; a larger tile edge makes fewer tiles");
+    }
 }
 
 TEST(ScalarField3_SG, NeighboursAreMadeWhereAFeatureMayGrow)
@@ -302,6 +336,48 @@ TEST(ScalarField3_SG, NeighboursAreMadeWhereAFeatureMayGrow)
         EXPECT_EQ(field.getStoredTileSize(), tiles);
         EXPECT_EQ(field.adjustCoarse_b3b(), tiles - 1);
         EXPECT_EQ(field.get(node), 2.0f);
+    }
+}
+
+TEST(ScalarField3_SG, DiffusionEqualsADenseFieldsAndMakesTheTilesThatItReaches)
+{
+    const auto diffuse = [](auto& field, uint32 threads)
+    {
+        const float diffusion = 0.1f / static_cast<float>(field.size());
+        field.diffuse_dissipate(1, diffusion, 0.02f, threads, Field::TX_FIELD_DIFFUSE_EXPLICIT, -9, 6);
+    };
+    for (const uint32 edge : {8u, 2u, 5u})
+        for (const uint32 threads : {1u, 3u})
+        {
+            Dense dense;
+            Tiled tiled;
+            dense.reset(61, 47, 38, 0.125);
+            tiled.reset(61, 47, 38, 0.125, edge);
+            for (Field* field : {static_cast<Field*>(&dense), static_cast<Field*>(&tiled)})
+            {
+                field->setDefaultValue(-1.7f);
+                for (const Index3& node :
+                     {Index3{0, 0, 0}, Index3{60, 46, 37}, Index3{60, 20, 0}, Index3{7, 7, 7},
+                      Index3{13, 14, 20}, Index3{28, 31, 17}, Index3{29, 32, 17}})
+                    field->set(node, 8.0f);
+            }
+            for (uint32 step = 0; step < 4; ++step)
+            {
+                diffuse(dense, threads);
+                diffuse(tiled, threads);
+                ASSERT_NO_FATAL_FAILURE(expectSameSamples(tiled, dense)) << edge << ", step " << step;
+                ASSERT_EQ(tiled.computeSignature_v2(), dense.computeSignature_v2());
+            }
+            EXPECT_EQ(tiled.getDefaultValue(), dense.get(45, 5, 30));
+            EXPECT_LT(tiled.getStoredTileSize(), tiled.getTileSize() / 4);
+        }
+    Tiled field;
+    field.reset(61, 47, 38, 0.125);
+    field.set(10, 10, 10, 1.0f);  // in the middle of its tile, three nodes from its border
+    for (const uint32 tiles : {1u, 1u, 4u, 7u})
+    {
+        diffuse(field, 2);
+        EXPECT_EQ(field.getStoredTileSize(), tiles);
     }
 }
 

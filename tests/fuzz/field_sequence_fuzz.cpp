@@ -183,10 +183,12 @@ private:
     void diffuse()
     {
         const auto a = _choices.number<Value>(), b = _choices.number<Value>(), c = _choices.number<Value>();
-        _dense.diffuse_dissipate(a, b, c, _choices.below(5),
-                                 static_cast<typename Base::DiffuseDissipateSolverMode>(_choices.below(3)),
-                                 _choices.number<Value>(), _choices.number<Value>());
-        _tiled.copyScalars(_dense);
+        const auto min = _choices.number<Value>(), max = _choices.number<Value>();
+        const uint32 threads = _choices.below(5);
+        const auto mode = static_cast<typename Base::DiffuseDissipateSolverMode>(_choices.below(3));
+        _dense.diffuse_dissipate(a, b, c, threads, mode, min, max);
+        _tiled.diffuse_dissipate(a, b, c, threads, mode, min, max);
+        if (mode == Base::TX_FIELD_DIFFUSE_IMPLICIT) _tiled.copyScalars(_dense);
     }
 
     void extract()

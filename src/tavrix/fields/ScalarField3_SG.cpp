@@ -6,12 +6,17 @@
 #include <tavrix/fields/detail/BitwiseEqual.h>
 #include <tavrix/fields/detail/ParticleChange.h>
 #include <tavrix/fields/detail/SampleArithmetic.h>
+#include <tavrix/fields/detail/TileTable.h>
+#include <tavrix/platform/Hardware.h>
 
 namespace tavrix
 {
 
 namespace
 {
+
+/// A table of up to so many tiles, 256 MiB, is made without asking the system for the memory that it has.
+constexpr uint32 tilesOfSmallTable = 1u << 26;
 
 /// The monoindex of the tile at an offset from another; noIndex outside the grid of tiles.
 template <class Coord>
@@ -85,6 +90,8 @@ void ScalarField3_SG<Value, Coord>::reset(uint32 sizeX, uint32 sizeY, uint32 siz
     GridDescription3<Coord>::nodeCount(tileEdge, tileEdge, tileEdge);  // throws when a tile is too large
     const auto grid = GridDescription3<Coord>::centered(sizeX, sizeY, sizeZ, separation);
     const auto tileGrid = TileGrid3<Coord>::over(grid, tileEdge);
+    if (tileGrid.tiles.size > tilesOfSmallTable)
+        detail::requireTableFits(tileGrid.tiles.size, Hardware::getMemoryInfo().available);
     _table = Array<uint32>(tileGrid.tiles.size, noIndex);
     _tiles = {};
     _grid = grid;
@@ -330,28 +337,32 @@ void ScalarField3_SG<Value, Coord>::addValueToTileOffset(const Index3& tile, con
     _flags |= Base::flagChanged;
 }
 
-/// Whether one of a tile's values next to its neighbour along an axis is larger than the threshold: on the
-/// layer that they share, or upwards also on the one before it.
+/// Whether one of a tile's values next to its neighbour along an axis passes the test: on that many layers,
+/// of which the first is the one that they share.
 template <class Value, class Coord>
-bool ScalarField3_SG<Value, Coord>::isLargerTowards(const Tile& values, const Index3& tile, uint32 axis,
-                                                    bool upwards, Value threshold) const
+template <class Test>
+bool ScalarField3_SG<Value, Coord>::isAnyTowards(const Tile& values, const Index3& tile, uint32 axis,
+                                                 bool upwards, uint32 layers, Test test) const
 {
     Index3 low{0, 0, 0}, high;
     for (uint32 a = 0; a < 3; ++a)
         high[a] = std::min(_tileGrid.edge, _grid.sizeAlong(a) - tile[a] * _tileGrid.step());
     if (upwards)
-        low[axis] = _tileGrid.step() - 1;
+        low[axis] = _tileGrid.edge - layers;
     else
-        high[axis] = 1;
+        high[axis] = std::min(high[axis], layers);
     for (uint32 i = low.a; i < high.a; ++i)
         for (uint32 j = low.b; j < high.b; ++j)
             for (uint32 k = low.c; k < high.c; ++k)
-                if (values[_tileGrid.valueAt(i, j, k)] > threshold) return true;
+                if (test(values[_tileGrid.valueAt(i, j, k)])) return true;
     return false;
 }
 
+/// Makes the missing neighbours, along the axes, of every tile stored before that has a value next to them
+/// which passes the test: on so many layers towards a neighbour before it, on two towards one behind it.
 template <class Value, class Coord>
-void ScalarField3_SG<Value, Coord>::createNeighborTiles_ifValuesAtBoundaryLarger(Value threshold)
+template <class Test>
+void ScalarField3_SG<Value, Coord>::createNeighbourTiles(uint32 layersBefore, Test test)
 {
     const uint32 storedBefore = _tiles.size();
     for (uint32 t = 0; t < _table.size(); ++t)
@@ -366,10 +377,23 @@ void ScalarField3_SG<Value, Coord>::createNeighborTiles_ifValuesAtBoundaryLarger
                 offset[axis] = upwards ? 1 : -1;
                 const uint32 neighbour = tileAt(_tileGrid.tiles, tile, offset);
                 if (neighbour != noIndex && !getTile(neighbour) &&
-                    isLargerTowards(values, tile, axis, upwards, threshold))
+                    isAnyTowards(values, tile, axis, upwards, upwards ? 2 : layersBefore, test))
                     createTile(neighbour);
             }
     }
+}
+
+template <class Value, class Coord>
+void ScalarField3_SG<Value, Coord>::createNeighborTiles_ifValuesAtBoundaryLarger(Value threshold)
+{
+    createNeighbourTiles(1, [threshold](Value v) { return v > threshold; });
+}
+
+/// Makes the tiles that hold a node beside which there is one of another value than the default.
+template <class Value, class Coord>
+void ScalarField3_SG<Value, Coord>::createTilesToSpreadInto()
+{
+    createNeighbourTiles(2, [this](Value v) { return !detail::bitwiseEqual(v, _defaultValue); });
 }
 
 template <class Value, class Coord>

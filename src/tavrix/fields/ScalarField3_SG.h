@@ -22,11 +22,11 @@ inline constexpr uint32 defaultTileEdge = 8;
 /// surface only.
 ///
 /// A node on a layer that tiles share belongs to the tile where its local index is 0; the copies in the
-/// tiles before it equal it after every operation of this class. Values of a tile that lie outside the grid
-/// have the default value. Operations on the whole field act on the tiles and on the default value, which
-/// stands for the nodes without a tile: set and setZero free all tiles and change it alone. What the
-/// class has in common with ScalarField3 gives the same samples, particle fields included, byte for byte;
-/// diffuse_dissipate, which leaves no node at its value, is not offered. Indices are not checked.
+/// tiles before it equal it after every operation of this class, and a tile that holds a copy of another
+/// value than the default is stored. Values of a tile that lie outside the grid have the default value.
+/// Operations on the whole field act on the tiles and on the default value, which stands for the nodes
+/// without a tile: set and setZero free all tiles and change it alone. What the class has in common with
+/// ScalarField3 gives the same samples, particle fields included, byte for byte. Indices are not checked.
 template <class Value, class Coord>
 class ScalarField3_SG final : public ScalarField3_base<Value, Coord>
 {
@@ -58,8 +58,10 @@ public:
     ~ScalarField3_SG() override;
 
     /// Sizes the grid, centred on the origin, and the table of ceil(size / (tileEdge - 1)) tiles an axis, and
-    /// frees every tile; the default value stays. A tile edge below 2 counts as 2. Throws std::length_error
-    /// when the grid's nodes or a tile's values pass 2^32 - 1, and then changes nothing.
+    /// frees every tile; the default value stays. A tile edge below 2 counts as 2. The table takes four bytes
+    /// a tile, stored or not. Throws std::length_error, and changes nothing, when the grid's nodes or a
+    /// tile's values pass 2^32 - 1, or a table of more than 256 MiB passes the memory that the machine has
+    /// available (where it tells).
     /// @{
     void reset(uint32 sizeX, uint32 sizeY, uint32 sizeZ, Coord separation, uint32 tileEdge = defaultTileEdge);
     void reset(uint32 sizeX, uint32 sizeY, uint32 sizeZ, const Vector3<Coord>& separation,
@@ -185,6 +187,15 @@ public:
     void findMinMax(Value& min, Value& max) const override;
     bool doIHave_NaN() const override;
 
+    /// The explicit step of ScalarField3::diffuse_dissipate: every sample gets what it gets there, faces and
+    /// number of threads alike; the default value steps as a field of it alone does. Makes the tiles into
+    /// which values next to them spread, and frees none. Any other mode changes nothing, the implicit one
+    /// too: each of its passes carries values through the whole grid, and would make every tile. Takes time
+    /// for the stored tiles, plus that of a look at every tile, and their memory once more.
+    void diffuse_dissipate(Value timeStep, Value diffusion, Value dissipation, uint32 threadCount,
+                           typename Base::DiffuseDissipateSolverMode mode, Value minValue,
+                           Value maxValue) requires std::floating_point<Value>;
+
 protected:
     bool applyParticles(const detail::ParticleChange<Value, Coord>& change) override;
 
@@ -193,8 +204,12 @@ private:
     uint32 placeOfCopy(const Index3& tile, const Index3& local, const TileOffset& offset,
                        uint32& tileOfCopy) const;
     void takeSharedLayers(uint32 tileMonoindex, Tile& values) const;
-    bool isLargerTowards(const Tile& values, const Index3& tile, uint32 axis, bool upwards,
-                         Value threshold) const;
+    template <class Test>
+    bool isAnyTowards(const Tile& values, const Index3& tile, uint32 axis, bool upwards, uint32 layers,
+                      Test test) const;
+    template <class Test>
+    void createNeighbourTiles(uint32 layersBefore, Test test);
+    void createTilesToSpreadInto();
     void freeTiles();
     const ScalarField3_SG* asSameTiles(const Base& other) const;
     template <class Map>

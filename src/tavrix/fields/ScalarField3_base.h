@@ -40,7 +40,7 @@ public:
     /// the grid does not set it, nor do writes through references and pointers to samples.
     static constexpr uint32 flagChanged = 1;
 
-    /// How ScalarField3::diffuse_dissipate solves.
+    /// How diffuse_dissipate of the dense and the tiled field solves.
     enum DiffuseDissipateSolverMode : uint32
     {
         TX_FIELD_DIFFUSE_EXPLICIT = 0,

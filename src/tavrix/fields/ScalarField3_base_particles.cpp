@@ -5,22 +5,11 @@
 namespace tavrix
 {
 
-using detail::BallKernel;
-using detail::SplatMerge;
+using detail::distanceKernel;
+using detail::metaballKernel;
 
 namespace
 {
-
-/// 1 at the particle, 0 at twice its radius.
-constexpr BallKernel distanceKernel{SplatMerge::Maximum, 2.0f, 1.0f};
-
-/// 1 at the particle's radius, 0 at k times its radius.
-BallKernel metaballKernel(float influence)
-{
-    const float k = influence * 3.8f / 100.0f + 1.2f;
-    const float t = 1.0f - (1.0f / k) * (1.0f / k);
-    return {SplatMerge::Sum, k, 1.0f / (t * t * t)};
-}
 
 /// The balls of a call as numbered particles.
 struct Balls

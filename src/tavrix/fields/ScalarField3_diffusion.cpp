@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <vector>
 
+#include <tavrix/fields/detail/DiffusionStep.h>
 #include <tavrix/fields/ScalarField3.h>
 #include <tavrix/foundation/ParallelFor.h>
 
@@ -9,35 +10,6 @@ namespace tavrix
 
 namespace
 {
-
-/// The coefficients of a step, and what every new value goes through.
-template <class Value>
-struct Step
-{
-    Value a;  ///< share of the neighbours
-    Value d;  ///< share that is lost
-    Value min, max;
-
-    Value finish(Value v) const
-    {
-        v = v - v * d;
-        v = v < min ? min : v;
-        return v > max ? max : v;
-    }
-
-    /// One explicit step of a sample, given its neighbours.
-    Value diffuse(Value own, Value lowX, Value highX, Value lowY, Value highY, Value lowZ, Value highZ) const
-    {
-        const Value twice = 2 * own;
-        return finish(own + a * ((highX + lowX - twice) + (highY + lowY - twice) + (highZ + lowZ - twice)));
-    }
-
-    /// One relaxation of a sample. The lower z neighbour, which is relaxed just before, comes last.
-    Value relax(Value source, Value lowX, Value highX, Value lowY, Value highY, Value lowZ, Value highZ) const
-    {
-        return finish((a * (((lowX + highX) + (lowY + highY)) + highZ + lowZ) + source) / (6 * a + 1));
-    }
-};
 
 /// Rows of samples along z around the row to be written; beyond the grid's faces the row itself.
 template <class Value>
@@ -48,7 +20,7 @@ struct Rows
 };
 
 template <class Value>
-void diffuseRow(const Rows<Value>& rows, uint32 sizeZ, const Step<Value>& step)
+void diffuseRow(const Rows<Value>& rows, uint32 sizeZ, const detail::DiffusionStep<Value>& step)
 {
     const auto at = [&](uint32 k, uint32 low, uint32 high)
     {
@@ -81,7 +53,7 @@ public:
     {
     }
 
-    void run(const Step<Value>& step)
+    void run(const detail::DiffusionStep<Value>& step)
     {
         for (uint32 i = _begin; i < _end; ++i)
         {
@@ -98,7 +70,7 @@ private:
         return std::vector<Value>(_samples + i * _plane, _samples + (i + 1) * _plane);
     }
 
-    void diffusePlane(Value* out, const Value* next, const Step<Value>& step) const
+    void diffusePlane(Value* out, const Value* next, const detail::DiffusionStep<Value>& step) const
     {
         for (uint32 j = 0; j < _sizeY; ++j)
         {
@@ -118,8 +90,8 @@ private:
 };
 
 template <class Value, class Coord>
-void diffuseExplicitly(const GridDescription3<Coord>& grid, Value* samples, const Step<Value>& step,
-                       uint32 threadCount)
+void diffuseExplicitly(const GridDescription3<Coord>& grid, Value* samples,
+                       const detail::DiffusionStep<Value>& step, uint32 threadCount)
 {
     const uint32 workers = std::clamp(threadCount, 1u, grid.sizeX);
     std::vector<DiffusedSlab<Value>> slabs;
@@ -133,7 +105,7 @@ void diffuseExplicitly(const GridDescription3<Coord>& grid, Value* samples, cons
 /// Relaxes a few rows that follow each other in y. Each row starts one node behind the one before it, so
 /// that their nodes, each of which waits for the node before it, are computed side by side.
 template <class Value>
-void relaxRows(const Rows<Value>* rows, uint32 count, uint32 sizeZ, const Step<Value>& step)
+void relaxRows(const Rows<Value>* rows, uint32 count, uint32 sizeZ, const detail::DiffusionStep<Value>& step)
 {
     const uint32 last = sizeZ - 1;
     for (uint32 t = 0; t < sizeZ + count - 1; ++t)
@@ -149,7 +121,7 @@ void relaxRows(const Rows<Value>* rows, uint32 count, uint32 sizeZ, const Step<V
 /// One relaxation of the samples of plane i, in place and in monoindex order.
 template <class Value, class Coord>
 void relaxPlane(const GridDescription3<Coord>& grid, Value* samples, const Value* source, uint32 i,
-                const Step<Value>& step)
+                const detail::DiffusionStep<Value>& step)
 {
     constexpr uint32 group = 8;
     Rows<Value> rows[group];
@@ -175,8 +147,8 @@ void relaxPlane(const GridDescription3<Coord>& grid, Value* samples, const Value
 /// to i + 1, of which pass p - 1 has left the last one. So a step's planes are independent of each other,
 /// and the result is that of one pass after the other.
 template <class Value, class Coord>
-void diffuseImplicitly(const GridDescription3<Coord>& grid, Array<Value>& samples, const Step<Value>& step,
-                       uint32 threadCount)
+void diffuseImplicitly(const GridDescription3<Coord>& grid, Array<Value>& samples,
+                       const detail::DiffusionStep<Value>& step, uint32 threadCount)
 {
     constexpr uint32 passCount = 20;
     const Array<Value> source(samples);
@@ -204,8 +176,7 @@ void ScalarField3<Value, Coord>::diffuse_dissipate(Value timeStep, Value diffusi
                                                    Value maxValue) requires std::floating_point<Value>
 {
     if (_samples.empty()) return;
-    const auto nodes = static_cast<float>(_grid.size);
-    const Step<Value> step{timeStep * diffusion * nodes, timeStep * dissipation, minValue, maxValue};
+    const auto step = detail::diffusionStep(_grid.size, timeStep, diffusion, dissipation, minValue, maxValue);
     if (mode == Base::TX_FIELD_DIFFUSE_EXPLICIT)
         diffuseExplicitly(_grid, _samples.data(), step, threadCount);
     else if (mode == Base::TX_FIELD_DIFFUSE_IMPLICIT)

@@ -14,7 +14,8 @@ namespace detail
 class Polling;
 }
 
-/// Points sorted by the cells of a uniform grid, to find those within a distance of any place.
+/// Points sorted by the cells of a uniform grid, to find those within a distance of any place. Cells lie at
+/// whole multiples of their side, so what a query finds does not depend on points elsewhere.
 ///
 /// Built in linear time, in parallel, with the same result for every thread count; memory is linear in the
 /// points, wherever they lie: only cells with points are kept. Queries answer with runs of consecutive sorted
@@ -63,27 +64,29 @@ public:
     void findRunsOfCell(uint32 c, double radius, std::vector<Run>& runs) const;
 
 private:
-    /// A box of cells, closed, in steps from the cell of the smallest coordinates.
+    /// A box of cells, closed.
     struct CellBox
     {
         int64 low[3], high[3];
     };
 
-    int64 cellAlong(uint32 axis, double coordinate) const;
-    uint32 wrapped(uint32 axis, int64 cell) const;
-    void chooseBits(const Vector3D& extent);
+    int64 cellAlong(double coordinate) const;
+    uint64 wrapped(uint32 axis, int64 cell) const;
+    uint64 keyOf(const Vector3F& position) const;
+    void chooseBits(const Box3D& box);
     bool sortPositions(const Array<Vector3F>& positions, uint32 threadCount, detail::Polling& polling);
-    void collectCells(const Array<uint64>& sorted, detail::Polling& polling);
-    uint32 firstPointFrom(uint32 key) const;
+    void collectCells(const Array<uint64>& keys, detail::Polling& polling);
+    uint32 firstCellFrom(uint64 key, uint32 behind) const;
     void findRunsOfCells(const CellBox& box, std::vector<Run>& runs) const;
-    void appendRun(uint32 lowKey, uint32 highKey, std::vector<Run>& runs) const;
+    void findRunsInAllCells(const CellBox& box, std::vector<Run>& runs) const;
+    uint32 appendRun(uint64 lowKey, uint64 highKey, uint32 behind, std::vector<Run>& runs) const;
 
     double _cellSize;
-    Vector3D _origin{};
-    uint32 _bits[3]{};  ///< of a key, per axis; cells further apart than they can tell share keys
+    int64 _firstCell[3]{};  ///< of the smallest coordinates
+    uint32 _bits[3]{};      ///< of a key, per axis; cells further apart than they can tell share keys
     Array<uint32> _order;
     Array<float> _coordinates[3];
-    Array<uint32> _cellKeys;    ///< ascending
+    Array<uint64> _cellKeys;    ///< ascending
     Array<uint32> _cellStarts;  ///< the first point of each cell, and at the end the number of points
     uint32 _directoryShift = 0;
     Array<uint32> _directory;  ///< the first cell whose key >> shift is at least the index

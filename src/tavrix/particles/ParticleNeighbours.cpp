@@ -5,6 +5,7 @@
 
 #include <tavrix/particles/detail/ForEachCell.h>
 #include <tavrix/particles/detail/InterpolationKernel.h>
+#include <tavrix/particles/detail/NearbyPoints.h>
 
 namespace tavrix
 {
@@ -35,33 +36,6 @@ uint32 countWithin(const NeighbourGrid& grid, const std::vector<NeighbourGrid::R
     return count;
 }
 
-/// The vectors in the order of the grid's points, one array an axis.
-struct SortedValues
-{
-    Array<float> axes[3];
-
-    SortedValues(const NeighbourGrid& grid, const Array<Vector3F>& values, uint32 threadCount,
-                 detail::Polling& polling)
-    {
-        const uint32 count = grid.size();
-        for (Array<float>& axis : axes)
-        {
-            axis.resize(count + NeighbourGrid::padding);
-            std::fill_n(axis.data() + count, uint32{NeighbourGrid::padding}, 0.0f);
-        }
-        inPieces(polling, count, detail::scatteredItems, threadCount,
-                 [&](uint32, uint64 begin, uint64 end)
-                 {
-                     for (uint64 n = begin; n < end; ++n)
-                         for (uint32 axis = 0; axis < 3; ++axis)
-                         {
-                             const float value = values[grid.order()[n]][axis];
-                             axes[axis][n] = std::isfinite(value) ? value : 0.0f;
-                         }
-                 });
-    }
-};
-
 Array<Vector3F> toSingle(const Array<Vector3D>& places, detail::Polling& polling)
 {
     Array<Vector3F> single(places.size());
@@ -74,15 +48,42 @@ Array<Vector3F> toSingle(const Array<Vector3D>& places, detail::Polling& polling
     return single;
 }
 
-/// The box around the points of a run, widened on all sides.
-Box3D boxAround(const NeighbourGrid& grid, NeighbourGrid::Run run, double margin)
+/// Points near a box, and their values.
+class NearbyValues
 {
-    Box3D box = Box3D::empty();
-    for (uint32 n = run.begin; n < run.end; ++n)
-        box.extend({grid.coordinates(0)[n], grid.coordinates(1)[n], grid.coordinates(2)[n]});
-    const Vector3D m{margin, margin, margin};
-    return {box.min - m, box.max + m};
-}
+public:
+    NearbyValues(const NeighbourGrid& grid, const Array<Vector3F>& values) : _grid(&grid), _values(&values) {}
+
+    /// Collects those within the reach; false when there are none. One that is not finite counts as zero.
+    bool gather(const Box3F& box, double reach)
+    {
+        if (!_points.gather(*_grid, box, reach)) return false;
+        for (uint32 axis = 0; axis < 3; ++axis)
+        {
+            _nearby[axis].clear();
+            for (const uint32 n : _points.numbers())
+            {
+                const float value = (*_values)[_grid->order()[n]][axis];
+                _nearby[axis].push_back(std::isfinite(value) ? value : 0.0f);
+            }
+            while (_nearby[axis].size() < _points.paddedSize()) _nearby[axis].push_back(0.0f);
+        }
+        return true;
+    }
+
+    detail::PointsWithValues gathered() const
+    {
+        return {{_points.coordinates(0), _points.coordinates(1), _points.coordinates(2)},
+                {_nearby[0].data(), _nearby[1].data(), _nearby[2].data()},
+                _points.paddedSize()};
+    }
+
+private:
+    const NeighbourGrid* _grid;
+    const Array<Vector3F>* _values;
+    detail::NearbyPoints _points;
+    Array<float> _nearby[3];
+};
 
 }  // namespace
 
@@ -90,8 +91,10 @@ Array<uint32> countNeighbours(const NeighbourGrid& grid, const Array<Vector3F>& 
                               uint32 threadCount, uint32 most)
 {
     Array<uint32> counts(positions.size(), 0u);
-    const auto countInCell = [&](uint32 cell, std::vector<NeighbourGrid::Run>& runs)
+    std::vector<std::vector<NeighbourGrid::Run>> scratch(std::max(threadCount, 1u));
+    const auto countInCell = [&](uint32 worker, uint32 cell)
     {
+        std::vector<NeighbourGrid::Run>& runs = scratch[worker];
         grid.findRunsOfCell(cell, radius, runs);
         for (uint32 n = grid.cell(cell).begin; n < grid.cell(cell).end; ++n)
         {
@@ -139,24 +142,20 @@ Array<Vector3F> interpolateAtPlaces(const NeighbourGrid& grid, const Array<Vecto
         fillZero(none);
         return averages;
     }
-    const SortedValues sorted(grid, values, threadCount, polling);
-    const NeighbourGrid placeGrid(toSingle(places, polling), reach / 2, threadCount, polling);
+    const NeighbourGrid placeGrid(toSingle(places, polling), reach, threadCount, polling);
     if (polling.isStopped()) return averages;
-    const auto averageInCell = [&](uint32 cell, std::vector<NeighbourGrid::Run>& runs)
+    std::vector<NearbyValues> workers(std::max(threadCount, 1u), NearbyValues(grid, values));
+    const auto averageInCell = [&](uint32 worker, uint32 cell)
     {
         const NeighbourGrid::Run run = placeGrid.cell(cell);
-        grid.findRuns(boxAround(placeGrid, run, reach), runs);
-        if (runs.empty()) return;
-        const detail::ValueRuns source{{grid.coordinates(0), grid.coordinates(1), grid.coordinates(2)},
-                                       {sorted.axes[0].data(), sorted.axes[1].data(), sorted.axes[2].data()},
-                                       &runs.data()->begin,
-                                       static_cast<uint32>(runs.size())};
+        if (!workers[worker].gather(detail::boxAround(placeGrid, run), reach)) return;
+        const detail::PointsWithValues points = workers[worker].gathered();
         for (uint32 n = run.begin; n < run.end; ++n)
         {
             const float place[] = {placeGrid.coordinates(0)[n], placeGrid.coordinates(1)[n],
                                    placeGrid.coordinates(2)[n]};
             float average[3];
-            TX_RUN_KERNEL(averageValues, source, place, static_cast<float>(1 / reach), average);
+            TX_RUN_KERNEL(averageValues, points, place, static_cast<float>(1 / reach), average);
             averages[placeGrid.order()[n]] = {average[0], average[1], average[2]};
         }
     };

@@ -6,6 +6,7 @@
 
 #include <tavrix/fields/detail/SymmetricEigen.h>
 #include <tavrix/particles/detail/ForEachCell.h>
+#include <tavrix/particles/detail/NearbyPoints.h>
 
 namespace tavrix::detail
 {
@@ -91,43 +92,42 @@ AnisotropicKernels::AnisotropicKernels(const Array<Vector3F>& positions, const A
              });
 }
 
-/// Calls task(first, last, runs) for the sorted particles of each cell and the runs that hold their
-/// neighbours.
+/// Calls task(first, last, points) for the sorted particles of each cell and the particles near them.
 template <class Task>
 bool AnisotropicKernels::forEachNeighbourhood(Task task) const
 {
-    return forEachCell(
-        *_grid, _threadCount, _polling,
-        [&](uint32 c, std::vector<NeighbourGrid::Run>& runs)
-        {
-            const NeighbourGrid::Run cell = _grid->cell(c);
-            float reach = 0;
-            for (uint32 n = cell.begin; n < cell.end; ++n) reach = std::max(reach, reachOf(n));
-            _grid->findRunsOfCell(c, reach, runs);
-            task(cell.begin, cell.end,
-                 PointRuns{{_grid->coordinates(0), _grid->coordinates(1), _grid->coordinates(2)},
-                           &runs.data()->begin,
-                           static_cast<uint32>(runs.size())});
-        });
+    std::vector<NearbyPoints> workers(std::max(_threadCount, 1u));
+    return forEachCell(*_grid, _threadCount, _polling,
+                       [&](uint32 worker, uint32 c)
+                       {
+                           const NeighbourGrid::Run cell = _grid->cell(c);
+                           float reach = 0;
+                           for (uint32 n = cell.begin; n < cell.end; ++n) reach = std::max(reach, reachOf(n));
+                           NearbyPoints& nearby = workers[worker];
+                           nearby.gather(*_grid, boxAround(*_grid, cell), reach);
+                           task(cell.begin, cell.end,
+                                Points{{nearby.coordinates(0), nearby.coordinates(1), nearby.coordinates(2)},
+                                       nearby.paddedSize()});
+                       });
 }
 
 bool AnisotropicKernels::measureNeighbourhoods()
 {
     if (!_polling.goOn()) return false;
     if (_positions.empty()) return true;
-    const double cellSize = double{medianOf(_radii, _polling)} * _settings.neighbourReach / 2;
+    const double cellSize = double{medianOf(_radii, _polling)} * _settings.neighbourReach;
     if (_polling.isStopped()) return false;
     _grid.emplace(_positions, cellSize, _threadCount, _polling);
     if (_polling.isStopped()) return false;
     _moments.resize(_grid->size());
     return forEachNeighbourhood(
-        [&](uint32 first, uint32 last, const PointRuns& runs)
+        [&](uint32 first, uint32 last, const Points& points)
         {
             for (uint32 n = first; n < last; ++n)
             {
-                const float place[] = {runs.coordinates[0][n], runs.coordinates[1][n],
-                                       runs.coordinates[2][n]};
-                _moments[n] = TX_RUN_KERNEL(sumNeighbours, runs, place, 1 / reachOf(n));
+                const float place[] = {_grid->coordinates(0)[n], _grid->coordinates(1)[n],
+                                       _grid->coordinates(2)[n]};
+                _moments[n] = TX_RUN_KERNEL(sumNeighbours, points, place, 1 / reachOf(n));
             }
         });
 }
@@ -162,12 +162,12 @@ Ellipsoid AnisotropicKernels::fitShape(uint32 sorted) const
 }
 
 /// Moves a centre towards the mean of the particles in the ellipsoid, which is widened to the neighbourhood.
-void AnisotropicKernels::moveCenter(Ellipsoid& e, const PointRuns& runs) const
+void AnisotropicKernels::moveCenter(Ellipsoid& e, const Points& points) const
 {
     const float s = 4 / (_settings.neighbourReach * _settings.neighbourReach);
     const SymmetricMatrix form = {s * e.xx, s * e.xy, s * e.xz, s * e.yy, s * e.yz, s * e.zz};
     const float place[] = {e.x, e.y, e.z};
-    const MeanOffset mean = TX_RUN_KERNEL(meanOfNeighbours, runs, place, form);
+    const MeanOffset mean = TX_RUN_KERNEL(meanOfNeighbours, points, place, form);
     if (!std::isfinite(mean.x + mean.y + mean.z)) return;
     e.x += _settings.smoothing * mean.x;
     e.y += _settings.smoothing * mean.y;
@@ -179,12 +179,12 @@ bool AnisotropicKernels::fitEllipsoids()
     _ellipsoids.resize(_moments.size());
     if (_ellipsoids.empty()) return _polling.goOn();
     return forEachNeighbourhood(
-        [&](uint32 first, uint32 last, const PointRuns& runs)
+        [&](uint32 first, uint32 last, const Points& points)
         {
             for (uint32 n = first; n < last; ++n)
             {
                 _ellipsoids[n] = fitShape(n);
-                if (_settings.smoothing > 0) moveCenter(_ellipsoids[n], runs);
+                if (_settings.smoothing > 0) moveCenter(_ellipsoids[n], points);
             }
         });
 }

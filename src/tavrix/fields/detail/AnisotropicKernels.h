@@ -37,6 +37,7 @@ public:
     bool fitBoxes();
 
     const Array<Ellipsoid>& ellipsoids() const { return _ellipsoids; }
+    Array<Ellipsoid> takeEllipsoids() { return std::move(_ellipsoids); }
 
 private:
     template <class Task>
@@ -44,7 +45,7 @@ private:
     float reachOf(uint32 sorted) const { return _settings.neighbourReach * radiusOf(sorted); }
     float radiusOf(uint32 sorted) const { return _radii[_grid->order()[sorted]]; }
     Ellipsoid fitShape(uint32 sorted) const;
-    void moveCenter(Ellipsoid& ellipsoid, const PointRuns& runs) const;
+    void moveCenter(Ellipsoid& ellipsoid, const Points& points) const;
 
     AnisotropySettings _settings;
     uint32 _threadCount;

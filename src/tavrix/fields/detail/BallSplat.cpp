@@ -13,7 +13,7 @@ bool BallKernel::isUsable(const Particle& particle) const
     return particle.r > 0 && R > 0 && std::isfinite(R * R);
 }
 
-double BallKernel::nodesReached(const LatticeNodes& lattice, const Particle& particle, uint32) const
+double BallKernel::nodesReached(const LatticeSteps& lattice, const Particle& particle, uint32) const
 {
     return double{particle.r * reach} / lattice.largestSeparation;
 }

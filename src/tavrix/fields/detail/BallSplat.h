@@ -6,7 +6,7 @@
 namespace tavrix::detail
 {
 
-struct LatticeNodes;
+struct LatticeSteps;
 
 /// Centre and radius.
 struct Particle
@@ -28,12 +28,23 @@ struct BallKernel
     /// Whether the radius is above 0 and the square of its reach finite.
     bool isUsable(const Particle& particle) const;
     /// Lattice nodes along an axis between the particle and the end of its reach.
-    double nodesReached(const LatticeNodes& lattice, const Particle& particle, uint32 axis) const;
+    double nodesReached(const LatticeSteps& lattice, const Particle& particle, uint32 axis) const;
     /// Adds the particles to the target, in their order. The particles are usable, and no further from the
     /// lattice than they reach.
     template <class Value>
     void splat(const SplatTarget<Value>& target, const Particle* particles, std::size_t count) const;
 };
+
+/// 1 at the particle, 0 at twice its radius.
+inline constexpr BallKernel distanceKernel{SplatMerge::Maximum, 2.0f, 1.0f};
+
+/// 1 at the particle's radius, 0 at k times its radius.
+inline BallKernel metaballKernel(float influence)
+{
+    const float k = influence * 3.8f / 100.0f + 1.2f;
+    const float t = 1.0f - (1.0f / k) * (1.0f / k);
+    return {SplatMerge::Sum, k, 1.0f / (t * t * t)};
+}
 
 TX_DECLARE_KERNEL(template <class Value> void splat(const SplatTarget<Value>& target,
                                                     const BallKernel& kernel, const Particle* particles,

@@ -36,6 +36,16 @@ inline void splatLanes(Value* __restrict samples, const double* __restrict zPart
     }
 }
 
+/// Leaves out the nodes at the ends of the range that lie beyond the reach: along z that often saves a group
+/// of lanes.
+inline void trim(NodeRange& range, const double* nodes, double center, double squaredReach)
+{
+    const auto isBeyond = [&](uint32 node)
+    { return (nodes[node] - center) * (nodes[node] - center) > squaredReach; };
+    while (!range.isEmpty() && isBeyond(range.low)) ++range.low;
+    while (!range.isEmpty() && isBeyond(range.high - 1)) --range.high;
+}
+
 /// The squares of the offsets in z from the centre of the nodes in the range, and far ones on either side.
 template <class Value>
 inline double* squaresAlongZ(const SplatTarget<Value>& target, NodeRange range, double center)
@@ -85,19 +95,25 @@ inline void splatParticle(const SplatTarget<Value>& target, const BallKernel& ke
     NodeRange range[3];
     for (uint32 axis = 0; axis < 3; ++axis)
     {
-        const double cell = (center[axis] - target.nodes[axis][0]) * target.reciprocal[axis];
-        const double first = floorOf(cell) - reachInNodes;
+        const double cell = (center[axis] - target.origin[axis]) * target.reciprocal[axis];
+        const double first = floorOf(cell) - target.firstNode[axis] - reachInNodes;
         range[axis] =
             NodeRange::between(first, first + 2 * reachInNodes + 1, target.low[axis], target.high[axis]);
+        if (range[axis].isEmpty()) return;
+    }
+    const float squaredReach = reach * reach;
+    for (uint32 axis = 0; axis < (merge == SplatMerge::Depth ? 2 : 3); ++axis)
+    {
+        trim(range[axis], target.nodes[axis], center[axis], squaredReach);
         if (range[axis].isEmpty()) return;
     }
     const RowPart part = RowPart::covering(range[2], target.rowStart[2], target.rowLength);
     const double* squares = squaresAlongZ(target, range[2], center[2]) + part.skipped;
     const float scale = merge == SplatMerge::Depth ? reach : kernel.scale;
     if (part.isInGroups())
-        splatRows<merge, lanes>(target, particle, reach * reach, scale, range, part, squares);
+        splatRows<merge, lanes>(target, particle, squaredReach, scale, range, part, squares);
     else
-        splatRows<merge, 1>(target, particle, reach * reach, scale, range, part, squares);
+        splatRows<merge, 1>(target, particle, squaredReach, scale, range, part, squares);
 }
 
 template <SplatMerge merge, class Value>

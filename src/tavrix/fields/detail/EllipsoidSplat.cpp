@@ -31,7 +31,7 @@ bool EllipsoidKernel::isUsable(const Ellipsoid& e) const
     return e.amplitude != 0 && e.xx > 0 && e.yy > 0 && e.zz > 0;
 }
 
-double EllipsoidKernel::nodesReached(const LatticeNodes& lattice, const Ellipsoid& ellipsoid,
+double EllipsoidKernel::nodesReached(const LatticeSteps& lattice, const Ellipsoid& ellipsoid,
                                      uint32 axis) const
 {
     return ellipsoid.extent[axis] * lattice.reciprocal[axis];

@@ -6,7 +6,7 @@
 namespace tavrix::detail
 {
 
-struct LatticeNodes;
+struct LatticeSteps;
 
 /// A kernel amplitude (1 - q)^3, where the quadratic form q of the offset from the centre is below 1, and 0
 /// elsewhere. `extent` is half the size of the box around that ellipsoid.
@@ -33,7 +33,7 @@ struct EllipsoidKernel
     /// Whether the amplitude is a number other than 0, and all others are finite, the extents above 0.
     bool isUsable(const Ellipsoid& ellipsoid) const;
     /// Lattice nodes along an axis between the centre and the end of the extent.
-    double nodesReached(const LatticeNodes& lattice, const Ellipsoid& ellipsoid, uint32 axis) const;
+    double nodesReached(const LatticeSteps& lattice, const Ellipsoid& ellipsoid, uint32 axis) const;
     /// Adds the ellipsoids to the target, in their order. They are usable, and no further from the lattice
     /// than they reach.
     template <class Value>

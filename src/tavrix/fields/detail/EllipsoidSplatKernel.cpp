@@ -37,11 +37,12 @@ inline void splatLanes(Value* __restrict samples, const float* __restrict offset
 template <class Value>
 inline NodeRange nodesOf(const SplatTarget<Value>& target, const Ellipsoid& e, uint32 axis, double center)
 {
-    const double cell = (center - target.nodes[axis][0]) * target.reciprocal[axis];
+    const double cell = (center - target.origin[axis]) * target.reciprocal[axis];
     const double steps = e.extent[axis] * target.reciprocal[axis];
     const double reach = steps < maxReachInNodes ? steps : maxReachInNodes;
-    return NodeRange::between(floorOf(cell - reach), floorOf(cell + reach) + 1, target.low[axis],
-                              target.high[axis]);
+    const double first = floorOf(cell - reach) - target.firstNode[axis];
+    const double last = floorOf(cell + reach) - target.firstNode[axis];
+    return NodeRange::between(first, last + 1, target.low[axis], target.high[axis]);
 }
 
 /// The offsets in z from the centre of the nodes in the range, and far ones on either side.

@@ -4,8 +4,9 @@ namespace tavrix::detail
 {
 
 template <class Coord>
-LatticeNodes::LatticeNodes(const GridDescription3<Coord>& grid) : largestSeparation(grid.largestSeparation)
+LatticeNodes::LatticeNodes(const GridDescription3<Coord>& grid)
 {
+    largestSeparation = grid.largestSeparation;
     for (uint32 axis = 0; axis < 3; ++axis)
     {
         size[axis] = grid.sizeAlong(axis);

@@ -10,13 +10,18 @@
 namespace tavrix::detail
 {
 
+/// The distances of neighbouring nodes: one over each, and the largest.
+struct LatticeSteps
+{
+    double reciprocal[3];
+    double largestSeparation;
+};
+
 /// The nodes of a grid as the particle kernels need them, in double precision whatever the grid's own.
-struct LatticeNodes
+struct LatticeNodes : LatticeSteps
 {
     uint32 size[3];
     Array<double> nodes[3];  ///< coordinates per axis
-    double reciprocal[3];
-    double largestSeparation;
 
     template <class Coord>
     explicit LatticeNodes(const GridDescription3<Coord>& grid);

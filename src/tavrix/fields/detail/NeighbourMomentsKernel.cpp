@@ -6,15 +6,14 @@ namespace tavrix::detail::TX_KERNEL
 {
 
 inline void addMoments(float (*__restrict sums)[lanes], const float* __restrict x, const float* __restrict y,
-                       const float* __restrict z, const float* __restrict atLeast, const float (&place)[3],
-                       float scale)
+                       const float* __restrict z, const float (&place)[3], float scale)
 {
     for (uint32 n = 0; n < lanes; ++n)
     {
         const float dx = (x[n] - place[0]) * scale;
         const float dy = (y[n] - place[1]) * scale;
         const float dz = (z[n] - place[2]) * scale;
-        const float q = limited(dx * dx + dy * dy + dz * dz, atLeast[n]);
+        const float q = limited(dx * dx + dy * dy + dz * dz);
         const float w = 1.0f - q * sqrtf(q);
         const float wx = w * dx, wy = w * dy, wz = w * dz;
         sums[0][n] += w;
@@ -30,13 +29,12 @@ inline void addMoments(float (*__restrict sums)[lanes], const float* __restrict 
     }
 }
 
-NeighbourMoments sumNeighbours(const PointRuns& runs, const float (&place)[3], float reciprocalReach)
+NeighbourMoments sumNeighbours(const Points& points, const float (&place)[3], float reciprocalReach)
 {
     float sums[10][lanes] = {};
-    const float *x = runs.coordinates[0], *y = runs.coordinates[1], *z = runs.coordinates[2];
-    forEachEight(runs.bounds, runs.count,
-                 [&](uint32 n, const float* atLeast)
-                 { addMoments(sums, x + n, y + n, z + n, atLeast, place, reciprocalReach); });
+    const float *x = points.coordinates[0], *y = points.coordinates[1], *z = points.coordinates[2];
+    for (uint32 n = 0; n < points.count; n += lanes)
+        addMoments(sums, x + n, y + n, z + n, place, reciprocalReach);
     NeighbourMoments m;
     m.weight = sumOf(sums[0]);
     for (uint32 n = 0; n < 3; ++n) m.first[n] = sumOf(sums[1 + n]);
@@ -45,15 +43,14 @@ NeighbourMoments sumNeighbours(const PointRuns& runs, const float (&place)[3], f
 }
 
 inline void addOffsets(float (*__restrict sums)[lanes], const float* __restrict x, const float* __restrict y,
-                       const float* __restrict z, const float* __restrict atLeast, const float (&place)[3],
-                       const SymmetricMatrix& f)
+                       const float* __restrict z, const float (&place)[3], const SymmetricMatrix& f)
 {
     for (uint32 n = 0; n < lanes; ++n)
     {
         const float dx = x[n] - place[0], dy = y[n] - place[1], dz = z[n] - place[2];
         const float square = (f[0] * dx + 2.0f * (f[1] * dy + f[2] * dz)) * dx +
                              (f[3] * dy + 2.0f * f[4] * dz) * dy + f[5] * dz * dz;
-        const float q = limited(square, atLeast[n]);
+        const float q = limited(square);
         const float w = 1.0f - q * sqrtf(q);
         sums[0][n] += w;
         sums[1][n] += w * dx;
@@ -62,13 +59,11 @@ inline void addOffsets(float (*__restrict sums)[lanes], const float* __restrict 
     }
 }
 
-MeanOffset meanOfNeighbours(const PointRuns& runs, const float (&place)[3], const SymmetricMatrix& form)
+MeanOffset meanOfNeighbours(const Points& points, const float (&place)[3], const SymmetricMatrix& form)
 {
     float sums[4][lanes] = {};
-    const float *x = runs.coordinates[0], *y = runs.coordinates[1], *z = runs.coordinates[2];
-    forEachEight(runs.bounds, runs.count,
-                 [&](uint32 n, const float* atLeast)
-                 { addOffsets(sums, x + n, y + n, z + n, atLeast, place, form); });
+    const float *x = points.coordinates[0], *y = points.coordinates[1], *z = points.coordinates[2];
+    for (uint32 n = 0; n < points.count; n += lanes) addOffsets(sums, x + n, y + n, z + n, place, form);
     const float weight = sumOf(sums[0]);
     return {sumOf(sums[1]) / weight, sumOf(sums[2]) / weight, sumOf(sums[3]) / weight};
 }

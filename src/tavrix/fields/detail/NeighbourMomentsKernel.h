@@ -9,12 +9,10 @@ namespace tavrix::detail
 /// A symmetric 3 x 3 matrix: xx, xy, xz, yy, yz, zz.
 using SymmetricMatrix = float[6];
 
-/// Sorted points, and runs of them, begin and end by turns. Eight numbers behind the end of each run are
-/// readable.
-struct PointRuns
+/// Points, one array an axis; their number is a multiple of eight. Coordinates are finite.
+struct Points
 {
     const float* coordinates[3];
-    const uint32* bounds;
     uint32 count;
 };
 
@@ -34,9 +32,9 @@ struct MeanOffset
 
 /// sumNeighbours computes the moments of the points around a place; meanOfNeighbours the mean offset of the
 /// points d with q = d^T F d below 1 from a place, weighted by 1 - q^(3/2).
-TX_DECLARE_KERNEL(NeighbourMoments sumNeighbours(const PointRuns& runs, const float (&place)[3],
+TX_DECLARE_KERNEL(NeighbourMoments sumNeighbours(const Points& points, const float (&place)[3],
                                                  float reciprocalReach);
-                  MeanOffset meanOfNeighbours(const PointRuns& runs, const float (&place)[3],
+                  MeanOffset meanOfNeighbours(const Points& points, const float (&place)[3],
                                               const SymmetricMatrix& form);)
 
 }  // namespace tavrix::detail

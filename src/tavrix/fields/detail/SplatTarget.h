@@ -29,7 +29,10 @@ struct SplatTarget
     std::size_t strideX, strideY;
     uint32 low[3], high[3];  ///< the nodes that may change, half open, all stored
     const double* nodes[3];  ///< coordinates of all lattice nodes, per axis
-    double reciprocal[3];    ///< 1 / separation, per axis
+    /// The cell of a place along an axis is floor((place - origin) reciprocal) - firstNode: as a lattice of
+    /// many targets has them, so that a place has the same cell in all.
+    double origin[3], firstNode[3];
+    double reciprocal[3];  ///< 1 / separation, per axis
     double largestSeparation;
     double* scratch;  ///< room for rowLength + 16 numbers
 };

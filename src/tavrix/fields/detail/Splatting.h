@@ -134,6 +134,7 @@ void splatIntoSlab(const Splatting<Kernel>& s, const std::vector<ParticleGroup>&
             target.low[axis] = std::max(group.nodes.low[axis], axis == 0 ? low : block.nodes.low[axis]);
             target.high[axis] = std::min(group.nodes.high[axis], axis == 0 ? high : block.nodes.high[axis]);
             target.nodes[axis] = s.lattice.nodes[axis].data();
+            target.origin[axis] = s.lattice.nodes[axis][0];
             target.reciprocal[axis] = s.lattice.reciprocal[axis];
         }
         target.largestSeparation = s.lattice.largestSeparation;

@@ -11,15 +11,14 @@ struct Eight
     const float *x, *y, *z, *a, *b, *c;
 };
 
-inline void addValues(float (*__restrict sums)[lanes], const Eight& p, const float* __restrict atLeast,
-                      const float (&place)[3], float scale)
+inline void addValues(float (*__restrict sums)[lanes], const Eight& p, const float (&place)[3], float scale)
 {
     for (uint32 n = 0; n < lanes; ++n)
     {
         const float dx = (p.x[n] - place[0]) * scale;
         const float dy = (p.y[n] - place[1]) * scale;
         const float dz = (p.z[n] - place[2]) * scale;
-        const float t = 1.0f - limited(dx * dx + dy * dy + dz * dz, atLeast[n]);
+        const float t = 1.0f - limited(dx * dx + dy * dy + dz * dz);
         const float w = t * t * t;
         sums[0][n] += w;
         sums[1][n] += w * p.a[n];
@@ -28,16 +27,14 @@ inline void addValues(float (*__restrict sums)[lanes], const Eight& p, const flo
     }
 }
 
-void averageValues(const ValueRuns& runs, const float (&place)[3], float reciprocalReach, float (&average)[3])
+void averageValues(const PointsWithValues& points, const float (&place)[3], float reciprocalReach,
+                   float (&average)[3])
 {
     float sums[4][lanes] = {};
-    const float *x = runs.coordinates[0], *y = runs.coordinates[1], *z = runs.coordinates[2];
-    const float *a = runs.values[0], *b = runs.values[1], *c = runs.values[2];
-    forEachEight(
-        runs.bounds, runs.count,
-        [&](uint32 n, const float* atLeast) {
-            addValues(sums, {x + n, y + n, z + n, a + n, b + n, c + n}, atLeast, place, reciprocalReach);
-        });
+    const float *x = points.coordinates[0], *y = points.coordinates[1], *z = points.coordinates[2];
+    const float *a = points.values[0], *b = points.values[1], *c = points.values[2];
+    for (uint32 n = 0; n < points.count; n += lanes)
+        addValues(sums, {x + n, y + n, z + n, a + n, b + n, c + n}, place, reciprocalReach);
     const float weight = sumOf(sums[0]);
     for (uint32 axis = 0; axis < 3; ++axis)
         average[axis] = weight > 0.0f ? sumOf(sums[1 + axis]) / weight : 0.0f;
