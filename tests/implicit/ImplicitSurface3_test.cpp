@@ -225,6 +225,49 @@ TEST(ImplicitSurface3Sparse, AnswersAsTheRegularSurface)
     expectSameQueries(regular, copy);
 }
 
+TEST(ImplicitSurface3Sparse, ExtractionLooksAtHeldRowsAloneAndFindsWhatTheRegularSurfaceHas)
+{
+    constexpr Index3 size{9, 12, 150};
+    std::mt19937 random(5);
+    ImplicitSurface3Sparse<float> sparse;
+    sparse.reset(size.a, size.b, size.c, 1.0);
+    sparse.getDefaultValue() = 10;
+    for (const Index3& at : {Index3{0, 0, 0}, {6, 9, 147}, {3, 5, 61}, {4, 2, 126}, {8, 11, 0}})
+        for (uint32 n = 0; n < 27; ++n)
+        {
+            const Index3 node{at.a + n / 9, at.b + n / 3 % 3, at.c + n % 3};
+            const bool isInside = node.a < size.a && node.b < size.b && node.c < size.c;
+            if (isInside && random() % 4 != 0)
+                sparse.set(sparse.getField().getGrid().getMonoindex(node.a, node.b, node.c),
+                           static_cast<float>(random() % 9));
+        }
+    for (const float farValue : {10.0f, 4.0f, 2.0f})  // on either side of the threshold, and on it
+    {
+        sparse.getDefaultValue() = farValue;
+        sparse.getThreshold() = 4;
+        Regular<float> regular;
+        regular.reset(size.a, size.b, size.c, 1.0);
+        regular.getThreshold() = 4;
+        for (uint32 m = 0; m < regular.getArraySize(); ++m) regular.set(m, sparse.get(m));
+        for (const uint32 threads : {1u, 2u, 3u, 50u})
+            for (const uint32 margin : {0u, 1u, 3u})
+            {
+                Mesh meshes[2];
+                Array<GridEdgeKey> edges[2];
+                const auto extract = [&](const auto& surface, uint32 n)
+                {
+                    return IsosurfaceExtractor3::extractMesh(surface, meshes[n], margin, 0, 0, margin, margin,
+                                                             1, edges[n], threads, nullptr, false);
+                };
+                EXPECT_GT(extract(regular, 0), 30u);
+                extract(sparse, 1);
+                EXPECT_EQ(edges[0], edges[1]) << farValue << ", threads " << threads;
+                EXPECT_EQ(meshes[0].pos(), meshes[1].pos());
+                EXPECT_EQ(meshes[0].trindexPos(), meshes[1].trindexPos());
+            }
+    }
+}
+
 TEST(ImplicitSurface3Sparse, HoldsWhatIsBelowTheDefaultValue)
 {
     ImplicitSurface3Sparse<double> sparse;

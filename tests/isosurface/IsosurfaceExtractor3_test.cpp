@@ -189,6 +189,53 @@ TEST(IsosurfaceExtractor3, MarginsAndBoxesSelectCells)
 }
 
 // With all 256 cases of a cell.
+TEST(IsosurfaceExtractor3, TiledFieldsGiveWhatDenseFieldsGive)
+{
+    std::mt19937 engine(8);
+    const auto random = [&] { return static_cast<uint32>(engine()); };
+    for (uint32 n = 0; n < 120; ++n)
+    {
+        const uint32 size[] = {2 + random() % 20, 2 + random() % 20, 2 + random() % 20};
+        ScalarField3_SG<float, double> tiled;
+        tiled.reset(size[0], size[1], size[2], Vector3D{0.5, 0.75, 1.25}, 2 + random() % 8);
+        tiled.moveTo({0.1, 3, -2});
+        tiled.setDefaultValue(n % 3 == 0 ? 0.7f : -0.2f);  // inside, outside
+        const Index3 center{random() % size[0], random() % size[1], random() % size[2]};
+        if (n % 5 == 0)  // a layer that no stored tile before it shares
+            tiled.refTile_alloc(tiled.getTileSize() - 1)[0] = 0.9f;
+        else
+            for (uint32 m = random() % 400; m > 0; --m)
+                tiled.set((center.a + random() % 5) % size[0], (center.b + random() % 5) % size[1],
+                          (center.c + random() % 5) % size[2],
+                          static_cast<float>(random() % 2001) / 1000 - 1);
+        Field dense;
+        dense.reset(size[0], size[1], size[2], Vector3D{0.5, 0.75, 1.25});
+        dense.moveTo({0.1, 3, -2});
+        for (uint32 m = 0; m < dense.size(); ++m) dense.set(m, tiled.get(m));
+
+        const uint32 threads = n % 4 == 0 ? 1 + random() % 700 : 1 + random() % 3;
+        const uint32 margin = random() % 2;
+        Mesh expected, mesh;
+        Array<GridEdgeKey> expectedEdges, edges;
+        const bool cleanUp = n % 2 == 0;
+        const auto count = Extractor::extractMesh(dense, expected, 0.1f, margin, 0, 0, margin, 0, 0,
+                                                  expectedEdges, threads, nullptr, cleanUp);
+        EXPECT_EQ(Extractor::extractMesh(tiled, mesh, 0.1f, margin, 0, 0, margin, 0, 0, edges, threads,
+                                         nullptr, cleanUp),
+                  count);
+        EXPECT_EQ(mesh.pos(), expected.pos());
+        EXPECT_EQ(mesh.trindexPos(), expected.trindexPos());
+        EXPECT_EQ(mesh.trindexNor(), expected.trindexNor());
+        EXPECT_EQ(edges, expectedEdges);
+
+        const Box3D box{{-1, 1, -5}, {2, 5, 3}};
+        Mesh expectedInBox, inBox;
+        EXPECT_EQ(Extractor::extractMesh(tiled, inBox, 0.1f, box, threads, nullptr, cleanUp),
+                  Extractor::extractMesh(dense, expectedInBox, 0.1f, box, threads, nullptr, cleanUp));
+        EXPECT_EQ(inBox.trindexPos(), expectedInBox.trindexPos());
+    }
+}
+
 TEST(IsosurfaceExtractor3, SurfacesCloseAndAreOrientedForEveryThreadCount)
 {
     const Field field = closedNoise(28, 0);

@@ -1,7 +1,7 @@
 // The extraction of level-set surfaces, declared with all others in IsosurfaceExtractor3: the extractor does
 // not know how surfaces store their samples.
 
-#include <tavrix/implicit/detail/SparseField.h>
+#include <tavrix/implicit/detail/SparseSource.h>
 #include <tavrix/implicit/ImplicitSurface3Regular.h>
 #include <tavrix/implicit/ImplicitSurface3Sparse.h>
 #include <tavrix/isosurface/detail/SurfaceExtraction.h>
@@ -12,52 +12,6 @@ namespace tavrix
 
 namespace
 {
-
-/// The held samples of a sparse field, and the default value elsewhere.
-template <class T>
-class SparseSource
-{
-public:
-    static constexpr bool hasNormals = false;
-
-    SparseSource(const detail::SparseField<T>& field, T threshold)
-        : _field(field), _points(field.getGrid()), _threshold(threshold)
-    {
-    }
-
-    const GridDescription3<double>& grid() const { return _field.getGrid(); }
-
-    void classify(uint32 i, uint32 j, uint64* bits) const
-    {
-        const uint32 sizeZ = grid().sizeZ;
-        const bool farBit = _field.getDefaultValue() >= _threshold;
-        for (uint32 w = 0; w <= sizeZ / 64; ++w) bits[w] = 0;
-        if (farBit)
-            for (uint32 k = 0; k < sizeZ; ++k) bits[k / 64] |= uint64{1} << k % 64;
-        const auto row = _field.row(i, j);
-        for (uint32 n = row.begin; n < row.end; ++n)
-        {
-            const uint32 k = _field.indexInRow(n);
-            if ((_field.values()[n] >= _threshold) != farBit) bits[k / 64] ^= uint64{1} << k % 64;
-        }
-    }
-
-    void prefetch(const GridEdgeKey&) const {}
-
-    Vector3D vertex(const GridEdgeKey& key) const
-    {
-        Index3 node = grid().getIndexes(key.a);
-        const auto low = static_cast<double>(_field.get(node));
-        ++node[key.b];
-        const auto high = static_cast<double>(_field.get(node));
-        return _points(key, (static_cast<double>(_threshold) - low) / (high - low));
-    }
-
-private:
-    const detail::SparseField<T>& _field;
-    detail::EdgePoints _points;
-    T _threshold;
-};
 
 template <class T>
 unsigned long extract(const ImplicitSurface3Regular<T>& surface, Mesh& mesh,
@@ -73,8 +27,8 @@ unsigned long extract(const ImplicitSurface3Sparse<T>& surface, Mesh& mesh,
                       const detail::ExtractionOptions& options, Array<GridEdgeKey>* vertexEdges)
 {
     const auto& field = static_cast<const detail::SparseField<T>&>(surface.getField());
-    return detail::extractSurface(SparseSource<T>(field, surface.getThreshold()), options, mesh, vertexEdges,
-                                  [](uint64) {});
+    return detail::extractSurface(detail::SparseSource<T>(field, surface.getThreshold()), options, mesh,
+                                  vertexEdges, [](uint64) {});
 }
 
 }  // namespace

@@ -21,9 +21,10 @@ class SparseField;
 ///
 /// Nodes that are not held read as the default value. A node costs its sample and four bytes, a row along z
 /// four bytes; reading one takes a binary search among the held nodes of its row. Copies are deep. Queries
-/// and extraction give what the regular surface with the same samples gives. Writing the default value
-/// through getDefaultValue changes what later `set`s hold and what nodes read that are not held; held nodes
-/// stay.
+/// and extraction give what the regular surface with the same samples gives; extraction looks only at the
+/// rows that hold nodes and those next to them, so that it takes time and memory for these and for the faces
+/// that it makes, and a look at every row, whatever the number of nodes. Writing the default value through
+/// getDefaultValue changes what later `set`s hold and what nodes read that are not held; held nodes stay.
 template <class T>
 class ImplicitSurface3Sparse : public ImplicitSurface3StrategyInterface<T>
 {

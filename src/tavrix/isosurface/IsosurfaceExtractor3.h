@@ -3,6 +3,7 @@
 #include <type_traits>
 
 #include <tavrix/fields/ScalarField3.h>
+#include <tavrix/fields/ScalarField3_SG.h>
 #include <tavrix/foundation/Array.h>
 #include <tavrix/foundation/Box3.h>
 #include <tavrix/foundation/Tuple.h>
@@ -76,6 +77,40 @@ public:
                                      Array<GridEdgeKey>& vertexEdges, bool cleanUp);
     template <class T>
     static unsigned long extractMesh(const ScalarField3<T, double>& field, Mesh& mesh,
+                                     const std::type_identity_t<T>& threshold, uint32 xLow, uint32 xHigh,
+                                     uint32 yLow, uint32 yHigh, uint32 zLow, uint32 zHigh, bool cleanUp);
+    /// @}
+
+    /// The same from a tiled field, with the result of the dense field that has its samples: linear in the
+    /// tiles that are stored, besides a look at the table of all.
+    /// @{
+    template <class T>
+    static unsigned long extractMesh(const ScalarField3_SG<T, double>& field, Mesh& mesh,
+                                     const std::type_identity_t<T>& threshold, const Box3<double>& box,
+                                     Array<GridEdgeKey>& vertexEdges, uint32 threadCount,
+                                     CancelCallback callback, bool cleanUp);
+    template <class T>
+    static unsigned long extractMesh(const ScalarField3_SG<T, double>& field, Mesh& mesh,
+                                     const std::type_identity_t<T>& threshold, const Box3<double>& box,
+                                     uint32 threadCount, CancelCallback callback, bool cleanUp);
+    template <class T>
+    static unsigned long extractMesh(const ScalarField3_SG<T, double>& field, Mesh& mesh,
+                                     const std::type_identity_t<T>& threshold, uint32 xLow, uint32 xHigh,
+                                     uint32 yLow, uint32 yHigh, uint32 zLow, uint32 zHigh,
+                                     Array<GridEdgeKey>& vertexEdges, uint32 threadCount,
+                                     CancelCallback callback, bool cleanUp);
+    template <class T>
+    static unsigned long extractMesh(const ScalarField3_SG<T, double>& field, Mesh& mesh,
+                                     const std::type_identity_t<T>& threshold, uint32 xLow, uint32 xHigh,
+                                     uint32 yLow, uint32 yHigh, uint32 zLow, uint32 zHigh, uint32 threadCount,
+                                     CancelCallback callback, bool cleanUp);
+    template <class T>
+    static unsigned long extractMesh(const ScalarField3_SG<T, double>& field, Mesh& mesh,
+                                     const std::type_identity_t<T>& threshold, uint32 xLow, uint32 xHigh,
+                                     uint32 yLow, uint32 yHigh, uint32 zLow, uint32 zHigh,
+                                     Array<GridEdgeKey>& vertexEdges, bool cleanUp);
+    template <class T>
+    static unsigned long extractMesh(const ScalarField3_SG<T, double>& field, Mesh& mesh,
                                      const std::type_identity_t<T>& threshold, uint32 xLow, uint32 xHigh,
                                      uint32 yLow, uint32 yHigh, uint32 zLow, uint32 zHigh, bool cleanUp);
     /// @}

@@ -1,79 +1,17 @@
 #include <tavrix/isosurface/detail/MarchingCubes.h>
 
 #include <algorithm>
-#include <bit>
+#include <memory>
 #include <vector>
 
-#include <tavrix/foundation/detail/BucketSort.h>
-#include <tavrix/foundation/Divisor.h>
-#include <tavrix/isosurface/detail/MarchingCubesTable.h>
+#include <tavrix/isosurface/detail/EdgeOwners.h>
+#include <tavrix/isosurface/detail/VertexOrder.h>
 
 namespace tavrix::detail
 {
 
 namespace
 {
-
-/// Calls visit(k, case index) for every cell of the column (i, j), low <= k < high, that the surface crosses.
-template <class Visit>
-void forEachCrossedCell(const SignRows& signs, uint32 i, uint32 j, uint32 low, uint32 high, Visit visit)
-{
-    const uint64* rows[4] = {signs.row(i, j), signs.row(i + 1, j), signs.row(i + 1, j + 1),
-                             signs.row(i, j + 1)};
-    for (uint32 w = low / 64; w <= (high - 1) / 64; ++w)
-    {
-        uint64 near[4], far[4];
-        uint64 any = 0, all = ~uint64{0};
-        for (uint32 r = 0; r < 4; ++r)
-        {
-            const uint64 next = w + 1 < signs.wordsPerRow() ? rows[r][w + 1] : 0;
-            near[r] = rows[r][w];
-            far[r] = near[r] >> 1 | next << 63;
-            any |= near[r] | far[r];
-            all &= near[r] & far[r];
-        }
-        uint64 crossed = any & ~all;
-        if (w == low / 64) crossed &= ~uint64{0} << (low % 64);
-        if (w == high / 64) crossed &= (uint64{1} << (high % 64)) - 1;
-        for (; crossed != 0; crossed &= crossed - 1)
-        {
-            const auto bit = static_cast<uint32>(std::countr_zero(crossed));
-            uint64 index = 0;
-            for (uint32 r = 0; r < 4; ++r)
-                index |= (near[r] >> bit & 1) << r | (far[r] >> bit & 1) << (r + 4);
-            visit(w * 64 + bit, static_cast<uint32>(index));
-        }
-    }
-}
-
-/// For each of the eight combinations "first cell along x, y, z" (bits 0, 1, 2), the edges that a cell owns:
-/// those that no earlier cell shares, which lie on the far side, or on the range's low border, of both axes
-/// across them.
-constexpr std::array<uint16, 8> ownedEdges = []
-{
-    std::array<uint16, 8> masks{};
-    for (uint32 first = 0; first < 8; ++first)
-        for (uint32 e = 0; e < 12; ++e)
-        {
-            const CellEdge& edge = cellEdges[e];
-            const bool x = edge.axis == 0 || edge.dx == 1 || (first & 1);
-            const bool y = edge.axis == 1 || edge.dy == 1 || (first & 2);
-            const bool z = edge.axis == 2 || edge.dz == 1 || (first & 4);
-            if (x && y && z) masks[first] = static_cast<uint16>(masks[first] | 1u << e);
-        }
-    return masks;
-}();
-
-/// How many edges a cell of a case owns, for each of those combinations.
-constexpr std::array<std::array<uint8, 256>, 8> ownedEdgeCounts = []
-{
-    std::array<std::array<uint8, 256>, 8> counts{};
-    for (uint32 first = 0; first < 8; ++first)
-        for (uint32 c = 0; c < 256; ++c)
-            counts[first][c] = static_cast<uint8>(
-                std::popcount(static_cast<uint32>(marchingCubesCases[c].edgeMask & ownedEdges[first])));
-    return counts;
-}();
 
 /// Faces and owned edges; of one slab of cells (one i), or summed over the slabs before it.
 struct SlabCount
@@ -92,12 +30,6 @@ struct Builder
     std::vector<SlabCount> slabs;  ///< after placeSlabs: the sums before each slab, and the total
     SurfaceTopology out;
 
-    /// Bits 0, 1, 2: the cell is the first of the range along x, y, z.
-    uint32 firstAlong(uint32 i, uint32 j, uint32 k) const
-    {
-        return (i == cells.low.a ? 1u : 0u) | (j == cells.low.b ? 2u : 0u) | (k == cells.low.c ? 4u : 0u);
-    }
-
     uint32 slabCount() const { return cells.high.a - cells.low.a; }
 
     template <class Work>
@@ -108,7 +40,6 @@ struct Builder
     bool fillSlabs();
     void fillSlabRange(uint32 begin, uint32 end);
     bool followWaveOrder();
-    bool numberByBucket();
 };
 
 /// Calls work(begin, end) for the rows of cells of a slab, some between two polls; false when stopped.
@@ -149,7 +80,7 @@ void Builder::countRows(uint32 slab, uint32 begin, uint32 end)
                            [&](uint32 k, uint32 index)
                            {
                                count.faces += marchingCubesCases[index].triangleCount;
-                               count.vertices += ownedEdgeCounts[firstAlong(i, j, k)][index];
+                               count.vertices += ownedEdgeCounts[firstAlong(cells, i, j, k)][index];
                            });
     slabs[slab].faces += count.faces;
     slabs[slab].vertices += count.vertices;
@@ -237,7 +168,7 @@ private:
     template <bool write>
     void numberOwnEdges(uint32 j, uint32 k, const MarchingCubesCase& c)
     {
-        const uint32 own = ownedEdges[_builder.firstAlong(_i, j, k)];
+        const uint32 own = ownedEdges[firstAlong(_builder.cells, _i, j, k)];
         for (uint32 n = 0; n < c.edgeCount; ++n)
         {
             const uint32 e = c.edges[n];
@@ -289,20 +220,12 @@ bool Builder::fillSlabs()
                      { fillSlabRange(static_cast<uint32>(begin), static_cast<uint32>(end)); });
 }
 
-/// The parallel loop over n nodes gives the last n mod threads of them to the first workers in a second wave,
-/// so those cells follow their worker's first run. They lie in the last plane, where no cell starts, unless
-/// there are more threads than a plane has nodes; then the faces are brought into that order and the vertices
-/// renumbered by appearance. False when the polling stopped it.
+/// Brings the faces into the order in which the waves of the parallel loop visit their cells.
 bool Builder::followWaveOrder()
 {
-    const uint64 nodes = grid.size;
-    const uint64 workers = std::min<uint64>(std::max(threadCount, 1u), nodes);
-    const uint64 chunk = nodes / workers;
-    const uint64 leftover = workers * chunk;
-    const uint32 lastCell = grid.getMonoindex(cells.high.a - 1, cells.high.b - 1, cells.high.c - 1);
-    if (lastCell < leftover) return true;
-
-    std::vector<std::vector<Index3>> lists(workers);
+    const WaveOrder waves(grid.size, threadCount);
+    if (waves.isPlain(grid.getMonoindex(cells.high.a - 1, cells.high.b - 1, cells.high.c - 1))) return true;
+    std::vector<std::vector<Index3>> lists(waves.workerCount());
     const Index3* face = out.faces.data();
     PollCounter work(polling, scatteredItems);
     for (uint32 i = cells.low.a; i < cells.high.a; ++i)
@@ -311,65 +234,14 @@ bool Builder::followWaveOrder()
             forEachCrossedCell(signs, i, j, cells.low.c, cells.high.c,
                                [&](uint32 k, uint32 index)
                                {
-                                   const uint64 node = grid.getMonoindex(i, j, k);
-                                   auto& list = lists[node < leftover ? node / chunk : node - leftover];
+                                   auto& list = lists[waves.workerOf(grid.getMonoindex(i, j, k))];
                                    const uint32 count = marchingCubesCases[index].triangleCount;
                                    list.insert(list.end(), face, face + count);
                                    face += count;
                                });
         if (!work.add(grid.sizeYZ)) return false;
     }
-
-    const Array<GridEdgeKey> keys = out.vertices;
-    Array<uint32> renumbered(keys.size(), noIndex);
-    uint32 vertex = 0;
-    Index3* target = out.faces.data();
-    for (const auto& list : lists)
-        for (Index3 f : list)
-        {
-            for (uint32 c = 0; c < 3; ++c)
-            {
-                uint32& number = renumbered[f[c]];
-                if (number == noIndex)
-                {
-                    out.vertices[vertex] = keys[f[c]];
-                    number = vertex++;
-                }
-                f[c] = number;
-            }
-            *target++ = f;
-            if (!work.add(1)) return false;
-        }
-    return true;
-}
-
-/// Renumbers the vertices, so far in order of first appearance, bucket by bucket.
-bool Builder::numberByBucket()
-{
-    const uint32 bucketCount = out.faces.size() / 2;
-    const Divisor buckets(bucketCount);
-    const Array<GridEdgeKey>& keys = out.vertices;
-    Array<GridEdgeKey> sorted(keys.size());
-    Array<uint32> number(keys.size());
-    placeByBucket(
-        keys.size(), bucketCount, threadCount, polling,
-        [&](uint32 v) { return buckets.divide(keys[v].a).rest; },
-        [&](uint32 v, uint32 place)
-        {
-            sorted[place] = keys[v];
-            number[v] = place;
-        });
-    if (polling.isStopped()) return false;
-    out.vertices = std::move(sorted);
-    return inPieces(polling, out.faces.size(), scatteredItems, threadCount,
-                    [&](uint32, uint64 begin, uint64 end)
-                    {
-                        for (uint64 f = begin; f < end; ++f)
-                        {
-                            Index3& face = out.faces[f];
-                            face = {number[face.a], number[face.b], number[face.c]};
-                        }
-                    });
+    return takeFaces(lists, polling, out);
 }
 
 }  // namespace
@@ -380,7 +252,9 @@ SurfaceTopology marchCubes(const GridDescription3<double>& grid, const SignRows&
     Builder builder{grid, signs, cells, threadCount, polling, {}, {}};
     if (cells.empty() || !builder.countSlabs()) return {};
     if (!builder.placeSlabs()) return std::move(builder.out);
-    if (!builder.fillSlabs() || !builder.followWaveOrder() || !builder.numberByBucket()) return {};
+    if (!builder.fillSlabs() || !builder.followWaveOrder() ||
+        !numberByBucket(threadCount, polling, builder.out))
+        return {};
     return std::move(builder.out);
 }
 

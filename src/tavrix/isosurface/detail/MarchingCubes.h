@@ -2,27 +2,16 @@
 
 #include <algorithm>
 
-#include <tavrix/fields/GridDescription3.h>
-#include <tavrix/foundation/Array.h>
 #include <tavrix/foundation/detail/Polling.h>
 #include <tavrix/isosurface/detail/CellRange.h>
-#include <tavrix/isosurface/detail/SignRows.h>
-#include <tavrix/isosurface/GridEdgeKey.h>
+#include <tavrix/isosurface/detail/CrossedCells.h>
+#include <tavrix/isosurface/detail/SurfaceTopology.h>
 
 namespace tavrix::detail
 {
 
 /// Nodes that a worker passes over between two polls: one to some milliseconds.
 inline constexpr uint64 nodesPerPoll = uint64{1} << 18;
-
-/// The surface without its shape: which grid edge each vertex lies on, and which vertices each face joins.
-/// Both empty when there is no surface of at least two faces, or when the work was cancelled.
-struct SurfaceTopology
-{
-    uint64 cornerCount = 0;  ///< face corners that the cells gave, also when they made no surface
-    Array<GridEdgeKey> vertices;
-    Array<Index3> faces;
-};
 
 /// Marching cubes on sign bits (Lorensen and Cline 1987), the faces in the order of the cells' monoindices.
 ///
@@ -36,6 +25,11 @@ struct SurfaceTopology
 /// numbers into bucket order. Linear in nodes / 64 plus faces; temporary memory is one bit a node, 12 bytes a
 /// vertex and two planes a worker.
 SurfaceTopology marchCubes(const GridDescription3<double>& grid, const SignRows& signs,
+                           const CellRange& cells, uint32 threadCount, Polling& polling);
+
+/// The same from the crossed cells of the range alone, in any order, for storages that do not hold every
+/// sample: linear in these cells, whatever the grid's size.
+SurfaceTopology marchCubes(const GridDescription3<double>& grid, Array<CrossedCell> crossed,
                            const CellRange& cells, uint32 threadCount, Polling& polling);
 
 }  // namespace tavrix::detail

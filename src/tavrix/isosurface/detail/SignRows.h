@@ -38,15 +38,6 @@ private:
     std::unique_ptr<uint64[]> _bits;
 };
 
-/// The 64 bits "sample >= threshold" of up to 64 consecutive samples.
-template <class T>
-uint64 signWord(const T* samples, uint32 count, T threshold)
-{
-    uint64 word = 0;
-    for (uint32 n = 0; n < count; ++n) word |= uint64{samples[n] >= threshold} << n;
-    return word;
-}
-
 #if defined(__SSE2__) || defined(_M_X64)
 /// The bits "sample >= threshold" of one 16-byte vector of samples.
 inline uint32 signBits(const float* samples, float threshold)
@@ -60,29 +51,28 @@ inline uint32 signBits(const double* samples, double threshold)
     const __m128d mask = _mm_cmpge_pd(_mm_loadu_pd(samples), _mm_set1_pd(threshold));
     return static_cast<uint32>(_mm_movemask_pd(mask));
 }
+#endif
 
+/// The bits "sample >= threshold" of up to 64 consecutive samples.
 template <class T>
-uint64 signWord64(const T* samples, T threshold)
+uint64 signWord(const T* samples, uint32 count, T threshold)
 {
-    constexpr uint32 lanes = 16 / sizeof(T);
     uint64 word = 0;
-    for (uint32 n = 0; n < 64; n += lanes) word |= uint64{signBits(samples + n, threshold)} << n;
+    uint32 n = 0;
+#if defined(__SSE2__) || defined(_M_X64)
+    constexpr uint32 lanes = 16 / sizeof(T);
+    for (; n + lanes <= count; n += lanes) word |= uint64{signBits(samples + n, threshold)} << n;
+#endif
+    for (; n < count; ++n) word |= uint64{samples[n] >= threshold} << n;
     return word;
 }
-#else
-template <class T>
-uint64 signWord64(const T* samples, T threshold)
-{
-    return signWord(samples, 64, threshold);
-}
-#endif
 
 /// Fills a row of sign bits from consecutive samples.
 template <class T>
 void classifyRow(const T* samples, uint32 sizeZ, T threshold, uint64* bits)
 {
     uint32 k = 0;
-    for (; k + 64 <= sizeZ; k += 64) *bits++ = signWord64(samples + k, threshold);
+    for (; k + 64 <= sizeZ; k += 64) *bits++ = signWord(samples + k, 64, threshold);
     *bits = signWord(samples + k, sizeZ - k, threshold);
 }
 

@@ -15,6 +15,10 @@
 //   Vector3D vertex(const GridEdgeKey& key) const;                    where the surface crosses a grid edge
 //   void prefetch(const GridEdgeKey& key) const;                      a hint that vertex(key) will be asked
 //   soon static constexpr bool hasNormals;  Vector3F normal(const GridEdgeKey& key) const;
+//
+// A source that does not hold every sample has, instead of classify,
+//
+//   Array<CrossedCell> findCells(const CellRange& cells, uint32 threadCount, Polling& polling) const;
 
 namespace tavrix::detail
 {
@@ -176,9 +180,18 @@ template <class Source>
 SurfaceTopology findSurface(const Source& source, const ExtractionOptions& options, Polling& polling)
 {
     if (options.cells.empty()) return {};
-    SignRows signs(source.grid().sizeX, source.grid().sizeY, source.grid().sizeZ);
-    if (!classifySamples(source, options, polling, signs)) return {};
-    return marchCubes(source.grid(), signs, options.cells, options.threadCount, polling);
+    if constexpr (requires { source.findCells(options.cells, options.threadCount, polling); })
+    {
+        Array<CrossedCell> crossed = source.findCells(options.cells, options.threadCount, polling);
+        if (polling.isStopped()) return {};
+        return marchCubes(source.grid(), std::move(crossed), options.cells, options.threadCount, polling);
+    }
+    else
+    {
+        SignRows signs(source.grid().sizeX, source.grid().sizeY, source.grid().sizeZ);
+        if (!classifySamples(source, options, polling, signs)) return {};
+        return marchCubes(source.grid(), signs, options.cells, options.threadCount, polling);
+    }
 }
 
 /// Makes the draft's arrays those of the mesh.
