@@ -104,6 +104,7 @@
 #include <tavrix/meshio/ObjReadingMode.h>
 
 #include <tavrix/reconstruction/ReconstructionSettings.h>
+#include <tavrix/reconstruction/SolidSurface.h>
 #include <tavrix/reconstruction/SurfaceReconstruction.h>
 
 #include <tavrix/spatial/BoxQueries.h>

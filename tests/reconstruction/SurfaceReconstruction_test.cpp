@@ -74,6 +74,34 @@ TEST(SurfaceReconstruction, MakesAClosedSurfaceThatFacesOutwards)
     }
 }
 
+TEST(SurfaceReconstruction, AFarSceneChangesNothing)
+{
+    Array<Vector3F> positions = ballAndStrays();
+    for (const auto kernel : {SurfaceKernel::Metaball, SurfaceKernel::Distance, SurfaceKernel::Anisotropic})
+    {
+        const ReconstructionSettings settings{
+            .kernel = kernel, .radius = 0.07, .leastNeighbours = 2, .smoothing = 2, .threadCount = 2};
+        Mesh alone;
+        ASSERT_EQ(reconstructSurface(positions, alone, settings, {{"Place", positions}}).status,
+                  Status::Done);
+        for (const float far : {50.0f, 2e5f, 6e7f})
+        {
+            Array<Vector3F> both = positions;
+            for (uint32 n = 0; n < 30; ++n)
+                both.push_back({far + 0.05f * static_cast<float>(n % 3), far, -far});
+            Mesh mesh;
+            ASSERT_EQ(reconstructSurface(both, mesh, settings, {{"Place", both}}).status, Status::Done);
+            ASSERT_GT(mesh.getPosSize(), alone.getPosSize());
+            const auto beginsWith = [](const auto& all, const auto& first)
+            { return std::equal(first.begin(), first.end(), all.begin()); };
+            EXPECT_TRUE(beginsWith(mesh.pos(), alone.pos()));
+            EXPECT_TRUE(beginsWith(mesh.nor(), alone.nor()));
+            EXPECT_TRUE(beginsWith(mesh.trindexPos(), alone.trindexPos()));
+            EXPECT_TRUE(beginsWith(*mesh.findArray<Vector3F>("Place"), *alone.findArray<Vector3F>("Place")));
+        }
+    }
+}
+
 TEST(SurfaceReconstruction, SaysWhyThereIsNoMesh)
 {
     const Array<Vector3F> positions = ballAndStrays(), none{{NAN, 0, 0}}, one{{1, 2, 3}, {1, 2, 3}};
@@ -87,8 +115,9 @@ TEST(SurfaceReconstruction, SaysWhyThereIsNoMesh)
          {Case{none, {}, Status::NoParticles}, Case{{}, {}, Status::NoParticles},
           Case{one, {}, Status::NoRadius}, Case{positions, {.leastNeighbours = 900}, Status::AllAreStrays},
           Case{positions, {.level = 1e9}, Status::NoSurface},
-          Case{positions, {.spacing = 1e-9}, Status::TooLarge},
+          Case{positions, {.spacing = 1e-9}, Status::TooWide},
           Case{positions, {.memory = 1000}, Status::TooLarge},
+          Case{positions, {.kernel = SurfaceKernel::Anisotropic, .memory = 50000}, Status::TooLarge},
           Case{positions, {.weldTolerance = 1e9}, Status::NothingIsLeft}})
     {
         Mesh mesh;

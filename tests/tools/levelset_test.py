@@ -49,6 +49,27 @@ class Shapes(LevelSetTest):
         result = self.run_program("levelset", "cube.stl", "--shell", 9, "-s", SPACING, "-o", "out.obj")
         self.assert_one_line(result.stderr, "cube.stl", "no cavity")
 
+    def test_parts_far_apart_take_the_memory_of_their_surfaces(self):
+        """A grid over both would have 10^14 nodes."""
+        far = [tuple(c + 1000 for c in point) for point in CUBE_POINTS]
+        faces = CUBE_FACES + [tuple(c + len(CUBE_POINTS) for c in face) for face in CUBE_FACES]
+        self.write("pair.obj", obj_file(CUBE_POINTS + far, [face[::-1] for face in faces]))
+        for arguments, volume, word in ((("--offset", 0.4), 2 * grown_cube(0.4), "turned around"),
+                                        (("--offset", -0.2, "--shell", 9), 2 * 1.6**3, "no cavity"),
+                                        (("--offset", 0.3, "--unsigned"), 2 * (grown_cube(0.3) - 1.4**3), None)):
+            result = self.run_program("levelset", "pair.obj", *arguments, "-s", SPACING, "-o", "out.obj")
+            self.assertEqual(result.returncode, 0)
+            self.assertRegex(result.stdout, r"lattice +spacing 0\.0625, [1-9]\d{1,2} blocks")
+            if word:
+                self.assertIn(word, result.stderr)
+            self.assert_solid("out.obj", volume, 0.02)
+        self.assert_fails("pair.obj --offset -1.2 -s 0.0625 -o out.obj", "nothing is left")
+        self.assert_fails("pair.obj -s 1e-8 -o out.obj", "try --spacing")
+        self.write("block.bin", particle_file([*block(5, 0.05), *((x + 1e4, y, z) for x, y, z in block(5, 0.05))]))
+        self.succeed("levelset", "block.bin", "--radius", 0.04, "--offset", 0.02, "--shell", 0.03, "-s", 0.01,
+                     "-o", "out.obj")
+        self.assertTrue(self.info("out.obj")["closed"])
+
     def test_meshes_of_all_kinds(self):
         lines = CUBE_TEXT.decode().splitlines()
         cut, last = obj_file(CUBE_POINTS, CUBE_FACES[:-1]), CUBE_FACES[-1]

@@ -60,7 +60,7 @@ class Meshes(SurfaceTest):
         self.assertEqual(len(outputs), 1)
         found = self.info(names["output"])
         self.assertTrue(found["closed"] and found["oriented"] and 0.35**3 < found["volume"] < 0.5**3)
-        for line in (r"particles +512, radius 0\.02\d+ \(estimated", r"grid +\d+ x \d+ x \d+ nodes, spacing 0\.01\d+\n",
+        for line in (r"particles +512, radius 0\.02\d+ \(estimated", r"lattice +spacing 0\.01\d+, \d+ blocks of 32 x 32 x 32 cells\n",
                      rf"mesh +{found['vertices']} vertices, {found['faces']} faces -> Fläche 水.obj\n",
                      r"time .*read .*field .*surface .*normals .*write \d\S* s(.|\n)*memory +[1-9]\d* MiB"):
             self.assertRegex(result.stdout, line)
@@ -103,7 +103,9 @@ class Failures(SurfaceTest):
         self.write("out.obj", b"older")
         (self.folder / "folder.obj").mkdir()
         self.assert_all_refused("surface in.bin -o", [
-            ("out.obj --spacing 1e-6", 1, "GiB", "try --spacing 0.0"), ("out.obj --level 0", 1, "from 0 to 4"),
+            ("out.obj --spacing 1e-6", 1, "GiB", "try --spacing"),
+            ("out.obj --memory 1M", 1, "GiB more than", "try --spacing"), ("out.obj --memory many", 2, "--memory"),
+            ("out.obj --level 0", 1, "from 0 to 4"),
             ("out.obj --level 1000", 1, "from 0 to 4", "--level"), ("out.obj --level -1", 1, "from 0 to 4"),
             ("missing/out.obj", 1, "missing/out.obj", "does not exist"), ("folder.obj", 1, "folder.obj", "folder")])
 

@@ -2,12 +2,13 @@
 
 #include <algorithm>
 
-#include <tavrix/fields/ScalarField3.h>
+#include <tavrix/fields/detail/AnisotropicKernels.h>
 #include <tavrix/isosurface/IsosurfaceExtractor3.h>
 #include <tavrix/mesh/Mesh.h>
 #include <tavrix/mesh/MeshRepair.h>
 #include <tavrix/meshproc/VertexWelding.h>
 #include <tavrix/particles/ParticleNeighbours.h>
+#include <tavrix/reconstruction/detail/BlockRoad.h>
 
 namespace tavrix
 {
@@ -15,11 +16,8 @@ namespace tavrix
 namespace
 {
 
-using Field = ScalarField3<float, double>;
+using detail::BlockRoadEnd;
 using Status = ReconstructionStatus;
-
-/// Bytes that the work needs for each node: a float sample, a sign bit, and a share for the surface.
-constexpr double bytesPerNode = 5;
 
 /// The values without those of the numbers, which ascend.
 Array<Vector3F> without(const Array<Vector3F>& values, const Array<uint32>& numbers)
@@ -47,10 +45,9 @@ public:
 
     Status run(Mesh& mesh)
     {
-        for (const auto step :
-             {&Reconstruction::settle, &Reconstruction::leaveOutStrays, &Reconstruction::fitLattice,
-              &Reconstruction::buildField, &Reconstruction::extract, &Reconstruction::relax,
-              &Reconstruction::weld, &Reconstruction::computeNormals, &Reconstruction::carryAttributes})
+        for (const auto step : {&Reconstruction::settle, &Reconstruction::leaveOutStrays,
+                                &Reconstruction::makeSurface, &Reconstruction::relax, &Reconstruction::weld,
+                                &Reconstruction::computeNormals, &Reconstruction::carryAttributes})
         {
             const Status status = (this->*step)(mesh);
             if (status != Status::Done) return status;
@@ -63,6 +60,7 @@ public:
 
 private:
     const Array<Vector3F>& positions() const { return report.leftOut.empty() ? _all : _kept; }
+    uint32 particles() const { return positions().size(); }
 
     void leaveOut(Array<uint32> numbers)
     {
@@ -89,61 +87,94 @@ private:
         return report.particles == 0 ? Status::AllAreStrays : Status::Done;
     }
 
-    Status fitLattice(Mesh&)
-    {
-        report.box = boxAround(positions());
-        report.grid = fitGrid(report.box, report.settings.reach(), *report.settings.spacing);
-        report.bytes = report.grid.nodeCount() * bytesPerNode;
-        const auto granted = static_cast<double>(report.settings.memory.value_or(~uint64{0}));
-        return report.grid.isIndexable() && report.bytes <= granted ? Status::Done : Status::TooLarge;
-    }
-
-    Status buildField(Mesh&)
+    Status makeSurface(Mesh& mesh)
     {
         if (!_progress.begin("field")) return Status::Stopped;
+        report.box = boxAround(positions());
         const ReconstructionSettings& s = report.settings;
-        const Index3 size = report.grid.size();
-        _field.reset(size.a, size.b, size.c, *s.spacing);
-        _field.moveTo(report.grid.center);
-        const auto margin = static_cast<float>(s.reach() + *s.spacing);
-        const auto radii = [&](double radius)
-        { return Array<float>(positions().size(), static_cast<float>(radius)); };
+        const auto radius = static_cast<float>(*s.radius);
+        const auto ball = [&positions = positions(), radius](uint32 n) {
+            return detail::Particle{positions[n].x, positions[n].y, positions[n].z, radius};
+        };
+        detail::Polling polling(ProgressScope::poll);
         switch (s.kernel)
         {
             case SurfaceKernel::Distance:
-                _field.setDistanceField(positions(), radii(*s.radius), margin, s.threadCount,
-                                        ProgressScope::poll);
-                break;
+                return extract(detail::distanceKernel, particles(), ball, polling, mesh, 0, [] {});
             case SurfaceKernel::Metaball:
-                _field.setMetaballField(positions(), radii(*s.radius), margin,
-                                        static_cast<float>(*s.influence), s.threadCount, ProgressScope::poll);
-                break;
-            case SurfaceKernel::Anisotropic:
-                _field.setAnisotropyDistanceField(positions(), radii(s.reach() / 2), margin,
-                                                  AnisotropySettings{}, s.threadCount, ProgressScope::poll);
-                break;
+                return extract(detail::metaballKernel(static_cast<float>(*s.influence)), particles(), ball,
+                               polling, mesh, 0, [] {});
+            default:
+                return extractAnisotropic(polling, mesh);
         }
-        return Status::Done;
     }
 
-    /// The extractor's faces look towards larger samples, that is into the particles.
-    Status extract(Mesh& mesh)
+    Status extractAnisotropic(detail::Polling& polling, Mesh& mesh)
     {
-        if (!_progress.begin("surface")) return Status::Stopped;
         const ReconstructionSettings& s = report.settings;
-        IsosurfaceExtractor3::extractMesh(_field, mesh, static_cast<float>(*s.level) * s.valueAtLevelOne(), 0,
-                                          0, 0, 0, 0, 0, s.threadCount, ProgressScope::poll, s.cleanUp);
-        if (_progress.isStopped()) return Status::Stopped;
-        if (mesh.isEmpty())
+        constexpr double fitting = 150;  // bytes a particle
+        report.bytes = fitting * particles();
+        if (report.bytes > grantedBytes()) return Status::TooLarge;
+        Array<detail::Ellipsoid> ellipsoids;
         {
-            float low, high;
-            _field.findMinMax(low, high);
-            report.highestLevel = high / s.valueAtLevelOne();
-            return Status::NoSurface;
+            const Array<float> radii(particles(), static_cast<float>(s.reach() / 2));
+            detail::AnisotropicKernels kernels(positions(), radii, {}, s.threadCount, ProgressScope::poll);
+            if (!kernels.measureNeighbourhoods() || !kernels.fitEllipsoids() || !kernels.fitBoxes())
+                return Status::Stopped;
+            ellipsoids = kernels.takeEllipsoids();
         }
-        _field.reset_toZeroSize();
-        turnFaces(mesh);
-        return Status::Done;
+        const auto ellipsoid = [&](uint32 n) { return ellipsoids[n]; };
+        const uint32 count = ellipsoids.size();
+        return extract(detail::EllipsoidKernel{detail::SplatMerge::Sum}, count, ellipsoid, polling, mesh,
+                       static_cast<double>(count) * sizeof(detail::Ellipsoid),
+                       [&] { ellipsoids.reserve(0); });
+    }
+
+    double grantedBytes() const { return static_cast<double>(report.settings.memory.value_or(~uint64{0})); }
+
+    /// What the steps after the extraction take at most, for each vertex.
+    double bytesPerVertex() const
+    {
+        constexpr double normal = sizeof(Vector3F), relaxing = 96, welding = 40, interpolating = 44;
+        const ReconstructionSettings& s = report.settings;
+        double inPassing = s.smoothing > 0 ? relaxing + normal : 0;
+        if (s.weldTolerance) inPassing = std::max(inPassing, welding);
+        const double kept = (s.normals ? normal : 0) + static_cast<double>(_attributes.size()) * normal;
+        return std::max(inPassing, kept + (_attributes.empty() ? 0 : interpolating));
+    }
+
+    /// The particles are what make(n) gives, from so many bytes, until release() frees these.
+    template <class Kernel, class Make, class Release>
+    Status extract(const Kernel& kernel, uint32 count, Make make, detail::Polling& polling, Mesh& mesh,
+                   double held, Release release)
+    {
+        const ReconstructionSettings& s = report.settings;
+        detail::BlockRoad<Kernel> road({kernel,
+                                        *s.spacing,
+                                        static_cast<float>(*s.level) * s.valueAtLevelOne(),
+                                        {s.cleanUp, static_cast<double>(s.memory.value_or(~uint64{0})),
+                                         bytesPerVertex(), s.normals ? sizeof(Index3) : 0.0, s.threadCount}},
+                                       polling);
+        BlockRoadEnd end = road.sort(count, make, held);
+        release();
+        if (end == BlockRoadEnd::Done)
+            end = _progress.begin("surface") ? road.extract(mesh) : BlockRoadEnd::Stopped;
+        report.blocks = road.blockCount();
+        report.bytes = std::max(report.bytes, road.bytes());
+        report.highestLevel = road.highestValue() / s.valueAtLevelOne();
+        switch (end)
+        {
+            case BlockRoadEnd::Done:
+                return Status::Done;
+            case BlockRoadEnd::TooWide:
+                return Status::TooWide;
+            case BlockRoadEnd::TooLarge:
+                return Status::TooLarge;
+            case BlockRoadEnd::NoSurface:
+                return Status::NoSurface;
+            default:
+                return Status::Stopped;
+        }
     }
 
     /// As smooth as diffusing the field, in half the time, and drops and sheets neither vanish nor merge.
@@ -176,7 +207,7 @@ private:
             return Status::Done;
         }
         if (!_progress.begin("normals")) return Status::Stopped;
-        mesh.recalculateNormalsParallelized(report.settings.threadCount);
+        mesh.recalculateVertexesNormals(report.settings.threadCount, ProgressScope::poll);
         return Status::Done;
     }
 
@@ -203,7 +234,6 @@ private:
     const std::vector<ParticleAttribute>& _attributes;
     ProgressScope& _progress;
     Array<Vector3F> _kept;  ///< when some are left out
-    Field _field;
 };
 
 }  // namespace

@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include <tavrix/fields/GridFit.h>
+#include <tavrix/foundation/Box3.h>
 #include <tavrix/foundation/ProgressCallback.h>
 #include <tavrix/reconstruction/ReconstructionSettings.h>
 
@@ -30,7 +30,8 @@ enum class ReconstructionStatus
     NoParticles,    ///< none has a finite position
     AllAreStrays,   ///< every particle has fewer neighbours than settings.leastNeighbours
     NoRadius,       ///< none was given, and no two particles lie apart
-    TooLarge,       ///< the lattice passes the memory that was granted, or 2^32 - 1 nodes
+    TooWide,        ///< the particles lie 2^31 steps of the lattice apart along an axis
+    TooLarge,       ///< the work passes the memory that was granted, or the mesh 2^31 vertices
     NoSurface,      ///< the level lies beyond the field's values
     NothingIsLeft,  ///< welding joined the corners of every face
 };
@@ -48,20 +49,22 @@ struct ReconstructionReport
     Array<uint32>
         leftOut;  ///< the numbers of all that were, ascending; the other leftOut.size() - infinite are strays
     Box3D box;    ///< around the particles that took part
-    GridFit grid;         ///< the lattice's nodes around them
-    double bytes;         ///< that the lattice takes
+    uint64 blocks;        ///< of the lattice that particles reach
+    double bytes;         ///< that the work takes besides the particles, when Done or TooLarge
     double highestLevel;  ///< of the field, where there is no surface
 };
 
-/// Particles to mesh: leaves out particles without a finite position and strays, builds the field, extracts
-/// its surface facing outwards, relaxes and welds it, carries the attributes over (Shepard's interpolation
+/// Particles to mesh: leaves out particles without a finite position and strays, extracts the surface of
+/// their field facing outwards, relaxes and welds it, carries the attributes over (Shepard's interpolation
 /// within the kernels' reach, see interpolateAtPlaces; as an array of `Vector3F` under their names), and
 /// computes normals. Stages: "field", "surface", "smooth", "weld", "normals", "attributes", those that there
 /// are.
 ///
 /// The mesh is replaced, and is empty unless the status is Done. The lattice's nodes lie on whole multiples
-/// of the spacing: frames of a sequence share it. The same bytes for every thread count. Throws
-/// std::bad_alloc only. Linear in particles and nodes.
+/// of the spacing: frames of a sequence share it. The field is never there as a whole: a worker holds one
+/// block of 32^3 cells, so time and memory follow the particles and the surface, wherever they lie; what is
+/// far away changes nothing. Vertices and faces come block by block, the same for every thread count. Throws
+/// std::bad_alloc only.
 TX_GEOMETRY_API ReconstructionReport reconstructSurface(const Array<Vector3F>& positions, Mesh& mesh,
                                                         const ReconstructionSettings& settings = {},
                                                         const std::vector<ParticleAttribute>& attributes = {},

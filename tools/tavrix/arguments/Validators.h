@@ -6,6 +6,8 @@
 
 #include <CLI/CLI.hpp>
 
+#include <tavrix/platform/Types.h>
+
 #include "files/FileName.h"
 
 namespace tavrix::tool
@@ -42,6 +44,23 @@ inline const auto finiteNumber = CLI::Validator(
         return finite ? "" : "must be a finite number";
     },
     "NUMBER");
+
+/// An amount of memory in bytes, or with K, M, G or T behind it; becomes bytes.
+inline const auto memorySize = CLI::Validator(
+    [](std::string& text) -> std::string
+    {
+        const std::string units = "KMGT";
+        const std::size_t unit = text.empty() ? std::string::npos : units.find(text.back());
+        double value = 0;
+        const bool isNumber = CLI::detail::lexical_cast(
+            unit == std::string::npos ? text : text.substr(0, text.size() - 1), value);
+        for (std::size_t n = 0; unit != std::string::npos && n <= unit; ++n) value *= 1024;
+        if (!isNumber || !(value >= 1 && value <= 1e18))
+            return "must be an amount of memory, as in 2G or 800M";
+        text = std::to_string(static_cast<uint64>(value));
+        return "";
+    },
+    "SIZE");
 
 inline const auto frameNumber = CLI::Validator(
     [](std::string& text) -> std::string

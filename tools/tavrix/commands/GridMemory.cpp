@@ -35,13 +35,8 @@ uint64 availableMemory()
 void confirmFits(const GridFit& grid, const Box3D& box, double reach, double bytesPerNode,
                  const std::string& file)
 {
-    if (!(grid.nodeCount() <= nodesThatFit(bytesPerNode))) failTooLarge(grid, box, reach, bytesPerNode, file);
-}
-
-void failTooLarge(const GridFit& grid, const Box3D& box, double reach, double bytesPerNode,
-                  const std::string& file)
-{
     const double nodes = grid.nodeCount(), limit = nodesThatFit(bytesPerNode);
+    if (nodes <= limit) return;
     const Vector3D extent = box.max - box.min;
     throw Failure(
         file +

@@ -17,9 +17,6 @@ uint64 availableMemory();
 /// Throws the Failure that work on the grid, which was fitted over the box with the reach, would pass 2^32 -
 /// 1 nodes or the memory that the machine has left; the message names the file and the smallest spacing that
 /// would fit.
-[[noreturn]] void failTooLarge(const GridFit& grid, const Box3D& box, double reach, double bytesPerNode,
-                               const std::string& file);
-/// The same, if it would.
 void confirmFits(const GridFit& grid, const Box3D& box, double reach, double bytesPerNode,
                  const std::string& file);
 

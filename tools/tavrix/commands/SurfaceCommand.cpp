@@ -104,6 +104,13 @@ void addSurface(CLI::App& surface, SurfaceOptions& options)
             "Keep coincident vertices and the thin faces between them")
         ->group("Surface");
     addThreads(surface, options.surface.threadCount)->group("Surface");
+    surface
+        .add_option("--memory", options.surface.memory,
+                    "Memory that the program may take, as in 2G or 800M; told before the work is done "
+                    "when it would take more. What the machine has left when absent")
+        ->transform(memorySize)
+        ->option_text("SIZE")
+        ->group("Surface");
 }
 
 void addSequence(CLI::App& surface, SurfaceOptions& options)

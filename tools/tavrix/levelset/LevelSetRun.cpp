@@ -13,6 +13,8 @@
 #include "files/FileName.h"
 #include "files/MeshFile.h"
 #include "files/OutputFile.h"
+#include "levelset/LevelSetBlocks.h"
+#include "levelset/LevelSetNotes.h"
 #include "levelset/LevelSetSource.h"
 #include "preview/Picture.h"
 #include "preview/Render.h"
@@ -70,11 +72,7 @@ void confirmSurface(const LevelSet& surface, const std::string& file)
 {
     float low, high;
     surface.findMinMax(low, high);
-    if (!(low < 0))
-        throw Failure(
-            file +
-            ": encloses nothing at this spacing; try a smaller --spacing, or --unsigned with --offset "
-            "for a sheet");
+    if (!(low < 0)) failEnclosesNothing(file);
     if (high < 0) throw Failure(file + ": its samples are all inside, so there is no surface");
 }
 
@@ -84,37 +82,23 @@ void offset(LevelSet& surface, double by, const std::string& file)
     const double depth = offsetOutwards(surface, by);
     float low, high;
     surface.findMinMax(low, high);
-    if (low < 0) return;
-    throw Failure(
-        file +
-        formatted(
-            ": nothing is left at --offset %.6g, its deepest place lies %.4g inside the surface; give one "
-            "nearer to 0",
-            by, depth));
+    if (!(low < 0)) failNothingIsLeft(by, depth, file);
 }
 
-void noteThinWall(const char* option, double wall, double spacing, Progress& progress)
+void reshape(LevelSet& surface, const LevelSetOptions& options, uint32 threads, Progress& progress)
 {
-    if (wall >= 2 * spacing) return;
-    progress.note(
-        formatted("%s makes a wall of less than two spacings, which may get holes; try --spacing %.2g",
-                  option, wall / 2.5));
-}
-
-void reshape(LevelSet& surface, const LevelSetOptions& options, Progress& progress)
-{
-    const double spacing = surface.getField().getGrid().largestSeparation;
-    if (options.isUnsigned) noteThinWall("--offset", 2 * options.offset, spacing, progress);
+    if (!options.isUnsigned) confirmSurface(surface, options.source());
+    if (options.reshapes() || options.redistance) progress.begin("reshape");
     if (options.offset != 0) offset(surface, options.offset, options.source());
-    if (!options.shell) return;
-    if (hollowOut(surface, *options.shell) <= *options.shell)
-        progress.note(options.source() + ": is nowhere thicker than --shell, so there is no cavity");
-    noteThinWall("--shell", *options.shell, spacing, progress);
+    if (options.shell && hollowOut(surface, *options.shell) <= *options.shell)
+        noteNoCavity(options.source(), progress);
+    if (options.redistance && (options.reshapes() || options.loadField.empty()))
+        redistanceBand(surface, 3, threads);
+    stopIfInterrupted();
 }
 
 void extract(const LevelSet& surface, Mesh& mesh, const LevelSetOptions& options, uint32 threads)
 {
-    mesh.setName("surface");
     surface.extractExplicitSurface(mesh, threads, interrupted);
     stopIfInterrupted();
     if (mesh.isEmpty())
@@ -148,6 +132,45 @@ void printSummary(const LevelSetOptions& options, const std::string& source, con
     printCosts(progress, threads);
 }
 
+/// Reshapes the surface of a field, extracts the mesh and saves the field, if they are wanted. Returns the
+/// lines that tell from what.
+std::string takeField(LevelSetSource& source, Mesh& mesh, const LevelSetOptions& options, uint32 threads,
+                      Progress& progress)
+{
+    LevelSet& surface = source.surface;
+    noteThinWalls(options, surface.getField().getGrid().largestSeparation, progress);
+    reshape(surface, options, threads, progress);
+    if (wantsMesh(options))
+    {
+        progress.begin("surface");
+        extract(surface, mesh, options, threads);
+    }
+    if (!options.saveField.empty())
+    {
+        progress.begin("save");
+        writeField(options.saveField, options.layout, surface);
+    }
+    return source.summary;
+}
+
+/// Makes the mesh, and the field file when it is wanted. Returns the lines that tell from what.
+std::string makeSurface(Mesh& mesh, const LevelSetOptions& options, uint32 threads, Progress& progress)
+{
+    if (!options.loadField.empty())
+    {
+        LevelSetSource source = loadSource(options, threads, progress);
+        return takeField(source, mesh, options, threads, progress);
+    }
+    const LevelSetInput input = readInput(options, progress);
+    if (goesByBlocks(input, options))
+    {
+        noteThinWalls(options, input.spacing, progress);
+        return input.summary + meshByBlocks(input, mesh, options, threads, progress);
+    }
+    LevelSetSource source = sampleInput(input, options, threads, progress);
+    return takeField(source, mesh, options, threads, progress);
+}
+
 }  // namespace
 
 void runLevelSet(const LevelSetOptions& options)
@@ -155,23 +178,11 @@ void runLevelSet(const LevelSetOptions& options)
     confirmOutputs(options);
     const uint32 threads = options.threads ? options.threads : Hardware::getThreadCount();
     Progress progress(stageCount(options), options.quiet);
-    LevelSetSource source = makeLevelSet(options, threads, progress);
-    LevelSet& surface = source.surface;
-    if (!options.isUnsigned) confirmSurface(surface, options.source());
-    if (options.reshapes() || options.redistance) progress.begin("reshape");
-    reshape(surface, options, progress);
-    if (options.redistance && (options.reshapes() || options.loadField.empty()))
-        redistanceBand(surface, 3, threads);
-    stopIfInterrupted();
-
     ArrayOfPtr<Mesh> meshes;
     meshes.push_back(new Mesh);
     Mesh& mesh = *meshes[0];
-    if (wantsMesh(options))
-    {
-        progress.begin("surface");
-        extract(surface, mesh, options, threads);
-    }
+    const std::string summary = makeSurface(mesh, options, threads, progress);
+    mesh.setName("surface");
     if (wantsNormals(options))
     {
         progress.begin("normals");
@@ -180,12 +191,6 @@ void runLevelSet(const LevelSetOptions& options)
     else
         dropNormals(mesh);
     stopIfInterrupted();
-    if (!options.saveField.empty())
-    {
-        progress.begin("save");
-        writeField(options.saveField, options.layout, surface);
-    }
-    surface.init_toZeroSize();
     if (!options.output.empty())
     {
         progress.begin("write");
@@ -197,7 +202,7 @@ void runLevelSet(const LevelSetOptions& options)
         draw(mesh, options, threads);
     }
     progress.end();
-    if (!options.quiet) printSummary(options, source.summary, mesh, progress, threads);
+    if (!options.quiet) printSummary(options, summary, mesh, progress, threads);
 }
 
 }  // namespace tavrix::tool

@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "levelset/LevelSetOptions.h"
+#include "levelset/LevelSetInput.h"
 #include "run/Progress.h"
 
 namespace tavrix::tool
@@ -15,11 +15,17 @@ struct LevelSetSource
     std::string summary;
 };
 
-/// Reads the mesh, the particles or the field that the options name, and makes distances of it, in a band
-/// that reaches four separations beyond the surfaces to come and on a grid that has room for them. Distances
-/// are exact as far out as some seconds allow, 3 to 10 separations, and carried on by sweeping from there.
-/// The same for every number of threads. `progress` is told of the stages "read" and
-/// "distances" and of what is wrong with the input. Throws Failure.
-LevelSetSource makeLevelSet(const LevelSetOptions& options, uint32 threads, Progress& progress);
+/// Bytes that the grid over what was read takes, with the work on it.
+double gridBytesOf(const LevelSetInput& input, const LevelSetOptions& options);
+
+/// Makes distances of what was read, in a band that reaches four separations beyond the surfaces to come and
+/// on a grid that has room for them. Distances are exact as far out as some seconds allow, 3 to 10
+/// separations, and carried on by sweeping from there. The same for every number of threads. `progress` is
+/// told of the stage "distances". Throws Failure.
+LevelSetSource sampleInput(const LevelSetInput& input, const LevelSetOptions& options, uint32 threads,
+                           Progress& progress);
+
+/// The same from the field file that the options name; "read" comes before.
+LevelSetSource loadSource(const LevelSetOptions& options, uint32 threads, Progress& progress);
 
 }  // namespace tavrix::tool

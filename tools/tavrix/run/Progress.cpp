@@ -1,6 +1,7 @@
 #include "run/Progress.h"
 
 #include <cstdio>
+#include <string_view>
 
 #include <tavrix/platform/Hardware.h>
 
@@ -9,6 +10,8 @@
 #else
 #include <unistd.h>
 #endif
+
+#include "run/Interrupt.h"
 
 namespace tavrix::tool
 {
@@ -88,6 +91,16 @@ void Progress::closeStage()
 void Progress::clearLine() const
 {
     if (_visible) std::fprintf(stderr, "\r%*s\r", 72, "");
+}
+
+ProgressCallback progressTo(Progress& progress)
+{
+    return [&progress, stage = std::string_view()](const char* name) mutable
+    {
+        if (stage != name) progress.begin(name);
+        stage = name;
+        return interrupted() == 0;
+    };
 }
 
 void printCosts(const Progress& progress, uint32 threads)

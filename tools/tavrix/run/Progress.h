@@ -3,6 +3,7 @@
 #include <string>
 #include <vector>
 
+#include <tavrix/foundation/ProgressCallback.h>
 #include <tavrix/platform/Timer.h>
 #include <tavrix/platform/Types.h>
 
@@ -49,6 +50,9 @@ private:
     Timer _timer;
     std::vector<Stage> _stages;
 };
+
+/// Passes the stages of the library on to the progress bar, and stops it when the user asks.
+ProgressCallback progressTo(Progress& progress);
 
 /// Prints what a command took: the seconds of each stage and the memory, two lines of its summary.
 void printCosts(const Progress& progress, uint32 threads);

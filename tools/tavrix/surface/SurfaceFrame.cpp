@@ -1,9 +1,11 @@
 #include "surface/SurfaceFrame.h"
 
-#include <string_view>
+#include <algorithm>
 
 #include <tavrix/mesh/Mesh.h>
+#include <tavrix/platform/Hardware.h>
 
+#include "commands/BlockMemory.h"
 #include "commands/GridMemory.h"
 #include "commands/RadiusOrEstimate.h"
 #include "files/FileName.h"
@@ -43,9 +45,11 @@ void confirmDone(const ReconstructionReport& report, const std::string& file)
                           " neighbours within two radii; lower --min-neighbours or give a larger --radius");
         case ReconstructionStatus::NoRadius:
             failWithoutRadius(file);
+        case ReconstructionStatus::TooWide:
+            failTooWide(report.box, settings.reach(), *settings.spacing, file,
+                        " --min-neighbours 1 leaves out what lies alone.");
         case ReconstructionStatus::TooLarge:
-            failTooLarge(report.grid, report.box, settings.reach(), report.bytes / report.grid.nodeCount(),
-                         file);
+            failTooLarge(report.bytes, static_cast<double>(*settings.memory), *settings.spacing, file);
         case ReconstructionStatus::NoSurface:
             throw Failure(
                 file +
@@ -91,15 +95,13 @@ void leaveOut(Array<Vector3F>& positions, const Array<uint32>& numbers)
     positions.resize(kept);
 }
 
-/// Passes the stages of the library on to the progress bar, and stops it when the user asks.
-ProgressCallback progressTo(Progress& progress)
+/// Bytes that may still be taken: of those that the user grants the program, less what it has, or of the
+/// machine's.
+uint64 grantedMemory(const Optional<uint64>& granted)
 {
-    return [&progress, stage = std::string_view()](const char* name) mutable
-    {
-        if (stage != name) progress.begin(name);
-        stage = name;
-        return interrupted() == 0;
-    };
+    if (!granted) return availableMemory();
+    const double taken = Hardware::getMemoryInfo().process * 1024 * 1024;
+    return static_cast<uint64>(std::max(static_cast<double>(*granted) - taken, 0.0));
 }
 
 }  // namespace
@@ -127,7 +129,7 @@ FrameReport runFrame(const SurfaceOptions& options, const SurfaceFiles& files,
 
     ReconstructionSettings settings = given;
     settings.normals = wantsNormals(options);
-    settings.memory = availableMemory();
+    settings.memory = grantedMemory(options.surface.memory);
     std::vector<ParticleAttribute> attributes;
     if (holdsVelocities(files.output)) attributes.push_back({"Velocity", particles.velocities});
     ArrayOfPtr<Mesh> meshes;

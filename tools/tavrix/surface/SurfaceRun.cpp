@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <new>
 
+#include "commands/BlockMemory.h"
 #include "commands/GridMemory.h"
 #include "files/FileName.h"
 #include "files/ParticleFile.h"
@@ -32,7 +33,7 @@ void printSummary(const SurfaceFiles& files, const FrameReport& report, const Pr
     std::printf("particles  %u, radius %.6g%s\n", surface.particles, *surface.settings.radius,
                 surface.radiusIsEstimated ? " (estimated from their spacing)" : "");
     if (report.strays() > 0) std::printf("strays     %u left out\n", report.strays());
-    std::printf("grid       %s\n", gridText(surface.grid).c_str());
+    std::fputs(latticeText(*surface.settings.spacing, surface.blocks).c_str(), stdout);
     std::printf("mesh       %u vertices, %u faces%s -> %s\n", report.vertices, report.faces,
                 report.hasVelocities ? ", with velocities" : "", files.output.c_str());
     if (!files.preview.empty()) std::printf("preview    -> %s\n", files.preview.c_str());

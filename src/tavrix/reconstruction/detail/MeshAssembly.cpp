@@ -1,0 +1,196 @@
+#include <tavrix/reconstruction/detail/MeshAssembly.h>
+
+#include <algorithm>
+#include <atomic>
+
+#include <tavrix/isosurface/detail/MeshCleaning.h>
+
+namespace tavrix::detail
+{
+
+namespace
+{
+
+/// The numbers that the vertices and faces of every block start at.
+struct Places
+{
+    std::vector<uint32> vertices{0}, faces{0};
+
+    explicit Places(const std::vector<BlockSurface>& surfaces)
+    {
+        for (const BlockSurface& surface : surfaces)
+        {
+            vertices.push_back(vertices.back() + surface.vertices.count);
+            faces.push_back(faces.back() + surface.faces.count);
+        }
+    }
+};
+
+/// Finds the vertices on foreign edges of one block after the other.
+class ForeignVertices
+{
+public:
+    ForeignVertices(const std::vector<BlockSurface>& surfaces, const Places& places)
+        : _surfaces(surfaces), _places(places)
+    {
+    }
+
+    /// The vertices on the foreign edges of a block, in their order; noIndex where the block that an edge
+    /// belongs to has none.
+    const std::vector<uint32>& of(const BlockSurface& surface)
+    {
+        _owners.fill(notLookedUp);
+        _vertices.clear();
+        for (const BlockEdge edge : surface.foreignEdges) _vertices.push_back(find(surface.block, edge));
+        return _vertices;
+    }
+
+private:
+    static constexpr std::size_t notLookedUp = ~std::size_t{0}, noSurface = notLookedUp - 1;
+
+    uint32 find(const BlockIndex& block, BlockEdge edge)
+    {
+        const uint32 axis = edge % 3, node = edge / 3;
+        uint32 at[] = {node / (blockNodes * blockNodes), node / blockNodes % blockNodes, node % blockNodes};
+        uint32 sides = 0;
+        BlockIndex owner = block;
+        for (uint32 across = 0; across < 3; ++across)
+            if (across != axis && at[across] == 0)
+            {
+                at[across] = blockEdge;
+                --owner[across];
+                sides |= 1u << across;
+            }
+        std::size_t& surface = _owners[sides];
+        if (surface == notLookedUp) surface = surfaceOf(owner);
+        if (surface == noSurface) return noIndex;
+        const StoredRun<SharedVertex>& shared = _surfaces[surface].sharedVertices;
+        const BlockEdge wanted = blockEdgeAt(at[0], at[1], at[2], axis);
+        const SharedVertex* found = std::lower_bound(shared.begin(), shared.end(), SharedVertex{wanted, 0});
+        if (found == shared.end() || found->edge != wanted) return noIndex;
+        return _places.vertices[surface] + found->vertex;
+    }
+
+    std::size_t surfaceOf(const BlockIndex& block) const
+    {
+        const auto found = std::lower_bound(_surfaces.begin(), _surfaces.end(), block,
+                                            [](const BlockSurface& surface, const BlockIndex& b)
+                                            { return surface.block < b; });
+        const bool isThere = found != _surfaces.end() && found->block == block;
+        return isThere ? static_cast<std::size_t>(found - _surfaces.begin()) : noSurface;
+    }
+
+    const std::vector<BlockSurface>& _surfaces;
+    const Places& _places;
+    std::array<std::size_t, 8> _owners{};  ///< by the sides at which they lie
+    std::vector<uint32> _vertices;
+};
+
+}  // namespace
+
+bool assembleMesh(std::vector<BlockSurface>& surfaces, uint32 threadCount, Polling& polling, Mesh& mesh)
+{
+    const Places places(surfaces);
+    Array<Vector3D>& positions = mesh.refPos();
+    Array<Index3>& faces = mesh.refTrindexPos();
+    positions.resize(places.vertices.back());
+    faces.resize(places.faces.back());
+    std::vector<ForeignVertices> lookups(std::max(threadCount, 1u), ForeignVertices(surfaces, places));
+    std::atomic<bool> someAreMissing = false;
+    const auto copySurface = [&](uint32 worker, uint64 n)
+    {
+        BlockSurface& surface = surfaces[n];
+        const uint32 firstVertex = places.vertices[n];
+        std::copy(surface.vertices.begin(), surface.vertices.end(), positions.data() + firstVertex);
+        const std::vector<uint32>& foreign = lookups[worker].of(surface);
+        const auto number = [&](uint32 corner)
+        { return corner & foreignFlag ? foreign[corner ^ foreignFlag] : firstVertex + corner; };
+        Index3* face = faces.data() + places.faces[n];
+        for (const Index3& f : surface.faces)
+        {
+            *face = {number(f.a), number(f.b), number(f.c)};
+            if (face->a == noIndex || face->b == noIndex || face->c == noIndex)
+            {
+                *face = {0, 0, 0};
+                someAreMissing = true;
+            }
+            ++face;
+        }
+        surface.vertices.elements.reset();
+        surface.faces.elements.reset();
+    };
+    return inTurns(polling, surfaces.size(), threadCount, copySurface) &&
+           (!someAreMissing || dropCollapsedFaces({&faces}, threadCount, polling));
+}
+
+std::vector<NodeVertex> listNodeVertices(const std::vector<BlockSurface>& surfaces)
+{
+    std::vector<NodeVertex> vertices;
+    uint32 first = 0;
+    for (const BlockSurface& surface : surfaces)
+    {
+        for (const VertexAtNode& v : surface.verticesAtNodes)
+        {
+            NodeVertex at{{}, first + v.vertex};
+            for (uint32 axis = 0; axis < 3; ++axis)
+                at.node[axis] = surface.block[axis] * blockEdge + v.node[axis];
+            vertices.push_back(at);
+        }
+        first += surface.vertices.count;
+    }
+    std::sort(vertices.begin(), vertices.end());
+    return vertices;
+}
+
+bool joinAtNodes(const std::vector<NodeVertex>& vertices, uint32 threadCount, Polling& polling, Mesh& mesh)
+{
+    struct Joined
+    {
+        uint32 vertex, to;
+    };
+    std::vector<Joined> joined;
+    for (std::size_t n = 1, first = 0; n < vertices.size(); ++n)
+        if (vertices[n].node == vertices[first].node)
+            joined.push_back({vertices[n].vertex, vertices[first].vertex});
+        else
+            first = n;
+    if (joined.empty()) return true;
+    const auto isBefore = [](const Joined& a, uint32 vertex) { return a.vertex < vertex; };
+    std::sort(joined.begin(), joined.end(),
+              [](const Joined& a, const Joined& b) { return a.vertex < b.vertex; });
+
+    // what stays moves up by the number of those before it that go
+    Array<Vector3D>& positions = mesh.refPos();
+    Array<uint32> numbers(positions.size());
+    if (!inPieces(polling, positions.size(), lightItems, threadCount,
+                  [&](uint32, uint64 begin, uint64 end)
+                  {
+                      auto next = std::lower_bound(joined.begin(), joined.end(), static_cast<uint32>(begin),
+                                                   isBefore);
+                      for (auto v = static_cast<uint32>(begin); v < end; ++v)
+                      {
+                          numbers[v] = v - static_cast<uint32>(next - joined.begin());
+                          if (next != joined.end() && next->vertex == v) ++next;
+                      }
+                  }))
+        return false;
+    for (const Joined& j : joined) numbers[j.vertex] = numbers[j.to];
+    Vector3D* kept = positions.data() + joined.front().vertex;
+    for (std::size_t n = 0; n < joined.size(); ++n)
+    {
+        const uint32 end = n + 1 < joined.size() ? joined[n + 1].vertex : positions.size();
+        kept = std::copy(positions.data() + joined[n].vertex + 1, positions.data() + end, kept);
+    }
+    positions.resize(static_cast<uint32>(kept - positions.data()));
+
+    Array<Index3>& faces = mesh.refTrindexPos();
+    return inPieces(polling, faces.size(), lightItems, threadCount,
+                    [&](uint32, uint64 begin, uint64 end)
+                    {
+                        for (uint64 f = begin; f < end; ++f)
+                            faces[f] = {numbers[faces[f].a], numbers[faces[f].b], numbers[faces[f].c]};
+                    }) &&
+           dropCollapsedFaces({&faces}, threadCount, polling);
+}
+
+}  // namespace tavrix::detail

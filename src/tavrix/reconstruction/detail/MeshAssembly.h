@@ -1,0 +1,36 @@
+#pragma once
+
+#include <vector>
+
+#include <tavrix/foundation/detail/Polling.h>
+#include <tavrix/mesh/Mesh.h>
+#include <tavrix/reconstruction/detail/BlockSurface.h>
+
+namespace tavrix::detail
+{
+
+/// Makes one mesh of the surfaces of blocks, which ascend by block: block after block, their vertices and
+/// faces as they come. Foreign edges are looked up among the shared vertices of the blocks to which they
+/// belong; where blocks do not agree, faces without their corners are dropped. Frees what it has copied. The
+/// same bytes for every thread count; linear. False when the polling stopped it; the mesh then means nothing.
+bool assembleMesh(std::vector<BlockSurface>& surfaces, uint32 threadCount, Polling& polling, Mesh& mesh);
+
+/// The vertices that may coincide at nodes, once the mesh is assembled: by node, then ascending.
+struct NodeVertex
+{
+    std::array<uint32, 3> node;
+    uint32 vertex;
+
+    friend bool operator<(const NodeVertex& a, const NodeVertex& b)
+    {
+        return a.node < b.node || (a.node == b.node && a.vertex < b.vertex);
+    }
+};
+std::vector<NodeVertex> listNodeVertices(const std::vector<BlockSurface>& surfaces);
+
+/// Joins the vertices of each node into the first of them, where it stays, and drops the faces that lose a
+/// corner. The other vertices and faces keep their order. Linear where vertices are joined, else their
+/// number alone counts. False when the polling stopped it; the mesh then means nothing.
+bool joinAtNodes(const std::vector<NodeVertex>& vertices, uint32 threadCount, Polling& polling, Mesh& mesh);
+
+}  // namespace tavrix::detail
