@@ -77,6 +77,17 @@ TEST(ParticleNeighbours, EqualBruteForceForEveryThreadCount)
     expectBruteForce(Array<Vector3F>(20, Vector3F{1, 0.5f, 0.5f}), {0.1}, 0.1);
 }
 
+TEST(ParticleNeighbours, ReachesMayBeLostInTheRoundingOfFarCoordinates)
+{
+    for (const float far : {0.0f, 1e6f, -3e7f, 1e12f, -3e38f})
+    {
+        const Array<Vector3F> positions{{far, far, far}};
+        const Array<Vector3D> places{{far, far, far}};
+        const auto found = interpolateAtPlaces(NeighbourGrid(positions, 1e-3), {{1, 2, 3}}, places, 1e-3);
+        EXPECT_EQ(found[0], (Vector3F{1, 2, 3})) << far;
+    }
+}
+
 TEST(ParticleNeighbours, BadValuesCountAsZeroAndPollsStop)
 {
     const float nan = std::numeric_limits<float>::quiet_NaN();

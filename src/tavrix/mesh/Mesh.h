@@ -320,7 +320,8 @@ public:
     bool recalculateNormalsParallelized(uint32 threadCount = 1, CancelCallback callback = nullptr);
     /// "FaceNor" alone.
     void recalculateFaceNormals();
-    /// "Nor" alone; "FaceNor" is neither read nor written.
+    /// "Nor" alone; "FaceNor" is neither read nor written. The same bytes for every thread count; false when
+    /// the callback stopped the work, and some of them mean nothing.
     bool recalculateVertexesNormals(uint32 threadCount = 1, CancelCallback callback = nullptr);
     /// Recalculates the normals unless there is one a face and one for every index in "TrindexNor".
     bool confirmNormalsCalculated(uint32 threadCount = 1, CancelCallback callback = nullptr);

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <atomic>
 #include <vector>
 
 #include <tavrix/fields/detail/ParticleChange.h>
@@ -83,15 +82,9 @@ bool forEachLoad(const std::vector<BrickLoad>& loads, uint32 threadCount, Pollin
             continue;
         }
         while (last < loads.size() && !isHeavy(last)) ++last;
-        const uint32 workers = std::clamp(threadCount, 1u, last - first);
-        std::atomic<uint32> next = first;
-        if (!polledFor(polling, workers, workers,
-                       [&](uint32 worker, uint64, uint64)
-                       {
-                           for (uint32 n; (n = next++) < last;)
-                               if (!work(n, worker, 1) || !polling.goOn()) return;
-                       }))
-            return false;
+        const auto workOnLight = [&](uint32 worker, uint64 n)
+        { work(first + static_cast<uint32>(n), worker, 1u); };
+        if (!inTurns(polling, last - first, threadCount, workOnLight)) return false;
     }
     return !polling.isStopped();
 }

@@ -4,7 +4,7 @@
 #include <vector>
 
 #include <tavrix/implicit/detail/SparseField.h>
-#include <tavrix/isosurface/detail/SurfaceExtraction.h>
+#include <tavrix/isosurface/detail/LookupSource.h>
 
 namespace tavrix::detail
 {
@@ -12,17 +12,15 @@ namespace tavrix::detail
 /// The held samples of a sparse field, and the default value elsewhere. Only the rows that hold nodes are
 /// looked at, and those next to them: elsewhere all samples are equal.
 template <class T>
-class SparseSource
+class SparseSource : public LookupSource<SparseField<T>, T>
 {
+    using Base = LookupSource<SparseField<T>, T>;
+    using Base::_field;
+    using Base::_threshold;
+
 public:
-    static constexpr bool hasNormals = false;
-
-    SparseSource(const SparseField<T>& field, T threshold)
-        : _field(field), _points(field.getGrid()), _threshold(threshold)
-    {
-    }
-
-    const GridDescription3<double>& grid() const { return _field.getGrid(); }
+    using Base::Base;
+    using Base::grid;
 
     /// The cells of the range that the surface crosses, ascending; whatever, once the polling has stopped.
     /// Each worker takes a run of planes.
@@ -41,18 +39,6 @@ public:
                                               polling);
                   });
         return joined(found);
-    }
-
-    void prefetch(const GridEdgeKey&) const {}
-
-    /// The point of the edge where the linear interpolation of its samples meets the threshold.
-    Vector3D vertex(const GridEdgeKey& key) const
-    {
-        Index3 node = grid().getIndexes(key.a);
-        const auto low = static_cast<double>(_field.get(node));
-        ++node[key.b];
-        const auto high = static_cast<double>(_field.get(node));
-        return _points(key, (static_cast<double>(_threshold) - low) / (high - low));
     }
 
 private:
@@ -131,10 +117,6 @@ private:
         std::vector<uint64> _farRow;  ///< set also past the last node, which no cell reads
         std::vector<CrossedCell> _found;
     };
-
-    const SparseField<T>& _field;
-    EdgePoints _points;
-    T _threshold;
 };
 
 }  // namespace tavrix::detail

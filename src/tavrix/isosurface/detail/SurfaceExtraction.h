@@ -12,9 +12,10 @@
 //
 //   const GridDescription3<double>& grid() const;
 //   void classify(uint32 i, uint32 j, uint64* bits) const;        the sign bits of the nodes (i, j, 0 ..)
-//   Vector3D vertex(const GridEdgeKey& key) const;                    where the surface crosses a grid edge
-//   void prefetch(const GridEdgeKey& key) const;                      a hint that vertex(key) will be asked
-//   soon static constexpr bool hasNormals;  Vector3F normal(const GridEdgeKey& key) const;
+//   Vector3D vertex(const GridEdgeKey& key) const;                where the surface crosses a grid edge
+//   void prefetch(const GridEdgeKey& key) const;                  a hint that vertex(key) will be asked soon
+//   static constexpr bool hasNormals;
+//   Vector3F normal(const GridEdgeKey& key) const;                if it has
 //
 // A source that does not hold every sample has, instead of classify,
 //

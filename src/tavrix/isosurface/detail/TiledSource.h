@@ -4,7 +4,7 @@
 #include <vector>
 
 #include <tavrix/fields/ScalarField3_SG.h>
-#include <tavrix/isosurface/detail/SurfaceExtraction.h>
+#include <tavrix/isosurface/detail/LookupSource.h>
 
 namespace tavrix::detail
 {
@@ -12,33 +12,19 @@ namespace tavrix::detail
 /// The samples of a tiled field. Only the tiles that are stored are looked at, and those before them, which
 /// share a layer of nodes with them: elsewhere all samples are equal.
 template <class T>
-class TiledSource
+class TiledSource : public LookupSource<ScalarField3_SG<T, double>, T>
 {
+    using Base = LookupSource<ScalarField3_SG<T, double>, T>;
+    using Base::_field;
+    using Base::_threshold;
+
 public:
-    static constexpr bool hasNormals = false;
-
-    TiledSource(const ScalarField3_SG<T, double>& field, T threshold)
-        : _field(field), _points(field.getGrid()), _threshold(threshold)
-    {
-    }
-
-    const GridDescription3<double>& grid() const { return _field.getGrid(); }
+    using Base::Base;
+    using Base::grid;
 
     /// The cells of the range that the surface crosses, in some order; whatever, once the polling has
     /// stopped.
     Array<CrossedCell> findCells(const CellRange& cells, uint32 threadCount, Polling& polling) const;
-
-    void prefetch(const GridEdgeKey&) const {}
-
-    /// The point of the edge where the linear interpolation of its samples meets the threshold.
-    Vector3D vertex(const GridEdgeKey& key) const
-    {
-        Index3 node = grid().getIndexes(key.a);
-        const auto low = static_cast<double>(_field.get(node));
-        ++node[key.b];
-        const auto high = static_cast<double>(_field.get(node));
-        return _points(key, (static_cast<double>(_threshold) - low) / (high - low));
-    }
 
 private:
     /// Finds the crossed cells of tiles.
@@ -61,10 +47,6 @@ private:
 
     uint32 edge() const { return _field.getTileEdge(); }
     std::vector<uint32> listTiles(Polling& polling) const;
-
-    const ScalarField3_SG<T, double>& _field;
-    EdgePoints _points;
-    T _threshold;
 };
 
 /// The tiles that are stored and those before them, ascending.

@@ -1,6 +1,7 @@
 #include <tavrix/particles/detail/NearbyPoints.h>
 
 #include <algorithm>
+#include <cmath>
 
 namespace tavrix::detail
 {
@@ -12,6 +13,14 @@ float larger(float a, float b) { return a > b ? a : b; }
 
 /// How far a coordinate lies outside of a range.
 float outside(float at, float low, float high) { return larger(larger(low - at, at - high), 0.0f); }
+
+/// A finite coordinate out of the reach of those at the end of a box, also where these are so large that
+/// adding the reach changes nothing.
+float beyond(double end, double reach)
+{
+    constexpr double huge = 1e37;
+    return std::abs(end) < huge ? static_cast<float>(std::min(4 * (std::abs(end) + reach), 10 * huge)) : 0.0f;
+}
 
 /// Writes the numbers of a run's points that are closer to the box than the reach; returns how many.
 uint32 closeTo(const Box3F& box, float squaredReach, const NeighbourGrid& grid, NeighbourGrid::Run run,
@@ -63,8 +72,7 @@ bool NearbyPoints::gather(const NeighbourGrid& grid, const Box3F& box, double re
         if (padded > coordinates.capacity()) coordinates.reserve(padded + padded / 2, false);
         coordinates.resize(padded);
         for (uint32 n = 0; n < count; ++n) coordinates[n] = grid.coordinates(axis)[_numbers[n]];
-        const auto beyond = static_cast<float>(box.max[axis] + 2 * reach);
-        std::fill(coordinates.begin() + count, coordinates.end(), beyond);
+        std::fill(coordinates.begin() + count, coordinates.end(), beyond(box.max[axis], reach));
     }
     return count > 0;
 }

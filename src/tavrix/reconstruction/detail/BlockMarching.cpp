@@ -1,10 +1,9 @@
 #include <tavrix/reconstruction/detail/BlockMarching.h>
 
-#include <bit>
 #include <cstring>
 
-#include <tavrix/isosurface/detail/MarchingCubesTable.h>
-#include <tavrix/isosurface/detail/SignRows.h>
+#include <tavrix/isosurface/detail/CrossedCells.h>
+#include <tavrix/isosurface/detail/EdgeOwners.h>
 
 namespace tavrix::detail
 {
@@ -37,15 +36,7 @@ constexpr bool liesAt(const CellEdge& edge, uint32 axis, uint32 side)
     return edge.axis != axis && offset == side;
 }
 
-/// Where the cell is the first of the block along the axes: the edges that no cell before it has ...
-constexpr std::array<uint16, 8> edgesNotBefore = edgesWhere(
-    [](const CellEdge& edge, uint32 isFirst)
-    {
-        for (uint32 axis = 0; axis < 3; ++axis)
-            if (liesAt(edge, axis, 0) && !(isFirst >> axis & 1)) return false;
-        return true;
-    });
-/// ... and those that belong to other blocks.
+/// Where the cell is the first of the block along the axes: the edges that belong to other blocks.
 constexpr std::array<uint16, 8> edgesOfOthers = edgesWhere(
     [](const CellEdge& edge, uint32 isFirst)
     {
@@ -106,22 +97,13 @@ bool BlockMarching::classify(const BlockRoom& room, float level)
 /// Goes along the cells (i, j, 0 …) that the surface crosses.
 void BlockMarching::marchColumn(const BlockRoom& room, float level, uint32 i, uint32 j)
 {
-    constexpr uint64 cells = (uint64{1} << blockEdge) - 1;
-    const uint64 near[4] = {_signs[i][j], _signs[i + 1][j], _signs[i + 1][j + 1], _signs[i][j + 1]};
-    uint64 any = 0, all = ~uint64{0};
-    for (const uint64 signs : near)
-    {
-        any |= signs | signs >> 1;
-        all &= signs & signs >> 1;
-    }
-    for (uint64 crossed = any & ~all & cells; crossed != 0; crossed &= crossed - 1)
-    {
-        const auto k = static_cast<uint32>(std::countr_zero(crossed));
-        uint64 index = 0;
-        for (uint32 r = 0; r < 4; ++r) index |= (near[r] >> k & 1) << r | (near[r] >> (k + 1) & 1) << (r + 4);
-        numberEdges(room, level, i, j, k, static_cast<uint32>(index));
-        addFaces(j, k, static_cast<uint32>(index));
-    }
+    forEachCrossedCell({&_signs[i][j], &_signs[i + 1][j], &_signs[i + 1][j + 1], &_signs[i][j + 1]}, 1, 0,
+                       blockEdge,
+                       [&](uint32 k, uint32 caseIndex)
+                       {
+                           numberEdges(room, level, i, j, k, caseIndex);
+                           addFaces(j, k, caseIndex);
+                       });
 }
 
 /// The number of an edge of the cell (j, k) of the column that is marched.
@@ -141,7 +123,7 @@ void BlockMarching::numberEdges(const BlockRoom& room, float level, uint32 i, ui
     for (uint32 n = 0; n < c.edgeCount; ++n)
     {
         const uint32 edge = c.edges[n];
-        if (!(edgesNotBefore[isFirst] >> edge & 1)) continue;
+        if (!(ownedEdges[isFirst] >> edge & 1)) continue;
         const CellEdge& e = cellEdges[edge];
         const uint32 node[] = {i + e.dx, j + e.dy, k + e.dz};
         const BlockEdge key = blockEdgeAt(node[0], node[1], node[2], e.axis);

@@ -5,7 +5,7 @@
 
 #include <tavrix/foundation/Tuple.h>
 #include <tavrix/foundation/Vector3.h>
-#include <tavrix/reconstruction/detail/BlockSamples.h>
+#include <tavrix/reconstruction/detail/BlockRoom.h>
 
 namespace tavrix::detail
 {

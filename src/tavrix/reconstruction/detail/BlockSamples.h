@@ -1,32 +1,15 @@
 #pragma once
 
 #include <algorithm>
-#include <bit>
-#include <memory>
 
 #include <tavrix/fields/detail/SplatTarget.h>
 #include <tavrix/foundation/detail/Polling.h>
 #include <tavrix/foundation/detail/Sorting.h>
+#include <tavrix/reconstruction/detail/BlockRoom.h>
 #include <tavrix/reconstruction/detail/ParticleBlocks.h>
 
 namespace tavrix::detail
 {
-
-/// The samples of one block at a time, in a room that stays in cache.
-struct BlockRoom
-{
-    /// Samples along z that are stored: whole groups of lanes, the quick case for the kernels. Those past the
-    /// block are of no meaning.
-    static constexpr uint32 rowLength = (blockNodes + 7) / 8 * 8;
-    static constexpr std::size_t strideY = rowLength, strideX = std::size_t{rowLength} * blockNodes;
-
-    BlockIndex block;
-    uint32 low[3], high[3];       ///< the nodes that particles may reach, half open; all others have 0
-    double nodes[3][blockNodes];  ///< coordinates per axis
-    std::unique_ptr<float[]> samples{new float[strideX * blockNodes]};
-
-    float* at(uint32 i, uint32 j, uint32 k) const { return samples.get() + i * strideX + j * strideY + k; }
-};
 
 /// Fills blocks with the field of the particles. A node gets what a dense field on the same lattice has: the
 /// particles that reach it in the order of their cells (x, then y, then z), those of a cell by number.
@@ -168,16 +151,13 @@ template <class Kernel>
 void BlockSampler<Kernel>::placeRoom(BlockRoom& room) const
 {
     const BlockLattice& lattice = _particles.lattice;
-    room.block = _block;
+    room.moveTo(lattice, _block);
     for (uint32 axis = 0; axis < 3; ++axis)
     {
         const uint32 origin = _block[axis] * blockEdge, reach = _particles.reach[axis];
         const uint32 low = _foundLow[axis] - reach, high = _foundHigh[axis] + reach + 1;
         room.low[axis] = low > origin && low <= _foundLow[axis] ? low - origin : 0;
         room.high[axis] = std::min(high - origin, blockNodes);
-        const int64 first = lattice.nodeOf(_block, axis);
-        for (uint32 n = 0; n < blockNodes; ++n)
-            room.nodes[axis][n] = static_cast<double>(first + n) * lattice.spacing;
     }
     for (uint32 i = room.low[0]; i < room.high[0]; ++i)
         std::fill(room.at(i, room.low[1], 0), room.at(i, room.high[1], 0), 0.0f);

@@ -97,14 +97,11 @@ bool SolidFinder::operator()(const BlockIndex& block, BlockMarching& marching)
 
 void SolidFinder::placeRoom(const BlockIndex& block)
 {
-    _room->block = block;
+    _room->moveTo(*_lattice, block);
     for (uint32 axis = 0; axis < 3; ++axis)
     {
         _room->low[axis] = 0;
         _room->high[axis] = blockNodes;
-        const int64 first = _lattice->nodeOf(block, axis);
-        for (uint32 n = 0; n < blockNodes; ++n)
-            _room->nodes[axis][n] = static_cast<double>(first + n) * _lattice->spacing;
     }
 }
 

@@ -5,7 +5,6 @@
 
 #include <tavrix/foundation/detail/Polling.h>
 #include <tavrix/reconstruction/detail/BlockMarching.h>
-#include <tavrix/reconstruction/detail/BlockSamples.h>
 #include <tavrix/reconstruction/detail/SolidDistance.h>
 
 // The surface of a reshaped solid, from blocks. No distance grows faster than the way, so a cube whose middle

@@ -1,4 +1,4 @@
-#include <tavrix/reconstruction/detail/BlockExtraction.h>
+#include <tavrix/reconstruction/detail/BlockMesh.h>
 
 namespace tavrix::detail
 {
