@@ -60,6 +60,7 @@
 #include <tavrix/mesh/MeshArrayInf.h>
 #include <tavrix/mesh/MeshRepair.h>
 #include <tavrix/mesh/MeshTopology.h>
+#include <tavrix/mesh/SheetSeparation.h>
 
 #include <tavrix/meshproc/SphereTriangulated.h>
 #include <tavrix/meshproc/Vector3Simplifier.h>

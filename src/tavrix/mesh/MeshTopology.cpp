@@ -2,8 +2,10 @@
 
 #include <algorithm>
 #include <numeric>
+#include <tuple>
 #include <vector>
 
+#include <tavrix/mesh/detail/CornerFans.h>
 #include <tavrix/mesh/detail/EdgeTable.h>
 #include <tavrix/mesh/detail/MeshFaces.h>
 
@@ -29,12 +31,59 @@ Array<int32> directionBalances(const detail::EdgeTable& edges, const Array<Index
     return balances;
 }
 
-uint32 countUsedPositions(const detail::EdgeTable& edges, const Array<Index3>& faces, uint32 positionCount)
+/// Which positions the counted faces use.
+Array<uint8> usedPositions(const detail::EdgeTable& edges, const Array<Index3>& faces, uint32 positionCount)
 {
     Array<uint8> used(positionCount, uint8{0});
     for (uint32 h = 0; h < edges.edgeOfHalfEdge.size(); ++h)
         if (edges.edgeOfHalfEdge[h] != noIndex) used[faces[h / 3][h % 3]] = 1;
+    return used;
+}
+
+uint32 countUsed(const Array<uint8>& used)
+{
     return static_cast<uint32>(std::count(used.begin(), used.end(), uint8{1}));
+}
+
+uint32 countNonManifoldVertices(const detail::EdgeTable& edges, const Array<Index3>& faces,
+                                uint32 positionCount)
+{
+    detail::CornerFans fans(faces, facedgeNeighbours(edges, faces.size()));
+    Array<uint32> firstFan(positionCount, noIndex);
+    Array<uint8> hasSeveral(positionCount, uint8{0});
+    for (uint32 corner = 0; corner < edges.edgeOfHalfEdge.size(); ++corner)
+    {
+        if (edges.edgeOfHalfEdge[corner] == noIndex) continue;
+        const uint32 position = detail::vertexAt(faces, corner), fan = fans.fanOf(corner);
+        if (firstFan[position] == noIndex) firstFan[position] = fan;
+        hasSeveral[position] |= firstFan[position] != fan;
+    }
+    return countUsed(hasSeveral);
+}
+
+/// The used positions that edges of length 0 do not join, less the different places of them.
+uint32 countSelfContacts(const Array<Vector3D>& positions, const Array<Index3>& faces,
+                         const Array<uint8>& used)
+{
+    detail::UnionFind joined(positions.size());
+    for (const Index3& face : faces)
+        for (uint32 c = 0; c < 3; ++c)
+            if (positions[face[c]] == positions[face[(c + 1) % 3]]) joined.unite(face[c], face[(c + 1) % 3]);
+    std::vector<Vector3D> places;
+    for (uint32 n = 0; n < positions.size(); ++n)
+        if (used[n] && isFinite(positions[n]) && joined.find(n) == n) places.push_back(positions[n]);
+    std::sort(places.begin(), places.end(),
+              [](const Vector3D& a, const Vector3D& b)
+              { return std::tie(a.x, a.y, a.z) < std::tie(b.x, b.y, b.z); });
+    const auto different = std::unique(places.begin(), places.end());
+    return static_cast<uint32>(places.end() - different);
+}
+
+bool hasArea(const Array<Vector3D>& positions, const Index3& face)
+{
+    const Vector3D& a = positions[face.a];
+    const Vector3D normal = cross(positions[face.b] - a, positions[face.c] - a);
+    return dot(normal, normal) > 0;
 }
 
 bool isBelow(const Array<Index3>& triples, uint32 size)
@@ -52,16 +101,25 @@ MeshTopology computeTopology(const Mesh& mesh)
     const Array<uint32> uses = edges.useCounts();
     const Array<int32> balances = directionBalances(edges, faces);
     MeshTopology topology{};
-    topology.positionCount = countUsedPositions(edges, faces, mesh.getPosSize());
+    const Array<uint8> used = usedPositions(edges, faces, mesh.getPosSize());
+    topology.positionCount = countUsed(used);
     topology.edgeCount = edges.edgeCount;
     for (uint32 f = 0; f < faces.size(); ++f)
-        topology.faceCount += edges.edgeOfHalfEdge[uint64{3} * f] != noIndex;
+    {
+        const bool isCounted = edges.edgeOfHalfEdge[uint64{3} * f] != noIndex;
+        ++(isCounted ? topology.faceCount : topology.collapsedFaceCount);
+        topology.flatFaceCount += isCounted && !hasArea(mesh.pos(), faces[f]);
+    }
     for (uint32 e = 0; e < edges.edgeCount; ++e)
     {
         topology.boundaryEdgeCount += uses[e] == 1;
         topology.nonManifoldEdgeCount += uses[e] > 2;
         topology.inconsistentEdgeCount += uses[e] > 1 && balances[e] != 0;
     }
+    topology.nonManifoldVertexCount = countNonManifoldVertices(edges, faces, mesh.getPosSize());
+    topology.selfContactCount = countSelfContacts(mesh.pos(), faces, used);
+    topology.nonFiniteCount = static_cast<uint32>(
+        std::count_if(mesh.pos().begin(), mesh.pos().end(), [](const Vector3D& p) { return !isFinite(p); }));
     return topology;
 }
 

@@ -8,23 +8,33 @@ namespace tavrix
 /// How the faces of a mesh hang together. Faces that name a position twice have no edges and are not counted.
 struct MeshTopology
 {
-    uint32 positionCount;          ///< positions that a counted face uses
-    uint32 edgeCount;              ///< different undirected edges
-    uint32 faceCount;              ///< counted faces
-    uint32 boundaryEdgeCount;      ///< edges of one face
-    uint32 nonManifoldEdgeCount;   ///< edges of three and more faces
-    uint32 inconsistentEdgeCount;  ///< edges of several faces that do not run along it equally often in both
-                                   ///< directions
+    uint32 positionCount;           ///< positions that a counted face uses
+    uint32 edgeCount;               ///< different undirected edges
+    uint32 faceCount;               ///< counted faces
+    uint32 boundaryEdgeCount;       ///< edges of one face
+    uint32 nonManifoldEdgeCount;    ///< edges of three and more faces
+    uint32 inconsistentEdgeCount;   ///< edges of several faces that do not run along it equally often in both
+                                    ///< directions
+    uint32 nonManifoldVertexCount;  ///< positions whose counted faces do not form one fan, one the neighbour
+                                    ///< of the next across an edge of two
+    /// Sheets that touch at positions: how often used positions coincide that no edge of length 0 joins.
+    uint32 selfContactCount;
+    uint32 collapsedFaceCount;  ///< faces that name a position twice
+    uint32 flatFaceCount;       ///< counted faces without area: corners on a line, or not finite
+    uint32 nonFiniteCount;      ///< positions that are not finite, used or not
 
-    /// No edge has one face only.
-    bool isClosed() const { return boundaryEdgeCount == 0; }
+    /// There are faces with an area, and no edge has one face only.
+    bool isClosed() const { return boundaryEdgeCount == 0 && flatFaceCount < faceCount; }
+    /// Every edge is of one face or two, and the faces around every position form one fan.
+    bool isManifold() const { return nonManifoldEdgeCount == 0 && nonManifoldVertexCount == 0; }
     /// Where several faces share an edge, they run along it equally often in both directions.
     bool isConsistentlyOriented() const { return inconsistentEdgeCount == 0; }
     /// Positions - edges + faces: 2 for a sphere, 0 for a torus, their sum for several parts.
     int64 eulerCharacteristic() const { return int64{positionCount} - edgeCount + faceCount; }
 };
 
-/// Counts edges, borders and the like of a mesh. O(positions + faces). The indices must be valid.
+/// Counts edges, borders and the like of a mesh. O(faces + positions log positions). The indices must be
+/// valid.
 TX_GEOMETRY_API MeshTopology computeTopology(const Mesh& mesh);
 
 /// The number of parts of the mesh that share no position; positions without a face are none. O(positions +

@@ -14,28 +14,6 @@ namespace tavrix::detail
 namespace
 {
 
-bool isInSlot(const Mesh& mesh, ArrayHandle array)
-{
-    for (uint32 slot = 0; slot < meshSlotCount; ++slot)
-        if (mesh.handleOf(static_cast<Mesh::Slot>(slot)) == array) return true;
-    return false;
-}
-
-/// The arrays outside the slots that carry the flag, and the smoothed normals, one a position.
-std::vector<ArrayHandle> extraArrays(const Mesh& mesh, uint32 flag)
-{
-    std::vector<ArrayHandle> found;
-    const ArraySet<MeshArrayInf>& arrays = mesh.getArraySet();
-    for (uint32 i = 0; i < arrays.size(); ++i)
-    {
-        const bool inSlot = isInSlot(mesh, arrays.handle(i));
-        if (!inSlot && (arrays.inf(i).flags & flag) != 0) found.push_back(arrays.handle(i));
-    }
-    if (flag == MeshArrayInf::PER_POSITION && !mesh.getArrNorSurface().isNone())
-        found.push_back(mesh.getArrNorSurface());
-    return found;
-}
-
 /// Replaces every index by its group; an index past the groups is left alone. The groups are looked up all
 /// over their array, so they are asked for some faces ahead.
 bool renumber(Array<Index3>& faces, const Array<uint32>& groupOf, uint32 threadCount, Polling& polling)
@@ -158,15 +136,11 @@ MeshCleaning::MeshCleaning(Mesh& mesh, uint32 threadCount, CancelCallback callba
     : _mesh(mesh),
       _threadCount(threadCount),
       _polling(callback),
+      _extras(mesh),
       _pos(workingCopy(mesh.refPos(), _posCopy, _polling)),
       _trindexPos(workingCopy(mesh.refTrindexPos(), _trindexPosCopy, _polling)),
       _trindexNor(workingCopy(mesh.refTrindexNor(), _trindexNorCopy, _polling))
 {
-}
-
-MeshCleaning::~MeshCleaning()
-{
-    for (const Change& change : _changes) TX_ArrayServer::instance().release(change.fresh);
 }
 
 /// Whether the normals can be numbered as the positions are. Otherwise they are a set of their own, and
@@ -187,20 +161,11 @@ bool MeshCleaning::normalsFollowPositions()
     return follow;
 }
 
-/// Makes what becomes of the extra arrays that carry the flag and fit the old count; false when stopped.
-bool MeshCleaning::gatherExtras(uint32 flag, uint32 oldCount, const Array<uint32>& numbers)
+/// Makes what becomes of the mesh's extra arrays; false when stopped.
+bool MeshCleaning::gatherExtras(MeshArrayInf::Flag kind, uint32 oldCount, const Array<uint32>& numbers)
 {
-    TX_ArrayServer& server = TX_ArrayServer::instance();
-    for (const ArrayHandle array : extraArrays(_mesh, flag))
-    {
-        const uint32 size = server.size(array);
-        if (oldCount == 0 || size == 0 || size % oldCount != 0) continue;
-        const ArrayHandle fresh = server.gather(array, {numbers.data(), numbers.size()}, size / oldCount,
-                                                [this] { return _polling.goOn(); });
-        if (_polling.isStopped()) return false;
-        if (!fresh.isNone()) _changes.push_back({array, fresh});
-    }
-    return true;
+    return _extras.gather(kind, oldCount, {numbers.data(), numbers.size()},
+                          [this] { return _polling.goOn(); });
 }
 
 bool MeshCleaning::eraseRepeatedVertices()
@@ -210,7 +175,7 @@ bool MeshCleaning::eraseRepeatedVertices()
     const uint32 oldCount = _pos->size();
     _normalsFollow = normalsFollowPositions();
     if (_normalsFollow && _mesh.refNor().capacity() < oldCount) _mesh.refNor().reserve(oldCount);
-    const bool withExtras = !extraArrays(_mesh, MeshArrayInf::PER_POSITION).empty();
+    const bool withExtras = _extras.has(MeshArrayInf::PER_POSITION);
     Array<uint32> openers;
     Array<Index3> none;
     if (!mergePositions(*_pos, {_trindexPos, _normalsFollow ? _trindexNor : &none}, _threadCount, _polling,
@@ -224,7 +189,7 @@ bool MeshCleaning::eraseRepeatedVertices()
 bool MeshCleaning::eraseFacesWithRepatedIndexes()
 {
     const uint32 oldCount = _trindexPos->size();
-    const bool withExtras = !extraArrays(_mesh, MeshArrayInf::PER_FACE).empty();
+    const bool withExtras = _extras.has(MeshArrayInf::PER_FACE);
     Array<uint32> kept;
     if (!dropCollapsedFaces({_trindexPos, _trindexNor}, _threadCount, _polling, withExtras ? &kept : nullptr))
         return false;
@@ -240,7 +205,7 @@ void MeshCleaning::finish()
         _mesh.refTrindexPos().swap(_trindexPosCopy);
         _mesh.refTrindexNor().swap(_trindexNorCopy);
     }
-    for (const Change& change : _changes) TX_ArrayServer::instance().swapContents(change.array, change.fresh);
+    _extras.finish();
     settle();
 }
 

@@ -7,12 +7,7 @@
 #include <tavrix/foundation/detail/Polling.h>
 #include <tavrix/foundation/Tuple.h>
 #include <tavrix/foundation/Vector3.h>
-#include <tavrix/platform/ArrayHandle.h>
-
-namespace tavrix
-{
-class Mesh;
-}
+#include <tavrix/mesh/detail/CarriedArrays.h>
 
 namespace tavrix::detail
 {
@@ -45,7 +40,6 @@ public:
     MeshCleaning(Mesh& mesh, uint32 threadCount, CancelCallback callback);
     MeshCleaning(const MeshCleaning&) = delete;
     MeshCleaning& operator=(const MeshCleaning&) = delete;
-    ~MeshCleaning();
 
     /// Merges the positions; what the mesh holds per position follows.
     bool eraseRepeatedVertices();
@@ -55,26 +49,20 @@ public:
     void finish();
 
 private:
-    /// An extra array of the mesh, and what it becomes.
-    struct Change
-    {
-        ArrayHandle array, fresh;
-    };
-
     void settle();
     bool normalsFollowPositions();
-    bool gatherExtras(uint32 flag, uint32 oldCount, const Array<uint32>& numbers);
+    bool gatherExtras(MeshArrayInf::Flag kind, uint32 oldCount, const Array<uint32>& numbers);
 
     Mesh& _mesh;
     uint32 _threadCount;
     Polling _polling;
+    CarriedArrays _extras;
     Array<Vector3D> _posCopy;
     Array<Index3> _trindexPosCopy, _trindexNorCopy;
     Array<Vector3D>* _pos;
     Array<Index3>*_trindexPos, *_trindexNor;
     bool _normalsFollow = true;  ///< "TrindexNor" numbers positions
     bool _merged = false;
-    std::vector<Change> _changes;
 };
 
 }  // namespace tavrix::detail
