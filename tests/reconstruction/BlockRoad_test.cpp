@@ -51,7 +51,7 @@ Mesh surfaceByBlocks(const Kernel& kernel, uint32 count, Make make, float level,
                      uint32 threadCount = 2)
 {
     Polling none(nullptr);
-    BlockRoad<Kernel> road({kernel, spacing, level, {joins, 1e12, 0, 0, threadCount}}, none);
+    BlockRoad<Kernel> road({kernel, spacing, level, {joins, false, 1e12, 0, 0, threadCount}}, none);
     Mesh mesh;
     EXPECT_EQ(road.sort(count, make), BlockRoadEnd::Done);
     EXPECT_EQ(road.extract(mesh), BlockRoadEnd::Done);
@@ -210,7 +210,7 @@ TEST(BlockRoad, SaysBeforehandWhatItTakes)
     const auto run = [&](double bytes, Mesh& mesh)
     {
         Polling none(nullptr);
-        BlockRoad<BallKernel> road({metaball, spacing, 1, {true, bytes, 12, 12, 2}}, none);
+        BlockRoad<BallKernel> road({metaball, spacing, 1, {true, false, bytes, 12, 12, 2}}, none);
         BlockRoadEnd end = road.sort(s.positions.size(), ballsOf(s));
         if (end == BlockRoadEnd::Done) end = road.extract(mesh);
         return std::pair(end, road.bytes());
@@ -236,7 +236,7 @@ TEST(BlockRoad, SaysBeforehandWhatItTakes)
     for (const Vector3F& far : {Vector3F{1e9f, 0, 0}, Vector3F{0, 0, -1e20f}})
     {
         const Array<Vector3F> places{{0, 0, 0}, far};
-        BlockRoad<BallKernel> road({metaball, spacing, 1, {true, 1e12, 0, 0, 1}}, none);
+        BlockRoad<BallKernel> road({metaball, spacing, 1, {true, false, 1e12, 0, 0, 1}}, none);
         EXPECT_EQ(road.sort(2,
                             [&](uint32 n) {
                                 return Particle{places[n].x, places[n].y, places[n].z, 0.1f};

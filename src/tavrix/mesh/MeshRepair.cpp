@@ -7,6 +7,8 @@
 #include <utility>
 #include <vector>
 
+#include <tavrix/mesh/detail/CarriedArrays.h>
+
 namespace tavrix
 {
 
@@ -103,6 +105,14 @@ double spannedVolume(const Mesh& mesh, const Index3& face, const Vector3D& origi
     return dot(pos[face.a] - origin, cross(pos[face.b] - origin, pos[face.c] - origin));
 }
 
+/// Leaves the elements of these ascending numbers.
+template <class T>
+void gather(Array<T>& elements, const Array<uint32>& numbers)
+{
+    for (uint32 n = 0; n < numbers.size(); ++n) elements[n] = elements[numbers[n]];
+    elements.resize(numbers.size());
+}
+
 }  // namespace
 
 uint32 joinEqualPositions(Mesh& mesh)
@@ -156,6 +166,31 @@ uint32 dropInfiniteFaces(Mesh& mesh)
     mesh.invalidateBox();
     mesh.invalidateConnectivity();
     return dropped;
+}
+
+uint32 dropUnusedPositions(Mesh& mesh)
+{
+    const uint32 before = mesh.getPosSize();
+    Array<uint32> number(before, noIndex), kept;
+    for (const Index3& face : mesh.trindexPos()) number[face.a] = number[face.b] = number[face.c] = 0;
+    for (uint32 n = 0; n < before; ++n)
+        if (number[n] != noIndex)
+        {
+            number[n] = kept.size();
+            kept.push_back(n);
+        }
+    if (kept.size() == before) return 0;
+    detail::CarriedArrays carried(mesh);
+    carried.gather(MeshArrayInf::PER_POSITION, before, {kept.data(), kept.size()}, [] { return true; });
+    const bool normalsFollow = mesh.trindexNor() == mesh.trindexPos();
+    if (normalsFollow && mesh.nor().size() == before) gather(mesh.refNor(), kept);
+    gather(mesh.refPos(), kept);
+    for (Index3& face : mesh.refTrindexPos()) face = {number[face.a], number[face.b], number[face.c]};
+    if (normalsFollow) mesh.refTrindexNor() = mesh.trindexPos();
+    carried.finish();
+    mesh.invalidateBox();
+    mesh.invalidateConnectivity();
+    return before - kept.size();
 }
 
 uint32 orientMixedParts(Mesh& mesh)

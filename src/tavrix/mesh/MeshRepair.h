@@ -24,6 +24,11 @@ TX_GEOMETRY_API void dropNormals(Mesh& mesh);
 /// face's corner. Returns the number of faces removed.
 TX_GEOMETRY_API uint32 dropInfiniteFaces(Mesh& mesh);
 
+/// Removes the positions that no face names; the others keep their order, and arrays per position follow.
+/// Normals follow when their triples are those of the positions. Returns the number of positions removed.
+/// O(positions + faces).
+TX_GEOMETRY_API uint32 dropUnusedPositions(Mesh& mesh);
+
 /// Orients faces consistently in each part of the mesh where neighbours disagree, outwards by the part's
 /// volume. Faces are neighbours across an edge that exactly two faces share, by position index. Returns the
 /// number of faces reversed; normals are then removed. O(n log n).

@@ -4,7 +4,6 @@
 #include <cmath>
 
 #include <tavrix/mesh/Mesh.h>
-#include <tavrix/mesh/MeshRepair.h>
 #include <tavrix/mesh/MeshTopology.h>
 #include <tavrix/platform/Hardware.h>
 #include <tavrix/reconstruction/detail/BlockRoad.h>
@@ -37,9 +36,9 @@ SolidStatus statusOf(BlockRoadEnd end)
 
 detail::LatticeSteps stepsOf(double spacing) { return {{1 / spacing, 1 / spacing, 1 / spacing}, spacing}; }
 
-detail::BlockMeshPlan meshPlanOf(const SolidSettings& settings)
+detail::BlockMeshPlan meshPlanOf(const SolidSettings& settings, bool turnsFaces)
 {
-    return {settings.cleanUp, static_cast<double>(settings.memory.value_or(~uint64{0})), 0, 0,
+    return {settings.cleanUp,    turnsFaces, static_cast<double>(settings.memory.value_or(~uint64{0})), 0, 0,
             settings.threadCount};
 }
 
@@ -91,14 +90,12 @@ BlockRoadEnd extractSolid(const detail::SolidDistance& distance, const Box3D& bo
     std::vector<detail::SolidFinder> finders;
     for (uint32 w = 0; w < settings.threadCount; ++w) finders.emplace_back(distance, shape, lattice);
     detail::BlockExtraction<detail::SolidFinder> extraction(std::move(finders), polling);
-    const detail::BlockMeshPlan plan = meshPlanOf(settings);
+    const detail::BlockMeshPlan plan = meshPlanOf(settings, true);
     if (!extraction.run(blocks, plan.bytes)) return BlockRoadEnd::Stopped;
     if (extraction.size().faces == 0) return BlockRoadEnd::NoSurface;
     report.bytes = plan.bytesOf(extraction.size(), 0);
     if (!plan.fits(extraction.size(), 0)) return BlockRoadEnd::TooLarge;
-    const BlockRoadEnd end = assembleByPlan(extraction.surfaces(), plan, polling, mesh);
-    turnFaces(mesh);
-    return end;
+    return assembleByPlan(extraction.surfaces(), plan, polling, mesh);
 }
 
 SolidReport reshape(const Mesh& solid, Mesh& mesh, const SolidSettings& settings, ProgressScope& progress)
@@ -136,7 +133,7 @@ SolidReport uniteSpheres(const Array<Vector3F>& centers, double radius, Mesh& me
     detail::BlockRoad<detail::BallKernel> road({{detail::SplatMerge::Depth, 1.0f, 1.0f},
                                                 settings.spacing,
                                                 static_cast<float>(level),
-                                                meshPlanOf(settings)},
+                                                meshPlanOf(settings, false)},
                                                polling);
     BlockRoadEnd end = road.sort(centers.size(), ball);
     if (end == BlockRoadEnd::Done)

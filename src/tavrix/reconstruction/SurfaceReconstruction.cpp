@@ -6,6 +6,7 @@
 #include <tavrix/isosurface/IsosurfaceExtractor3.h>
 #include <tavrix/mesh/Mesh.h>
 #include <tavrix/mesh/MeshRepair.h>
+#include <tavrix/mesh/SheetSeparation.h>
 #include <tavrix/meshproc/VertexWelding.h>
 #include <tavrix/particles/ParticleNeighbours.h>
 #include <tavrix/reconstruction/detail/BlockRoad.h>
@@ -152,7 +153,7 @@ private:
         detail::BlockRoad<Kernel> road({kernel,
                                         *s.spacing,
                                         static_cast<float>(*s.level) * s.valueAtLevelOne(),
-                                        {s.cleanUp, static_cast<double>(s.memory.value_or(~uint64{0})),
+                                        {s.cleanUp, false, static_cast<double>(s.memory.value_or(~uint64{0})),
                                          bytesPerVertex(), s.normals ? sizeof(Index3) : 0.0, s.threadCount}},
                                        polling);
         BlockRoadEnd end = road.sort(count, make, held);
@@ -196,6 +197,7 @@ private:
         weldVertices(mesh.refPos(), mesh.refTrindexPos(), {&*report.settings.weldTolerance, 1});
         mesh.invalidateBox();
         mesh.invalidateConnectivity();
+        if (separateSheets(mesh).faces > 0) dropUnusedPositions(mesh);
         return mesh.getFacesSize() == 0 ? Status::NothingIsLeft : Status::Done;
     }
 

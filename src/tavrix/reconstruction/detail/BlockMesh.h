@@ -46,7 +46,8 @@ enum class BlockRoadEnd
 /// How the mesh is to be made.
 struct BlockMeshPlan
 {
-    bool joinsAtNodes;  ///< see joinAtNodes
+    bool joinsAtNodes;  ///< see joinAtNodes; sheets that touch then are cut apart
+    bool turnsFaces;    ///< for samples that are smaller inside
     double bytes;       ///< that may be taken, the mesh included
     /// What the caller takes for the finished mesh, besides its positions and faces.
     double bytesPerVertex, bytesPerFace;
@@ -65,7 +66,8 @@ struct BlockMeshPlan
     }
 };
 
-/// Makes the mesh of surfaces that are not empty, which it uses up. It is empty unless Done.
+/// Makes the mesh of surfaces that are not empty, which it uses up: closed, 2-manifold, faces outwards. It is
+/// empty unless Done.
 BlockRoadEnd assembleByPlan(std::vector<BlockSurface>& surfaces, const BlockMeshPlan& plan, Polling& polling,
                             Mesh& mesh);
 

@@ -142,7 +142,8 @@ std::vector<NodeVertex> listNodeVertices(const std::vector<BlockSurface>& surfac
     return vertices;
 }
 
-bool joinAtNodes(const std::vector<NodeVertex>& vertices, uint32 threadCount, Polling& polling, Mesh& mesh)
+Optional<std::vector<uint32>> joinAtNodes(const std::vector<NodeVertex>& vertices, uint32 threadCount,
+                                          Polling& polling, Mesh& mesh)
 {
     struct Joined
     {
@@ -154,7 +155,7 @@ bool joinAtNodes(const std::vector<NodeVertex>& vertices, uint32 threadCount, Po
             joined.push_back({vertices[n].vertex, vertices[first].vertex});
         else
             first = n;
-    if (joined.empty()) return true;
+    if (joined.empty()) return std::vector<uint32>();
     const auto isBefore = [](const Joined& a, uint32 vertex) { return a.vertex < vertex; };
     std::sort(joined.begin(), joined.end(),
               [](const Joined& a, const Joined& b) { return a.vertex < b.vertex; });
@@ -173,7 +174,7 @@ bool joinAtNodes(const std::vector<NodeVertex>& vertices, uint32 threadCount, Po
                           if (next != joined.end() && next->vertex == v) ++next;
                       }
                   }))
-        return false;
+        return {};
     for (const Joined& j : joined) numbers[j.vertex] = numbers[j.to];
     Vector3D* kept = positions.data() + joined.front().vertex;
     for (std::size_t n = 0; n < joined.size(); ++n)
@@ -184,13 +185,20 @@ bool joinAtNodes(const std::vector<NodeVertex>& vertices, uint32 threadCount, Po
     positions.resize(static_cast<uint32>(kept - positions.data()));
 
     Array<Index3>& faces = mesh.refTrindexPos();
-    return inPieces(polling, faces.size(), lightItems, threadCount,
-                    [&](uint32, uint64 begin, uint64 end)
-                    {
-                        for (uint64 f = begin; f < end; ++f)
-                            faces[f] = {numbers[faces[f].a], numbers[faces[f].b], numbers[faces[f].c]};
-                    }) &&
-           dropCollapsedFaces({&faces}, threadCount, polling);
+    const bool isDone =
+        inPieces(polling, faces.size(), lightItems, threadCount,
+                 [&](uint32, uint64 begin, uint64 end)
+                 {
+                     for (uint64 f = begin; f < end; ++f)
+                         faces[f] = {numbers[faces[f].a], numbers[faces[f].b], numbers[faces[f].c]};
+                 }) &&
+        dropCollapsedFaces({&faces}, threadCount, polling);
+    if (!isDone) return {};
+    std::vector<uint32> into;
+    for (const Joined& j : joined) into.push_back(numbers[j.to]);
+    std::sort(into.begin(), into.end());
+    into.erase(std::unique(into.begin(), into.end()), into.end());
+    return into;
 }
 
 }  // namespace tavrix::detail

@@ -3,6 +3,7 @@
 #include <vector>
 
 #include <tavrix/foundation/detail/Polling.h>
+#include <tavrix/foundation/Optional.h>
 #include <tavrix/mesh/Mesh.h>
 #include <tavrix/reconstruction/detail/BlockSurface.h>
 
@@ -29,8 +30,10 @@ struct NodeVertex
 std::vector<NodeVertex> listNodeVertices(const std::vector<BlockSurface>& surfaces);
 
 /// Joins the vertices of each node into the first of them, where it stays, and drops the faces that lose a
-/// corner. The other vertices and faces keep their order. Linear where vertices are joined, else their
-/// number alone counts. False when the polling stopped it; the mesh then means nothing.
-bool joinAtNodes(const std::vector<NodeVertex>& vertices, uint32 threadCount, Polling& polling, Mesh& mesh);
+/// corner. The other vertices and faces keep their order. Returns the vertices into which others were joined,
+/// ascending: sheets may touch there. Linear where vertices are joined, else their number alone counts.
+/// Nothing when the polling stopped it; the mesh then means nothing.
+Optional<std::vector<uint32>> joinAtNodes(const std::vector<NodeVertex>& vertices, uint32 threadCount,
+                                          Polling& polling, Mesh& mesh);
 
 }  // namespace tavrix::detail
