@@ -58,6 +58,7 @@
 #include <tavrix/mesh/IndexFacedge.h>
 #include <tavrix/mesh/Mesh.h>
 #include <tavrix/mesh/MeshArrayInf.h>
+#include <tavrix/mesh/MeshCavities.h>
 #include <tavrix/mesh/MeshRepair.h>
 #include <tavrix/mesh/MeshTopology.h>
 #include <tavrix/mesh/SheetSeparation.h>

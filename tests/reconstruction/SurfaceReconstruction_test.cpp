@@ -74,6 +74,62 @@ TEST(SurfaceReconstruction, MakesAClosedSurfaceThatFacesOutwards)
     }
 }
 
+TEST(SurfaceReconstruction, SpraysBecomeManifolds)
+{
+    // every other spray lies on the lattice, where many vertices fall on nodes and sheets touch
+    uint32 contacts = 0;
+    for (uint32 seed = 0; seed < 6; ++seed)
+    {
+        std::mt19937 random(seed);
+        const auto unit = [&] { return static_cast<float>(random() % 1001) / 1000.0f; };
+        const auto placed = [&](float v) { return seed % 2 == 0 ? v : std::round(v / 0.0125f) * 0.0125f; };
+        Array<Vector3F> spray;
+        for (uint32 n = 0; n < 500; ++n)
+            spray.push_back({placed(0.3f * unit()), placed(0.3f * unit()), placed(0.3f * unit())});
+        for (const auto kernel :
+             {SurfaceKernel::Metaball, SurfaceKernel::Distance, SurfaceKernel::Anisotropic})
+            for (const double weld : {0.0, 0.005, 0.02})
+            {
+                ReconstructionSettings settings{.kernel = kernel,
+                                                .radius = 0.025,
+                                                .spacing = 0.0125,
+                                                .smoothing = seed / 2,
+                                                .threadCount = 1 + seed % 3};
+                if (weld > 0) settings.weldTolerance = weld;
+                Mesh mesh;
+                ASSERT_EQ(reconstructSurface(spray, mesh, settings).status, Status::Done);
+                const MeshTopology topology = computeTopology(mesh);
+                EXPECT_TRUE(topology.isClosed() && topology.isConsistentlyOriented());
+                EXPECT_EQ(topology.nonManifoldEdgeCount, 0u);
+                EXPECT_EQ(topology.nonManifoldVertexCount, 0u);
+                EXPECT_EQ(topology.collapsedFaceCount, 0u);
+                EXPECT_EQ(topology.positionCount, mesh.getPosSize());
+                contacts += topology.selfContactCount;
+            }
+    }
+    EXPECT_GT(contacts, 50u) << "there is something to be cut apart";
+}
+
+TEST(SurfaceReconstruction, FillsCavities)
+{
+    Array<Vector3F> shell;
+    for (const Vector3F& p : ballAndStrays())
+        if (isFinite(p) && length(p) > 0.3f && length(p) < 1) shell.push_back(p);
+    const ReconstructionSettings settings{.radius = 0.05};
+    ReconstructionSettings filling = settings;
+    filling.fillCavities = true;
+    Mesh hollow, filled;
+    ASSERT_EQ(reconstructSurface(shell, hollow, settings).status, Status::Done);
+    const auto report = reconstructSurface(shell, filled, filling, {{"Place", shell}});
+    EXPECT_EQ(countPartsAndCavities(hollow).cavities, report.counts.cavities);
+    EXPECT_GT(report.counts.cavities, 0u);
+    EXPECT_EQ(report.counts.parts, countParts(filled));
+    EXPECT_EQ(countPartsAndCavities(filled).cavities, 0u);
+    EXPECT_GT(signedVolume(filled), signedVolume(hollow) + 0.05);
+    EXPECT_EQ(filled.nor().size(), filled.pos().size());
+    EXPECT_EQ(filled.findArray<Vector3F>("Place")->size(), filled.getPosSize());
+}
+
 TEST(SurfaceReconstruction, AFarSceneChangesNothing)
 {
     Array<Vector3F> positions = ballAndStrays();

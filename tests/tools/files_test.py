@@ -140,6 +140,28 @@ class Info(FilesTest):
                     self.assertAlmostEqual(found["volume"], volume)
                     self.assertEqual(found["box"], {"min": [0, 0, 0], "max": [11 if name == "two.stl" else 2, 2, 2]})
                 self.assertEqual((found["file"], found["bytes"], found["kind"]), (name, len(content), "mesh"))
+        # two cubes that share an edge, share its places only, or are one within the other
+        touching = [(x + 2, y + 2, z) for x, y, z in CUBE_POINTS]
+        shared = obj_file(CUBE_POINTS + touching, two).replace(b" 9 ", b" 4 ").replace(b" 13 ", b" 8 ")
+        shared = shared.replace(b" 9\n", b" 4\n").replace(b" 13\n", b" 8\n")
+        within = CUBE_FACES + [(b + 8, a + 8, c + 8) for a, b, c in CUBE_FACES]
+        inner = [(x / 2 + 0.5, y / 2 + 0.5, z / 2 + 0.5) for x, y, z in CUBE_POINTS]
+        flat = obj_file(CUBE_POINTS + [(0, 0, 0), (1, 1, 1), (2, 2, 2)], [(8, 9, 10), (8, 10, 9), (0, 0, 1)])
+        keys = ("nonManifoldEdges", "nonManifoldVertices", "selfContacts", "parts", "cavities", "facesWithoutArea",
+                "collapsedFaces", "manifold", "closed")
+        for name, content, expected in (
+                ("shared.obj", shared, [1, 2, 0, 1, 0, 0, 0, False, True]),
+                ("apart.obj", obj_file(CUBE_POINTS + touching, two), [0, 0, 2, 2, 0, 0, 0, True, True]),
+                ("within.obj", obj_file(CUBE_POINTS + inner, within), [0, 0, 0, 2, 1, 0, 0, True, True]),
+                ("flat.obj", flat, [0, 0, 0, 1, 0, 2, 1, True, False])):
+            with self.subTest(name):
+                self.write(name, content)
+                found = self.info(name)
+                self.assertEqual([found[key] for key in keys], expected)
+        text = self.succeed("info", "shared.obj", "apart.obj", "within.obj", "flat.obj")
+        for words in ("no, 1 edge of three or more faces, 2 vertices of several fans", "touch at 2 vertices",
+                      "2, 1 cavity", "2 without area, 1 with a corner twice", "surface    open"):
+            self.assertIn(words, text)
         text = self.succeed("info", "cube.stl", "in.bin", "open.obj")
         for words in ("binary STL", "closed, faces look outwards", "closed, faces look inwards",
                       "open, consistently oriented", "18: 3 on borders", "joined"):

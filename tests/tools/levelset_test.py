@@ -95,12 +95,35 @@ class Shapes(LevelSetTest):
         self.write("block.bin", particle_file(block(5, 0.05)))
         self.assert_one_answer("levelset", "block.bin", "--radius", 0.04, "--offset", 0.1, "--redistance")
 
+    def test_cavities_are_filled(self):
+        """By a grid and by blocks, with the drop in one of them."""
+        def cube(size, sign):
+            points = [tuple(1 + (c - 1) * size for c in point) for point in CUBE_POINTS]
+            return points, CUBE_FACES if sign > 0 else INWARDS
+
+        points, faces = [], []
+        for more, others in (cube(1, 1), cube(0.8, -1), cube(0.4, 1)):
+            faces += [tuple(c + len(points) for c in face) for face in others]
+            points += more
+        self.write("shell.obj", obj_file(points, faces))
+        for far in (0, 1000):
+            moved = [tuple(c + far for c in point) for point in CUBE_POINTS]
+            last = [tuple(c + len(points) for c in face) for face in CUBE_FACES]
+            self.write("in.obj", obj_file(points + moved, faces + last) if far else obj_file(points, faces))
+            run = ("levelset", "in.obj", "-o", "out.obj", "-s", SPACING)
+            solids = 2 if far else 1
+            self.assertIn(f", {solids + 2} parts, 1 cavity ->", self.succeed(*run))
+            self.assertEqual(self.info("out.obj")["cavities"], 1)
+            part = "2 parts" if far else "1 part"
+            self.assertIn(f", {part}, 1 cavity filled ->", self.succeed(*run, "--fill-cavities"))
+            self.assertEqual(self.assert_solid("out.obj", solids * 8)["parts"], solids)
+
     def test_outputs_beside_obj(self):
         text = self.succeed("levelset", "cube.stl", "-o", "out.stl", "--preview", "out.png", "--preview-size", "64x40",
                             "--spacing", SPACING)
         self.assertRegex(text, r"input +12 faces, closed, volume 8\ngrid +41 x 41 x 41 nodes, spacing 0.0625\n"
                                r"band +3 spacings, exact\n"
-                               r"mesh +\d+ vertices, \d+ faces, closed, volume 7.9\d* -> out.stl\n"
+                               r"mesh +\d+ vertices, \d+ faces, closed, volume 7.9\d*, 1 part -> out.stl\n"
                                r"preview +-> out.png\ntime .* read .* in all .*\nmemory +\d+ MiB")
         self.assertEqual(struct.unpack_from(">2I", (self.folder / "out.png").read_bytes(), 16), (64, 40))
 
@@ -126,6 +149,17 @@ class Fields(LevelSetTest):
         self.write("steep.field", regular[:128] + struct.pack(f"<{count}f", *samples) + regular[128 + 4 * count:])
         self.load("steep.field", "--redistance", "--offset", 0.25)
         self.assert_solid("out.obj", grown_cube(0.25), 0.04)
+
+    def test_fields_that_reach_their_border_are_closed_there(self):
+        regular, count = self.save("a.field"), 41**3
+        inverted = [-v for v in struct.unpack_from(f"<{count}f", regular, 128)]
+        self.write("b.field", regular[:128] + struct.pack(f"<{count}f", *inverted) + regular[128 + 4 * count:])
+        for arguments, side, hollow in (((), 41, 2), (("--offset", 2 * SPACING), 45, 2 - 4 * SPACING)):
+            result = self.run_program("levelset", "--load-field", "b.field", *arguments, "-o", "out.obj")
+            self.assert_one_line(result.stderr, "b.field", "closed there")
+            self.assertIn("closed", result.stdout)
+            found = self.assert_solid("out.obj", (side * SPACING)**3 - hollow**3)
+            self.assertEqual([found[key] for key in ("manifold", "parts", "cavities")], [True, 2, 1])
 
     def test_fields_are_not_replaced_without_force(self):
         self.write("a.field", b"older")
@@ -192,6 +226,7 @@ class Failures(LevelSetTest):
                 ("cube.stl", "--save-field"), ("-o out.obj", "IN"), ("cube.stl -o out.ply", "out.ply"),
                 ("cube.stl -o o.obj --unsigned", "--offset"),
                 ("cube.stl --load-field a.field -o o.obj", "--load-field"),
-                ("--load-field a.field -o o.obj -s 1", "--spacing"), ("cube.stl -o o.obj --shell 0", "--shell"),
+                ("--load-field a.field -o o.obj -s 1", "--spacing"),
+                ("cube.stl -o o.obj --shell 1 --fill-cavities", "--fill-cavities"), ("cube.stl -o o.obj --shell 0", "--shell"),
                 ("cube.stl -o o.obj --offset nan", "--offset"),
                 ("cube.stl -o o.obj --field-format dense", "--field-format"))])

@@ -42,6 +42,23 @@ class Simplify(ProgramTest):
         self.succeed("surface", "in.bin", "-o", "out.bin", "--simplify", 0.01, "-q")
         self.assertIn("velocities", self.succeed("info", "out.bin"))
 
+    def test_sheets_that_touch_are_cut_apart(self):
+        touching = [(x + 2, y + 2, z) for x, y, z in CUBE_POINTS]
+        near = [(x + 2.05, y + 2, z) for x, y, z in CUBE_POINTS]
+        two = CUBE_FACES + [tuple(n + 8 for n in face) for face in CUBE_FACES]
+        for points, tolerance in ((touching, 0), (near, 0.1)):
+            self.write("in.stl", binary_stl(CUBE_POINTS + points, two))
+            text = self.succeed("simplify", "in.stl", "-o", "out.obj", "--tolerance", tolerance)
+            self.assertIn("cut apart at 1 edges, by 2 more vertices", text)
+            found = self.assert_solid("out.obj", 16)
+            self.assertEqual([found[key] for key in ("vertices", "parts", "selfContacts", "manifold")],
+                             [16, 2, 2, True])
+        # a pane with two sides, which only a tolerance above 0 takes for a flap
+        pane = CUBE_FACES[:2] + [face[::-1] for face in CUBE_FACES[:2]]
+        self.write("in.obj", obj_file(CUBE_POINTS + touching, pane + two[12:]))
+        for tolerance, faces in ((0, 16), (0.1, 12)):
+            self.assertEqual(self.mesh("simplify", "in.obj", "-o", "out.obj", "--tolerance", tolerance)["faces"], faces)
+
     def test_spheres(self):
         mesh = self.mesh("sphere", 500, "-o", "out.obj", "--radius", 3)
         self.assertEqual(mesh["faces"], 500)

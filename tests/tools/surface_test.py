@@ -65,6 +65,16 @@ class Meshes(SurfaceTest):
                      r"time .*read .*field .*surface .*normals .*write \d\S* s(.|\n)*memory +[1-9]\d* MiB"):
             self.assertRegex(result.stdout, line)
 
+    def test_cavities_are_filled(self):
+        """A block of particles without those in the middle."""
+        self.write_particles([p for p in block(9, 0.05) if max(map(abs, p)) > 0.08])
+        self.make("--radius", "0.025")
+        self.assertEqual(self.info("out.obj")["cavities"], 1)
+        result = self.surface("--radius", "0.025", "--fill-cavities")
+        self.assertIn(", 1 part, 1 cavity filled", result.stdout)
+        found = self.info("out.obj")
+        self.assertEqual([found[key] for key in ("parts", "cavities", "manifold")], [1, 0, True])
+
     def test_particles_without_a_finite_position_are_left_out(self):
         good = block(3, 0.05)
         self.write_particles(good)

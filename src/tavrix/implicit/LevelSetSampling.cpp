@@ -76,6 +76,31 @@ uint32 finish(LevelSet& surface, const LevelSetPlan& plan, uint32 exactNodes, ui
     return exactNodes;
 }
 
+/// The samples on a grid of so many more layers of nodes on every side; there, what pad(nearest sample) says.
+template <class Pad>
+LevelSet padded(const LevelSet& surface, uint32 nodes, Pad pad)
+{
+    const auto& grid = surface.getField().getGrid();
+    const Index3 sizes{grid.sizeX + 2 * nodes, grid.sizeY + 2 * nodes, grid.sizeZ + 2 * nodes};
+    LevelSet large;
+    large.reset(sizes.a, sizes.b, sizes.c, grid.largestSeparation);
+    large.moveTo(grid.box.min + (grid.box.max - grid.box.min) / 2);
+    large.getDefaultValue() = surface.getDefaultValue();
+    const auto clamped = [nodes](uint32 n, uint32 size)
+    { return std::min(std::max(n, nodes) - nodes, size - 1); };
+    uint32 m = 0;
+    for (uint32 i = 0; i < sizes.a; ++i)
+        for (uint32 j = 0; j < sizes.b; ++j)
+            for (uint32 k = 0; k < sizes.c; ++k, ++m)
+            {
+                const Index3 node{clamped(i, grid.sizeX), clamped(j, grid.sizeY), clamped(k, grid.sizeZ)};
+                const bool isOld = node == Index3{i - nodes, j - nodes, k - nodes};
+                const float value = surface.get(node);
+                large.set(m, isOld ? value : pad(value));
+            }
+    return large;
+}
+
 }  // namespace
 
 LevelSetExtent LevelSetExtent::forOffset(double spacing, double offset, double wall)
@@ -138,26 +163,29 @@ void widenBandTo(LevelSet& surface, double separations, uint32 threadCount)
 
 LevelSet grownGrid(const LevelSet& surface, uint32 nodes)
 {
+    return padded(surface, nodes,
+                  [far = surface.getDefaultValue()](float nearest) { return std::copysign(far, nearest); });
+}
+
+bool reachesBorder(const LevelSet& surface)
+{
     const auto& grid = surface.getField().getGrid();
-    const float far = surface.getDefaultValue();
-    const Index3 sizes{grid.sizeX + 2 * nodes, grid.sizeY + 2 * nodes, grid.sizeZ + 2 * nodes};
-    LevelSet large;
-    large.reset(sizes.a, sizes.b, sizes.c, grid.largestSeparation);
-    large.moveTo(grid.box.min + (grid.box.max - grid.box.min) / 2);
-    large.getDefaultValue() = far;
-    const auto clamped = [nodes](uint32 n, uint32 size)
-    { return std::min(std::max(n, nodes) - nodes, size - 1); };
     uint32 m = 0;
-    for (uint32 i = 0; i < sizes.a; ++i)
-        for (uint32 j = 0; j < sizes.b; ++j)
-            for (uint32 k = 0; k < sizes.c; ++k, ++m)
-            {
-                const Index3 node{clamped(i, grid.sizeX), clamped(j, grid.sizeY), clamped(k, grid.sizeZ)};
-                const bool isOld = node == Index3{i - nodes, j - nodes, k - nodes};
-                const float value = surface.get(node);
-                large.set(m, isOld ? value : std::copysign(far, value));
-            }
-    return large;
+    for (uint32 i = 0; i < grid.sizeX; ++i)
+        for (uint32 j = 0; j < grid.sizeY; ++j)
+        {
+            const bool isAtSide = i == 0 || i + 1 == grid.sizeX || j == 0 || j + 1 == grid.sizeY;
+            const uint32 step = isAtSide || grid.sizeZ == 1 ? 1 : grid.sizeZ - 1;
+            for (uint32 k = 0; k < grid.sizeZ; k += step)
+                if (surface.getField()[m + k] < 0) return true;
+            m += grid.sizeZ;
+        }
+    return false;
+}
+
+LevelSet cappedGrid(const LevelSet& surface)
+{
+    return padded(surface, 1, [](float nearest) { return std::fabs(nearest); });
 }
 
 double offsetOutwards(LevelSet& surface, double distance)

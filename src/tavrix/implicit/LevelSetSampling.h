@@ -66,6 +66,12 @@ TX_GEOMETRY_API void widenBandTo(LevelSet& surface, double separations, uint32 t
 /// sign. One separation for all axes.
 TX_GEOMETRY_API LevelSet grownGrid(const LevelSet& surface, uint32 nodes);
 
+/// Whether the inside reaches the grid's border, so that the surface would be open there.
+TX_GEOMETRY_API bool reachesBorder(const LevelSet& surface);
+/// Pads the grid with a layer of outside nodes, whose samples are the magnitudes of the nearest nodes': a
+/// surface that reaches the border is closed half a separation beyond it. One separation for all axes.
+TX_GEOMETRY_API LevelSet cappedGrid(const LevelSet& surface);
+
 /// Offsets the surface outwards, or inwards by a negative distance. Returns the greatest depth inside before:
 /// an offset of minus that or less leaves nothing.
 TX_GEOMETRY_API double offsetOutwards(LevelSet& surface, double distance);

@@ -123,6 +123,12 @@ MeshTopology computeTopology(const Mesh& mesh)
     return topology;
 }
 
+uint32 countBorderEdges(const Mesh& mesh)
+{
+    const Array<uint32> uses = detail::EdgeTable(mesh.trindexPos(), mesh.getPosSize()).useCounts();
+    return static_cast<uint32>(std::count(uses.begin(), uses.end(), 1u));
+}
+
 uint32 countParts(const Mesh& mesh)
 {
     std::vector<uint32> parent(mesh.getPosSize());

@@ -10,6 +10,7 @@
 #include <tavrix/mesh/detail/CarriedArrays.h>
 #include <tavrix/mesh/detail/CornerFans.h>
 #include <tavrix/mesh/detail/EdgeTable.h>
+#include <tavrix/mesh/detail/FaceDropping.h>
 
 namespace tavrix
 {
@@ -150,19 +151,19 @@ struct CrowdedEdge
 class Sheets
 {
 public:
-    Sheets(const Array<Vector3D>& positions, const Region& region)
+    Sheets(const Array<Vector3D>& positions, const Region& region, BackToBack backToBack = BackToBack::Drop)
         : _positions(positions),
           _region(region),
           _faces(region.faces),
           _edges(_faces, region.vertexNumbers.size()),
           _neighbours(facedgeNeighbours(_edges, _faces.size())),
           _isDropped(_faces.size(), uint8{0}),
-          _fans(_faces.size()),
+          _fans(0),
           _vertexOfFan(3 * _faces.size(), noIndex)
     {
         const std::vector<uint32> crowded = usesOfCrowdedEdges();
         dropCollapsedFaces();
-        dropOppositeFaces(crowded);
+        if (backToBack == BackToBack::Drop) dropOppositeFaces(crowded);
         pairAroundEdges(crowded);
         untangle();
         numberFans();
@@ -498,35 +499,7 @@ void addVertices(Mesh& mesh, const Array<uint32>& copied, const std::vector<Move
         if (withNormals) mesh.refTrindexNor()[m.face][m.corner] = m.vertex;
     }
     carried.finish();
-}
-
-/// Removes the elements of these ascending numbers.
-template <class T>
-void erase(Array<T>& elements, const std::vector<uint32>& numbers)
-{
-    uint32 kept = numbers.front();
-    for (uint32 n = kept, next = 0; n < elements.size(); ++n)
-        if (next < numbers.size() && numbers[next] == n)
-            ++next;
-        else
-            elements[kept++] = elements[n];
-    elements.resize(kept);
-}
-
-void dropFaces(Mesh& mesh, const std::vector<uint32>& dropped)
-{
-    const uint32 before = mesh.getFacesSize();
-    detail::CarriedArrays carried(mesh);
-    if (carried.has(MeshArrayInf::PER_FACE))
-    {
-        Array<uint32> kept = numbersUpTo(before);
-        erase(kept, dropped);
-        carried.gather(MeshArrayInf::PER_FACE, before, {kept.data(), kept.size()}, [] { return true; });
-    }
-    erase(mesh.refTrindexPos(), dropped);
-    if (mesh.trindexNor().size() == before) erase(mesh.refTrindexNor(), dropped);
-    if (mesh.faceNor().size() == before) erase(mesh.refFaceNor(), dropped);
-    carried.finish();
+    mesh.invalidateConnectivity();
 }
 
 /// Gives the mesh the sheets that were found in a region of it.
@@ -545,17 +518,16 @@ SheetSeparation apply(Mesh& mesh, const Region& region, Sheets& sheets)
                 moved.push_back({region.faceNumbers[f], c, mesh.getPosSize() + vertex - regionVertices});
     }
     if (!copied.empty()) addVertices(mesh, copied, moved);
-    if (!dropped.empty()) dropFaces(mesh, dropped);
-    if (!copied.empty() || !dropped.empty()) mesh.invalidateConnectivity();
+    detail::dropFaces(mesh, dropped);
     return {sheets.crowdedEdges(), copied.size(), static_cast<uint32>(dropped.size())};
 }
 
 }  // namespace
 
-SheetSeparation separateSheets(Mesh& mesh)
+SheetSeparation separateSheets(Mesh& mesh, BackToBack backToBack)
 {
     const Region region = wholeMesh(mesh);
-    Sheets sheets(mesh.pos(), region);
+    Sheets sheets(mesh.pos(), region, backToBack);
     return apply(mesh, region, sheets);
 }
 

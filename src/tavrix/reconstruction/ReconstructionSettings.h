@@ -33,6 +33,7 @@ struct ReconstructionSettings
     bool cleanUp = true;         ///< merge coincident vertices and drop faces without area
     uint32 smoothing = 0;        ///< passes that move every vertex half the way to its neighbours' average
     Optional<double> weldTolerance = {};  ///< join vertices nearer than that along every axis
+    bool fillCavities = false;            ///< remove sealed inner surfaces (fillCavities)
     /// Whether the mesh gets normals.
     bool normals = true;
 

@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include <tavrix/mesh/Mesh.h>
+#include <tavrix/mesh/MeshCavities.h>
 #include <tavrix/mesh/MeshTopology.h>
 #include <tavrix/platform/Hardware.h>
 #include <tavrix/reconstruction/detail/BlockRoad.h>
@@ -38,7 +39,11 @@ detail::LatticeSteps stepsOf(double spacing) { return {{1 / spacing, 1 / spacing
 
 detail::BlockMeshPlan meshPlanOf(const SolidSettings& settings, bool turnsFaces)
 {
-    return {settings.cleanUp,    turnsFaces, static_cast<double>(settings.memory.value_or(~uint64{0})), 0, 0,
+    return {settings.cleanUp,
+            turnsFaces,
+            static_cast<double>(settings.memory.value_or(~uint64{0})),
+            settings.fillCavities ? 14.0 : 0.0,
+            settings.fillCavities ? 45.0 : 0.0,
             settings.threadCount};
 }
 
@@ -141,6 +146,16 @@ SolidReport uniteSpheres(const Array<Vector3F>& centers, double radius, Mesh& me
     return {statusOf(end), road.blockCount(), road.bytes()};
 }
 
+/// Fills the cavities of what was made, when that is asked for.
+void finish(Mesh& made, SolidReport& report, const SolidSettings& settings, ProgressScope& progress)
+{
+    if (report.status != SolidStatus::Done || !settings.fillCavities) return;
+    if (progress.begin("cavities"))
+        report.counts = fillCavities(made);
+    else
+        report.status = SolidStatus::Stopped;
+}
+
 SolidSettings settled(const SolidSettings& settings)
 {
     SolidSettings result = settings;
@@ -155,7 +170,8 @@ SolidReport reshapeSolid(const Mesh& solid, Mesh& mesh, const SolidSettings& set
 {
     ProgressScope scope(progress);
     Mesh made;
-    const SolidReport report = reshape(solid, made, settled(settings), scope);
+    SolidReport report = reshape(solid, made, settled(settings), scope);
+    finish(made, report, settings, scope);
     mesh = report.status == SolidStatus::Done ? std::move(made) : Mesh();
     return report;
 }
@@ -177,6 +193,7 @@ SolidReport reshapeSpheres(const Array<Vector3F>& centers, double radius, Mesh& 
         report = reshape(made, reshaped, rest, scope);
         made = std::move(reshaped);
     }
+    finish(made, report, settings, scope);
     mesh = report.status == SolidStatus::Done ? std::move(made) : Mesh();
     return report;
 }

@@ -4,11 +4,10 @@
 #include <tavrix/foundation/Optional.h>
 #include <tavrix/foundation/ProgressCallback.h>
 #include <tavrix/foundation/Vector3.h>
+#include <tavrix/mesh/MeshCavities.h>
 
 namespace tavrix
 {
-
-class Mesh;
 
 /// How a solid is reshaped and meshed anew.
 struct SolidSettings
@@ -18,6 +17,7 @@ struct SolidSettings
     Optional<double> shell = {};   ///< then hollows the solid out to a wall of this thickness
     bool isSheet = false;          ///< the mesh encloses nothing; the result is a wall around it
     bool cleanUp = true;           ///< merge coincident vertices and drop faces without area
+    bool fillCavities = false;     ///< remove sealed inner surfaces (fillCavities), the hollow of a shell too
     uint32 threadCount = 0;        ///< 0: one a processor
     Optional<uint64> memory = {};  ///< bytes that the work may take besides the input
 };
@@ -42,6 +42,7 @@ struct SolidReport
     /// How deep the solid was at its deepest place, to within a spacing or so; with an offset inwards or a
     /// shell, else 0. Where that is more than these need, some such depth.
     double depth = 0;
+    PartCounts counts{0, 0};  ///< with fillCavities: the parts of the mesh, and the cavities that were filled
 };
 
 /// Offsets, hollows or remeshes a closed mesh, or makes a wall around a sheet: the surface where the exact
@@ -49,11 +50,12 @@ struct SolidReport
 /// whole multiples of the spacing. Inside is what the faces wind around (MeshCollider::isInside): overlapping
 /// parts count, cavities do not.
 ///
-/// The mesh is replaced, faces outwards, and is empty unless the status is Done; it may be the solid itself.
+/// The mesh is replaced, and is empty unless the status is Done; it may be the solid itself. It is closed and
+/// 2-manifold, faces outwards. The cavities of the result are filled on request.
 /// Only blocks near the surface are looked at, and distances taken within some cells of it, so time and
 /// memory follow the surface's area over the square of the spacing, whatever the volume. The same bytes for
-/// every thread count. Stages: "distances", "surface". Holes in the mesh make sides uncertain; for those
-/// sampleMesh averages. Throws std::bad_alloc only.
+/// every thread count. Stages: "distances", "surface", "cavities". Holes in the mesh make sides uncertain;
+/// for those sampleMesh averages. Throws std::bad_alloc only.
 TX_GEOMETRY_API SolidReport reshapeSolid(const Mesh& solid, Mesh& mesh, const SolidSettings& settings,
                                          const ProgressCallback& progress = {});
 

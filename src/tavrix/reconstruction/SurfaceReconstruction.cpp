@@ -46,9 +46,10 @@ public:
 
     Status run(Mesh& mesh)
     {
-        for (const auto step : {&Reconstruction::settle, &Reconstruction::leaveOutStrays,
-                                &Reconstruction::makeSurface, &Reconstruction::relax, &Reconstruction::weld,
-                                &Reconstruction::computeNormals, &Reconstruction::carryAttributes})
+        for (const auto step :
+             {&Reconstruction::settle, &Reconstruction::leaveOutStrays, &Reconstruction::makeSurface,
+              &Reconstruction::relax, &Reconstruction::weld, &Reconstruction::fillHollows,
+              &Reconstruction::computeNormals, &Reconstruction::carryAttributes})
         {
             const Status status = (this->*step)(mesh);
             if (status != Status::Done) return status;
@@ -136,12 +137,23 @@ private:
     /// What the steps after the extraction take at most, for each vertex.
     double bytesPerVertex() const
     {
-        constexpr double normal = sizeof(Vector3F), relaxing = 96, welding = 40, interpolating = 44;
+        constexpr double normal = sizeof(Vector3F), relaxing = 96, welding = 40, interpolating = 44,
+                         filling = 14;
         const ReconstructionSettings& s = report.settings;
         double inPassing = s.smoothing > 0 ? relaxing + normal : 0;
         if (s.weldTolerance) inPassing = std::max(inPassing, welding);
+        if (s.fillCavities) inPassing = std::max(inPassing, filling);
         const double kept = (s.normals ? normal : 0) + static_cast<double>(_attributes.size()) * normal;
         return std::max(inPassing, kept + (_attributes.empty() ? 0 : interpolating));
+    }
+
+    /// And for each face.
+    double bytesPerFace() const
+    {
+        constexpr double separating = 65, filling = 45;
+        const ReconstructionSettings& s = report.settings;
+        return std::max({s.weldTolerance ? separating : 0, s.fillCavities ? filling : 0,
+                         s.normals ? double{sizeof(Index3)} : 0});
     }
 
     /// The particles are what make(n) gives, from so many bytes, until release() frees these.
@@ -154,7 +166,7 @@ private:
                                         *s.spacing,
                                         static_cast<float>(*s.level) * s.valueAtLevelOne(),
                                         {s.cleanUp, false, static_cast<double>(s.memory.value_or(~uint64{0})),
-                                         bytesPerVertex(), s.normals ? sizeof(Index3) : 0.0, s.threadCount}},
+                                         bytesPerVertex(), bytesPerFace(), s.threadCount}},
                                        polling);
         BlockRoadEnd end = road.sort(count, make, held);
         release();
@@ -199,6 +211,14 @@ private:
         mesh.invalidateConnectivity();
         if (separateSheets(mesh).faces > 0) dropUnusedPositions(mesh);
         return mesh.getFacesSize() == 0 ? Status::NothingIsLeft : Status::Done;
+    }
+
+    Status fillHollows(Mesh& mesh)
+    {
+        if (!report.settings.fillCavities) return Status::Done;
+        if (!_progress.begin("cavities")) return Status::Stopped;
+        report.counts = fillCavities(mesh);
+        return Status::Done;
     }
 
     Status computeNormals(Mesh& mesh)

@@ -5,6 +5,7 @@
 
 #include <tavrix/foundation/Box3.h>
 #include <tavrix/foundation/ProgressCallback.h>
+#include <tavrix/mesh/MeshCavities.h>
 #include <tavrix/reconstruction/ReconstructionSettings.h>
 
 namespace tavrix
@@ -49,18 +50,21 @@ struct ReconstructionReport
     Array<uint32>
         leftOut;  ///< the numbers of all that were, ascending; the other leftOut.size() - infinite are strays
     Box3D box;    ///< around the particles that took part
-    uint64 blocks;        ///< of the lattice that particles reach
-    double bytes;         ///< that the work takes besides the particles, when Done or TooLarge
+    uint64 blocks;  ///< of the lattice that particles reach
+    double bytes;   ///< that the work takes besides the particles, when Done or TooLarge
+    /// With fillCavities: the parts of the mesh, and the cavities that were filled.
+    PartCounts counts;
     double highestLevel;  ///< of the field, where there is no surface
 };
 
 /// Particles to mesh: leaves out particles without a finite position and strays, extracts the surface of
-/// their field facing outwards, relaxes and welds it, carries the attributes over (Shepard's interpolation
-/// within the kernels' reach, see interpolateAtPlaces; as an array of `Vector3F` under their names), and
-/// computes normals. Stages: "field", "surface", "smooth", "weld", "normals", "attributes", those that there
-/// are.
+/// their field facing outwards, relaxes and welds it, fills its cavities, carries the attributes over
+/// (Shepard's interpolation within the kernels' reach, see interpolateAtPlaces; as an array of `Vector3F`
+/// under their names), and computes normals. Stages: "field", "surface", "smooth", "weld", "cavities",
+/// "normals", "attributes", those that there are.
 ///
-/// The mesh is replaced, and is empty unless the status is Done. The lattice's nodes lie on whole multiples
+/// The mesh is replaced, and is empty unless the status is Done. It is closed and 2-manifold: sheets that
+/// touch share no vertex (separateSheets). The lattice's nodes lie on whole multiples
 /// of the spacing: frames of a sequence share it. The field is never there as a whole: a worker holds one
 /// block of 32^3 cells, so time and memory follow the particles and the surface, wherever they lie; what is
 /// far away changes nothing. Vertices and faces come block by block, the same for every thread count. Throws

@@ -2,7 +2,7 @@
 #include <cmath>
 
 #include <tavrix/mesh/detail/MeshFaces.h>
-#include <tavrix/spatial/detail/LineWinding.h>
+#include <tavrix/mesh/detail/LineWinding.h>
 #include <tavrix/spatial/detail/RayTriangle.h>
 #include <tavrix/spatial/detail/TriangleBox.h>
 #include <tavrix/spatial/detail/TriangleNearest.h>

@@ -54,6 +54,12 @@ CLI::Option* addQuiet(CLI::App& command, bool& quiet, const std::string& descrip
     return command.add_flag("-q,--quiet", quiet, description);
 }
 
+CLI::Option* addFillCavities(CLI::App& command, bool& fillCavities)
+{
+    return command.add_flag("--fill-cavities", fillCavities,
+                            "Remove sealed inner surfaces, bubbles say, and whatever floats within them");
+}
+
 CLI::Option* addThreads(CLI::App& command, uint32& threads)
 {
     return command.add_option("-t,--threads", threads, "Worker threads; all processors when absent")

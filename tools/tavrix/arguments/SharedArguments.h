@@ -21,6 +21,8 @@ CLI::Option* addMeshOutput(CLI::App& command, std::string& output, const std::st
 void addAscii(CLI::App& command, bool& ascii);
 /// --normals and --no-normals.
 void addNormals(CLI::App& command, bool& normals);
+/// --fill-cavities.
+CLI::Option* addFillCavities(CLI::App& command, bool& fillCavities);
 /// -q.
 CLI::Option* addQuiet(CLI::App& command, bool& quiet, const std::string& description = "Print errors only");
 /// -t.

@@ -27,10 +27,13 @@ struct Options
 void runConvert(const Options& options)
 {
     MeshFile file = readMeshes(options.input);
-    if (options.weld) weldMeshes(file.meshes, {{*options.weld}}, holdsNormals(options.output), options.input);
+    SheetSeparation separated;
+    if (options.weld)
+        separated = weldMeshes(file.meshes, {{*options.weld}}, holdsNormals(options.output), options.input);
     writeMeshes(options.output, file.meshes, {options.ascii});
     if (options.quiet) return;
     tellLeftOut(options.input, file);
+    tellSeparated(separated);
     tellWritten(options.output, file.meshes);
 }
 

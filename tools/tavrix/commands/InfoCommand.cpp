@@ -103,6 +103,22 @@ std::string surfaceText(const MeshInfo& info)
     return text + (info.volume < 0 ? ", faces look inwards" : ", faces look outwards");
 }
 
+std::string flatText(const MeshTopology& topology)
+{
+    std::string text;
+    if (topology.flatFaceCount > 0) text = withCommas(topology.flatFaceCount) + " without area";
+    if (topology.collapsedFaceCount > 0)
+        text += (text.empty() ? "" : ", ") + withCommas(topology.collapsedFaceCount) + " with a corner twice";
+    return text;
+}
+
+std::string manifoldText(const MeshTopology& topology)
+{
+    if (topology.isManifold()) return "yes";
+    return "no, " + counted(topology.nonManifoldEdgeCount, "edge", "edges") + " of three or more faces, " +
+           counted(topology.nonManifoldVertexCount, "vertex", "vertices") + " of several fans";
+}
+
 void print(const MeshInfo& info)
 {
     const MeshTopology& topology = info.topology;
@@ -113,14 +129,21 @@ void print(const MeshInfo& info)
     if (info.nonFinite > 0) printLine("", withCommas(info.nonFinite) + " without finite coordinates");
     printLine("faces", withCommas(info.faces));
     if (info.leftOut > 0) printLine("", withCommas(info.leftOut) + " more name vertices that are not there");
+    if (const std::string flat = flatText(topology); !flat.empty()) printLine("", flat);
     printLine("channels", channelText(info));
     printBox(info.box);
     printLine("surface", surfaceText(info));
     printLine("edges", withCommas(topology.edgeCount) + ": " + withCommas(topology.boundaryEdgeCount) +
                            " on borders, " + withCommas(topology.nonManifoldEdgeCount) +
                            " with three or more faces");
-    if (info.repeated > 0) printLine("", "(counted with vertices at one place joined)");
-    printLine("parts", withCommas(info.components));
+    if (info.isJoined) printLine("", "(counted with vertices at one place joined)");
+    printLine("manifold", manifoldText(topology));
+    if (topology.selfContactCount > 0)
+        printLine("contacts", "sheets touch at " + counted(topology.selfContactCount, "vertex", "vertices"));
+    printLine("parts", withCommas(info.components.parts) +
+                           (info.components.cavities > 0
+                                ? ", " + counted(info.components.cavities, "cavity", "cavities")
+                                : ""));
     printLine("area", number(info.area));
     printLine("volume", number(info.volume) + (topology.isClosed() ? "" : " (of the open surface)"));
 }
@@ -180,10 +203,17 @@ Json json(const MeshInfo& info)
             {"edges", topology.edgeCount},
             {"boundaryEdges", topology.boundaryEdgeCount},
             {"nonManifoldEdges", topology.nonManifoldEdgeCount},
+            {"nonManifoldVertices", topology.nonManifoldVertexCount},
             {"inconsistentEdges", topology.inconsistentEdgeCount},
+            {"selfContacts", topology.selfContactCount},
+            {"facesWithoutArea", topology.flatFaceCount},
+            {"collapsedFaces", topology.collapsedFaceCount},
+            {"joined", info.isJoined},
+            {"manifold", topology.isManifold()},
             {"closed", topology.isClosed()},
             {"oriented", topology.isConsistentlyOriented()},
-            {"parts", info.components},
+            {"parts", info.components.parts},
+            {"cavities", info.components.cavities},
             {"area", info.area},
             {"volume", info.volume}};
 }
@@ -228,8 +258,11 @@ void addInfoCommand(CLI::App& app, Command& command)
         ->option_text("...");
     info->add_flag("--json", options->json, "Print an array of objects, one a file, for other programs");
     info->footer(
-        "Edges, parts and the like are counted with vertices at one place joined, for not\n"
-        "every format can say that faces share them.\n\n"
+        "Edges, parts and the like are counted as the file has them when it is closed, else\n"
+        "with vertices at one place joined, for not every format can say that faces share them.\n"
+        "Manifold: every edge is of one face or two, and the faces around every vertex form one\n"
+        "fan. Contacts: sheets that touch and share no vertex. A cavity: a part whose faces look\n"
+        "inwards, within the solid of others.\n\n"
         "Examples:\n"
         "  tavrix info water.bin water.obj\n"
         "  tavrix info --json part.stl | jq '.[].volume'");

@@ -68,6 +68,7 @@ void addShape(CLI::App& levelset, LevelSetOptions& options)
         ->check(positiveNumber)
         ->option_text("NUMBER")
         ->group("Shape");
+    addFillCavities(levelset, options.fillCavities)->group("Shape");
     levelset
         .add_flag("--redistance", options.redistance,
                   "Calculate distances anew: of a field that is loaded, and after --offset and --shell")
@@ -116,6 +117,8 @@ void checkTogether(const LevelSetOptions& options)
            "--spacing, --radius and --unsigned", "say how a field is made; that of --load-field is");
     demand(!options.output.empty() || !options.saveField.empty(), "--output",
            "is required: the mesh file to write, or --save-field");
+    demand(!options.fillCavities || !options.shell, "--fill-cavities",
+           "would fill the hollow that --shell makes; give one of them");
     demand(!options.isUnsigned || options.offset > 0, "--unsigned",
            "has no inside, so it needs an --offset above 0: the surface is a wall that far around the sheet");
 }
@@ -135,7 +138,9 @@ void addLevelSetCommand(CLI::App& app, Command& command)
     levelset->footer(
         "\nField files do not tell how far their distances reach: they have a band of three\n"
         "spacings, samples beyond are cut to it, and it is the default value that sparse ones\n"
-        "leave out. Fields from elsewhere need --redistance when they are no distances.\n\n"
+        "leave out. Fields from elsewhere need --redistance when they are no distances. Where the\n"
+        "inside of a field reaches the border of its grid, the mesh is closed half a spacing\n"
+        "beyond.\n\n"
         "Examples:\n"
         "  tavrix levelset part.stl -o larger.stl --offset 0.5\n"
         "  tavrix levelset part.stl -o hollow.stl --shell 2 --spacing 0.25\n"

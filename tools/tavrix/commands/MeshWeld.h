@@ -4,7 +4,7 @@
 #include <vector>
 
 #include <tavrix/foundation/ArrayOfPtr.h>
-#include <tavrix/mesh/Mesh.h>
+#include <tavrix/mesh/SheetSeparation.h>
 
 namespace tavrix::tool
 {
@@ -18,9 +18,14 @@ struct WeldOptions
 };
 
 /// Joins the vertices of each of a file's meshes, drops the faces whose corners came together, and leaves out
-/// vertices without a face. Nothing is kept but the names, positions and faces, whose indices must be valid;
-/// `withNormals` makes smooth normals, which keep creases. Throws Failure when no face is left.
-void weldMeshes(ArrayOfPtr<Mesh>& meshes, const WeldOptions& options, bool withNormals,
-                const std::string& file);
+/// vertices without a face. Sheets that came together are cut apart (separateSheets), and where a tolerance
+/// is above 0 faces back to back go; returns how many. Nothing is kept but the names, positions and faces,
+/// whose indices must be valid; `withNormals` makes smooth normals, which keep creases. Throws Failure when
+/// no face is left.
+SheetSeparation weldMeshes(ArrayOfPtr<Mesh>& meshes, const WeldOptions& options, bool withNormals,
+                           const std::string& file);
+
+/// Prints what was cut apart, if anything.
+void tellSeparated(const SheetSeparation& separated);
 
 }  // namespace tavrix::tool

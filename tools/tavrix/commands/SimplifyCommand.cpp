@@ -34,13 +34,15 @@ void runSimplify(const Options& options)
     MeshFile file = readMeshes(options.input);
     const MeshCounts before = countsOf(file.meshes);
     progress.begin("simplify");
-    weldMeshes(file.meshes, options.weld, holdsNormals(options.output), options.input);
+    const SheetSeparation separated =
+        weldMeshes(file.meshes, options.weld, holdsNormals(options.output), options.input);
     progress.begin("write");
     writeMeshes(options.output, file.meshes, {options.ascii});
     progress.end();
     if (options.quiet) return;
     tellLeftOut(options.input, file);
     std::printf("input      %u vertices, %u faces\n", before.vertices, before.faces);
+    tellSeparated(separated);
     tellWritten(options.output, file.meshes);
     printCosts(progress, 1);
 }
@@ -73,7 +75,10 @@ void addSimplifyCommand(CLI::App& app, Command& command)
     simplify->footer(
         "\nFaces whose corners come together are dropped, and vertices without a face. Normals\n"
         "are made anew, with edges kept where faces meet at more than 40 degrees. Texture\n"
-        "coordinates and velocities are lost. Each group of an OBJ file is simplified by itself.\n\n"
+        "coordinates and velocities are lost. Each group of an OBJ file is simplified by itself.\n"
+        "Sheets that come together keep vertices of their own, and flaps that enclose nothing\n"
+        "go, so closed meshes stay closed and manifold; --drop-thin leaves slits where a face\n"
+        "goes.\n\n"
         "Examples:\n"
         "  tavrix simplify part.stl -o part.obj --tolerance 0\n"
         "  tavrix simplify scan.obj -o small.obj --tolerance 0.1 --tolerance 0.4 --drop-thin");

@@ -103,6 +103,7 @@ void addSurface(CLI::App& surface, SurfaceOptions& options)
             "--no-clean", [&options] { options.surface.cleanUp = false; },
             "Keep coincident vertices and the thin faces between them")
         ->group("Surface");
+    addFillCavities(surface, options.surface.fillCavities)->group("Surface");
     addThreads(surface, options.surface.threadCount)->group("Surface");
     surface
         .add_option("--memory", options.surface.memory,

@@ -102,15 +102,18 @@ MeshInfo inspectMesh(FileKind kind, const std::string& path)
     info.faces = all.getFacesSize();
     info.box = Box3D::empty();
     for (const Vector3D& p : all.pos())
-    {
-        if (isFinite(p))
-            info.box.extend(p);
-        else
-            ++info.nonFinite;
-    }
-    info.repeated = joinEqualPositions(all);
+        if (isFinite(p)) info.box.extend(p);
     info.topology = computeTopology(all);
-    info.components = countParts(all);
+    Mesh joined = all;
+    info.repeated = joinEqualPositions(joined);
+    info.isJoined = info.repeated > 0 && !info.topology.isClosed();
+    if (info.isJoined)
+    {
+        info.topology = computeTopology(joined);
+        all = std::move(joined);
+    }
+    info.nonFinite = info.topology.nonFiniteCount;
+    info.components = countPartsAndCavities(all);
     info.area = surfaceArea(all);
     info.volume = signedVolume(all);
     return info;

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include <tavrix/foundation/Box3.h>
+#include <tavrix/mesh/MeshCavities.h>
 #include <tavrix/mesh/MeshTopology.h>
 
 namespace tavrix::tool
@@ -36,10 +37,13 @@ struct MeshInfo
     bool hasNormals, hasTexture, hasVelocity;
     Box3D box;  ///< of the finite vertices; empty without any
 
-    // After joining vertices at the same place, for formats and groups do not share them.
     uint32 repeated;  ///< vertices that equal an earlier one
+
+    // As the file has it when that is closed, else after joining vertices at the same place, for not every
+    // format and group shares them.
+    bool isJoined;
     MeshTopology topology;
-    uint32 components;
+    PartCounts components;
     double area, volume;
 };
 

@@ -227,6 +227,14 @@ MeshCounts countsOf(const ArrayOfPtr<Mesh>& meshes)
     return counts;
 }
 
+std::string partText(const PartCounts& counts)
+{
+    std::string text = std::to_string(counts.parts) + (counts.parts == 1 ? " part" : " parts");
+    if (counts.cavities > 0)
+        text += ", " + std::to_string(counts.cavities) + (counts.cavities == 1 ? " cavity" : " cavities");
+    return text;
+}
+
 void tellWritten(const std::string& path, const ArrayOfPtr<Mesh>& meshes)
 {
     const MeshCounts counts = countsOf(meshes);

@@ -4,6 +4,7 @@
 
 #include <tavrix/foundation/ArrayOfPtr.h>
 #include <tavrix/mesh/Mesh.h>
+#include <tavrix/mesh/MeshCavities.h>
 
 namespace tavrix::tool
 {
@@ -49,6 +50,9 @@ struct MeshCounts
 
 /// The sums over all meshes.
 MeshCounts countsOf(const ArrayOfPtr<Mesh>& meshes);
+
+/// "3 parts, 2 cavities"; cavities only where there are some.
+std::string partText(const PartCounts& counts);
 
 /// Prints how much went into a file.
 void tellWritten(const std::string& path, const ArrayOfPtr<Mesh>& meshes);

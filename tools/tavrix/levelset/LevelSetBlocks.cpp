@@ -24,6 +24,7 @@ SolidSettings settingsOf(const LevelSetInput& input, const LevelSetOptions& opti
     settings.offset = options.offset;
     if (options.shell) settings.shell = *options.shell;
     settings.isSheet = options.isUnsigned;
+    settings.fillCavities = options.fillCavities;
     settings.threadCount = threads;
     settings.memory = availableMemory();
     return settings;
@@ -62,8 +63,8 @@ bool goesByBlocks(const LevelSetInput& input, const LevelSetOptions& options)
            gridBytesOf(input, options) > smallGrid;
 }
 
-std::string meshByBlocks(const LevelSetInput& input, Mesh& mesh, const LevelSetOptions& options,
-                         uint32 threads, Progress& progress)
+MadeByBlocks meshByBlocks(const LevelSetInput& input, Mesh& mesh, const LevelSetOptions& options,
+                          uint32 threads, Progress& progress)
 {
     const SolidSettings settings = settingsOf(input, options, threads);
     const SolidReport report =
@@ -74,7 +75,7 @@ std::string meshByBlocks(const LevelSetInput& input, Mesh& mesh, const LevelSetO
         progress.note(options.input + ": its faces look inwards and are turned around");
     if (options.shell && report.depth + options.offset <= *options.shell)
         noteNoCavity(options.input, progress);
-    return latticeText(input.spacing, report.blocks);
+    return {latticeText(input.spacing, report.blocks), report.counts.cavities};
 }
 
 }  // namespace tavrix::tool

@@ -9,9 +9,16 @@ namespace tavrix::tool
 /// sampled whole; fields to be written are whole grids, and so is what bridges the holes of open meshes.
 bool goesByBlocks(const LevelSetInput& input, const LevelSetOptions& options);
 
-/// Makes the mesh of the reshaped solid, and returns the lines that tell of the work. `progress` is told of
-/// the stages "distances" and "surface". Throws Failure.
-std::string meshByBlocks(const LevelSetInput& input, Mesh& mesh, const LevelSetOptions& options,
-                         uint32 threads, Progress& progress);
+/// The lines that tell of the work, and how many cavities were filled.
+struct MadeByBlocks
+{
+    std::string summary;
+    uint32 filled;
+};
+
+/// Makes the mesh of the reshaped solid. `progress` is told of the stages "distances", "surface" and
+/// "cavities". Throws Failure.
+MadeByBlocks meshByBlocks(const LevelSetInput& input, Mesh& mesh, const LevelSetOptions& options,
+                          uint32 threads, Progress& progress);
 
 }  // namespace tavrix::tool

@@ -26,6 +26,7 @@ struct LevelSetOptions
     double offset = 0;  ///< outwards
     std::optional<double> shell;
     bool redistance = false;
+    bool fillCavities = false;
 
     bool normals = true;
     bool asciiStl = false;

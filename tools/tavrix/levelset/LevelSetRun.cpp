@@ -6,10 +6,13 @@
 #include <vector>
 
 #include <tavrix/foundation/ArrayOfPtr.h>
+#include <tavrix/mesh/MeshCavities.h>
 #include <tavrix/mesh/MeshRepair.h>
 #include <tavrix/mesh/MeshTopology.h>
+#include <tavrix/mesh/SheetSeparation.h>
 #include <tavrix/platform/Hardware.h>
 
+#include "commands/GridMemory.h"
 #include "files/FileName.h"
 #include "files/MeshFile.h"
 #include "files/OutputFile.h"
@@ -61,8 +64,9 @@ std::size_t stageCount(const LevelSetOptions& options)
 {
     std::size_t count = 2;
     for (const bool isTaken :
-         {options.reshapes() || options.redistance, wantsMesh(options), wantsNormals(options),
-          !options.output.empty(), !options.saveField.empty(), !options.preview.empty()})
+         {options.reshapes() || options.redistance, wantsMesh(options) && options.fillCavities,
+          wantsMesh(options), wantsNormals(options), !options.output.empty(), !options.saveField.empty(),
+          !options.preview.empty()})
         count += isTaken ? 1 : 0;
     return count;
 }
@@ -97,10 +101,42 @@ void reshape(LevelSet& surface, const LevelSetOptions& options, uint32 threads, 
     stopIfInterrupted();
 }
 
-void extract(const LevelSet& surface, Mesh& mesh, const LevelSetOptions& options, uint32 threads)
+/// The mesh of a run, and how many cavities were filled in it.
+struct MadeMesh
 {
-    surface.extractExplicitSurface(mesh, threads, interrupted);
+    Mesh& mesh;
+    uint32 filled = 0;
+};
+
+uint32 fillHollows(Mesh& mesh, Progress& progress)
+{
+    progress.begin("cavities");
+    return fillCavities(mesh).cavities;
+}
+
+/// Room for a second grid, with the layer that closes the surface.
+void confirmCapFits(const LevelSet& surface, const std::string& file)
+{
+    constexpr double bytesPerNode = 5;
+    const auto& grid = surface.getField().getGrid();
+    confirmFits((grid.sizeX + 2.0) * (grid.sizeY + 2.0) * (grid.sizeZ + 2.0), bytesPerNode,
+                file + ": closed at the border of its grid");
+}
+
+/// Makes a closed, 2-manifold mesh of the surface.
+void extract(const LevelSet& surface, Mesh& mesh, const LevelSetOptions& options, uint32 threads,
+             Progress& progress)
+{
+    if (reachesBorder(surface))
+    {
+        progress.note(options.source() + ": its inside reaches the border of the grid and is closed there");
+        confirmCapFits(surface, options.source());
+        cappedGrid(surface).extractExplicitSurface(mesh, threads, interrupted);
+    }
+    else
+        surface.extractExplicitSurface(mesh, threads, interrupted);
     stopIfInterrupted();
+    if (separateSheets(mesh).faces > 0) dropUnusedPositions(mesh);
     if (mesh.isEmpty())
         throw Failure(options.source() + ": there is no surface at this spacing; try a smaller --spacing");
 }
@@ -112,18 +148,22 @@ void draw(const Mesh& mesh, const LevelSetOptions& options, uint32 threads)
     savePng(renderMesh(mesh, viewOf(mesh.getBox(), picture), picture), options.preview);
 }
 
-std::string describe(const Mesh& mesh)
+std::string describe(const MadeMesh& made)
 {
-    return formatted("%u vertices, %u faces, %s, volume %.6g", mesh.getPosSize(), mesh.getFacesSize(),
-                     computeTopology(mesh).isClosed() ? "closed" : "open", signedVolume(mesh));
+    const Mesh& mesh = made.mesh;
+    PartCounts counts = countPartsAndCavities(mesh);
+    if (made.filled > 0) counts.cavities = made.filled;
+    return formatted("%u vertices, %u faces, %s, volume %.6g, ", mesh.getPosSize(), mesh.getFacesSize(),
+                     countBorderEdges(mesh) == 0 ? "closed" : "open", signedVolume(mesh)) +
+           partText(counts) + (made.filled > 0 ? " filled" : "");
 }
 
-void printSummary(const LevelSetOptions& options, const std::string& source, const Mesh& mesh,
+void printSummary(const LevelSetOptions& options, const std::string& source, const MadeMesh& made,
                   const Progress& progress, uint32 threads)
 {
     std::fputs(source.c_str(), stdout);
     if (wantsMesh(options))
-        std::printf("mesh       %s%s%s\n", describe(mesh).c_str(), options.output.empty() ? "" : " -> ",
+        std::printf("mesh       %s%s%s\n", describe(made).c_str(), options.output.empty() ? "" : " -> ",
                     options.output.c_str());
     if (!options.saveField.empty())
         std::printf("field      %s layout -> %s\n",
@@ -134,7 +174,7 @@ void printSummary(const LevelSetOptions& options, const std::string& source, con
 
 /// Reshapes the surface of a field, extracts the mesh and saves the field, if they are wanted. Returns the
 /// lines that tell from what.
-std::string takeField(LevelSetSource& source, Mesh& mesh, const LevelSetOptions& options, uint32 threads,
+std::string takeField(LevelSetSource& source, MadeMesh& made, const LevelSetOptions& options, uint32 threads,
                       Progress& progress)
 {
     LevelSet& surface = source.surface;
@@ -143,7 +183,8 @@ std::string takeField(LevelSetSource& source, Mesh& mesh, const LevelSetOptions&
     if (wantsMesh(options))
     {
         progress.begin("surface");
-        extract(surface, mesh, options, threads);
+        extract(surface, made.mesh, options, threads, progress);
+        if (options.fillCavities) made.filled = fillHollows(made.mesh, progress);
     }
     if (!options.saveField.empty())
     {
@@ -154,21 +195,23 @@ std::string takeField(LevelSetSource& source, Mesh& mesh, const LevelSetOptions&
 }
 
 /// Makes the mesh, and the field file when it is wanted. Returns the lines that tell from what.
-std::string makeSurface(Mesh& mesh, const LevelSetOptions& options, uint32 threads, Progress& progress)
+std::string makeSurface(MadeMesh& made, const LevelSetOptions& options, uint32 threads, Progress& progress)
 {
     if (!options.loadField.empty())
     {
         LevelSetSource source = loadSource(options, threads, progress);
-        return takeField(source, mesh, options, threads, progress);
+        return takeField(source, made, options, threads, progress);
     }
     const LevelSetInput input = readInput(options, progress);
     if (goesByBlocks(input, options))
     {
         noteThinWalls(options, input.spacing, progress);
-        return input.summary + meshByBlocks(input, mesh, options, threads, progress);
+        const MadeByBlocks byBlocks = meshByBlocks(input, made.mesh, options, threads, progress);
+        made.filled = byBlocks.filled;
+        return input.summary + byBlocks.summary;
     }
     LevelSetSource source = sampleInput(input, options, threads, progress);
-    return takeField(source, mesh, options, threads, progress);
+    return takeField(source, made, options, threads, progress);
 }
 
 }  // namespace
@@ -181,7 +224,8 @@ void runLevelSet(const LevelSetOptions& options)
     ArrayOfPtr<Mesh> meshes;
     meshes.push_back(new Mesh);
     Mesh& mesh = *meshes[0];
-    const std::string summary = makeSurface(mesh, options, threads, progress);
+    MadeMesh made{mesh};
+    const std::string summary = makeSurface(made, options, threads, progress);
     mesh.setName("surface");
     if (wantsNormals(options))
     {
@@ -202,7 +246,7 @@ void runLevelSet(const LevelSetOptions& options)
         draw(mesh, options, threads);
     }
     progress.end();
-    if (!options.quiet) printSummary(options, summary, mesh, progress, threads);
+    if (!options.quiet) printSummary(options, summary, made, progress, threads);
 }
 
 }  // namespace tavrix::tool

@@ -6,6 +6,7 @@
 #include "commands/BlockMemory.h"
 #include "commands/GridMemory.h"
 #include "files/FileName.h"
+#include "files/MeshFile.h"
 #include "files/ParticleFile.h"
 #include "run/Failure.h"
 #include "run/Interrupt.h"
@@ -27,6 +28,13 @@ void warnOfInfinite(const SurfaceOptions& options, const SurfaceFiles& files, co
                  files.input.c_str(), report.infinite, plural(report.infinite));
 }
 
+/// Of the parts that are left, and the cavities that were filled.
+std::string cavityText(const ReconstructionReport& surface)
+{
+    if (!surface.settings.fillCavities) return "";
+    return ", " + partText(surface.counts) + (surface.counts.cavities > 0 ? " filled" : "");
+}
+
 void printSummary(const SurfaceFiles& files, const FrameReport& report, const Progress& progress)
 {
     const ReconstructionReport& surface = report.surface;
@@ -34,8 +42,9 @@ void printSummary(const SurfaceFiles& files, const FrameReport& report, const Pr
                 surface.radiusIsEstimated ? " (estimated from their spacing)" : "");
     if (report.strays() > 0) std::printf("strays     %u left out\n", report.strays());
     std::fputs(latticeText(*surface.settings.spacing, surface.blocks).c_str(), stdout);
-    std::printf("mesh       %u vertices, %u faces%s -> %s\n", report.vertices, report.faces,
-                report.hasVelocities ? ", with velocities" : "", files.output.c_str());
+    std::printf("mesh       %u vertices, %u faces%s%s -> %s\n", report.vertices, report.faces,
+                cavityText(surface).c_str(), report.hasVelocities ? ", with velocities" : "",
+                files.output.c_str());
     if (!files.preview.empty()) std::printf("preview    -> %s\n", files.preview.c_str());
     printCosts(progress, surface.settings.threadCount);
 }
@@ -115,7 +124,8 @@ void surfaceFrame(const Sequence& sequence, const SurfaceFiles& files, const std
     if (sequence.options.quiet) return;
     std::printf("%s  %u particles, ", label.c_str(), report.surface.particles);
     if (report.strays() > 0) std::printf("%u strays left out, ", report.strays());
-    std::printf("%u faces -> %s, %.3f s\n", report.faces, files.output.c_str(), progress.totalSeconds());
+    std::printf("%u faces%s -> %s, %.3f s\n", report.faces, cavityText(report.surface).c_str(),
+                files.output.c_str(), progress.totalSeconds());
     std::fflush(stdout);
 }
 
