@@ -15,7 +15,7 @@ bool joinAndSeparate(const std::vector<BlockSurface>& surfaces, const BlockMeshP
     if (plan.turnsFaces) turnFaces(mesh);
     if (!plan.joinsAtNodes) return true;
     const auto joined = joinAtNodes(listNodeVertices(surfaces), plan.threadCount, polling, mesh);
-    if (joined) separateSheets(mesh, *joined, plan.threadCount);
+    if (joined && separateSheets(mesh, *joined, plan.threadCount).faces > 0) dropUnusedPositions(mesh);
     return joined.has_value();
 }
 
