@@ -184,6 +184,26 @@ void simplify(Choices& choices, Mesh& mesh)
     mesh.invalidateConnectivity();
 }
 
+/// Takes sheets apart, or fills cavities: the second time there is nothing left to do.
+void mend(Choices& choices, Mesh& mesh)
+{
+    const MeshTopology before = computeTopology(mesh);
+    if (choices.below(2))
+    {
+        const PartCounts counted = countPartsAndCavities(mesh), filled = fillCavities(mesh);
+        require(counted.cavities == filled.cavities && counted.parts >= filled.parts + filled.cavities,
+                "what was counted is filled");
+        require(filled.parts == countParts(mesh), "the parts that are left");
+        return;
+    }
+    separateSheets(mesh, choices.below(2) ? BackToBack::Keep : BackToBack::Drop);
+    const MeshTopology topology = computeTopology(mesh);
+    require(topology.collapsedFaceCount == 0, "no face with a corner twice");
+    if (before.inconsistentEdgeCount > 0) return;
+    require(topology.isManifold() && topology.inconsistentEdgeCount == 0, "a manifold of oriented faces");
+    require(topology.boundaryEdgeCount == before.boundaryEdgeCount, "borders stay as they are");
+}
+
 bool isValid(const Mesh& mesh, const Index3& f) { return std::max({f.a, f.b, f.c}) < mesh.getPosSize(); }
 
 bool isUsable(const Mesh& mesh, uint32 face)
@@ -290,7 +310,7 @@ int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t size)
         bool allValid = true;
         for (const Index3& f : mesh.trindexPos()) allValid &= isValid(mesh, f);
         const bool isSmall = mesh.getFacesSize() < mostFaces;
-        const uint32 call = choices.below(12);
+        const uint32 call = choices.below(13);
         if (call <= 1 && isSmall) addGeometry(choices, mesh);
         if (call == 2 && isSmall && choices.below(8) == 0) addBadFace(choices, mesh);
         if (call == 3) addArray(choices, mesh);
@@ -301,6 +321,7 @@ int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t size)
         if (call == 8) collide(choices, mesh);
         if (call == 9) writeAndRead(choices, mesh);
         if (call == 10) copyAndAdd(choices, mesh);
+        if (call == 12 && allValid) mend(choices, mesh);
         if (call == 11) mesh.createCubePrimitive({{0, 0, 0}, {1, 1, 1 + choices.below(4) / 4.0}});
         mesh.getBox();
     }

@@ -291,12 +291,14 @@ private:
         };
         const AroundAxis around(positionOf(low), positionOf(high), positionOf(thirdCorner(uses[0])));
         std::vector<Turned> turned;
+        turned.reserve(uses.size());
         for (const uint32 h : uses)
             turned.push_back({around.turnTo(positionOf(thirdCorner(h))), !runsUp(h), h});
         std::stable_sort(turned.begin(), turned.end(),
                          [](const Turned& p, const Turned& q)
                          { return p.turn < q.turn || (p.turn == q.turn && p.beginsSolid < q.beginsSolid); });
         std::vector<uint32> sorted;
+        sorted.reserve(turned.size());
         for (const Turned& t : turned) sorted.push_back(t.halfEdge);
         return sorted;
     }

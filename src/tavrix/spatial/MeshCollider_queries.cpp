@@ -1,8 +1,8 @@
 #include <algorithm>
 #include <cmath>
 
-#include <tavrix/mesh/detail/MeshFaces.h>
 #include <tavrix/mesh/detail/LineWinding.h>
+#include <tavrix/mesh/detail/MeshFaces.h>
 #include <tavrix/spatial/detail/RayTriangle.h>
 #include <tavrix/spatial/detail/TriangleBox.h>
 #include <tavrix/spatial/detail/TriangleNearest.h>

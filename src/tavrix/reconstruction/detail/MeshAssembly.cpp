@@ -195,6 +195,7 @@ Optional<std::vector<uint32>> joinAtNodes(const std::vector<NodeVertex>& vertice
         dropCollapsedFaces({&faces}, threadCount, polling);
     if (!isDone) return {};
     std::vector<uint32> into;
+    into.reserve(joined.size());
     for (const Joined& j : joined) into.push_back(numbers[j.to]);
     std::sort(into.begin(), into.end());
     into.erase(std::unique(into.begin(), into.end()), into.end());

@@ -1,0 +1,101 @@
+// What is not manifold in the surfaces of random sprays: bench_manifold [SEEDS]. For each kernel and way of
+// finishing the mesh, the numbers of surfaces with faults, edges of three and more faces, vertices of several
+// fans, borders and places where sheets touch. Every other spray lies on the lattice, where a level of the
+// balls' kernel falls on nodes.
+
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <random>
+
+#include <tavrix/mesh/Mesh.h>
+#include <tavrix/mesh/MeshTopology.h>
+#include <tavrix/reconstruction/SurfaceReconstruction.h>
+
+using namespace tavrix;
+
+namespace
+{
+
+constexpr double radius = 0.025, spacing = 0.0125;
+
+Array<Vector3F> spray(uint32 seed)
+{
+    std::mt19937 random(seed * 7919 + 1);
+    const auto unit = [&] { return static_cast<float>(random() % 1000001) / 1000000.0f; };
+    const float size = 0.4f + 0.5f * unit();
+    constexpr auto step = static_cast<float>(spacing);
+    const auto placed = [&](float v) { return seed % 2 == 0 ? v : std::round(v / step) * step; };
+    Array<Vector3F> positions;
+    for (uint32 n = 0; n < 3000; ++n)
+        positions.push_back({placed(size * unit()), placed(size * unit()), placed(size * unit())});
+    return positions;
+}
+
+struct Finish
+{
+    const char* name;
+    bool cleanUp;
+    uint32 smoothing;
+    double weldTolerance;  ///< in spacings; 0: none
+};
+
+struct Tally
+{
+    uint32 surfaces = 0, faulty = 0, edges = 0, vertices = 0, borders = 0, contacts = 0;
+
+    void add(const MeshTopology& topology)
+    {
+        ++surfaces;
+        faulty += topology.isManifold() && topology.isClosed() ? 0 : 1;
+        edges += topology.nonManifoldEdgeCount;
+        vertices += topology.nonManifoldVertexCount;
+        borders += topology.boundaryEdgeCount;
+        contacts += topology.selfContactCount;
+    }
+};
+
+struct Kernel
+{
+    const char* name;
+    SurfaceKernel kernel;
+    Optional<double> level;
+};
+
+}  // namespace
+
+int main(int argc, char** argv)
+{
+    const int seeds = argc > 1 ? std::atoi(argv[1]) : 20;
+    const double onNodes = std::pow(11 / 16.0, 3);  // at nodes sqrt(5) spacings from a centre on another
+    std::printf("%-14s %-22s %8s %7s %7s %9s %8s %9s\n", "kernel", "finish", "surfaces", "faulty", "edges",
+                "vertices", "borders", "contacts");
+    for (const Kernel& kernel :
+         {Kernel{"metaball", SurfaceKernel::Metaball, {}}, Kernel{"distance", SurfaceKernel::Distance, {}},
+          Kernel{"through nodes", SurfaceKernel::Distance, onNodes},
+          Kernel{"anisotropic", SurfaceKernel::Anisotropic, {}}})
+        for (const Finish& finish :
+             {Finish{"none", false, 0, 0}, Finish{"clean-up", true, 0, 0},
+              Finish{"simplify 0.4", true, 0, 0.4}, Finish{"smooth 2, simplify 1.3", true, 2, 1.3}})
+        {
+            Tally tally;
+            for (int seed = 0; seed < seeds; ++seed)
+            {
+                ReconstructionSettings settings{.kernel = kernel.kernel,
+                                                .radius = radius,
+                                                .spacing = spacing,
+                                                .level = kernel.level,
+                                                .cleanUp = finish.cleanUp,
+                                                .smoothing = finish.smoothing,
+                                                .normals = false};
+                if (finish.weldTolerance > 0) settings.weldTolerance = finish.weldTolerance * spacing;
+                Mesh mesh;
+                reconstructSurface(spray(static_cast<uint32>(seed)), mesh, settings);
+                if (!mesh.isEmpty()) tally.add(computeTopology(mesh));
+            }
+            std::printf("%-14s %-22s %8u %7u %7u %9u %8u %9u\n", kernel.name, finish.name, tally.surfaces,
+                        tally.faulty, tally.edges, tally.vertices, tally.borders, tally.contacts);
+            std::fflush(stdout);
+        }
+    return 0;
+}
