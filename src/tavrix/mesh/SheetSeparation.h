@@ -26,10 +26,10 @@ enum class BackToBack
 
 /// Makes an oriented mesh 2-manifold by cutting sheets apart where they share edges or vertices (Guéziec,
 /// Taubin, Lazarus and Horn, IEEE Transactions on Visualization and Computer Graphics 7, 2001). Drops faces
-/// that name a position twice, and pairs of faces back to back. Around an edge of more
-/// than two faces those stay together that enclose solid between them, faces looking outwards, unless two
-/// sheets would then share both its ends; a face that finds no partner gets a border. Each further fan of
-/// faces around a vertex gets a vertex of its own, at the end of the positions and in the same place.
+/// that name a position twice, and pairs of faces back to back. Around an edge of more than two faces those
+/// stay together that enclose solid between them, faces looking outwards, unless two sheets would then share
+/// both its ends; a face that finds no partner gets a border. Each further fan of faces around a vertex gets
+/// a vertex of its own, at the end of the positions and in the same place.
 ///
 /// What is closed stays closed, faces keep their orientation, no position moves; those without a face stay.
 /// Arrays per position and per face follow, normals too. An edge whose only two faces run along it in the
