@@ -96,6 +96,7 @@
 #include <tavrix/implicit/ImplicitSurface3Regular.h>
 #include <tavrix/implicit/ImplicitSurface3Sparse.h>
 #include <tavrix/implicit/ImplicitSurface3StrategyInterface.h>
+#include <tavrix/implicit/LevelSetExtraction.h>
 #include <tavrix/implicit/LevelSetSampling.h>
 
 #include <tavrix/meshio/Mesh_BIN_FileParser.h>

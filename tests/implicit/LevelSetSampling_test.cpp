@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cmath>
+#include <random>
 
 #include <spatial/TestSolids.h>
 #include <tavrix/tavrix.h>
@@ -59,6 +60,41 @@ TEST(LevelSetSampling, SolidsGrowShrinkAndBecomeHollow)
     const Mesh cube = test::makeCube(-0.5, 0.5);
     EXPECT_EQ(sampleMesh(surface, cube, plan, TX_IMPLICIT_SURFACE_SIGNED, 1, [] { return 1; }), 0u);
     EXPECT_EQ(surface.getField().size(), 0u);
+}
+
+TEST(LevelSetExtraction, IsClosedAndManifold)
+{
+    // few different samples, of which many are 0, so that sheets touch at nodes and reach the border
+    uint32 contacts = 0;
+    for (uint32 seed = 0; seed < 20; ++seed)
+    {
+        std::mt19937 random(seed);
+        LevelSet surface;
+        surface.reset(9, 8, 7, 0.3);
+        surface.moveTo({seed * 0.7, 3, -50});
+        for (uint32 n = 0; n < surface.getArraySize(); ++n)
+            surface.set(
+                n, static_cast<float>(static_cast<int>(random() % 4) - 1) * (seed % 3 == 0 ? 1.0f : 0.01f));
+        ASSERT_TRUE(reachesBorder(surface));
+        Mesh first;
+        for (const uint32 threads : {1u, 3u})
+        {
+            Mesh mesh;
+            const uint32 faces = extractClosed(surface, mesh, threads);
+            EXPECT_EQ(faces, mesh.getFacesSize());
+            const MeshTopology topology = computeTopology(mesh);
+            EXPECT_TRUE(topology.isClosed() && topology.isConsistentlyOriented());
+            EXPECT_EQ(topology.nonManifoldEdgeCount, 0u);
+            EXPECT_EQ(topology.nonManifoldVertexCount, 0u);
+            EXPECT_GT(signedVolume(mesh), 0);
+            contacts += topology.selfContactCount;
+            if (threads == 1) first = mesh;
+            EXPECT_EQ(mesh.trindexPos(), first.trindexPos());
+        }
+    }
+    EXPECT_GT(contacts, 100u);
+    Mesh none;
+    EXPECT_EQ(extractClosed(LevelSet(), none), 0u);
 }
 
 TEST(LevelSetSampling, EveryPollCanCancel)

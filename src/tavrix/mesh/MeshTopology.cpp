@@ -92,16 +92,12 @@ bool isBelow(const Array<Index3>& triples, uint32 size)
                        [size](const Index3& t) { return t.a < size && t.b < size && t.c < size; });
 }
 
-}  // namespace
-
-MeshTopology computeTopology(const Mesh& mesh)
+MeshTopology edgeTopology(const Mesh& mesh, const detail::EdgeTable& edges, const Array<uint8>& used)
 {
     const Array<Index3>& faces = mesh.trindexPos();
-    const detail::EdgeTable edges(faces, mesh.getPosSize());
     const Array<uint32> uses = edges.useCounts();
     const Array<int32> balances = directionBalances(edges, faces);
     MeshTopology topology{};
-    const Array<uint8> used = usedPositions(edges, faces, mesh.getPosSize());
     topology.positionCount = countUsed(used);
     topology.edgeCount = edges.edgeCount;
     for (uint32 f = 0; f < faces.size(); ++f)
@@ -116,17 +112,28 @@ MeshTopology computeTopology(const Mesh& mesh)
         topology.nonManifoldEdgeCount += uses[e] > 2;
         topology.inconsistentEdgeCount += uses[e] > 1 && balances[e] != 0;
     }
-    topology.nonManifoldVertexCount = countNonManifoldVertices(edges, faces, mesh.getPosSize());
-    topology.selfContactCount = countSelfContacts(mesh.pos(), faces, used);
     topology.nonFiniteCount = static_cast<uint32>(
         std::count_if(mesh.pos().begin(), mesh.pos().end(), [](const Vector3D& p) { return !isFinite(p); }));
     return topology;
 }
 
-uint32 countBorderEdges(const Mesh& mesh)
+}  // namespace
+
+MeshTopology computeTopology(const Mesh& mesh)
 {
-    const Array<uint32> uses = detail::EdgeTable(mesh.trindexPos(), mesh.getPosSize()).useCounts();
-    return static_cast<uint32>(std::count(uses.begin(), uses.end(), 1u));
+    const Array<Index3>& faces = mesh.trindexPos();
+    const detail::EdgeTable edges(faces, mesh.getPosSize());
+    const Array<uint8> used = usedPositions(edges, faces, mesh.getPosSize());
+    MeshTopology topology = edgeTopology(mesh, edges, used);
+    topology.nonManifoldVertexCount = countNonManifoldVertices(edges, faces, mesh.getPosSize());
+    topology.selfContactCount = countSelfContacts(mesh.pos(), faces, used);
+    return topology;
+}
+
+MeshTopology computeEdgeTopology(const Mesh& mesh)
+{
+    const detail::EdgeTable edges(mesh.trindexPos(), mesh.getPosSize());
+    return edgeTopology(mesh, edges, usedPositions(edges, mesh.trindexPos(), mesh.getPosSize()));
 }
 
 uint32 countParts(const Mesh& mesh)

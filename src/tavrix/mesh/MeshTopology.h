@@ -37,8 +37,8 @@ struct MeshTopology
 /// valid.
 TX_GEOMETRY_API MeshTopology computeTopology(const Mesh& mesh);
 
-/// How many edges have one face only: computeTopology's boundaryEdgeCount alone, in a fraction of the time.
-TX_GEOMETRY_API uint32 countBorderEdges(const Mesh& mesh);
+/// The same but for vertices of several fans and self-contacts, which it leaves at 0: in a third of the time.
+TX_GEOMETRY_API MeshTopology computeEdgeTopology(const Mesh& mesh);
 
 /// The number of parts of the mesh that share no position; positions without a face are none. O(positions +
 /// faces). The indices must be valid.

@@ -81,7 +81,7 @@ LevelSetInput readMesh(const LevelSetOptions& options, Progress& progress)
     progress.begin("read");
     LevelSetInput input;
     input.mesh = readSolid(options.input, progress);
-    const MeshTopology topology = computeTopology(input.mesh);
+    const MeshTopology topology = computeEdgeTopology(input.mesh);
     if (!options.isUnsigned) noteFaults(topology, options.input, progress);
     input.isClosed = topology.isClosed() && topology.isConsistentlyOriented();
     input.box = boxOfFaces(input.mesh);

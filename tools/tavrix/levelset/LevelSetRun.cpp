@@ -6,10 +6,10 @@
 #include <vector>
 
 #include <tavrix/foundation/ArrayOfPtr.h>
+#include <tavrix/implicit/LevelSetExtraction.h>
 #include <tavrix/mesh/MeshCavities.h>
 #include <tavrix/mesh/MeshRepair.h>
 #include <tavrix/mesh/MeshTopology.h>
-#include <tavrix/mesh/SheetSeparation.h>
 #include <tavrix/platform/Hardware.h>
 
 #include "commands/GridMemory.h"
@@ -131,12 +131,9 @@ void extract(const LevelSet& surface, Mesh& mesh, const LevelSetOptions& options
     {
         progress.note(options.source() + ": its inside reaches the border of the grid and is closed there");
         confirmCapFits(surface, options.source());
-        cappedGrid(surface).extractExplicitSurface(mesh, threads, interrupted);
     }
-    else
-        surface.extractExplicitSurface(mesh, threads, interrupted);
+    extractClosed(surface, mesh, threads, interrupted);
     stopIfInterrupted();
-    if (separateSheets(mesh).faces > 0) dropUnusedPositions(mesh);
     if (mesh.isEmpty())
         throw Failure(options.source() + ": there is no surface at this spacing; try a smaller --spacing");
 }
@@ -154,7 +151,7 @@ std::string describe(const MadeMesh& made)
     PartCounts counts = countPartsAndCavities(mesh);
     if (made.filled > 0) counts.cavities = made.filled;
     return formatted("%u vertices, %u faces, %s, volume %.6g, ", mesh.getPosSize(), mesh.getFacesSize(),
-                     countBorderEdges(mesh) == 0 ? "closed" : "open", signedVolume(mesh)) +
+                     computeEdgeTopology(mesh).isClosed() ? "closed" : "open", signedVolume(mesh)) +
            partText(counts) + (made.filled > 0 ? " filled" : "");
 }
 

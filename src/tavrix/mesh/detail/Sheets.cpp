@@ -217,7 +217,7 @@ std::vector<std::vector<Strand>> Sheets::tanglesOf(const CrowdedEdge& edge)
     for (std::size_t begin = 0, end; begin < strands.size(); begin = end)
     {
         for (end = begin + 1; end < strands.size() && fansOf(strands[end]) == fansOf(strands[begin]);) ++end;
-        if (end - begin > 1) tangles.emplace_back(strands.begin() + begin, strands.begin() + end);
+        if (end - begin > 1) tangles.emplace_back(strands.data() + begin, strands.data() + end);
     }
     return tangles;
 }
