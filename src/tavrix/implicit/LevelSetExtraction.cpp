@@ -17,10 +17,13 @@ namespace
 /// separation, and vertices lie on edges, which meet at nodes alone.
 std::vector<uint32> verticesAtNodes(const Mesh& mesh, const GridDescription3<double>& grid)
 {
-    constexpr double near = 1.0 / 2048;
+    constexpr double near = 1.0 / 2048;  // and rounding
     const double steps = 1 / grid.largestSeparation;
     const auto isNear = [](double at)
-    { return std::fabs(at - static_cast<double>(static_cast<int64>(at + 0.5))) < near; };
+    {
+        const double part = at - static_cast<double>(static_cast<int64>(at));
+        return part < near || part > 1 - near;
+    };
     std::vector<uint32> found;
     for (uint32 n = 0; n < mesh.getPosSize(); ++n)
     {

@@ -8,7 +8,8 @@ namespace tavrix
 /// How many parts a mesh has, and how many of these are cavities.
 struct PartCounts
 {
-    uint32 parts, cavities;
+    uint32 parts;     ///< those that are cavities, too
+    uint32 cavities;  ///< see countPartsAndCavities
 };
 
 /// Counts the parts of a mesh, which share no position, and among them the cavities: closed parts of

@@ -14,6 +14,7 @@ struct SheetSeparation
     uint32 vertices = 0;  ///< that were added: one for each fan of faces around a vertex beyond its first
     uint32 faces = 0;     ///< that were dropped
 
+    /// Whether nothing was to be done.
     bool isNone() const { return edges == 0 && vertices == 0 && faces == 0; }
 };
 
