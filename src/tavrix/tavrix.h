@@ -63,6 +63,8 @@
 #include <tavrix/mesh/MeshTopology.h>
 #include <tavrix/mesh/SheetSeparation.h>
 
+#include <tavrix/meshproc/MeshDecimation.h>
+#include <tavrix/meshproc/Quadric.h>
 #include <tavrix/meshproc/SphereTriangulated.h>
 #include <tavrix/meshproc/Vector3Simplifier.h>
 #include <tavrix/meshproc/VertexWelding.h>
