@@ -15,6 +15,7 @@
 #include <tavrix/meshproc/detail/PointKinds.h>
 #include <tavrix/meshproc/detail/SeamPoints.h>
 #include <tavrix/meshproc/detail/VertexArrays.h>
+#include <tavrix/platform/Hardware.h>
 
 namespace tavrix
 {
@@ -73,7 +74,7 @@ public:
     Decimation(Mesh& mesh, const DecimationSettings& settings, CancelCallback callback)
         : _mesh(mesh),
           _settings(settings),
-          _threadCount(std::max(settings.threadCount, 1u)),
+          _threadCount(settings.threadCount > 0 ? settings.threadCount : Hardware::getThreadCount()),
           _polling(callback),
           _frame(mesh.pos()),
           _arrays(mesh)
@@ -127,8 +128,6 @@ private:
         _firstPosition.clear();
         for (uint32 n = 0; n < count; ++n)
             if (pointOf[n] == _firstPosition.size()) _firstPosition.push_back(n);
-        Array<Vector3D> places(_firstPosition.size());
-        for (uint32 p = 0; p < places.size(); ++p) places[p] = _frame.inside(_mesh.pos()[_firstPosition[p]]);
         Array<Index3> faces;
         faces.reserve(_mesh.getFacesSize());
         _faceNumbers.clear();
@@ -141,7 +140,9 @@ private:
             _faceNumbers.push_back(f);
         }
         if (!_polling.goOn()) return false;
-        _collapsing.emplace(places, std::move(faces));
+        _collapsing.emplace(_firstPosition.size(), std::move(faces));
+        for (uint32 p = 0; p < _firstPosition.size(); ++p)
+            _collapsing->points[p].place = _frame.inside(_mesh.pos()[_firstPosition[p]]);
         if (!_arrays.empty()) nameVertices(pointOf);
         return detail::findPointKinds(*_collapsing, _vertices, _threadCount, _polling);
     }

@@ -19,7 +19,7 @@ struct DecimationSettings
     /// In units of length: no point of either surface is further from the other than this. A bound that
     /// holds to within rounding; most of the surface lies a few times nearer. It takes a few times longer.
     Optional<double> error = {};
-    uint32 threadCount = 1;  ///< 0 counts as 1
+    uint32 threadCount = 0;  ///< 0: one a processor
 };
 
 /// How that ended.
@@ -54,8 +54,8 @@ struct DecimationReport
 /// are some, are made anew, and connectivity is released.
 ///
 /// Unless Done, the mesh stays as it was; std::bad_alloc likewise. The same bytes for every thread count; the
-/// threads share the look at all edges at the beginning. A million faces take about a second, and 180 bytes
-/// a vertex besides the mesh.
+/// threads share the look at all edges at the beginning. A million faces take a second or two, and
+/// some 240 bytes a vertex besides the mesh.
 TX_GEOMETRY_API DecimationReport decimateMesh(Mesh& mesh, const DecimationSettings& settings,
                                               CancelCallback callback = nullptr);
 

@@ -78,25 +78,32 @@ struct Quadric
     }
 
 private:
-    /// Solves (A + s) x = y, where a small stiffness s bounds x; 0 where A is.
+    /// Solves (A + s) x = y, where a small stiffness s bounds x, by the factors LDL' of the matrix; 0 without
+    /// weight.
     struct Solver
     {
         double stiffness;
-        Vector3D r0, r1, r2;  ///< the rows of the adjugate over the determinant
+        double l10, l20, l21;  ///< of L, below its diagonal of ones
+        Vector3D inverses;     ///< of D
 
         explicit constexpr Solver(const Quadric& q) : stiffness(1e-6 * q.weight())
         {
-            const double ax = q.xx + stiffness, ay = q.yy + stiffness, az = q.zz + stiffness;
-            r0 = {ay * az - q.yz * q.yz, q.xz * q.yz - q.xy * az, q.xy * q.yz - ay * q.xz};
-            r1 = {r0.y, ax * az - q.xz * q.xz, q.xy * q.xz - ax * q.yz};
-            r2 = {r0.z, r1.z, ax * ay - q.xy * q.xy};
-            const double determinant = ax * r0.x + q.xy * r0.y + q.xz * r0.z;
-            const double inverse = determinant > 0 ? 1 / determinant : 0;
-            r0 *= inverse;
-            r1 *= inverse;
-            r2 *= inverse;
+            const auto inverse = [](double pivot) { return pivot > 0 ? 1 / pivot : 0; };
+            inverses.x = inverse(q.xx + stiffness);
+            l10 = q.xy * inverses.x;
+            l20 = q.xz * inverses.x;
+            inverses.y = inverse(q.yy + stiffness - l10 * q.xy);
+            const double rest = q.yz - l20 * q.xy;
+            l21 = rest * inverses.y;
+            inverses.z = inverse(q.zz + stiffness - l20 * q.xz - l21 * rest);
         }
-        constexpr Vector3D solve(const Vector3D& y) const { return {dot(r0, y), dot(r1, y), dot(r2, y)}; }
+        constexpr Vector3D solve(const Vector3D& y) const
+        {
+            const double below = y.y - l10 * y.x;
+            const double z = (y.z - l20 * y.x - l21 * below) * inverses.z;
+            const double middle = below * inverses.y - l21 * z;
+            return {y.x * inverses.x - l10 * middle - l20 * z, middle, z};
+        }
     };
 
     constexpr Vector3D timesA(const Vector3D& p) const

@@ -34,6 +34,8 @@ struct ReconstructionSettings
     uint32 smoothing = 0;        ///< passes that move every vertex half the way to its neighbours' average
     Optional<double> weldTolerance = {};  ///< join vertices nearer than that along every axis
     bool fillCavities = false;            ///< remove sealed inner surfaces (fillCavities)
+    /// Leave this part of the faces, 0 to 1, those that say most about the surface: see decimateMesh.
+    Optional<double> decimation = {};
     /// Whether the mesh gets normals.
     bool normals = true;
 

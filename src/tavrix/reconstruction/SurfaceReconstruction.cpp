@@ -7,6 +7,7 @@
 #include <tavrix/mesh/Mesh.h>
 #include <tavrix/mesh/MeshRepair.h>
 #include <tavrix/mesh/SheetSeparation.h>
+#include <tavrix/meshproc/MeshDecimation.h>
 #include <tavrix/meshproc/VertexWelding.h>
 #include <tavrix/particles/ParticleNeighbours.h>
 #include <tavrix/reconstruction/detail/BlockRoad.h>
@@ -49,6 +50,7 @@ public:
         for (const auto step :
              {&Reconstruction::settle, &Reconstruction::leaveOutStrays, &Reconstruction::makeSurface,
               &Reconstruction::relax, &Reconstruction::weld, &Reconstruction::fillHollows,
+              &Reconstruction::decimate,
               &Reconstruction::computeNormals, &Reconstruction::carryAttributes})
         {
             const Status status = (this->*step)(mesh);
@@ -137,12 +139,13 @@ private:
     /// What the steps after the extraction take at most, for each vertex.
     double bytesPerVertex() const
     {
-        constexpr double normal = sizeof(Vector3F), relaxing = 96, welding = 40, interpolating = 44,
-                         filling = 14;
+        constexpr double normal = sizeof(Vector3F), relaxing = 96, welding = 40, filling = 14,
+                         decimating = 240, interpolating = 44;
         const ReconstructionSettings& s = report.settings;
         double inPassing = s.smoothing > 0 ? relaxing + normal : 0;
         if (s.weldTolerance) inPassing = std::max(inPassing, welding);
         if (s.fillCavities) inPassing = std::max(inPassing, filling);
+        if (s.decimation) inPassing = std::max(inPassing, decimating);
         const double kept = (s.normals ? normal : 0) + static_cast<double>(_attributes.size()) * normal;
         return std::max(inPassing, kept + (_attributes.empty() ? 0 : interpolating));
     }
@@ -218,6 +221,16 @@ private:
         if (!report.settings.fillCavities) return Status::Done;
         if (!_progress.begin("cavities")) return Status::Stopped;
         report.counts = fillCavities(mesh);
+        return Status::Done;
+    }
+
+    Status decimate(Mesh& mesh)
+    {
+        if (!report.settings.decimation) return Status::Done;
+        if (!_progress.begin("decimate")) return Status::Stopped;
+        dropNormals(mesh);
+        decimateMesh(mesh, {.ratio = report.settings.decimation, .threadCount = report.settings.threadCount},
+                     ProgressScope::poll);
         return Status::Done;
     }
 

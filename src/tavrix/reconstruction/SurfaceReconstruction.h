@@ -58,10 +58,10 @@ struct ReconstructionReport
 };
 
 /// Particles to mesh: leaves out particles without a finite position and strays, extracts the surface of
-/// their field facing outwards, relaxes and welds it, fills its cavities, carries the attributes over
-/// (Shepard's interpolation within the kernels' reach, see interpolateAtPlaces; as an array of `Vector3F`
-/// under their names), and computes normals. Stages: "field", "surface", "smooth", "weld", "cavities",
-/// "normals", "attributes", those that there are.
+/// their field facing outwards, relaxes and welds it, fills its cavities, decimates it, carries the
+/// attributes over (Shepard's interpolation within the kernels' reach, see interpolateAtPlaces; as an array
+/// of `Vector3F` under their names), and computes normals. Stages: "field", "surface", "smooth", "weld",
+/// "cavities", "decimate", "normals", "attributes", those that there are.
 ///
 /// The mesh is replaced, and is empty unless the status is Done. It is closed and 2-manifold: sheets that
 /// touch share no vertex (separateSheets). The lattice's nodes lie on whole multiples

@@ -36,6 +36,16 @@ inline const auto weldTolerance = CLI::Validator(
     },
     "NUMBER >= 0");
 
+/// A part of a whole.
+inline const auto partOfOne = CLI::Validator(
+    [](std::string& text) -> std::string
+    {
+        double value = 0;
+        const bool fits = CLI::detail::lexical_cast(text, value) && value > 0 && value <= 1;
+        return fits ? "" : "must be a number above 0, up to 1";
+    },
+    "0 < NUMBER <= 1");
+
 inline const auto finiteNumber = CLI::Validator(
     [](std::string& text) -> std::string
     {

@@ -1,15 +1,21 @@
 #include "commands/Command.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <memory>
 
 #include <CLI/CLI.hpp>
 
+#include <tavrix/meshproc/MeshDecimation.h>
+#include <tavrix/platform/Hardware.h>
+
 #include "arguments/SharedArguments.h"
 #include "arguments/Validators.h"
 #include "commands/MeshWeld.h"
+#include "commands/SmoothNormals.h"
 #include "files/MeshFile.h"
 #include "files/OutputFile.h"
+#include "run/Interrupt.h"
 #include "run/Progress.h"
 
 namespace tavrix::tool
@@ -22,9 +28,51 @@ struct Options
 {
     std::string input, output;
     WeldOptions weld;
+    DecimationSettings decimation;
     bool ascii = false;
     bool quiet = false;
+
+    bool decimates() const { return decimation.faces || decimation.ratio || decimation.error; }
 };
+
+/// What decimating a file's meshes came to.
+struct Outcome
+{
+    uint32 target = 0, faces = 0;
+    double error = 0;
+};
+
+/// Decimates each mesh; of the faces asked for each gets its share.
+Outcome decimateMeshes(ArrayOfPtr<Mesh>& meshes, const DecimationSettings& settings)
+{
+    const double all = countsOf(meshes).faces;
+    Outcome outcome;
+    for (Mesh* mesh : meshes)
+    {
+        DecimationSettings share = settings;
+        const uint32 before = mesh->getFacesSize();
+        if (settings.faces) share.faces = static_cast<uint32>(*settings.faces / all * before);
+        const DecimationReport report = decimateMesh(*mesh, share, interrupted);
+        stopIfInterrupted();
+        outcome.target += share.faces   ? std::min(*share.faces, before)
+                          : share.ratio ? static_cast<uint32>(*share.ratio * before)
+                                        : 0;
+        outcome.faces += report.faces;
+        outcome.error = std::max(outcome.error, report.error);
+    }
+    return outcome;
+}
+
+void tellOutcome(const Outcome& outcome, const DecimationSettings& settings)
+{
+    if (settings.error)
+        std::printf("error      at most %.4g\n", outcome.error);
+    else if (outcome.faces > outcome.target + 1)
+        std::printf(
+            "left       more than the %u faces asked for: no other edge can go without tearing or turning "
+            "the surface\n",
+            outcome.target);
+}
 
 void runSimplify(const Options& options)
 {
@@ -34,8 +82,15 @@ void runSimplify(const Options& options)
     MeshFile file = readMeshes(options.input);
     const MeshCounts before = countsOf(file.meshes);
     progress.begin("simplify");
-    const SheetSeparation separated =
-        weldMeshes(file.meshes, options.weld, holdsNormals(options.output), options.input);
+    WeldOptions weld = options.weld;
+    // the faces of STL files share no corners
+    if (weld.tolerances.empty() && kindOfFile(options.input) == FileKind::StlMesh) weld.tolerances = {0};
+    SheetSeparation separated;
+    if (!weld.tolerances.empty()) separated = weldMeshes(file.meshes, weld, false, options.input);
+    Outcome outcome;
+    if (options.decimates()) outcome = decimateMeshes(file.meshes, options.decimation);
+    if (holdsNormals(options.output))
+        for (Mesh* mesh : file.meshes) confirmSmoothNormals(*mesh);
     progress.begin("write");
     writeMeshes(options.output, file.meshes, {options.ascii});
     progress.end();
@@ -44,7 +99,62 @@ void runSimplify(const Options& options)
     std::printf("input      %u vertices, %u faces\n", before.vertices, before.faces);
     tellSeparated(separated);
     tellWritten(options.output, file.meshes);
-    printCosts(progress, 1);
+    if (options.decimates()) tellOutcome(outcome, options.decimation);
+    printCosts(progress, options.decimation.threadCount > 0 ? options.decimation.threadCount
+                                                            : Hardware::getThreadCount());
+}
+
+void addWelding(CLI::App& simplify, WeldOptions& weld)
+{
+    simplify
+        .add_option(
+            "--tolerance", weld.tolerances,
+            "Join vertices that differ by less than this along every axis, into their middle; 0 joins "
+            "equal ones. Up to eight times: each joins what the one before left over")
+        ->check(weldTolerance)
+        ->expected(1)
+        ->take_all()
+        ->option_text("NUMBER")
+        ->group("Near vertices");
+    simplify
+        .add_flag("--drop-thin", weld.dropThin,
+                  "Drop faces whose height over their longest edge does not exceed the last tolerance")
+        ->group("Near vertices");
+}
+
+void addDecimation(CLI::App& simplify, DecimationSettings& decimation)
+{
+    CLI::Option* const faces = simplify
+                                   .add_option("--faces", decimation.faces,
+                                               "Leave so many faces, those that say most about the shape")
+                                   ->check(CLI::Range(0u, 0xFFFFFFFFu))
+                                   ->option_text("COUNT")
+                                   ->group("Decimation");
+    simplify.add_option("--ratio", decimation.ratio, "Leave this part of the faces")
+        ->check(partOfOne)
+        ->excludes(faces)
+        ->option_text("RATIO")
+        ->group("Decimation");
+    simplify
+        .add_option(
+            "--error", decimation.error,
+            "Leave as few faces as this distance between the surfaces allows; with --faces or --ratio, "
+            "stop there")
+        ->check(weldTolerance)
+        ->option_text("NUMBER")
+        ->group("Decimation");
+    addThreads(simplify, decimation.threadCount)->group("Decimation");
+}
+
+/// Rejects contradictory options.
+void checkTogether(const Options& options)
+{
+    if (options.weld.tolerances.empty() && !options.decimates())
+        throw CLI::ValidationError("simplify", "needs --faces, --ratio, --error or --tolerance");
+    if (options.weld.tolerances.size() > 8)
+        throw CLI::ValidationError("--tolerance", "may be given eight times at most");
+    if (options.weld.dropThin && options.weld.tolerances.empty())
+        throw CLI::ValidationError("--drop-thin", "needs --tolerance");
 }
 
 }  // namespace
@@ -52,41 +162,33 @@ void runSimplify(const Options& options)
 void addSimplifyCommand(CLI::App& app, Command& command)
 {
     const auto options = std::make_shared<Options>();
-    CLI::App* simplify =
-        app.add_subcommand("simplify", "Join the vertices of a mesh that lie near each other");
+    CLI::App* simplify = app.add_subcommand("simplify", "Make a mesh of fewer faces, or join near vertices");
     simplify->add_option("IN", options->input, "Mesh file to read (.obj, .stl, .bin or .ase)")
         ->required()
         ->option_text(" ");
     addMeshOutput(*simplify, options->output, "Mesh file to write, needed: .obj, .stl or .bin")->required();
-    simplify
-        ->add_option(
-            "--tolerance", options->weld.tolerances,
-            "Join vertices that differ by less than this along every axis, into their middle; 0 joins "
-            "equal ones. Up to eight times: each joins what the one before left over")
-        ->required()
-        ->check(weldTolerance)
-        ->expected(1)
-        ->take_all()
-        ->option_text("NUMBER");
-    simplify->add_flag("--drop-thin", options->weld.dropThin,
-                       "Drop faces whose height over their longest edge does not exceed the last tolerance");
+    addDecimation(*simplify, options->decimation);
+    addWelding(*simplify, options->weld);
     addAscii(*simplify, options->ascii);
     addQuiet(*simplify, options->quiet);
     simplify->footer(
-        "\nFaces whose corners come together are dropped, and vertices without a face. Normals\n"
-        "are made anew, with edges kept where faces meet at more than 40 degrees. Texture\n"
-        "coordinates and velocities are lost. Each group of an OBJ file is simplified by itself.\n"
-        "Sheets that come together keep vertices of their own, and flaps that enclose nothing\n"
-        "go, so closed meshes stay closed and manifold; --drop-thin leaves slits where a face\n"
-        "goes.\n\n"
+        "\nDecimation keeps borders, holes, parts and seams, turns no face over, and carries\n"
+        "normals, texture coordinates and velocities along. The corners of STL faces are\n"
+        "joined before.\n\n"
+        "With --tolerance, which comes first when both are given, faces whose corners come\n"
+        "together are dropped, and vertices without a face; texture coordinates and\n"
+        "velocities are lost, and normals are made anew, with edges kept where faces meet\n"
+        "at more than 40 degrees. Each group of an OBJ file is simplified by itself. Sheets\n"
+        "that come together keep vertices of their own, and flaps that enclose nothing go, so\n"
+        "closed meshes stay closed and manifold; --drop-thin leaves slits where a face goes.\n\n"
         "Examples:\n"
-        "  tavrix simplify part.stl -o part.obj --tolerance 0\n"
+        "  tavrix simplify scan.obj -o small.obj --faces 50000\n"
+        "  tavrix simplify part.stl -o light.stl --error 0.01\n"
         "  tavrix simplify scan.obj -o small.obj --tolerance 0.1 --tolerance 0.4 --drop-thin");
     simplify->callback(
         [options, &command]
         {
-            if (options->weld.tolerances.size() > 8)
-                throw CLI::ValidationError("--tolerance", "may be given eight times at most");
+            checkTogether(*options);
             options->quiet |= isStandardOutput(options->output);
             command = {[options] { return runSimplify(*options), 0; }, options->input, options->output};
         });

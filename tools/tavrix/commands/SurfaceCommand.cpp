@@ -99,6 +99,13 @@ void addSurface(CLI::App& surface, SurfaceOptions& options)
         ->option_text("NUMBER")
         ->group("Surface");
     surface
+        .add_option("--decimate", options.surface.decimation,
+                    "Leave this part of the faces, large ones where the surface is flat; 0.1 looks much the "
+                    "same")
+        ->check(partOfOne)
+        ->option_text("RATIO")
+        ->group("Surface");
+    surface
         .add_flag_callback(
             "--no-clean", [&options] { options.surface.cleanUp = false; },
             "Keep coincident vertices and the thin faces between them")

@@ -110,8 +110,9 @@ std::size_t stageCount(const SurfaceOptions& options)
 {
     std::size_t count = 4;
     for (const bool isTaken : {options.surface.smoothing > 0, options.surface.weldTolerance.has_value(),
-                               options.surface.fillCavities, wantsNormals(options),
-                               holdsVelocities(options.output), !options.preview.empty()})
+                               options.surface.fillCavities, options.surface.decimation.has_value(),
+                               wantsNormals(options), holdsVelocities(options.output),
+                               !options.preview.empty()})
         count += isTaken ? 1 : 0;
     return count;
 }

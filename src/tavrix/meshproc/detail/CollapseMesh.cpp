@@ -7,15 +7,14 @@
 namespace tavrix::detail
 {
 
-CollapseMesh::CollapseMesh(const Array<Vector3D>& places, Array<Index3> facesGiven)
-    : points(places.size()),
-      kinds(places.size(), PointKind::Fixed),
+CollapseMesh::CollapseMesh(uint32 pointCount, Array<Index3> facesGiven)
+    : points(pointCount),
+      kinds(pointCount, PointKind::Fixed),
       faces(std::move(facesGiven)),
       faceCount(faces.size())
 {
     if (faces.size() > noIndex / 6) throw std::length_error("tavrix: too many faces to decimate");
-    for (uint32 p = 0; p < places.size(); ++p)
-        points[p] = {places[p], Quadric::zero(), BestEdge::none(), 0, 0, 0};
+    for (CollapsePoint& p : points) p = {Vector3D{0, 0, 0}, Quadric::zero(), BestEdge::none(), 0, 0, 0};
     for (const Index3& face : faces)
         for (uint32 c = 0; c < 3; ++c) ++points[face[c]].cornerCount;
     uint32 first = 0;

@@ -109,8 +109,8 @@ static_assert(sizeof(CollapsePoint) == 128);
 class CollapseMesh
 {
 public:
-    /// Takes faces whose corners are three different points.
-    CollapseMesh(const Array<Vector3D>& places, Array<Index3> faces);
+    /// Takes faces whose corners are three different points; where these lie is the caller's to say.
+    CollapseMesh(uint32 pointCount, Array<Index3> faces);
 
     uint32 pointCount() const { return points.size(); }
     bool isAlive(uint32 point) const { return points[point].cornerCount > 0; }

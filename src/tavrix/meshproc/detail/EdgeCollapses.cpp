@@ -259,15 +259,12 @@ bool EdgeCollapses::keepsShape(const Star& star, uint32 point, uint32 other, con
     return true;
 }
 
-bool EdgeCollapses::keepsError(uint32 a, uint32 b, const Vector3D& place, float& error) const
+bool EdgeCollapses::keepsError(uint32 a, uint32 b, const Vector3D& place)
 {
     if (!isBounded(_goal)) return true;
-    float before = 0;
-    for (const Star* star : {&_star, &_otherStar})
-        for (const StarFace& s : *star) before = std::max(before, _faceErrors[s.face]);
-    const double after = before + patchDeviation(_mesh, a, b, _star, _otherStar, place);
-    error = static_cast<float>(after);
-    return after <= _goal.error;
+    return findPatchErrors(_mesh, a, b, _star, _otherStar, place, _faceErrors, _newErrors) &&
+           std::all_of(_newErrors.begin(), _newErrors.end(),
+                       [&](float error) { return error <= _goal.error; });
 }
 
 void EdgeCollapses::wait(uint32 point, const BestEdge& best)
@@ -300,17 +297,18 @@ void EdgeCollapses::collapseNext(uint32 a)
     const uint32 b = edge.target;
     if (_mesh.points[b].version != edge.version()) return wait(a, cheapest(a, _star));
     const Meeting meeting = meet(a, b, edge.place());
-    float error = 0;
     if (!_mesh.findStar(b, _otherStar) || !keepsTopology(a, b) || !keepsShape(_star, a, b, meeting.place) ||
-        !keepsShape(_otherStar, b, a, meeting.place) || !keepsError(a, b, meeting.place, error))
+        !keepsShape(_otherStar, b, a, meeting.place) || !keepsError(a, b, meeting.place))
         return wait(a, nextCheapest(a, _star, edge));
     _vertices.join(b, _star, _otherStar, meeting.t);
     _normals.join(b, _star, _otherStar, meeting.t);
     _mesh.collapse(a, b, meeting.place, _star, _otherStar);
     _origins[a] = meeting.origin;
-    if (isBounded(_goal))
-        for (const StarFace& s : _star) _faceErrors[s.face] = error;
-    _error = std::max(_error, double{error});
+    for (uint32 n = 0; isBounded(_goal) && n < _star.size(); ++n)
+    {
+        _faceErrors[_star[n].face] = _newErrors[n];
+        _error = std::max(_error, double{_newErrors[n]});
+    }
     wait(a, cheapest(a, _star));
 }
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <vector>
+
 #include <tavrix/foundation/Array.h>
 #include <tavrix/foundation/detail/Polling.h>
 #include <tavrix/meshproc/detail/BucketQueue.h>
@@ -57,7 +59,7 @@ private:
     Meeting meet(uint32 a, uint32 b, MeetingPlace at) const;
     bool keepsTopology(uint32 a, uint32 b);
     bool keepsShape(const Star& star, uint32 point, uint32 other, const Vector3D& place) const;
-    bool keepsError(uint32 a, uint32 b, const Vector3D& place, float& error) const;
+    bool keepsError(uint32 a, uint32 b, const Vector3D& place);
     bool fillQueue();
     void wait(uint32 point, const BestEdge& best);
     void collapseNext(uint32 point);
@@ -70,8 +72,9 @@ private:
     Polling& _polling;
     BucketQueue _queue;
     Array<uint32> _origins;
-    Array<float> _faceErrors;  ///< when the goal bounds the error: of each face
-    Array<uint32> _marks;      ///< of points, by the last look that came by
+    Array<float> _faceErrors;       ///< when the goal bounds the error: of each face
+    std::vector<float> _newErrors;  ///< of those that a collapse leaves
+    Array<uint32> _marks;           ///< of points, by the last look that came by
     uint32 _mark = 0;
     Star _star, _otherStar, _thirdStar;
     double _error = 0;

@@ -4,6 +4,7 @@
 #include <array>
 #include <cmath>
 #include <limits>
+#include <utility>
 
 namespace tavrix::detail
 {
@@ -40,22 +41,57 @@ private:
 };
 
 /// A triangle over the chart.
-using Leaf = std::array<Vector3D, 3>;
-
-/// The height of the triangles over a point, in the one that holds it or comes nearest to that.
-double heightAt(const std::vector<Leaf>& leaves, const Vector3D& p)
+struct Leaf
 {
-    double best = -infinite, height = infinite;
-    for (const Leaf& t : leaves)
+    std::array<Vector3D, 3> corners;
+    double error;
+
+    double area() const { return areaOf(corners[0], corners[1], corners[2]); }
+    /// The cosine of the angle to the plane.
+    double cosine() const { return area() / length(cross(corners[1] - corners[0], corners[2] - corners[0])); }
+    /// The corners' weights at a point of the plane.
+    Vector3D weightsAt(const Vector3D& p) const
     {
-        const double area = areaOf(t[0], t[1], t[2]);
-        const double u = areaOf(p, t[1], t[2]) / area, v = areaOf(t[0], p, t[2]) / area, w = 1 - u - v;
-        const double inside = std::min({u, v, w});
-        if (!(inside > best)) continue;
-        best = inside;
-        height = u * t[0].z + v * t[1].z + w * t[2].z;
+        const double u = areaOf(p, corners[1], corners[2]) / area(),
+                     v = areaOf(corners[0], p, corners[2]) / area();
+        return {u, v, 1 - u - v};
     }
-    return height;
+};
+
+/// Whether two counter-clockwise triangles have points of the plane in common: no side of one has all of the
+/// other outside, or nearly so.
+bool overlap(const Leaf& a, const Leaf& b)
+{
+    const auto isApart = [](const Leaf& s, const Leaf& t)
+    {
+        for (uint32 n = 0; n < 3; ++n)
+        {
+            const Vector3D &from = s.corners[n], &to = s.corners[(n + 1) % 3];
+            double most = -infinite;
+            for (const Vector3D& p : t.corners) most = std::max(most, areaOf(from, to, p));
+            if (most <= 1e-9 * s.area()) return true;
+        }
+        return false;
+    };
+    return !isApart(a, b) && !isApart(b, a);
+}
+
+/// The triangle that holds a point of the plane, or comes nearest to that, and its height there.
+std::pair<uint32, double> leafAt(const std::vector<Leaf>& leaves, const Vector3D& p)
+{
+    double most = -infinite, height = 0;
+    uint32 found = 0;
+    for (uint32 n = 0; n < leaves.size(); ++n)
+    {
+        const auto& [a, b, c] = leaves[n].corners;
+        const Vector3D w = leaves[n].weightsAt(p);
+        const double inside = std::min({w.x, w.y, w.z});
+        if (!(inside > most)) continue;
+        most = inside;
+        found = n;
+        height = w.x * a.z + w.y * b.z + w.z * c.z;
+    }
+    return {found, height};
 }
 
 /// How far apart two segments are in height where they cross over the plane; 0 where they do not.
@@ -94,66 +130,100 @@ double borderDeviation(const CollapseMesh& mesh, uint32 a, uint32 b, const Star&
                      distanceFromSegment(place, pa, pb)});
 }
 
-}  // namespace
-
-double patchDeviation(const CollapseMesh& mesh, uint32 a, uint32 b, const Star& starOfA, const Star& starOfB,
-                      const Vector3D& place)
+/// The faces around two points before and after they meet, over a plane across their mean normal.
+class Patch
 {
-    const auto at = [&](uint32 point) -> const Vector3D& { return mesh.points[point].place; };
-    Vector3D normal{0, 0, 0};
-    const auto addUp = [&](const Star& star, uint32 point, uint32 besides)
+public:
+    Patch(const CollapseMesh& mesh, uint32 a, uint32 b, const Star& starOfA, const Star& starOfB,
+          const Vector3D& place, const Array<float>& errors)
+        : _mesh(mesh), _chart(place, meanNormal(mesh, a, b, starOfA, starOfB))
     {
-        for (const StarFace& s : star)
-            if (!s.has(besides)) normal += cross(at(s.next) - at(point), at(s.previous) - at(point));
-    };
-    addUp(starOfA, a, noIndex);
-    addUp(starOfB, b, a);
-    normal = unitOrZero(normal);
-    if (normal == Vector3D{0, 0, 0}) return infinite;
+        _ends[0] = _chart.at(mesh.points[a].place);
+        _ends[1] = _chart.at(mesh.points[b].place);
+        _edges.push_back({_ends[0], _ends[1]});
+        add(starOfA, _ends[0], b, true, errors);
+        add(starOfB, _ends[1], a, false, errors);
+        for (const std::vector<Leaf>* leaves : {&_before, &_after})
+            for (const Leaf& leaf : *leaves) _leastCosine = std::min(_leastCosine, leaf.cosine());
+    }
 
-    const Chart chart(place, normal);
-    const Vector3D pa = chart.at(at(a)), pb = chart.at(at(b)), meeting{0, 0, 0};
-    std::vector<Leaf> before, after;
-    std::vector<std::array<Vector3D, 2>> oldEdges{{pa, pb}};
-    std::vector<Vector3D> rim;
-    uint32 between = 0;
-    double steepest = 1;  // the cosine of the angle to the plane
-    const auto unfold = [&](const Star& star, const Vector3D& point, uint32 other, bool isFirst)
+    /// Steeper faces would be told apart badly; those without area have no side.
+    bool isOverPlane() const { return _leastCosine > 0.02; }
+    double leastCosine() const { return _leastCosine; }
+
+    void findErrors(double atBorder, std::vector<float>& errors) const
+    {
+        std::vector<double> gaps(_after.size(), std::fabs(leafAt(_before, meeting).second));
+        for (const Vector3D& end : _ends)
+        {
+            const auto [n, height] = leafAt(_after, end);
+            gaps[n] = std::max(gaps[n], std::fabs(end.z - height));
+        }
+        errors.clear();
+        for (uint32 n = 0; n < _after.size(); ++n)
+        {
+            double before = 0;
+            for (const Leaf& old : _before)
+                if (old.error > before && overlap(old, _after[n])) before = old.error;
+            for (const auto& [from, to] : _edges)
+                for (const uint32 corner : {1u, 2u})
+                    gaps[n] = std::max(gaps[n], gapAtCrossing(meeting, _after[n].corners[corner], from, to));
+            errors.push_back(static_cast<float>(before + gaps[n] + atBorder));
+        }
+    }
+
+private:
+    static constexpr Vector3D meeting{0, 0, 0};
+
+    static Vector3D meanNormal(const CollapseMesh& mesh, uint32 a, uint32 b, const Star& starOfA,
+                               const Star& starOfB)
+    {
+        Vector3D sum{0, 0, 0};
+        const auto addUp = [&](const Star& star, uint32 point, uint32 besides)
+        {
+            const Vector3D& at = mesh.points[point].place;
+            for (const StarFace& s : star)
+                if (!s.has(besides))
+                    sum += cross(mesh.points[s.next].place - at, mesh.points[s.previous].place - at);
+        };
+        addUp(starOfA, a, noIndex);
+        addUp(starOfB, b, a);
+        return unitOrZero(sum);
+    }
+
+    void add(const Star& star, const Vector3D& point, uint32 other, bool isFirst, const Array<float>& errors)
     {
         for (const StarFace& s : star)
         {
-            const Vector3D next = chart.at(at(s.next)), previous = chart.at(at(s.previous));
-            for (const Vector3D& end : {next, previous}) oldEdges.push_back({point, end});
-            if (s.has(other) && !isFirst) continue;
-            before.push_back({point, next, previous});
-            const double area = areaOf(point, next, previous);
-            steepest = std::min(steepest, area / length(cross(next - point, previous - point)));
-            if (s.has(other))
-            {
-                ++between;
-                continue;
-            }
-            after.push_back({meeting, next, previous});
-            rim.push_back(next);
-            rim.push_back(previous);
+            const Vector3D next = _chart.at(_mesh.points[s.next].place);
+            const Vector3D previous = _chart.at(_mesh.points[s.previous].place);
+            _edges.push_back({point, next});
+            _edges.push_back({point, previous});
+            if (!s.has(other)) _after.push_back({{meeting, next, previous}, 0});
+            if (!s.has(other) || isFirst) _before.push_back({{point, next, previous}, errors[s.face]});
         }
-    };
-    unfold(starOfA, pa, b, true);
-    unfold(starOfB, pb, a, false);
-    // steeper faces would be told apart badly; faces without area have no side
-    constexpr double steepestAllowed = 0.02;
-    if (!(steepest > steepestAllowed)) return infinite;
-    for (const Leaf& t : after)
-        if (!(areaOf(t[0], t[1], t[2]) > steepestAllowed * length(cross(t[1] - t[0], t[2] - t[0]))))
-            return infinite;
+    }
 
-    double deviation = std::max({std::fabs(pa.z - heightAt(after, pa)), std::fabs(pb.z - heightAt(after, pb)),
-                                 std::fabs(heightAt(before, meeting))});
-    for (const Vector3D& end : rim)
-        for (const auto& edge : oldEdges)
-            deviation = std::max(deviation, gapAtCrossing(meeting, end, edge[0], edge[1]));
-    if (between == 1) deviation += borderDeviation(mesh, a, b, starOfA, starOfB, place) * (1 + 1 / steepest);
-    return deviation;
+    const CollapseMesh& _mesh;
+    Chart _chart;
+    std::array<Vector3D, 2> _ends;
+    std::vector<Leaf> _before, _after;
+    std::vector<std::array<Vector3D, 2>> _edges;  ///< of the faces before
+    double _leastCosine = 1;
+};
+
+}  // namespace
+
+bool findPatchErrors(const CollapseMesh& mesh, uint32 a, uint32 b, const Star& starOfA, const Star& starOfB,
+                     const Vector3D& place, const Array<float>& errors, std::vector<float>& errorsAfter)
+{
+    const Patch patch(mesh, a, b, starOfA, starOfB, place, errors);
+    if (!patch.isOverPlane()) return false;
+    double atBorder = 0;
+    if (isBorder(starOfA, b))
+        atBorder = borderDeviation(mesh, a, b, starOfA, starOfB, place) * (1 + 1 / patch.leastCosine());
+    patch.findErrors(atBorder, errorsAfter);
+    return true;
 }
 
 }  // namespace tavrix::detail

@@ -2,18 +2,21 @@
 
 #include <vector>
 
+#include <tavrix/foundation/Array.h>
 #include <tavrix/meshproc/detail/CollapseMesh.h>
 
 namespace tavrix::detail
 {
 
-/// How far at most the faces around two points lie from those around the place where the points meet, both
-/// ways; infinite where the two patches do not lie over each other as seen along their mean normal.
+/// How far the surface lies from the one of the beginning when an edge is collapsed: for each face that is
+/// left of the two stars, of the first one first, the distance at most, both ways, where `errors` are those
+/// of the faces so far. False when the faces before and after do not lie over each other as seen along their
+/// mean normal.
 ///
 /// Both are heights over one plane whose difference is largest at a corner of one or where edges of both
-/// cross (Bajaj and Schikore, Error-bounded Reduction of Triangle Meshes with Multivariate Data, 1996). Where
-/// a border moves, the stretch between its courses is added.
-double patchDeviation(const CollapseMesh& mesh, uint32 a, uint32 b, const Star& starOfA, const Star& starOfB,
-                      const Vector3D& place);
+/// cross; what a face lies over adds its error (Bajaj and Schikore, Error-bounded Reduction of Triangle
+/// Meshes with Multivariate Data, 1996). Where a border moves, the stretch between its courses is added.
+bool findPatchErrors(const CollapseMesh& mesh, uint32 a, uint32 b, const Star& starOfA, const Star& starOfB,
+                     const Vector3D& place, const Array<float>& errors, std::vector<float>& errorsAfter);
 
 }  // namespace tavrix::detail
