@@ -4,6 +4,8 @@
 #include <stdexcept>
 #include <utility>
 
+#include <tavrix/platform/detail/Prefetch.h>
+
 namespace tavrix::detail
 {
 
@@ -32,6 +34,20 @@ CollapseMesh::CollapseMesh(uint32 pointCount, Array<Index3> facesGiven)
             CollapsePoint& p = points[faces[f][c]];
             _corners[p.firstCorner + p.cornerCount++] = 3 * f + c;
         }
+}
+
+void CollapseMesh::prefetchPoint(uint32 point) const
+{
+    const auto* const bytes = reinterpret_cast<const char*>(&points[point]);
+    prefetch(bytes);
+    prefetch(bytes + sizeof(CollapsePoint) / 2);
+}
+
+void CollapseMesh::prefetchStar(uint32 point) const
+{
+    const CollapsePoint& p = points[point];
+    prefetch(_corners.data() + p.firstCorner);
+    if (!p.best.isNone()) prefetchPoint(p.best.target);
 }
 
 bool CollapseMesh::findStar(uint32 point, Star& star)

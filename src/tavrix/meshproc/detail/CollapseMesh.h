@@ -120,6 +120,12 @@ public:
     /// Star::largestSize.
     bool findStar(uint32 point, Star& star);
 
+    /// Asks for what findStar will look at, and before that for what this looks at.
+    /// @{
+    void prefetchPoint(uint32 point) const;
+    void prefetchStar(uint32 point) const;
+    /// @}
+
     /// Joins `gone` to `kept`, which takes the place, the sum of the quadrics and the worse of the kinds. The
     /// stars are those of both, and become that of `kept`.
     void collapse(uint32 kept, uint32 gone, const Vector3D& place, Star& keptStar, const Star& goneStar);

@@ -312,17 +312,28 @@ void EdgeCollapses::collapseNext(uint32 a)
     wait(a, cheapest(a, _star));
 }
 
+void EdgeCollapses::prefetchNext() const
+{
+    const uint32 next = _queue.next();
+    if (next == noIndex) return;
+    _mesh.prefetchStar(next);
+    uint32 later = _queue.behind(next);
+    if (later != noIndex) later = _queue.behind(later);
+    if (later != noIndex) _mesh.prefetchPoint(later);
+}
+
 bool EdgeCollapses::run()
 {
     if (!sumQuadrics()) return false;
     PollCounter work(_polling, 1024);
     // what was refused may do once the rest has changed; a round that changes little is the last
-    for (uint32 before = noIndex; before - _mesh.faceCount > before / 128 && _mesh.faceCount > _goal.faces;)
+    for (uint32 before = noIndex; before - _mesh.faceCount > before / 1024 && _mesh.faceCount > _goal.faces;)
     {
         before = _mesh.faceCount;
         if (!fillQueue()) return false;
         for (uint32 p; _mesh.faceCount > _goal.faces && (p = _queue.take()) != noIndex;)
         {
+            prefetchNext();
             collapseNext(p);
             if (!work.add(1)) return false;
         }

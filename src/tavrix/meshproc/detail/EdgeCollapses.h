@@ -62,6 +62,7 @@ private:
     bool keepsError(uint32 a, uint32 b, const Vector3D& place);
     bool fillQueue();
     void wait(uint32 point, const BestEdge& best);
+    void prefetchNext() const;
     void collapseNext(uint32 point);
 
     CollapseMesh& _mesh;
