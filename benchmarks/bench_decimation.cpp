@@ -56,6 +56,8 @@ Mesh readMesh(const std::string& file)
     const double equal = 0;
     weldVertices(mesh.refPos(), mesh.refTrindexPos(), {&equal, 1});
     mesh.invalidateBox();
+    mesh.invalidateConnectivity();
+    dropNormals(mesh);
     return mesh;
 }
 

@@ -1,4 +1,5 @@
-// A ball of triangles, as an STL file has them, becomes a mesh whose faces share their corners.
+// A ball of triangles, as an STL file has them, becomes a mesh whose faces share their corners, and then one
+// of fewer faces.
 #include <tavrix/tavrix.h>
 
 using namespace tavrix;
@@ -15,5 +16,8 @@ int main()
     }
     const double tolerance[] = {1e-6};
     weldVertices(corners, faces, tolerance);
-    return corners.size() == 252 ? 0 : 1;
+    Mesh mesh;
+    mesh.assign("ball", corners, faces, 0);
+    decimateMesh(mesh, {.faces = 100});
+    return corners.size() == 252 && mesh.getFacesSize() == 100 ? 0 : 1;
 }

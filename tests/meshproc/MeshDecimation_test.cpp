@@ -432,7 +432,7 @@ TEST(MeshDecimation, AnyUnitOfLength)
     const Mesh torus = test::makeTorus(1, 0.4, 30);
     Mesh usual = torus;
     decimate(usual, {.faces = 300});
-    for (const int exponent : {-1000, -100, -3, 100, 1020})
+    for (const int exponent : {-900, -100, -3, 100, 1020})
     {
         Mesh scaled = torus;
         for (Vector3D& p : scaled.refPos()) p = p * std::ldexp(1.0, exponent);

@@ -193,7 +193,8 @@ TEST(SurfaceReconstruction, EveryPollCanStop)
 {
     const Array<Vector3F> positions = ballAndStrays();
     int polls = 0;
-    const ReconstructionSettings settings{.smoothing = 1, .weldTolerance = 0.01, .threadCount = 2};
+    const ReconstructionSettings settings{
+        .smoothing = 1, .weldTolerance = 0.01, .decimation = 0.5, .threadCount = 2};
     const auto run = [&](const ProgressCallback& progress)
     {
         Mesh mesh;

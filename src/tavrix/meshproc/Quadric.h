@@ -13,11 +13,13 @@ namespace tavrix
 /// Sums lose digits where coordinates are large beside the distances: take them around the points' middle.
 struct Quadric
 {
-    /// What lowestValue finds.
+    /// What lowestValue finds: the sum there, and the square of the distance.
     struct Lowest
     {
-        double value;
-        double square;  ///< of the distance
+        /// See above.
+        /// @{
+        double value, square;
+        /// @}
     };
 
     /// A by its rows, b and c.

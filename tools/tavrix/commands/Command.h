@@ -32,7 +32,7 @@ void addLevelSetCommand(CLI::App& app, Command& command);
 /// Adds `tavrix convert`: a mesh file in, the same in another format out.
 void addConvertCommand(CLI::App& app, Command& command);
 
-/// Adds `tavrix simplify`: a mesh file in, the same with near vertices joined out.
+/// Adds `tavrix simplify`: a mesh file in, the same with fewer faces or with near vertices joined out.
 void addSimplifyCommand(CLI::App& app, Command& command);
 
 /// Adds `tavrix sphere`: a triangulated sphere out.

@@ -11,12 +11,12 @@ namespace tavrix::detail
 
 /// Numbers [0, size) waiting by cost, each at most once: the cheapest bucket first, first in, first out
 /// within it. A bucket holds the costs within a sixteenth of each other, so that putting and taking cost next
-/// to nothing, and equal costs take turns. Of many numbers it holds those within a factor of two: in their
+/// to nothing, and equal costs take turns. Of many numbers it holds those within a factor of four: in their
 /// own order they are looked up faster, and the order of so many says little.
 class BucketQueue
 {
 public:
-    explicit BucketQueue(uint32 size) : _shift(size > manyNumbers ? 23 : 23 - mantissaBits), _next(size)
+    explicit BucketQueue(uint32 size) : _shift(size > manyNumbers ? 24 : 23 - mantissaBits), _next(size)
     {
         _first.fill(noIndex);
         _last.fill(noIndex);

@@ -123,8 +123,8 @@ float EdgeCollapses::rank(uint32 a, uint32 b, MeetingPlace at) const
         cost = sum.at(first ? p.place : q.place);
     }
     if (!(weight > 0)) return 0;
-    cost = (std::max(cost, 0.0) + lengthWeight * square * weight) / std::sqrt(weight);
-    return static_cast<float>(cost * 0x1p60);
+    cost = (std::max(cost, 0.0) + lengthWeight * square * weight) * 0x1p60;
+    return static_cast<float>(cost) / std::sqrt(static_cast<float>(weight));
 }
 
 /// Where the points of an edge meet: the one of the higher kind stays where it is, else the quadrics tell.
