@@ -40,7 +40,7 @@ public:
         _middle = box.min * 0.5 + box.max * 0.5;
         const Vector3D half = box.max * 0.5 - box.min * 0.5;
         const double longest = std::max({half.x, half.y, half.z});
-        if (longest > 0) _exponent = std::clamp(std::ilogb(longest) + 1, -1000, 1000);
+        if (longest > 0) _exponent = std::clamp(std::ilogb(longest) + 1, -1020, 1023);
     }
     Vector3D inside(const Vector3D& p) const
     {
