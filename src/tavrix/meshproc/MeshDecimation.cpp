@@ -107,19 +107,19 @@ private:
         Array<uint32> pointOf(count);
         std::iota(pointOf.begin(), pointOf.end(), 0u);
         if (!makeCollapsing(pointOf)) return false;
-        const auto& kinds = _collapsing->kinds;
-        if (std::all_of(_collapsing->points.begin(), _collapsing->points.end(),
-                        [&](const detail::CollapsePoint& p)
-                        {
-                            return p.cornerCount == 0 ||
-                                   kinds[static_cast<uint32>(&p - _collapsing->points.data())] ==
-                                       detail::PointKind::Free;
-                        }))
-            return splitNormals();
+        if (isClosed()) return splitNormals();
         pointOf = detail::findSeamPoints(_mesh.pos(), _mesh.trindexPos(), _polling);
         if (_polling.isStopped()) return false;
         const bool hasSeams = count > 0 && *std::max_element(pointOf.begin(), pointOf.end()) + 1 < count;
         return (!hasSeams || makeCollapsing(pointOf)) && splitNormals();
+    }
+
+    /// Whether no point lies on a border.
+    bool isClosed() const
+    {
+        for (uint32 p = 0; p < _collapsing->pointCount(); ++p)
+            if (_collapsing->isAlive(p) && _collapsing->kinds[p] != detail::PointKind::Free) return false;
+        return true;
     }
 
     bool makeCollapsing(const Array<uint32>& pointOf)
