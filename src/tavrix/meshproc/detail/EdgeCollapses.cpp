@@ -174,17 +174,18 @@ BestEdge EdgeCollapses::cheapest(uint32 point, const Star& star) const
     return best;
 }
 
-/// The cheapest edge that comes after one which may not be collapsed. Points may meet at either's place then,
-/// but where the error is bounded: there that is rarely of use.
+/// The cheapest edge that comes after one which may not be collapsed. Of the last tenth of the faces, where
+/// little else is left, points may also meet at either's place; where the error is bounded that is of no use.
 BestEdge EdgeCollapses::nextCheapest(uint32 point, const Star& star, const BestEdge& refused) const
 {
     const auto key = [](const BestEdge& e) { return std::tuple(e.cost, e.target, e.stamp % 4); };
+    const bool triesEnds = !isBounded(_goal) && _mesh.faceCount < _mesh.faces.size() / 10;
     BestEdge best = BestEdge::none();
     forEachOwnEdge(
         point, star,
         [&](uint32 other)
         {
-            const bool isOnePlace = isBounded(_goal) || _mesh.kinds[point] != _mesh.kinds[other];
+            const bool isOnePlace = !triesEnds || _mesh.kinds[point] != _mesh.kinds[other];
             for (const MeetingPlace place : {MeetingPlace::Best, MeetingPlace::First, MeetingPlace::Second})
             {
                 if (isOnePlace && place != MeetingPlace::Best) break;
