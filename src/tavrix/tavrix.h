@@ -64,6 +64,7 @@
 #include <tavrix/mesh/SheetSeparation.h>
 
 #include <tavrix/meshproc/MeshDecimation.h>
+#include <tavrix/meshproc/MeshFairing.h>
 #include <tavrix/meshproc/Quadric.h>
 #include <tavrix/meshproc/SphereTriangulated.h>
 #include <tavrix/meshproc/Vector3Simplifier.h>

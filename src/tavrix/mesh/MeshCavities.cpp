@@ -4,10 +4,10 @@
 #include <cmath>
 #include <vector>
 
+#include <tavrix/foundation/detail/UnionFind.h>
 #include <tavrix/mesh/detail/EdgeTable.h>
 #include <tavrix/mesh/detail/FaceDropping.h>
 #include <tavrix/mesh/detail/LineWinding.h>
-#include <tavrix/mesh/detail/UnionFind.h>
 #include <tavrix/mesh/MeshRepair.h>
 
 namespace tavrix

@@ -1,8 +1,8 @@
 #include <algorithm>
 #include <vector>
 
+#include <tavrix/foundation/detail/UnionFind.h>
 #include <tavrix/mesh/detail/IndexTriples.h>
-#include <tavrix/mesh/detail/UnionFind.h>
 #include <tavrix/mesh/Mesh.h>
 
 namespace tavrix

@@ -1,8 +1,8 @@
 #include <algorithm>
 
+#include <tavrix/foundation/detail/UnionFind.h>
 #include <tavrix/foundation/ElementaryFunctions.h>
 #include <tavrix/mesh/detail/EdgeTable.h>
-#include <tavrix/mesh/detail/UnionFind.h>
 #include <tavrix/mesh/Mesh.h>
 
 namespace tavrix

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <tavrix/mesh/detail/UnionFind.h>
+#include <tavrix/foundation/detail/UnionFind.h>
 #include <tavrix/mesh/IndexFacedge.h>
 
 namespace tavrix::detail

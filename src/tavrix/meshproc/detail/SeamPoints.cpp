@@ -4,8 +4,8 @@
 #include <tuple>
 #include <vector>
 
+#include <tavrix/foundation/detail/UnionFind.h>
 #include <tavrix/mesh/detail/EdgeTable.h>
-#include <tavrix/mesh/detail/UnionFind.h>
 
 namespace tavrix::detail
 {
