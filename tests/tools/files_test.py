@@ -225,7 +225,7 @@ class Completion(FilesTest):
             options = set(re.findall(r"--[a-z][a-z-]+", declared))
             self.assertGreater(len(options), 1)
             self.assertEqual(options - set(self.completed(command, "--")), set(), command)
-        self.assertEqual(self.completed("surface", "x.bin", "--qu"), ["--quiet"])
+        self.assertEqual(self.completed("surface", "x.bin", "--qui"), ["--quiet"])
         self.assertEqual(self.completed("surface", "--field", "d"), ["distance"])
         refusal = self.run_program("surface", "x.bin", "-o", "x.obj", "--field", "?").stderr
         names = re.search(r"\{(.*)\}", refusal)[1].split(",")

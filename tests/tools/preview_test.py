@@ -76,9 +76,10 @@ class Pictures(PreviewTest):
         self.assertNotEqual(self.bytes_of_preview("z.obj", "--size", "90x60"), upright)
 
     def test_particles_and_their_surface_stand_side_by_side_in_one_view(self):
-        """The surface of one particle is the sphere of its radius."""
+        """The surface of one ball is the sphere of its radius."""
         self.write("in.bin", particle_file([(3, 4, 5)]))
-        self.succeed("surface", "in.bin", "-o", "in.obj", "--radius", "0.5", "--spacing", "0.05")
+        self.succeed("surface", "in.bin", "-o", "in.obj", "--radius", "0.5", "--spacing", "0.05",
+                     "--field", "distance")
         png = self.preview("in.bin", "in.obj", "--size", "80x80", "--particle-radius", "0.5")
         self.assertEqual((png.width, png.height), (160, 80))
         sphere, mesh = subject(png, 0, 80), subject(png, 80, 160)

@@ -27,17 +27,17 @@ class SurfaceTest(ProgramTest):
 
 class Meshes(SurfaceTest):
     def test_one_particle_is_a_sphere(self):
-        """Where w (1 - d^2 / R^2)^3 = level, with R the kernel's reach and w = 1 for distances, else
-        such that the value is 1 at the radius; the default levels are 1 and, for distances, 0.05."""
+        """Where the kernel (1 - d^2 / R^2)^3 is the level times what it is where the sphere holds the cube
+        of the particles' spacing, or, for distances, at the radius."""
         centre, radius = (0.3, -1.2, 20.7), 0.5
-        cases = [("metaball", 60, None), ("metaball", 20, 1.1), ("distance", 0, None), ("distance", 0, 0.7),
+        cases = [("metaball", 60, None), ("metaball", 20, 1.1), ("distance", 0, None), ("distance", 0, 1.5),
                  ("anisotropic", 100, None), ("anisotropic", 40, 0.5)]
         for field, influence, level in cases:
             with self.subTest(field=field, influence=influence, level=level):
                 k = 2 if field == "distance" else influence * 0.038 + 1.2
-                w = 1 if field == "distance" else (1 - 1 / k**2) ** -3
-                at = level or (0.05 if field == "distance" else 1)
-                expected = k * radius * sqrt(1 - (at / w) ** (1 / 3))
+                own = 1 if field == "distance" else 2 * (3 / 4 / pi) ** (1 / 3)
+                at = (level or 1) * (1 - own**2 / k**2) ** 3
+                expected = k * radius * sqrt(1 - at ** (1 / 3))
                 self.write_particles([centre], version=6)
                 options = f"--radius {radius} --spacing 0.0625 --field {field} --influence {influence}"
                 self.make(*options.split(), *(["--level", str(level)] if level else []))
@@ -64,6 +64,20 @@ class Meshes(SurfaceTest):
                      rf"mesh +{found['vertices']} vertices, {found['faces']} faces -> Fläche 水.obj\n",
                      r"time .*read .*field .*surface .*normals .*write \d\S* s(.|\n)*memory +[1-9]\d* MiB"):
             self.assertRegex(result.stdout, line)
+
+    def test_volumes_are_those_of_the_particles(self):
+        particles = block(12, 0.05)
+        self.write_particles(particles)
+        held = len(particles) * 0.05**3
+        options = ("--radius", "0.025")
+        for arguments, error in (("", 0.02), ("--smooth 10", 0.02), ("--quality smooth", 0.01),
+                                 ("--match-volume --smooth 0 --influence 100", 0.01),
+                                 ("--radius 0.04 --particle-spacing 0.05 --spacing 0.0125", 0.03)):
+            with self.subTest(arguments):
+                self.make(*(() if "--radius" in arguments else options), *arguments.split())
+                self.assert_solid("out.obj", held, error)
+        self.assert_all_refused("surface in.bin -o out.obj",
+                                [("--level 1.1 --match-volume", 2, "--level excludes --match-volume")])
 
     def test_cavities_are_filled(self):
         """A block of particles without those in the middle."""
@@ -115,8 +129,8 @@ class Failures(SurfaceTest):
         self.assert_all_refused("surface in.bin -o", [
             ("out.obj --spacing 1e-6", 1, "GiB", "try --spacing"),
             ("out.obj --memory 1M", 1, "GiB more than", "try --spacing"), ("out.obj --memory many", 2, "--memory"),
-            ("out.obj --level 0", 1, "from 0 to 4"),
-            ("out.obj --level 1000", 1, "from 0 to 4", "--level"), ("out.obj --level -1", 1, "from 0 to 4"),
+            ("out.obj --level 0", 1, "from 0 to 2"),
+            ("out.obj --level 1000", 1, "from 0 to 2", "--level"), ("out.obj --level -1", 1, "from 0 to 2"),
             ("missing/out.obj", 1, "missing/out.obj", "does not exist"), ("folder.obj", 1, "folder.obj", "folder")])
 
     @on_linux
@@ -170,8 +184,8 @@ class Manners(SurfaceTest):
     def test_a_terminal_sees_the_stages_unless_quiet(self):
         self.write_particles(block(3, 0.05))
         shown = self.shown_on_terminal()
-        for number, stage in enumerate(("read", "field", "surface", "normals", "write"), 1):
-            self.assertIn(f"{number}/5 {stage}", shown)
+        for number, stage in enumerate(("read", "field", "surface", "smooth", "normals", "write"), 1):
+            self.assertIn(f"{number}/6 {stage}", shown)
         self.assertRegex(shown, r"\r *\r\Z", "the bar goes in the end")
         self.assertEqual(self.shown_on_terminal("--quiet"), "")
 

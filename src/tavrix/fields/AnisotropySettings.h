@@ -17,6 +17,9 @@ struct AnisotropySettings
     /// Neighbours (counted by their weights, which fall from 1 to 0 with the distance) from which on a kernel
     /// takes its full shape; with fewer it stays closer to the ball. 1 to 1e6.
     float fullNeighbours = 4.0f;
+    /// The amplitude of a kernel without neighbours; with more it comes closer to 1, which it is with full
+    /// ones. 0.001 to 1000.
+    float loneAmplitude = 1.0f;
 };
 
 }  // namespace tavrix

@@ -3,14 +3,15 @@
 #include <algorithm>
 
 #include <tavrix/fields/detail/AnisotropicKernels.h>
-#include <tavrix/isosurface/IsosurfaceExtractor3.h>
 #include <tavrix/mesh/Mesh.h>
 #include <tavrix/mesh/MeshRepair.h>
 #include <tavrix/mesh/SheetSeparation.h>
 #include <tavrix/meshproc/MeshDecimation.h>
+#include <tavrix/meshproc/MeshFairing.h>
 #include <tavrix/meshproc/VertexWelding.h>
 #include <tavrix/particles/ParticleNeighbours.h>
 #include <tavrix/reconstruction/detail/BlockRoad.h>
+#include <tavrix/reconstruction/detail/ParticleWeights.h>
 
 namespace tavrix
 {
@@ -49,9 +50,8 @@ public:
     {
         for (const auto step :
              {&Reconstruction::settle, &Reconstruction::leaveOutStrays, &Reconstruction::makeSurface,
-              &Reconstruction::relax, &Reconstruction::weld, &Reconstruction::fillHollows,
-              &Reconstruction::decimate,
-              &Reconstruction::computeNormals, &Reconstruction::carryAttributes})
+              &Reconstruction::smooth, &Reconstruction::weld, &Reconstruction::fillHollows,
+              &Reconstruction::decimate, &Reconstruction::computeNormals, &Reconstruction::carryAttributes})
         {
             const Status status = (this->*step)(mesh);
             if (status != Status::Done) return status;
@@ -104,13 +104,26 @@ private:
         switch (s.kernel)
         {
             case SurfaceKernel::Distance:
-                return extract(detail::distanceKernel, particles(), ball, polling, mesh, 0, [] {});
+                return extract(detail::distanceKernel, particles(), ball, polling, mesh, 0,
+                               [](auto&) { return true; });
             case SurfaceKernel::Metaball:
-                return extract(detail::metaballKernel(static_cast<float>(*s.influence)), particles(), ball,
-                               polling, mesh, 0, [] {});
+                return extractMetaballs(polling, mesh);
             default:
                 return extractAnisotropic(polling, mesh);
         }
+    }
+
+    Status extractMetaballs(detail::Polling& polling, Mesh& mesh)
+    {
+        const ReconstructionSettings& s = report.settings;
+        const detail::EvenFilling filling(s.reach() / *s.particleSpacing);
+        const detail::WeightedBallKernel kernel{s.reach(), static_cast<float>(1 / filling.value())};
+        const auto ball = [&positions = positions()](uint32 n) {
+            return detail::WeightedBall{positions[n].x, positions[n].y, positions[n].z, 1};
+        };
+        const auto weigh = [&](detail::ParticleBlocks<detail::WeightedBallKernel>& sorted)
+        { return weighParticles(sorted, kernel, filling, s.threadCount, polling); };
+        return extract(kernel, particles(), ball, polling, mesh, 0, weigh);
     }
 
     Status extractAnisotropic(detail::Polling& polling, Mesh& mesh)
@@ -122,7 +135,8 @@ private:
         Array<detail::Ellipsoid> ellipsoids;
         {
             const Array<float> radii(particles(), static_cast<float>(s.reach() / 2));
-            detail::AnisotropicKernels kernels(positions(), radii, {}, s.threadCount, ProgressScope::poll);
+            detail::AnisotropicKernels kernels(positions(), radii, s.anisotropy(), s.threadCount,
+                                               ProgressScope::poll);
             if (!kernels.measureNeighbourhoods() || !kernels.fitEllipsoids() || !kernels.fitBoxes())
                 return Status::Stopped;
             ellipsoids = kernels.takeEllipsoids();
@@ -131,7 +145,11 @@ private:
         const uint32 count = ellipsoids.size();
         return extract(detail::EllipsoidKernel{detail::SplatMerge::Sum}, count, ellipsoid, polling, mesh,
                        static_cast<double>(count) * sizeof(detail::Ellipsoid),
-                       [&] { ellipsoids.reserve(0); });
+                       [&](auto&)
+                       {
+                           ellipsoids.reserve(0);
+                           return true;
+                       });
     }
 
     double grantedBytes() const { return static_cast<double>(report.settings.memory.value_or(~uint64{0})); }
@@ -139,10 +157,10 @@ private:
     /// What the steps after the extraction take at most, for each vertex.
     double bytesPerVertex() const
     {
-        constexpr double normal = sizeof(Vector3F), relaxing = 96, welding = 40, filling = 14,
+        constexpr double normal = sizeof(Vector3F), smoothing = 140, welding = 40, filling = 14,
                          decimating = 240, interpolating = 44;
         const ReconstructionSettings& s = report.settings;
-        double inPassing = s.smoothing > 0 ? relaxing + normal : 0;
+        double inPassing = *s.smoothing > 0 ? smoothing : 0;
         if (s.weldTolerance) inPassing = std::max(inPassing, welding);
         if (s.fillCavities) inPassing = std::max(inPassing, filling);
         if (s.decimation) inPassing = std::max(inPassing, decimating);
@@ -159,20 +177,27 @@ private:
                          s.normals ? double{sizeof(Index3)} : 0});
     }
 
-    /// The particles are what make(n) gives, from so many bytes, until release() frees these.
-    template <class Kernel, class Make, class Release>
+    /// The particles are what make(n) gives, from so many bytes, until prepare(sorted) frees these; it is
+    /// false when it was stopped.
+    template <class Kernel, class Make, class Prepare>
     Status extract(const Kernel& kernel, uint32 count, Make make, detail::Polling& polling, Mesh& mesh,
-                   double held, Release release)
+                   double held, Prepare prepare)
     {
         const ReconstructionSettings& s = report.settings;
         detail::BlockRoad<Kernel> road({kernel,
                                         *s.spacing,
-                                        static_cast<float>(*s.level) * s.valueAtLevelOne(),
+                                        static_cast<float>(s.level) * s.valueAtLevelOne(),
                                         {s.cleanUp, false, static_cast<double>(s.memory.value_or(~uint64{0})),
                                          bytesPerVertex(), bytesPerFace(), s.threadCount}},
                                        polling);
         BlockRoadEnd end = road.sort(count, make, held);
-        release();
+        if (end == BlockRoadEnd::Done && !prepare(road.sorted())) end = BlockRoadEnd::Stopped;
+        if (end == BlockRoadEnd::Done && *s.matchVolume)
+        {
+            const double each = *s.particleSpacing * *s.particleSpacing * *s.particleSpacing;
+            end = road.matchVolume(particles() * each);
+            report.settings.level = road.level() / s.valueAtLevelOne();
+        }
         if (end == BlockRoadEnd::Done)
             end = _progress.begin("surface") ? road.extract(mesh) : BlockRoadEnd::Stopped;
         report.blocks = road.blockCount();
@@ -193,13 +218,14 @@ private:
         }
     }
 
-    /// As smooth as diffusing the field, in half the time, and drops and sheets neither vanish nor merge.
-    Status relax(Mesh& mesh)
+    Status smooth(Mesh& mesh)
     {
-        if (report.settings.smoothing == 0) return Status::Done;
+        const ReconstructionSettings& s = report.settings;
+        if (*s.smoothing == 0) return Status::Done;
         if (!_progress.begin("smooth")) return Status::Stopped;
-        IsosurfaceExtractor3::tension(mesh, 0.5f, 0.0f, report.settings.smoothing,
-                                      report.settings.threadCount, ProgressScope::poll);
+        const FairingSettings fairing{*s.smoothing, s.passesAtBends(), *s.particleSpacing / 2, s.threadCount};
+        if (!fairPositions(mesh.refPos(), mesh.refTrindexPos(), fairing, ProgressScope::poll))
+            return Status::Stopped;
         mesh.invalidateBox();
         return Status::Done;
     }

@@ -41,8 +41,10 @@ void addDistances(CLI::App& levelset, LevelSetOptions& options)
     levelset
         .add_option(
             "-r,--radius", options.radius,
-            "Radius of particles, whose spheres are the solid; 0.8 of their spacing when absent, so that "
-            "neighbours run together")
+            "Radius of particles, whose spheres are the solid; their spacing when absent, so that an even "
+            "filling has no gaps (below 0.87 of it each cube of eight has one); --offset takes back what "
+            "that "
+            "adds outside")
         ->check(positiveNumber)
         ->option_text("NUMBER")
         ->group("Distances");

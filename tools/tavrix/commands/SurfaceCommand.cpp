@@ -16,6 +16,8 @@ namespace tavrix::tool
 namespace
 {
 
+const std::map<std::string, SurfaceQuality> qualityNames{{"normal", SurfaceQuality::Normal},
+                                                         {"smooth", SurfaceQuality::Smooth}};
 const std::map<std::string, SurfaceKernel> kernelNames{{"metaball", SurfaceKernel::Metaball},
                                                        {"distance", SurfaceKernel::Distance},
                                                        {"anisotropic", SurfaceKernel::Anisotropic}};
@@ -45,6 +47,13 @@ void addParticles(CLI::App& surface, SurfaceOptions& options)
         ->option_text("NUMBER")
         ->group("Particles");
     surface
+        .add_option(
+            "--particle-spacing", options.surface.particleSpacing,
+            "Distance of particles that fill space, each of which holds its cube; two radii when absent")
+        ->check(positiveNumber)
+        ->option_text("NUMBER")
+        ->group("Particles");
+    surface
         .add_option("--min-neighbours", options.surface.leastNeighbours,
                     "Leave out stray particles: those with fewer others than this within two radii")
         ->check(CLI::Range(0, 1000))
@@ -56,11 +65,20 @@ void addSurface(CLI::App& surface, SurfaceOptions& options)
 {
     surface
         .add_option_function<std::string>(
+            "--quality",
+            [&options](const std::string& name) { options.surface.quality = qualityNames.at(name); },
+            "What matters more where nothing else is said: 'normal', or 'smooth' (evens out what is narrower "
+            "than some five particles, and matches the volume; takes two to three times as long)")
+        ->check(CLI::IsMember({"normal", "smooth"}))
+        ->option_text("NAME [normal]")
+        ->group("Surface");
+    surface
+        .add_option_function<std::string>(
             "-f,--field",
             [&options](const std::string& name) { options.surface.kernel = kernelNames.at(name); },
-            "What the particles become: 'metaball' (a smooth sum), 'anisotropic' (flat where the liquid is "
-            "flat, "
-            "and thin sheets stay thin; takes a few times longer) or 'distance' (the union of soft balls)")
+            "What the particles become: 'metaball' (a smooth sum), 'anisotropic' (ellipsoids, flat where the "
+            "liquid is flat; takes a few times longer) or 'distance' (balls of the radius, with the gaps "
+            "between them)")
         ->check(CLI::IsMember({"metaball", "anisotropic", "distance"}))
         ->option_text("NAME [metaball]")
         ->group("Surface");
@@ -68,27 +86,44 @@ void addSurface(CLI::App& surface, SurfaceOptions& options)
         .add_option(
             "--influence", options.surface.influence,
             "How far metaballs and anisotropic kernels reach: 0 (1.2 radii) to 100 (5 radii); more is "
-            "smoother. 60 for metaballs, 100 for anisotropic when absent")
+            "smoother. 60, and 80 for smooth quality and anisotropic kernels, when absent")
         ->check(CLI::Range(0.0, 100.0))
         ->option_text("NUMBER")
         ->group("Surface");
+    CLI::Option* level =
+        surface
+            .add_option_function<double>(
+                "-l,--level",
+                [&options](double value)
+                {
+                    options.surface.level = value;
+                    options.surface.matchVolume = false;
+                },
+                "Field value of the surface, as a factor of the one at which it encloses the "
+                "particles' volume (for distance: at which balls have the radius); more is tighter")
+            ->check(finiteNumber)
+            ->option_text("NUMBER [1]")
+            ->group("Surface");
     surface
-        .add_option(
-            "-l,--level", options.surface.level,
-            "Field value of the surface; higher is tighter. 1 when absent, which puts the surface of a "
-            "lone particle at its radius; 0.05 for distance")
-        ->check(finiteNumber)
-        ->option_text("NUMBER")
+        .add_flag_callback(
+            "--match-volume", [&options] { options.surface.matchVolume = true; },
+            "Choose the level such that the surface encloses just the particles' volume; so does smooth "
+            "quality unless a level is given")
+        ->excludes(level)
+        ->option_text(" ")
         ->group("Surface");
     surface.add_option("-s,--spacing", options.surface.spacing, "Grid spacing; half the radius when absent")
         ->check(positiveNumber)
         ->option_text("NUMBER")
         ->group("Surface");
     surface
-        .add_option("--smooth", options.surface.smoothing,
-                    "Relax the mesh so many times; 2 to 5 take the grain off, more rounds details")
-        ->check(CLI::Range(0, 1000))
-        ->option_text("COUNT [0]")
+        .add_option(
+            "--smooth", options.surface.smoothing,
+            "Smooth by so many passes, which keep the volume and the drops; on a spacing half as wide "
+            "the same takes four times as many. When absent, as many as take the particles' grain "
+            "off; 0 for distance")
+        ->check(CLI::Range(0, 10000))
+        ->option_text("COUNT")
         ->group("Surface");
     surface
         .add_option(
@@ -181,7 +216,7 @@ void addSurfaceCommand(CLI::App& app, Command& command)
     surface->footer(
         "\nExamples:\n"
         "  tavrix surface water.bin -o water.obj\n"
-        "  tavrix surface water.bin -o water.stl --field anisotropic --smooth 3 --preview water.png\n"
+        "  tavrix surface water.bin -o water.stl --quality smooth --preview water.png\n"
         "  tavrix surface \"water_{}.bin\" -o \"mesh_{}.bin\" --first 100 --last 200 --min-neighbours 2");
     surface->callback(
         [options, &command]

@@ -55,7 +55,7 @@ void confirmDone(const ReconstructionReport& report, const std::string& file)
                 file +
                 formatted(": no surface at level %.4g, the field's values go from 0 to %.4g; try a --level "
                           "between or a smaller --spacing",
-                          *settings.level, report.highestLevel));
+                          settings.level, report.highestLevel));
         case ReconstructionStatus::NothingIsLeft:
             throw Failure(file + ": the tolerance leaves no faces; give a smaller one");
         case ReconstructionStatus::NoParticles:
@@ -104,15 +104,21 @@ uint64 grantedMemory(const Optional<uint64>& granted)
     return static_cast<uint64>(std::max(static_cast<double>(*granted) - taken, 0.0));
 }
 
+/// Whether there is a smoothing step, for which nothing else has to be settled.
+bool smooths(const ReconstructionSettings& settings)
+{
+    return settings.smoothing ? *settings.smoothing > 0 : settings.kernel != SurfaceKernel::Distance;
+}
+
 }  // namespace
 
 std::size_t stageCount(const SurfaceOptions& options)
 {
     std::size_t count = 4;
-    for (const bool isTaken : {options.surface.smoothing > 0, options.surface.weldTolerance.has_value(),
-                               options.surface.fillCavities, options.surface.decimation.has_value(),
-                               wantsNormals(options), holdsVelocities(options.output),
-                               !options.preview.empty()})
+    for (const bool isTaken :
+         {smooths(options.surface), options.surface.weldTolerance.has_value(), options.surface.fillCavities,
+          options.surface.decimation.has_value(), wantsNormals(options), holdsVelocities(options.output),
+          !options.preview.empty()})
         count += isTaken ? 1 : 0;
     return count;
 }

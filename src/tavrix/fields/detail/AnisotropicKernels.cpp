@@ -59,7 +59,8 @@ AnisotropySettings withinBounds(const AnisotropySettings& settings)
     return {orDefault(settings.neighbourReach, 0.1f, 100.0f, defaults.neighbourReach),
             orDefault(settings.smoothing, 0.0f, 1.0f, defaults.smoothing),
             orDefault(settings.largestRatio, 1.0f, 1000.0f, defaults.largestRatio),
-            orDefault(settings.fullNeighbours, 1.0f, 1e6f, defaults.fullNeighbours)};
+            orDefault(settings.fullNeighbours, 1.0f, 1e6f, defaults.fullNeighbours),
+            orDefault(settings.loneAmplitude, 0.001f, 1000.0f, defaults.loneAmplitude)};
 }
 
 /// The covariance of the weighted offsets.
@@ -138,7 +139,7 @@ Ellipsoid AnisotropicKernels::fitShape(uint32 sorted) const
     const NeighbourMoments& moments = _moments[sorted];
     const float length = 2 * radiusOf(sorted);
     Ellipsoid e = Ellipsoid::ball(_grid->coordinates(0)[sorted], _grid->coordinates(1)[sorted],
-                                  _grid->coordinates(2)[sorted], length, 1.0f);
+                                  _grid->coordinates(2)[sorted], length, _settings.loneAmplitude);
     SymmetricMatrix covariance;
     toCovariance(moments, covariance);
     const SymmetricEigen eigen = solveEigen(covariance);
@@ -147,6 +148,7 @@ Ellipsoid AnisotropicKernels::fitShape(uint32 sorted) const
     const double reference = std::max(largest, std::min(fullVariance, largest / shortestLongAxis));
 
     const double share = std::min((double{moments.weight} - 1) / _settings.fullNeighbours, 1.0);
+    e.amplitude = static_cast<float>(1 + (1 - share) * (double{_settings.loneAmplitude} - 1));
     double form[6] = {};
     for (uint32 k = 0; k < 3; ++k)
     {

@@ -24,6 +24,24 @@ void BallKernel::splat(const SplatTarget<Value>& target, const Particle* particl
     TX_RUN_KERNEL(splat, target, *this, particles, count);
 }
 
+bool WeightedBallKernel::isUsable(const WeightedBall& ball) const
+{
+    return ball.weight > 0 && std::isfinite(ball.weight) && reach > 0 && std::isfinite(reach * reach);
+}
+
+double WeightedBallKernel::nodesReached(const LatticeSteps& lattice, const WeightedBall&, uint32) const
+{
+    return double{reach} / lattice.largestSeparation;
+}
+
+template <class Value>
+void WeightedBallKernel::splat(const SplatTarget<Value>& target, const WeightedBall* balls,
+                               std::size_t count) const
+{
+    TX_RUN_KERNEL(splat, target, *this, balls, count);
+}
+
+template void WeightedBallKernel::splat(const SplatTarget<float>&, const WeightedBall*, std::size_t) const;
 template void BallKernel::splat(const SplatTarget<float>&, const Particle*, std::size_t) const;
 template void BallKernel::splat(const SplatTarget<double>&, const Particle*, std::size_t) const;
 

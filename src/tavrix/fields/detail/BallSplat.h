@@ -46,8 +46,35 @@ inline BallKernel metaballKernel(float influence)
     return {SplatMerge::Sum, k, 1.0f / (t * t * t)};
 }
 
-TX_DECLARE_KERNEL(template <class Value> void splat(const SplatTarget<Value>& target,
-                                                    const BallKernel& kernel, const Particle* particles,
-                                                    std::size_t count);)
+/// Centre and weight.
+struct WeightedBall
+{
+    float x, y, z, weight;
+};
+
+/// Ball kernels of one size: scale weight (1 - d^2 / reach^2)^3, merged by sum.
+struct WeightedBallKernel
+{
+    using Particle = WeightedBall;
+
+    float reach;
+    float scale;
+
+    /// Whether the weight is above 0 and finite, and so is the square of the reach.
+    bool isUsable(const WeightedBall& ball) const;
+    /// As for BallKernel.
+    /// @{
+    double nodesReached(const LatticeSteps& lattice, const WeightedBall& ball, uint32 axis) const;
+    template <class Value>
+    void splat(const SplatTarget<Value>& target, const WeightedBall* balls, std::size_t count) const;
+    /// @}
+};
+
+TX_DECLARE_KERNEL(template <class Value>
+                  void splat(const SplatTarget<Value>& target, const BallKernel& kernel,
+                             const Particle* particles, std::size_t count);
+                  template <class Value>
+                  void splat(const SplatTarget<Value>& target, const WeightedBallKernel& kernel,
+                             const WeightedBall* balls, std::size_t count);)
 
 }  // namespace tavrix::detail

@@ -64,16 +64,16 @@ inline double* squaresAlongZ(const SplatTarget<Value>& target, NodeRange range, 
 
 /// Goes along the part of every row that the ball reaches, `width` samples at a time.
 template <SplatMerge merge, uint32 width, class Value>
-inline void splatRows(const SplatTarget<Value>& target, const Particle& particle, float squaredReach,
+inline void splatRows(const SplatTarget<Value>& target, const double (&center)[3], float squaredReach,
                       float scale, const NodeRange (&range)[3], const RowPart& part, const double* squares)
 {
     const double limit = squaredReach;
     for (uint32 i = range[0].low; i < range[0].high; ++i)
     {
-        const double dx = target.nodes[0][i] - double{particle.x};
+        const double dx = target.nodes[0][i] - center[0];
         for (uint32 j = range[1].low; j < range[1].high; ++j)
         {
-            const double dy = target.nodes[1][j] - double{particle.y};
+            const double dy = target.nodes[1][j] - center[1];
             const double rowPart = dx * dx + dy * dy;
             if (rowPart > limit) continue;
             Value* row = target.samples + (i - target.rowStart[0]) * target.strideX +
@@ -84,12 +84,10 @@ inline void splatRows(const SplatTarget<Value>& target, const Particle& particle
     }
 }
 
+/// For depths the scale is the reach.
 template <SplatMerge merge, class Value>
-inline void splatParticle(const SplatTarget<Value>& target, const BallKernel& kernel,
-                          const Particle& particle)
+inline void splatBall(const SplatTarget<Value>& target, const double (&center)[3], float reach, float scale)
 {
-    const float reach = particle.r * kernel.reach;
-    const double center[3] = {particle.x, particle.y, particle.z};
     const double steps = reach / target.largestSeparation;
     const double reachInNodes = steps < maxReachInNodes ? ceilOf(steps) : maxReachInNodes;
     NodeRange range[3];
@@ -109,18 +107,22 @@ inline void splatParticle(const SplatTarget<Value>& target, const BallKernel& ke
     }
     const RowPart part = RowPart::covering(range[2], target.rowStart[2], target.rowLength);
     const double* squares = squaresAlongZ(target, range[2], center[2]) + part.skipped;
-    const float scale = merge == SplatMerge::Depth ? reach : kernel.scale;
     if (part.isInGroups())
-        splatRows<merge, lanes>(target, particle, squaredReach, scale, range, part, squares);
+        splatRows<merge, lanes>(target, center, squaredReach, scale, range, part, squares);
     else
-        splatRows<merge, 1>(target, particle, squaredReach, scale, range, part, squares);
+        splatRows<merge, 1>(target, center, squaredReach, scale, range, part, squares);
 }
 
 template <SplatMerge merge, class Value>
 inline void splatParticles(const SplatTarget<Value>& target, const BallKernel& kernel,
                            const Particle* particles, std::size_t count)
 {
-    for (std::size_t n = 0; n < count; ++n) splatParticle<merge>(target, kernel, particles[n]);
+    for (std::size_t n = 0; n < count; ++n)
+    {
+        const Particle& p = particles[n];
+        const float reach = p.r * kernel.reach;
+        splatBall<merge>(target, {p.x, p.y, p.z}, reach, merge == SplatMerge::Depth ? reach : kernel.scale);
+    }
 }
 
 template <class Value>
@@ -135,6 +137,18 @@ void splat(const SplatTarget<Value>& target, const BallKernel& kernel, const Par
         splatParticles<SplatMerge::Depth>(target, kernel, particles, count);
 }
 
+template <class Value>
+void splat(const SplatTarget<Value>& target, const WeightedBallKernel& kernel, const WeightedBall* balls,
+           std::size_t count)
+{
+    for (std::size_t n = 0; n < count; ++n)
+    {
+        const WeightedBall& b = balls[n];
+        splatBall<SplatMerge::Sum>(target, {b.x, b.y, b.z}, kernel.reach, kernel.scale * b.weight);
+    }
+}
+
+template void splat(const SplatTarget<float>&, const WeightedBallKernel&, const WeightedBall*, std::size_t);
 template void splat(const SplatTarget<float>&, const BallKernel&, const Particle*, std::size_t);
 template void splat(const SplatTarget<double>&, const BallKernel&, const Particle*, std::size_t);
 

@@ -25,14 +25,21 @@ BlockBounds::BlockBounds(const BallKernel& kernel, const BlockLattice& lattice, 
 {
 }
 
+BlockBounds::BlockBounds(const WeightedBallKernel& kernel, const BlockLattice& lattice, float level)
+    : _lattice(&lattice), _merge(SplatMerge::Sum), _reach(kernel.reach), _scale(kernel.scale), _level(level)
+{
+}
+
 BlockBounds::BlockBounds(const EllipsoidKernel& kernel, const BlockLattice& lattice, float level)
     : _lattice(&lattice), _merge(kernel.merge), _reach(1), _scale(1), _level(level)
 {
 }
 
-bool BlockBounds::isOutside(const BlockIndex& block, const Array<Particle>& particles) const
+/// Whether balls of that reach and weight, which may lie in any order, stay below the level in the block.
+template <class Ball, class ReachOf, class WeightOf>
+bool BlockBounds::isBelow(const BlockIndex& block, const Array<Ball>& balls, ReachOf reachOf,
+                          WeightOf weightOf) const
 {
-    if (_merge == SplatMerge::Depth) return false;
     double low[3], high[3];
     for (uint32 axis = 0; axis < 3; ++axis)
     {
@@ -42,21 +49,36 @@ bool BlockBounds::isOutside(const BlockIndex& block, const Array<Particle>& part
     }
     const bool isSum = _merge == SplatMerge::Sum;
     double highest = 0;
-    for (const Particle& p : particles)
+    for (const Ball& ball : balls)
     {
-        const double place[] = {p.x, p.y, p.z};
+        const double place[] = {ball.x, ball.y, ball.z};
         double squared = 0;  // distance to the block
         for (uint32 axis = 0; axis < 3; ++axis)
         {
             const double d = std::max({low[axis] - place[axis], place[axis] - high[axis], 0.0});
             squared += d * d;
         }
-        const double reach = double{p.r} * _reach;
-        const double t = std::max(1 - squared / (reach * reach), 0.0), value = _scale * t * t * t;
+        const double reach = reachOf(ball);
+        const double t = std::max(1 - squared / (reach * reach), 0.0), value = weightOf(ball) * t * t * t;
         highest = isSum ? highest + value : std::max(highest, value);
         if (highest * clearance >= _level) return false;
     }
     return true;
+}
+
+bool BlockBounds::isOutside(const BlockIndex& block, const Array<Particle>& particles) const
+{
+    return _merge != SplatMerge::Depth &&
+           isBelow(
+               block, particles, [this](const Particle& p) { return double{p.r} * _reach; },
+               [this](const Particle&) { return double{_scale}; });
+}
+
+bool BlockBounds::isOutside(const BlockIndex& block, const Array<WeightedBall>& balls) const
+{
+    return isBelow(
+        block, balls, [this](const WeightedBall&) { return double{_reach}; },
+        [this](const WeightedBall& ball) { return double{_scale} * ball.weight; });
 }
 
 /// A kernel of that amplitude, the third power of its mean reach, and the sum of the absolute entries of its
@@ -78,7 +100,7 @@ uint32 BlockBounds::chooseGroup(const Amounts& amounts, const uint32 (&reach)[3]
     for (uint32 group = 8; group >= 2; --group)
     {
         const double h = halfWidth(group) * group * _lattice->spacing, loss = h * h * fullLoss;
-        if (loss < value / 3 && value - loss > 2 * _level) return group;
+        if (loss < value / 3 && value - loss > 1.65 * _level) return group;
     }
     return 0;
 }
@@ -114,6 +136,17 @@ bool BlockBounds::areAbove(const BoundLattice& lattice, uint32 group) const
     return true;
 }
 
+template <class Ball>
+bool BlockBounds::isAbove(const BlockIndex& block, const Array<Ball>& balls, const Amounts& amounts,
+                          const uint32 (&reach)[3])
+{
+    const uint32 group = chooseGroup(amounts, reach);
+    if (group == 0) return false;
+    const BoundLattice lattice = latticeOver(block, group);
+    TX_RUN_KERNEL(addToBounds, lattice, _reach, balls.data(), balls.size());
+    return areAbove(lattice, group);
+}
+
 bool BlockBounds::isInside(const BlockIndex& block, const Array<Particle>& particles,
                            const uint32 (&reach)[3])
 {
@@ -124,11 +157,16 @@ bool BlockBounds::isInside(const BlockIndex& block, const Array<Particle>& parti
         const double R = double{p.r} * _reach;
         amounts.add(1, R * R * R, 3 / (R * R));
     }
-    const uint32 group = chooseGroup(amounts, reach);
-    if (group == 0) return false;
-    const BoundLattice lattice = latticeOver(block, group);
-    TX_RUN_KERNEL(addToBounds, lattice, _reach, particles.data(), particles.size());
-    return areAbove(lattice, group);
+    return isAbove(block, particles, amounts, reach);
+}
+
+bool BlockBounds::isInside(const BlockIndex& block, const Array<WeightedBall>& balls,
+                           const uint32 (&reach)[3])
+{
+    const double R = _reach;
+    Amounts amounts;
+    for (const WeightedBall& ball : balls) amounts.add(ball.weight, R * R * R, 3 / (R * R));
+    return isAbove(block, balls, amounts, reach);
 }
 
 bool BlockBounds::isInside(const BlockIndex& block, const Array<Ellipsoid>& ellipsoids,

@@ -24,8 +24,17 @@ public:
     {
     }
 
+    /// Finds the particles that may reach the block.
+    void find(const BlockIndex& block);
+    /// Copies those that were found, and their numbers, as they lie.
+    void copyFound(Array<Particle>& particles, Array<uint32>& numbers) const;
     /// Collects the particles that may reach the block; false when there are none.
-    bool gather(const BlockIndex& block);
+    bool gather(const BlockIndex& block)
+    {
+        find(block);
+        sortFound();
+        return !_gathered.empty();
+    }
     /// Those that were, in the order in which they are splatted.
     const Array<Particle>& gathered() const { return _gathered; }
 
@@ -55,7 +64,7 @@ private:
 };
 
 template <class Kernel>
-bool BlockSampler<Kernel>::gather(const BlockIndex& block)
+void BlockSampler<Kernel>::find(const BlockIndex& block)
 {
     _block = block;
     _found.clear();
@@ -92,8 +101,18 @@ bool BlockSampler<Kernel>::gather(const BlockIndex& block)
             ++from;
         }
     }
-    sortFound();
-    return !_gathered.empty();
+}
+
+template <class Kernel>
+void BlockSampler<Kernel>::copyFound(Array<Particle>& particles, Array<uint32>& numbers) const
+{
+    particles.resize(_found.size());
+    numbers.resize(_found.size());
+    for (uint32 n = 0; n < _found.size(); ++n)
+    {
+        numbers[n] = _found[n].particle;
+        particles[n] = _particles.particles[numbers[n]];
+    }
 }
 
 /// Adds the particles of a home that are in reach of the block.

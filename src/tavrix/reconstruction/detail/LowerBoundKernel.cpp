@@ -32,7 +32,7 @@ struct BoundBox
 /// The kernel of a ball. `set` prepares a row of nodes; false when it is out of reach.
 struct BallForm
 {
-    float squaredReach, reciprocal;
+    float amplitude, squaredReach, reciprocal;
     float dx, dy, rowPart;
 
     bool set(float x, float y)
@@ -48,7 +48,7 @@ struct BallForm
         for (uint32 n = 0; n < lanes; ++n)
         {
             const float t = larger(1.0f - (rowPart + dz[n] * dz[n]) * reciprocal, 0.0f);
-            const float squared = t * t, w = 3.0f * reciprocal * squared;
+            const float squared = amplitude * t * t, w = 3.0f * reciprocal * squared;
             sums.value[n] += squared * t;
             sums.weight[n] += 3.0f * w;
             sums.slope[0][n] += w * dx;
@@ -108,18 +108,28 @@ inline void addKernel(const BoundLattice& lattice, const BoundBox& box, Form for
     }
 }
 
-void addToBounds(const BoundLattice& lattice, float reach, const Particle* particles, std::size_t count)
+inline void addBall(const BoundLattice& lattice, const double (&place)[3], double reach, float amplitude)
 {
     BoundBox box;
+    if (!box.place(lattice, place, {reach, reach, reach})) return;
+    const double steps = reach * lattice.reciprocal, square = steps * steps;
+    addKernel(lattice, box,
+              BallForm{amplitude, static_cast<float>(square), static_cast<float>(1 / square), 0, 0, 0});
+}
+
+void addToBounds(const BoundLattice& lattice, float reach, const Particle* particles, std::size_t count)
+{
     for (std::size_t n = 0; n < count; ++n)
     {
         const Particle& p = particles[n];
-        const double R = double{p.r} * reach, steps = R * lattice.reciprocal;
-        if (!box.place(lattice, {p.x, p.y, p.z}, {R, R, R})) continue;
-        addKernel(
-            lattice, box,
-            BallForm{static_cast<float>(steps * steps), static_cast<float>(1 / (steps * steps)), 0, 0, 0});
+        addBall(lattice, {p.x, p.y, p.z}, double{p.r} * reach, 1);
     }
+}
+
+void addToBounds(const BoundLattice& lattice, float reach, const WeightedBall* balls, std::size_t count)
+{
+    for (std::size_t n = 0; n < count; ++n)
+        addBall(lattice, {balls[n].x, balls[n].y, balls[n].z}, reach, balls[n].weight);
 }
 
 void addToBounds(const BoundLattice& lattice, const Ellipsoid* ellipsoids, std::size_t count)

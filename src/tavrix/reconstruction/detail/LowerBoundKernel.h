@@ -37,9 +37,10 @@ struct BoundLattice
 };
 
 TX_DECLARE_KERNEL(
-    /// Adds balls whose kernels end at `reach` times their radius, or ellipsoids, which are worth their
-    /// amplitude.
+    /// Adds balls whose kernels end at `reach` times their radius, or at `reach`; or ellipsoids. They are
+    /// worth 1, their weight, or their amplitude.
     void addToBounds(const BoundLattice& lattice, float reach, const Particle* particles, std::size_t count);
+    void addToBounds(const BoundLattice& lattice, float reach, const WeightedBall* balls, std::size_t count);
     void addToBounds(const BoundLattice& lattice, const Ellipsoid* ellipsoids, std::size_t count);)
 
 }  // namespace tavrix::detail
