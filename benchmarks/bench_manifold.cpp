@@ -59,7 +59,6 @@ struct Kernel
 {
     const char* name;
     SurfaceKernel kernel;
-    Optional<double> level;
 };
 
 }  // namespace
@@ -67,16 +66,14 @@ struct Kernel
 int main(int argc, char** argv)
 {
     const int seeds = argc > 1 ? std::atoi(argv[1]) : 20;
-    const double onNodes = std::pow(11 / 16.0, 3);  // at nodes sqrt(5) spacings from a centre on another
     std::printf("%-14s %-22s %8s %7s %7s %9s %8s %9s\n", "kernel", "finish", "surfaces", "faulty", "edges",
                 "vertices", "borders", "contacts");
     for (const Kernel& kernel :
-         {Kernel{"metaball", SurfaceKernel::Metaball, {}}, Kernel{"distance", SurfaceKernel::Distance, {}},
-          Kernel{"through nodes", SurfaceKernel::Distance, onNodes},
-          Kernel{"anisotropic", SurfaceKernel::Anisotropic, {}}})
-        for (const Finish& finish :
-             {Finish{"none", false, 0, 0}, Finish{"clean-up", true, 0, 0},
-              Finish{"simplify 0.4", true, 0, 0.4}, Finish{"smooth 2, simplify 1.3", true, 2, 1.3}})
+         {Kernel{"metaball", SurfaceKernel::Metaball}, Kernel{"distance", SurfaceKernel::Distance},
+          Kernel{"anisotropic", SurfaceKernel::Anisotropic}})
+        for (const Finish& finish : {Finish{"none", false, 0, 0}, Finish{"clean-up", true, 0, 0},
+                                     Finish{"simplify 0.4", true, 0, 0.4}, Finish{"smooth 50", true, 50, 0},
+                                     Finish{"smooth 50, simplify 1.3", true, 50, 1.3}})
         {
             Tally tally;
             for (int seed = 0; seed < seeds; ++seed)
@@ -84,7 +81,6 @@ int main(int argc, char** argv)
                 ReconstructionSettings settings{.kernel = kernel.kernel,
                                                 .radius = radius,
                                                 .spacing = spacing,
-                                                .level = kernel.level,
                                                 .cleanUp = finish.cleanUp,
                                                 .smoothing = finish.smoothing,
                                                 .normals = false};
