@@ -1,15 +1,18 @@
-// What is not manifold in the surfaces of random sprays: bench_manifold [SEEDS]. For each kernel and way of
-// finishing the mesh, the numbers of surfaces with faults, edges of three and more faces, vertices of several
-// fans, borders and places where sheets touch. Every other spray lies on the lattice, where a level of the
-// balls' kernel falls on nodes.
+// What is not manifold in the surfaces of random sprays, or of particle files: bench_manifold [SPRAYS] or
+// bench_manifold FILE... For each kernel and way of finishing the mesh, the numbers of surfaces with faults,
+// edges of three and more faces, vertices of several fans, borders and places where sheets touch. Every other
+// spray lies on the lattice, where the level of the balls' kernel falls on nodes.
 
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <random>
+#include <vector>
 
 #include <tavrix/mesh/Mesh.h>
 #include <tavrix/mesh/MeshTopology.h>
+#include <tavrix/particles/ParticleSpacing.h>
+#include <tavrix/particles/ParticleSystem_v3.h>
 #include <tavrix/reconstruction/SurfaceReconstruction.h>
 
 using namespace tavrix;
@@ -37,7 +40,8 @@ struct Finish
     const char* name;
     bool cleanUp;
     uint32 smoothing;
-    double weldTolerance;  ///< in spacings; 0: none
+    double weldTolerance;   ///< in spacings; 0: none
+    double decimation = 0;  ///< 0: none
 };
 
 struct Tally
@@ -61,11 +65,27 @@ struct Kernel
     SurfaceKernel kernel;
 };
 
+/// The sprays or the files' particles, each with its radius.
+std::vector<Array<Vector3F>> scenesOf(int argc, char** argv)
+{
+    std::vector<Array<Vector3F>> scenes;
+    const int sprays = argc > 1 ? std::atoi(argv[1]) : 20;
+    for (int seed = 0; seed < sprays; ++seed) scenes.push_back(spray(static_cast<uint32>(seed)));
+    for (int n = 1; n < argc && sprays == 0; ++n)
+    {
+        ParticleSystem_v3 system;
+        system.load_BIN(argv[n]);
+        scenes.push_back(system.getArrPosition());
+    }
+    return scenes;
+}
+
 }  // namespace
 
 int main(int argc, char** argv)
 {
-    const int seeds = argc > 1 ? std::atoi(argv[1]) : 20;
+    const bool areFiles = argc > 1 && std::atoi(argv[1]) == 0;
+    const std::vector<Array<Vector3F>> scenes = scenesOf(argc, argv);
     std::printf("%-14s %-22s %8s %7s %7s %9s %8s %9s\n", "kernel", "finish", "surfaces", "faulty", "edges",
                 "vertices", "borders", "contacts");
     for (const Kernel& kernel :
@@ -73,20 +93,22 @@ int main(int argc, char** argv)
           Kernel{"anisotropic", SurfaceKernel::Anisotropic}})
         for (const Finish& finish : {Finish{"none", false, 0, 0}, Finish{"clean-up", true, 0, 0},
                                      Finish{"simplify 0.4", true, 0, 0.4}, Finish{"smooth 50", true, 50, 0},
-                                     Finish{"smooth 50, simplify 1.3", true, 50, 1.3}})
+                                     Finish{"smooth 50, simplify 1.3", true, 50, 1.3},
+                                     Finish{"smooth 50, a tenth", true, 50, 0, 0.1}})
         {
             Tally tally;
-            for (int seed = 0; seed < seeds; ++seed)
+            for (const Array<Vector3F>& scene : scenes)
             {
                 ReconstructionSettings settings{.kernel = kernel.kernel,
-                                                .radius = radius,
-                                                .spacing = spacing,
+                                                .radius = areFiles ? estimateRadius(scene) : radius,
                                                 .cleanUp = finish.cleanUp,
                                                 .smoothing = finish.smoothing,
                                                 .normals = false};
-                if (finish.weldTolerance > 0) settings.weldTolerance = finish.weldTolerance * spacing;
+                if (finish.weldTolerance > 0)
+                    settings.weldTolerance = finish.weldTolerance * *settings.radius / 2;
+                if (finish.decimation > 0) settings.decimation = finish.decimation;
                 Mesh mesh;
-                reconstructSurface(spray(static_cast<uint32>(seed)), mesh, settings);
+                reconstructSurface(scene, mesh, settings);
                 if (!mesh.isEmpty()) tally.add(computeTopology(mesh));
             }
             std::printf("%-14s %-22s %8u %7u %7u %9u %8u %9u\n", kernel.name, finish.name, tally.surfaces,

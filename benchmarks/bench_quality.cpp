@@ -1,4 +1,4 @@
-// How true surfaces of particles are: bench_quality [FILE…], particle files of frames.
+// How true surfaces of particles are: bench_quality for shapes, bench_quality FILE... for particle files.
 //
 // Shapes whose surface is known are filled with particles, a lattice 0.05 apart, jittered by up to 0.015, of
 // which those inside count: they hold count times spacing cubed. For each shape and each way to make the
@@ -6,14 +6,20 @@
 // radii of the particles (0.025); the volume beside the particles'; the mean angle of the faces to the true
 // surface, by area (normal); and the deviation between the surfaces of the particles and of the same moved by
 // a third of the lattice's spacing along each axis (flicker). Over three placements of the lattice.
+//
+// Of each file, in the same ways: the volume beside the particles' (count times their estimated spacing
+// cubed), parts and cavities, edges and vertices that are no manifold's, the mean angle between faces that
+// share an edge, and how far the vertices of the mesh with a tenth of the faces lie from it.
 
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <functional>
+#include <map>
 #include <random>
 #include <vector>
 
+#include <tavrix/mesh/MeshCavities.h>
 #include <tavrix/mesh/MeshTopology.h>
 #include <tavrix/particles/ParticleSystem_v3.h>
 #include <tavrix/platform/Timer.h>
@@ -199,15 +205,72 @@ void compareShapes(const std::vector<Way>& ways)
     }
 }
 
+/// The mean angle between faces that share an edge, in degrees.
+double meanBend(const Mesh& mesh)
+{
+    std::map<std::pair<uint32, uint32>, Vector3D> normals;
+    Spread angle;
+    for (const Index3& f : mesh.trindexPos())
+    {
+        const Vector3D a = mesh.pos()[f.a];
+        const Vector3D normal = unitOrZero(cross(mesh.pos()[f.b] - a, mesh.pos()[f.c] - a));
+        for (uint32 c = 0; c < 3; ++c)
+        {
+            const uint32 from = f[c], to = f[(c + 1) % 3];
+            const auto [found, isNew] = normals.try_emplace(std::minmax(from, to), normal);
+            if (!isNew) angle.add(std::acos(std::clamp(dot(found->second, normal), -1.0, 1.0)) * degree);
+        }
+    }
+    return angle.mean();
+}
+
+uint32 faultsOf(const Mesh& mesh)
+{
+    const MeshTopology t = computeTopology(mesh);
+    return t.boundaryEdgeCount + t.nonManifoldEdgeCount + t.nonManifoldVertexCount;
+}
+
+void compareFrame(const char* file, const std::vector<Way>& ways)
+{
+    ParticleSystem_v3 system;
+    system.load_BIN(file);
+    const Array<Vector3F> particles = system.getArrPosition();
+    std::printf("%s, %u particles\n%12s %9s %8s %6s %9s %7s %7s %22s\n", file, particles.size(), "", "faces",
+                "volume", "parts", "cavities", "faults", "bend", "a tenth: worst, mean");
+    if (particles.empty()) return;
+    for (const Way& way : ways)
+    {
+        ReconstructionSettings settings = way.settings;
+        settings.radius = {};
+        settings = settledFor(settings, particles);
+        Mesh mesh = surfaceOf(particles, settings);
+        settings.decimation = 0.1;
+        const Mesh light = surfaceOf(particles, settings);
+        MeshCollider collider;
+        collider.create(mesh);
+        double worst = 0;
+        Spread apart;
+        for (const Vector3D& p : light.pos())
+        {
+            apart.add(length(collider.nearestPoint(p)->position - p) / *settings.radius);
+            worst = std::max(worst, length(collider.nearestPoint(p)->position - p) / *settings.radius);
+        }
+        const double held = particles.size() * std::pow(*settings.particleSpacing, 3);
+        const PartCounts counts = countPartsAndCavities(mesh);
+        std::printf("%12s %9u %+6.1f %% %6u %9u %7u %5.1f ° %10.2f r %7.3f r\n", way.name,
+                    mesh.getFacesSize(), (signedVolume(mesh) / held - 1) * 100, counts.parts, counts.cavities,
+                    faultsOf(mesh) + faultsOf(light), meanBend(mesh), worst, apart.mean());
+    }
+}
+
 }  // namespace
 
-int main()
+int main(int argc, char** argv)
 {
-    ReconstructionSettings normal{.radius = radius, .threadCount = 2}, smooth = normal, anisotropic = normal,
-                                                                       distance = normal;
+    ReconstructionSettings normal{.radius = radius, .threadCount = 2}, smooth = normal, anisotropic = normal;
     smooth.quality = SurfaceQuality::Smooth;
     anisotropic.kernel = SurfaceKernel::Anisotropic;
-    distance.kernel = SurfaceKernel::Distance;
-    compareShapes(
-        {{"default", normal}, {"smooth", smooth}, {"anisotropic", anisotropic}, {"distance", distance}});
+    const std::vector<Way> ways{{"default", normal}, {"smooth", smooth}, {"anisotropic", anisotropic}};
+    if (argc == 1) compareShapes(ways);
+    for (int n = 1; n < argc; ++n) compareFrame(argv[n], ways);
 }

@@ -19,19 +19,20 @@ constexpr double normalWidth = 1.2, smoothWidth = 2.2, widthAtBends = 1.3;
 
 /// The value of ellipsoids' sum where it encloses the particles' volume, by their reach in spacings: measured
 /// on spheres, tori, boxes and sheets of jittered lattices, with the settings below, for reaches of 1.7
-/// to 2.5.
+/// to 2.5; at most half of what it is within.
 double levelOfEllipsoids(double reach)
 {
     const double x = reach / 2.5;
-    return 0.55 * x * x * x * (1 + x) / 2;
+    return std::min(0.55 * x * x * x * (1 + x) / 2, detail::EvenFilling(reach).value() / 2);
 }
 
 /// Passes of smoothing whose Gaussian has this width, in spacings of the particles. The edges of surfaces
-/// from a lattice are 1.04 of its spacing, as a quadratic mean; a pass moves half the way along them.
+/// from a lattice are 1.04 of its spacing, as a quadratic mean; a pass moves half the way along them. On very
+/// fine lattices, where they would take most of the time, there are fewer.
 uint32 passesOfWidth(double width, const ReconstructionSettings& s)
 {
     const double edges = width * *s.particleSpacing / (1.04 * *s.spacing);
-    return static_cast<uint32>(std::lround(std::min(4 * edges * edges, 1e6)));
+    return static_cast<uint32>(std::lround(std::min(4 * edges * edges, 5000.0)));
 }
 
 }  // namespace

@@ -58,17 +58,17 @@ struct ReconstructionReport
 };
 
 /// Particles to mesh: leaves out particles without a finite position and strays, extracts the surface of
-/// their field facing outwards, relaxes and welds it, fills its cavities, decimates it, carries the
+/// their field facing outwards, smooths and welds it, fills its cavities, decimates it, carries the
 /// attributes over (Shepard's interpolation within the kernels' reach, see interpolateAtPlaces; as an array
 /// of `Vector3F` under their names), and computes normals. Stages: "field", "surface", "smooth", "weld",
 /// "cavities", "decimate", "normals", "attributes", those that there are.
 ///
 /// The mesh is replaced, and is empty unless the status is Done. It is closed and 2-manifold: sheets that
-/// touch share no vertex (separateSheets). The lattice's nodes lie on whole multiples
-/// of the spacing: frames of a sequence share it. The field is never there as a whole: a worker holds one
-/// block of 32^3 cells, so time and memory follow the particles and the surface, wherever they lie; what is
-/// far away changes nothing. Vertices and faces come block by block, the same for every thread count. Throws
-/// std::bad_alloc only.
+/// touch share no vertex (separateSheets). The lattice's nodes lie on whole multiples of the spacing: frames
+/// of a sequence share it. The field is never there as a whole: a worker holds one block of 32^3 cells, so
+/// time and memory follow the particles and the surface, wherever they lie; what is far away changes nothing
+/// (but matchVolume looks at the whole). Vertices and faces come block by block, the same for every thread
+/// count. Throws std::bad_alloc only.
 TX_GEOMETRY_API ReconstructionReport reconstructSurface(const Array<Vector3F>& positions, Mesh& mesh,
                                                         const ReconstructionSettings& settings = {},
                                                         const std::vector<ParticleAttribute>& attributes = {},

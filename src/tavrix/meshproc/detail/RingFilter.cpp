@@ -14,8 +14,12 @@ namespace
 double powerOf(double base, uint32 exponent)
 {
     double power = 1;
-    for (; exponent > 0; exponent >>= 1, base *= base)
+    while (exponent > 0)
+    {
         if (exponent & 1) power *= base;
+        base *= base;
+        exponent >>= 1;
+    }
     return power;
 }
 
