@@ -8,6 +8,7 @@
 
 #include <gtest/gtest.h>
 
+#include <tavrix/foundation/ElementaryFunctions.h>
 #include <tavrix/mesh/MeshTopology.h>
 
 #include "Polls.h"
@@ -27,7 +28,7 @@ Mesh makeTorus(uint32 n, double bumps, const Vector3D& place = {0, 0, 0}, double
     for (uint32 i = 0; i < n; ++i)
         for (uint32 k = 0; k < m; ++k)
         {
-            const double u = 2 * M_PI * i / n, v = 2 * M_PI * k / m, r = 1 + 0.4 * std::cos(v);
+            const double u = 2 * piValue * i / n, v = 2 * piValue * k / m, r = 1 + 0.4 * std::cos(v);
             const Vector3D p{r * std::cos(u) + away(), r * std::sin(u) + away(), 0.4 * std::sin(v) + away()};
             mesh.refPos().push_back(place + p * size);
             const uint32 a = i * m + k, b = (i + 1) % n * m + k, c = (i + 1) % n * m + (k + 1) % m,
