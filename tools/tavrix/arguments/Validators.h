@@ -8,7 +8,7 @@
 
 #include <tavrix/platform/Types.h>
 
-#include "files/FileName.h"
+#include "formats/FileName.h"
 
 namespace tavrix::tool
 {
@@ -86,7 +86,7 @@ inline CLI::Validator outputWithExtension(const std::vector<std::string>& extens
 {
     const auto check = [extensions](const std::string& name) -> std::string
     {
-        const bool fits = std::count(extensions.begin(), extensions.end(), extensionOf(name)) > 0;
+        const bool fits = std::count(extensions.begin(), extensions.end(), formats::extensionOf(name)) > 0;
         return fits || name.starts_with("/dev/")
                    ? ""
                    : "the name must end in ." + CLI::detail::join(extensions, " or .") + ": " + name;

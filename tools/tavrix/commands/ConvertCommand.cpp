@@ -8,7 +8,8 @@
 #include "arguments/SharedArguments.h"
 #include "arguments/Validators.h"
 #include "commands/MeshWeld.h"
-#include "files/MeshFile.h"
+#include "files/MeshNotes.h"
+#include "formats/MeshFile.h"
 
 namespace tavrix::tool
 {
@@ -26,11 +27,12 @@ struct Options
 
 void runConvert(const Options& options)
 {
-    MeshFile file = readMeshes(options.input);
+    formats::MeshFile file = formats::readMeshes(options.input);
     SheetSeparation separated;
     if (options.weld)
-        separated = weldMeshes(file.meshes, {{*options.weld}}, holdsNormals(options.output), options.input);
-    writeMeshes(options.output, file.meshes, {options.ascii});
+        separated =
+            weldMeshes(file.meshes, {{*options.weld}}, formats::holdsNormals(options.output), options.input);
+    formats::writeMeshes(options.output, file.meshes, {options.ascii});
     if (options.quiet) return;
     tellLeftOut(options.input, file);
     tellSeparated(separated);
@@ -73,7 +75,7 @@ void addConvertCommand(CLI::App& app, Command& command)
     convert->callback(
         [options, &command]
         {
-            options->quiet |= isStandardOutput(options->output);
+            options->quiet |= formats::isStandardOutput(options->output);
             command = {[options] { return runConvert(*options), 0; }, options->input, options->output};
         });
 }

@@ -153,7 +153,8 @@ void addLevelSetCommand(CLI::App& app, Command& command)
         [options, &command]
         {
             checkTogether(*options);
-            options->quiet |= isStandardOutput(options->output) || isStandardOutput(options->saveField);
+            options->quiet |=
+                formats::isStandardOutput(options->output) || formats::isStandardOutput(options->saveField);
             command = {[options] { return runLevelSet(*options), 0; }, options->source(),
                        options->output.empty() ? options->saveField : options->output,
                        "try a larger --spacing"};

@@ -16,8 +16,9 @@
 #include "arguments/Validators.h"
 #include "commands/RadiusOrEstimate.h"
 #include "commands/SmoothNormals.h"
-#include "files/MeshFile.h"
-#include "files/ParticleFile.h"
+#include "formats/FileKind.h"
+#include "formats/MeshFile.h"
+#include "formats/ParticleFile.h"
 #include "preview/Render.h"
 #include "run/Failure.h"
 
@@ -46,8 +47,9 @@ struct Subject
 
 Subject meshSubject(const std::string& file)
 {
-    const MeshFile content = readMeshes(file);
-    const auto smooth = kindOfFile(file) == FileKind::StlMesh ? smoothSeparateFaces : confirmSmoothNormals;
+    const formats::MeshFile content = formats::readMeshes(file);
+    const auto smooth =
+        formats::kindOfFile(file) == formats::FileKind::Stl ? smoothSeparateFaces : confirmSmoothNormals;
     for (Mesh* mesh : content.meshes) smooth(*mesh);
     Subject subject{joinMeshes(content.meshes), 0, {}};
     subject.box = boxOfFaces(std::get<Mesh>(subject.matter));
@@ -58,7 +60,7 @@ Subject meshSubject(const std::string& file)
 
 Subject particleSubject(const std::string& file, const std::optional<double>& radius)
 {
-    Array<Vector3F> positions = readParticleFile(file).positions;
+    Array<Vector3F> positions = formats::readParticleFile(file).positions;
     const double used = radiusOrEstimate(radius, positions, file, "--particle-radius");
     const Box3D box = boxAround(positions);
     const Vector3D reach{used, used, used};
@@ -67,8 +69,9 @@ Subject particleSubject(const std::string& file, const std::optional<double>& ra
 
 Subject subjectOf(const std::string& file, const Options& options)
 {
-    return kindOfFile(file) == FileKind::Particles ? particleSubject(file, options.particleRadius)
-                                                   : meshSubject(file);
+    return formats::kindOfFile(file) == formats::FileKind::ParticleBin
+               ? particleSubject(file, options.particleRadius)
+               : meshSubject(file);
 }
 
 Picture draw(const Subject& subject, const View& view, const PreviewOptions& options)
@@ -133,7 +136,7 @@ void addPreviewCommand(CLI::App& app, Command& command)
     preview->callback(
         [options, &command]
         {
-            options->quiet |= isStandardOutput(options->output);
+            options->quiet |= formats::isStandardOutput(options->output);
             command = {[options] { return runPreview(*options), 0; }, options->inputs.front(),
                        options->output, "try a smaller --size"};
         });

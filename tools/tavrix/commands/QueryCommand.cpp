@@ -12,8 +12,8 @@
 
 #include "arguments/SharedArguments.h"
 #include "commands/QueryTable.h"
-#include "files/MeshFile.h"
-#include "files/OutputFile.h"
+#include "formats/MeshFile.h"
+#include "formats/OutputFile.h"
 #include "run/Failure.h"
 
 namespace tavrix::tool
@@ -73,21 +73,21 @@ std::vector<Answer> answerAll(const MeshCollider& collider, const std::vector<Qu
 
 void writeText(const std::string& path, const std::string& text)
 {
-    writeFileWhole(path,
-                   [&](const std::string& name)
-                   {
-                       FileBufferOut file;
-                       file.open(TX_String(name));
-                       file.writeBuffer(text.data(), text.size());
-                       return file.close() == FileStatus::ok ? 0 : -1;
-                   });
+    formats::writeFileWhole(path,
+                            [&](const std::string& name)
+                            {
+                                FileBufferOut file;
+                                file.open(TX_String(name));
+                                file.writeBuffer(text.data(), text.size());
+                                return file.close() == FileStatus::ok ? 0 : -1;
+                            });
 }
 
 void runQuery(const Options& options)
 {
-    if (!options.output.empty()) confirmFolder(options.output);
+    if (!options.output.empty()) formats::confirmFolder(options.output);
     const std::vector<Query> queries = askedQueries(options);
-    const MeshFile file = readMeshes(options.input);
+    const formats::MeshFile file = formats::readMeshes(options.input);
     const uint32 threads = options.threads > 0 ? options.threads : Hardware::getThreadCount();
     MeshCollider collider;
     collider.create(file.meshes.size() == 1 ? *file.meshes[0] : joinMeshes(file.meshes), threads);

@@ -6,7 +6,7 @@
 
 #include <tavrix/platform/TX_Tokenizer.h>
 
-#include "files/FileName.h"
+#include "formats/FileName.h"
 #include "run/Failure.h"
 #include "run/Text.h"
 
@@ -84,7 +84,7 @@ std::optional<Query> parseQuery(std::string_view text)
 
 std::vector<Query> readQueries(const std::string& path)
 {
-    std::ifstream file(pathOf(path));
+    std::ifstream file(formats::pathOf(path));
     if (!file) throw Failure(path + ": cannot be opened; does it exist, and may it be read?");
     std::vector<Query> queries;
     std::string line;

@@ -13,8 +13,10 @@
 #include "arguments/Validators.h"
 #include "commands/MeshWeld.h"
 #include "commands/SmoothNormals.h"
-#include "files/MeshFile.h"
-#include "files/OutputFile.h"
+#include "files/MeshNotes.h"
+#include "formats/FileKind.h"
+#include "formats/MeshFile.h"
+#include "formats/OutputFile.h"
 #include "run/Interrupt.h"
 #include "run/Progress.h"
 
@@ -76,23 +78,24 @@ void tellOutcome(const Outcome& outcome, const DecimationSettings& settings)
 
 void runSimplify(const Options& options)
 {
-    confirmFolder(options.output);
+    formats::confirmFolder(options.output);
     Progress progress(3, options.quiet);
     progress.begin("read");
-    MeshFile file = readMeshes(options.input);
+    formats::MeshFile file = formats::readMeshes(options.input);
     const MeshCounts before = countsOf(file.meshes);
     progress.begin("simplify");
     WeldOptions weld = options.weld;
     // the faces of STL files share no corners
-    if (weld.tolerances.empty() && kindOfFile(options.input) == FileKind::StlMesh) weld.tolerances = {0};
+    if (weld.tolerances.empty() && formats::kindOfFile(options.input) == formats::FileKind::Stl)
+        weld.tolerances = {0};
     SheetSeparation separated;
     if (!weld.tolerances.empty()) separated = weldMeshes(file.meshes, weld, false, options.input);
     Outcome outcome;
     if (options.decimates()) outcome = decimateMeshes(file.meshes, options.decimation);
-    if (holdsNormals(options.output))
+    if (formats::holdsNormals(options.output))
         for (Mesh* mesh : file.meshes) confirmSmoothNormals(*mesh);
     progress.begin("write");
-    writeMeshes(options.output, file.meshes, {options.ascii});
+    formats::writeMeshes(options.output, file.meshes, {options.ascii});
     progress.end();
     if (options.quiet) return;
     tellLeftOut(options.input, file);
@@ -189,7 +192,7 @@ void addSimplifyCommand(CLI::App& app, Command& command)
         [options, &command]
         {
             checkTogether(*options);
-            options->quiet |= isStandardOutput(options->output);
+            options->quiet |= formats::isStandardOutput(options->output);
             command = {[options] { return runSimplify(*options), 0; }, options->input, options->output};
         });
 }

@@ -8,7 +8,8 @@
 
 #include "arguments/SharedArguments.h"
 #include "arguments/Validators.h"
-#include "files/MeshFile.h"
+#include "files/MeshNotes.h"
+#include "formats/MeshFile.h"
 
 namespace tavrix::tool
 {
@@ -34,8 +35,8 @@ void runSphere(const Options& options)
     mesh.setName("sphere");
     mesh.refPos() = sphere.getArrPos();
     mesh.refTrindexPos() = sphere.getArrTrindexPos();
-    if (holdsNormals(options.output)) mesh.recalculateNormals();
-    writeMeshes(options.output, meshes, {options.ascii});
+    if (formats::holdsNormals(options.output)) mesh.recalculateNormals();
+    formats::writeMeshes(options.output, meshes, {options.ascii});
     if (!options.quiet) tellWritten(options.output, meshes);
 }
 
@@ -60,7 +61,7 @@ void addSphereCommand(CLI::App& app, Command& command)
     sphere->callback(
         [options, &command]
         {
-            options->quiet |= isStandardOutput(options->output);
+            options->quiet |= formats::isStandardOutput(options->output);
             command = {[options] { return runSphere(*options), 0; }, options->output, options->output};
         });
 }

@@ -222,7 +222,7 @@ void addSurfaceCommand(CLI::App& app, Command& command)
         [options, &command]
         {
             checkTogether(*options);
-            options->quiet |= isStandardOutput(options->output);
+            options->quiet |= formats::isStandardOutput(options->output);
             const auto run = [options]
             {
                 if (isPattern(options->input)) return surfaceSequence(*options);

@@ -9,8 +9,8 @@
 #include <tavrix/platform/FileBufferIn.h>
 
 #include "commands/GridMemory.h"
-#include "files/FileName.h"
-#include "files/OutputFile.h"
+#include "formats/FileName.h"
+#include "formats/OutputFile.h"
 #include "run/Failure.h"
 
 namespace tavrix::tool
@@ -149,7 +149,7 @@ void confirmIndices(FileBufferIn& file, const Grid& grid, const std::string& pat
 Grid confirmField(const std::string& path, FieldLayout layout)
 {
     std::error_code ignored;
-    if (std::filesystem::is_directory(pathOf(path), ignored))
+    if (std::filesystem::is_directory(formats::pathOf(path), ignored))
         throw Failure(path + ": is a folder; name a file in it");
     FileBufferIn file;
     if (file.open(TX_String(path)) != FileStatus::ok)
@@ -201,7 +201,7 @@ void writeField(const std::string& path, FieldLayout layout, LevelSet& surface)
             surface.save_useSparseFormat(stream);
         return stream.close() == FileStatus::ok ? 0 : -1;
     };
-    writeFileWhole(path, write);
+    formats::writeFileWhole(path, write);
 }
 
 }  // namespace tavrix::tool

@@ -9,8 +9,9 @@
 #include <tavrix/particles/ParticleSystem_v3.h>
 #include <tavrix/platform/FileBufferIn.h>
 
-#include "files/FileName.h"
-#include "files/MeshFile.h"
+#include "formats/FileKind.h"
+#include "formats/FileName.h"
+#include "formats/MeshFile.h"
 #include "run/Failure.h"
 
 namespace tavrix::tool
@@ -73,19 +74,19 @@ ParticleInfo inspectParticles(const std::string& path)
     return info;
 }
 
-std::string formatName(FileKind kind, const std::string& path)
+std::string formatName(formats::FileKind kind, const std::string& path)
 {
-    if (kind == FileKind::ObjMesh) return "OBJ";
-    if (kind == FileKind::AseMesh) return "ASE";
-    if (kind == FileKind::BinMesh) return "BIN";
-    return isBinaryStl(path) ? "binary STL" : "ASCII STL";
+    if (kind == formats::FileKind::Obj) return "OBJ";
+    if (kind == formats::FileKind::Ase) return "ASE";
+    if (kind == formats::FileKind::MeshBin) return "BIN";
+    return formats::isBinaryStl(path) ? "binary STL" : "ASCII STL";
 }
 
 bool hasChannel(const Mesh& mesh, const char* name) { return !mesh.findArray(TX_String(name)).isNone(); }
 
-MeshInfo inspectMesh(FileKind kind, const std::string& path)
+MeshInfo inspectMesh(formats::FileKind kind, const std::string& path)
 {
-    const MeshFile file = readMeshes(path);
+    const formats::MeshFile file = formats::readMeshes(path);
     MeshInfo info{};
     info.format = formatName(kind, path);
     info.leftOut = file.leftOut;
@@ -93,7 +94,7 @@ MeshInfo inspectMesh(FileKind kind, const std::string& path)
     {
         info.groups.push_back({mesh->getName().c_str(), mesh->getPosSize(), mesh->getFacesSize()});
         // Those of a BIN file are calculated, not held.
-        info.hasNormals |= kind != FileKind::BinMesh && !mesh->nor().empty();
+        info.hasNormals |= kind != formats::FileKind::MeshBin && !mesh->nor().empty();
         info.hasTexture |= hasChannel(*mesh, "UV_MAP_0");
         info.hasVelocity |= hasChannel(*mesh, "Velocity");
     }
@@ -123,10 +124,10 @@ MeshInfo inspectMesh(FileKind kind, const std::string& path)
 
 FileInfo inspect(const std::string& path)
 {
-    const FileKind kind = kindOfFile(path);
+    const formats::FileKind kind = formats::kindOfFile(path);
     std::error_code ignored;
-    const auto bytes = std::filesystem::file_size(pathOf(path), ignored);
-    if (kind == FileKind::Particles) return {bytes, inspectParticles(path)};
+    const auto bytes = std::filesystem::file_size(formats::pathOf(path), ignored);
+    if (kind == formats::FileKind::ParticleBin) return {bytes, inspectParticles(path)};
     return {bytes, inspectMesh(kind, path)};
 }
 

@@ -7,8 +7,9 @@
 #include <tavrix/mesh/MeshTopology.h>
 
 #include "commands/RadiusOrEstimate.h"
-#include "files/MeshFile.h"
-#include "files/ParticleFile.h"
+#include "formats/FileKind.h"
+#include "formats/MeshFile.h"
+#include "formats/ParticleFile.h"
 #include "run/Failure.h"
 #include "run/Text.h"
 
@@ -25,7 +26,7 @@ constexpr double overlap = 2;
 /// The meshes of the file as one, without normals and with one position a place.
 Mesh readSolid(const std::string& file, Progress& progress)
 {
-    const MeshFile content = readMeshes(file);
+    const formats::MeshFile content = formats::readMeshes(file);
     Mesh mesh = joinMeshes(content.meshes);
     const uint32 leftOut = content.leftOut, infinite = dropInfiniteFaces(mesh);
     if (leftOut > 0)
@@ -96,7 +97,7 @@ LevelSetInput readSpheres(const LevelSetOptions& options, Progress& progress)
     if (options.isUnsigned)
         throw Failure(options.input + ": holds particles, and --unsigned is for meshes; leave it out");
     progress.begin("read");
-    ParticleFile particles = readParticleFile(options.input);
+    formats::ParticleFile particles = formats::readParticleFile(options.input);
     if (particles.leftOut > 0)
         progress.note(options.input + formatted(": left out %u particle%s without a finite position",
                                                 particles.leftOut, particles.leftOut == 1 ? "" : "s"));
@@ -117,8 +118,9 @@ LevelSetInput readSpheres(const LevelSetOptions& options, Progress& progress)
 
 LevelSetInput readInput(const LevelSetOptions& options, Progress& progress)
 {
-    return kindOfFile(options.input) == FileKind::Particles ? readSpheres(options, progress)
-                                                            : readMesh(options, progress);
+    return formats::kindOfFile(options.input) == formats::FileKind::ParticleBin
+               ? readSpheres(options, progress)
+               : readMesh(options, progress);
 }
 
 }  // namespace tavrix::tool

@@ -13,9 +13,10 @@
 #include <tavrix/platform/Hardware.h>
 
 #include "commands/GridMemory.h"
-#include "files/FileName.h"
-#include "files/MeshFile.h"
-#include "files/OutputFile.h"
+#include "files/MeshNotes.h"
+#include "formats/FileName.h"
+#include "formats/MeshFile.h"
+#include "formats/OutputFile.h"
 #include "levelset/LevelSetBlocks.h"
 #include "levelset/LevelSetNotes.h"
 #include "levelset/LevelSetSource.h"
@@ -40,15 +41,15 @@ void confirmOutputs(const LevelSetOptions& options)
     {
         if (output.empty()) continue;
         for (const std::string& other : earlier)
-            if (isSameFile(output, other) || output == other)
+            if (formats::isSameFile(output, other) || output == other)
                 throw Failure(output + ": is " +
                               (other == options.source() ? "the input" : "another output") +
                               " by the same or another name; name another file");
-        confirmFolder(output);
+        formats::confirmFolder(output);
         earlier.push_back(output);
     }
     std::error_code ignored;
-    if (!options.force && std::filesystem::is_regular_file(pathOf(options.saveField), ignored))
+    if (!options.force && std::filesystem::is_regular_file(formats::pathOf(options.saveField), ignored))
         throw Failure(options.saveField + ": is there already; add --force to replace it");
 }
 
@@ -57,7 +58,7 @@ bool wantsMesh(const LevelSetOptions& options) { return !options.output.empty() 
 bool wantsNormals(const LevelSetOptions& options)
 {
     return !options.preview.empty() ||
-           (options.normals && !options.output.empty() && holdsNormals(options.output));
+           (options.normals && !options.output.empty() && formats::holdsNormals(options.output));
 }
 
 std::size_t stageCount(const LevelSetOptions& options)
@@ -235,7 +236,7 @@ void runLevelSet(const LevelSetOptions& options)
     if (!options.output.empty())
     {
         progress.begin("write");
-        writeMeshes(options.output, meshes, {options.asciiStl});
+        formats::writeMeshes(options.output, meshes, {options.asciiStl});
     }
     if (!options.preview.empty())
     {

@@ -2,7 +2,7 @@
 
 #include <tavrix/platform/FileBufferOut.h>
 
-#include "files/OutputFile.h"
+#include "formats/OutputFile.h"
 #include "preview/PngEncoder.h"
 
 namespace tavrix::tool
@@ -18,7 +18,7 @@ void savePng(const Picture& picture, const std::string& path)
         file.writeBuffer(bytes.data(), bytes.size());
         return file.close() == FileStatus::ok ? 0 : 1;
     };
-    writeFileWhole(path, write);
+    formats::writeFileWhole(path, write);
 }
 
 Picture sideBySide(const std::vector<Picture>& pictures)

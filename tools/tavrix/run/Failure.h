@@ -1,16 +1,11 @@
 #pragma once
 
-#include <stdexcept>
+#include "formats/Failure.h"
 
 namespace tavrix::tool
 {
 
-/// What stops a command: one line that names the file and says what to do. The program prints it and exits
-/// with 1.
-class Failure : public std::runtime_error
-{
-public:
-    using std::runtime_error::runtime_error;
-};
+/// What stops a command: the program prints its line and exits with 1.
+using formats::Failure;
 
 }  // namespace tavrix::tool

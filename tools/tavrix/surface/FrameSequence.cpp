@@ -5,7 +5,7 @@
 #include <filesystem>
 #include <tuple>
 
-#include "files/FileName.h"
+#include "formats/FileName.h"
 #include "run/Failure.h"
 
 namespace tavrix::tool
@@ -39,7 +39,7 @@ std::vector<Frame> framesIn(const fs::path& folder, const std::string& namePatte
     std::vector<Frame> frames;
     std::error_code error;
     for (fs::directory_iterator entry(folder, error), end; !error && entry != end; entry.increment(error))
-        if (const auto frame = frameOf(utf8Of(entry->path().filename()), prefix, suffix))
+        if (const auto frame = frameOf(formats::utf8Of(entry->path().filename()), prefix, suffix))
             frames.push_back(*frame);
     return frames;
 }
@@ -58,9 +58,9 @@ std::string fillPattern(const std::string& pattern, const std::string& text)
 std::vector<Frame> findFrames(const std::string& pattern, std::optional<uint64> first,
                               std::optional<uint64> last)
 {
-    const fs::path path = pathOf(pattern);
+    const fs::path path = formats::pathOf(pattern);
     const fs::path folder = path.has_parent_path() ? path.parent_path() : fs::path(".");
-    std::vector<Frame> frames = framesIn(folder, utf8Of(path.filename()));
+    std::vector<Frame> frames = framesIn(folder, formats::utf8Of(path.filename()));
     if (frames.empty())
         throw Failure(pattern + ": no file has such a name with a number in place of {}; check the folder");
     std::erase_if(frames, [&](const Frame& frame)
@@ -75,8 +75,8 @@ std::vector<Frame> findFrames(const std::string& pattern, std::optional<uint64> 
 bool isUpToDate(const std::string& file, const std::string& source)
 {
     std::error_code fileError, sourceError;
-    const auto made = fs::last_write_time(pathOf(file), fileError);
-    const auto changed = fs::last_write_time(pathOf(source), sourceError);
+    const auto made = fs::last_write_time(formats::pathOf(file), fileError);
+    const auto changed = fs::last_write_time(formats::pathOf(source), sourceError);
     return !fileError && !sourceError && made >= changed;
 }
 

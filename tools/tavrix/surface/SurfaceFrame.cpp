@@ -8,10 +8,10 @@
 #include "commands/BlockMemory.h"
 #include "commands/GridMemory.h"
 #include "commands/RadiusOrEstimate.h"
-#include "files/FileName.h"
-#include "files/MeshFile.h"
-#include "files/OutputFile.h"
-#include "files/ParticleFile.h"
+#include "formats/FileName.h"
+#include "formats/MeshFile.h"
+#include "formats/OutputFile.h"
+#include "formats/ParticleFile.h"
 #include "preview/Picture.h"
 #include "preview/Render.h"
 #include "run/Failure.h"
@@ -24,11 +24,11 @@ namespace tavrix::tool
 namespace
 {
 
-bool holdsVelocities(const std::string& output) { return extensionOf(output) == "bin"; }
+bool holdsVelocities(const std::string& output) { return formats::extensionOf(output) == "bin"; }
 
 bool wantsNormals(const SurfaceOptions& options)
 {
-    return options.surface.normals && holdsNormals(options.output);
+    return options.surface.normals && formats::holdsNormals(options.output);
 }
 
 /// Throws the Failure that says why there is no surface, and the way out.
@@ -127,12 +127,12 @@ FrameReport runFrame(const SurfaceOptions& options, const SurfaceFiles& files,
                      const ReconstructionSettings& given, const std::optional<Box3D>& viewBox,
                      Progress& progress)
 {
-    if (isSameFile(files.input, files.output))
+    if (formats::isSameFile(files.input, files.output))
         throw Failure(files.output + ": is the input by another name; name another file");
-    confirmFolder(files.output);
-    confirmFolder(files.preview);
+    formats::confirmFolder(files.output);
+    formats::confirmFolder(files.preview);
     progress.begin("read");
-    ParticleFile particles = readParticleFile(files.input);
+    formats::ParticleFile particles = formats::readParticleFile(files.input);
 
     ReconstructionSettings settings = given;
     settings.normals = wantsNormals(options);
@@ -146,7 +146,7 @@ FrameReport runFrame(const SurfaceOptions& options, const SurfaceFiles& files,
         reconstructSurface(particles.positions, mesh, settings, attributes, progressTo(progress));
     confirmDone(report, files.input);
     progress.begin("write");
-    writeMeshes(files.output, meshes, {options.asciiStl});
+    formats::writeMeshes(files.output, meshes, {options.asciiStl});
     if (!files.preview.empty())
     {
         progress.begin("preview");

@@ -5,9 +5,10 @@
 
 #include "commands/BlockMemory.h"
 #include "commands/GridMemory.h"
-#include "files/FileName.h"
-#include "files/MeshFile.h"
-#include "files/ParticleFile.h"
+#include "files/MeshNotes.h"
+#include "formats/FileName.h"
+#include "formats/MeshFile.h"
+#include "formats/ParticleFile.h"
 #include "run/Failure.h"
 #include "run/Interrupt.h"
 #include "surface/FrameSequence.h"
@@ -72,7 +73,7 @@ struct Sequence
 
 bool areUpToDate(const SurfaceFiles& files)
 {
-    return !isSameFile(files.output, files.input) && isUpToDate(files.output, files.input) &&
+    return !formats::isSameFile(files.output, files.input) && isUpToDate(files.output, files.input) &&
            (files.preview.empty() || isUpToDate(files.preview, files.input));
 }
 
@@ -84,7 +85,8 @@ std::optional<ReconstructionSettings> sharedSettings(const Sequence& sequence)
         try
         {
             const std::string file = sequence.filesOf(frame).input;
-            const auto settings = settledFor(sequence.options.surface, readParticleFile(file).positions);
+            const auto settings =
+                settledFor(sequence.options.surface, formats::readParticleFile(file).positions);
             if (settings.radius) return settings;
         }
         catch (const Failure&)
@@ -102,7 +104,7 @@ std::optional<Box3D> sharedBox(const Sequence& sequence)
     {
         try
         {
-            const Box3D box = boxAround(readParticleFile(sequence.filesOf(frame).input).positions);
+            const Box3D box = boxAround(formats::readParticleFile(sequence.filesOf(frame).input).positions);
             whole.extend(box.min);
             whole.extend(box.max);
         }

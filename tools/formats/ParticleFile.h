@@ -5,7 +5,7 @@
 #include <tavrix/foundation/Array.h>
 #include <tavrix/foundation/Vector3.h>
 
-namespace tavrix::tool
+namespace tavrix::formats
 {
 
 /// What a particle file holds of use: finite positions with their velocities (zero where they are not
@@ -20,4 +20,4 @@ struct ParticleFile
 /// no particle with a finite position.
 ParticleFile readParticleFile(const std::string& path);
 
-}  // namespace tavrix::tool
+}  // namespace tavrix::formats

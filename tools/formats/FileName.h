@@ -3,7 +3,7 @@
 #include <filesystem>
 #include <string>
 
-namespace tavrix::tool
+namespace tavrix::formats
 {
 
 /// The part of a file's name behind its last dot, in small letters; empty when there is none.
@@ -19,4 +19,4 @@ bool isStandardOutput(const std::string& path);
 /// Whether both names lead to one file that exists, whatever way.
 bool isSameFile(const std::string& a, const std::string& b);
 
-}  // namespace tavrix::tool
+}  // namespace tavrix::formats

@@ -1,9 +1,7 @@
-#include "files/MeshFile.h"
+#include "formats/MeshFile.h"
 
 #include <algorithm>
 #include <array>
-#include <cstdio>
-#include <filesystem>
 #include <string_view>
 
 #include <tavrix/mesh/MeshRepair.h>
@@ -13,18 +11,16 @@
 #include <tavrix/meshio/MeshSTLFileParser.h>
 #include <tavrix/platform/FileBufferIn.h>
 
-#include "files/FileName.h"
-#include "files/OutputFile.h"
-#include "run/Failure.h"
+#include "formats/Failure.h"
+#include "formats/FileKind.h"
+#include "formats/FileName.h"
+#include "formats/OutputFile.h"
 
-namespace tavrix::tool
+namespace tavrix::formats
 {
 
 namespace
 {
-
-constexpr uint32 particleMagic = 0x00FABADA;
-constexpr uint32 meshMagic = 0xDADADADA;
 
 template <class Parser>
 Parser& parser()
@@ -35,18 +31,6 @@ Parser& parser()
 [[noreturn]] void refuseUnopened(const std::string& path)
 {
     throw Failure(path + ": cannot be opened; does it exist, and may it be read?");
-}
-
-/// The first four bytes of a file as a little-endian number; 0 for a shorter one.
-uint32 magicOf(const std::string& path)
-{
-    std::error_code ignored;
-    if (std::filesystem::is_directory(pathOf(path), ignored))
-        throw Failure(path + ": is a folder; name a file in it");
-    FileBufferIn file;
-    if (file.open(TX_String(path), "rb", 16) != FileStatus::ok) refuseUnopened(path);
-    uint32 magic = 0;
-    return file.readUInt(&magic) == 1 ? magic : 0;
 }
 
 void refuseFailedRead(const std::string& path, int result)
@@ -126,15 +110,15 @@ int readAs(FileKind kind, const std::string& path, ArrayOfPtr<Mesh>& meshes)
 {
     switch (kind)
     {
-        case FileKind::ObjMesh:
+        case FileKind::Obj:
             return parser<Mesh_OBJ_FileParser>().read(TX_String(path), meshes);
-        case FileKind::BinMesh:
+        case FileKind::MeshBin:
             return readBin(path, meshes);
-        case FileKind::StlMesh:
+        case FileKind::Stl:
             return readStl(path, meshes);
-        case FileKind::AseMesh:
+        case FileKind::Ase:
             return parser<MeshImporter>().read_ASE(TX_String(path), meshes);
-        case FileKind::Particles:
+        default:
             break;
     }
     throw Failure(path + ": holds particles, not a mesh; make one with tavrix surface");
@@ -175,21 +159,6 @@ int writeStl(const TX_String& path, const ArrayOfPtr<Mesh>& meshes, bool ascii)
 
 }  // namespace
 
-FileKind kindOfFile(const std::string& path)
-{
-    const uint32 magic = magicOf(path);
-    if (magic == particleMagic) return FileKind::Particles;
-    if (magic == meshMagic) return FileKind::BinMesh;
-    const std::string extension = extensionOf(path);
-    if (extension == "obj") return FileKind::ObjMesh;
-    if (extension == "stl") return FileKind::StlMesh;
-    if (extension == "ase") return FileKind::AseMesh;
-    if (extension == "bin")
-        throw Failure(path +
-                      ": is neither a particle nor a mesh BIN file; export it in one of these formats");
-    throw Failure(path + ": is of no known kind; give a .bin, .obj, .stl or .ase file");
-}
-
 bool isBinaryStl(const std::string& path)
 {
     MeshSTLFileParser::Encoding encoding = MeshSTLFileParser::Encoding::ascii;
@@ -205,40 +174,8 @@ MeshFile readMeshes(const std::string& path)
     uint32 faces = 0;
     for (const Mesh* mesh : file.meshes) faces += mesh->getFacesSize();
     if (faces == 0) throw Failure(path + ": holds no faces; give a file that does");
-    if (kind == FileKind::BinMesh) file.leftOut = statedFaces(path) - faces;
+    if (kind == FileKind::MeshBin) file.leftOut = statedFaces(path) - faces;
     return file;
-}
-
-void tellLeftOut(const std::string& path, const MeshFile& file)
-{
-    if (file.leftOut > 0)
-        std::fprintf(stderr, "tavrix: %s: %u faces name vertices that are not there and are left out\n",
-                     path.c_str(), file.leftOut);
-}
-
-MeshCounts countsOf(const ArrayOfPtr<Mesh>& meshes)
-{
-    MeshCounts counts{0, 0};
-    for (const Mesh* mesh : meshes)
-    {
-        counts.vertices += mesh->getPosSize();
-        counts.faces += mesh->getFacesSize();
-    }
-    return counts;
-}
-
-std::string partText(const PartCounts& counts)
-{
-    std::string text = std::to_string(counts.parts) + (counts.parts == 1 ? " part" : " parts");
-    if (counts.cavities > 0)
-        text += ", " + std::to_string(counts.cavities) + (counts.cavities == 1 ? " cavity" : " cavities");
-    return text;
-}
-
-void tellWritten(const std::string& path, const ArrayOfPtr<Mesh>& meshes)
-{
-    const MeshCounts counts = countsOf(meshes);
-    std::printf("mesh       %u vertices, %u faces -> %s\n", counts.vertices, counts.faces, path.c_str());
 }
 
 bool holdsNormals(const std::string& path)
@@ -259,4 +196,4 @@ void writeMeshes(const std::string& path, const ArrayOfPtr<Mesh>& meshes, const 
     writeFileWhole(path, write);
 }
 
-}  // namespace tavrix::tool
+}  // namespace tavrix::formats

@@ -3,7 +3,7 @@
 #include <functional>
 #include <string>
 
-namespace tavrix::tool
+namespace tavrix::formats
 {
 
 /// Throws Failure when the folder of a file to be written does not exist: before long work, not after it.
@@ -16,4 +16,4 @@ void confirmFolder(const std::string& target);
 /// folder does not exist, the target is a folder, or writing fails; the file beside is removed then.
 void writeFileWhole(const std::string& target, const std::function<int(const std::string& path)>& write);
 
-}  // namespace tavrix::tool
+}  // namespace tavrix::formats

@@ -1,13 +1,13 @@
-#include "files/OutputFile.h"
+#include "formats/OutputFile.h"
 
 #include <filesystem>
 #include <fstream>
 #include <iostream>
 
-#include "files/FileName.h"
-#include "run/Failure.h"
+#include "formats/Failure.h"
+#include "formats/FileName.h"
 
-namespace tavrix::tool
+namespace tavrix::formats
 {
 
 namespace fs = std::filesystem;
@@ -83,4 +83,4 @@ void writeFileWhole(const std::string& target, const std::function<int(const std
     }
 }
 
-}  // namespace tavrix::tool
+}  // namespace tavrix::formats

@@ -1,8 +1,8 @@
-#include "files/FileName.h"
+#include "formats/FileName.h"
 
 #include <system_error>
 
-namespace tavrix::tool
+namespace tavrix::formats
 {
 
 std::string extensionOf(const std::string& path)
@@ -31,4 +31,4 @@ bool isSameFile(const std::string& a, const std::string& b)
     return std::filesystem::equivalent(pathOf(a), pathOf(b), error);
 }
 
-}  // namespace tavrix::tool
+}  // namespace tavrix::formats

@@ -1,4 +1,4 @@
-#include "files/ParticleFile.h"
+#include "formats/ParticleFile.h"
 
 #include <filesystem>
 #include <optional>
@@ -6,10 +6,10 @@
 #include <tavrix/particles/ParticleSystem_v3.h>
 #include <tavrix/platform/FileBufferIn.h>
 
-#include "files/FileName.h"
-#include "run/Failure.h"
+#include "formats/Failure.h"
+#include "formats/FileName.h"
 
-namespace tavrix::tool
+namespace tavrix::formats
 {
 
 namespace
@@ -72,4 +72,4 @@ ParticleFile readParticleFile(const std::string& path)
     return file;
 }
 
-}  // namespace tavrix::tool
+}  // namespace tavrix::formats

@@ -4,23 +4,9 @@
 
 #include <tavrix/foundation/ArrayOfPtr.h>
 #include <tavrix/mesh/Mesh.h>
-#include <tavrix/mesh/MeshCavities.h>
 
-namespace tavrix::tool
+namespace tavrix::formats
 {
-
-enum class FileKind
-{
-    Particles,
-    BinMesh,
-    ObjMesh,
-    StlMesh,
-    AseMesh
-};
-
-/// What kind of file this is: what its first bytes say, else its extension, in capitals or not. Throws
-/// Failure when it cannot be opened or is of no known kind.
-FileKind kindOfFile(const std::string& path);
 
 /// Whether an STL file is binary, as its size tells, or, should it be cut off, zero bytes near its start:
 /// many binary files claim in their headers to be ASCII.
@@ -40,23 +26,6 @@ struct MeshFile
 /// face.
 MeshFile readMeshes(const std::string& path);
 
-/// Prints on standard error that faces were left out, if there were such.
-void tellLeftOut(const std::string& path, const MeshFile& file);
-
-struct MeshCounts
-{
-    uint32 vertices, faces;
-};
-
-/// The sums over all meshes.
-MeshCounts countsOf(const ArrayOfPtr<Mesh>& meshes);
-
-/// "3 parts, 2 cavities"; cavities only where there are some.
-std::string partText(const PartCounts& counts);
-
-/// Prints how much went into a file.
-void tellWritten(const std::string& path, const ArrayOfPtr<Mesh>& meshes);
-
 /// Whether vertex normals go into a file of that name; those of STL files are the writer's, and BIN files
 /// hold none.
 bool holdsNormals(const std::string& path);
@@ -72,4 +41,4 @@ struct MeshWriteOptions
 /// Failure.
 void writeMeshes(const std::string& path, const ArrayOfPtr<Mesh>& meshes, const MeshWriteOptions& options);
 
-}  // namespace tavrix::tool
+}  // namespace tavrix::formats

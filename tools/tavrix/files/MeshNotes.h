@@ -1,0 +1,31 @@
+#pragma once
+
+#include <string>
+
+#include <tavrix/foundation/ArrayOfPtr.h>
+#include <tavrix/mesh/Mesh.h>
+#include <tavrix/mesh/MeshCavities.h>
+
+#include "formats/MeshFile.h"
+
+namespace tavrix::tool
+{
+
+/// Prints on standard error that faces were left out, if there were such.
+void tellLeftOut(const std::string& path, const formats::MeshFile& file);
+
+struct MeshCounts
+{
+    uint32 vertices, faces;
+};
+
+/// The sums over all meshes.
+MeshCounts countsOf(const ArrayOfPtr<Mesh>& meshes);
+
+/// "3 parts, 2 cavities"; cavities only where there are some.
+std::string partText(const PartCounts& counts);
+
+/// Prints how much went into a file.
+void tellWritten(const std::string& path, const ArrayOfPtr<Mesh>& meshes);
+
+}  // namespace tavrix::tool
