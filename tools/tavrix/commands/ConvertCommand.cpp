@@ -9,7 +9,11 @@
 #include "arguments/Validators.h"
 #include "commands/MeshWeld.h"
 #include "files/MeshNotes.h"
+#include "formats/FileKind.h"
 #include "formats/MeshFile.h"
+#include "run/Progress.h"
+#include "run/Text.h"
+#include "sequence/FrameByFrame.h"
 
 namespace tavrix::tool
 {
@@ -17,26 +21,36 @@ namespace tavrix::tool
 namespace
 {
 
-struct Options
+struct Options : RunOptions
 {
     std::string input, output;
     std::optional<double> weld;
     bool ascii = false;
-    bool quiet = false;
+
+    std::vector<std::string*> inputs() { return {&input}; }
+    std::vector<std::string*> outputs() { return {&output}; }
 };
 
-void runConvert(const Options& options)
+std::string convertOne(const Options& options)
 {
+    Progress progress(2, options.quiet, options.label);
+    progress.begin("read");
     formats::MeshFile file = formats::readMeshes(options.input);
     SheetSeparation separated;
     if (options.weld)
         separated =
             weldMeshes(file.meshes, {{*options.weld}}, formats::holdsNormals(options.output), options.input);
+    progress.begin("write");
     formats::writeMeshes(options.output, file.meshes, {options.ascii});
-    if (options.quiet) return;
+    progress.end();
+    if (options.isFrame)
+        return formatted("%u faces ", countsOf(file.meshes).faces) +
+               writtenText(filesOf(options), progress.totalSeconds());
+    if (options.quiet) return {};
     tellLeftOut(options.input, file);
     tellSeparated(separated);
     tellWritten(options.output, file.meshes);
+    return {};
 }
 
 }  // namespace
@@ -45,15 +59,18 @@ void addConvertCommand(CLI::App& app, Command& command)
 {
     const auto options = std::make_shared<Options>();
     CLI::App* convert = app.add_subcommand("convert", "Write a mesh file in another format");
-    convert->add_option("IN", options->input, "Mesh file to read (.obj, .stl, .bin or .ase)")
+    convert->add_option("IN", options->input, meshFileText())
         ->required()
+        ->check(anyFile(formats::meshExtensions()))
         ->option_text(" ");
     convert
         ->add_option("OUT", options->output,
-                     "Mesh file to write; its extension (.obj, .stl or .bin) is the format")
+                     "Mesh file to write, whose extension (" + nameList(formats::writableExtensions(), ".") +
+                         ") is the format; or a folder: the file is then named as the input")
         ->required()
-        ->check(outputWithExtension({"obj", "stl", "bin"}))
+        ->check(outputWithExtension(formats::writableExtensions(), true))
         ->option_text(" ");
+    addFormat(*convert);
     convert
         ->add_option(
             "--weld", options->weld,
@@ -63,6 +80,7 @@ void addConvertCommand(CLI::App& app, Command& command)
         ->option_text("NUMBER");
     addAscii(*convert, options->ascii);
     addQuiet(*convert, options->quiet);
+    addSequence(*convert, options->sequence);
     convert->footer(
         "What the format can hold is carried over: OBJ holds groups, normals and texture\n"
         "coordinates, BIN texture coordinates and velocities, STL triangles alone. BIN and\n"
@@ -73,10 +91,15 @@ void addConvertCommand(CLI::App& app, Command& command)
         "  tavrix convert part.stl part.obj --weld 0\n"
         "  tavrix convert water.obj water.stl --ascii");
     convert->callback(
-        [options, &command]
+        [convert, options, &command]
         {
+            nameInFolder(*convert, options->input, options->output, options->folder);
+            options->settings = settingsText(*convert);
+            checkFrames(*convert, filesOf(*options));
+            refuseFormatOptions(*convert, options->output);
             options->quiet |= formats::isStandardOutput(options->output);
-            command = {[options] { return runConvert(*options), 0; }, options->input, options->output};
+            command = {[options] { return runFrameByFrame(*options, settleNothing, convertOne); },
+                       options->input, options->output};
         });
 }
 

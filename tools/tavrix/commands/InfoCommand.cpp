@@ -7,6 +7,8 @@
 #include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
 
+#include "arguments/SharedArguments.h"
+#include "arguments/Validators.h"
 #include "files/FileInfo.h"
 #include "run/Failure.h"
 #include "run/Text.h"
@@ -253,8 +255,9 @@ void addInfoCommand(CLI::App& app, Command& command)
 {
     const auto options = std::make_shared<Options>();
     CLI::App* info = app.add_subcommand("info", "Tell what particle and mesh files hold");
-    info->add_option("FILE", options->inputs, "Particle (.bin) or mesh files (.obj, .stl, .bin, .ase)")
+    info->add_option("FILE", options->inputs, anyFileText())
         ->required()
+        ->check(anyFile(inputExtensions()))
         ->option_text("...");
     info->add_flag("--json", options->json, "Print an array of objects, one a file, for other programs");
     info->footer(
