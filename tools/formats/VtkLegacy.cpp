@@ -90,13 +90,19 @@ private:
             refuse("is a VTK file that is neither ASCII nor BINARY");
     }
 
-    /// A count: no more than the rest of the file could hold, with so many bits for each.
-    std::size_t count(std::size_t bits = 1)
+    std::size_t stated()
     {
         uint64 value = 0;
         if (!_text.number(value)) refuse("is a damaged VTK file: a count is missing");
-        if (value > uint64{_text.remaining()} * 8 / bits + 8) refuseCut();
         return static_cast<std::size_t>(value);
+    }
+
+    /// A count of what takes a bit at least: no more than the rest of the file could hold.
+    std::size_t count()
+    {
+        const std::size_t value = stated();
+        if (value / 8 > _text.remaining()) refuseCut();
+        return value;
     }
 
     /// False when nothing that follows is wanted.
@@ -231,7 +237,7 @@ private:
     bool enterPointData()
     {
         _scope = Scope::Points;
-        _values = count();
+        _values = stated();
         return _wish != VtkWish::Outline;
     }
 
