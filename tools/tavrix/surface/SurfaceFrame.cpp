@@ -135,7 +135,8 @@ FrameReport runFrame(const SurfaceOptions& options, Progress& progress)
     settings.threadCount = threadsFor(options.surface.threadCount, options);
     settings.memory = grantedMemory(options);
     std::vector<ParticleAttribute> attributes;
-    if (holdsVelocities(options.output)) attributes.push_back({"Velocity", &particles.velocities});
+    if (holdsVelocities(options.output) && !particles.velocities.empty())
+        attributes.push_back({"Velocity", &particles.velocities});
     ArrayOfPtr<Mesh> meshes;
     meshes.push_back(new Mesh);
     Mesh& mesh = *meshes[0];
