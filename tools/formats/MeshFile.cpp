@@ -178,6 +178,14 @@ MeshFile readMeshes(const std::string& path)
     return file;
 }
 
+bool holdsAttributes(const std::string& path)
+{
+    const std::string extension = extensionOf(path);
+    return extension == "ply" || extension == "vtp" || extension == "glb";
+}
+
+bool holdsVelocities(const std::string& path) { return extensionOf(path) == "bin" || holdsAttributes(path); }
+
 bool holdsNormals(const std::string& path)
 {
     const std::string extension = extensionOf(path);

@@ -26,6 +26,12 @@ struct MeshFile
 /// face.
 MeshFile readMeshes(const std::string& path);
 
+/// Whether velocities, and whether attributes of any name, go into a file of that name.
+/// @{
+bool holdsVelocities(const std::string& path);
+bool holdsAttributes(const std::string& path);
+/// @}
+
 /// Whether vertex normals go into a file of that name; those of STL files are the writer's, and BIN files
 /// hold none.
 bool holdsNormals(const std::string& path);

@@ -7,6 +7,7 @@
 
 #include "arguments/SharedArguments.h"
 #include "arguments/Validators.h"
+#include "commands/MeshFinish.h"
 #include "commands/MeshWeld.h"
 #include "files/MeshNotes.h"
 #include "formats/FileKind.h"
@@ -25,6 +26,7 @@ struct Options : RunOptions
 {
     std::string input, output;
     std::optional<double> weld;
+    MeshFinish finish;
     bool ascii = false;
 
     std::vector<std::string*> inputs() { return {&input}; }
@@ -41,6 +43,7 @@ std::string convertOne(const Options& options)
         separated =
             weldMeshes(file.meshes, {{*options.weld}}, formats::holdsNormals(options.output), options.input);
     progress.begin("write");
+    finishMeshes(file.meshes, options.finish, options.output);
     formats::writeMeshes(options.output, file.meshes, {options.ascii});
     progress.end();
     if (options.isFrame)
@@ -79,6 +82,8 @@ void addConvertCommand(CLI::App& app, Command& command)
         ->check(weldTolerance)
         ->option_text("NUMBER");
     addAscii(*convert, options->ascii);
+    addUp(*convert, options->finish.up);
+    addMeshFinish(*convert, options->finish);
     addQuiet(*convert, options->quiet);
     addSequence(*convert, options->sequence);
     convert->footer(
@@ -97,6 +102,7 @@ void addConvertCommand(CLI::App& app, Command& command)
             options->settings = settingsText(*convert);
             checkFrames(*convert, filesOf(*options));
             refuseFormatOptions(*convert, options->output);
+            checkMeshFinish(*convert, options->output);
             options->quiet |= formats::isStandardOutput(options->output);
             command = {[options] { return runFrameByFrame(*options, settleNothing, convertOne); },
                        options->input, options->output};
