@@ -61,6 +61,7 @@
 #include <tavrix/mesh/MeshCavities.h>
 #include <tavrix/mesh/MeshRepair.h>
 #include <tavrix/mesh/MeshTopology.h>
+#include <tavrix/mesh/PolygonTriangulation.h>
 #include <tavrix/mesh/SheetSeparation.h>
 
 #include <tavrix/meshproc/MeshDecimation.h>
