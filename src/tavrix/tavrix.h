@@ -107,7 +107,9 @@
 #include <tavrix/meshio/Mesh_OBJ_FileParser.h>
 #include <tavrix/meshio/MeshFileParser.h>
 #include <tavrix/meshio/MeshImporter.h>
+#include <tavrix/meshio/MeshReadingReport.h>
 #include <tavrix/meshio/MeshSTLFileParser.h>
+#include <tavrix/meshio/ObjNumbers.h>
 #include <tavrix/meshio/ObjReadingMode.h>
 
 #include <tavrix/reconstruction/ReconstructionSettings.h>

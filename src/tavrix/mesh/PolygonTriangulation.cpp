@@ -59,6 +59,21 @@ std::vector<Vector2D> projected(std::span<const Vector3D> corners)
     return points;
 }
 
+/// Whether the corners are clearly a fan, wherever they lie: a look at most polygons that costs little.
+bool isPlainFan(std::span<const Vector3D> corners)
+{
+    // far above rounding
+    constexpr double least = 1e-9;
+    const auto across = [&](std::size_t i, std::size_t j)
+    { return cross(corners[i] - corners[0], corners[j] - corners[0]); };
+    const Vector3D first = across(1, 2);
+    const double area = dot(first, first);
+    for (std::size_t i = 3; i < corners.size(); ++i)
+        if (!(dot(across(i - 1, i), first) > least * area && dot(across(1, i), first) > least * area))
+            return false;
+    return area > 0;
+}
+
 /// Whether the first corner sees all others one after another, within half a turn.
 bool isFan(const std::vector<Vector2D>& points)
 {
@@ -82,7 +97,7 @@ void triangulatePolygon(std::span<const Vector3D> corners, Array<Index3>& triang
     triangles.clear();
     const uint32 count = Array<Index3>::checkedSize(corners.size());
     if (count < 3) return;
-    if (count == 3) return addFan(count, triangles);
+    if (count == 3 || isPlainFan(corners)) return addFan(count, triangles);
     const std::vector<Vector2D> points = projected(corners);
     if (points.empty() || isFan(points)) return addFan(count, triangles);
     triangles.reserve(std::max(triangles.capacity(), count - 2));
