@@ -117,11 +117,11 @@ TEST(SolidSurface, SaysWhyThereIsNoMesh)
     int polls = 0;
     const auto run = [&](const ProgressCallback& progress)
     { return reshapeSolid(solid, mesh, {.spacing = 0.2, .shell = 0.3, .threadCount = 2}, progress).status; };
-    ASSERT_EQ(run([&](const char*) { return ++polls > 0; }), SolidStatus::Done);
+    ASSERT_EQ(run([&](const char*, double) { return ++polls > 0; }), SolidStatus::Done);
     for (int n = 0; n < polls; n += 1 + n / 10)
     {
         int left = n;
-        EXPECT_EQ(run([&](const char*) { return left-- > 0; }), SolidStatus::Stopped) << n;
+        EXPECT_EQ(run([&](const char*, double) { return left-- > 0; }), SolidStatus::Stopped) << n;
     }
 }
 

@@ -33,6 +33,10 @@ TEST(SurfaceReconstruction, MakesAClosedSurfaceThatFacesOutwards)
     EXPECT_NEAR(*settledFor({}, positions).radius, 0.05, 0.005);
     Array<Vector3F> velocities(positions.size(), Vector3F{1, 2, 3});
     velocities[0] = {9e9f, 0, 0};  // of a particle that is left out
+    Array<float> heights(positions.size());
+    for (uint32 n = 0; n < heights.size(); ++n) heights[n] = positions[n].y;
+    const std::vector<ParticleAttribute> attributes{
+        {"Velocity", &velocities}, {"Height", &heights}, {"Place", &positions}};
     for (const auto kernel : {SurfaceKernel::Metaball, SurfaceKernel::Distance, SurfaceKernel::Anisotropic})
     {
         const bool areBalls = kernel == SurfaceKernel::Distance;  // which leave gaps unless they overlap
@@ -46,16 +50,19 @@ TEST(SurfaceReconstruction, MakesAClosedSurfaceThatFacesOutwards)
         {
             settings.threadCount = threads;
             Mesh mesh;
-            std::string stages;
-            const auto tell = [&, last = std::string()](const char* stage) mutable
+            std::string stages, last;
+            double before = 0, most = 0;
+            const auto tell = [&](const char* stage, double done)
             {
-                if (stage != last) stages += std::string(last = stage) + " ";
+                if (stage != last) stages += std::string(last = stage) + " ", before = 0;
+                EXPECT_TRUE(done >= before && done <= 1) << stage;
+                most = std::max(most, before = done);
                 return true;
             };
-            const auto report = reconstructSurface(positions, mesh, settings,
-                                                   {{"Velocity", velocities}, {"Place", positions}}, tell);
+            const auto report = reconstructSurface(positions, mesh, settings, attributes, tell);
             ASSERT_EQ(report.status, Status::Done);
             EXPECT_EQ(stages, "field surface smooth normals attributes ");
+            EXPECT_GT(most, 0.9);
             EXPECT_EQ(report.leftOut, (Array<uint32>{0, positions.size() - 1}));
             EXPECT_EQ(report.infinite, 1u);
             EXPECT_FALSE(report.radiusIsEstimated);
@@ -70,7 +77,9 @@ TEST(SurfaceReconstruction, MakesAClosedSurfaceThatFacesOutwards)
                 const auto p = convert<float>(mesh.pos()[n]);
                 EXPECT_GT(dot(p, mesh.nor()[n]), 0.0f) << "inwards";
                 EXPECT_LT(length((*mesh.findArray<Vector3F>("Velocity"))[n] - Vector3F{1, 2, 3}), 1e-5f);
-                EXPECT_LT(length((*mesh.findArray<Vector3F>("Place"))[n] - p), 0.2f) << "linear in space";
+                const Vector3F place = (*mesh.findArray<Vector3F>("Place"))[n];
+                EXPECT_LT(length(place - p), 0.2f) << "linear in space";
+                EXPECT_EQ((*mesh.findArray<float>("Height"))[n], place.y);
             }
             if (threads == 1) first = mesh;
             EXPECT_EQ(mesh.pos(), first.pos());
@@ -185,7 +194,7 @@ TEST(SurfaceReconstruction, FillsCavities)
     filling.fillCavities = true;
     Mesh hollow, filled;
     ASSERT_EQ(reconstructSurface(shell, hollow, settings).status, Status::Done);
-    const auto report = reconstructSurface(shell, filled, filling, {{"Place", shell}});
+    const auto report = reconstructSurface(shell, filled, filling, {{"Place", &shell}});
     EXPECT_EQ(countPartsAndCavities(hollow).cavities, report.counts.cavities);
     EXPECT_GT(report.counts.cavities, 0u);
     EXPECT_EQ(report.counts.parts, countParts(filled));
@@ -203,7 +212,7 @@ TEST(SurfaceReconstruction, AFarSceneChangesNothing)
         const ReconstructionSettings settings{
             .kernel = kernel, .radius = 0.07, .leastNeighbours = 2, .smoothing = 2, .threadCount = 2};
         Mesh alone;
-        ASSERT_EQ(reconstructSurface(positions, alone, settings, {{"Place", positions}}).status,
+        ASSERT_EQ(reconstructSurface(positions, alone, settings, {{"Place", &positions}}).status,
                   Status::Done);
         for (const float far : {50.0f, 2e5f, 6e7f})
         {
@@ -211,7 +220,7 @@ TEST(SurfaceReconstruction, AFarSceneChangesNothing)
             for (uint32 n = 0; n < 30; ++n)
                 both.push_back({far + 0.05f * static_cast<float>(n % 3), far, -far});
             Mesh mesh;
-            ASSERT_EQ(reconstructSurface(both, mesh, settings, {{"Place", both}}).status, Status::Done);
+            ASSERT_EQ(reconstructSurface(both, mesh, settings, {{"Place", &both}}).status, Status::Done);
             ASSERT_GT(mesh.getPosSize(), alone.getPosSize());
             const auto beginsWith = [](const auto& all, const auto& first)
             { return std::equal(first.begin(), first.end(), all.begin()); };
@@ -262,16 +271,16 @@ TEST(SurfaceReconstruction, EveryPollCanStop)
     {
         Mesh mesh;
         const auto status =
-            reconstructSurface(positions, mesh, settings, {{"P", positions}}, progress).status;
+            reconstructSurface(positions, mesh, settings, {{"P", &positions}}, progress).status;
         EXPECT_EQ(mesh.isEmpty(), status != Status::Done);
         return status;
     };
-    ASSERT_EQ(run([&](const char*) { return ++polls > 0; }), Status::Done);
+    ASSERT_EQ(run([&](const char*, double) { return ++polls > 0; }), Status::Done);
     for (int n = 0; n < polls; n += 1 + n / 20)
     {
         int left = n;
-        EXPECT_EQ(run([&](const char*) { return left-- > 0; }), Status::Stopped) << n;
+        EXPECT_EQ(run([&](const char*, double) { return left-- > 0; }), Status::Stopped) << n;
     }
-    EXPECT_THROW(run([](const char*) -> bool { throw std::string("of the host"); }), std::string);
+    EXPECT_THROW(run([](const char*, double) -> bool { throw std::string("of the host"); }), std::string);
     EXPECT_EQ(ProgressScope::poll(), 0);
 }

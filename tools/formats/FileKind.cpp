@@ -1,12 +1,10 @@
 #include "formats/FileKind.h"
 
 #include <algorithm>
-#include <filesystem>
 #include <optional>
 #include <string_view>
 
-#include <tavrix/platform/FileBufferIn.h>
-
+#include "formats/Bytes.h"
 #include "formats/Failure.h"
 #include "formats/FileName.h"
 
@@ -32,6 +30,14 @@ const std::vector<KindTraits>& table()
         {FileKind::Obj, "OBJ", false, true, {"obj"}},
         {FileKind::Stl, "STL", false, true, {"stl"}},
         {FileKind::Ase, "ASE", false, true, {"ase"}},
+        {FileKind::Ply, "PLY", true, true, {"ply"}},
+        {FileKind::VtkLegacy, "legacy VTK", true, true, {"vtk"}},
+        {FileKind::VtkXml, "VTK XML", true, true, {"vtu", "vtp", "vts"}},
+        {FileKind::Bgeo, "BGEO", true, false, {"bgeo"}},
+        {FileKind::Xyz, "XYZ", true, false, {"xyz", "txt"}},
+        {FileKind::Csv, "CSV", true, false, {"csv", "tsv"}},
+        {FileKind::Npy, "NPY", true, false, {"npy"}},
+        {FileKind::Json, "JSON", true, false, {"json"}},
     };
     return kinds;
 }
@@ -42,26 +48,36 @@ const KindTraits& traitsOf(FileKind kind)
                          [&](const KindTraits& traits) { return traits.kind == kind; });
 }
 
-/// The first bytes of a file, as many as there are.
-std::string headOf(const std::string& path)
-{
-    std::error_code ignored;
-    if (std::filesystem::is_directory(pathOf(path), ignored))
-        throw Failure(path + ": is a folder; name a file in it");
-    FileBufferIn file;
-    if (file.open(TX_String(path), "rb", 512) != FileStatus::ok)
-        throw Failure(path + ": cannot be opened; does it exist, and may it be read?");
-    std::string bytes(512, '\0');
-    bytes.resize(file.readBuffer(bytes.data(), bytes.size()));
-    return bytes;
-}
-
 std::optional<FileKind> kindOfContent(std::string_view head)
 {
     using namespace std::string_view_literals;
     if (head.starts_with("\xDA\xBA\xFA\0"sv)) return FileKind::ParticleBin;
     if (head.starts_with("\xDA\xDA\xDA\xDA"sv)) return FileKind::MeshBin;
+    if (head.starts_with("ply\n"sv) || head.starts_with("ply\r"sv)) return FileKind::Ply;
+    if (head.starts_with("# vtk DataFile"sv)) return FileKind::VtkLegacy;
+    if (head.find("<VTKFile"sv) != head.npos) return FileKind::VtkXml;
+    if (head.starts_with("BgeoV"sv) || head.starts_with("\x7FNSJb"sv)) return FileKind::Bgeo;
+    if (head.starts_with("\x93NUMPY"sv)) return FileKind::Npy;
+    if (head.substr(std::min(head.find_first_not_of(" \t\r\n"), head.size())).starts_with('['))
+        return FileKind::Json;
     return std::nullopt;
+}
+
+/// What text without a name is taken for: an object of JSON, or a table, which needs no more to be known.
+FileKind kindOfText(std::string_view head)
+{
+    const std::size_t first = head.find_first_not_of(" \t\r\n");
+    if (first != head.npos && head[first] == '{') return FileKind::Json;
+    if (first == head.npos || head.find('\0') != head.npos)
+        throw Failure("-: is of no known kind; give particles, as a .bin, .vtk or .csv file has them");
+    return head.find_first_of(",;\t") != head.npos ? FileKind::Csv : FileKind::Xyz;
+}
+
+/// The extension, of water.csv.gz csv.
+std::string extensionBeforeGzip(const std::string& path)
+{
+    const std::string extension = extensionOf(path);
+    return extension == "gz" ? extensionOf(path.substr(0, path.size() - 3)) : extension;
 }
 
 std::vector<std::string> extensionsOf(bool KindTraits::*holds)
@@ -100,14 +116,17 @@ const std::vector<std::string>& writableExtensions()
 
 FileKind kindOfFile(const std::string& path)
 {
-    if (const std::optional<FileKind> kind = kindOfContent(headOf(path))) return *kind;
-    const std::string extension = extensionOf(path);
+    const std::string head = readHead(path, 512);
+    if (const std::optional<FileKind> kind = kindOfContent(head)) return *kind;
+    if (isStandardInput(path)) return kindOfText(head);
+    const std::string extension = extensionBeforeGzip(path);
     for (const KindTraits& traits : table())
         if (std::count(traits.extensions.begin(), traits.extensions.end(), extension) > 0) return traits.kind;
     if (extension == "bin")
         throw Failure(path +
                       ": is neither a particle nor a mesh BIN file; export it in one of these formats");
-    throw Failure(path + ": is of no known kind; give a .bin, .obj, .stl or .ase file");
+    throw Failure(
+        path + ": is of no known kind; give a .bin, .obj, .stl, .ply or .vtk file, or another that is known");
 }
 
 }  // namespace tavrix::formats

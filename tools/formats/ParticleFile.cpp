@@ -1,19 +1,30 @@
 #include "formats/ParticleFile.h"
 
-#include <filesystem>
+#include <algorithm>
 #include <optional>
 
 #include <tavrix/particles/ParticleSystem_v3.h>
 #include <tavrix/platform/FileBufferIn.h>
 
+#include "formats/Bgeo.h"
+#include "formats/Bytes.h"
 #include "formats/Failure.h"
-#include "formats/FileName.h"
+#include "formats/FileKind.h"
+#include "formats/JsonPoints.h"
+#include "formats/Npy.h"
+#include "formats/Ply.h"
+#include "formats/TextTable.h"
+#include "formats/VtkLegacy.h"
+#include "formats/VtkXml.h"
+#include "formats/Xyz.h"
 
 namespace tavrix::formats
 {
 
 namespace
 {
+
+// BIN
 
 /// The particle count that the file's header states; nothing when the header is cut.
 std::optional<uint32> statedCount(const TX_String& path)
@@ -25,51 +36,113 @@ std::optional<uint32> statedCount(const TX_String& path)
     return file.readUInt(&count, 1) == 1 ? std::optional(count) : std::nullopt;
 }
 
-void refuseCut(const std::string& path, uint32 read)
+void refuseCut(const std::string& path, const PlainFile& file, uint32 read)
 {
-    const std::optional<uint32> stated = statedCount(TX_String(path));
+    const std::optional<uint32> stated = statedCount(TX_String(file.path()));
     if (read == 0 && !stated) throw Failure(path + ": is cut off in its header; write or copy it again");
     if (read < stated.value_or(0))
         throw Failure(path + ": is cut off, it holds " + std::to_string(read) + " of " +
                       std::to_string(*stated) + " particles; write or copy it again");
-    if (read == 0) throw Failure(path + ": holds no particles; give a file that does");
 }
 
-/// The particles with a finite position.
-ParticleFile usable(const ParticleSystem_v3& particles)
+PointData readBin(const std::string& path)
 {
-    const Array<Vector3F>& positions = particles.getArrPosition();
-    ParticleFile file{{}, {}, 0};
-    file.positions.reserve(positions.size());
-    file.velocities.reserve(positions.size());
-    for (uint32 n = 0; n < positions.size(); ++n)
+    const PlainFile file(path);
+    ParticleSystem_v3 particles;
+    const int read = particles.load_BIN(TX_String(file.path()));
+    if (read < 0) throw Failure(path + ": cannot be read; look for what is wrong with the disk");
+    refuseCut(path, file, static_cast<uint32>(read));
+    PointData data{particles.getArrPosition(), {}};
+    Array<float> ids(static_cast<uint32>(read));
+    std::transform(particles.getArrId().begin(), particles.getArrId().end(), ids.begin(),
+                   [](int64 id) { return static_cast<float>(id); });
+    Array<Vector3F> velocities = particles.getArrVelocity();
+    for (Vector3F& velocity : velocities)
+        if (!isFinite(velocity)) velocity = {0, 0, 0};
+    data.attributes.push_back({"velocity", std::move(velocities)});
+    data.attributes.push_back({"id", std::move(ids)});
+    return data;
+}
+
+// All others
+
+PointTable readTable(FileKind kind, const std::string& path)
+{
+    const Bytes bytes = readBytes(path);
+    switch (kind)
     {
-        if (!isFinite(positions[n])) continue;
-        const Vector3F& velocity = particles.getArrVelocity()[n];
-        file.positions.push_back(positions[n]);
-        file.velocities.push_back(isFinite(velocity) ? velocity : Vector3F{0, 0, 0});
+        case FileKind::Ply:
+            return readPly(bytes, path, false).points;
+        case FileKind::VtkLegacy:
+            return readVtkLegacy(bytes, path, VtkWish::Points).points;
+        case FileKind::Bgeo:
+            return readBgeo(bytes, path);
+        case FileKind::Xyz:
+            return readXyz(bytes, path);
+        case FileKind::Csv:
+            return readTextTable(bytes, path);
+        case FileKind::Npy:
+            return readNpy(bytes, path);
+        case FileKind::Json:
+            return readJsonPoints(bytes, path);
+        default:
+            break;
     }
-    file.leftOut = positions.size() - file.positions.size();
-    return file;
+    throw Failure(path + ": is a mesh, not particles; give particles, a .bin or .vtk file for example");
+}
+
+PointData decodeNamed(PointTable table, const std::string& path)
+{
+    gatherVectors(table);
+    if (table.positions.components.empty())
+        throw Failure(path + ": does not say where its particles are; name their coordinates x, y and z");
+    return decode(table);
+}
+
+PointData readPoints(FileKind kind, const std::string& path)
+{
+    if (kind == FileKind::ParticleBin) return readBin(path);
+    if (kind != FileKind::VtkXml) return decodeNamed(readTable(kind, path), path);
+    PointData all;
+    for (VtkPiece& piece : readVtkXml(readBytes(path), path, VtkWish::Points))
+        append(all, decodeNamed(std::move(piece.points), path));
+    return all;
+}
+
+/// Keeps the values of those points that are kept.
+template <class T>
+void keep(Array<T>& values, const Array<uint32>& kept)
+{
+    for (uint32 n = 0; n < kept.size(); ++n) values[n] = values[kept[n]];
+    values.resize(kept.size());
+}
+
+/// Takes the points without a finite position out of everything, and returns how many they were.
+uint32 dropInfinite(PointData& data)
+{
+    if (std::all_of(data.positions.begin(), data.positions.end(), isFinite<float>)) return 0;
+    const uint32 count = data.positions.size();
+    Array<uint32> kept;
+    for (uint32 n = 0; n < count; ++n)
+        if (isFinite(data.positions[n])) kept.push_back(n);
+    for (PointAttribute& attribute : data.attributes)
+        std::visit([&](auto& values) { keep(values, kept); }, attribute.values);
+    keep(data.positions, kept);
+    return count - kept.size();
 }
 
 }  // namespace
 
 ParticleFile readParticleFile(const std::string& path)
 {
-    std::error_code ignored;
-    if (std::filesystem::is_directory(pathOf(path), ignored))
-        throw Failure(path + ": is a folder; name a file in it");
-    ParticleSystem_v3 particles;
-    const int read = particles.load_BIN(TX_String(path));
-    if (read == -1) throw Failure(path + ": cannot be opened; does it exist, and may it be read?");
-    if (read < 0) throw Failure(path + ": is no particle BIN file; export the particles in that format");
-    refuseCut(path, static_cast<uint32>(read));
-
-    ParticleFile file = usable(particles);
-    if (file.positions.empty())
+    PointData data = readPoints(kindOfFile(path), path);
+    if (data.positions.empty()) throw Failure(path + ": holds no particles; give a file that does");
+    const uint32 leftOut = dropInfinite(data);
+    if (data.positions.empty())
         throw Failure(path + ": no particle has a finite position; look for what broke the simulation");
-    return file;
+    Array<Vector3F> velocities =
+        takeVectors(data.attributes, {"velocity", "velocities", "vel", "velo", "v", "u"});
+    return {std::move(data.positions), std::move(velocities), std::move(data.attributes), leftOut};
 }
 
 }  // namespace tavrix::formats

@@ -1,5 +1,7 @@
 #include <tavrix/foundation/ProgressCallback.h>
 
+#include <algorithm>
+
 namespace tavrix
 {
 
@@ -20,14 +22,20 @@ ProgressScope::~ProgressScope() { innermost = _outer; }
 bool ProgressScope::begin(const char* stage)
 {
     _stage = stage;
+    _done = 0;
     return poll() == 0;
+}
+
+void ProgressScope::tell(double done)
+{
+    if (innermost) innermost->_done = std::clamp(done, innermost->_done, 1.0);
 }
 
 int ProgressScope::poll()
 {
     if (!innermost) return 0;
     ProgressScope& scope = *innermost;
-    if (!scope._isStopped && scope._callback) scope._isStopped = !scope._callback(scope._stage);
+    if (!scope._isStopped && scope._callback) scope._isStopped = !scope._callback(scope._stage, scope._done);
     return scope._isStopped ? 1 : 0;
 }
 

@@ -8,9 +8,10 @@
 namespace tavrix
 {
 
-/// Told of the stage that long work is in, by its name, when it begins and then every few milliseconds,
-/// always on the caller's thread. False stops the work. May be empty.
-using ProgressCallback = std::function<bool(const char* stage)>;
+/// Told of the stage that long work is in, by its name, and which part of it is done (0 to 1, never less than
+/// before; 0 throughout where a stage does not know), when it begins and then every few milliseconds, always
+/// on the caller's thread. False stops the work. May be empty.
+using ProgressCallback = std::function<bool(const char* stage, double done)>;
 
 /// Lets operations that poll a plain CancelCallback poll a ProgressCallback: while the object lives, poll()
 /// on its thread asks the callback, of the innermost object if there are several. Exceptions of the callback
@@ -26,6 +27,9 @@ public:
 
     /// Begins a stage, whose name must outlive it; false when the work is to stop.
     bool begin(const char* stage);
+    /// For work that polls: the part of the innermost scope's stage that is done; what is less than before
+    /// changes nothing.
+    static void tell(double done);
     /// Whether the callback has asked to stop.
     bool isStopped() const { return _isStopped; }
 
@@ -36,6 +40,7 @@ private:
     const ProgressCallback& _callback;
     ProgressScope* _outer;
     const char* _stage = "";
+    double _done = 0;
     bool _isStopped = false;
 };
 

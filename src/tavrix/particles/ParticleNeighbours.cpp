@@ -159,6 +159,7 @@ Array<Vector3F> interpolateAtPlaces(const NeighbourGrid& grid, const Array<Vecto
             averages[placeGrid.order()[n]] = {average[0], average[1], average[2]};
         }
     };
+    const detail::LongStep step(polling, places.size());
     detail::forEachCell(placeGrid, threadCount, polling, averageInCell);
     return averages;
 }

@@ -23,9 +23,10 @@ using detail::BlockRoadEnd;
 using Status = ReconstructionStatus;
 
 /// The values without those of the numbers, which ascend.
-Array<Vector3F> without(const Array<Vector3F>& values, const Array<uint32>& numbers)
+template <class T>
+Array<T> without(const Array<T>& values, const Array<uint32>& numbers)
 {
-    Array<Vector3F> kept(values.size() - numbers.size());
+    Array<T> kept(values.size() - numbers.size());
     uint32 count = 0;
     for (uint32 n = 0, next = 0; n < values.size(); ++n)
         if (next < numbers.size() && numbers[next] == n)
@@ -279,16 +280,56 @@ private:
         const double reach = report.settings.reach();
         const uint32 threads = report.settings.threadCount;
         const NeighbourGrid grid(positions(), reach / 2, threads);
-        for (const ParticleAttribute& attribute : _attributes)
+        const auto interpolate = [&](const Array<Vector3F>& values)
         {
             const Array<Vector3F> kept =
-                report.leftOut.empty() ? Array<Vector3F>() : without(attribute.values, report.leftOut);
-            Array<Vector3F> values =
-                interpolateAtPlaces(grid, report.leftOut.empty() ? attribute.values : kept, mesh.refPos(),
-                                    reach, threads, ProgressScope::poll);
-            mesh.addArray<Vector3F>(TX_String(attribute.name)).swap(values);
+                report.leftOut.empty() ? Array<Vector3F>() : without(values, report.leftOut);
+            return interpolateAtPlaces(grid, report.leftOut.empty() ? values : kept, mesh.refPos(), reach,
+                                       threads, ProgressScope::poll);
+        };
+        std::vector<Scalar> scalars;
+        for (const ParticleAttribute& attribute : _attributes)
+        {
+            if (const auto* vectors = std::get_if<const Array<Vector3F>*>(&attribute.values))
+            {
+                Array<Vector3F> values = interpolate(**vectors);
+                mesh.addArray<Vector3F>(TX_String(attribute.name)).swap(values);
+            }
+            else
+                scalars.push_back({*std::get<const Array<float>*>(attribute.values),
+                                   mesh.addArray<float>(TX_String(attribute.name))});
         }
+        carryScalars(scalars, interpolate);
         return Status::Done;
+    }
+
+    struct Scalar
+    {
+        const Array<float>& values;
+        Array<float>& carried;
+    };
+
+    /// Three scalars at a time go as the axes of one vector.
+    template <class Interpolate>
+    void carryScalars(const std::vector<Scalar>& scalars, const Interpolate& interpolate)
+    {
+        for (std::size_t first = 0; first < scalars.size(); first += 3)
+        {
+            const auto count = static_cast<uint32>(std::min<std::size_t>(scalars.size() - first, 3));
+            Array<Vector3F> together(_all.size(), Vector3F{0, 0, 0});
+            for (uint32 k = 0; k < count; ++k)
+            {
+                const Array<float>& values = scalars[first + k].values;
+                for (uint32 n = 0; n < together.size(); ++n) together[n][k] = values[n];
+            }
+            const Array<Vector3F> carried = interpolate(together);
+            for (uint32 k = 0; k < count; ++k)
+            {
+                Array<float>& target = scalars[first + k].carried;
+                target.resize(carried.size());
+                for (uint32 n = 0; n < carried.size(); ++n) target[n] = carried[n][k];
+            }
+        }
     }
 
     const Array<Vector3F>& _all;

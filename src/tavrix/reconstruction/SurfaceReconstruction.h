@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <variant>
 #include <vector>
 
 #include <tavrix/foundation/Box3.h>
@@ -16,10 +17,11 @@ class Mesh;
 /// A quantity of the particles that the mesh is to carry, under its name, one value a particle.
 struct ParticleAttribute
 {
-    /// The name that the mesh's array gets, and the values, which must outlive the call.
+    /// The name that the mesh's array gets, which is of the same type, and the values, which must outlive the
+    /// call.
     /// @{
     std::string name;
-    const Array<Vector3F>& values;
+    std::variant<const Array<Vector3F>*, const Array<float>*> values;
     /// @}
 };
 

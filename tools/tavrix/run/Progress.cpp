@@ -1,5 +1,6 @@
 #include "run/Progress.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <string_view>
 
@@ -18,6 +19,8 @@ namespace tavrix::tool
 
 namespace
 {
+
+constexpr std::size_t lineWidth = 76;
 
 bool errorIsTerminal()
 {
@@ -45,19 +48,36 @@ void Progress::begin(const std::string& name)
     closeStage();
     _stages.push_back({name, 0});
     _running = true;
+    _percent = 0;
     _timer.start();
     showBar();
 }
 
+void Progress::tell(double done)
+{
+    const int percent = static_cast<int>(100 * done);
+    if (percent == _percent) return;
+    _percent = percent;
+    showBar();
+}
+
+double Progress::done() const
+{
+    const double stages = static_cast<double>(_stages.size()) - 1 + 0.01 * _percent;
+    return std::clamp(stages / static_cast<double>(_stageCount), 0.0, 1.0);
+}
+
 void Progress::showBar() const
 {
-    if (!_visible) return;
+    if (!_visible || _stages.empty()) return;
     constexpr std::size_t width = 24;
-    const std::size_t filled = width * (_stages.size() - 1) / _stageCount;
-    const std::string bar = std::string(filled, '#') + std::string(width - filled, '.');
+    const auto filled = static_cast<std::size_t>(width * done());
+    std::string line(1, '[');
+    line.append(filled, '#').append(width - filled, '.').append("] ").append(_label);
+    line.append(_stages.back().name);
+    if (_percent > 0) line.append(" ").append(std::to_string(_percent)).append(" %");
     clearLine();
-    std::fprintf(stderr, "[%s] %s%zu/%zu %s", bar.c_str(), _label.c_str(), _stages.size(), _stageCount,
-                 _stages.back().name.c_str());
+    std::fputs(line.substr(0, lineWidth).c_str(), stderr);
     std::fflush(stderr);
 }
 
@@ -90,17 +110,30 @@ void Progress::closeStage()
 
 void Progress::clearLine() const
 {
-    if (_visible) std::fprintf(stderr, "\r%*s\r", 72, "");
+    if (_visible) std::fprintf(stderr, "\r%*s\r", static_cast<int>(lineWidth), "");
 }
 
 ProgressCallback progressTo(Progress& progress)
 {
-    return [&progress, stage = std::string_view()](const char* name) mutable
+    return [&progress, stage = std::string_view()](const char* name, double done) mutable
     {
         if (stage != name) progress.begin(name);
         stage = name;
+        progress.tell(done);
         return interrupted() == 0;
     };
+}
+
+StageScope::StageScope(Progress& progress, const std::string& name)
+    : _callback(
+          [&progress](const char*, double done)
+          {
+              progress.tell(done);
+              return interrupted() == 0;
+          }),
+      _scope(_callback)
+{
+    progress.begin(name);
 }
 
 void printCosts(const Progress& progress, uint32 threads)

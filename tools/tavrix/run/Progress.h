@@ -10,8 +10,8 @@
 namespace tavrix::tool
 {
 
-/// The stages of a command: shows a bar on a terminal (on standard error; nothing in a pipe or when quiet)
-/// and keeps the seconds that each stage took.
+/// The stages of a command: shows a bar on a terminal (on standard error; nothing in a pipe or when quiet),
+/// with the part that is done of the stage where that is known, and keeps the seconds that each stage took.
 class Progress
 {
 public:
@@ -21,7 +21,7 @@ public:
         double seconds;
     };
 
-    /// The label, such as a frame's number, stands before the stage's name.
+    /// The label, such as a frame's number, stands before the name of the stage.
     Progress(std::size_t stageCount, bool quiet, const std::string& label = {});
     /// Takes the bar off the terminal.
     ~Progress();
@@ -30,6 +30,8 @@ public:
     void begin(const std::string& name);
     /// Ends the last stage; the bar goes.
     void end();
+    /// The part of the running stage that is done; shown when it is another per cent.
+    void tell(double done);
 
     /// Prints a line on standard error, above the bar, unless quiet.
     void note(const std::string& line);
@@ -41,18 +43,36 @@ private:
     void closeStage();
     void showBar() const;
     void clearLine() const;
+    /// The part of all stages that is done.
+    double done() const;
 
     std::size_t _stageCount;
     std::string _label;
     bool _quiet;
     bool _visible;
     bool _running = false;
+    int _percent = 0;
     Timer _timer;
     std::vector<Stage> _stages;
 };
 
 /// Passes the stages of the library on to the progress bar, and stops it when the user asks.
 ProgressCallback progressTo(Progress& progress);
+
+/// A stage of the program's own that shows its progress: begins it, and while the object lives, library calls
+/// that poll `poll` tell how far they are.
+class StageScope
+{
+public:
+    StageScope(Progress& progress, const std::string& name);
+
+    /// The CancelCallback: 1 when the user asks to stop.
+    static int poll() { return ProgressScope::poll(); }
+
+private:
+    ProgressCallback _callback;
+    ProgressScope _scope;
+};
 
 /// Prints what a command took: the seconds of each stage and the memory, two lines of its summary.
 void printCosts(const Progress& progress, uint32 threads);

@@ -180,6 +180,7 @@ bool AnisotropicKernels::fitEllipsoids()
 {
     _ellipsoids.resize(_moments.size());
     if (_ellipsoids.empty()) return _polling.goOn();
+    const LongStep step(_polling, _ellipsoids.size());
     return forEachNeighbourhood(
         [&](uint32 first, uint32 last, const Points& points)
         {

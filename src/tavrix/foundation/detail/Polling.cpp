@@ -3,6 +3,7 @@
 #include <exception>
 #include <vector>
 
+#include <tavrix/foundation/ProgressCallback.h>
 #include <tavrix/platform/Thread.h>
 
 namespace tavrix::detail
@@ -73,9 +74,10 @@ void runWaves(uint64 itemCount, uint32 threadCount, const Task& task, Polling* p
 
 }  // namespace
 
-bool Polling::goOn()
+bool Polling::goOn(uint64 items)
 {
     if (!_callback) return true;
+    if (_stepItems > 0) _itemsDone.fetch_add(items, std::memory_order_relaxed);
     if (std::this_thread::get_id() == _caller)
         ask();
     else
@@ -87,10 +89,19 @@ bool Polling::goOn()
     return !isStopped();
 }
 
+void Polling::beginStep(uint64 items)
+{
+    _itemsDone = 0;
+    _stepItems = items;
+}
+
 /// A callback that throws stops the workers too.
 void Polling::ask()
 {
     if (isStopped()) return;
+    if (_stepItems > 0)
+        ProgressScope::tell(static_cast<double>(_itemsDone.load(std::memory_order_relaxed)) /
+                            static_cast<double>(_stepItems));
     try
     {
         if (!isCancelled(_callback)) return;

@@ -27,10 +27,14 @@ public:
     Polling(const Polling&) = delete;
     Polling& operator=(const Polling&) = delete;
 
-    /// False when the work is to stop.
-    bool goOn();
+    /// False when the work is to stop. So many items were done since the last call.
+    bool goOn(uint64 items = 0);
     bool isStopped() const { return _stopped.load(std::memory_order_relaxed); }
     bool hasCallback() const { return _callback != nullptr; }
+
+    /// From here on the items done are told as a part of so many, to the ProgressScope of the caller's
+    /// thread; none are with 0.
+    void beginStep(uint64 items);
 
     // For the loop that starts the workers.
     void expectWorkers(uint32 count);
@@ -44,6 +48,8 @@ private:
     CancelCallback _callback;
     std::thread::id _caller = std::this_thread::get_id();
     std::atomic<bool> _stopped = false;
+    uint64 _stepItems = 0;
+    std::atomic<uint64> _itemsDone = 0;
 
     // What the workers tell the caller. A condition variable: waiting for an atomic loses wake-ups where the
     // system has no such call and GCC 12 makes do without.
@@ -51,6 +57,20 @@ private:
     std::condition_variable _told;
     uint32 _running = 0;
     uint32 _wanted = 0;  ///< polls that were asked for, and not made yet
+};
+
+/// The step that takes most of a stage's time: while it lives, the stage's progress is the part of the items
+/// that the loops of this polling have done.
+class LongStep
+{
+public:
+    LongStep(Polling& polling, uint64 items) : _polling(polling) { _polling.beginStep(items); }
+    LongStep(const LongStep&) = delete;
+    LongStep& operator=(const LongStep&) = delete;
+    ~LongStep() { _polling.beginStep(0); }
+
+private:
+    Polling& _polling;
 };
 
 /// Counts the work of one thread, and polls after every so much of it.
@@ -64,8 +84,9 @@ public:
     {
         _work += work;
         if (_work < _workPerPoll) return true;
+        const uint64 done = _work;
         _work = 0;
-        return _polling.goOn();
+        return _polling.goOn(done);
     }
 
 private:
@@ -92,8 +113,9 @@ bool inPieces(Polling& polling, uint64 itemCount, uint64 itemsPerPiece, uint32 t
                          {
                              const uint64 next = begin + std::min(each, end - begin);
                              task(worker, begin, next);
+                             const uint64 done = next - begin;
                              begin = next;
-                             if (!polling.goOn()) return;
+                             if (!polling.goOn(done)) return;
                          }
                      });
 }
@@ -120,7 +142,7 @@ bool inTurns(Polling& polling, uint64 itemCount, uint32 threadCount, Work work)
                          for (uint64 n; (n = next++) < itemCount;)
                          {
                              work(worker, n);
-                             if (!polling.goOn()) return;
+                             if (!polling.goOn(1)) return;
                          }
                      });
 }

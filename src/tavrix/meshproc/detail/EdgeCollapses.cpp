@@ -332,6 +332,7 @@ bool EdgeCollapses::run()
     {
         before = _mesh.faceCount;
         if (!fillQueue()) return false;
+        const LongStep step(_polling, (_mesh.faceCount - _goal.faces) / 2);  // a collapse takes two faces
         for (uint32 p; _mesh.faceCount > _goal.faces && (p = _queue.take()) != noIndex;)
         {
             prefetchNext();

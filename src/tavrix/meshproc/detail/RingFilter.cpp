@@ -93,6 +93,7 @@ bool filterRings(const VertexRings& rings, const Array<Wector3F>& umbrella, uint
             addScaled(output->values[v], value, output->responses[output->assigned[v]][k]);
     };
     for (FilterOutput* output : outputs) output->values.resize(count);
+    const LongStep step(polling, uint64{terms} * count);
     bool isDone = inPieces(polling, count, scatteredItems, threadCount,
                            [&](uint32, uint64 begin, uint64 end)
                            {

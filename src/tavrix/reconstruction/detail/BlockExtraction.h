@@ -91,7 +91,10 @@ bool BlockExtraction<Finder>::run(const std::vector<BlockIndex>& blocks, double 
         else
             worker.surfaces.push_back(worker.store.store(blocks[n], *worker.marching));
     };
-    if (!inTurns(_polling, blocks.size(), static_cast<uint32>(workers.size()), findSurface)) return false;
+    {
+        const LongStep step(_polling, blocks.size());
+        if (!inTurns(_polling, blocks.size(), static_cast<uint32>(workers.size()), findSurface)) return false;
+    }
     for (Worker& worker : workers)
     {
         _size += worker.size;

@@ -171,6 +171,7 @@ bool weighParticles(ParticleBlocks<WeightedBallKernel>& blocks, const WeightedBa
     Array<float> weights(blocks.particles.size());
     std::vector<HomeWeigher> workers(std::max(threadCount, 1u),
                                      HomeWeigher(blocks, kernel, filling, polling));
+    const LongStep step(polling, blocks.homeCount());
     return inTurns(polling, blocks.homeCount(), threadCount,
                    [&](uint32 worker, uint64 h) { workers[worker].weigh(h, weights); }) &&
            inPieces(polling, weights.size(), lightItems, threadCount,
