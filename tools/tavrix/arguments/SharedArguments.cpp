@@ -5,6 +5,8 @@
 #include <CLI/CLI.hpp>
 
 #include "arguments/Validators.h"
+#include "formats/FileKind.h"
+#include "formats/ImportLibrary.h"
 
 namespace tavrix::tool
 {
@@ -30,10 +32,26 @@ std::string takeSize(const std::string& text, PreviewOptions& options)
 
 }  // namespace
 
+std::string extensionText(const std::vector<std::string>& extensions)
+{
+    std::string text;
+    for (std::size_t n = 0; n < extensions.size(); ++n)
+        text += (n == 0 ? "." : n + 1 < extensions.size() ? ", ." : " or .") + extensions[n];
+    return text;
+}
+
+std::string meshFormatsText()
+{
+    const std::string library = formats::importLibrary();
+    return extensionText(formats::meshExtensions()) +
+           (library.empty() ? "" : ", or what " + library + " reads");
+}
+
 CLI::Option* addMeshOutput(CLI::App& command, std::string& output, const std::string& description)
 {
-    return command.add_option("-o,--output", output, description)
-        ->check(outputWithExtension({"obj", "stl", "bin"}))
+    return command
+        .add_option("-o,--output", output, description + ": " + extensionText(formats::writableExtensions()))
+        ->check(outputWithExtension(formats::writableExtensions()))
         ->option_text("OUT");
 }
 
@@ -44,9 +62,16 @@ void addAscii(CLI::App& command, bool& ascii)
 
 void addNormals(CLI::App& command, bool& normals)
 {
-    command.add_flag("--normals", normals, "Write vertex normals into OBJ files; the default");
+    command.add_flag("--normals", normals, "Write vertex normals, where the format has them; the default");
     command.add_flag_callback(
         "--no-normals", [&normals] { normals = false; }, "Leave them out, for smaller files");
+}
+
+void addStrict(CLI::App& command, bool& strict)
+{
+    command.add_flag(
+        "--strict", strict,
+        "Fail when a mesh file is not whole: when faces had to be left out, or numbers are missing");
 }
 
 CLI::Option* addQuiet(CLI::App& command, bool& quiet, const std::string& description)

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "preview/View.h"
 
@@ -15,12 +16,18 @@ namespace tavrix::tool
 
 // Options that several commands have, described once. Each returns the option where a command adds to it.
 
-/// -o for a mesh file.
+/// "a, b or c" of extensions, each with its dot.
+std::string extensionText(const std::vector<std::string>& extensions);
+/// The extensions of mesh files that can be read, as text.
+std::string meshFormatsText();
+/// -o for a mesh file; the formats follow the description.
 CLI::Option* addMeshOutput(CLI::App& command, std::string& output, const std::string& description);
 /// --ascii.
 void addAscii(CLI::App& command, bool& ascii);
 /// --normals and --no-normals.
 void addNormals(CLI::App& command, bool& normals);
+/// --strict.
+void addStrict(CLI::App& command, bool& strict);
 /// --fill-cavities.
 CLI::Option* addFillCavities(CLI::App& command, bool& fillCavities);
 /// -q.

@@ -7,7 +7,9 @@
 #include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
 
+#include "arguments/SharedArguments.h"
 #include "files/FileInfo.h"
+#include "files/MeshNotes.h"
 #include "run/Failure.h"
 #include "run/Text.h"
 
@@ -23,6 +25,7 @@ struct Options
 {
     std::vector<std::string> inputs;
     bool json = false;
+    bool strict = false;
 };
 
 // Text for people
@@ -83,6 +86,16 @@ std::string groupText(const std::vector<MeshInfo::Group>& groups)
     return groups.size() > shown ? text + ", ..." : text;
 }
 
+/// "Velocity: x from -1 to 1, y from 0 to 2, z from 0 to 0".
+std::string rangeText(const AttributeRange& range)
+{
+    std::string text = range.name + ":";
+    for (std::size_t n = 0; n < range.min.size(); ++n)
+        text += std::string(n > 0 ? "," : "") + (range.min.size() > 1 ? std::string(" ") + "xyz"[n] : "") +
+                " from " + number(range.min[n]) + " to " + number(range.max[n]);
+    return text;
+}
+
 std::string channelText(const MeshInfo& info)
 {
     std::string text;
@@ -128,9 +141,11 @@ void print(const MeshInfo& info)
                   (info.repeated > 0 ? ", " + withCommas(info.repeated) + " at the place of another" : ""));
     if (info.nonFinite > 0) printLine("", withCommas(info.nonFinite) + " without finite coordinates");
     printLine("faces", withCommas(info.faces));
-    if (info.leftOut > 0) printLine("", withCommas(info.leftOut) + " more name vertices that are not there");
+    if (!info.report.isWhole()) printLine("left out", leftOutText(info.report));
     if (const std::string flat = flatText(topology); !flat.empty()) printLine("", flat);
     printLine("channels", channelText(info));
+    for (const AttributeRange& range : info.attributes)
+        printLine(&range == info.attributes.data() ? "attributes" : "", rangeText(range));
     printBox(info.box);
     printLine("surface", surfaceText(info));
     printLine("edges", withCommas(topology.edgeCount) + ": " + withCommas(topology.boundaryEdgeCount) +
@@ -189,6 +204,9 @@ Json json(const MeshInfo& info)
     if (info.hasNormals) channels.push_back("normals");
     if (info.hasTexture) channels.push_back("texture");
     if (info.hasVelocity) channels.push_back("velocity");
+    Json attributes = Json::array();
+    for (const AttributeRange& range : info.attributes)
+        attributes.push_back({{"name", range.name}, {"min", range.min}, {"max", range.max}});
     const MeshTopology& topology = info.topology;
     return {{"kind", "mesh"},
             {"format", info.format},
@@ -196,7 +214,11 @@ Json json(const MeshInfo& info)
             {"vertices", info.vertices},
             {"faces", info.faces},
             {"nonFinite", info.nonFinite},
-            {"facesLeftOut", info.leftOut},
+            {"facesLeftOut", info.report.faces},
+            {"badCorners", info.report.corners},
+            {"missingNumbers", info.report.numbers},
+            {"endsTooEarly", info.report.isCut},
+            {"attributes", attributes},
             {"channels", channels},
             {"box", boxJson(info.box)},
             {"repeatedVertices", info.repeated},
@@ -231,7 +253,7 @@ int runInfo(const Options& options)
     int status = 0;
     for (const std::string& path : options.inputs) try
         {
-            const FileInfo info = inspect(path);
+            const FileInfo info = inspect(path, options.strict);
             if (options.json)
                 all.push_back(fileJson(path, info));
             else
@@ -253,9 +275,10 @@ void addInfoCommand(CLI::App& app, Command& command)
 {
     const auto options = std::make_shared<Options>();
     CLI::App* info = app.add_subcommand("info", "Tell what particle and mesh files hold");
-    info->add_option("FILE", options->inputs, "Particle (.bin) or mesh files (.obj, .stl, .bin, .ase)")
+    info->add_option("FILE", options->inputs, "Mesh (" + meshFormatsText() + ") or particle files")
         ->required()
         ->option_text("...");
+    addStrict(*info, options->strict);
     info->add_flag("--json", options->json, "Print an array of objects, one a file, for other programs");
     info->footer(
         "Edges, parts and the like are counted as the file has them when it is closed, else\n"

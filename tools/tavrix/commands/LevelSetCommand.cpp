@@ -20,11 +20,11 @@ const std::map<std::string, FieldLayout> layoutNames{{"regular", FieldLayout::Re
 
 void addFiles(CLI::App& levelset, LevelSetOptions& options)
 {
-    levelset.add_option("IN", options.input, "Mesh (.obj, .stl, .bin, .ase) or particle file (.bin)")
+    levelset.add_option("IN", options.input, "Mesh (" + meshFormatsText() + ") or particle file")
         ->option_text(" ");
-    addMeshOutput(levelset, options.output,
-                  "Mesh file to write: .obj, .stl or .bin; needed without --save-field");
+    addMeshOutput(levelset, options.output, "Mesh file to write, needed without --save-field");
     addAscii(levelset, options.asciiStl);
+    addStrict(levelset, options.strict);
     addNormals(levelset, options.normals);
     addQuiet(levelset, options.quiet);
 }

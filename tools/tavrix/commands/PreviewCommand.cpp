@@ -16,8 +16,8 @@
 #include "arguments/Validators.h"
 #include "commands/RadiusOrEstimate.h"
 #include "commands/SmoothNormals.h"
+#include "files/MeshNotes.h"
 #include "formats/FileKind.h"
-#include "formats/MeshFile.h"
 #include "formats/ParticleFile.h"
 #include "preview/Render.h"
 #include "run/Failure.h"
@@ -34,6 +34,7 @@ struct Options
     std::string output;
     std::optional<double> particleRadius;
     PreviewOptions picture;
+    bool strict = false;
     bool quiet = false;
 };
 
@@ -45,9 +46,10 @@ struct Subject
     Box3D box;
 };
 
-Subject meshSubject(const std::string& file)
+Subject meshSubject(const std::string& file, const Options& options)
 {
-    const formats::MeshFile content = formats::readMeshes(file);
+    const formats::MeshFile content = readMeshes(file, options.strict);
+    if (!options.quiet) tellLeftOut(file, content);
     const auto smooth =
         formats::kindOfFile(file) == formats::FileKind::Stl ? smoothSeparateFaces : confirmSmoothNormals;
     for (Mesh* mesh : content.meshes) smooth(*mesh);
@@ -71,7 +73,7 @@ Subject subjectOf(const std::string& file, const Options& options)
 {
     return formats::kindOfFile(file) == formats::FileKind::ParticleBin
                ? particleSubject(file, options.particleRadius)
-               : meshSubject(file);
+               : meshSubject(file, options);
 }
 
 Picture draw(const Subject& subject, const View& view, const PreviewOptions& options)
@@ -127,12 +129,13 @@ void addPreviewCommand(CLI::App& app, Command& command)
         ->option_text("NUMBER")
         ->group("Picture");
     addThreads(*preview, options->picture.threads)->group("Run");
+    addStrict(*preview, options->strict);
     addQuiet(*preview, options->quiet)->group("Run");
-    preview->footer(
-        "Meshes are .obj, .stl, .bin and .ase files, particles .bin files.\n\nExamples:\n"
-        "  tavrix preview water.obj -o water.png\n"
-        "  tavrix preview frame_0035.bin water_0035.obj -o both.png --size 900x900\n"
-        "  tavrix preview part.stl -o part.png --up z");
+    preview->footer("Meshes are " + meshFormatsText() +
+                    " files.\n\nExamples:\n"
+                    "  tavrix preview water.obj -o water.png\n"
+                    "  tavrix preview frame_0035.bin water_0035.obj -o both.png --size 900x900\n"
+                    "  tavrix preview part.stl -o part.png --up z");
     preview->callback(
         [options, &command]
         {

@@ -12,6 +12,7 @@
 
 #include "arguments/SharedArguments.h"
 #include "commands/QueryTable.h"
+#include "files/MeshNotes.h"
 #include "formats/MeshFile.h"
 #include "formats/OutputFile.h"
 #include "run/Failure.h"
@@ -27,6 +28,7 @@ struct Options
     std::string input, output, points;
     std::vector<std::string> rays, nearest;
     uint32 threads = 0;
+    bool strict = false;
     bool quiet = false;
 };
 
@@ -87,8 +89,9 @@ void runQuery(const Options& options)
 {
     if (!options.output.empty()) formats::confirmFolder(options.output);
     const std::vector<Query> queries = askedQueries(options);
-    const formats::MeshFile file = formats::readMeshes(options.input);
+    const formats::MeshFile file = readMeshes(options.input, options.strict);
     const uint32 threads = options.threads > 0 ? options.threads : Hardware::getThreadCount();
+    if (!options.quiet) tellLeftOut(options.input, file);
     MeshCollider collider;
     collider.create(file.meshes.size() == 1 ? *file.meshes[0] : joinMeshes(file.meshes), threads);
     const std::string table = answerTable(queries, answerAll(collider, queries, threads));
@@ -109,7 +112,7 @@ void addQueryCommand(CLI::App& app, Command& command)
 {
     const auto options = std::make_shared<Options>();
     CLI::App* query = app.add_subcommand("query", "Tell where rays hit a mesh, and what is near or inside");
-    query->add_option("MESH", options->input, "Mesh file (.obj, .stl, .bin or .ase)")
+    query->add_option("MESH", options->input, "Mesh file: " + meshFormatsText())
         ->required()
         ->option_text(" ");
     query->add_option("--ray", options->rays, "Origin and direction of a ray; repeatable")
@@ -126,6 +129,7 @@ void addQueryCommand(CLI::App& app, Command& command)
         ->option_text("FILE");
     query->add_option("-o,--output", options->output, "CSV file to write; standard output when absent")
         ->option_text("FILE");
+    addStrict(*query, options->strict);
     addThreads(*query, options->threads);
     addQuiet(*query, options->quiet, "Print errors only, and answers");
     query->footer(

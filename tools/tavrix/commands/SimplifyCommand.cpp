@@ -32,6 +32,7 @@ struct Options
     WeldOptions weld;
     DecimationSettings decimation;
     bool ascii = false;
+    bool strict = false;
     bool quiet = false;
 
     bool decimates() const { return decimation.faces || decimation.ratio || decimation.error; }
@@ -81,7 +82,7 @@ void runSimplify(const Options& options)
     formats::confirmFolder(options.output);
     Progress progress(3, options.quiet);
     progress.begin("read");
-    formats::MeshFile file = formats::readMeshes(options.input);
+    formats::MeshFile file = readMeshes(options.input, options.strict);
     const MeshCounts before = countsOf(file.meshes);
     progress.begin("simplify");
     WeldOptions weld = options.weld;
@@ -166,13 +167,14 @@ void addSimplifyCommand(CLI::App& app, Command& command)
 {
     const auto options = std::make_shared<Options>();
     CLI::App* simplify = app.add_subcommand("simplify", "Make a mesh of fewer faces, or join near vertices");
-    simplify->add_option("IN", options->input, "Mesh file to read (.obj, .stl, .bin or .ase)")
+    simplify->add_option("IN", options->input, "Mesh file to read: " + meshFormatsText())
         ->required()
         ->option_text(" ");
-    addMeshOutput(*simplify, options->output, "Mesh file to write, needed: .obj, .stl or .bin")->required();
+    addMeshOutput(*simplify, options->output, "Mesh file to write, needed")->required();
     addDecimation(*simplify, options->decimation);
     addWelding(*simplify, options->weld);
     addAscii(*simplify, options->ascii);
+    addStrict(*simplify, options->strict);
     addQuiet(*simplify, options->quiet);
     simplify->footer(
         "\nDecimation keeps borders, holes, parts and seams, turns no face over, and carries\n"

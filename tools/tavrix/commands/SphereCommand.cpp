@@ -51,7 +51,7 @@ void addSphereCommand(CLI::App& app, Command& command)
         ->required()
         ->check(CLI::IsMember({20, 500}))
         ->option_text(" ");
-    addMeshOutput(*sphere, options->output, "Mesh file to write, needed: .obj, .stl or .bin")->required();
+    addMeshOutput(*sphere, options->output, "Mesh file to write, needed")->required();
     sphere->add_option("-r,--radius", options->radius, "Its radius")
         ->check(positiveNumber)
         ->option_text("NUMBER [1]");

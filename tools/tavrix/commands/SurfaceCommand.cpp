@@ -30,7 +30,7 @@ void addFiles(CLI::App& surface, SurfaceOptions& options)
         ->required()
         ->option_text(" ");
     addMeshOutput(surface, options.output,
-                  "Mesh file to write, needed: .obj, .stl or .bin (which holds velocities)")
+                  "Mesh file to write, needed; all but .obj and .stl hold velocities")
         ->required();
     addAscii(surface, options.asciiStl);
     addNormals(surface, options.surface.normals);

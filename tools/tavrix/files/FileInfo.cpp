@@ -1,6 +1,7 @@
 #include "files/FileInfo.h"
 
 #include <algorithm>
+#include <cmath>
 #include <filesystem>
 #include <limits>
 
@@ -9,9 +10,11 @@
 #include <tavrix/particles/ParticleSystem_v3.h>
 #include <tavrix/platform/FileBufferIn.h>
 
+#include "files/MeshNotes.h"
+#include "formats/Bytes.h"
 #include "formats/FileKind.h"
 #include "formats/FileName.h"
-#include "formats/MeshFile.h"
+#include "formats/VertexStreams.h"
 #include "run/Failure.h"
 
 namespace tavrix::tool
@@ -76,20 +79,50 @@ ParticleInfo inspectParticles(const std::string& path)
 
 std::string formatName(formats::FileKind kind, const std::string& path)
 {
-    if (kind == formats::FileKind::Obj) return "OBJ";
-    if (kind == formats::FileKind::Ase) return "ASE";
     if (kind == formats::FileKind::MeshBin) return "BIN";
-    return formats::isBinaryStl(path) ? "binary STL" : "ASCII STL";
+    if (kind != formats::FileKind::Stl) return formats::formatName(kind);
+    return formats::isBinaryStl(formats::PlainFile(path).path()) ? "binary STL" : "ASCII STL";
 }
 
 bool hasChannel(const Mesh& mesh, const char* name) { return !mesh.findArray(TX_String(name)).isNone(); }
 
-MeshInfo inspectMesh(formats::FileKind kind, const std::string& path)
+/// Widens the range of an attribute by the values of a mesh; one of that name and size is added when there is
+/// none.
+void widen(std::vector<AttributeRange>& ranges, const std::string& name, const float* values,
+           std::size_t count, std::size_t components)
 {
-    const formats::MeshFile file = formats::readMeshes(path);
+    constexpr double infinity = std::numeric_limits<double>::infinity();
+    auto range =
+        std::find_if(ranges.begin(), ranges.end(),
+                     [&](const AttributeRange& r) { return r.name == name && r.min.size() == components; });
+    if (range == ranges.end())
+        range = ranges.insert(range, {name, std::vector<double>(components, infinity),
+                                      std::vector<double>(components, -infinity)});
+    for (std::size_t n = 0; n < count * components; ++n)
+    {
+        const double value = static_cast<double>(values[n]);
+        if (!std::isfinite(value)) continue;
+        range->min[n % components] = std::min(range->min[n % components], value);
+        range->max[n % components] = std::max(range->max[n % components], value);
+    }
+}
+
+std::vector<AttributeRange> rangesOf(const ArrayOfPtr<Mesh>& meshes)
+{
+    std::vector<AttributeRange> ranges;
+    for (const Mesh* mesh : meshes)
+        for (const formats::VertexAttribute& attribute : formats::vertexAttributes(*mesh))
+            widen(ranges, attribute.name, attribute.data, mesh->getPosSize(), attribute.components);
+    return ranges;
+}
+
+MeshInfo inspectMesh(formats::FileKind kind, const std::string& path, bool isStrict)
+{
+    const formats::MeshFile file = readMeshes(path, isStrict);
     MeshInfo info{};
     info.format = formatName(kind, path);
-    info.leftOut = file.leftOut;
+    info.report = file.report;
+    info.attributes = rangesOf(file.meshes);
     for (const Mesh* mesh : file.meshes)
     {
         info.groups.push_back({mesh->getName().c_str(), mesh->getPosSize(), mesh->getFacesSize()});
@@ -122,13 +155,13 @@ MeshInfo inspectMesh(formats::FileKind kind, const std::string& path)
 
 }  // namespace
 
-FileInfo inspect(const std::string& path)
+FileInfo inspect(const std::string& path, bool isStrict)
 {
     const formats::FileKind kind = formats::kindOfFile(path);
     std::error_code ignored;
     const auto bytes = std::filesystem::file_size(formats::pathOf(path), ignored);
     if (kind == formats::FileKind::ParticleBin) return {bytes, inspectParticles(path)};
-    return {bytes, inspectMesh(kind, path)};
+    return {bytes, inspectMesh(kind, path, isStrict)};
 }
 
 }  // namespace tavrix::tool

@@ -8,6 +8,7 @@
 #include <tavrix/foundation/Box3.h>
 #include <tavrix/mesh/MeshCavities.h>
 #include <tavrix/mesh/MeshTopology.h>
+#include <tavrix/meshio/MeshReadingReport.h>
 
 namespace tavrix::tool
 {
@@ -22,6 +23,13 @@ struct ParticleInfo
     std::optional<double> spacing;  ///< estimated
 };
 
+/// The least and greatest values of a quantity of vertices, one a component: finite ones.
+struct AttributeRange
+{
+    std::string name;
+    std::vector<double> min, max;
+};
+
 struct MeshInfo
 {
     struct Group
@@ -29,11 +37,12 @@ struct MeshInfo
         std::string name;
         uint32 vertices, faces;
     };
-    std::string format;  ///< "OBJ", "BIN", "binary STL" or "ASCII STL"
+    std::string format;  ///< "OBJ", "BIN", "binary STL", "ASCII STL" and so on
     std::vector<Group> groups;
     uint32 vertices, faces;
     uint32 nonFinite;  ///< vertices without finite coordinates
-    uint32 leftOut;    ///< faces of the file that name vertices which it does not hold
+    MeshReadingReport report;
+    std::vector<AttributeRange> attributes;  ///< of all meshes, by name
     bool hasNormals, hasTexture, hasVelocity;
     Box3D box;  ///< of the finite vertices; empty without any
 
@@ -53,7 +62,8 @@ struct FileInfo
     std::variant<ParticleInfo, MeshInfo> content;
 };
 
-/// Reads a particle or mesh file and measures what is in it. Throws Failure.
-FileInfo inspect(const std::string& path);
+/// Reads a particle or mesh file and measures what is in it. With `isStrict` a mesh file must be whole.
+/// Throws Failure.
+FileInfo inspect(const std::string& path, bool isStrict);
 
 }  // namespace tavrix::tool

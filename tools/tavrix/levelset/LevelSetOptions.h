@@ -30,6 +30,7 @@ struct LevelSetOptions
 
     bool normals = true;
     bool asciiStl = false;
+    bool strict = false;
     std::string preview;
     PreviewOptions picture;
 
