@@ -264,7 +264,7 @@ void parseVertices(const Element& element, ValueReader& values, PointTable& tabl
         // colours in bytes are told by their type, which the parsed numbers no longer have
         const std::string& name = kept[n]->name;
         const bool isColor = name == "red" || name == "green" || name == "blue";
-        if (isColor && kept[n]->type == Number::UInt8) component.scale = 1.0f / 255;
+        if (isColor && kept[n]->type == Number::UInt8) component.divisor = 255;
         table.columns.push_back({name, {component}});
     }
     table.storage.push_back(numbers);

@@ -121,11 +121,11 @@ void copyNumbers(const Component& from, uint32 begin, uint32 end, Out* out, std:
 
 void copyFloats(const Component& from, uint32 begin, uint32 end, float* out, std::size_t outStride)
 {
-    if (from.scale == 1)
+    if (from.divisor == 1)
         copyNumbers(from, begin, end, out, outStride, [](auto value) { return static_cast<float>(value); });
     else
         copyNumbers(from, begin, end, out, outStride,
-                    [&](auto value) { return static_cast<float>(value) * from.scale; });
+                    [&](auto value) { return static_cast<float>(value) / from.divisor; });
 }
 
 void copyIntegers(const Component& from, uint32 count, int64* out)
@@ -151,7 +151,7 @@ std::optional<Component> asOne(const Column& column)
         const Component& other = column.components[c];
         const bool follows = other.data == first.data + c * size && other.stride == 3 * size &&
                              other.type == first.type && other.isSwapped == first.isSwapped &&
-                             other.scale == first.scale;
+                             other.divisor == first.divisor;
         if (!follows) return std::nullopt;
     }
     first.stride = size;
@@ -343,7 +343,7 @@ Column vectorOf(const Gathered& gathered, std::vector<Column>& columns)
     {
         if (n == nowhere) continue;
         Component& component = columns[n].components[0];
-        if (gathered.stem == "color" && component.type == Number::UInt8) component.scale = 1.0f / 255;
+        if (gathered.stem == "color" && component.type == Number::UInt8) component.divisor = 255;
         vector.components.push_back(component);
         columns[n].components.clear();
     }
