@@ -117,7 +117,7 @@ Sample xmlCompressed()
     const std::string bytes =
         vtkXml("byte_order=\"LittleEndian\" compressor=\"vtkZLibDataCompressor\"",
                "<DataArray " + float3 + "format=\"appended\" offset=\"0\"/>",
-               "<DataArray " + float3 + "Name=\"V\" format=\"appended\" offset=\"112\"/>") +
+               "<DataArray " + float3 + "Name=\"V\" format=\"appended\" offset=\"108\"/>") +
         "<AppendedData encoding=\"base64\">\n  _" + appended;
     return {"compressed.vtp", bytes, bytes.size(), true, false};
 }
