@@ -106,7 +106,7 @@ class Failures(SurfaceTest):
     def test_bad_particle_files(self):
         whole = particle_file(block(3, 0.05))
         cases = {
-            "magic.bin": (b"\xdb" + whole[1:], "no particle BIN file"),
+            "magic.bin": (b"\xdb" + whole[1:], "neither a particle nor a mesh BIN file"),
             "header.bin": (whole[:100], "cut off"),
             "cut.bin": (whole[:-1], "holds 26 of 27 particles"),
             "four_billion.bin": (particle_file([], count=0xFFFFFFFF).ljust(400, b"\0"), "cut off"),

@@ -14,6 +14,7 @@
 #include <io.h>
 #endif
 
+#include <tavrix/foundation/Array.h>
 #include <tavrix/platform/FileBufferIn.h>
 #include <tavrix/platform/FileBufferOut.h>
 
@@ -41,6 +42,7 @@ public:
         void* grown = std::realloc(_data, std::max<std::size_t>(capacity, 1));
         if (!grown) throw std::bad_alloc();
         _data = static_cast<char*>(grown);
+        detail::adviseHugePages(_data, capacity);
         _capacity = capacity;
     }
 

@@ -8,6 +8,7 @@
 #include "formats/Failure.h"
 #include "formats/FileName.h"
 #include "formats/ImportLibrary.h"
+#include "formats/PolygonData.h"
 
 namespace tavrix::formats
 {
@@ -148,6 +149,12 @@ FileKind kindOfFile(const std::string& path)
                       ": is neither a particle nor a mesh BIN file; export it in one of these formats");
     throw Failure(
         path + ": is of no known kind; give a .bin, .obj, .stl, .ply or .vtk file, or another that is known");
+}
+
+bool holdsMesh(const std::string& path)
+{
+    const FileKind kind = kindOfFile(path);
+    return mayHoldMesh(kind) && (!mayHoldParticles(kind) || holdsPolygons(path));
 }
 
 }  // namespace tavrix::formats

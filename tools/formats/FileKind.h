@@ -51,4 +51,8 @@ const std::vector<std::string>& writableExtensions();
 /// opened, is a folder or is of no known kind.
 FileKind kindOfFile(const std::string& path);
 
+/// Whether the file is to be read as a mesh, not as particles; of a kind that may be either it is when there
+/// are polygons in it (see holdsPolygons). Throws Failure as kindOfFile does.
+bool holdsMesh(const std::string& path);
+
 }  // namespace tavrix::formats

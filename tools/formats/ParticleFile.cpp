@@ -135,11 +135,16 @@ uint32 dropInfinite(PointData& data)
 
 ParticleFile readParticleFile(const std::string& path)
 {
+    ParticleFile file = readParticlesIfAny(path);
+    if (!file.positions.empty()) return file;
+    if (file.leftOut == 0) throw Failure(path + ": holds no particles; give a file that does");
+    throw Failure(path + ": no particle has a finite position; look for what broke the simulation");
+}
+
+ParticleFile readParticlesIfAny(const std::string& path)
+{
     PointData data = readPoints(kindOfFile(path), path);
-    if (data.positions.empty()) throw Failure(path + ": holds no particles; give a file that does");
     const uint32 leftOut = dropInfinite(data);
-    if (data.positions.empty())
-        throw Failure(path + ": no particle has a finite position; look for what broke the simulation");
     Array<Vector3F> velocities =
         takeVectors(data.attributes, {"velocity", "velocities", "vel", "velo", "v", "u"});
     return {std::move(data.positions), std::move(velocities), std::move(data.attributes), leftOut};

@@ -27,4 +27,7 @@ struct ParticleFile
 /// damaged, or holds no particle with a finite position.
 ParticleFile readParticleFile(const std::string& path);
 
+/// The same of a file that may hold no particles, or none with a finite position.
+ParticleFile readParticlesIfAny(const std::string& path);
+
 }  // namespace tavrix::formats

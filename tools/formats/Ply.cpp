@@ -142,13 +142,25 @@ public:
         return _text.bytes(size);
     }
 
+    /// Comes before the values of each element, which as text have a line of their own; what else stands on
+    /// it is passed over.
+    void beginElement()
+    {
+        while (_isAscii && _line.skipBlanks().isAtEnd())
+        {
+            if (_text.isAtEnd()) refuseCut(_path);
+            _line = TextReader(_text.line());
+        }
+    }
+    void endElement() { _line = TextReader({}); }
+
     template <class T>
     T value(Number type)
     {
         if (!_isAscii) return binaryValue<T>(type);
         T number = 0;
-        if (_text.number(number)) return number;
-        if (_text.word().empty()) refuseCut(_path);
+        if (_line.number(number)) return number;
+        if (_text.isAtEnd()) refuseCut(_path);
         refuse(_path, "a number is missing");
     }
 
@@ -158,7 +170,8 @@ public:
         const auto length = value<int64>(*property.countType);
         const std::size_t size = _isAscii ? 1 : sizeOf(property.type);
         if (length < 0) refuse(_path, "a list has a length below 0");
-        if (static_cast<uint64>(length) > _text.remaining() / size) refuseCut(_path);
+        const std::size_t room = (_isAscii ? _line : _text).remaining();
+        if (static_cast<uint64>(length) > room / size) refuseCut(_path);
         return static_cast<std::size_t>(length);
     }
 
@@ -166,8 +179,7 @@ public:
     {
         const std::size_t values = property.countType ? length(property) : 1;
         if (!_isAscii) return static_cast<void>(bytes(values * sizeOf(property.type)));
-        for (std::size_t n = 0; n < values; ++n)
-            if (_text.word().empty()) refuseCut(_path);
+        for (std::size_t n = 0; n < values; ++n) _line.word();
     }
 
 private:
@@ -182,6 +194,7 @@ private:
     }
 
     TextReader& _text;
+    TextReader _line{{}};
     bool _isAscii;
     bool _isSwapped;
     const std::string& _path;
@@ -207,7 +220,11 @@ void skipElement(const Element& element, ValueReader& values)
         return;
     }
     for (uint64 n = 0; n < element.count; ++n)
+    {
+        values.beginElement();
         for (const Property& property : element.properties) values.skip(property);
+        values.endElement();
+    }
 }
 
 /// Binary vertices without lists are looked at where they lie.
@@ -231,11 +248,15 @@ void parseVertices(const Element& element, ValueReader& values, PointTable& tabl
     const std::shared_ptr<float[]> numbers(new float[kept.size() * table.count]);
     float* next = numbers.get();
     for (uint32 n = 0; n < table.count; ++n)
+    {
+        values.beginElement();
         for (const Property& property : element.properties)
             if (property.countType)
                 values.skip(property);
             else
                 *next++ = values.value<float>(property.type);
+        values.endElement();
+    }
     for (std::size_t n = 0; n < kept.size(); ++n)
     {
         Component component{reinterpret_cast<const char*>(numbers.get() + n), kept.size() * sizeof(float),
@@ -243,7 +264,7 @@ void parseVertices(const Element& element, ValueReader& values, PointTable& tabl
         // colours in bytes are told by their type, which the parsed numbers no longer have
         const std::string& name = kept[n]->name;
         const bool isColor = name == "red" || name == "green" || name == "blue";
-        if (isColor && kept[n]->type == Number::UInt8) component.scale = 1.0f / 255;
+        if (isColor && kept[n]->type == Number::UInt8) component.divisor = 255;
         table.columns.push_back({name, {component}});
     }
     table.storage.push_back(numbers);
@@ -277,24 +298,30 @@ void addStrips(PolygonCells& polygons, std::span<const int64> corners)
     }
 }
 
+void readList(const Property& property, ValueReader& values, std::vector<int64>& corners)
+{
+    corners.resize(values.length(property));
+    for (int64& corner : corners) corner = values.value<int64>(property.type);
+}
+
 void readFaces(const Element& element, ValueReader& values, VtkCell type, PolygonCells& polygons)
 {
     std::vector<int64> corners;
     for (uint64 n = 0; n < element.count; ++n)
+    {
+        values.beginElement();
+        corners.clear();
         for (const Property& property : element.properties)
-        {
-            if (!isCorners(property))
-            {
-                values.skip(property);
-                continue;
-            }
-            corners.resize(values.length(property));
-            for (int64& corner : corners) corner = values.value<int64>(property.type);
-            if (type == VtkCell::Strip)
-                addStrips(polygons, corners);
+            if (isCorners(property))
+                readList(property, values, corners);
             else
-                addCell(polygons, type, corners);
-        }
+                values.skip(property);
+        values.endElement();
+        if (type == VtkCell::Strip)
+            addStrips(polygons, corners);
+        else
+            addCell(polygons, type, corners);
+    }
 }
 
 bool isPolygons(const Element& element) { return element.name == "face" || element.name == "tristrips"; }

@@ -2,10 +2,11 @@
 
 #include <algorithm>
 #include <array>
-#include <bit>
 #include <cmath>
 #include <cstring>
 #include <limits>
+#include <optional>
+#include <type_traits>
 
 namespace tavrix::formats
 {
@@ -19,10 +20,13 @@ constexpr uint32 blockSize = 1024;
 template <class T>
 T swapped(T value)
 {
-    std::array<unsigned char, sizeof(T)> bytes;
-    std::memcpy(bytes.data(), &value, sizeof value);
-    std::reverse(bytes.begin(), bytes.end());
-    std::memcpy(&value, bytes.data(), sizeof value);
+    using Bits =
+        std::conditional_t<sizeof(T) == 2, uint16, std::conditional_t<sizeof(T) == 4, uint32, uint64>>;
+    Bits bits = 0, turned = 0;
+    std::memcpy(&bits, &value, sizeof value);
+    for (std::size_t n = 0; n < sizeof value; ++n)
+        turned = static_cast<Bits>(turned << 8 | (bits >> (8 * n) & 0xFF));
+    std::memcpy(&value, &turned, sizeof value);
     return value;
 }
 
@@ -85,34 +89,43 @@ auto withType(Number type, const Visit& visit)
 }
 
 /// Writes convert(number) of some points to out[0], out[outStride] and so on.
+template <class T, bool isSwapped, class Out, class Convert>
+void copyTyped(const Component& from, uint32 begin, uint32 end, Out* out, std::size_t outStride,
+               const Convert& convert)
+{
+    const char* data = from.data + begin * from.stride;
+    const uint32 count = end - begin;
+    if (from.stride == sizeof(T) && outStride == 1)
+    {
+        for (uint32 n = 0; n < count; ++n) out[n] = convert(load<T, isSwapped>(data + n * sizeof(T)));
+        return;
+    }
+    for (uint32 n = 0; n < count; ++n, data += from.stride, out += outStride)
+        *out = convert(load<T, isSwapped>(data));
+}
+
 template <class Out, class Convert>
 void copyNumbers(const Component& from, uint32 begin, uint32 end, Out* out, std::size_t outStride,
                  const Convert& convert)
 {
-    const char* data = from.data + begin * from.stride;
-    const auto copy = [&](auto load)
-    {
-        for (uint32 n = begin; n < end; ++n, data += from.stride, out += outStride)
-            *out = convert(load(data));
-    };
     withType(from.type,
              [&](auto number)
              {
                  using T = decltype(number);
                  if (from.isSwapped)
-                     copy(load<T, true>);
+                     copyTyped<T, true>(from, begin, end, out, outStride, convert);
                  else
-                     copy(load<T, false>);
+                     copyTyped<T, false>(from, begin, end, out, outStride, convert);
              });
 }
 
 void copyFloats(const Component& from, uint32 begin, uint32 end, float* out, std::size_t outStride)
 {
-    if (from.scale == 1)
+    if (from.divisor == 1)
         copyNumbers(from, begin, end, out, outStride, [](auto value) { return static_cast<float>(value); });
     else
         copyNumbers(from, begin, end, out, outStride,
-                    [&](auto value) { return static_cast<float>(value) * from.scale; });
+                    [&](auto value) { return static_cast<float>(value) / from.divisor; });
 }
 
 void copyIntegers(const Component& from, uint32 count, int64* out)
@@ -127,46 +140,78 @@ void copyIntegers(const Component& from, uint32 count, int64* out)
     copyNumbers(from, 0, count, out, 1, convert);
 }
 
-bool isTriple(const Column& column)
+/// The numbers of a vector's three components as those of one, when they lie so: x, y, z, x, y, z.
+std::optional<Component> asOne(const Column& column)
 {
-    const auto& c = column.components;
-    const auto follows = [&](const Component& a, const Component& b) {
-        return b.data == a.data + 4 && b.stride == 12 && b.type == Number::Float && !b.isSwapped &&
-               b.scale == 1;
-    };
-    return c.size() == 3 && c[0].type == Number::Float && !c[0].isSwapped && c[0].stride == 12 &&
-           c[0].scale == 1 && follows(c[0], c[1]) && follows(c[1], c[2]);
+    if (column.components.size() != 3) return std::nullopt;
+    Component first = column.components[0];
+    const std::size_t size = sizeOf(first.type);
+    for (std::size_t c = 0; c < 3; ++c)
+    {
+        const Component& other = column.components[c];
+        const bool follows = other.data == first.data + c * size && other.stride == 3 * size &&
+                             other.type == first.type && other.isSwapped == first.isSwapped &&
+                             other.divisor == first.divisor;
+        if (!follows) return std::nullopt;
+    }
+    first.stride = size;
+    return first;
 }
 
-Array<Vector3F> vectorsOf(const Column& column, uint32 count)
+void dropInfinite(float* values, std::size_t count)
 {
-    Array<Vector3F> vectors(count);
-    if (isTriple(column))
-    {
-        if (count > 0) std::memcpy(vectors.data(), column.components[0].data, std::size_t{count} * 12);
-        return vectors;
-    }
+    for (std::size_t n = 0; n < count; ++n) values[n] = std::isfinite(values[n]) ? values[n] : 0;
+}
+
+/// Calls decode(begin, end) for one block of points after the other.
+template <class Decode>
+void forEachBlock(uint32 count, const Decode& decode)
+{
     for (uint32 begin = 0, end = 0; begin < count; begin = end)
     {
         end = begin + std::min(count - begin, blockSize);
+        decode(begin, end);
+    }
+}
+
+enum class Infinite
+{
+    Stays,
+    BecomesZero,
+};
+
+Array<Vector3F> vectorsOf(const Column& column, uint32 count, Infinite infinite)
+{
+    Array<Vector3F> vectors(count);
+    const std::optional<Component> one = asOne(column);
+    const auto decode = [&](uint32 begin, uint32 end)
+    {
         auto* out = reinterpret_cast<float*>(vectors.data() + begin);
-        for (std::size_t c = 0; c < column.components.size(); ++c)
+        if (one)
+        {
+            Component block = *one;
+            block.data += std::size_t{begin} * 3 * block.stride;
+            copyFloats(block, 0, 3 * (end - begin), out, 1);
+        }
+        for (std::size_t c = 0; c < column.components.size() && !one; ++c)
             copyFloats(column.components[c], begin, end, out + c, 3);
         for (uint32 n = begin; column.components.size() == 2 && n < end; ++n) vectors[n].z = 0;
-    }
+        if (infinite == Infinite::BecomesZero) dropInfinite(out, std::size_t{end - begin} * 3);
+    };
+    forEachBlock(count, decode);
     return vectors;
 }
 
 Array<float> numbersOf(const Component& component, uint32 count)
 {
     Array<float> numbers(count);
-    copyFloats(component, 0, count, numbers.data(), 1);
+    forEachBlock(count,
+                 [&](uint32 begin, uint32 end)
+                 {
+                     copyFloats(component, begin, end, numbers.data() + begin, 1);
+                     dropInfinite(numbers.data() + begin, end - begin);
+                 });
     return numbers;
-}
-
-void dropInfinite(std::span<float> values)
-{
-    for (float& value : values) value = std::isfinite(value) ? value : 0;
 }
 
 void addAttribute(std::vector<PointAttribute>& attributes, const Column& column, uint32 count)
@@ -174,18 +219,12 @@ void addAttribute(std::vector<PointAttribute>& attributes, const Column& column,
     const std::size_t size = column.components.size();
     if (size == 2 || size == 3)
     {
-        Array<Vector3F> vectors = vectorsOf(column, count);
-        dropInfinite({reinterpret_cast<float*>(vectors.data()), std::size_t{count} * 3});
-        attributes.push_back({column.name, std::move(vectors)});
+        attributes.push_back({column.name, vectorsOf(column, count, Infinite::BecomesZero)});
         return;
     }
     for (std::size_t c = 0; c < size; ++c)
-    {
-        Array<float> numbers = numbersOf(column.components[c], count);
-        dropInfinite({numbers.data(), count});
-        attributes.push_back(
-            {size == 1 ? column.name : column.name + "_" + std::to_string(c), std::move(numbers)});
-    }
+        attributes.push_back({size == 1 ? column.name : column.name + "_" + std::to_string(c),
+                              numbersOf(column.components[c], count)});
 }
 
 template <class T>
@@ -304,7 +343,7 @@ Column vectorOf(const Gathered& gathered, std::vector<Column>& columns)
     {
         if (n == nowhere) continue;
         Component& component = columns[n].components[0];
-        if (gathered.stem == "color" && component.type == Number::UInt8) component.scale = 1.0f / 255;
+        if (gathered.stem == "color" && component.type == Number::UInt8) component.divisor = 255;
         vector.components.push_back(component);
         columns[n].components.clear();
     }
@@ -360,7 +399,7 @@ void gatherVectors(PointTable& table)
 PointData decode(const PointTable& table)
 {
     PointData data;
-    data.positions = vectorsOf(table.positions, table.count);
+    data.positions = vectorsOf(table.positions, table.count, Infinite::Stays);
     for (const Column& column : table.columns) addAttribute(data.attributes, column, table.count);
     return data;
 }

@@ -34,14 +34,14 @@ enum class Number : uint8
 
 std::size_t sizeOf(Number type);
 
-/// One number a point, wherever it lies in memory: that of point n at data + n * stride, times the scale.
+/// One number a point, wherever it lies in memory: that of point n at data + n * stride, through the divisor.
 struct Component
 {
     const char* data;
     std::size_t stride;
     Number type;
     bool isSwapped = false;  ///< of the other byte order than this machine's
-    float scale = 1;
+    float divisor = 1;
 };
 
 /// A named quantity: one component or several.

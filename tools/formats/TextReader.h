@@ -24,9 +24,10 @@ public:
     std::size_t remaining() const { return static_cast<std::size_t>(_end - _next); }
     std::string_view rest() const { return {_next, remaining()}; }
 
-    void skipBlanks()
+    TextReader& skipBlanks()
     {
         while (_next != _end && isBlank(*_next)) ++_next;
+        return *this;
     }
 
     /// The next word, up to a blank or the end of its line, which stay.

@@ -1,9 +1,10 @@
 #include "formats/VtkArray.h"
 
 #include <algorithm>
-#include <array>
 #include <limits>
 #include <vector>
+
+#include <tavrix/foundation/Array.h>
 
 #include "formats/Base64.h"
 #include "formats/Zlib.h"
@@ -99,6 +100,20 @@ std::optional<Blocks> readBlocks(Source& source, const VtkEncoding& encoding)
     return blocks;
 }
 
+/// False when a block is damaged.
+bool inflateBlocks(std::string_view compressed, const Blocks& blocks, char* plain)
+{
+    Inflater inflater(Inflater::Wrapper::Zlib);
+    for (std::size_t n = 0; n < blocks.compressed.size(); ++n)
+    {
+        const std::string_view block = compressed.substr(0, blocks.compressed[n]);
+        if (!inflater.inflateWhole(block, plain, blocks.sizeOfBlock(n))) return false;
+        compressed.remove_prefix(block.size());
+        plain += blocks.sizeOfBlock(n);
+    }
+    return true;
+}
+
 std::optional<VtkArrayBytes> inflatedBytes(Source& source, const VtkEncoding& encoding)
 {
     const std::optional<Blocks> blocks = readBlocks(source, encoding);
@@ -107,19 +122,11 @@ std::optional<VtkArrayBytes> inflatedBytes(Source& source, const VtkEncoding& en
     if (bytes.size() < blocks->total) return std::nullopt;
     bytes.remove_prefix(blocks->header);
 
-    std::size_t size = 0;
-    for (std::size_t n = 0; n < blocks->compressed.size(); ++n) size += blocks->sizeOfBlock(n);
+    const std::size_t count = blocks->compressed.size();
+    const std::size_t size = count == 0 ? 0 : (count - 1) * blocks->size + blocks->sizeOfBlock(count - 1);
     const std::shared_ptr<char[]> plain(new char[size]);
-    Inflater inflater(Inflater::Wrapper::Zlib);
-    char* next = plain.get();
-    for (std::size_t n = 0; n < blocks->compressed.size(); ++n)
-    {
-        const std::size_t blockSize = blocks->sizeOfBlock(n);
-        inflater.begin(bytes.substr(0, blocks->compressed[n]));
-        if (inflater.fill(next, blockSize) != blockSize) return std::nullopt;
-        next += blockSize;
-        bytes.remove_prefix(blocks->compressed[n]);
-    }
+    detail::adviseHugePages(plain.get(), size);
+    if (!inflateBlocks(bytes, *blocks, plain.get())) return std::nullopt;
     return VtkArrayBytes{{plain.get(), size}, plain};
 }
 

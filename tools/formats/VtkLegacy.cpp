@@ -90,13 +90,19 @@ private:
             refuse("is a VTK file that is neither ASCII nor BINARY");
     }
 
-    /// A count: no more than the rest of the file could hold, with so many bits for each.
-    std::size_t count(std::size_t bits = 1)
+    std::size_t stated()
     {
         uint64 value = 0;
         if (!_text.number(value)) refuse("is a damaged VTK file: a count is missing");
-        if (value > uint64{_text.remaining()} * 8 / bits + 8) refuseCut();
         return static_cast<std::size_t>(value);
+    }
+
+    /// A count of what takes a bit at least: no more than the rest of the file could hold.
+    std::size_t count()
+    {
+        const std::size_t value = stated();
+        if (value / 8 > _text.remaining()) refuseCut();
+        return value;
     }
 
     /// False when nothing that follows is wanted.
@@ -124,7 +130,7 @@ private:
         else if (is("point_data"))
             return enterPointData();
         else if (is("cell_data"))
-            _text.line(), _scope = Scope::Cells, _values = 0;
+            _scope = Scope::Cells, _values = stated();
         else
             readAttribute(keyword);
         // attributes of points may follow those of cells
@@ -231,7 +237,7 @@ private:
     bool enterPointData()
     {
         _scope = Scope::Points;
-        _values = count();
+        _values = stated();
         return _wish != VtkWish::Outline;
     }
 
@@ -288,7 +294,7 @@ private:
     {
         const std::string_view name = _text.word();
         const std::size_t components = count();
-        readValues(name, _isBinary ? "unsigned_char" : "float", components, _isBinary ? 1.0f / 255 : 1);
+        readValues(name, _isBinary ? "unsigned_char" : "float", components, _isBinary ? 255.0f : 1.0f);
     }
 
     void readLookupTable()
@@ -310,7 +316,7 @@ private:
         }
     }
 
-    void readValues(std::string_view name, std::string_view type, std::size_t components, float scale = 1,
+    void readValues(std::string_view name, std::string_view type, std::size_t components, float divisor = 1,
                     std::optional<std::size_t> given = {})
     {
         const std::size_t tuples = given.value_or(_scope == Scope::Dataset ? 0 : _values);
@@ -320,7 +326,7 @@ private:
                               tuples == _piece.points.count && components > 0;
         if (!isWanted) return skipNumbers(type, tuples * components);
         Component first = readNumbers(type, tuples * components, components);
-        first.scale = scale;
+        first.divisor = divisor;
         _piece.points.columns.push_back(columnOf(decodedName(name), components, first));
     }
 

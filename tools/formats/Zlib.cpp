@@ -61,4 +61,15 @@ std::size_t Inflater::fill(char* buffer, std::size_t size)
     return done;
 }
 
+bool Inflater::inflateWhole(std::string_view compressed, char* buffer, std::size_t size)
+{
+    if (compressed.size() > largestPiece || size > largestPiece || inflateReset(&_stream) != Z_OK)
+        return false;
+    _stream.next_in = zlibPointer(compressed.data());
+    _stream.avail_in = static_cast<uInt>(compressed.size());
+    _stream.next_out = zlibPointer(buffer);
+    _stream.avail_out = static_cast<uInt>(size);
+    return inflate(&_stream, Z_FINISH) == Z_STREAM_END && _stream.avail_out == 0;
+}
+
 }  // namespace tavrix::formats

@@ -40,6 +40,9 @@ public:
     bool isBroken() const { return _status != Z_OK && _status != Z_STREAM_END; }
     /// @}
 
+    /// Decompresses a stream that is there as a whole; false when it is not of that size.
+    bool inflateWhole(std::string_view compressed, char* buffer, std::size_t size);
+
 private:
     void offer();
 

@@ -65,15 +65,30 @@ void printBox(const Box3D& box)
                                               number(box.max[axis] - box.min[axis]) + " long");
 }
 
+std::string vectorText(const Vector3D& v)
+{
+    return "(" + number(v.x) + ", " + number(v.y) + ", " + number(v.z) + ")";
+}
+
+std::string attributeText(const ParticleInfo::Attribute& attribute)
+{
+    const auto text = [&](const Vector3D& v)
+    { return attribute.components == 1 ? number(v.x) : vectorText(v); };
+    return attribute.name + " from " + text(attribute.min) + " to " + text(attribute.max);
+}
+
 void print(const ParticleInfo& info)
 {
     printLine("particles", withCommas(info.count));
     if (info.nonFinite > 0) printLine("", withCommas(info.nonFinite) + " without a finite position");
     printBox(info.box);
-    printLine("speed", "from " + number(info.slowest) + " to " + number(info.fastest));
+    if (info.speeds)
+        printLine("speed", "from " + number(info.speeds->slowest) + " to " + number(info.speeds->fastest));
     printLine("spacing",
               info.spacing ? number(*info.spacing) + ", radius " + number(*info.spacing / 2) + " (estimated)"
                            : "unknown: no two particles lie apart");
+    for (std::size_t n = 0; n < info.attributes.size(); ++n)
+        printLine(n == 0 ? "attributes" : "", attributeText(info.attributes[n]));
 }
 
 std::string groupText(const std::vector<MeshInfo::Group>& groups)
@@ -163,11 +178,17 @@ void print(const MeshInfo& info)
     printLine("volume", number(info.volume) + (topology.isClosed() ? "" : " (of the open surface)"));
 }
 
+std::string particleText(const ParticleInfo& info)
+{
+    if (info.version) return "particle file, version " + std::to_string(*info.version);
+    return info.format + " particle file";
+}
+
 void printText(const std::string& path, const FileInfo& info)
 {
     const auto* particles = std::get_if<ParticleInfo>(&info.content);
-    const std::string format = particles ? "particle file, version " + std::to_string(particles->version)
-                                         : std::get<MeshInfo>(info.content).format + " mesh";
+    const std::string format =
+        particles ? particleText(*particles) : std::get<MeshInfo>(info.content).format + " mesh";
     std::printf("%s: %s, %s\n", path.c_str(), format.c_str(), sizeText(info.bytes).c_str());
     std::visit([](const auto& content) { print(content); }, info.content);
 }
@@ -182,6 +203,16 @@ Json boxJson(const Box3D& box)
     return {{"min", vectorJson(box.min)}, {"max", vectorJson(box.max)}};
 }
 
+Json json(const ParticleInfo::Attribute& attribute)
+{
+    const auto value = [&](const Vector3D& v)
+    { return attribute.components == 1 ? Json(v.x) : vectorJson(v); };
+    return {{"name", attribute.name},
+            {"components", attribute.components},
+            {"min", value(attribute.min)},
+            {"max", value(attribute.max)}};
+}
+
 Json json(const ParticleInfo& info)
 {
     Json spacing = nullptr, radius = nullptr;
@@ -190,10 +221,14 @@ Json json(const ParticleInfo& info)
         spacing = *info.spacing;
         radius = *info.spacing / 2;
     }
-    return {{"kind", "particles"},         {"version", info.version},
+    Json speed = nullptr, attributes = Json::array();
+    if (info.speeds) speed = {{"min", info.speeds->slowest}, {"max", info.speeds->fastest}};
+    for (const ParticleInfo::Attribute& attribute : info.attributes) attributes.push_back(json(attribute));
+    return {{"kind", "particles"},         {"version", info.version ? Json(*info.version) : Json(nullptr)},
             {"particles", info.count},     {"nonFinite", info.nonFinite},
-            {"box", boxJson(info.box)},    {"speed", {{"min", info.slowest}, {"max", info.fastest}}},
-            {"estimatedSpacing", spacing}, {"estimatedRadius", radius}};
+            {"box", boxJson(info.box)},    {"speed", speed},
+            {"estimatedSpacing", spacing}, {"estimatedRadius", radius},
+            {"format", info.format},       {"attributes", attributes}};
 }
 
 Json json(const MeshInfo& info)
@@ -275,7 +310,8 @@ void addInfoCommand(CLI::App& app, Command& command)
 {
     const auto options = std::make_shared<Options>();
     CLI::App* info = app.add_subcommand("info", "Tell what particle and mesh files hold");
-    info->add_option("FILE", options->inputs, "Mesh (" + meshFormatsText() + ") or particle files")
+    info->add_option("FILE", options->inputs,
+                     "Mesh (" + meshFormatsText() + ") or particle files (.bin, .vtk, .csv ...)")
         ->required()
         ->option_text("...");
     addStrict(*info, options->strict);

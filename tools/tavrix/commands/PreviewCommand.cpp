@@ -71,9 +71,8 @@ Subject particleSubject(const std::string& file, const std::optional<double>& ra
 
 Subject subjectOf(const std::string& file, const Options& options)
 {
-    return formats::kindOfFile(file) == formats::FileKind::ParticleBin
-               ? particleSubject(file, options.particleRadius)
-               : meshSubject(file, options);
+    return formats::holdsMesh(file) ? meshSubject(file, options)
+                                    : particleSubject(file, options.particleRadius);
 }
 
 Picture draw(const Subject& subject, const View& view, const PreviewOptions& options)

@@ -2,18 +2,16 @@
 
 #include <algorithm>
 #include <cmath>
-#include <filesystem>
 #include <limits>
 
 #include <tavrix/mesh/MeshRepair.h>
 #include <tavrix/particles/ParticleSpacing.h>
-#include <tavrix/particles/ParticleSystem_v3.h>
 #include <tavrix/platform/FileBufferIn.h>
 
 #include "files/MeshNotes.h"
 #include "formats/Bytes.h"
 #include "formats/FileKind.h"
-#include "formats/FileName.h"
+#include "formats/ParticleFile.h"
 #include "formats/VertexStreams.h"
 #include "run/Failure.h"
 
@@ -23,57 +21,62 @@ namespace tavrix::tool
 namespace
 {
 
-struct ParticleHeader
+/// The version that a particle BIN file states.
+int versionOf(const std::string& path)
 {
-    int16 version = 0;
-    uint32 count = 0;
-};
-
-ParticleHeader readHeader(const std::string& path)
-{
-    ParticleHeader header;
     FileBufferIn file;
-    file.open(TX_String(path));
+    int16 version = 0;
+    const formats::PlainFile plain(path);
+    file.open(TX_String(plain.path()));
     file.seek(254, 0);
-    file.readShort(&header.version);
-    file.seek(276, 0);
-    if (file.readUInt(&header.count) != 1)
-        throw Failure(path + ": is cut off in its header; write or copy it again");
-    return header;
+    file.readShort(&version);
+    return version;
 }
 
-ParticleInfo inspectParticles(const std::string& path)
+std::optional<ParticleInfo::Speeds> speedsOf(const Array<Vector3F>& velocities, uint32 particles)
 {
-    const ParticleHeader header = readHeader(path);
-    ParticleSystem_v3 particles;
-    const int read = particles.load_BIN(TX_String(path));
-    if (read < 0) throw Failure(path + ": cannot be read; look for what is wrong with the disk");
-    const auto count = static_cast<uint32>(read);
-    if (count < header.count)
-        throw Failure(path + ": is cut off, it holds " + std::to_string(count) + " of " +
-                      std::to_string(header.count) + " particles; write or copy it again");
-
-    ParticleInfo info{header.version, count, 0, Box3D::empty(), 0, 0, {}};
-    Array<Vector3F> finite;
-    finite.reserve(count);
-    for (const Vector3F& p : particles.getArrPosition())
+    if (velocities.empty() && particles > 0) return std::nullopt;
+    ParticleInfo::Speeds speeds{std::numeric_limits<double>::infinity(), 0};
+    for (const Vector3F& v : velocities)
     {
-        if (!isFinite(p)) continue;
-        finite.push_back(p);
-        info.box.extend(convert<double>(p));
-    }
-    info.nonFinite = count - finite.size();
-    info.slowest = std::numeric_limits<double>::infinity();
-    for (const Vector3F& v : particles.getArrVelocity())
-    {
-        if (!isFinite(v)) continue;
         const double speed = length(convert<double>(v));
-        info.slowest = std::min(info.slowest, speed);
-        info.fastest = std::max(info.fastest, speed);
+        speeds.slowest = std::min(speeds.slowest, speed);
+        speeds.fastest = std::max(speeds.fastest, speed);
     }
-    info.slowest = std::min(info.slowest, info.fastest);
-    const double spacing = estimateSpacing(finite);
+    speeds.slowest = std::min(speeds.slowest, speeds.fastest);
+    return speeds;
+}
+
+Vector3D vectorOf(float value) { return {value, 0, 0}; }
+Vector3D vectorOf(const Vector3F& value) { return convert<double>(value); }
+
+ParticleInfo::Attribute rangeOf(const formats::PointAttribute& attribute)
+{
+    const auto measure = [](const auto& values)
+    {
+        Box3D box = Box3D::empty();
+        for (const auto& value : values) box.extend(vectorOf(value));
+        return box;
+    };
+    const Box3D box = std::visit(measure, attribute.values);
+    const bool isVector = std::holds_alternative<Array<Vector3F>>(attribute.values);
+    return {attribute.name, isVector ? 3u : 1u, box.min, box.max};
+}
+
+ParticleInfo inspectParticles(formats::FileKind kind, const std::string& path)
+{
+    const formats::ParticleFile file = formats::readParticlesIfAny(path);
+    ParticleInfo info{};
+    info.format = formats::formatName(kind);
+    if (kind == formats::FileKind::ParticleBin) info.version = versionOf(path);
+    info.count = file.positions.size() + file.leftOut;
+    info.nonFinite = file.leftOut;
+    info.box = boxAround(file.positions);
+    info.speeds = speedsOf(file.velocities, file.positions.size());
+    const double spacing = estimateSpacing(file.positions);
     if (spacing > 0) info.spacing = spacing;
+    for (const formats::PointAttribute& attribute : file.attributes)
+        if (!file.positions.empty()) info.attributes.push_back(rangeOf(attribute));
     return info;
 }
 
@@ -158,10 +161,9 @@ MeshInfo inspectMesh(formats::FileKind kind, const std::string& path, bool isStr
 FileInfo inspect(const std::string& path, bool isStrict)
 {
     const formats::FileKind kind = formats::kindOfFile(path);
-    std::error_code ignored;
-    const auto bytes = std::filesystem::file_size(formats::pathOf(path), ignored);
-    if (kind == formats::FileKind::ParticleBin) return {bytes, inspectParticles(path)};
-    return {bytes, inspectMesh(kind, path, isStrict)};
+    const std::size_t bytes = formats::sizeOfFile(path);
+    if (formats::holdsMesh(path)) return {bytes, inspectMesh(kind, path, isStrict)};
+    return {bytes, inspectParticles(kind, path)};
 }
 
 }  // namespace tavrix::tool

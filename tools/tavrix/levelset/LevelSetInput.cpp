@@ -116,9 +116,7 @@ LevelSetInput readSpheres(const LevelSetOptions& options, Progress& progress)
 
 LevelSetInput readInput(const LevelSetOptions& options, Progress& progress)
 {
-    return formats::kindOfFile(options.input) == formats::FileKind::ParticleBin
-               ? readSpheres(options, progress)
-               : readMesh(options, progress);
+    return formats::holdsMesh(options.input) ? readMesh(options, progress) : readSpheres(options, progress);
 }
 
 }  // namespace tavrix::tool

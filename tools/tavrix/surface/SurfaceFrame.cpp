@@ -138,7 +138,8 @@ FrameReport runFrame(const SurfaceOptions& options, const SurfaceFiles& files,
     settings.normals = wantsNormals(options);
     settings.memory = grantedMemory(options.surface.memory);
     std::vector<ParticleAttribute> attributes;
-    if (holdsVelocities(files.output)) attributes.push_back({"Velocity", &particles.velocities});
+    if (holdsVelocities(files.output) && !particles.velocities.empty())
+        attributes.push_back({"Velocity", &particles.velocities});
     ArrayOfPtr<Mesh> meshes;
     meshes.push_back(new Mesh);
     Mesh& mesh = *meshes[0];
