@@ -284,7 +284,7 @@ GltfElements GltfFile::elements(uint64 index) const
     if (const Json& sparse = member(accessor, "sparse"); sparse.is_object())
         replaceSparse(sparse, elements, sizeOf(types[type].number) * components);
     if (member(accessor, "normalized") == true && types[type].largest > 0)
-        for (Component& component : elements.column.components) component.scale = 1 / types[type].largest;
+        for (Component& component : elements.column.components) component.divisor = types[type].largest;
     return elements;
 }
 

@@ -76,16 +76,19 @@ private:
             "header_type=\"UInt64\">\n<PolyData>\n<Piece NumberOfPoints=\"" +
             std::to_string(points) +
             "\" NumberOfVerts=\"0\" NumberOfLines=\"0\" NumberOfStrips=\"0\" NumberOfPolys=\"" +
-            std::to_string(triangles) + "\">\n<Points>\n" + arrays.add("Float64", "Points", 3, points * 24) +
-            "</Points>\n" + (_streams.haveNormals ? "<PointData Normals=\"Normals\">\n" : "<PointData>\n");
+            std::to_string(triangles) + "\">\n<Points>\n";
+        text += arrays.add("Float64", "Points", 3, points * 24);
+        text += "</Points>\n<PointData";
+        text += _streams.haveNormals ? " Normals=\"Normals\">\n" : ">\n";
         if (_streams.haveNormals) text += arrays.add("Float32", "Normals", 3, points * 12);
         for (const VertexAttribute& attribute : _streams.attributes)
             text += arrays.add("Float32", attribute.name, componentsOf(attribute),
                                points * 4 * componentsOf(attribute));
-        text += "</PointData>\n<Polys>\n" +
-                arrays.add(index, "connectivity", 1, triangles * 3 * sizeof(Index)) +
-                arrays.add(index, "offsets", 1, triangles * sizeof(Index)) + "</Polys>\n<CellData>\n" +
-                arrays.add("Int32", "Part", 1, triangles * 4);
+        text += "</PointData>\n<Polys>\n";
+        text += arrays.add(index, "connectivity", 1, triangles * 3 * sizeof(Index));
+        text += arrays.add(index, "offsets", 1, triangles * sizeof(Index));
+        text += "</Polys>\n<CellData>\n";
+        text += arrays.add("Int32", "Part", 1, triangles * 4);
         return text + "</CellData>\n</Piece>\n</PolyData>\n<AppendedData encoding=\"raw\">\n_";
     }
 

@@ -12,6 +12,7 @@
 #include "arguments/Arguments.h"
 #include "arguments/HelpFormatter.h"
 #include "commands/Command.h"
+#include "formats/ImportLibrary.h"
 #include "run/Failure.h"
 #include "run/Interrupt.h"
 
@@ -69,7 +70,10 @@ int main(int argc, char** argv)
     app.allow_windows_style_options(false);  // what begins with a slash is a path
     app.require_subcommand(1);
     app.get_formatter()->column_width(32);
-    app.set_version_flag("--version", "tavrix " TAVRIX_VERSION);
+    const std::string library = tavrix::formats::importLibrary();
+    app.set_version_flag(
+        "--version",
+        "tavrix " TAVRIX_VERSION + (library.empty() ? "" : "\nreads further mesh formats with " + library));
     app.formatter(std::make_shared<HelpFormatter>());
     app.failure_message(usageMessage);
     app.footer(
