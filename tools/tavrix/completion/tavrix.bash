@@ -30,6 +30,7 @@ _tavrix_files()
 _tavrix()
 {
     local program=$1 word=$2 previous=$3 command=${COMP_WORDS[1]} IFS=$'\n'
+    local meshes=$'bin\nobj\nstl\nase\nply\nvtk\nvtp\nvtu\nvts\noff\nglb\ngltf\n3mf'
     COMPREPLY=()
     if [ "$COMP_CWORD" -eq 1 ]; then
         if [[ $word == -* ]]; then
@@ -42,7 +43,7 @@ _tavrix()
     case $command:$previous in
         surface:-o | surface:--output | levelset:-o | levelset:--output | simplify:-o | simplify:--output | \
             sphere:-o | sphere:--output)
-            _tavrix_files "$word" obj stl bin
+            _tavrix_files "$word" obj stl bin ply vtp glb
             ;;
         *:--load-field | *:--save-field) compopt -o filenames 2>/dev/null; COMPREPLY=($(compgen -f -- "$word")) ;;
         preview:-o | preview:--output | *:--preview) _tavrix_files "$word" png ;;
@@ -59,11 +60,11 @@ _tavrix()
             elif [ "$command" = surface ]; then
                 _tavrix_files "$word" bin
             elif [ "$command" = convert ] || [ "$command" = simplify ]; then
-                _tavrix_files "$word" obj stl bin ase
+                _tavrix_files "$word" $meshes
             elif [ "$command" = sphere ]; then
                 COMPREPLY=($(compgen -W $'20\n500' -- "$word"))
             else
-                _tavrix_files "$word" bin obj stl ase
+                _tavrix_files "$word" $meshes
             fi
             ;;
     esac
