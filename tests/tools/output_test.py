@@ -83,12 +83,17 @@ class Sequences(OutputTest):
         self.assertIn("2 written, 0 up to date, 0 failed", run("--first", 9, "--last", 10))
         self.assertEqual(sorted(path.name for path in self.folder.glob("out*")), ["out_09.obj", "out_10.obj"])
         lines = run().splitlines()
-        self.assertEqual([line.split()[0] for line in lines], ["02", "11", "frames"])
-        self.assertIn("2 written, 2 up to date", lines[-1])
+        self.assertEqual([line.split()[0] for line in lines], ["radius", "02", "11", "frames", "missing"])
+        self.assertIn("2 written, 2 up to date", lines[-2])
+        self.assertEqual(lines[-1].split()[1:], ["3", "to", "8"])
         newer = (self.folder / "out_09.obj").stat().st_mtime + 10
         os.utime(self.folder / "f_09.bin", (newer, newer))
         self.assertIn("1 written, 3 up to date", run())
         self.assertIn("4 written, 0 up to date", run("--force"))
+        self.assertIn("1 written, 0 up to date", run("--first", 11, "--smooth", 3))
+        self.assertIn("1 written, 3 up to date", run("--jobs", 3, "--threads", 1))
+        (self.folder / "out_02.obj").unlink()
+        self.assertIn("1 written, 3 up to date", run())
         self.assertEqual(run("--quiet", "--force"), "")
 
     def test_one_bad_frame_does_not_stop_the_rest(self):
@@ -114,7 +119,7 @@ class Sequences(OutputTest):
         os.rename(self.folder / "f_09.bin", self.folder / "a{}" / "f_09.bin")
         self.surface("a{}/f_09.bin", "-o", "a{}/one.obj")
         self.surface("a{}/f_{}.bin", "-o", "a{}/out_{}.obj")
-        self.assertEqual(sorted(os.listdir(self.folder / "a{}")), ["f_09.bin", "one.obj", "out_09.obj"])
+        self.assertEqual(sorted(os.listdir(self.folder / "a{}")), [".tavrix", "f_09.bin", "one.obj", "out_09.obj"])
 
     def test_the_input_is_never_replaced(self):
         before = (self.folder / "f_09.bin").read_bytes()
@@ -126,8 +131,8 @@ class Sequences(OutputTest):
         (self.folder / "a{}").mkdir()
         self.assert_all_refused("surface", (
             ("f_{}.bin -o out.obj", 2, "{}"), ("f_02.bin -o out_{}.obj", 2, "{}"),
-            ("f_{}.bin -o o_{}.obj --preview p.png", 2, "--preview"), ("f_02.bin -o out.obj --first 3", 2, "--first"),
-            ("f_{}.bin -o o_{}.obj --last -1", 2, "--last"), ("f_02.bin -o f_02.bin", 2, "input"),
+            ("f_{}.bin -o o_{}.obj --preview p.png", 2, "p.png"), ("f_02.bin -o out.obj --first 3", 2, "--first"),
+            ("f_{}.bin -o o_{}.obj --last -1", 2, "--last"), ("f_02.bin -o f_02.bin", 1, "input"),
             ("f_02.bin -o o.obj --preview-particles", 2, "--preview"), ("g_{}.bin -o out_{}.obj", 1, "g_{}.bin"),
             ("f_09.bin -o none/out.obj", 1, "none", "does not exist"),
             ("f_{}.bin -o o_{}.obj --first 12", 1, "--first"),

@@ -1,11 +1,19 @@
 """Tests of `tavrix surface` from outside: files in, files, messages and exit status out."""
 
 import os
+import signal
+import subprocess
+import time
 import unittest
 from math import inf, nan, pi, sqrt
 
 from particle_file import block, particle_file
-from program import ProgramTest, address_space, on_linux, run
+from program import PROGRAM, ProgramTest, address_space, on_linux, run
+
+try:
+    import resource
+except ImportError:  # only Linux limits file sizes
+    resource = None
 
 
 class SurfaceTest(ProgramTest):
@@ -39,7 +47,9 @@ class Meshes(SurfaceTest):
                 at = (level or 1) * (1 - own**2 / k**2) ** 3
                 expected = k * radius * sqrt(1 - at ** (1 / 3))
                 self.write_particles([centre], version=6)
-                options = f"--radius {radius} --spacing 0.0625 --field {field} --influence {influence}"
+                options = f"--radius {radius} --spacing 0.0625 --field {field}"
+                if field != "distance":
+                    options += f" --influence {influence}"
                 self.make(*options.split(), *(["--level", str(level)] if level else []))
                 found = self.assert_solid("out.obj", 4 / 3 * pi * expected**3, 0.03)
                 self.assertAlmostEqual(found["area"] / (4 * pi * expected**2), 1, delta=0.02)
@@ -77,7 +87,7 @@ class Meshes(SurfaceTest):
                 self.make(*(() if "--radius" in arguments else options), *arguments.split())
                 self.assert_solid("out.obj", held, error)
         self.assert_all_refused("surface in.bin -o out.obj",
-                                [("--level 1.1 --match-volume", 2, "--level excludes --match-volume")])
+                                [("--level 1.1 --match-volume", 2, "--level and --match-volume contradict")])
 
     def test_cavities_are_filled(self):
         """A block of particles without those in the middle."""
@@ -125,13 +135,12 @@ class Failures(SurfaceTest):
     def test_spacings_levels_and_outputs_that_cannot_be(self):
         self.write_particles(block(3, 0.05))
         self.write("out.obj", b"older")
-        (self.folder / "folder.obj").mkdir()
         self.assert_all_refused("surface in.bin -o", [
             ("out.obj --spacing 1e-6", 1, "GiB", "try --spacing"),
             ("out.obj --memory 1M", 1, "GiB more than", "try --spacing"), ("out.obj --memory many", 2, "--memory"),
             ("out.obj --level 0", 1, "from 0 to 2"),
             ("out.obj --level 1000", 1, "from 0 to 2", "--level"), ("out.obj --level -1", 1, "from 0 to 2"),
-            ("missing/out.obj", 1, "missing/out.obj", "does not exist"), ("folder.obj", 1, "folder.obj", "folder")])
+            ("missing/out.obj", 1, "missing/out.obj", "does not exist")])
 
     @on_linux
     def test_full_disks(self):
@@ -146,7 +155,8 @@ class Failures(SurfaceTest):
         self.assertRegex(self.succeed("--version"), r"\Atavrix \d+\.\d+\.\d+\n(reads further mesh formats with \w+ [\d.]+\n)?\Z")
         self.write_particles(block(3, 0.05))
         self.assert_all_refused("", [
-            ("", 2, "subcommand"), ("volume", 2, "no command or option volume"), ("surface -o out.obj", 2, "IN"),
+            ("", 2, "say what to do"), ("volume", 2, "no command volume"),
+            ("surfcae", 2, "did you mean surface?"), ("surface in.bin -o out.obj --radios 1", 2, "did you mean --radius?"), ("surface -o out.obj", 2, "IN"),
             ("surface in.bin", 2, "--output"), ("surface in.bin -o out.txt", 2, "out.txt"),
             ("surface in.bin -o out.obj more.bin", 2, "more.bin")])
         self.assert_all_refused("surface in.bin -o out.obj", [(option, 2, option.split()[0]) for option in (
@@ -181,11 +191,27 @@ class Manners(SurfaceTest):
         self.assertEqual(sorted(os.listdir(self.folder)), ["in.bin", "log", "out.obj"])
 
     @on_linux
+    def test_signals_end_the_program_as_if_uncaught_and_leave_nothing(self):
+        self.write_particles(block(40, 0.05))
+        for number in (signal.SIGINT, signal.SIGTERM, signal.SIGHUP):
+            command = [PROGRAM, "surface", "in.bin", "-o", "out.obj", "--spacing", "0.004"]
+            program = subprocess.Popen(command, cwd=self.folder, stderr=subprocess.PIPE)
+            time.sleep(0.2)
+            program.send_signal(number)
+            self.assertEqual(program.communicate()[1], b"tavrix: interrupted\n")
+            self.assertEqual(program.returncode, -number)
+            self.assertEqual(os.listdir(self.folder), ["in.bin"])
+        limited = lambda: resource.setrlimit(resource.RLIMIT_FSIZE, (10_000, 10_000))
+        self.assert_refused(self.surface(preexec_fn=limited), 1, "out.obj", "disk full")
+        self.assertEqual(os.listdir(self.folder), ["in.bin"])
+
+    @on_linux
     def test_a_terminal_sees_the_stages_unless_quiet(self):
         self.write_particles(block(3, 0.05))
         shown = self.shown_on_terminal()
-        for number, stage in enumerate(("read", "field", "surface", "smooth", "normals", "write"), 1):
-            self.assertIn(f"{number}/6 {stage}", shown)
+        for stage in ("read", "field", "surface", "smooth", "normals", "write"):
+            self.assertIn(f"] {stage}", shown)
+        self.assertRegex(shown, r"\[#+\.*\] surface \d+ %")
         self.assertRegex(shown, r"\r *\r\Z", "the bar goes in the end")
         self.assertEqual(self.shown_on_terminal("--quiet"), "")
 

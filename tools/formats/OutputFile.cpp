@@ -27,6 +27,25 @@ fs::path freeNameBeside(const fs::path& target)
     }
 }
 
+/// A file that is removed again, whatever happens, unless it takes the target's name.
+class PartFile
+{
+public:
+    explicit PartFile(fs::path path) : _path(std::move(path)) {}
+    PartFile(const PartFile&) = delete;
+    PartFile& operator=(const PartFile&) = delete;
+    ~PartFile()
+    {
+        std::error_code ignored;
+        fs::remove(_path, ignored);
+    }
+
+    const fs::path& path() const { return _path; }
+
+private:
+    fs::path _path;
+};
+
 /// Appends a file to standard output, behind what others have written there; false when that fails.
 bool copyToStandardOutput(const fs::path& path)
 {
@@ -58,29 +77,21 @@ void writeFileWhole(const std::string& target, const std::function<int(const std
     if (fs::is_directory(status)) throw Failure(target + ": is a folder; name a file in it");
     confirmFolder(target);
 
-    const bool direct = fs::exists(status) && !fs::is_regular_file(status);
-    const fs::path beside = direct ? path : freeNameBeside(path);
-    if (write(utf8Of(beside)) != 0)
+    if (fs::exists(status) && !fs::is_regular_file(status))
     {
-        if (!direct) fs::remove(beside, error);
-        refuseUnwritten(target);
-    }
-    if (direct) return;
-    if (isStandardOutput(target))
-    {
-        const bool isCopied = copyToStandardOutput(beside);
-        fs::remove(beside, error);
-        if (!isCopied) refuseUnwritten(target);
+        if (write(utf8Of(path)) != 0) refuseUnwritten(target);
         return;
     }
-    if (fs::exists(status)) fs::permissions(beside, status.permissions(), error);
-    fs::rename(beside, path, error);
-    if (error)
+    const PartFile part(freeNameBeside(path));
+    if (write(utf8Of(part.path())) != 0) refuseUnwritten(target);
+    if (isStandardOutput(target))
     {
-        const std::string reason = error.message();
-        fs::remove(beside, error);
-        throw Failure(target + ": cannot be replaced (" + reason + ")");
+        if (!copyToStandardOutput(part.path())) refuseUnwritten(target);
+        return;
     }
+    if (fs::exists(status)) fs::permissions(part.path(), status.permissions(), error);
+    fs::rename(part.path(), path, error);
+    if (error) throw Failure(target + ": cannot be replaced (" + error.message() + ")");
 }
 
 }  // namespace tavrix::formats

@@ -10,8 +10,12 @@
 #include <CLI/CLI.hpp>
 
 #include "arguments/Arguments.h"
+#include "arguments/Complaint.h"
 #include "arguments/HelpFormatter.h"
+#include "arguments/JobFile.h"
+#include "arguments/SharedArguments.h"
 #include "commands/Command.h"
+#include "documents/Documents.h"
 #include "formats/ImportLibrary.h"
 #include "run/Failure.h"
 #include "run/Interrupt.h"
@@ -23,20 +27,19 @@ using namespace tavrix::tool;
 
 constexpr int failed = 1, wrongUsage = 2;
 
-std::string usageMessage(const CLI::App* app, const CLI::Error& error)
+/// The version, and what was built in.
+std::string versionText()
 {
-    const std::vector<CLI::App*> chosen = app->get_subcommands();
-    const std::vector<std::string> unknown = app->remaining();
-    if (chosen.empty() && !unknown.empty())
-        return "tavrix: there is no command or option " + unknown.front() + "; see tavrix --help\n";
-    const std::string command = chosen.empty() ? "" : " " + chosen.front()->get_name();
-    return "tavrix: " + std::string(error.what()) + "; see tavrix" + command + " --help\n";
+    const std::string library = tavrix::formats::importLibrary();
+    return "tavrix " TAVRIX_VERSION + (library.empty() ? "" : "\nreads further mesh formats with " + library);
 }
 
-int run(const Command& command)
+int run(const Command& command, const CLI::App& app)
 {
     try
     {
+        const CLI::App& chosen = *app.get_subcommands().front();
+        if (const std::string jobFile = jobFileOf(chosen); !jobFile.empty()) saveJobFile(chosen, jobFile);
         const int status = command.run();
         if (std::fflush(stdout) == 0) return status;
         if (command.output.empty())
@@ -61,21 +64,14 @@ int run(const Command& command)
     return failed;
 }
 
-}  // namespace
-
-// NOLINTNEXTLINE(bugprone-exception-escape): before run(), which catches all, nothing fails but memory
-int main(int argc, char** argv)
+void describe(CLI::App& app, Command& command)
 {
-    CLI::App app{"Particles become fields, fields become surfaces, surfaces become meshes.", "tavrix"};
     app.allow_windows_style_options(false);  // what begins with a slash is a path
     app.require_subcommand(1);
     app.get_formatter()->column_width(32);
-    const std::string library = tavrix::formats::importLibrary();
-    app.set_version_flag(
-        "--version",
-        "tavrix " TAVRIX_VERSION + (library.empty() ? "" : "\nreads further mesh formats with " + library));
+    app.set_version_flag("-V,--version", versionText());
     app.formatter(std::make_shared<HelpFormatter>());
-    app.failure_message(usageMessage);
+    app.failure_message(complaint);
     app.footer(
         "\nFrom particles to a picture:\n"
         "  tavrix info water.bin                    what the file holds\n"
@@ -83,7 +79,6 @@ int main(int argc, char** argv)
         "  tavrix preview water.obj -o water.png    the surface becomes a picture\n"
         "  tavrix convert water.obj water.stl       or a file for another program\n\n"
         "tavrix COMMAND --help tells more about each.");
-    Command command;
     addSurfaceCommand(app, command);
     addLevelSetCommand(app, command);
     addPreviewCommand(app, command);
@@ -92,17 +87,38 @@ int main(int argc, char** argv)
     addSphereCommand(app, command);
     addQueryCommand(app, command);
     addInfoCommand(app, command);
+    for (CLI::App* each : app.get_subcommands({})) addJobFile(*each);
+}
 
+}  // namespace
+
+// NOLINTNEXTLINE(bugprone-exception-escape): before run(), which catches all, nothing fails but memory
+int main(int argc, char** argv)
+{
+    CLI::App app{"Particles become fields, fields become surfaces, surfaces become meshes.", "tavrix"};
+    Command command;
+    describe(app, command);
     std::vector<std::string> arguments = utf8Arguments(argc, argv);
-    std::reverse(arguments.begin(), arguments.end());
     try
     {
+        // for the build, which installs them
+        if (arguments.size() == 2 && arguments[0] == "--write-documents")
+            return writeDocuments(app, arguments[1]), 0;
+        arguments = withJobFile(app, std::move(arguments));
+        std::reverse(arguments.begin(), arguments.end());
         app.parse(arguments);
     }
     catch (const CLI::ParseError& error)
     {
         return app.exit(error) == 0 ? 0 : wrongUsage;
     }
+    catch (const Failure& failure)
+    {
+        std::fprintf(stderr, "tavrix: %s\n", failure.what());
+        return failed;
+    }
     installInterruptHandler();
-    return run(command);
+    const int status = run(command, app);
+    dieOfInterrupt();
+    return status;
 }

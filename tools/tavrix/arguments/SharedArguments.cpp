@@ -1,12 +1,15 @@
 #include "arguments/SharedArguments.h"
 
 #include <algorithm>
+#include <set>
 
 #include <CLI/CLI.hpp>
 
 #include "arguments/Validators.h"
 #include "formats/FileKind.h"
+#include "formats/FileName.h"
 #include "formats/ImportLibrary.h"
+#include "formats/MeshFile.h"
 
 namespace tavrix::tool
 {
@@ -30,29 +33,68 @@ std::string takeSize(const std::string& text, PreviewOptions& options)
     return "";
 }
 
-}  // namespace
-
-std::string extensionText(const std::vector<std::string>& extensions)
-{
-    std::string text;
-    for (std::size_t n = 0; n < extensions.size(); ++n)
-        text += (n == 0 ? "." : n + 1 < extensions.size() ? ", ." : " or .") + extensions[n];
-    return text;
-}
-
-std::string meshFormatsText()
+/// The extensions of mesh files, with those of the import library.
+std::string meshNames()
 {
     const std::string library = formats::importLibrary();
-    return extensionText(formats::meshExtensions()) +
-           (library.empty() ? "" : ", or what " + library + " reads");
+    return nameList(formats::meshExtensions(), ".") +
+           (library.empty() ? "" : ", and what " + library + " reads");
+}
+
+}  // namespace
+
+const std::vector<std::string>& inputExtensions()
+{
+    static const std::vector<std::string> extensions = []
+    {
+        std::vector<std::string> all = formats::meshExtensions();
+        for (const std::string& extension : formats::particleExtensions())
+            if (std::count(all.begin(), all.end(), extension) == 0) all.push_back(extension);
+        return all;
+    }();
+    return extensions;
+}
+
+std::string particleFileText(const std::string& more)
+{
+    return "Particle file (" + nameList(formats::particleExtensions(), ".") + ")" + more;
+}
+
+std::string meshFileText() { return "Mesh file (" + meshNames() + ")"; }
+
+std::string anyFileText(const std::string& more)
+{
+    return "Mesh (" + meshNames() + ") or particle file (" + nameList(formats::particleExtensions(), ".") +
+           ")" + (more.empty() ? "" : "; " + more);
+}
+
+void addFormat(CLI::App& command)
+{
+    static std::string ignored;  // nameInFolder reads it back by its name
+    const auto& extensions = formats::writableExtensions();
+    command
+        .add_option("--format", ignored, "What kind of mesh file goes into a folder: " + nameList(extensions))
+        ->check(oneOf(extensions))
+        ->option_text("NAME [obj]");
 }
 
 CLI::Option* addMeshOutput(CLI::App& command, std::string& output, const std::string& description)
 {
+    const auto& extensions = formats::writableExtensions();
+    addFormat(command);
     return command
-        .add_option("-o,--output", output, description + ": " + extensionText(formats::writableExtensions()))
-        ->check(outputWithExtension(formats::writableExtensions()))
+        .add_option("-o,--output", output,
+                    description + ": " + nameList(extensions, ".") +
+                        ". Or a folder: the file is then named as the input")
+        ->check(outputWithExtension(extensions, true))
         ->option_text("OUT");
+}
+
+void addStrict(CLI::App& command, bool& strict)
+{
+    command.add_flag(
+        "--strict", strict,
+        "Fail when a mesh file is not whole: when faces had to be left out, or numbers are missing");
 }
 
 void addAscii(CLI::App& command, bool& ascii)
@@ -62,16 +104,9 @@ void addAscii(CLI::App& command, bool& ascii)
 
 void addNormals(CLI::App& command, bool& normals)
 {
-    command.add_flag("--normals", normals, "Write vertex normals, where the format has them; the default");
+    command.add_flag("--normals", normals, "Write vertex normals into OBJ files; the default");
     command.add_flag_callback(
         "--no-normals", [&normals] { normals = false; }, "Leave them out, for smaller files");
-}
-
-void addStrict(CLI::App& command, bool& strict)
-{
-    command.add_flag(
-        "--strict", strict,
-        "Fail when a mesh file is not whole: when faces had to be left out, or numbers are missing");
 }
 
 CLI::Option* addQuiet(CLI::App& command, bool& quiet, const std::string& description)
@@ -88,7 +123,7 @@ CLI::Option* addFillCavities(CLI::App& command, bool& fillCavities)
 CLI::Option* addThreads(CLI::App& command, uint32& threads)
 {
     return command.add_option("-t,--threads", threads, "Worker threads; all processors when absent")
-        ->check(CLI::Range(1, 1024))
+        ->check(wholeNumber(1, 1024))
         ->option_text("COUNT");
 }
 
@@ -117,9 +152,123 @@ void addPictureArguments(CLI::App& command, const std::string& sizeName, Preview
         .add_option_function<std::string>(
             "--up", [&options](const std::string& axis) { options.up = axis == "z" ? UpAxis::Z : UpAxis::Y; },
             "The axis that points up in pictures")
-        ->check(CLI::IsMember({"y", "z"}))
+        ->check(oneOf({"y", "z"}))
         ->option_text("y|z [y]")
         ->group("Picture");
+}
+
+void addSequence(CLI::App& command, SequenceOptions& options, bool withForce)
+{
+    command.add_option("--first", options.first, "The first frame to make")
+        ->check(frameNumber)
+        ->option_text("NUMBER")
+        ->group("Sequence");
+    command.add_option("--last", options.last, "The last frame to make")
+        ->check(frameNumber)
+        ->option_text("NUMBER")
+        ->group("Sequence");
+    command
+        .add_option("-j,--jobs", options.jobs,
+                    "Make so many frames at once, which share the threads: faster where frames are small")
+        ->check(wholeNumber(1, 256))
+        ->option_text("COUNT [1]")
+        ->group("Sequence");
+    if (!withForce) return;
+    command
+        .add_flag("--force", options.force,
+                  "Make frames again that are up to date: made from the same particles with the same options")
+        ->group("Sequence");
+}
+
+void addJobFile(CLI::App& command)
+{
+    static std::string read, written;  // main reads them back by their names
+    command
+        .add_option("--config", read,
+                    "Take the options of a job file as well; those given here as well go before")
+        ->check(anyFile({"toml"}))
+        ->option_text("FILE")
+        ->group("Job files");
+    command.add_option("--save-config", written, "Write all these options into a job file, and go on")
+        ->check(anyFile({"toml"}))
+        ->option_text("FILE")
+        ->group("Job files");
+}
+
+std::string jobFileOf(const CLI::App& command)
+{
+    const CLI::Option* const option = command.get_option_no_throw("--save-config");
+    return option && option->count() > 0 ? option->results().front() : "";
+}
+
+std::string settingsText(const CLI::App& command)
+{
+    static const std::set<std::string> aside{"--help",   "--quiet",  "--threads",    "--memory", "--first",
+                                             "--last",   "--jobs",   "--force",      "--output", "--preview",
+                                             "--format", "--config", "--save-config"};
+    std::string text = command.get_name() + "\n";
+    for (const CLI::Option* option : command.get_options())
+    {
+        const std::string name = option->get_name();
+        if (option->count() == 0 || option->get_positional() || aside.count(name) > 0) continue;
+        text += name;
+        for (const std::string& value : option->results()) text += " " + value;
+        text += "\n";
+    }
+    return text;
+}
+
+void nameInFolder(const CLI::App& command, const std::string& input, std::string& output,
+                  std::string& newFolder)
+{
+    const bool isFolder = isFolderName(output);
+    refuse(command, "--format", !isFolder,
+           "is for an output folder; the extension of a file's name says what kind it is");
+    if (!isFolder) return;
+    std::string extension = "obj";
+    if (const CLI::Option* format = command.get_option_no_throw("--format"); format && format->count() > 0)
+        extension = format->results().front();
+    newFolder = output;
+    const auto name = formats::pathOf(input).stem();
+    output = formats::utf8Of(formats::pathOf(output) / name) + "." + extension;
+}
+
+void refuse(const CLI::App& command, const std::string& option, bool isUseless, const std::string& reason)
+{
+    const CLI::Option* const given = command.get_option_no_throw(option);
+    if (isUseless && given && given->count() > 0) throw CLI::ValidationError(option, reason);
+}
+
+void checkFrames(const CLI::App& command, const FrameFiles& files)
+{
+    const bool isSequence = std::any_of(files.inputs.begin(), files.inputs.end(), isPattern);
+    for (const std::string& name : files.outputs)
+        if (isPattern(name) != isSequence)
+            throw CLI::ValidationError(
+                name, isSequence
+                          ? "must have a {} where the input has it, for each frame makes a file of its own"
+                          : "has a {}, but the input has none");
+    for (const char* option : {"--first", "--last", "--jobs"})
+        refuse(command, option, !isSequence,
+               "is for the frames of a sequence; put a {} into the names where the frame's number stands");
+}
+
+void refusePictureOptions(const CLI::App& command, bool hasPicture)
+{
+    for (const char* option : {"--preview-size", "--preview-particles"})
+        refuse(command, option, !hasPicture, "is for a picture; name one with --preview");
+}
+
+void refuseFormatOptions(const CLI::App& command, const std::string& output)
+{
+    const bool isStl = formats::extensionOf(output) == "stl";
+    refuse(command, "--ascii", !isStl, "is for .stl files; " + output + " is none");
+    if (command.get_option_no_throw("--decimals"))
+        refuse(command, "--decimals", formats::extensionOf(output) != "obj",
+               "is for .obj files; " + output + " is none");
+    for (const char* option : {"--normals", "--no-normals"})
+        refuse(command, option, !formats::holdsNormals(output),
+               "has no effect on " + output + ", whose format has no vertex normals");
 }
 
 }  // namespace tavrix::tool

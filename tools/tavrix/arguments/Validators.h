@@ -1,6 +1,7 @@
 #pragma once
 
 #include <algorithm>
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -9,11 +10,21 @@
 #include <tavrix/platform/Types.h>
 
 #include "formats/FileName.h"
+#include "run/Text.h"
 
 namespace tavrix::tool
 {
 
-// What the commands' options accept.
+// What the commands' options accept. A validator's description lists, behind a mark, the choices or the
+// extensions of files that completions offer.
+inline const std::string choicesMark = "choices:", filesMark = "files:";
+
+/// Any name of a file to read, or of one to write without an extension of its own.
+inline CLI::Validator anyFile(const std::vector<std::string>& extensions = {})
+{
+    return CLI::Validator([](const std::string&) { return std::string(); },
+                          filesMark + CLI::detail::join(extensions, ","), "");
+}
 
 inline const auto positiveNumber = CLI::Validator(
     [](std::string& text) -> std::string
@@ -81,17 +92,75 @@ inline const auto frameNumber = CLI::Validator(
     },
     "NUMBER");
 
-/// A file name to write with one of the extensions, in capitals or not, or a device.
-inline CLI::Validator outputWithExtension(const std::vector<std::string>& extensions)
+/// A whole number in a range.
+inline CLI::Validator wholeNumber(uint64 least, uint64 most)
 {
-    const auto check = [extensions](const std::string& name) -> std::string
+    const auto check = [least, most](const std::string& text) -> std::string
     {
-        const bool fits = std::count(extensions.begin(), extensions.end(), formats::extensionOf(name)) > 0;
-        return fits || name.starts_with("/dev/")
+        uint64 value = 0;
+        const bool isWhole = !text.empty() && text.find_first_not_of("0123456789") == std::string::npos &&
+                             CLI::detail::lexical_cast(text, value);
+        return isWhole && value >= least && value <= most
                    ? ""
-                   : "the name must end in ." + CLI::detail::join(extensions, " or .") + ": " + name;
+                   : "must be a whole number from " + std::to_string(least) + " to " + std::to_string(most);
     };
     return CLI::Validator(check, "", "");
+}
+
+/// A number in a range.
+inline CLI::Validator numberFrom(double least, double most)
+{
+    const auto check = [least, most](const std::string& text) -> std::string
+    {
+        double value = 0;
+        const bool fits = CLI::detail::lexical_cast(text, value) && value >= least && value <= most;
+        return fits ? "" : formatted("must be a number from %g to %g", least, most);
+    };
+    return CLI::Validator(check, "", "");
+}
+
+/// "obj, stl or bin", each behind the prefix.
+inline std::string nameList(const std::vector<std::string>& names, const std::string& prefix = "")
+{
+    std::string text;
+    for (std::size_t n = 0; n < names.size(); ++n)
+        text += (n == 0 ? "" : n + 1 == names.size() ? " or " : ", ") + prefix + names[n];
+    return text;
+}
+
+inline CLI::Validator oneOf(const std::vector<std::string>& names)
+{
+    const auto check = [names](const std::string& text) -> std::string
+    {
+        return std::count(names.begin(), names.end(), text) > 0
+                   ? ""
+                   : "must be " + nameList(names) + ", not " + text;
+    };
+    return CLI::Validator(check, choicesMark + CLI::detail::join(names, ","), "");
+}
+
+/// Whether an output is a folder, which may have to be made.
+inline bool isFolderName(const std::string& name)
+{
+    std::error_code ignored;
+    return !name.empty() && (name.back() == '/' || name.back() == '\\' ||
+                             std::filesystem::is_directory(formats::pathOf(name), ignored));
+}
+
+/// A file name to write with one of the extensions, in capitals or not, or a device; or, where it may be, a
+/// folder.
+inline CLI::Validator outputWithExtension(const std::vector<std::string>& extensions,
+                                          bool mayBeFolder = false)
+{
+    const auto check = [extensions, mayBeFolder](const std::string& name) -> std::string
+    {
+        if (mayBeFolder && isFolderName(name)) return "";
+        const bool fits = std::count(extensions.begin(), extensions.end(), formats::extensionOf(name)) > 0;
+        return fits || name.starts_with("/dev/") ? ""
+                                                 : "must end in " + nameList(extensions, ".") +
+                                                       (mayBeFolder ? ", or be a folder: " : ": ") + name;
+    };
+    return CLI::Validator(check, filesMark + CLI::detail::join(extensions, ","), "");
 }
 
 }  // namespace tavrix::tool

@@ -13,6 +13,9 @@
 #include "formats/FileKind.h"
 #include "formats/FileName.h"
 #include "formats/MeshFile.h"
+#include "run/Progress.h"
+#include "run/Text.h"
+#include "sequence/FrameByFrame.h"
 
 namespace tavrix::tool
 {
@@ -20,22 +23,25 @@ namespace tavrix::tool
 namespace
 {
 
-struct Options
+struct Options : RunOptions
 {
     std::string input, output;
     std::optional<double> weld;
     ObjNumbers numbers;
     bool ascii = false;
     bool strict = false;
-    bool quiet = false;
+
+    std::vector<std::string*> inputs() { return {&input}; }
+    std::vector<std::string*> outputs() { return {&output}; }
 };
 
 /// Takes a number of decimals, or "exact".
 void takeDecimals(const std::string& text, ObjNumbers& numbers)
 {
     numbers.areShortest = text == "exact";
+    if (numbers.areShortest) return;
     const bool isCount = CLI::detail::lexical_cast(text, numbers.decimals);
-    if (!numbers.areShortest && (!isCount || numbers.decimals < 0 || numbers.decimals > 17))
+    if (!isCount || numbers.decimals < 0 || numbers.decimals > 17)
         throw CLI::ValidationError("--decimals", "must be a number from 0 to 17, or exact");
 }
 
@@ -51,19 +57,27 @@ void tellMerged(const Options& options, const ArrayOfPtr<Mesh>& meshes)
                      options.output.c_str(), merged, options.numbers.decimals);
 }
 
-void runConvert(const Options& options)
+std::string convertOne(const Options& options)
 {
+    Progress progress(2, options.quiet, options.label);
+    progress.begin("read");
     formats::MeshFile file = readMeshes(options.input, options.strict);
     SheetSeparation separated;
     if (options.weld)
         separated =
             weldMeshes(file.meshes, {{*options.weld}}, formats::holdsNormals(options.output), options.input);
+    progress.begin("write");
     formats::writeMeshes(options.output, file.meshes, {options.ascii, options.numbers});
-    if (options.quiet) return;
+    progress.end();
+    if (options.isFrame)
+        return formatted("%u faces ", countsOf(file.meshes).faces) +
+               writtenText(filesOf(options), progress.totalSeconds());
+    if (options.quiet) return {};
     tellLeftOut(options.input, file);
     tellMerged(options, file.meshes);
     tellSeparated(separated);
     tellWritten(options.output, file.meshes);
+    return {};
 }
 
 }  // namespace
@@ -72,16 +86,18 @@ void addConvertCommand(CLI::App& app, Command& command)
 {
     const auto options = std::make_shared<Options>();
     CLI::App* convert = app.add_subcommand("convert", "Write a mesh file in another format");
-    convert->add_option("IN", options->input, "Mesh file to read: " + meshFormatsText())
+    convert->add_option("IN", options->input, meshFileText())
         ->required()
+        ->check(anyFile(formats::meshExtensions()))
         ->option_text(" ");
     convert
         ->add_option("OUT", options->output,
-                     "Mesh file to write; its extension is the format: " +
-                         extensionText(formats::writableExtensions()))
+                     "Mesh file to write, whose extension (" + nameList(formats::writableExtensions(), ".") +
+                         ") is the format; or a folder: the file is then named as the input")
         ->required()
-        ->check(outputWithExtension(formats::writableExtensions()))
+        ->check(outputWithExtension(formats::writableExtensions(), true))
         ->option_text(" ");
+    addFormat(*convert);
     convert
         ->add_option(
             "--weld", options->weld,
@@ -97,6 +113,7 @@ void addConvertCommand(CLI::App& app, Command& command)
         ->option_text("COUNT|exact [6]");
     addStrict(*convert, options->strict);
     addQuiet(*convert, options->quiet);
+    addSequence(*convert, options->sequence);
     convert->footer(
         "What the format can hold is carried over: OBJ holds groups, normals and texture\n"
         "coordinates, PLY, VTP and GLB normals, texture coordinates and whatever else vertices\n"
@@ -106,13 +123,18 @@ void addConvertCommand(CLI::App& app, Command& command)
         "normals are made anew, and what else vertices carry is lost.\n\n"
         "Examples:\n"
         "  tavrix convert part.stl part.obj --weld 0\n"
-        "  tavrix convert water.obj water.stl --ascii\n"
-        "  tavrix convert scan.glb scan.obj --decimals exact");
+        "  tavrix convert scan.glb scan.obj --decimals exact\n"
+        "  tavrix convert water.obj water.stl --ascii");
     convert->callback(
-        [options, &command]
+        [convert, options, &command]
         {
+            nameInFolder(*convert, options->input, options->output, options->folder);
+            options->settings = settingsText(*convert);
+            checkFrames(*convert, filesOf(*options));
+            refuseFormatOptions(*convert, options->output);
             options->quiet |= formats::isStandardOutput(options->output);
-            command = {[options] { return runConvert(*options), 0; }, options->input, options->output};
+            command = {[options] { return runFrameByFrame(*options, settleNothing, convertOne); },
+                       options->input, options->output};
         });
 }
 

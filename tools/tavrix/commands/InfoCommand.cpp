@@ -8,6 +8,7 @@
 #include <nlohmann/json.hpp>
 
 #include "arguments/SharedArguments.h"
+#include "arguments/Validators.h"
 #include "files/FileInfo.h"
 #include "files/MeshNotes.h"
 #include "run/Failure.h"
@@ -70,11 +71,17 @@ std::string vectorText(const Vector3D& v)
     return "(" + number(v.x) + ", " + number(v.y) + ", " + number(v.z) + ")";
 }
 
-std::string attributeText(const ParticleInfo::Attribute& attribute)
+std::string attributeText(const AttributeRange& attribute)
 {
     const auto text = [&](const Vector3D& v)
     { return attribute.components == 1 ? number(v.x) : vectorText(v); };
     return attribute.name + " from " + text(attribute.min) + " to " + text(attribute.max);
+}
+
+void print(const std::vector<AttributeRange>& attributes)
+{
+    for (std::size_t n = 0; n < attributes.size(); ++n)
+        printLine(n == 0 ? "attributes" : "", attributeText(attributes[n]));
 }
 
 void print(const ParticleInfo& info)
@@ -87,8 +94,7 @@ void print(const ParticleInfo& info)
     printLine("spacing",
               info.spacing ? number(*info.spacing) + ", radius " + number(*info.spacing / 2) + " (estimated)"
                            : "unknown: no two particles lie apart");
-    for (std::size_t n = 0; n < info.attributes.size(); ++n)
-        printLine(n == 0 ? "attributes" : "", attributeText(info.attributes[n]));
+    print(info.attributes);
 }
 
 std::string groupText(const std::vector<MeshInfo::Group>& groups)
@@ -99,16 +105,6 @@ std::string groupText(const std::vector<MeshInfo::Group>& groups)
         text +=
             (n > 0 ? ", " : " ") + groups[n].name + " (" + counted(groups[n].faces, "face", "faces") + ")";
     return groups.size() > shown ? text + ", ..." : text;
-}
-
-/// "Velocity: x from -1 to 1, y from 0 to 2, z from 0 to 0".
-std::string rangeText(const AttributeRange& range)
-{
-    std::string text = range.name + ":";
-    for (std::size_t n = 0; n < range.min.size(); ++n)
-        text += std::string(n > 0 ? "," : "") + (range.min.size() > 1 ? std::string(" ") + "xyz"[n] : "") +
-                " from " + number(range.min[n]) + " to " + number(range.max[n]);
-    return text;
 }
 
 std::string channelText(const MeshInfo& info)
@@ -159,8 +155,7 @@ void print(const MeshInfo& info)
     if (!info.report.isWhole()) printLine("left out", leftOutText(info.report));
     if (const std::string flat = flatText(topology); !flat.empty()) printLine("", flat);
     printLine("channels", channelText(info));
-    for (const AttributeRange& range : info.attributes)
-        printLine(&range == info.attributes.data() ? "attributes" : "", rangeText(range));
+    print(info.attributes);
     printBox(info.box);
     printLine("surface", surfaceText(info));
     printLine("edges", withCommas(topology.edgeCount) + ": " + withCommas(topology.boundaryEdgeCount) +
@@ -203,7 +198,7 @@ Json boxJson(const Box3D& box)
     return {{"min", vectorJson(box.min)}, {"max", vectorJson(box.max)}};
 }
 
-Json json(const ParticleInfo::Attribute& attribute)
+Json json(const AttributeRange& attribute)
 {
     const auto value = [&](const Vector3D& v)
     { return attribute.components == 1 ? Json(v.x) : vectorJson(v); };
@@ -223,7 +218,7 @@ Json json(const ParticleInfo& info)
     }
     Json speed = nullptr, attributes = Json::array();
     if (info.speeds) speed = {{"min", info.speeds->slowest}, {"max", info.speeds->fastest}};
-    for (const ParticleInfo::Attribute& attribute : info.attributes) attributes.push_back(json(attribute));
+    for (const AttributeRange& attribute : info.attributes) attributes.push_back(json(attribute));
     return {{"kind", "particles"},         {"version", info.version ? Json(*info.version) : Json(nullptr)},
             {"particles", info.count},     {"nonFinite", info.nonFinite},
             {"box", boxJson(info.box)},    {"speed", speed},
@@ -240,8 +235,7 @@ Json json(const MeshInfo& info)
     if (info.hasTexture) channels.push_back("texture");
     if (info.hasVelocity) channels.push_back("velocity");
     Json attributes = Json::array();
-    for (const AttributeRange& range : info.attributes)
-        attributes.push_back({{"name", range.name}, {"min", range.min}, {"max", range.max}});
+    for (const AttributeRange& attribute : info.attributes) attributes.push_back(json(attribute));
     const MeshTopology& topology = info.topology;
     return {{"kind", "mesh"},
             {"format", info.format},
@@ -310,9 +304,9 @@ void addInfoCommand(CLI::App& app, Command& command)
 {
     const auto options = std::make_shared<Options>();
     CLI::App* info = app.add_subcommand("info", "Tell what particle and mesh files hold");
-    info->add_option("FILE", options->inputs,
-                     "Mesh (" + meshFormatsText() + ") or particle files (.bin, .vtk, .csv ...)")
+    info->add_option("FILE", options->inputs, anyFileText())
         ->required()
+        ->check(anyFile(inputExtensions()))
         ->option_text("...");
     addStrict(*info, options->strict);
     info->add_flag("--json", options->json, "Print an array of objects, one a file, for other programs");

@@ -20,7 +20,8 @@ const std::map<std::string, FieldLayout> layoutNames{{"regular", FieldLayout::Re
 
 void addFiles(CLI::App& levelset, LevelSetOptions& options)
 {
-    levelset.add_option("IN", options.input, "Mesh (" + meshFormatsText() + ") or particle file")
+    levelset.add_option("IN", options.input, anyFileText())
+        ->check(anyFile(inputExtensions()))
         ->option_text(" ");
     addMeshOutput(levelset, options.output, "Mesh file to write, needed without --save-field");
     addAscii(levelset, options.asciiStl);
@@ -80,21 +81,26 @@ void addShape(CLI::App& levelset, LevelSetOptions& options)
 void addFields(CLI::App& levelset, LevelSetOptions& options)
 {
     levelset.add_option("--save-field", options.saveField, "Write the distances into a file as well")
+        ->check(anyFile())
         ->option_text("FILE")
         ->group("Field files");
     levelset
         .add_option("--load-field", options.loadField,
                     "Begin with the distances of such a file instead of IN")
+        ->check(anyFile())
         ->option_text("FILE")
         ->group("Field files");
     levelset
         .add_option_function<std::string>(
             "--field-format", [&options](const std::string& name) { options.layout = layoutNames.at(name); },
             "How field files hold the samples: 'regular' (all) or 'sparse' (those below the default value)")
-        ->check(CLI::IsMember({"regular", "sparse"}))
+        ->check(oneOf({"regular", "sparse"}))
         ->option_text("NAME [regular]")
         ->group("Field files");
-    levelset.add_flag("--force", options.force, "Replace the file of --save-field when there is one")
+    levelset
+        .add_flag(
+            "--force", options.sequence.force,
+            "Replace the file of --save-field when there is one, and make frames again that are up to date")
         ->group("Field files");
 }
 
@@ -104,8 +110,8 @@ void addPicture(CLI::App& levelset, LevelSetOptions& options)
     addPictureArguments(levelset, "--preview-size", options.picture);
 }
 
-/// Throws what makes the options contradict each other.
-void checkTogether(const LevelSetOptions& options)
+/// Rejects options that contradict each other or have no effect.
+void checkTogether(const CLI::App& levelset, const LevelSetOptions& options)
 {
     const auto demand = [](bool holds, const char* option, const std::string& what)
     {
@@ -123,6 +129,16 @@ void checkTogether(const LevelSetOptions& options)
            "would fill the hollow that --shell makes; give one of them");
     demand(!options.isUnsigned || options.offset > 0, "--unsigned",
            "has no inside, so it needs an --offset above 0: the surface is a wall that far around the sheet");
+    checkFrames(levelset, filesOf(options));
+    refusePictureOptions(levelset, !options.preview.empty());
+    if (!options.output.empty()) refuseFormatOptions(levelset, options.output);
+    refuse(levelset, "--field-format", !isLoaded && options.saveField.empty(),
+           "is for field files; name one with --save-field or --load-field");
+    refuse(levelset, "--force", options.saveField.empty() && !isSequence(filesOf(options)),
+           "is for field files that are there, and for sequences");
+    for (const char* option : {"--ascii", "--normals", "--no-normals", "--fill-cavities"})
+        refuse(levelset, option, options.output.empty() && options.preview.empty(),
+               "is for the mesh, and none is made; name one with --output");
 }
 
 }  // namespace
@@ -136,6 +152,7 @@ void addLevelSetCommand(CLI::App& app, Command& command)
     addDistances(*levelset, *options);
     addShape(*levelset, *options);
     addFields(*levelset, *options);
+    addSequence(*levelset, options->sequence, false);
     addPicture(*levelset, *options);
     levelset->footer(
         "\nField files do not tell how far their distances reach: they have a band of three\n"
@@ -150,12 +167,15 @@ void addLevelSetCommand(CLI::App& app, Command& command)
         "  tavrix levelset water.bin -o water.obj --radius 0.04 --save-field water.field\n"
         "  tavrix levelset --load-field water.field -o smaller.obj --offset -0.01");
     levelset->callback(
-        [options, &command]
+        [levelset, options, &command]
         {
-            checkTogether(*options);
+            if (!options->output.empty())
+                nameInFolder(*levelset, options->source(), options->output, options->folder);
+            options->settings = settingsText(*levelset);
+            checkTogether(*levelset, *options);
             options->quiet |=
                 formats::isStandardOutput(options->output) || formats::isStandardOutput(options->saveField);
-            command = {[options] { return runLevelSet(*options), 0; }, options->source(),
+            command = {[options] { return runLevelSet(*options); }, options->source(),
                        options->output.empty() ? options->saveField : options->output,
                        "try a larger --spacing"};
         });

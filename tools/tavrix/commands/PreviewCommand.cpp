@@ -9,7 +9,6 @@
 
 #include <tavrix/mesh/MeshRepair.h>
 #include <tavrix/mesh/MeshTopology.h>
-#include <tavrix/platform/Timer.h>
 #include <CLI/CLI.hpp>
 
 #include "arguments/SharedArguments.h"
@@ -18,9 +17,13 @@
 #include "commands/SmoothNormals.h"
 #include "files/MeshNotes.h"
 #include "formats/FileKind.h"
+#include "formats/FileName.h"
 #include "formats/ParticleFile.h"
 #include "preview/Render.h"
 #include "run/Failure.h"
+#include "run/Progress.h"
+#include "run/Text.h"
+#include "sequence/FrameByFrame.h"
 
 namespace tavrix::tool
 {
@@ -28,14 +31,22 @@ namespace tavrix::tool
 namespace
 {
 
-struct Options
+struct Options : RunOptions
 {
-    std::vector<std::string> inputs;
+    std::vector<std::string> files;
     std::string output;
     std::optional<double> particleRadius;
+    std::optional<Box3D> viewBox;  ///< what the camera looks at; absent, all that is drawn
     PreviewOptions picture;
     bool strict = false;
-    bool quiet = false;
+
+    std::vector<std::string*> inputs()
+    {
+        std::vector<std::string*> names;
+        for (std::string& file : files) names.push_back(&file);
+        return names;
+    }
+    std::vector<std::string*> outputs() { return {&output}; }
 };
 
 /// Something to draw, and the box that it takes up.
@@ -49,7 +60,7 @@ struct Subject
 Subject meshSubject(const std::string& file, const Options& options)
 {
     const formats::MeshFile content = readMeshes(file, options.strict);
-    if (!options.quiet) tellLeftOut(file, content);
+    if (!options.quiet && !options.isFrame) tellLeftOut(file, content);
     const auto smooth =
         formats::kindOfFile(file) == formats::FileKind::Stl ? smoothSeparateFaces : confirmSmoothNormals;
     for (Mesh* mesh : content.meshes) smooth(*mesh);
@@ -82,27 +93,96 @@ Picture draw(const Subject& subject, const View& view, const PreviewOptions& opt
     return renderMesh(std::get<Mesh>(subject.matter), view, options);
 }
 
-void runPreview(const Options& options)
+std::vector<Subject> subjectsOf(const Options& options)
 {
-    Timer timer;
-    timer.start();
     std::vector<Subject> subjects;
+    for (const std::string& file : options.files) subjects.push_back(subjectOf(file, options));
+    return subjects;
+}
+
+Box3D boxOf(const std::vector<Subject>& subjects)
+{
     Box3D box = Box3D::empty();
-    for (const std::string& file : options.inputs)
-    {
-        subjects.push_back(subjectOf(file, options));
-        box.extend(subjects.back().box.min);
-        box.extend(subjects.back().box.max);
-    }
-    const View view = viewOf(box, options.picture);
+    for (const Subject& subject : subjects) box.extend(subject.box);
+    return box;
+}
+
+Picture drawAll(const std::vector<Subject>& subjects, const Options& options, Progress& progress)
+{
+    PreviewOptions picture = options.picture;
+    picture.threads = threadsFor(picture.threads, options);
+    const View view = viewOf(options.viewBox ? *options.viewBox : boxOf(subjects), picture);
     std::vector<Picture> pictures;
     pictures.reserve(subjects.size());
-    for (const Subject& subject : subjects) pictures.push_back(draw(subject, view, options.picture));
-    const Picture whole = sideBySide(pictures);
+    for (const Subject& subject : subjects)
+    {
+        const StageScope stage(progress, "draw");
+        pictures.push_back(draw(subject, view, picture));
+    }
+    return sideBySide(pictures);
+}
+
+std::string previewOne(const Options& options)
+{
+    Progress progress(2 + options.files.size(), options.quiet, options.label);
+    progress.begin("read");
+    const Picture whole = drawAll(subjectsOf(options), options, progress);
+    progress.begin("write");
     savePng(whole, options.output);
-    if (options.quiet) return;
+    progress.end();
+    if (options.isFrame) return writtenText(filesOf(options), progress.totalSeconds());
+    if (options.quiet) return {};
     std::printf("picture    %u x %u pixels -> %s\n", whole.width, whole.height, options.output.c_str());
-    std::printf("time       %.3f s\n", timer.stop());
+    printCosts(progress, threadsFor(options.picture.threads, options));
+    return {};
+}
+
+/// The largest radius of particles in the first frame that can be read; 0 without particles.
+float radiusOfFirst(const std::vector<Options>& frames)
+{
+    return ofFirstReadable(frames,
+                           [](const Options& frame)
+                           {
+                               float radius = 0;
+                               for (const Subject& subject : subjectsOf(frame))
+                                   radius = std::max(radius, subject.particleRadius);
+                               return radius;
+                           });
+}
+
+/// One camera and one radius of particles for all frames.
+std::string settleView(Options& options, const std::vector<Options>& frames)
+{
+    std::string text;
+    if (const float radius = options.particleRadius ? 0 : radiusOfFirst(frames); radius > 0)
+    {
+        options.particleRadius = radius;
+        text = formatted("radius %.9g\n", double{radius});
+    }
+    Box3D whole = Box3D::empty();
+    for (Options frame : frames)
+    {
+        frame.particleRadius = options.particleRadius;
+        const auto box = ofFirstReadable(
+            std::vector{frame}, [](const Options& one) { return std::optional(boxOf(subjectsOf(one))); });
+        if (box) whole.extend(*box);
+    }
+    if (whole == Box3D::empty()) return text;
+    options.viewBox = whole;
+    return text + formatted("view %.9g %.9g %.9g to %.9g %.9g %.9g\n", whole.min.x, whole.min.y, whole.min.z,
+                            whole.max.x, whole.max.y, whole.max.z);
+}
+
+/// Rejects what has no effect.
+void checkTogether(const CLI::App& preview, const Options& options)
+{
+    checkFrames(preview, filesOf(options));
+    const auto& extensions = formats::particleExtensions();
+    const auto mayBeParticles = [&](const std::string& file)
+    { return std::count(extensions.begin(), extensions.end(), formats::extensionOf(file)) > 0; };
+    refuse(preview, "--particle-radius",
+           std::none_of(options.files.begin(), options.files.end(), mayBeParticles),
+           "is for particle files, and none of these is one");
 }
 
 }  // namespace
@@ -111,10 +191,9 @@ void addPreviewCommand(CLI::App& app, Command& command)
 {
     const auto options = std::make_shared<Options>();
     CLI::App* preview = app.add_subcommand("preview", "Draw a picture of mesh or particle files");
-    preview
-        ->add_option("FILE", options->inputs,
-                     "Mesh or particle files; several stand side by side, seen by one camera")
+    preview->add_option("FILE", options->files, anyFileText("several stand side by side, seen by one camera"))
         ->required()
+        ->check(anyFile(inputExtensions()))
         ->option_text("...");
     preview->add_option("-o,--output", options->output, "Picture to write (.png), needed")
         ->required()
@@ -130,17 +209,20 @@ void addPreviewCommand(CLI::App& app, Command& command)
     addThreads(*preview, options->picture.threads)->group("Run");
     addStrict(*preview, options->strict);
     addQuiet(*preview, options->quiet)->group("Run");
-    preview->footer("Meshes are " + meshFormatsText() +
-                    " files.\n\nExamples:\n"
-                    "  tavrix preview water.obj -o water.png\n"
-                    "  tavrix preview frame_0035.bin water_0035.obj -o both.png --size 900x900\n"
-                    "  tavrix preview part.stl -o part.png --up z");
+    addSequence(*preview, options->sequence);
+    preview->footer(
+        "\nExamples:\n"
+        "  tavrix preview water.obj -o water.png\n"
+        "  tavrix preview frame_0035.bin water_0035.obj -o both.png --size 900x900\n"
+        "  tavrix preview part.stl -o part.png --up z");
     preview->callback(
-        [options, &command]
+        [preview, options, &command]
         {
+            options->settings = settingsText(*preview);
+            checkTogether(*preview, *options);
             options->quiet |= formats::isStandardOutput(options->output);
-            command = {[options] { return runPreview(*options), 0; }, options->inputs.front(),
-                       options->output, "try a smaller --size"};
+            command = {[options] { return runFrameByFrame(*options, settleView, previewOne); },
+                       options->files.front(), options->output, "try a smaller --size"};
         });
 }
 

@@ -6,16 +6,19 @@
 #include <tavrix/foundation/ParallelFor.h>
 #include <tavrix/mesh/MeshRepair.h>
 #include <tavrix/platform/FileBufferOut.h>
-#include <tavrix/platform/Hardware.h>
 #include <tavrix/spatial/MeshCollider.h>
 #include <CLI/CLI.hpp>
 
 #include "arguments/SharedArguments.h"
+#include "arguments/Validators.h"
 #include "commands/QueryTable.h"
 #include "files/MeshNotes.h"
+#include "formats/FileKind.h"
 #include "formats/MeshFile.h"
 #include "formats/OutputFile.h"
 #include "run/Failure.h"
+#include "run/Progress.h"
+#include "sequence/FrameByFrame.h"
 
 namespace tavrix::tool
 {
@@ -23,13 +26,15 @@ namespace tavrix::tool
 namespace
 {
 
-struct Options
+struct Options : RunOptions
 {
     std::string input, output, points;
     std::vector<std::string> rays, nearest;
     uint32 threads = 0;
     bool strict = false;
-    bool quiet = false;
+
+    std::vector<std::string*> inputs() { return {&input, &points}; }
+    std::vector<std::string*> outputs() { return {&output}; }
 };
 
 CLI::Validator numbers(bool isRay)
@@ -85,25 +90,32 @@ void writeText(const std::string& path, const std::string& text)
                             });
 }
 
-void runQuery(const Options& options)
+std::string queryOne(const Options& options)
 {
-    if (!options.output.empty()) formats::confirmFolder(options.output);
+    Progress progress(3, options.quiet, options.label);
+    progress.begin("read");
     const std::vector<Query> queries = askedQueries(options);
     const formats::MeshFile file = readMeshes(options.input, options.strict);
-    const uint32 threads = options.threads > 0 ? options.threads : Hardware::getThreadCount();
-    if (!options.quiet) tellLeftOut(options.input, file);
+    const uint32 threads = threadsFor(options.threads, options);
+    if (!options.quiet && !options.isFrame) tellLeftOut(options.input, file);
+    progress.begin("tree");
     MeshCollider collider;
     collider.create(file.meshes.size() == 1 ? *file.meshes[0] : joinMeshes(file.meshes), threads);
+    progress.begin("answer");
     const std::string table = answerTable(queries, answerAll(collider, queries, threads));
     if (options.output.empty())
     {
+        progress.end();
         std::fwrite(table.data(), 1, table.size(), stdout);
-        return;
+        return {};
     }
     writeText(options.output, table);
-    if (options.quiet) return;
+    progress.end();
+    if (options.isFrame) return writtenText(filesOf(options), progress.totalSeconds());
+    if (options.quiet) return {};
     std::printf("answers    %zu, from %u faces -> %s\n", queries.size(), collider.getMesh().getFacesSize(),
                 options.output.c_str());
+    return {};
 }
 
 }  // namespace
@@ -112,8 +124,9 @@ void addQueryCommand(CLI::App& app, Command& command)
 {
     const auto options = std::make_shared<Options>();
     CLI::App* query = app.add_subcommand("query", "Tell where rays hit a mesh, and what is near or inside");
-    query->add_option("MESH", options->input, "Mesh file: " + meshFormatsText())
+    query->add_option("MESH", options->input, meshFileText())
         ->required()
+        ->check(anyFile(formats::meshExtensions()))
         ->option_text(" ");
     query->add_option("--ray", options->rays, "Origin and direction of a ray; repeatable")
         ->check(numbers(true))
@@ -126,12 +139,15 @@ void addQueryCommand(CLI::App& app, Command& command)
     query
         ->add_option("--points", options->points,
                      "Text file (CSV) with a query in each line: three numbers are a point, six a ray")
+        ->check(anyFile())
         ->option_text("FILE");
     query->add_option("-o,--output", options->output, "CSV file to write; standard output when absent")
+        ->check(anyFile())
         ->option_text("FILE");
     addStrict(*query, options->strict);
     addThreads(*query, options->threads);
     addQuiet(*query, options->quiet, "Print errors only, and answers");
+    addSequence(*query, options->sequence);
     query->footer(
         "The answers are a table, one line a query: those of --ray, of --nearest, then of the\n"
         "file. A ray's distance is in lengths of its direction, a point's in those of the\n"
@@ -143,11 +159,17 @@ void addQueryCommand(CLI::App& app, Command& command)
         "  tavrix query part.stl --ray 0,0,10,0,0,-1 --nearest 1,2,3\n"
         "  tavrix query water.obj --points probes.csv -o answers.csv");
     query->callback(
-        [options, &command]
+        [query, options, &command]
         {
             if (options->rays.empty() && options->nearest.empty() && options->points.empty())
                 throw CLI::ValidationError("nothing is asked; give --ray, --nearest or --points");
-            command = {[options] { return runQuery(*options), 0; }, options->input, options->output};
+            if (options->output.empty() && isPattern(options->input))
+                throw CLI::ValidationError("--output",
+                                           "is needed for a sequence, with a {} where the input has it");
+            checkFrames(*query, filesOf(*options));
+            options->settings = settingsText(*query);
+            command = {[options] { return runFrameByFrame(*options, settleNothing, queryOne); },
+                       options->input, options->output};
         });
 }
 

@@ -3,11 +3,11 @@
 #include <algorithm>
 #include <cstdio>
 #include <memory>
+#include <optional>
 
 #include <CLI/CLI.hpp>
 
 #include <tavrix/meshproc/MeshDecimation.h>
-#include <tavrix/platform/Hardware.h>
 
 #include "arguments/SharedArguments.h"
 #include "arguments/Validators.h"
@@ -16,9 +16,10 @@
 #include "files/MeshNotes.h"
 #include "formats/FileKind.h"
 #include "formats/MeshFile.h"
-#include "formats/OutputFile.h"
 #include "run/Interrupt.h"
 #include "run/Progress.h"
+#include "run/Text.h"
+#include "sequence/FrameByFrame.h"
 
 namespace tavrix::tool
 {
@@ -26,14 +27,16 @@ namespace tavrix::tool
 namespace
 {
 
-struct Options
+struct Options : RunOptions
 {
     std::string input, output;
     WeldOptions weld;
     DecimationSettings decimation;
     bool ascii = false;
     bool strict = false;
-    bool quiet = false;
+
+    std::vector<std::string*> inputs() { return {&input}; }
+    std::vector<std::string*> outputs() { return {&output}; }
 
     bool decimates() const { return decimation.faces || decimation.ratio || decimation.error; }
 };
@@ -55,7 +58,7 @@ Outcome decimateMeshes(ArrayOfPtr<Mesh>& meshes, const DecimationSettings& setti
         DecimationSettings share = settings;
         const uint32 before = mesh->getFacesSize();
         if (settings.faces) share.faces = static_cast<uint32>(*settings.faces / all * before);
-        const DecimationReport report = decimateMesh(*mesh, share, interrupted);
+        const DecimationReport report = decimateMesh(*mesh, share, StageScope::poll);
         stopIfInterrupted();
         outcome.target += share.faces   ? std::min(*share.faces, before)
                           : share.ratio ? static_cast<uint32>(*share.ratio * before)
@@ -77,35 +80,43 @@ void tellOutcome(const Outcome& outcome, const DecimationSettings& settings)
             outcome.target);
 }
 
-void runSimplify(const Options& options)
+std::string simplifyOne(const Options& options)
 {
-    formats::confirmFolder(options.output);
-    Progress progress(3, options.quiet);
+    Progress progress(3, options.quiet, options.label);
     progress.begin("read");
     formats::MeshFile file = readMeshes(options.input, options.strict);
     const MeshCounts before = countsOf(file.meshes);
-    progress.begin("simplify");
     WeldOptions weld = options.weld;
     // the faces of STL files share no corners
     if (weld.tolerances.empty() && formats::kindOfFile(options.input) == formats::FileKind::Stl)
         weld.tolerances = {0};
     SheetSeparation separated;
+    std::optional<StageScope> stage(std::in_place, progress, "simplify");
     if (!weld.tolerances.empty()) separated = weldMeshes(file.meshes, weld, false, options.input);
     Outcome outcome;
-    if (options.decimates()) outcome = decimateMeshes(file.meshes, options.decimation);
+    if (options.decimates())
+    {
+        DecimationSettings settings = options.decimation;
+        settings.threadCount = threadsFor(settings.threadCount, options);
+        outcome = decimateMeshes(file.meshes, settings);
+    }
     if (formats::holdsNormals(options.output))
         for (Mesh* mesh : file.meshes) confirmSmoothNormals(*mesh);
+    stage.reset();
     progress.begin("write");
     formats::writeMeshes(options.output, file.meshes, {options.ascii});
     progress.end();
-    if (options.quiet) return;
+    if (options.isFrame)
+        return formatted("%u faces ", countsOf(file.meshes).faces) +
+               writtenText(filesOf(options), progress.totalSeconds());
+    if (options.quiet) return {};
     tellLeftOut(options.input, file);
     std::printf("input      %u vertices, %u faces\n", before.vertices, before.faces);
     tellSeparated(separated);
     tellWritten(options.output, file.meshes);
     if (options.decimates()) tellOutcome(outcome, options.decimation);
-    printCosts(progress, options.decimation.threadCount > 0 ? options.decimation.threadCount
-                                                            : Hardware::getThreadCount());
+    printCosts(progress, threadsFor(options.decimation.threadCount, options));
+    return {};
 }
 
 void addWelding(CLI::App& simplify, WeldOptions& weld)
@@ -131,7 +142,7 @@ void addDecimation(CLI::App& simplify, DecimationSettings& decimation)
     CLI::Option* const faces = simplify
                                    .add_option("--faces", decimation.faces,
                                                "Leave so many faces, those that say most about the shape")
-                                   ->check(CLI::Range(0u, 0xFFFFFFFFu))
+                                   ->check(wholeNumber(0, 0xFFFFFFFF))
                                    ->option_text("COUNT")
                                    ->group("Decimation");
     simplify.add_option("--ratio", decimation.ratio, "Leave this part of the faces")
@@ -151,8 +162,11 @@ void addDecimation(CLI::App& simplify, DecimationSettings& decimation)
 }
 
 /// Rejects contradictory options.
-void checkTogether(const Options& options)
+void checkTogether(const CLI::App& simplify, const Options& options)
 {
+    checkFrames(simplify, filesOf(options));
+    refuseFormatOptions(simplify, options.output);
+
     if (options.weld.tolerances.empty() && !options.decimates())
         throw CLI::ValidationError("simplify", "needs --faces, --ratio, --error or --tolerance");
     if (options.weld.tolerances.size() > 8)
@@ -167,15 +181,17 @@ void addSimplifyCommand(CLI::App& app, Command& command)
 {
     const auto options = std::make_shared<Options>();
     CLI::App* simplify = app.add_subcommand("simplify", "Make a mesh of fewer faces, or join near vertices");
-    simplify->add_option("IN", options->input, "Mesh file to read: " + meshFormatsText())
+    simplify->add_option("IN", options->input, meshFileText())
         ->required()
+        ->check(anyFile(formats::meshExtensions()))
         ->option_text(" ");
-    addMeshOutput(*simplify, options->output, "Mesh file to write, needed")->required();
+    addMeshOutput(*simplify, options->output)->required();
     addDecimation(*simplify, options->decimation);
     addWelding(*simplify, options->weld);
     addAscii(*simplify, options->ascii);
     addStrict(*simplify, options->strict);
     addQuiet(*simplify, options->quiet);
+    addSequence(*simplify, options->sequence);
     simplify->footer(
         "\nDecimation keeps borders, holes, parts and seams, turns no face over, and carries\n"
         "normals, texture coordinates and velocities along. The corners of STL faces are\n"
@@ -191,11 +207,14 @@ void addSimplifyCommand(CLI::App& app, Command& command)
         "  tavrix simplify part.stl -o light.stl --error 0.01\n"
         "  tavrix simplify scan.obj -o small.obj --tolerance 0.1 --tolerance 0.4 --drop-thin");
     simplify->callback(
-        [options, &command]
+        [simplify, options, &command]
         {
-            checkTogether(*options);
+            nameInFolder(*simplify, options->input, options->output, options->folder);
+            options->settings = settingsText(*simplify);
+            checkTogether(*simplify, *options);
             options->quiet |= formats::isStandardOutput(options->output);
-            command = {[options] { return runSimplify(*options), 0; }, options->input, options->output};
+            command = {[options] { return runFrameByFrame(*options, settleNothing, simplifyOne); },
+                       options->input, options->output};
         });
 }
 

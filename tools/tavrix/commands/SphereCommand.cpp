@@ -10,6 +10,7 @@
 #include "arguments/Validators.h"
 #include "files/MeshNotes.h"
 #include "formats/MeshFile.h"
+#include "sequence/FrameByFrame.h"
 
 namespace tavrix::tool
 {
@@ -19,7 +20,7 @@ namespace
 
 struct Options
 {
-    std::string output;
+    std::string output, folder;
     uint32 faces = 0;
     double radius = 1;
     bool ascii = false;
@@ -28,6 +29,7 @@ struct Options
 
 void runSphere(const Options& options)
 {
+    makeFolder(options.folder);
     const SphereTriangulated<double> sphere(options.faces, options.radius);
     ArrayOfPtr<Mesh> meshes;
     meshes.push_back(new Mesh);
@@ -49,9 +51,9 @@ void addSphereCommand(CLI::App& app, Command& command)
     sphere
         ->add_option("FACES", options->faces, "20: an icosahedron, its poles on the z axis; 500: poles on y")
         ->required()
-        ->check(CLI::IsMember({20, 500}))
+        ->check(oneOf({"20", "500"}))
         ->option_text(" ");
-    addMeshOutput(*sphere, options->output, "Mesh file to write, needed")->required();
+    addMeshOutput(*sphere, options->output)->required();
     sphere->add_option("-r,--radius", options->radius, "Its radius")
         ->check(positiveNumber)
         ->option_text("NUMBER [1]");
@@ -59,8 +61,10 @@ void addSphereCommand(CLI::App& app, Command& command)
     addQuiet(*sphere, options->quiet);
     sphere->footer("\nExamples:\n  tavrix sphere 500 -o ball.obj --radius 2.5");
     sphere->callback(
-        [options, &command]
+        [sphere, options, &command]
         {
+            nameInFolder(*sphere, "sphere", options->output, options->folder);
+            refuseFormatOptions(*sphere, options->output);
             options->quiet |= formats::isStandardOutput(options->output);
             command = {[options] { return runSphere(*options), 0; }, options->output, options->output};
         });

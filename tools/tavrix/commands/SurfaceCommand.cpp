@@ -7,7 +7,9 @@
 
 #include "arguments/SharedArguments.h"
 #include "arguments/Validators.h"
-#include "surface/FrameSequence.h"
+#include "formats/FileKind.h"
+#include "formats/FileName.h"
+#include "sequence/FrameSequence.h"
 #include "surface/SurfaceRun.h"
 
 namespace tavrix::tool
@@ -26,12 +28,11 @@ void addFiles(CLI::App& surface, SurfaceOptions& options)
 {
     surface
         .add_option("IN", options.input,
-                    "Particle file (.bin); of a sequence, with {} for the frame's number: \"water_{}.bin\"")
+                    particleFileText("; of a sequence, with {} for the frame's number: \"water_{}.bin\""))
         ->required()
+        ->check(anyFile(formats::particleExtensions()))
         ->option_text(" ");
-    addMeshOutput(surface, options.output,
-                  "Mesh file to write, needed; all but .obj and .stl hold velocities")
-        ->required();
+    addMeshOutput(surface, options.output)->required();
     addAscii(surface, options.asciiStl);
     addNormals(surface, options.surface.normals);
     addQuiet(surface, options.quiet);
@@ -56,7 +57,7 @@ void addParticles(CLI::App& surface, SurfaceOptions& options)
     surface
         .add_option("--min-neighbours", options.surface.leastNeighbours,
                     "Leave out stray particles: those with fewer others than this within two radii")
-        ->check(CLI::Range(0, 1000))
+        ->check(wholeNumber(0, 1000))
         ->option_text("COUNT [0]")
         ->group("Particles");
 }
@@ -69,7 +70,7 @@ void addSurface(CLI::App& surface, SurfaceOptions& options)
             [&options](const std::string& name) { options.surface.quality = qualityNames.at(name); },
             "What matters more where nothing else is said: 'normal', or 'smooth' (evens out what is narrower "
             "than some five particles, and matches the volume; takes two to three times as long)")
-        ->check(CLI::IsMember({"normal", "smooth"}))
+        ->check(oneOf({"normal", "smooth"}))
         ->option_text("NAME [normal]")
         ->group("Surface");
     surface
@@ -79,7 +80,7 @@ void addSurface(CLI::App& surface, SurfaceOptions& options)
             "What the particles become: 'metaball' (a smooth sum), 'anisotropic' (ellipsoids, flat where the "
             "liquid is flat; takes a few times longer) or 'distance' (balls of the radius, with the gaps "
             "between them)")
-        ->check(CLI::IsMember({"metaball", "anisotropic", "distance"}))
+        ->check(oneOf({"metaball", "anisotropic", "distance"}))
         ->option_text("NAME [metaball]")
         ->group("Surface");
     surface
@@ -87,7 +88,7 @@ void addSurface(CLI::App& surface, SurfaceOptions& options)
             "--influence", options.surface.influence,
             "How far metaballs and anisotropic kernels reach: 0 (1.2 radii) to 100 (5 radii); more is "
             "smoother. 60, and 80 for smooth quality and anisotropic kernels, when absent")
-        ->check(CLI::Range(0.0, 100.0))
+        ->check(numberFrom(0, 100))
         ->option_text("NUMBER")
         ->group("Surface");
     CLI::Option* level =
@@ -122,7 +123,7 @@ void addSurface(CLI::App& surface, SurfaceOptions& options)
             "Smooth by so many passes, which keep the volume and the drops; on a spacing half as wide "
             "the same takes four times as many. When absent, as many as take the particles' grain "
             "off; 0 for distance")
-        ->check(CLI::Range(0, 10000))
+        ->check(wholeNumber(0, 10000))
         ->option_text("COUNT")
         ->group("Surface");
     surface
@@ -156,23 +157,6 @@ void addSurface(CLI::App& surface, SurfaceOptions& options)
         ->group("Surface");
 }
 
-void addSequence(CLI::App& surface, SurfaceOptions& options)
-{
-    surface.add_option("--first", options.first, "The first frame to make")
-        ->check(frameNumber)
-        ->option_text("NUMBER")
-        ->group("Sequence");
-    surface.add_option("--last", options.last, "The last frame to make")
-        ->check(frameNumber)
-        ->option_text("NUMBER")
-        ->group("Sequence");
-    surface
-        .add_flag(
-            "--force", options.force,
-            "Make frames again whose files are no older than their particles; needed after changing options")
-        ->group("Sequence");
-}
-
 void addPicture(CLI::App& surface, SurfaceOptions& options)
 {
     addPreview(surface, options.preview);
@@ -181,25 +165,15 @@ void addPicture(CLI::App& surface, SurfaceOptions& options)
     addPictureArguments(surface, "--preview-size", options.picture);
 }
 
-/// Rejects contradictory options.
-void checkTogether(const SurfaceOptions& options)
+/// Rejects options that contradict each other or have no effect.
+void checkTogether(const CLI::App& surface, const SurfaceOptions& options)
 {
-    const bool isSequence = isPattern(options.input);
-    const auto demand = [](bool holds, const char* option, const std::string& what)
-    {
-        if (!holds) throw CLI::ValidationError(option, what);
-    };
-    demand(isSequence == isPattern(options.output), "--output",
-           isSequence ? "must have a {} where the input has it, for each frame makes a file of its own"
-                      : "has a {}, but the input has none");
-    demand(options.preview.empty() || isSequence == isPattern(options.preview), "--preview",
-           isSequence ? "must have a {} where the input has it, for each frame makes a picture of its own"
-                      : "has a {}, but the input has none");
-    demand(isSequence || !(options.first || options.last), "--first and --last",
-           "choose frames of a sequence; put a {} into the names where the frame's number stands");
-    demand(options.output != options.input, "--output", "is the input; name another file");
-    demand(!options.previewParticles || !options.preview.empty(), "--preview-particles",
-           "needs --preview with the picture's name");
+    checkFrames(surface, filesOf(options));
+    refusePictureOptions(surface, !options.preview.empty());
+    refuseFormatOptions(surface, options.output);
+    const bool areBalls = options.surface.kernel == SurfaceKernel::Distance;
+    refuse(surface, "--influence", areBalls,
+           "has no effect on --field distance, whose balls have the radius");
 }
 
 }  // namespace
@@ -211,7 +185,7 @@ void addSurfaceCommand(CLI::App& app, Command& command)
     addFiles(*surface, *options);
     addParticles(*surface, *options);
     addSurface(*surface, *options);
-    addSequence(*surface, *options);
+    addSequence(*surface, options->sequence);
     addPicture(*surface, *options);
     surface->footer(
         "\nExamples:\n"
@@ -219,16 +193,13 @@ void addSurfaceCommand(CLI::App& app, Command& command)
         "  tavrix surface water.bin -o water.stl --quality smooth --preview water.png\n"
         "  tavrix surface \"water_{}.bin\" -o \"mesh_{}.bin\" --first 100 --last 200 --min-neighbours 2");
     surface->callback(
-        [options, &command]
+        [surface, options, &command]
         {
-            checkTogether(*options);
+            nameInFolder(*surface, options->input, options->output, options->folder);
+            options->settings = settingsText(*surface);
+            checkTogether(*surface, *options);
             options->quiet |= formats::isStandardOutput(options->output);
-            const auto run = [options]
-            {
-                if (isPattern(options->input)) return surfaceSequence(*options);
-                surfaceFile(*options);
-                return 0;
-            };
+            const auto run = [options] { return runSurface(*options); };
             command = {run, options->input, options->output, "try a larger --spacing"};
         });
 }

@@ -1,7 +1,6 @@
 #include "files/FileInfo.h"
 
 #include <algorithm>
-#include <cmath>
 #include <limits>
 
 #include <tavrix/mesh/MeshRepair.h>
@@ -50,7 +49,7 @@ std::optional<ParticleInfo::Speeds> speedsOf(const Array<Vector3F>& velocities, 
 Vector3D vectorOf(float value) { return {value, 0, 0}; }
 Vector3D vectorOf(const Vector3F& value) { return convert<double>(value); }
 
-ParticleInfo::Attribute rangeOf(const formats::PointAttribute& attribute)
+AttributeRange rangeOf(const formats::PointAttribute& attribute)
 {
     const auto measure = [](const auto& values)
     {
@@ -91,23 +90,24 @@ bool hasChannel(const Mesh& mesh, const char* name) { return !mesh.findArray(TX_
 
 /// Widens the range of an attribute by the values of a mesh; one of that name and size is added when there is
 /// none.
-void widen(std::vector<AttributeRange>& ranges, const std::string& name, const float* values,
-           std::size_t count, std::size_t components)
+void widen(std::vector<AttributeRange>& ranges, const formats::VertexAttribute& attribute, uint32 count)
 {
-    constexpr double infinity = std::numeric_limits<double>::infinity();
-    auto range =
-        std::find_if(ranges.begin(), ranges.end(),
-                     [&](const AttributeRange& r) { return r.name == name && r.min.size() == components; });
+    auto range = std::find_if(ranges.begin(), ranges.end(),
+                              [&](const AttributeRange& r)
+                              { return r.name == attribute.name && r.components == attribute.components; });
+    const Box3D none = Box3D::empty();
     if (range == ranges.end())
-        range = ranges.insert(range, {name, std::vector<double>(components, infinity),
-                                      std::vector<double>(components, -infinity)});
-    for (std::size_t n = 0; n < count * components; ++n)
+        range = ranges.insert(range, {attribute.name, attribute.components, none.min, none.max});
+    Box3D box{range->min, range->max};
+    for (const float* value = attribute.data;
+         value != attribute.data + std::size_t{count} * attribute.components; value += attribute.components)
     {
-        const double value = static_cast<double>(values[n]);
-        if (!std::isfinite(value)) continue;
-        range->min[n % components] = std::min(range->min[n % components], value);
-        range->max[n % components] = std::max(range->max[n % components], value);
+        const Vector3D v =
+            attribute.components == 1 ? vectorOf(*value) : Vector3D{value[0], value[1], value[2]};
+        if (isFinite(v)) box.extend(v);
     }
+    range->min = box.min;
+    range->max = box.max;
 }
 
 std::vector<AttributeRange> rangesOf(const ArrayOfPtr<Mesh>& meshes)
@@ -115,7 +115,7 @@ std::vector<AttributeRange> rangesOf(const ArrayOfPtr<Mesh>& meshes)
     std::vector<AttributeRange> ranges;
     for (const Mesh* mesh : meshes)
         for (const formats::VertexAttribute& attribute : formats::vertexAttributes(*mesh))
-            widen(ranges, attribute.name, attribute.data, mesh->getPosSize(), attribute.components);
+            widen(ranges, attribute, mesh->getPosSize());
     return ranges;
 }
 

@@ -13,33 +13,28 @@
 namespace tavrix::tool
 {
 
+/// Between what the values of a quantity of points lie, those that are finite; numbers stand in x.
+struct AttributeRange
+{
+    std::string name;
+    uint32 components;  ///< 1 or 3
+    Vector3D min, max;
+};
+
 struct ParticleInfo
 {
     struct Speeds
     {
         double slowest, fastest;
     };
-    struct Attribute
-    {
-        std::string name;
-        uint32 components;  ///< 1 or 3
-        Vector3D min, max;  ///< of each component
-    };
     std::string format;          ///< as formats::formatName has it
     std::optional<int> version;  ///< of BIN files
     uint32 count;
-    uint32 nonFinite;                   ///< particles without a finite position
-    Box3D box;                          ///< of the finite positions; empty without any
-    std::optional<Speeds> speeds;       ///< when the file holds velocities
-    std::optional<double> spacing;      ///< estimated
-    std::vector<Attribute> attributes;  ///< of the particles with a finite position
-};
-
-/// The least and greatest values of a quantity of vertices, one a component: finite ones.
-struct AttributeRange
-{
-    std::string name;
-    std::vector<double> min, max;
+    uint32 nonFinite;                        ///< particles without a finite position
+    Box3D box;                               ///< of the finite positions; empty without any
+    std::optional<Speeds> speeds;            ///< when the file holds velocities
+    std::optional<double> spacing;           ///< estimated
+    std::vector<AttributeRange> attributes;  ///< of the particles with a finite position
 };
 
 struct MeshInfo

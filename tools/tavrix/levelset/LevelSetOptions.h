@@ -2,22 +2,23 @@
 
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "files/FieldFile.h"
 #include "preview/View.h"
+#include "sequence/FrameByFrame.h"
 
 namespace tavrix::tool
 {
 
 /// What `tavrix levelset` was asked for; what is absent has a default that fits the input. Names of files
 /// that are not wanted are empty.
-struct LevelSetOptions
+struct LevelSetOptions : RunOptions
 {
     std::string input;      ///< a mesh or particles
     std::string loadField;  ///< instead of these
     std::string output, saveField;
     FieldLayout layout = FieldLayout::Regular;
-    bool force = false;
 
     std::optional<double> spacing;
     std::optional<double> radius;
@@ -35,8 +36,9 @@ struct LevelSetOptions
     PreviewOptions picture;
 
     uint32 threads = 0;
-    bool quiet = false;
 
+    std::vector<std::string*> inputs() { return {&input, &loadField}; }
+    std::vector<std::string*> outputs() { return {&output, &saveField, &preview}; }
     const std::string& source() const { return loadField.empty() ? input : loadField; }
     bool reshapes() const { return offset != 0 || shell; }
 };

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <filesystem>
+#include <optional>
 #include <vector>
 
 #include <tavrix/foundation/ArrayOfPtr.h>
@@ -10,14 +11,13 @@
 #include <tavrix/mesh/MeshCavities.h>
 #include <tavrix/mesh/MeshRepair.h>
 #include <tavrix/mesh/MeshTopology.h>
-#include <tavrix/platform/Hardware.h>
 
 #include "commands/GridMemory.h"
 #include "files/MeshNotes.h"
 #include "formats/FileName.h"
 #include "formats/MeshFile.h"
-#include "formats/OutputFile.h"
 #include "levelset/LevelSetBlocks.h"
+#include "levelset/LevelSetInput.h"
 #include "levelset/LevelSetNotes.h"
 #include "levelset/LevelSetSource.h"
 #include "preview/Picture.h"
@@ -32,24 +32,13 @@ namespace tavrix::tool
 namespace
 {
 
-/// Throws Failure when a file that is to be written is the input, another output, or a field file that is
-/// there already: it cannot be told from a file of any other kind, so nothing says that it may go.
-void confirmOutputs(const LevelSetOptions& options)
+/// Throws Failure when there is a field file already: it cannot be told from a file of any other kind, so
+/// nothing says that it may go.
+void confirmField(const LevelSetOptions& options)
 {
-    std::vector<std::string> earlier{options.source()};
-    for (const std::string& output : {options.output, options.saveField, options.preview})
-    {
-        if (output.empty()) continue;
-        for (const std::string& other : earlier)
-            if (formats::isSameFile(output, other) || output == other)
-                throw Failure(output + ": is " +
-                              (other == options.source() ? "the input" : "another output") +
-                              " by the same or another name; name another file");
-        formats::confirmFolder(output);
-        earlier.push_back(output);
-    }
     std::error_code ignored;
-    if (!options.force && std::filesystem::is_regular_file(formats::pathOf(options.saveField), ignored))
+    if (!options.sequence.force &&
+        std::filesystem::is_regular_file(formats::pathOf(options.saveField), ignored))
         throw Failure(options.saveField + ": is there already; add --force to replace it");
 }
 
@@ -212,13 +201,11 @@ std::string makeSurface(MadeMesh& made, const LevelSetOptions& options, uint32 t
     return takeField(source, made, options, threads, progress);
 }
 
-}  // namespace
-
-void runLevelSet(const LevelSetOptions& options)
+std::string reshapeOne(const LevelSetOptions& options)
 {
-    confirmOutputs(options);
-    const uint32 threads = options.threads ? options.threads : Hardware::getThreadCount();
-    Progress progress(stageCount(options), options.quiet);
+    confirmField(options);
+    const uint32 threads = threadsFor(options.threads, options);
+    Progress progress(stageCount(options), options.quiet, options.label);
     ArrayOfPtr<Mesh> meshes;
     meshes.push_back(new Mesh);
     Mesh& mesh = *meshes[0];
@@ -240,11 +227,43 @@ void runLevelSet(const LevelSetOptions& options)
     }
     if (!options.preview.empty())
     {
-        progress.begin("preview");
+        const StageScope stage(progress, "preview");
         draw(mesh, options, threads);
     }
     progress.end();
+    if (options.isFrame)
+        return formatted("%u faces ", mesh.getFacesSize()) +
+               writtenText(filesOf(options), progress.totalSeconds());
     if (!options.quiet) printSummary(options, summary, made, progress, threads);
+    return {};
 }
+
+/// Settles what the size of the first frame decides: spacing and radius.
+std::string settleSizes(LevelSetOptions& options, const std::vector<LevelSetOptions>& frames)
+{
+    if (!options.loadField.empty() || (options.spacing && options.radius)) return {};
+    const auto settled = ofFirstReadable(frames,
+                                         [](const LevelSetOptions& frame)
+                                         {
+                                             Progress silent(1, true);
+                                             const LevelSetInput input = readInput(frame, silent);
+                                             LevelSetOptions sizes = frame;
+                                             sizes.spacing = input.spacing;
+                                             if (!input.isMesh()) sizes.radius = input.radius;
+                                             return std::optional(sizes);
+                                         });
+    if (!settled) return {};
+    options.spacing = settled->spacing;
+    options.radius = settled->radius;
+    std::string text = formatted("spacing    %.6g", *options.spacing);
+    if (options.radius) text += formatted(", radius %.6g", *options.radius);
+    text += "\n";
+    if (!options.quiet) std::fputs(text.c_str(), stdout);
+    return text;
+}
+
+}  // namespace
+
+int runLevelSet(const LevelSetOptions& options) { return runFrameByFrame(options, settleSizes, reshapeOne); }
 
 }  // namespace tavrix::tool

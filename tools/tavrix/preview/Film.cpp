@@ -1,5 +1,7 @@
 #include "preview/Film.h"
 
+#include <algorithm>
+#include <array>
 #include <cmath>
 
 #include <tavrix/foundation/ParallelFor.h>
@@ -32,23 +34,59 @@ float onFilm(float x)
     return bound + (1 - bound) * over / (1 + over);
 }
 
-unsigned char byteOf(float x)
+/// The bytes of the sRGB curve, rounded, from a table: the least brightness of each byte, and for each step
+/// of brightness the byte that it begins with.
+class Bytes
 {
-    const float steps = sRgb(onFilm(x > 0 ? x : 0)) * 255 + 0.5f;
-    return static_cast<unsigned char>(steps);
-}
+public:
+    Bytes()
+    {
+        for (uint32 byte = 1; byte < 256; ++byte) _least[byte] = leastOf(byte);
+        for (uint32 step = 0, byte = 0; step <= steps; ++step)
+        {
+            while (byte < 255 && static_cast<float>(step) / steps >= _least[byte + 1]) ++byte;
+            _first[step] = static_cast<unsigned char>(byte);
+        }
+    }
+
+    /// Of a brightness from 0 to 1.
+    unsigned char of(float x) const
+    {
+        uint32 byte = _first[static_cast<uint32>(x * steps)];
+        while (byte < 255 && x >= _least[byte + 1]) ++byte;
+        return static_cast<unsigned char>(byte);
+    }
+
+private:
+    static constexpr uint32 steps = 1024;
+
+    static float leastOf(uint32 byte)
+    {
+        float low = 0, high = 1;
+        for (int n = 0; n < 40; ++n)
+        {
+            const float middle = 0.5f * (low + high);
+            (sRgb(middle) * 255 + 0.5f >= static_cast<float>(byte) ? high : low) = middle;
+        }
+        return high;
+    }
+
+    std::array<float, 256> _least{};
+    std::array<unsigned char, steps + 1> _first{};
+};
 
 }  // namespace
 
 Picture develop(const std::vector<Pixel>& pixels, uint32 width, uint32 height, uint32 threads)
 {
+    static const Bytes bytes;
     Picture picture{width, height, std::vector<unsigned char>(pixels.size() * 3)};
     const auto developPixel = [&](uint64 n)
     {
         const Pixel& p = pixels[n];
         const Vector3F color = p.own + product(p.fill, p.fillLight) + p.key * p.keyLight;
         for (uint32 channel = 0; channel < 3; ++channel)
-            picture.rgb[3 * n + channel] = byteOf(color[channel]);
+            picture.rgb[3 * n + channel] = bytes.of(onFilm(std::max(color[channel], 0.0f)));
     };
     parallelFor(pixels.size(), threads,
                 [&](uint32, uint64 begin, uint64 end)

@@ -16,8 +16,8 @@ struct Pixel
 {
     Vector3F own, fill, key;
     Vector3F fillLight;
-    float fillWeight;  ///< what the fill light's mean is over, while samples are added
     float keyLight;
+    float fillWeight, keyWeight;  ///< of the samples that asked for them; 0: none did
     Vector3F position, normal;
     float weight;       ///< share of the samples that met something to be lit
     float groundShare;  ///< and of those that met the ground

@@ -15,6 +15,7 @@ struct LightOfPixel
 {
     Vector3F fill;
     float key;
+    float fillWeight, keyWeight;
 };
 
 /// How much pixel q says about pixel p: all when they lie in one plane, nothing across an edge.
@@ -28,32 +29,36 @@ float similarity(const Pixel& p, const Pixel& q, float pixelSize)
 }
 
 /// One pass of an à-trous filter that stops at edges (Dammertz, Sewtz, Hanika and Lensch, High Performance
-/// Graphics 2010): a five by five binomial over pixels `step` apart, weighted by similarity.
+/// Graphics 2010): a three by three binomial over pixels `step` apart, weighted by similarity.
 LightOfPixel smoothed(const std::vector<Pixel>& pixels, int width, int height, int x, int y, int step,
                       float pixelSize)
 {
-    constexpr float binomial[] = {6 / 16.0f, 4 / 16.0f, 1 / 16.0f};
+    constexpr float binomial[] = {0.5f, 0.25f};
     const auto at = [&](int column, int row) -> const Pixel&
     {
         return pixels[static_cast<std::size_t>(row) * static_cast<std::size_t>(width) +
                       static_cast<std::size_t>(column)];
     };
     const Pixel& p = at(x, y);
-    LightOfPixel sum{{0, 0, 0}, 0};
-    float weights = 0;
-    for (int j = -2; j <= 2; ++j)
-        for (int i = -2; i <= 2; ++i)
+    LightOfPixel sum{};
+    float fillWeights = 0, keyWeights = 0;
+    for (int j = -1; j <= 1; ++j)
+        for (int i = -1; i <= 1; ++i)
         {
             const int column = x + i * step, row = y + j * step;
             if (column < 0 || column >= width || row < 0 || row >= height) continue;
             const Pixel& q = at(column, row);
             const float near = binomial[std::abs(i)] * binomial[std::abs(j)];
             const float weight = near * (i == 0 && j == 0 ? 1 : similarity(p, q, pixelSize));
-            sum.fill += q.fillLight * weight;
-            sum.key += q.keyLight * weight;
-            weights += weight;
+            // what was not asked for a light knows nothing of it
+            const float forFill = q.fillWeight > 0 ? weight : 0, forKey = q.keyWeight > 0 ? weight : 0;
+            sum.fill += q.fillLight * forFill;
+            sum.key += q.keyLight * forKey;
+            fillWeights += forFill;
+            keyWeights += forKey;
         }
-    return {sum.fill * (1 / weights), sum.key / weights};
+    return {sum.fill * (fillWeights > 0 ? 1 / fillWeights : 0), keyWeights > 0 ? sum.key / keyWeights : 0,
+            fillWeights, keyWeights};
 }
 
 }  // namespace
@@ -63,7 +68,7 @@ void filterLight(std::vector<Pixel>& pixels, uint32 width, uint32 height, const 
     std::vector<LightOfPixel> lights(pixels.size());
     const Vector3F eye = convert<float>(view.eye), forward = convert<float>(view.forward);
     const auto pixelAngle = static_cast<float>(2 * view.tangentX / width);
-    for (const int step : {1, 2, 4})
+    for (const int step : {1, 2, 4, 8})
     {
         const auto smoothRow = [&](uint64 y)
         {
@@ -82,11 +87,17 @@ void filterLight(std::vector<Pixel>& pixels, uint32 width, uint32 height, const 
                     {
                         for (uint64 y = begin; y < end; ++y) smoothRow(y);
                     });
-        for (std::size_t n = 0; n < pixels.size(); ++n)
-        {
-            pixels[n].fillLight = lights[n].fill;
-            pixels[n].keyLight = lights[n].key;
-        }
+        parallelFor(pixels.size(), threads,
+                    [&](uint32, uint64 begin, uint64 end)
+                    {
+                        for (uint64 n = begin; n < end; ++n)
+                        {
+                            pixels[n].fillLight = lights[n].fill;
+                            pixels[n].keyLight = lights[n].key;
+                            pixels[n].fillWeight = lights[n].fillWeight;
+                            pixels[n].keyWeight = lights[n].keyWeight;
+                        }
+                    });
     }
 }
 

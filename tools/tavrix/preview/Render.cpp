@@ -22,24 +22,35 @@ namespace tavrix::tool
 namespace
 {
 
-constexpr uint32 samplesPerSide = 3;         ///< of a pixel
-constexpr uint32 samplesPerSideAtEdges = 5;  ///< of one that sees several surfaces
-constexpr float skin = 4e-4f;  ///< how far off a surface its rays begin, for it not to meet itself
+/// How a pixel is sampled: on a grid of side by side places, at every `perLight`-th of which one ray asks for
+/// each of the two lights; of pixels with one such place only every other asks for the fill light, which is
+/// soft.
+struct Sampling
+{
+    uint32 side, perLight;
+};
+constexpr Sampling ofOneSurface{2, 4};  ///< its lights are smoothed over its neighbours
+constexpr Sampling ofEdges{4, 2};       ///< of pixels that see several surfaces
+constexpr float skin = 4e-4f;           ///< how far off a surface its rays begin, for it not to meet itself
 constexpr float infinite = std::numeric_limits<float>::infinity();
 
-/// Adds what a sample makes of the key light, which counts in the pixel's mean as much as it shows.
-void addKey(Pixel& pixel, const Vector3F& key, float keyLight)
+/// Adds what a sample makes of the key light; where it asks for it, that counts in the pixel's mean as much
+/// as it shows.
+template <class KeyLight>
+void addKey(Pixel& pixel, const Vector3F& key, const Sample& sample, const KeyLight& keyLight)
 {
     pixel.key += key;
-    pixel.keyLight += keyLight * brightness(key);
+    if (!sample.asksForKey) return;
+    pixel.keyLight += keyLight() * brightness(key);
+    pixel.keyWeight += brightness(key);
 }
 
-/// The same for the fill light; it is soft, and every other sample asks for it.
+/// The same for the fill light.
 template <class FillLight>
-void addFill(Pixel& pixel, const Vector3F& fill, const Sample& sample, const FillLight& fillLight)
+void addFill(Pixel& pixel, const Vector3F& fill, bool asks, const FillLight& fillLight)
 {
     pixel.fill += fill;
-    if (sample.number % 2 != 0) return;
+    if (!asks) return;
     pixel.fillLight += fillLight() * brightness(fill);
     pixel.fillWeight += brightness(fill);
 }
@@ -66,7 +77,7 @@ private:
         uint32 place;
     };
 
-    Pixel sampledPixel(uint32 x, uint32 y, uint32 side) const;
+    Pixel sampledPixel(uint32 x, uint32 y, const Sampling& sampling) const;
     Meeting meeting(Ray ray) const;
     bool isBlocked(Ray ray) const;
     void addSample(Pixel& pixel, uint32 column, uint32 row, const Sample& sample) const;
@@ -133,7 +144,7 @@ bool Tracer<Shapes>::isBlocked(Ray ray) const
 template <class Shapes>
 float Tracer<Shapes>::keyLightAt(const Vector3F& place, const Sample& sample) const
 {
-    const auto [x, y] = _disk.point(sample);
+    const auto [x, y] = _disk.point(sample.light);
     const Vector3F direction = unit(_key.axis + (_key.side * x + _key.other * y) * keyRadius);
     return isBlocked({place, direction, infinite}) ? 0.0f : 1.0f;
 }
@@ -144,7 +155,7 @@ template <class Shapes>
 Vector3F Tracer<Shapes>::fillLightAt(const Vector3F& place, const Vector3F& normal,
                                      const Sample& sample) const
 {
-    const auto [x, y] = _disk.point({sample.number, sample.side, hash(sample.random)});
+    const auto [x, y] = _disk.point(hash(sample.random) ^ sample.light);
     const Frame frame(normal);
     const float height = std::sqrt(std::max(1 - x * x - y * y, 0.0f));
     const Vector3F direction = frame.side * x + frame.other * y + normal * height;
@@ -177,8 +188,10 @@ void Tracer<Shapes>::addSurface(Pixel& pixel, const Ray& ray, const Meeting& met
     for (int k = 0; k < 6; ++k) shine *= shine;
     const Vector3F key = isLit ? product(keyColor, matterColor * facing) + keyColor * (shine * 0.3f * facing)
                                : Vector3F{0, 0, 0};
-    addKey(pixel, key, isLit ? keyLightAt(place, sample) : 0.0f);
-    addFill(pixel, fill, sample, [&] { return fillLightAt(place, n, sample); });
+    addKey(pixel, key, sample, [&] { return isLit ? keyLightAt(place, sample) : 0.0f; });
+    // outlines have few neighbours to ask instead
+    const bool asksForFill = sample.asksForKey && (sample.asksForFill || cosine < 0.45f);
+    addFill(pixel, fill, asksForFill, [&] { return fillLightAt(place, n, sample); });
     pixel.position += place;
     pixel.normal += n;
     pixel.weight += 1;
@@ -190,8 +203,8 @@ void Tracer<Shapes>::addGround(Pixel& pixel, const Vector3F& place, const Vector
                                const Sample& sample) const
 {
     const Vector3F fill{paper.x / fillOnGround.x, paper.y / fillOnGround.y, paper.z / fillOnGround.z};
-    addKey(pixel, paper * groundKeyShare, keyLightAt(place, sample));
-    addFill(pixel, fill * (1 - groundKeyShare), sample,
+    addKey(pixel, paper * groundKeyShare, sample, [&] { return keyLightAt(place, sample); });
+    addFill(pixel, fill * (1 - groundKeyShare), sample.asksForFill,
             [&] {
                 return fillLightAt(place, {0, 1, 0}, sample);
             });
@@ -227,20 +240,27 @@ void Tracer<Shapes>::addSample(Pixel& pixel, uint32 column, uint32 row, const Sa
 template <class Shapes>
 Pixel Tracer<Shapes>::pixel(uint32 x, uint32 y) const
 {
-    const Pixel pixel = sampledPixel(x, y, samplesPerSide);
-    return isEdge(pixel) ? sampledPixel(x, y, samplesPerSideAtEdges) : pixel;
+    const Pixel pixel = sampledPixel(x, y, ofOneSurface);
+    return isEdge(pixel) ? sampledPixel(x, y, ofEdges) : pixel;
 }
 
 template <class Shapes>
-Pixel Tracer<Shapes>::sampledPixel(uint32 x, uint32 y, uint32 side) const
+Pixel Tracer<Shapes>::sampledPixel(uint32 x, uint32 y, const Sampling& sampling) const
 {
     Pixel pixel{};
-    const uint32 count = side * side, random = hash(y * _width + x);
-    for (uint32 n = 0; n < count; ++n) addSample(pixel, x, y, {n, side, random});
+    const uint32 side = sampling.side, count = side * side, random = hash(y * _width + x);
+    const uint32 lights = count / sampling.perLight, first = lightNumber(x, y) * lights;
+    for (uint32 n = 0; n < count; ++n)
+    {
+        const bool asks = (n + n / side + random) % sampling.perLight == 0;
+        addSample(
+            pixel, x, y,
+            {n, side, hash(x / lightBlock * 0x10001 + y / lightBlock),
+             Disk::spread(first + n / sampling.perLight), asks, asks && (lights > 1 || (x + y) % 2 == 0)});
+    }
     if (pixel.weight > 0)
     {
-        const float keySum = brightness(pixel.key);
-        pixel.keyLight = keySum > 0 ? pixel.keyLight / keySum : 0;
+        pixel.keyLight = pixel.keyWeight > 0 ? pixel.keyLight / pixel.keyWeight : 0;
         if (pixel.fillWeight > 0) pixel.fillLight *= 1 / pixel.fillWeight;
         pixel.position *= 1 / pixel.weight;
         pixel.normal *= 1 / pixel.weight;

@@ -31,11 +31,28 @@ struct Frame
     }
 };
 
-/// One of the side * side samples of a pixel, with a number that is the pixel's own.
+/// One of the side * side samples of a pixel.
 struct Sample
 {
-    uint32 number, side, random;
+    uint32 number, side;
+    uint32 random;  ///< of the block of pixels
+    uint32 light;   ///< which point of the disk its rays to the light take
+    bool asksForKey, asksForFill;
 };
+
+constexpr uint32 lightBlock = 32;  ///< pixels along an edge of the blocks that share out the disk's points
+
+/// The number of a pixel in its block along Morton's curve, on which neighbours in the picture are neighbours
+/// at every scale: points handed out in this order lie spread around every pixel (Ahmed and Wonka,
+/// Screen-Space Blue-Noise Diffusion of Monte Carlo Sampling Error via Hierarchical Ordering of Pixels,
+/// 2020).
+constexpr uint32 lightNumber(uint32 x, uint32 y)
+{
+    uint32 number = 0;
+    for (uint32 bit = 0; 1u << bit < lightBlock; ++bit)
+        number |= (x >> bit & 1) << (2 * bit) | (y >> bit & 1) << (2 * bit + 1);
+    return number;
+}
 
 /// Points spread evenly over the unit disk in the order of their distance from the middle: a spiral with the
 /// golden angle (Vogel, A better way to construct the sunflower head, 1979).
@@ -57,11 +74,15 @@ public:
     {
         float x, y;
     };
-    /// A point for one of a pixel's samples: each sample has a ring of its own.
-    Point point(const Sample& sample) const
+    Point point(uint32 number) const { return _points[number % size]; }
+
+    /// The numbers from 0 on in an order in which those next to each other name points far apart: their bits
+    /// turned around.
+    static constexpr uint32 spread(uint32 number)
     {
-        const uint32 ring = size / (sample.side * sample.side);
-        return _points[sample.number * ring + sample.random % ring];
+        uint32 turned = 0;
+        for (uint32 bit = 1; bit < size; bit *= 2) turned = turned * 2 + ((number & bit) != 0 ? 1 : 0);
+        return turned;
     }
 
 private:

@@ -11,7 +11,6 @@ namespace tavrix::tool
 namespace
 {
 
-constexpr float infinite = std::numeric_limits<float>::infinity();
 /// Lengths of the stage beyond which nothing is drawn: single precision has nothing to say there.
 constexpr float edgeOfStage = 1e6f;
 
@@ -75,25 +74,6 @@ TriangleShapes::TriangleShapes(const Mesh& mesh, const View& view, uint32 thread
                 });
 }
 
-/// The distance at which the ray meets the plane of the triangle, when the barycentric coordinates of the
-/// place say that it lies inside. The borders are a trifle wide, so that no ray slips between neighbours.
-float TriangleShapes::distance(uint32 place, const Ray& ray) const
-{
-    constexpr float slack = 1e-5f;
-    const Triangle& t = _triangles[place];
-    const Vector3F p = cross(ray.direction, t.edgeC);
-    const float determinant = dot(t.edgeB, p);
-    const Vector3F s = ray.origin - t.corner;
-    const float factor = 1 / determinant;
-    const float b = dot(s, p) * factor;
-    if (!(b >= -slack && b <= 1 + slack)) return infinite;
-    const Vector3F q = cross(s, t.edgeB);
-    const float c = dot(ray.direction, q) * factor;
-    if (!(c >= -slack && b + c <= 1 + slack)) return infinite;
-    const float distance = dot(t.edgeC, q) * factor;
-    return distance > 0 ? distance : infinite;
-}
-
 Normals TriangleShapes::normals(uint32 place, const Ray& ray, float distance) const
 {
     const Triangle& t = _triangles[place];
@@ -130,17 +110,6 @@ SphereShapes::SphereShapes(const Array<Vector3F>& centers, float radius, const V
     }
     _tree = RayTree(boxes, threads);
     _centers = permuted(_centers, _tree.takeOrder());
-}
-
-float SphereShapes::distance(uint32 place, const Ray& ray) const
-{
-    const Vector3F offset = ray.origin - _centers[place];
-    const float half = dot(offset, ray.direction);
-    const Vector3F nearest = offset - ray.direction * half;
-    const float square = _radius * _radius - dot(nearest, nearest);
-    if (!(square >= 0)) return infinite;
-    const float enter = -half - std::sqrt(square);
-    return enter > 0 ? enter : infinite;
 }
 
 Normals SphereShapes::normals(uint32 place, const Ray& ray, float distance) const

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cmath>
+#include <limits>
 #include <span>
 #include <vector>
 
@@ -63,5 +65,35 @@ private:
     std::vector<Vector3F> _centers;
     RayTree _tree;
 };
+
+/// The distance at which the ray meets the plane of the triangle, when the barycentric coordinates of the
+/// place say that it lies inside. The borders are a trifle wide, so that no ray slips between neighbours.
+inline float TriangleShapes::distance(uint32 place, const Ray& ray) const
+{
+    constexpr float slack = 1e-5f;
+    const Triangle& t = _triangles[place];
+    const Vector3F p = cross(ray.direction, t.edgeC);
+    const float determinant = dot(t.edgeB, p);
+    const Vector3F s = ray.origin - t.corner;
+    const float factor = 1 / determinant;
+    const float b = dot(s, p) * factor;
+    if (!(b >= -slack && b <= 1 + slack)) return std::numeric_limits<float>::infinity();
+    const Vector3F q = cross(s, t.edgeB);
+    const float c = dot(ray.direction, q) * factor;
+    if (!(c >= -slack && b + c <= 1 + slack)) return std::numeric_limits<float>::infinity();
+    const float distance = dot(t.edgeC, q) * factor;
+    return distance > 0 ? distance : std::numeric_limits<float>::infinity();
+}
+
+inline float SphereShapes::distance(uint32 place, const Ray& ray) const
+{
+    const Vector3F offset = ray.origin - _centers[place];
+    const float half = dot(offset, ray.direction);
+    const Vector3F nearest = offset - ray.direction * half;
+    const float square = _radius * _radius - dot(nearest, nearest);
+    if (!(square >= 0)) return std::numeric_limits<float>::infinity();
+    const float enter = -half - std::sqrt(square);
+    return enter > 0 ? enter : std::numeric_limits<float>::infinity();
+}
 
 }  // namespace tavrix::tool

@@ -12,7 +12,13 @@ namespace
 
 volatile std::sig_atomic_t requested = 0;
 
-void request(int) { requested = 1; }
+volatile std::sig_atomic_t received = 0;
+
+void request(int signal)
+{
+    received = signal;
+    requested = 1;
+}
 
 }  // namespace
 
@@ -20,6 +26,20 @@ void installInterruptHandler()
 {
     std::signal(SIGINT, request);
     std::signal(SIGTERM, request);
+#if !defined(_WIN32)
+    // under nohup it stays ignored
+    if (std::signal(SIGHUP, request) == SIG_IGN) std::signal(SIGHUP, SIG_IGN);
+    std::signal(SIGXFSZ, SIG_IGN);
+#endif
+}
+
+void dieOfInterrupt()
+{
+#if !defined(_WIN32)
+    if (!requested) return;
+    std::signal(received, SIG_DFL);
+    std::raise(received);
+#endif
 }
 
 int interrupted() { return requested; }

@@ -37,7 +37,7 @@ Progress::Progress(std::size_t stageCount, bool quiet, const std::string& label)
     : _stageCount(stageCount),
       _label(label.empty() ? "" : label + ": "),
       _quiet(quiet),
-      _visible(!quiet && errorIsTerminal())
+      _visible((!quiet || !label.empty()) && errorIsTerminal())
 {
 }
 

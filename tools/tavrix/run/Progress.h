@@ -21,7 +21,8 @@ public:
         double seconds;
     };
 
-    /// The label, such as a frame's number, stands before the name of the stage.
+    /// The label, such as a frame's number, stands before the name of the stage; with one there is a bar
+    /// though the rest is quiet.
     Progress(std::size_t stageCount, bool quiet, const std::string& label = {});
     /// Takes the bar off the terminal.
     ~Progress();
@@ -32,6 +33,9 @@ public:
     void end();
     /// The part of the running stage that is done; shown when it is another per cent.
     void tell(double done);
+
+    /// Takes the bar off the terminal until the next stage or per cent.
+    void hide() const { clearLine(); }
 
     /// Prints a line on standard error, above the bar, unless quiet.
     void note(const std::string& line);

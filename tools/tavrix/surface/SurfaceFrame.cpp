@@ -96,12 +96,14 @@ void leaveOut(Array<Vector3F>& positions, const Array<uint32>& numbers)
 }
 
 /// Bytes that may still be taken: of those that the user grants the program, less what it has, or of the
-/// machine's.
-uint64 grantedMemory(const Optional<uint64>& granted)
+/// machine's; frames that are made at once share it.
+uint64 grantedMemory(const SurfaceOptions& options)
 {
-    if (!granted) return availableMemory();
+    const uint32 jobs = options.isFrame ? options.sequence.jobs : 1;
+    if (!options.surface.memory) return availableMemory() / jobs;
     const double taken = Hardware::getMemoryInfo().process * 1024 * 1024;
-    return static_cast<uint64>(std::max(static_cast<double>(*granted) - taken, 0.0));
+    const double left = static_cast<double>(*options.surface.memory) - taken;
+    return static_cast<uint64>(std::max(left, 0.0)) / jobs;
 }
 
 /// Whether there is a smoothing step, for which nothing else has to be settled.
@@ -123,37 +125,33 @@ std::size_t stageCount(const SurfaceOptions& options)
     return count;
 }
 
-FrameReport runFrame(const SurfaceOptions& options, const SurfaceFiles& files,
-                     const ReconstructionSettings& given, const std::optional<Box3D>& viewBox,
-                     Progress& progress)
+FrameReport runFrame(const SurfaceOptions& options, Progress& progress)
 {
-    if (formats::isSameFile(files.input, files.output))
-        throw Failure(files.output + ": is the input by another name; name another file");
-    formats::confirmFolder(files.output);
-    formats::confirmFolder(files.preview);
     progress.begin("read");
-    formats::ParticleFile particles = formats::readParticleFile(files.input);
+    formats::ParticleFile particles = formats::readParticleFile(options.input);
 
-    ReconstructionSettings settings = given;
+    ReconstructionSettings settings = options.surface;
     settings.normals = wantsNormals(options);
-    settings.memory = grantedMemory(options.surface.memory);
+    settings.threadCount = threadsFor(options.surface.threadCount, options);
+    settings.memory = grantedMemory(options);
     std::vector<ParticleAttribute> attributes;
-    if (holdsVelocities(files.output) && !particles.velocities.empty())
+    if (holdsVelocities(options.output) && !particles.velocities.empty())
         attributes.push_back({"Velocity", &particles.velocities});
     ArrayOfPtr<Mesh> meshes;
     meshes.push_back(new Mesh);
     Mesh& mesh = *meshes[0];
     ReconstructionReport report =
         reconstructSurface(particles.positions, mesh, settings, attributes, progressTo(progress));
-    confirmDone(report, files.input);
+    confirmDone(report, options.input);
     progress.begin("write");
-    formats::writeMeshes(files.output, meshes, {options.asciiStl});
-    if (!files.preview.empty())
+    formats::writeMeshes(options.output, meshes, {options.asciiStl});
+    if (!options.preview.empty())
     {
         progress.begin("preview");
         if (!settings.normals) mesh.recalculateNormalsParallelized(report.settings.threadCount);
         leaveOut(particles.positions, report.leftOut);
-        draw(mesh, particles.positions, report, options, viewBox.value_or(report.box), files.preview);
+        draw(mesh, particles.positions, report, options, options.viewBox.value_or(report.box),
+             options.preview);
     }
     progress.end();
     return {std::move(report), particles.leftOut, mesh.getPosSize(), mesh.getFacesSize(),

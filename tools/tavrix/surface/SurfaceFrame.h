@@ -11,13 +11,6 @@
 namespace tavrix::tool
 {
 
-/// One particle file and what becomes of it.
-struct SurfaceFiles
-{
-    std::string input, output;
-    std::string preview;  ///< empty: none
-};
-
 /// What was made of a frame.
 struct FrameReport
 {
@@ -30,13 +23,8 @@ struct FrameReport
 };
 
 /// Particles in, surface mesh (and picture) out: reads, reconstructs the surface, writes, draws; `progress`
-/// is told of the stages.
-///
-/// settings: of the surface; those of the options, settled for this frame when they leave something open.
-/// viewBox: what the camera looks at; absent, the particles. Throws Failure.
-FrameReport runFrame(const SurfaceOptions& options, const SurfaceFiles& files,
-                     const ReconstructionSettings& settings, const std::optional<Box3D>& viewBox,
-                     Progress& progress);
+/// is told of the stages. Throws Failure.
+FrameReport runFrame(const SurfaceOptions& options, Progress& progress);
 
 /// The number of stages that the options make runFrame go through.
 std::size_t stageCount(const SurfaceOptions& options);

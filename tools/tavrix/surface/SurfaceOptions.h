@@ -2,22 +2,22 @@
 
 #include <optional>
 #include <string>
+#include <vector>
 
 #include <tavrix/reconstruction/ReconstructionSettings.h>
 
 #include "preview/View.h"
+#include "sequence/FrameByFrame.h"
 
 namespace tavrix::tool
 {
 
 /// What `tavrix surface` was asked for; what is absent has a default that fits the input. In a sequence the
 /// names have a {} where the frame's number stands.
-struct SurfaceOptions
+struct SurfaceOptions : RunOptions
 {
     std::string input;
     std::string output;
-    std::optional<uint64> first, last;
-    bool force = false;
 
     ReconstructionSettings surface;
     bool asciiStl = false;
@@ -25,8 +25,10 @@ struct SurfaceOptions
     std::string preview;  ///< empty: none
     bool previewParticles = false;
     PreviewOptions picture;
+    std::optional<Box3D> viewBox;  ///< what the camera looks at; absent, the particles
 
-    bool quiet = false;
+    std::vector<std::string*> inputs() { return {&input}; }
+    std::vector<std::string*> outputs() { return {&output, &preview}; }
 };
 
 }  // namespace tavrix::tool

@@ -1,7 +1,7 @@
 #include "surface/SurfaceRun.h"
 
 #include <cstdio>
-#include <new>
+#include <utility>
 
 #include "commands/BlockMemory.h"
 #include "commands/GridMemory.h"
@@ -10,8 +10,8 @@
 #include "formats/MeshFile.h"
 #include "formats/ParticleFile.h"
 #include "run/Failure.h"
-#include "run/Interrupt.h"
-#include "surface/FrameSequence.h"
+#include "run/Progress.h"
+#include "run/Text.h"
 #include "surface/SurfaceFrame.h"
 
 namespace tavrix::tool
@@ -22,11 +22,11 @@ namespace
 
 const char* plural(uint32 count) { return count == 1 ? "" : "s"; }
 
-void warnOfInfinite(const SurfaceOptions& options, const SurfaceFiles& files, const FrameReport& report)
+void warnOfInfinite(const SurfaceOptions& options, const FrameReport& report)
 {
     if (report.infinite == 0 || options.quiet) return;
     std::fprintf(stderr, "tavrix: %s: left out %u particle%s without a finite position\n",
-                 files.input.c_str(), report.infinite, plural(report.infinite));
+                 options.input.c_str(), report.infinite, plural(report.infinite));
 }
 
 /// Of the parts that are left, and the cavities that were filled.
@@ -36,7 +36,7 @@ std::string cavityText(const ReconstructionReport& surface)
     return ", " + partText(surface.counts) + (surface.counts.cavities > 0 ? " filled" : "");
 }
 
-void printSummary(const SurfaceFiles& files, const FrameReport& report, const Progress& progress)
+void printSummary(const SurfaceOptions& options, const FrameReport& report, const Progress& progress)
 {
     const ReconstructionReport& surface = report.surface;
     std::printf("particles  %u, radius %.6g%s\n", surface.particles, *surface.settings.radius,
@@ -45,143 +45,81 @@ void printSummary(const SurfaceFiles& files, const FrameReport& report, const Pr
     std::fputs(latticeText(*surface.settings.spacing, surface.blocks).c_str(), stdout);
     std::printf("mesh       %u vertices, %u faces%s%s -> %s\n", report.vertices, report.faces,
                 cavityText(surface).c_str(), report.hasVelocities ? ", with velocities" : "",
-                files.output.c_str());
-    if (!files.preview.empty()) std::printf("preview    -> %s\n", files.preview.c_str());
+                options.output.c_str());
+    if (!options.preview.empty()) std::printf("preview    -> %s\n", options.preview.c_str());
     printCosts(progress, surface.settings.threadCount);
 }
 
-/// How the frames of a sequence ended.
-struct Tally
+/// The line that tells of a frame.
+std::string frameText(const SurfaceOptions& options, const FrameReport& report, double seconds)
 {
-    uint32 written = 0, upToDate = 0, failed = 0;
-};
-
-/// The sequence's frames, and what they share.
-struct Sequence
-{
-    const SurfaceOptions& options;
-    std::vector<Frame> frames;
-    std::optional<ReconstructionSettings> settings;
-    std::optional<Box3D> viewBox;
-
-    SurfaceFiles filesOf(const Frame& frame) const
-    {
-        return {fillPattern(options.input, frame.digits), fillPattern(options.output, frame.digits),
-                fillPattern(options.preview, frame.digits)};
-    }
-};
-
-bool areUpToDate(const SurfaceFiles& files)
-{
-    return !formats::isSameFile(files.output, files.input) && isUpToDate(files.output, files.input) &&
-           (files.preview.empty() || isUpToDate(files.preview, files.input));
+    std::string text = formatted("%u particles, ", report.surface.particles);
+    if (report.infinite > 0) text += formatted("%u without a finite position, ", report.infinite);
+    if (report.strays() > 0) text += formatted("%u strays left out, ", report.strays());
+    return text + formatted("%u faces", report.faces) + cavityText(report.surface) +
+           formatted(" -> %s, %.3f s", options.output.c_str(), seconds);
 }
 
-/// The settings of the first frame that can be read; its failures are reported when its turn comes.
-std::optional<ReconstructionSettings> sharedSettings(const Sequence& sequence)
+std::string surfaceOne(const SurfaceOptions& options)
 {
-    for (const Frame& frame : sequence.frames)
-    {
-        try
-        {
-            const std::string file = sequence.filesOf(frame).input;
-            const auto settings =
-                settledFor(sequence.options.surface, formats::readParticleFile(file).positions);
-            if (settings.radius) return settings;
-        }
-        catch (const Failure&)
-        {
-        }
-    }
-    return std::nullopt;
+    Progress progress(stageCount(options), options.quiet, options.label);
+    const FrameReport report = runFrame(options, progress);
+    if (options.isFrame) return frameText(options, report, progress.totalSeconds());
+    warnOfInfinite(options, report);
+    if (!options.quiet) printSummary(options, report, progress);
+    return {};
 }
 
-/// The box around the particles of all frames that can be read.
-std::optional<Box3D> sharedBox(const Sequence& sequence)
+Array<Vector3F> positionsOf(const SurfaceOptions& frame)
 {
+    return formats::readParticleFile(frame.input).positions;
+}
+
+/// Settles what the radius decides, by the first frame that can be read. Failures of frames are reported when
+/// their turn comes.
+std::string settleRadius(SurfaceOptions& options, const std::vector<SurfaceOptions>& frames)
+{
+    if (options.surface.radius) return {};
+    const auto settled = ofFirstReadable(frames,
+                                         [](const SurfaceOptions& frame)
+                                         {
+                                             const auto settings =
+                                                 settledFor(frame.surface, positionsOf(frame));
+                                             if (!settings.radius) throw Failure("no radius");
+                                             return std::optional(std::pair(settings, frame.input));
+                                         });
+    if (!settled) return {};
+    options.surface = settled->first;
+    const std::string text =
+        formatted("%.6g (estimated from %s)", *options.surface.radius, settled->second.c_str());
+    if (!options.quiet) std::printf("radius     %s\n", text.c_str());
+    return "radius " + text + "\n";
+}
+
+/// One camera for all frames: around the particles of all that can be read.
+std::string settleView(SurfaceOptions& options, const std::vector<SurfaceOptions>& frames)
+{
+    if (options.preview.empty()) return {};
     Box3D whole = Box3D::empty();
-    for (const Frame& frame : sequence.frames)
+    for (const SurfaceOptions& frame : frames)
     {
-        try
-        {
-            const Box3D box = boxAround(formats::readParticleFile(sequence.filesOf(frame).input).positions);
-            whole.extend(box.min);
-            whole.extend(box.max);
-        }
-        catch (const Failure&)
-        {
-        }
-        stopIfInterrupted();
+        const auto box = ofFirstReadable(std::vector{frame}, [](const SurfaceOptions& one)
+                                         { return std::optional(boxAround(positionsOf(one))); });
+        if (box) whole.extend(*box);
     }
-    return whole == Box3D::empty() ? std::nullopt : std::optional(whole);
-}
-
-void surfaceFrame(const Sequence& sequence, const SurfaceFiles& files, const std::string& label)
-{
-    Progress progress(stageCount(sequence.options), sequence.options.quiet, label);
-    const FrameReport report =
-        runFrame(sequence.options, files, sequence.settings.value_or(sequence.options.surface),
-                 sequence.viewBox, progress);
-    warnOfInfinite(sequence.options, files, report);
-    if (sequence.options.quiet) return;
-    std::printf("%s  %u particles, ", label.c_str(), report.surface.particles);
-    if (report.strays() > 0) std::printf("%u strays left out, ", report.strays());
-    std::printf("%u faces%s -> %s, %.3f s\n", report.faces, cavityText(report.surface).c_str(),
-                files.output.c_str(), progress.totalSeconds());
-    std::fflush(stdout);
-}
-
-/// False when the frame failed; the message is printed.
-bool tryFrame(const Sequence& sequence, const SurfaceFiles& files, const std::string& label)
-{
-    try
-    {
-        surfaceFrame(sequence, files, label);
-        return true;
-    }
-    catch (const Failure& failure)
-    {
-        if (interrupted()) throw;
-        std::fprintf(stderr, "tavrix: %s\n", failure.what());
-    }
-    catch (const std::bad_alloc&)
-    {
-        std::fprintf(stderr, "tavrix: %s: not enough memory; try a larger --spacing\n", files.input.c_str());
-    }
-    return false;
+    if (whole == Box3D::empty()) return {};
+    options.viewBox = whole;
+    return formatted("view %.9g %.9g %.9g to %.9g %.9g %.9g\n", whole.min.x, whole.min.y, whole.min.z,
+                     whole.max.x, whole.max.y, whole.max.z);
 }
 
 }  // namespace
 
-void surfaceFile(const SurfaceOptions& options)
+int runSurface(const SurfaceOptions& options)
 {
-    const SurfaceFiles files{options.input, options.output, options.preview};
-    Progress progress(stageCount(options), options.quiet);
-    const FrameReport report = runFrame(options, files, options.surface, std::nullopt, progress);
-    warnOfInfinite(options, files, report);
-    if (!options.quiet) printSummary(files, report, progress);
-}
-
-int surfaceSequence(const SurfaceOptions& options)
-{
-    Sequence sequence{options, findFrames(options.input, options.first, options.last), {}, {}};
-    Tally tally;
-    for (const Frame& frame : sequence.frames)
-    {
-        const SurfaceFiles files = sequence.filesOf(frame);
-        if (!options.force && areUpToDate(files))
-        {
-            ++tally.upToDate;
-            continue;
-        }
-        if (!sequence.settings) sequence.settings = sharedSettings(sequence);
-        if (!options.preview.empty() && !sequence.viewBox) sequence.viewBox = sharedBox(sequence);
-        ++(tryFrame(sequence, files, frame.digits) ? tally.written : tally.failed);
-    }
-    if (!options.quiet)
-        std::printf("frames     %u written, %u up to date, %u failed\n", tally.written, tally.upToDate,
-                    tally.failed);
-    return tally.failed == 0 ? 0 : 1;
+    const auto settle = [](SurfaceOptions& all, const std::vector<SurfaceOptions>& frames)
+    { return settleRadius(all, frames) + settleView(all, frames); };
+    return runFrameByFrame(options, settle, surfaceOne);
 }
 
 }  // namespace tavrix::tool

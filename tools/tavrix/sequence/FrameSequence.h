@@ -27,7 +27,8 @@ struct Frame
 std::vector<Frame> findFrames(const std::string& pattern, std::optional<uint64> first,
                               std::optional<uint64> last);
 
-/// Whether the file exists and is no older than the one that it is made from.
-bool isUpToDate(const std::string& file, const std::string& source);
+/// The numbers for which there is no frame between those that there are, as in "3, 12 to 15"; at most a few
+/// of these, then "and more". Empty when none is missing.
+std::string missingNumbers(const std::vector<Frame>& frames);
 
 }  // namespace tavrix::tool

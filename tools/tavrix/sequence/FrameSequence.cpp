@@ -1,4 +1,4 @@
-#include "surface/FrameSequence.h"
+#include "sequence/FrameSequence.h"
 
 #include <algorithm>
 #include <charconv>
@@ -72,12 +72,21 @@ std::vector<Frame> findFrames(const std::string& pattern, std::optional<uint64> 
     return frames;
 }
 
-bool isUpToDate(const std::string& file, const std::string& source)
+std::string missingNumbers(const std::vector<Frame>& frames)
 {
-    std::error_code fileError, sourceError;
-    const auto made = fs::last_write_time(formats::pathOf(file), fileError);
-    const auto changed = fs::last_write_time(formats::pathOf(source), sourceError);
-    return !fileError && !sourceError && made >= changed;
+    constexpr uint32 mostGaps = 8;
+    std::string text;
+    uint32 gaps = 0;
+    for (std::size_t n = 1; n < frames.size(); ++n)
+    {
+        const uint64 first = frames[n - 1].number + 1, last = frames[n].number;
+        if (first >= last) continue;
+        if (gaps++ == mostGaps) return text + " and more";
+        if (gaps > 1) text += ", ";
+        text += std::to_string(first);
+        if (first + 1 < last) text += " to " + std::to_string(last - 1);
+    }
+    return text;
 }
 
 }  // namespace tavrix::tool

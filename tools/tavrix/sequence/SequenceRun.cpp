@@ -1,0 +1,191 @@
+#include "sequence/SequenceRun.h"
+
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <cstdio>
+#include <mutex>
+#include <new>
+#include <thread>
+
+#include "run/Failure.h"
+#include "run/Interrupt.h"
+#include "run/Progress.h"
+#include "sequence/FrameRecord.h"
+
+namespace tavrix::tool
+{
+
+namespace
+{
+
+std::vector<std::string> filled(const std::vector<std::string>& patterns, const std::string& digits)
+{
+    std::vector<std::string> names;
+    for (const std::string& pattern : patterns) names.push_back(fillPattern(pattern, digits));
+    return names;
+}
+
+/// "under a minute", "3 min", "2 h 5 min".
+std::string durationText(double seconds)
+{
+    if (seconds < 60) return "under a minute";
+    const auto minutes = static_cast<uint64>(seconds / 60 + 0.5);
+    if (minutes < 60) return std::to_string(minutes) + " min";
+    return std::to_string(minutes / 60) + " h " + std::to_string(minutes % 60) + " min";
+}
+
+using Clock = std::chrono::steady_clock;
+
+double secondsSince(Clock::time_point start)
+{
+    return std::chrono::duration<double>(Clock::now() - start).count();
+}
+
+/// One run over the frames that are not up to date. Workers take one after the other.
+class SequenceRun
+{
+public:
+    SequenceRun(const SequenceOptions& options, const Sequence& sequence)
+        : _options(options), _sequence(sequence), _bar(1, options.quiet || options.jobs == 1)
+    {
+    }
+
+    int run()
+    {
+        const auto& patterns = _sequence.patterns;
+        const std::vector<Frame> frames = findFrames(patterns.inputs.front(), _options.first, _options.last);
+        for (const Frame& frame : frames) take(frame);
+        std::vector<std::thread> workers;
+        for (std::size_t w = 1; w < std::min<std::size_t>(_options.jobs, _tasks.size()); ++w)
+            workers.emplace_back([this] { work(); });
+        work();
+        for (std::thread& worker : workers) worker.join();
+        _bar.end();
+        stopIfInterrupted();
+        if (!_options.quiet) printSummary(frames);
+        return _failed == 0 ? 0 : 1;
+    }
+
+private:
+    struct Task
+    {
+        FrameTask frame;
+        FrameRecord record;
+    };
+
+    void printSummary(const std::vector<Frame>& frames) const
+    {
+        const uint32 failed = _failed;
+        std::printf("frames     %zu written, %zu up to date, %u failed\n", _tasks.size() - failed,
+                    frames.size() - _tasks.size(), failed);
+        if (const std::string missing = missingNumbers(frames); !missing.empty())
+            std::printf("missing    %s\n", missing.c_str());
+    }
+
+    void take(const Frame& frame)
+    {
+        FrameTask task{frame.digits,
+                       {filled(_sequence.patterns.inputs, frame.digits),
+                        filled(_sequence.patterns.outputs, frame.digits)},
+                       {}};
+        FrameRecord record(task.files, _sequence.settings);
+        if (_options.force || !record.isCurrent()) _tasks.push_back({std::move(task), std::move(record)});
+    }
+
+    void work()
+    {
+        for (std::size_t n; !interrupted() && (n = _next++) < _tasks.size();) make(_tasks[n], n);
+    }
+
+    void make(Task& task, std::size_t number)
+    {
+        const std::string label = labelOf(number);
+        if (_options.jobs == 1) task.frame.label = label;
+        tell([&] { _bar.begin(label); });
+        try
+        {
+            const std::string line = _sequence.make(task.frame);
+            task.record.write();
+            tell([&] { printLine(task.frame.digits + "  " + line); });
+            ++_done;
+            return;
+        }
+        catch (const Failure& failure)
+        {
+            if (!interrupted()) tellFailure(failure.what());
+        }
+        catch (const std::bad_alloc&)
+        {
+            tellFailure(task.frame.files.inputs.front() +
+                        ": not enough memory; try a larger --spacing or fewer --jobs");
+        }
+        catch (const std::exception& error)
+        {
+            tellFailure(task.frame.files.inputs.front() + ": " + error.what());
+        }
+        ++_failed;
+        ++_done;
+    }
+
+    /// "frame 3 of 20, 2 min left", by the time that those before took.
+    std::string labelOf(std::size_t number)
+    {
+        std::string label = "frame " + std::to_string(number + 1) + " of " + std::to_string(_tasks.size());
+        const std::size_t done = _done;
+        if (done > 0)
+            label += ", " +
+                     durationText(secondsSince(_start) / static_cast<double>(done) *
+                                  static_cast<double>(_tasks.size() - done)) +
+                     " left";
+        return label;
+    }
+
+    template <class Print>
+    void tell(const Print& print)
+    {
+        const std::lock_guard lock(_mutex);
+        print();
+    }
+
+    void printLine(const std::string& line)
+    {
+        if (_options.quiet) return;
+        _bar.hide();
+        std::printf("%s\n", line.c_str());
+        std::fflush(stdout);
+    }
+
+    void tellFailure(const std::string& what)
+    {
+        tell(
+            [&]
+            {
+                _bar.hide();
+                std::fprintf(stderr, "tavrix: %s\n", what.c_str());
+            });
+    }
+
+    const SequenceOptions& _options;
+    const Sequence& _sequence;
+    std::vector<Task> _tasks;
+    std::atomic<std::size_t> _next = 0, _done = 0;
+    std::atomic<uint32> _failed = 0;
+    std::mutex _mutex;  ///< of what is printed
+    Progress _bar;      ///< with several jobs, which have none of their own
+    const Clock::time_point _start = Clock::now();
+};
+
+}  // namespace
+
+std::vector<Frame> framesOnDisk(const Sequence& sequence)
+{
+    return findFrames(sequence.patterns.inputs.front(), std::nullopt, std::nullopt);
+}
+
+int runSequence(const SequenceOptions& options, const Sequence& sequence)
+{
+    return SequenceRun(options, sequence).run();
+}
+
+}  // namespace tavrix::tool
