@@ -110,15 +110,16 @@ Sample xmlInline()
 
 Sample xmlCompressed()
 {
-    const std::string appended =
-        "AwAAABAAAAAEAAAAFQAAABcAAAAMAAAAeJxjYGiwZ2BgcAAiIG5wAAAQgwJAeJxjYFjgwMBwAIgZ9jMwNNgBABJrA154nGNgYHAE"
-        "AABFAEI="
+    const std::string positionBlocks =
+        "AwAAABAAAAAEAAAAFQAAABcAAAAMAAAAeJxjYGiwZ2BgcAAiIG5wAAAQgwJAeJxjYFjgwMBwAIgZ9jMwNNgBABrJA154nGNgYHAE"
+        "AABFAEI=";
+    const std::string velocityBlocks =
         "AwAAABAAAAAEAAAADwAAABEAAAAMAAAAeJxjYICBBnsQCQAESwDAeJxjYGiwZ4AABxABAAuDAQB4nGNgYGAAAAAEAAE=";
     const std::string bytes =
         vtkXml("byte_order=\"LittleEndian\" compressor=\"vtkZLibDataCompressor\"",
                "<DataArray " + float3 + "format=\"appended\" offset=\"0\"/>",
                "<DataArray " + float3 + "Name=\"V\" format=\"appended\" offset=\"108\"/>") +
-        "<AppendedData encoding=\"base64\">\n  _" + appended;
+        "<AppendedData encoding=\"base64\">\n  _" + positionBlocks + velocityBlocks;
     return {"compressed.vtp", bytes, bytes.size(), true, false};
 }
 
