@@ -20,7 +20,9 @@ const std::map<std::string, FieldLayout> layoutNames{{"regular", FieldLayout::Re
 
 void addFiles(CLI::App& levelset, LevelSetOptions& options)
 {
-    levelset.add_option("IN", options.input, "Mesh (.obj, .stl, .bin, .ase) or particle file (.bin)")
+    levelset
+        .add_option("IN", options.input,
+                    "Mesh (.obj, .stl, .bin, .ase) or particle file (.bin, .vtk, .csv ...)")
         ->option_text(" ");
     addMeshOutput(levelset, options.output,
                   "Mesh file to write: .obj, .stl or .bin; needed without --save-field");

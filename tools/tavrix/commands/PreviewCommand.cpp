@@ -127,7 +127,7 @@ void addPreviewCommand(CLI::App& app, Command& command)
     addThreads(*preview, options->picture.threads)->group("Run");
     addQuiet(*preview, options->quiet)->group("Run");
     preview->footer(
-        "Meshes are .obj, .stl, .bin and .ase files, particles .bin files.\n\nExamples:\n"
+        "Particles are taken of every format that tavrix surface takes.\n\nExamples:\n"
         "  tavrix preview water.obj -o water.png\n"
         "  tavrix preview frame_0035.bin water_0035.obj -o both.png --size 900x900\n"
         "  tavrix preview part.stl -o part.png --up z");

@@ -25,8 +25,10 @@ const std::map<std::string, SurfaceKernel> kernelNames{{"metaball", SurfaceKerne
 void addFiles(CLI::App& surface, SurfaceOptions& options)
 {
     surface
-        .add_option("IN", options.input,
-                    "Particle file (.bin); of a sequence, with {} for the frame's number: \"water_{}.bin\"")
+        .add_option(
+            "IN", options.input,
+            "Particle file (.bin, .vtk, .vtu, .bgeo, .ply, .csv ...), - for standard input; of a sequence,\n"
+            "with {} for the frame's number: \"water_{}.bin\"")
         ->required()
         ->option_text(" ");
     addMeshOutput(surface, options.output,

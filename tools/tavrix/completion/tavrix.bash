@@ -57,13 +57,13 @@ _tavrix()
             if [[ $word == -* ]]; then
                 COMPREPLY=($(compgen -W "$(_tavrix_options "$program" "$command")" -- "$word"))
             elif [ "$command" = surface ]; then
-                _tavrix_files "$word" bin
+                _tavrix_files "$word" bin vtk vtu vtp vts bgeo ply xyz txt csv tsv npy json gz
             elif [ "$command" = convert ] || [ "$command" = simplify ]; then
                 _tavrix_files "$word" obj stl bin ase
             elif [ "$command" = sphere ]; then
                 COMPREPLY=($(compgen -W $'20\n500' -- "$word"))
             else
-                _tavrix_files "$word" bin obj stl ase
+                _tavrix_files "$word" obj stl ase bin vtk vtu vtp vts bgeo ply xyz txt csv tsv npy json gz
             fi
             ;;
     esac
