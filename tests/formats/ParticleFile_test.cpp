@@ -110,15 +110,16 @@ Sample xmlInline()
 
 Sample xmlCompressed()
 {
-    const std::string appended =
-        "AwAAABAAAAAEAAAAFQAAABcAAAAMAAAAeJxjYGiwZ2BgcAAiIG5wAAAQgwJAeJxjYFjgwMBwAIgZ9jMwNNgBABJrA154nGNgYHAE"
-        "AABFAEI="
+    const std::string positionBlocks =
+        "AwAAABAAAAAEAAAAFQAAABcAAAAMAAAAeJxjYGiwZ2BgcAAiIG5wAAAQgwJAeJxjYFjgwMBwAIgZ9jMwNNgBABrJA154nGNgYHAE"
+        "AABFAEI=";
+    const std::string velocityBlocks =
         "AwAAABAAAAAEAAAADwAAABEAAAAMAAAAeJxjYICBBnsQCQAESwDAeJxjYGiwZ4AABxABAAuDAQB4nGNgYGAAAAAEAAE=";
     const std::string bytes =
         vtkXml("byte_order=\"LittleEndian\" compressor=\"vtkZLibDataCompressor\"",
                "<DataArray " + float3 + "format=\"appended\" offset=\"0\"/>",
                "<DataArray " + float3 + "Name=\"V\" format=\"appended\" offset=\"108\"/>") +
-        "<AppendedData encoding=\"base64\">\n  _" + appended;
+        "<AppendedData encoding=\"base64\">\n  _" + positionBlocks + velocityBlocks;
     return {"compressed.vtp", bytes, bytes.size(), true, false};
 }
 
@@ -202,7 +203,7 @@ const std::string rows = "1 2 3 0 0 1 1000\n4 5 6 0 1 0 1001.5\n-0.5 0.25 8 2 0 
 
 std::string spaced(std::string text, const std::string& separator)
 {
-    for (std::size_t n = 0; (n = text.find(' ', n)) != text.npos; n += separator.size())
+    for (std::size_t n = 0; (n = text.find(' ', n)) != std::string::npos; n += separator.size())
         text.replace(n, 1, separator);
     return text;
 }
@@ -333,7 +334,7 @@ TEST_F(ParticleFileTest, CutFilesAreRefusedOrHoldFewerParticles)
         {
             const std::string message = refusal(sample.name, sample.bytes.substr(0, size));
             EXPECT_TRUE(!message.empty() || size >= sample.end) << sample.name << " of " << size << " bytes";
-            EXPECT_TRUE(message.empty() || message.find(sample.name) != message.npos) << message;
+            EXPECT_TRUE(message.empty() || message.find(sample.name) != std::string::npos) << message;
         }
 }
 
@@ -369,7 +370,7 @@ TEST_F(ParticleFileTest, CountsThatCannotBeTrueAreNotBelieved)
     {
         std::string bytes = lie.sample.bytes;
         const std::size_t place = bytes.find(lie.truth);
-        ASSERT_NE(place, bytes.npos) << lie.sample.name;
+        ASSERT_NE(place, std::string::npos) << lie.sample.name;
         EXPECT_NE(refusal(lie.sample.name, bytes.replace(place, lie.truth.size(), lie.lie)), "") << lie.lie;
     }
 }

@@ -1,9 +1,12 @@
 #!/usr/bin/env python3
 """What the fuzzers start from: make_seeds.py FOLDER writes small files of every format, by hand, into FOLDER/<name>."""
 
+import base64
+import gzip
 import pathlib
 import struct
 import sys
+import zlib
 
 sys.path.insert(0, str(pathlib.Path(__file__).parents[1] / 'tools'))
 import mesh_file
@@ -97,7 +100,54 @@ def number_text():
         yield text.encode()
 
 
-for seed in (ase, bin_mesh, level_set, mesh_record, mesh_sequence, number_text, obj, particle_bin, stl):
+def formats():
+    points = '0 0 0\n1 0 0\n1 1 0\n0 1 0.5\n'
+    polygons = 'POLYGONS 2 7\n3 0 1 2\n2 0 3\nTRIANGLE_STRIPS 1 5\n4 0 1 2 3\n'
+    data = 'POINT_DATA 4\nSCALARS a float\nLOOKUP_TABLE default\n1 2 3 4\nFIELD f 1\nvel 3 4 int\n' + points.replace('.5', '')
+    head = '# vtk DataFile Version 4.2\n\nASCII\nDATASET '
+    yield (head + 'POLYDATA\nPOINTS 4 float\n' + points + polygons + data).encode()
+    yield (head + 'UNSTRUCTURED_GRID\nPOINTS 4 double\n' + points + 'CELLS 2 8\n3 0 1 2\n3 1 2 3\nCELL_TYPES 2\n5 5\n').encode()
+    new = b'POLYGONS 2 3\nOFFSETS int\n%s\nCONNECTIVITY vtktypeint64\n%s\nMETADATA\nINFORMATION 0\n\n'
+    yield (head.replace('ASCII', 'BINARY').encode() + b'POLYDATA\nPOINTS 3 float\n' + struct.pack('>9f', *range(9)) + b'\n' +
+           new % (struct.pack('>2i', 0, 3), struct.pack('>3q', 0, 1, 2)) +
+           b'POINT_DATA 3\nFIELD f 2\ns 1 2 string\n\xC1ab\xC0\nn 1 3 bit\n\xA0\n')
+    array = '<DataArray type="%s" Name="%s" NumberOfComponents="%d" format="%s" offset="%d">%s</DataArray>'
+    ascii = (array % ('Float32', 'p', 3, 'ascii', 0, points), array % ('Int8', 'a', 2, 'ascii', 0, '1 2 3 4 5 6 7 8'))
+    polys = '<Polys>%s%s</Polys>' % (array % ('Int32', 'connectivity', 1, 'ascii', 0, '0 1 2 3'),
+                                     array % ('Int64', 'offsets', 1, 'ascii', 0, '4'))
+    xml = ('<VTKFile type="PolyData" header_type="UInt32" byte_order="LittleEndian"%s><PolyData><Piece NumberOfPoints="4"><PointData>%s'
+           '</PointData><Points>%s</Points>%s</Piece></PolyData>')
+    yield (xml % ('', ascii[1], ascii[0], polys) + '</VTKFile>').encode()
+    numbers48 = numbers('f', *range(12))
+    plain, packed = uints(48) + numbers48, zlib.compress(numbers48)
+    blocks = uints(1, 48, 0, len(packed))
+    for kept, compressor in ((plain, ''), (blocks + packed, ' compressor="vtkZLibDataCompressor"')):
+        base64_text = (base64.b64encode(kept) if not compressor else base64.b64encode(blocks) + base64.b64encode(packed)).decode()
+        inline = array % ('Float32', 'p', 3, 'binary', 0, base64_text)
+        appended = array % ('Float32', 'p', 3, 'appended', 0, '')
+        yield (xml % (compressor, '', inline, polys) + '</VTKFile>').encode()
+        yield (xml % (compressor, '', appended, '') + '<AppendedData encoding="raw">_').encode() + kept
+        yield (xml % (compressor, '', appended, '') + '<AppendedData encoding="base64">_' + base64_text).encode()
+    yield (b'BgeoV' + struct.pack('>9i', 5, 2, 0, 0, 0, 3, 0, 0, 0) + b'\0\1v\0\3' + struct.pack('>i3f', 5, 0, 0, 0) +
+           b'\0\1s\0\1' + struct.pack('>ii', 4, 1) + b'\0\1a\0\1i\0\1' + struct.pack('>ii', 1, 0) +
+           struct.pack('>7f2i7f2i', *range(18)))
+    ply_head = ('ply\nformat %s 1.0\nelement vertex 4\nproperty float x\nproperty float y\nproperty float z\nproperty uchar red\n'
+                'element face 2\nproperty list uchar int vertex_indices\nelement tristrips 1\nproperty list int short vertex_index\nend_header\n')
+    yield (ply_head % 'ascii' + points.replace('\n', ' 7\n') + '3 0 1 2\n4 0 1 2 3\n5 0 1 2 -1 3\n').encode()
+    for order, name in (('<', 'little'), ('>', 'big')):
+        yield ((ply_head % f'binary_{name}_endian').encode() + struct.pack(order + '3fB' * 4, *range(16)) +
+               struct.pack(order + 'B3iB4i', 3, 0, 1, 2, 4, 0, 1, 2, 3) + struct.pack(order + 'i4h', 4, 0, 1, 2, 3))
+    for header in ("{'descr': '<f4', 'fortran_order': True, 'shape': (4, 3), }\n",
+                   "{'descr': [('x', '>f2'), ('y', '<f2'), ('z', '<i4'), ('v', '<u1', (3,))], 'fortran_order': False, 'shape': (3,)}\n"):
+        yield b'\x93NUMPY\1\0' + struct.pack('<H', len(header)) + header.encode() + numbers48
+    for text in ('x,y,z,"a,b",vx,vy,vz\n1,2,3,x,4,5,6\n1,,nan\n', '# x y z\n1 2 3\n4 5 6\n', '2\n\nO 1 2 3\nH 4 5 6\n',
+                 '1\nProperties=species:S:1:pos:R:3:velo:R:3\nO 1 2 3 4 5 6\n', 'a;b;x;y;z\n1,5;2;3;4;5\n', '[[1,2,3],[4,5,6,7],[]]',
+                 '{"p":[{"x":1,"y":2,"z":3,"v":[1,2,3]},{"x":4,"v":[1]}]}', '{"pos":[1,2,3,4,5,6],"a":[1,null],"b":[[1,2],[3]]}'):
+        yield text.encode()
+        yield gzip.compress(text.encode())
+
+
+for seed in (ase, bin_mesh, formats, level_set, mesh_record, mesh_sequence, number_text, obj, particle_bin, stl):
     folder = pathlib.Path(sys.argv[1], seed.__name__)
     folder.mkdir(parents=True, exist_ok=True)
     for number, content in enumerate(seed()):

@@ -210,6 +210,18 @@ class Info(FilesTest):
         self.assertAlmostEqual(found["estimatedSpacing"], 0.05, delta=0.005)
         self.assertRegex(self.succeed("info", "in.bin"), r"version 5(.|\n)*514(.|\n)*2 without a finite position")
 
+    def test_attributes_are_listed_with_their_ranges(self):
+        content = b"x,y,z,vx,vy,vz,density,force_0,force_1,force_2\n0,0,0,3,4,0,7,1,2,3\n1,1,1,0,0,1,5,-1,nan,9\n"
+        self.write("in.csv", content)
+        expected = [{"name": "density", "components": 1, "min": 5, "max": 7},
+                    {"name": "force", "components": 3, "min": [-1, 0, 3], "max": [1, 2, 9]}]
+        for name in ("in.csv", "-"):
+            with open(self.folder / "in.csv", "rb") as stream:
+                found = json.loads(self.succeed("info", "--json", name, stdin=stream))[0]
+            self.assertEqual([found[key] for key in ("kind", "format", "version", "particles", "bytes", "speed", "attributes")],
+                             ["particles", "CSV", None, 2, len(content), {"min": 1, "max": 5}, expected])
+        self.assertRegex(self.succeed("info", "in.csv"), r"CSV particle file(.|\n)*density from 5 to 7\n +force from \(-1, 0, 3\)")
+
     def test_bad_files_do_not_keep_the_others_from_being_told(self):
         self.write("cut.bin", particle_file(block(2, 0.1))[:-1])
         self.write("good.obj", obj_file(CUBE_POINTS, CUBE_FACES))

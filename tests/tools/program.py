@@ -22,7 +22,7 @@ def run(*arguments, cwd, **options):
     """Runs the program with its standard streams captured: by pipes, or by files under an emulator, whose
     background processes would hold pipes open."""
     command = [*EMULATOR, str(PROGRAM), *arguments]
-    options |= {"cwd": cwd, "env": ENVIRONMENT, "stdin": subprocess.DEVNULL, "timeout": LIMIT_SECONDS}
+    options = {"cwd": cwd, "env": ENVIRONMENT, "stdin": subprocess.DEVNULL, "timeout": LIMIT_SECONDS} | options
     if not EMULATOR:
         streams = {"stdout": subprocess.PIPE, "stderr": subprocess.PIPE, "encoding": "utf-8"}
         return subprocess.run(command, **(streams | options))

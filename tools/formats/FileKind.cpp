@@ -73,7 +73,7 @@ std::optional<FileKind> kindOfContent(std::string_view head)
     if (head.starts_with("\xDA\xDA\xDA\xDA"sv)) return FileKind::MeshBin;
     if (head.starts_with("ply\n"sv) || head.starts_with("ply\r"sv)) return FileKind::Ply;
     if (head.starts_with("# vtk DataFile"sv)) return FileKind::VtkLegacy;
-    if (head.find("<VTKFile"sv) != head.npos) return FileKind::VtkXml;
+    if (head.find("<VTKFile"sv) != std::string::npos) return FileKind::VtkXml;
     if (head.starts_with("BgeoV"sv) || head.starts_with("\x7FNSJb"sv)) return FileKind::Bgeo;
     if (head.starts_with("\x93NUMPY"sv)) return FileKind::Npy;
     if (head.starts_with("glTF"sv)) return FileKind::Gltf;
@@ -88,10 +88,10 @@ std::optional<FileKind> kindOfContent(std::string_view head)
 FileKind kindOfText(std::string_view head)
 {
     const std::size_t first = head.find_first_not_of(" \t\r\n");
-    if (first != head.npos && head[first] == '{') return FileKind::Json;
-    if (first == head.npos || head.find('\0') != head.npos)
+    if (first != std::string::npos && head[first] == '{') return FileKind::Json;
+    if (first == std::string::npos || head.find('\0') != std::string::npos)
         throw Failure("-: is of no known kind; give particles, as a .bin, .vtk or .csv file has them");
-    return head.find_first_of(",;\t") != head.npos ? FileKind::Csv : FileKind::Xyz;
+    return head.find_first_of(",;\t") != std::string::npos ? FileKind::Csv : FileKind::Xyz;
 }
 
 /// The extension, of water.csv.gz csv.

@@ -7,6 +7,8 @@
 #include <limits>
 #include <optional>
 #include <type_traits>
+#include <utility>
+#include <variant>
 
 namespace tavrix::formats
 {
@@ -56,36 +58,30 @@ struct Half
     explicit operator int64() const { return static_cast<int64>(static_cast<float>(*this)); }
 };
 
-/// Calls visit(T()) with the type that the number has in C++.
+template <class T>
+struct TypeOf
+{
+    using Type = T;
+};
+
+/// The types of numbers in C++, in the order of Number.
+using NumberTypes =
+    std::variant<TypeOf<int8_t>, TypeOf<uint8>, TypeOf<int16>, TypeOf<uint16>, TypeOf<int32>, TypeOf<uint32>,
+                 TypeOf<int64>, TypeOf<uint64>, TypeOf<Half>, TypeOf<float>, TypeOf<double>>;
+
+template <std::size_t... indices>
+NumberTypes typeAt(std::size_t index, std::index_sequence<indices...>)
+{
+    static constexpr NumberTypes types[] = {NumberTypes(std::in_place_index<indices>)...};
+    return types[index];
+}
+
+/// Calls visit(TypeOf<T>()) with the type that the number has in C++.
 template <class Visit>
 auto withType(Number type, const Visit& visit)
 {
-    switch (type)
-    {
-        case Number::Int8:
-            return visit(int8_t());
-        case Number::UInt8:
-            return visit(uint8());
-        case Number::Int16:
-            return visit(int16());
-        case Number::UInt16:
-            return visit(uint16());
-        case Number::Int32:
-            return visit(int32());
-        case Number::UInt32:
-            return visit(uint32());
-        case Number::Int64:
-            return visit(int64());
-        case Number::UInt64:
-            return visit(uint64());
-        case Number::Half:
-            return visit(Half());
-        case Number::Double:
-            return visit(double());
-        case Number::Float:
-            break;
-    }
-    return visit(float());
+    constexpr std::size_t count = std::variant_size_v<NumberTypes>;
+    return std::visit(visit, typeAt(static_cast<std::size_t>(type), std::make_index_sequence<count>()));
 }
 
 /// Writes convert(number) of some points to out[0], out[outStride] and so on.
@@ -111,7 +107,7 @@ void copyNumbers(const Component& from, uint32 begin, uint32 end, Out* out, std:
     withType(from.type,
              [&](auto number)
              {
-                 using T = decltype(number);
+                 using T = typename decltype(number)::Type;
                  if (from.isSwapped)
                      copyTyped<T, true>(from, begin, end, out, outStride, convert);
                  else
@@ -360,7 +356,7 @@ bool isPositionName(std::string_view name)
 
 std::size_t sizeOf(Number type)
 {
-    return withType(type, [](auto number) { return sizeof number; });
+    return withType(type, [](auto number) { return sizeof(typename decltype(number)::Type); });
 }
 
 Column columnOf(std::string name, std::size_t componentCount, const Component& first)

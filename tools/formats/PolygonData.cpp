@@ -43,7 +43,7 @@ bool holdsPolygons(const std::string& path)
     if (kindOfFile(path) == FileKind::Ply)
     {
         const std::string head = readHead(path, 0x10000);
-        const bool isWhole = head.find("end_header") != head.npos;
+        const bool isWhole = head.find("end_header") != std::string::npos;
         return plyHoldsPolygons(isWhole ? std::string_view(head) : readBytes(path).view(), path);
     }
     for (const VtkPiece& piece : readPieces(path, VtkWish::Outline))

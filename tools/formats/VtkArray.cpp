@@ -93,11 +93,18 @@ std::optional<Blocks> readBlocks(Source& source, const VtkEncoding& encoding)
     {
         const std::size_t size = headerNumber(bytes, 3 + n, encoding);
         blocks.compressed.push_back(size);
-        const bool fits = size <= std::numeric_limits<std::size_t>::max() / 2 - blocks.total;
-        if (!fits || blocks.sizeOfBlock(n) / largestRatio > size) return std::nullopt;
+        if (size > std::numeric_limits<std::size_t>::max() / 2 - blocks.total) return std::nullopt;
         blocks.total += size;
     }
     return blocks;
+}
+
+/// Whether so many compressed bytes can become blocks of the sizes that the header states.
+bool areInProportion(const Blocks& blocks)
+{
+    for (std::size_t n = 0; n < blocks.compressed.size(); ++n)
+        if (blocks.sizeOfBlock(n) / largestRatio > blocks.compressed[n]) return false;
+    return true;
 }
 
 /// False when a block is damaged.
@@ -117,7 +124,7 @@ bool inflateBlocks(std::string_view compressed, const Blocks& blocks, char* plai
 std::optional<VtkArrayBytes> inflatedBytes(Source& source, const VtkEncoding& encoding)
 {
     const std::optional<Blocks> blocks = readBlocks(source, encoding);
-    if (!blocks) return std::nullopt;
+    if (!blocks || !areInProportion(*blocks)) return std::nullopt;
     std::string_view bytes = source.first(blocks->total);
     if (bytes.size() < blocks->total) return std::nullopt;
     bytes.remove_prefix(blocks->header);
