@@ -46,14 +46,14 @@ void joinTextures(std::vector<PointAttribute>& attributes)
                                         [&](const PointAttribute& a) { return equalsWord(a.name, name); });
         return found == attributes.end() ? nullptr : std::get_if<Array<float>>(&found->values);
     };
-    for (const auto& [first, second] : pairs)
+    for (const auto& pair : pairs)
     {
-        const Array<float>*u = find(first), *v = find(second);
+        const Array<float>*u = find(pair[0]), *v = find(pair[1]);
         if (!u || !v) continue;
         Array<Vector3F> vectors(u->size());
         for (uint32 n = 0; n < vectors.size(); ++n) vectors[n] = {(*u)[n], (*v)[n], 0};
         std::erase_if(attributes, [&](const PointAttribute& a)
-                      { return equalsWord(a.name, first) || equalsWord(a.name, second); });
+                      { return equalsWord(a.name, pair[0]) || equalsWord(a.name, pair[1]); });
         attributes.push_back({"UV_MAP_0", std::move(vectors)});
         return;
     }
