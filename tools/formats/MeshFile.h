@@ -28,6 +28,12 @@ struct MeshFile
 /// Throws Failure when the file cannot be read, is of another kind or holds no face.
 MeshFile readMeshes(const std::string& path);
 
+/// Whether velocities, and whether attributes of any name, go into a file of that name.
+/// @{
+bool holdsVelocities(const std::string& path);
+bool holdsAttributes(const std::string& path);
+/// @}
+
 /// Whether vertex normals go into a file of that name; those of STL files are the writer's, and BIN files
 /// hold none.
 bool holdsNormals(const std::string& path);

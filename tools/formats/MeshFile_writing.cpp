@@ -59,6 +59,14 @@ int writeStl(const TX_String& path, const ArrayOfPtr<Mesh>& meshes, bool ascii)
 
 }  // namespace
 
+bool holdsAttributes(const std::string& path)
+{
+    const std::string extension = extensionOf(path);
+    return extension == "ply" || extension == "vtp" || extension == "glb";
+}
+
+bool holdsVelocities(const std::string& path) { return extensionOf(path) == "bin" || holdsAttributes(path); }
+
 bool holdsNormals(const std::string& path)
 {
     const std::string extension = extensionOf(path);

@@ -16,7 +16,7 @@ namespace tavrix::formats
 namespace
 {
 
-/// Points are decoded so many at a time, which stay in the nearest cache.
+/// Points are decoded so many at a time, all columns of them, which stay in the nearest caches.
 constexpr uint32 blockSize = 1024;
 
 template <class T>
@@ -136,15 +136,30 @@ void copyIntegers(const Component& from, uint32 count, int64* out)
     copyNumbers(from, 0, count, out, 1, convert);
 }
 
-/// The numbers of a vector's three components as those of one, when they lie so: x, y, z, x, y, z.
-std::optional<Component> asOne(const Column& column)
+enum class Infinite
 {
-    if (column.components.size() != 3) return std::nullopt;
-    Component first = column.components[0];
+    Stays,
+    BecomesZero,
+};
+
+/// Where components are decoded to: so many floats a point, side by side.
+struct Destination
+{
+    std::span<const Component> components;
+    float* floats;
+    std::size_t width;  ///< 1, or 3 for vectors
+    Infinite infinite;
+};
+
+/// The numbers of a vector's three components as those of one, when they lie so: x, y, z, x, y, z.
+std::optional<Component> asOne(std::span<const Component> components)
+{
+    if (components.size() != 3) return std::nullopt;
+    Component first = components[0];
     const std::size_t size = sizeOf(first.type);
     for (std::size_t c = 0; c < 3; ++c)
     {
-        const Component& other = column.components[c];
+        const Component& other = components[c];
         const bool follows = other.data == first.data + c * size && other.stride == 3 * size &&
                              other.type == first.type && other.isSwapped == first.isSwapped &&
                              other.divisor == first.divisor;
@@ -159,68 +174,46 @@ void dropInfinite(float* values, std::size_t count)
     for (std::size_t n = 0; n < count; ++n) values[n] = std::isfinite(values[n]) ? values[n] : 0;
 }
 
-/// Calls decode(begin, end) for one block of points after the other.
-template <class Decode>
-void forEachBlock(uint32 count, const Decode& decode)
+void decodeBlock(const Destination& to, uint32 begin, uint32 end)
 {
-    for (uint32 begin = 0, end = 0; begin < count; begin = end)
+    float* out = to.floats + to.width * begin;
+    const std::size_t size = to.width * (end - begin);
+    if (std::optional<Component> one = asOne(to.components))
     {
-        end = begin + std::min(count - begin, blockSize);
-        decode(begin, end);
+        one->data += std::size_t{begin} * 3 * one->stride;
+        copyFloats(*one, 0, static_cast<uint32>(size), out, 1);
     }
+    else
+        for (std::size_t c = 0; c < to.components.size(); ++c)
+            copyFloats(to.components[c], begin, end, out + c, to.width);
+    for (std::size_t n = 2; to.components.size() == 2 && n < size; n += to.width) out[n] = 0;
+    if (to.infinite == Infinite::BecomesZero) dropInfinite(out, size);
 }
 
-enum class Infinite
+Destination vectors(Array<Vector3F>& to, std::span<const Component> from, Infinite infinite)
 {
-    Stays,
-    BecomesZero,
-};
+    return {from, reinterpret_cast<float*>(to.data()), 3, infinite};
+}
 
-Array<Vector3F> vectorsOf(const Column& column, uint32 count, Infinite infinite)
+/// Makes the attributes of a column, and tells where they are to be decoded to.
+void addAttribute(std::vector<PointAttribute>& attributes, std::vector<Destination>& destinations,
+                  const Column& column, uint32 count)
 {
-    Array<Vector3F> vectors(count);
-    const std::optional<Component> one = asOne(column);
-    const auto decode = [&](uint32 begin, uint32 end)
+    const std::span<const Component> components = column.components;
+    if (components.size() == 2 || components.size() == 3)
     {
-        auto* out = reinterpret_cast<float*>(vectors.data() + begin);
-        if (one)
-        {
-            Component block = *one;
-            block.data += std::size_t{begin} * 3 * block.stride;
-            copyFloats(block, 0, 3 * (end - begin), out, 1);
-        }
-        for (std::size_t c = 0; c < column.components.size() && !one; ++c)
-            copyFloats(column.components[c], begin, end, out + c, 3);
-        for (uint32 n = begin; column.components.size() == 2 && n < end; ++n) vectors[n].z = 0;
-        if (infinite == Infinite::BecomesZero) dropInfinite(out, std::size_t{end - begin} * 3);
-    };
-    forEachBlock(count, decode);
-    return vectors;
-}
-
-Array<float> numbersOf(const Component& component, uint32 count)
-{
-    Array<float> numbers(count);
-    forEachBlock(count,
-                 [&](uint32 begin, uint32 end)
-                 {
-                     copyFloats(component, begin, end, numbers.data() + begin, 1);
-                     dropInfinite(numbers.data() + begin, end - begin);
-                 });
-    return numbers;
-}
-
-void addAttribute(std::vector<PointAttribute>& attributes, const Column& column, uint32 count)
-{
-    const std::size_t size = column.components.size();
-    if (size == 2 || size == 3)
-    {
-        attributes.push_back({column.name, vectorsOf(column, count, Infinite::BecomesZero)});
+        attributes.push_back({column.name, Array<Vector3F>(count)});
+        auto& values = std::get<Array<Vector3F>>(attributes.back().values);
+        destinations.push_back(vectors(values, components, Infinite::BecomesZero));
         return;
     }
-    for (std::size_t c = 0; c < size; ++c)
-        attributes.push_back({size == 1 ? column.name : column.name + "_" + std::to_string(c),
-                              numbersOf(column.components[c], count)});
+    for (std::size_t c = 0; c < components.size(); ++c)
+    {
+        const std::string name = components.size() == 1 ? column.name : column.name + "_" + std::to_string(c);
+        attributes.push_back({name, Array<float>(count)});
+        float* floats = std::get<Array<float>>(attributes.back().values).data();
+        destinations.push_back({components.subspan(c, 1), floats, 1, Infinite::BecomesZero});
+    }
 }
 
 template <class T>
@@ -394,9 +387,17 @@ void gatherVectors(PointTable& table)
 
 PointData decode(const PointTable& table)
 {
-    PointData data;
-    data.positions = vectorsOf(table.positions, table.count, Infinite::Stays);
-    for (const Column& column : table.columns) addAttribute(data.attributes, column, table.count);
+    PointData data{Array<Vector3F>(table.count), {}};
+    // arrays keep their places when the list of them grows, and the list is moved
+    std::vector<Destination> destinations{
+        vectors(data.positions, table.positions.components, Infinite::Stays)};
+    for (const Column& column : table.columns)
+        addAttribute(data.attributes, destinations, column, table.count);
+    for (uint32 begin = 0, end = 0; begin < table.count; begin = end)
+    {
+        end = begin + std::min(table.count - begin, blockSize);
+        for (const Destination& destination : destinations) decodeBlock(destination, begin, end);
+    }
     return data;
 }
 

@@ -78,7 +78,8 @@ struct PointData
     std::vector<PointAttribute> attributes;
 };
 
-/// Decodes all columns, in one pass over each. Positions of two components get z = 0, and may be not finite.
+/// Decodes all columns, in one pass over the file's bytes. Positions of two components get z = 0, and may be
+/// not finite.
 PointData decode(const PointTable& table);
 
 /// The attribute of vectors with one of the names, in small letters or capitals, taken out of the list; empty

@@ -127,6 +127,17 @@ CLI::Option* addThreads(CLI::App& command, uint32& threads)
         ->option_text("COUNT");
 }
 
+void addUp(CLI::App& command, UpAxis& up)
+{
+    command
+        .add_option_function<std::string>(
+            "--up", [&up](const std::string& axis) { up = axis == "z" ? UpAxis::Z : UpAxis::Y; },
+            "The axis that points up in the input, for pictures and --output-up")
+        ->check(oneOf({"y", "z"}))
+        ->option_text("y|z [y]")
+        ->group("Output");
+}
+
 void addPreview(CLI::App& command, std::string& preview)
 {
     command.add_option("--preview", preview, "Draw a picture of the mesh as well (.png)")
@@ -148,13 +159,7 @@ void addPictureArguments(CLI::App& command, const std::string& sizeName, Preview
             "Width and height of each picture, in pixels")
         ->option_text("WxH [1600x1000]")
         ->group("Picture");
-    command
-        .add_option_function<std::string>(
-            "--up", [&options](const std::string& axis) { options.up = axis == "z" ? UpAxis::Z : UpAxis::Y; },
-            "The axis that points up in pictures")
-        ->check(oneOf({"y", "z"}))
-        ->option_text("y|z [y]")
-        ->group("Picture");
+    addUp(command, options.up);
 }
 
 void addSequence(CLI::App& command, SequenceOptions& options, bool withForce)

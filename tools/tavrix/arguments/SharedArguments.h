@@ -44,6 +44,8 @@ CLI::Option* addFillCavities(CLI::App& command, bool& fillCavities);
 CLI::Option* addQuiet(CLI::App& command, bool& quiet, const std::string& description = "Print errors only");
 /// -t.
 CLI::Option* addThreads(CLI::App& command, uint32& threads);
+/// --up, the axis that points up in what is read.
+void addUp(CLI::App& command, UpAxis& up);
 /// --preview, under the heading "Picture".
 void addPreview(CLI::App& command, std::string& preview);
 /// What pictures are like, under the heading "Picture": their size, by the given name, and --up.

@@ -2,11 +2,13 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include <CLI/CLI.hpp>
 
+#include <tavrix/foundation/Box3.h>
 #include <tavrix/platform/Types.h>
 
 #include "formats/FileName.h"
@@ -91,6 +93,30 @@ inline const auto frameNumber = CLI::Validator(
         return isWhole ? "" : "must be a whole number, as in the file's name";
     },
     "NUMBER");
+
+/// Six numbers with commas between them as a box; nothing when they are none, or the second corner does not
+/// lie beyond the first.
+inline std::optional<Box3D> parseBox(const std::string& text)
+{
+    const std::vector<std::string> parts = CLI::detail::split(text, ',');
+    Box3D box{};
+    if (parts.size() != 6) return std::nullopt;
+    for (uint32 n = 0; n < 6; ++n)
+    {
+        double& value = n < 3 ? box.min[n] : box.max[n - 3];
+        if (!CLI::detail::lexical_cast(parts[n], value) || !(value > -1e30 && value < 1e30))
+            return std::nullopt;
+    }
+    const bool isBox = box.min.x < box.max.x && box.min.y < box.max.y && box.min.z < box.max.z;
+    return isBox ? std::optional(box) : std::nullopt;
+}
+
+inline const auto boxCorners = CLI::Validator(
+    [](std::string& text) -> std::string {
+        return parseBox(text) ? ""
+                              : "must be six finite numbers, the corner with the lower ones first: " + text;
+    },
+    "BOX");
 
 /// A whole number in a range.
 inline CLI::Validator wholeNumber(uint64 least, uint64 most)

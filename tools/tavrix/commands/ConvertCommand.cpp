@@ -8,6 +8,7 @@
 
 #include "arguments/SharedArguments.h"
 #include "arguments/Validators.h"
+#include "commands/MeshFinish.h"
 #include "commands/MeshWeld.h"
 #include "files/MeshNotes.h"
 #include "formats/FileKind.h"
@@ -28,6 +29,7 @@ struct Options : RunOptions
     std::string input, output;
     std::optional<double> weld;
     ObjNumbers numbers;
+    MeshFinish finish;
     bool ascii = false;
     bool strict = false;
 
@@ -67,6 +69,7 @@ std::string convertOne(const Options& options)
         separated =
             weldMeshes(file.meshes, {{*options.weld}}, formats::holdsNormals(options.output), options.input);
     progress.begin("write");
+    finishMeshes(file.meshes, options.finish, options.output);
     formats::writeMeshes(options.output, file.meshes, {options.ascii, options.numbers});
     progress.end();
     if (options.isFrame)
@@ -112,6 +115,8 @@ void addConvertCommand(CLI::App& app, Command& command)
             "Decimals of numbers in OBJ files, or 'exact': as many as each needs")
         ->option_text("COUNT|exact [6]");
     addStrict(*convert, options->strict);
+    addUp(*convert, options->finish.up);
+    addMeshFinish(*convert, options->finish);
     addQuiet(*convert, options->quiet);
     addSequence(*convert, options->sequence);
     convert->footer(
@@ -132,6 +137,7 @@ void addConvertCommand(CLI::App& app, Command& command)
             options->settings = settingsText(*convert);
             checkFrames(*convert, filesOf(*options));
             refuseFormatOptions(*convert, options->output);
+            checkMeshFinish(*convert, options->output);
             options->quiet |= formats::isStandardOutput(options->output);
             command = {[options] { return runFrameByFrame(*options, settleNothing, convertOne); },
                        options->input, options->output};

@@ -7,6 +7,8 @@
 
 #include "arguments/SharedArguments.h"
 #include "arguments/Validators.h"
+#include "commands/MeshFinish.h"
+#include "commands/ParticleCrop.h"
 #include "levelset/LevelSetRun.h"
 
 namespace tavrix::tool
@@ -27,6 +29,8 @@ void addFiles(CLI::App& levelset, LevelSetOptions& options)
     addAscii(levelset, options.asciiStl);
     addStrict(levelset, options.strict);
     addNormals(levelset, options.normals);
+    addMeshFinish(levelset, options.finish);
+    addCrop(levelset, options.crop);
     addQuiet(levelset, options.quiet);
 }
 
@@ -131,12 +135,17 @@ void checkTogether(const CLI::App& levelset, const LevelSetOptions& options)
            "has no inside, so it needs an --offset above 0: the surface is a wall that far around the sheet");
     checkFrames(levelset, filesOf(options));
     refusePictureOptions(levelset, !options.preview.empty());
-    if (!options.output.empty()) refuseFormatOptions(levelset, options.output);
+    if (!options.output.empty())
+    {
+        refuseFormatOptions(levelset, options.output);
+        checkMeshFinish(levelset, options.output);
+    }
     refuse(levelset, "--field-format", !isLoaded && options.saveField.empty(),
            "is for field files; name one with --save-field or --load-field");
     refuse(levelset, "--force", options.saveField.empty() && !isSequence(filesOf(options)),
            "is for field files that are there, and for sequences");
-    for (const char* option : {"--ascii", "--normals", "--no-normals", "--fill-cavities"})
+    for (const char* option :
+         {"--ascii", "--normals", "--no-normals", "--fill-cavities", "--scale", "--output-up", "--crease"})
         refuse(levelset, option, options.output.empty() && options.preview.empty(),
                "is for the mesh, and none is made; name one with --output");
 }
@@ -172,6 +181,7 @@ void addLevelSetCommand(CLI::App& app, Command& command)
             if (!options->output.empty())
                 nameInFolder(*levelset, options->source(), options->output, options->folder);
             options->settings = settingsText(*levelset);
+            options->finish.up = options->picture.up;
             checkTogether(*levelset, *options);
             options->quiet |=
                 formats::isStandardOutput(options->output) || formats::isStandardOutput(options->saveField);

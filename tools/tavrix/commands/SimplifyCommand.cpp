@@ -11,6 +11,7 @@
 
 #include "arguments/SharedArguments.h"
 #include "arguments/Validators.h"
+#include "commands/MeshFinish.h"
 #include "commands/MeshWeld.h"
 #include "commands/SmoothNormals.h"
 #include "files/MeshNotes.h"
@@ -32,6 +33,7 @@ struct Options : RunOptions
     std::string input, output;
     WeldOptions weld;
     DecimationSettings decimation;
+    MeshFinish finish;
     bool ascii = false;
     bool strict = false;
 
@@ -104,6 +106,7 @@ std::string simplifyOne(const Options& options)
         for (Mesh* mesh : file.meshes) confirmSmoothNormals(*mesh);
     stage.reset();
     progress.begin("write");
+    finishMeshes(file.meshes, options.finish, options.output);
     formats::writeMeshes(options.output, file.meshes, {options.ascii});
     progress.end();
     if (options.isFrame)
@@ -166,6 +169,7 @@ void checkTogether(const CLI::App& simplify, const Options& options)
 {
     checkFrames(simplify, filesOf(options));
     refuseFormatOptions(simplify, options.output);
+    checkMeshFinish(simplify, options.output);
 
     if (options.weld.tolerances.empty() && !options.decimates())
         throw CLI::ValidationError("simplify", "needs --faces, --ratio, --error or --tolerance");
@@ -190,6 +194,8 @@ void addSimplifyCommand(CLI::App& app, Command& command)
     addWelding(*simplify, options->weld);
     addAscii(*simplify, options->ascii);
     addStrict(*simplify, options->strict);
+    addUp(*simplify, options->finish.up);
+    addMeshFinish(*simplify, options->finish);
     addQuiet(*simplify, options->quiet);
     addSequence(*simplify, options->sequence);
     simplify->footer(

@@ -7,8 +7,11 @@
 
 #include "arguments/SharedArguments.h"
 #include "arguments/Validators.h"
+#include "commands/MeshFinish.h"
+#include "commands/ParticleCrop.h"
 #include "formats/FileKind.h"
 #include "formats/FileName.h"
+#include "formats/MeshFile.h"
 #include "sequence/FrameSequence.h"
 #include "surface/SurfaceRun.h"
 
@@ -35,6 +38,7 @@ void addFiles(CLI::App& surface, SurfaceOptions& options)
     addMeshOutput(surface, options.output)->required();
     addAscii(surface, options.asciiStl);
     addNormals(surface, options.surface.normals);
+    addMeshFinish(surface, options.finish);
     addQuiet(surface, options.quiet);
 }
 
@@ -47,6 +51,15 @@ void addParticles(CLI::App& surface, SurfaceOptions& options)
         ->check(positiveNumber)
         ->option_text("NUMBER")
         ->group("Particles");
+    surface
+        .add_option(
+            "--attribute", options.attributes,
+            "Carry this attribute of the particles to the mesh, besides velocities; repeatable, or 'all'. "
+            "For files that hold them: .ply, .vtp and .glb")
+        ->allow_extra_args(false)
+        ->option_text("NAME")
+        ->group("Particles");
+    addCrop(surface, options.crop);
     surface
         .add_option(
             "--particle-spacing", options.surface.particleSpacing,
@@ -171,6 +184,9 @@ void checkTogether(const CLI::App& surface, const SurfaceOptions& options)
     checkFrames(surface, filesOf(options));
     refusePictureOptions(surface, !options.preview.empty());
     refuseFormatOptions(surface, options.output);
+    checkMeshFinish(surface, options.output);
+    refuse(surface, "--attribute", !formats::holdsAttributes(options.output),
+           "has no effect on " + options.output + ", whose format holds none; .ply, .vtp and .glb do");
     const bool areBalls = options.surface.kernel == SurfaceKernel::Distance;
     refuse(surface, "--influence", areBalls,
            "has no effect on --field distance, whose balls have the radius");
@@ -197,6 +213,7 @@ void addSurfaceCommand(CLI::App& app, Command& command)
         {
             nameInFolder(*surface, options->input, options->output, options->folder);
             options->settings = settingsText(*surface);
+            options->finish.up = options->picture.up;
             checkTogether(*surface, *options);
             options->quiet |= formats::isStandardOutput(options->output);
             const auto run = [options] { return runSurface(*options); };

@@ -6,6 +6,7 @@
 #include <tavrix/mesh/MeshRepair.h>
 #include <tavrix/mesh/MeshTopology.h>
 
+#include "commands/ParticleCrop.h"
 #include "commands/RadiusOrEstimate.h"
 #include "files/MeshNotes.h"
 #include "formats/FileKind.h"
@@ -78,6 +79,9 @@ LevelSetInput readMesh(const LevelSetOptions& options, Progress& progress)
 {
     if (options.radius)
         throw Failure(options.input + ": is a mesh, and --radius is for particles; leave it out");
+    if (options.crop)
+        throw Failure(options.input +
+                      ": is a mesh, and --crop is for particles; --clip cuts the mesh that is made");
     progress.begin("read");
     LevelSetInput input;
     input.mesh = readSolid(options.input, options.strict, progress);
@@ -99,6 +103,7 @@ LevelSetInput readSpheres(const LevelSetOptions& options, Progress& progress)
     if (particles.leftOut > 0)
         progress.note(options.input + formatted(": left out %u particle%s without a finite position",
                                                 particles.leftOut, particles.leftOut == 1 ? "" : "s"));
+    if (options.crop) cropParticles(particles, *options.crop, options.input);
     LevelSetInput input;
     const double half = radiusOrEstimate(options.radius, particles.positions, options.input);
     input.radius = options.radius ? half : half * overlap;

@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "commands/MeshFinish.h"
 #include "files/FieldFile.h"
 #include "preview/View.h"
 #include "sequence/FrameByFrame.h"
@@ -23,6 +24,9 @@ struct LevelSetOptions : RunOptions
     std::optional<double> spacing;
     std::optional<double> radius;
     bool isUnsigned = false;
+
+    std::optional<Box3D> crop;  ///< of particles
+    MeshFinish finish;
 
     double offset = 0;  ///< outwards
     std::optional<double> shell;

@@ -220,15 +220,16 @@ std::string reshapeOne(const LevelSetOptions& options)
     else
         dropNormals(mesh);
     stopIfInterrupted();
-    if (!options.output.empty())
-    {
-        progress.begin("write");
-        formats::writeMeshes(options.output, meshes, {options.asciiStl});
-    }
     if (!options.preview.empty())
     {
         const StageScope stage(progress, "preview");
         draw(mesh, options, threads);
+    }
+    if (!options.output.empty())
+    {
+        progress.begin("write");
+        finishMeshes(meshes, options.finish, options.output);
+        formats::writeMeshes(options.output, meshes, {options.asciiStl});
     }
     progress.end();
     if (options.isFrame)

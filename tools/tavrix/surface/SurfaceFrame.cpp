@@ -1,12 +1,14 @@
 #include "surface/SurfaceFrame.h"
 
 #include <algorithm>
+#include <variant>
 
 #include <tavrix/mesh/Mesh.h>
 #include <tavrix/platform/Hardware.h>
 
 #include "commands/BlockMemory.h"
 #include "commands/GridMemory.h"
+#include "commands/ParticleCrop.h"
 #include "commands/RadiusOrEstimate.h"
 #include "formats/FileName.h"
 #include "formats/MeshFile.h"
@@ -23,8 +25,6 @@ namespace tavrix::tool
 
 namespace
 {
-
-bool holdsVelocities(const std::string& output) { return formats::extensionOf(output) == "bin"; }
 
 bool wantsNormals(const SurfaceOptions& options)
 {
@@ -82,6 +82,53 @@ void draw(const Mesh& mesh, const Array<Vector3F>& positions, const Reconstructi
     savePng(sideBySide(pictures), file);
 }
 
+bool hasVelocities(const std::vector<ParticleAttribute>& attributes)
+{
+    return !attributes.empty() && attributes.front().name == "Velocity";
+}
+
+/// Throws the Failure that the file has no such attribute, with those that it has.
+[[noreturn]] void failWithoutAttribute(const std::string& file, const std::string& name,
+                                       const formats::ParticleFile& particles)
+{
+    std::string known;
+    for (const formats::PointAttribute& attribute : particles.attributes)
+        known += (known.empty() ? "" : ", ") + attribute.name;
+    throw Failure(file + ": its particles have no attribute " + name +
+                  (known.empty() ? "; they have none" : "; they have " + known));
+}
+
+bool isVelocity(const std::string& name) { return name == "velocity" || name == "Velocity"; }
+
+/// What the mesh is to carry: velocities, first, and what was asked for.
+std::vector<ParticleAttribute> wantedAttributes(const SurfaceOptions& options,
+                                                const formats::ParticleFile& particles)
+{
+    std::vector<ParticleAttribute> wanted;
+    if (formats::holdsVelocities(options.output) && !particles.velocities.empty())
+        wanted.push_back({"Velocity", &particles.velocities});
+    const auto& names = options.attributes;
+    const bool isAll = std::count(names.begin(), names.end(), "all") > 0;
+    const auto add = [&](const formats::PointAttribute& attribute) {
+        std::visit(
+            [&](const auto& values) {
+                wanted.push_back({attribute.name, &values});
+            },
+            attribute.values);
+    };
+    for (const formats::PointAttribute& attribute : particles.attributes)
+        if (isAll || std::count(names.begin(), names.end(), attribute.name) > 0) add(attribute);
+    for (const std::string& name : names)
+    {
+        const bool isThere =
+            std::any_of(wanted.begin(), wanted.end(),
+                        [&](const ParticleAttribute& attribute) { return attribute.name == name; });
+        if (name == "all" || isThere || (isVelocity(name) && !particles.velocities.empty())) continue;
+        failWithoutAttribute(options.input, name, particles);
+    }
+    return wanted;
+}
+
 /// Takes the particles that the reconstruction left out off the list.
 void leaveOut(Array<Vector3F>& positions, const Array<uint32>& numbers)
 {
@@ -119,8 +166,8 @@ std::size_t stageCount(const SurfaceOptions& options)
     std::size_t count = 4;
     for (const bool isTaken :
          {smooths(options.surface), options.surface.weldTolerance.has_value(), options.surface.fillCavities,
-          options.surface.decimation.has_value(), wantsNormals(options), holdsVelocities(options.output),
-          !options.preview.empty()})
+          options.surface.decimation.has_value(), wantsNormals(options),
+          formats::holdsVelocities(options.output), !options.preview.empty()})
         count += isTaken ? 1 : 0;
     return count;
 }
@@ -134,28 +181,28 @@ FrameReport runFrame(const SurfaceOptions& options, Progress& progress)
     settings.normals = wantsNormals(options);
     settings.threadCount = threadsFor(options.surface.threadCount, options);
     settings.memory = grantedMemory(options);
-    std::vector<ParticleAttribute> attributes;
-    if (holdsVelocities(options.output) && !particles.velocities.empty())
-        attributes.push_back({"Velocity", &particles.velocities});
+    if (options.crop) cropParticles(particles, *options.crop, options.input);
+    const std::vector<ParticleAttribute> attributes = wantedAttributes(options, particles);
     ArrayOfPtr<Mesh> meshes;
     meshes.push_back(new Mesh);
     Mesh& mesh = *meshes[0];
     ReconstructionReport report =
         reconstructSurface(particles.positions, mesh, settings, attributes, progressTo(progress));
     confirmDone(report, options.input);
-    progress.begin("write");
-    formats::writeMeshes(options.output, meshes, {options.asciiStl});
     if (!options.preview.empty())
     {
-        progress.begin("preview");
+        const StageScope stage(progress, "preview");
         if (!settings.normals) mesh.recalculateNormalsParallelized(report.settings.threadCount);
         leaveOut(particles.positions, report.leftOut);
         draw(mesh, particles.positions, report, options, options.viewBox.value_or(report.box),
              options.preview);
     }
+    progress.begin("write");
+    finishMeshes(meshes, options.finish, options.output);
+    formats::writeMeshes(options.output, meshes, {options.asciiStl});
     progress.end();
     return {std::move(report), particles.leftOut, mesh.getPosSize(), mesh.getFacesSize(),
-            !attributes.empty()};
+            hasVelocities(attributes)};
 }
 
 }  // namespace tavrix::tool

@@ -6,6 +6,7 @@
 
 #include <tavrix/reconstruction/ReconstructionSettings.h>
 
+#include "commands/MeshFinish.h"
 #include "preview/View.h"
 #include "sequence/FrameByFrame.h"
 
@@ -19,7 +20,10 @@ struct SurfaceOptions : RunOptions
     std::string input;
     std::string output;
 
+    std::vector<std::string> attributes;  ///< to carry to the mesh besides velocities; "all": all of them
+    std::optional<Box3D> crop;            ///< of the particles
     ReconstructionSettings surface;
+    MeshFinish finish;
     bool asciiStl = false;
 
     std::string preview;  ///< empty: none

@@ -5,6 +5,7 @@
 
 #include "commands/BlockMemory.h"
 #include "commands/GridMemory.h"
+#include "commands/ParticleCrop.h"
 #include "files/MeshNotes.h"
 #include "formats/FileName.h"
 #include "formats/MeshFile.h"
@@ -72,7 +73,9 @@ std::string surfaceOne(const SurfaceOptions& options)
 
 Array<Vector3F> positionsOf(const SurfaceOptions& frame)
 {
-    return formats::readParticleFile(frame.input).positions;
+    formats::ParticleFile particles = formats::readParticleFile(frame.input);
+    if (frame.crop) cropParticles(particles, *frame.crop, frame.input);
+    return std::move(particles.positions);
 }
 
 /// Settles what the radius decides, by the first frame that can be read. Failures of frames are reported when
