@@ -61,6 +61,7 @@
 #include <tavrix/mesh/MeshCavities.h>
 #include <tavrix/mesh/MeshRepair.h>
 #include <tavrix/mesh/MeshTopology.h>
+#include <tavrix/mesh/PolygonTriangulation.h>
 #include <tavrix/mesh/SheetSeparation.h>
 
 #include <tavrix/meshproc/MeshDecimation.h>
@@ -106,7 +107,9 @@
 #include <tavrix/meshio/Mesh_OBJ_FileParser.h>
 #include <tavrix/meshio/MeshFileParser.h>
 #include <tavrix/meshio/MeshImporter.h>
+#include <tavrix/meshio/MeshReadingReport.h>
 #include <tavrix/meshio/MeshSTLFileParser.h>
+#include <tavrix/meshio/ObjNumbers.h>
 #include <tavrix/meshio/ObjReadingMode.h>
 
 #include <tavrix/reconstruction/ReconstructionSettings.h>

@@ -3,9 +3,11 @@
 
 import base64
 import gzip
+import io
 import pathlib
 import struct
 import sys
+import zipfile
 import zlib
 
 sys.path.insert(0, str(pathlib.Path(__file__).parents[1] / 'tools'))
@@ -32,6 +34,7 @@ def obj():
     quad = b'v 0 0 0\nv 1 0 0\nv 1 1 0\nv 0 1 0\nvt 0 0\nvt 1 1 0.5\nvn 0 0 1\n'
     yield quad + b'f 1 2 3\nf 1/1 2/2 3/1 4/2\nf 1//1 2//1 3//1\nf 1/1/1 2/2/1 -2/-1/-1\n'
     yield b'# two groups\r\n' + quad + b'g part one\r\nf 1 2 3\r\ng part two\r\nf 1 3 4\r\ng part one\nf 2 3 4\n'
+    yield b'\xef\xbb\xbf' + quad + b'v 0.5 0.2 0\rf 1 2 5 3 \\\n4 # five\rf 4/1 5/2 2/1\\\r\n 1/2\n'
     yield b'v 1e-3 0x1p-2 nan\nv +inf -1. .5e1\nv 1 2\nf 1 2 3\nf 1 2 9\nf 1 2\nf 1 2 3 4 5\nusemtl x\ng\n\\\n'
 
 
@@ -147,7 +150,45 @@ def formats():
         yield gzip.compress(text.encode())
 
 
-for seed in (ase, bin_mesh, formats, level_set, mesh_record, mesh_sequence, number_text, obj, particle_bin, stl):
+def glb(members, binary):
+    text = ('{"asset":{"version":"2.0"},' + members + '}').encode()
+    text += b' ' * (-len(text) % 4)
+    chunks = uints(len(text)) + b'JSON' + text + uints(len(binary)) + b'BIN\0' + binary
+    return b'glTF' + uints(2, 12 + len(chunks)) + chunks
+
+
+def three_mf(method):
+    mesh = ('<mesh><vertices>' + ''.join(f'<vertex x="{x}" y="{y}" z="{z}"/>' for x, y, z in CORNERS) + '</vertices><triangles>' +
+            ''.join(f'<triangle v1="{a}" v2="{b}" v3="{c}"/>' for a, b, c in FACES) + '</triangles></mesh>')
+    file = io.BytesIO()
+    with zipfile.ZipFile(file, 'w', method) as archive:
+        archive.writestr('3D/3dmodel.model', '<model><resources><object id="1">' + mesh + '</object><object id="2"><components>'
+                         '<component objectid="1" transform="1 0 0 0 1 0 0 0 1 5 0 0"/></components></object></resources>'
+                         '<build><item objectid="2"/><item objectid="1"/></build></model>')
+    return file.getvalue()
+
+
+def formats_mesh():
+    points, faces = numbers('f', *[n for p in CORNERS for n in p]), numbers('H', *[n for f in FACES for n in f])
+    accessors = ('"bufferViews":[{"buffer":0,"byteLength":48},{"buffer":0,"byteOffset":48,"byteLength":24}],"accessors":['
+                 '{"bufferView":0,"componentType":5126,"count":4,"type":"VEC3"},'
+                 '{"bufferView":1,"componentType":5123,"count":12,"type":"SCALAR"},'
+                 '{"componentType":5126,"count":4,"type":"SCALAR","sparse":{"count":2,"indices":{"bufferView":1,"componentType":5123},'
+                 '"values":{"bufferView":0}}}],"meshes":[{"primitives":[{"attributes":{"POSITION":0,"NORMAL":0,"_A":2},"indices":1},'
+                 '{"attributes":{"POSITION":0},"mode":5,"indices":1}]}],')
+    nodes = '"nodes":[{"mesh":0,"children":[1],"scale":[1,-1,2]},{"mesh":0,"rotation":[0,0,1,0]}]'
+    yield glb('"buffers":[{"byteLength":72}],' + accessors + nodes, points + faces)
+    data = base64.b64encode(points + faces).decode()
+    yield ('{"asset":{"version":"2.0"},"buffers":[{"byteLength":72,"uri":"data:,' + data + '"}],' + accessors + nodes + '}').encode()
+    yield three_mf(zipfile.ZIP_STORED)
+    yield three_mf(zipfile.ZIP_DEFLATED)
+    yield b'OFF\n4 2 0\n' + b''.join(b'%d %d %d\n' % p for p in CORNERS) + b'3 0 1 2\n4 0 1 2 3 255 0 0\n'
+    yield b'COFF 3 1 0\n0 0 0 255 0 0\n1 0 0 0 1 0\n0 1 0 0 0 1\n5 0 1 2 0 9\n'
+    yield (b'ply\nformat ascii 1.0\nelement vertex 3\nproperty float x\nproperty float y\nproperty float z\nproperty float s\n'
+           b'property float t\nelement face 1\nproperty list uchar int vertex_indices\nend_header\n0 0 0 0 0\n1 0 0 1 0\n0 1 0 0 1\n3 0 1 2\n')
+
+
+for seed in (ase, bin_mesh, formats, formats_mesh, level_set, mesh_record, mesh_sequence, number_text, obj, particle_bin, stl):
     folder = pathlib.Path(sys.argv[1], seed.__name__)
     folder.mkdir(parents=True, exist_ok=True)
     for number, content in enumerate(seed()):

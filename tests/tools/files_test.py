@@ -41,10 +41,10 @@ class Convert(FilesTest):
 
     def assert_round_trips(self, source, places=5):
         expected = self.info(source)
-        for there in ("obj", "stl", "bin"):
+        for there in ("obj", "stl", "bin", "ply", "vtp", "glb"):
             self.convert(source, f"there.{there}")
             self.assert_same_shape(f"there.{there}", expected, places)
-            for back in ("obj", "stl", "bin"):
+            for back in ("obj", "stl", "bin") if there in ("obj", "stl", "bin") else ("obj",):
                 self.convert(f"there.{there}", f"back.{back}")
                 self.assert_same_shape(f"back.{back}", expected, places)
 
@@ -101,6 +101,38 @@ class Convert(FilesTest):
         self.assertEqual(result.returncode, 0)
         self.assert_one_line(result.stderr, "in.bin", "2 faces")
         self.assertEqual(self.info("out.obj")["faces"], 12)
+        lines = obj_file(CUBE_POINTS, CUBE_FACES).decode()
+        self.write("in.obj", (lines + "f 1 2 99\nf 1 2\nv 1 x\nf 1 2 3 4 5 6 \\\n7 # seven").encode())
+        found = self.info("in.obj")
+        keys = ("faces", "facesLeftOut", "badCorners", "missingNumbers", "endsTooEarly")
+        self.assertEqual([found[key] for key in keys], [12 + 5, 2, 1, 2, False])
+        self.assertRegex(self.succeed("info", "in.obj"), "left out +2 faces are left out, 1 corner names nothing")
+        for command in ("convert in.obj out.stl", "simplify in.obj -o out.stl --ratio 0.9", "info in.obj",
+                        "query in.obj --nearest 0,0,0", "preview in.obj -o out.png",
+                        "levelset in.obj -o out.stl --unsigned --offset 1"):
+            result = self.run_program(*command.split(), "--strict")
+            self.assertEqual((result.returncode, result.stdout), (1, ""), command)
+            self.assert_one_line(result.stderr.split("\r")[-1], "in.obj", "2 faces are left out", "--strict")
+
+    def test_what_vertices_carry_is_told_with_its_range(self):
+        self.write("in.bin", bin_mesh(CUBE_POINTS, CUBE_FACES, [(0, 0)] * 8, [(n, -n, 0.5) for n in range(8)]))
+        for name in ("out.ply", "out.vtp", "out.glb"):
+            self.convert("in.bin", name)
+            self.assertEqual(self.info(name)["attributes"],
+                             [{"name": "Velocity", "components": 3, "min": [0, -7, 0.5], "max": [7, 0, 0.5]}])
+        self.assertIn("attributes Velocity from (0, -7, 0.5) to (7, 0, 0.5)", self.succeed("info", "out.glb"))
+
+    def test_decimals_of_obj_files(self):
+        near = [(x * 1e-7, y, z) for x, y, z in CUBE_POINTS]
+        self.write("in.obj", obj_file(near, CUBE_FACES))
+        result = self.run_program("convert", "in.obj", "out.obj")
+        self.assert_one_line(result.stderr, "4 vertices", "--decimals")
+        self.assertEqual(self.info("out.obj")["repeatedVertices"], 4)
+        for decimals in ("exact", "9"):
+            self.convert("in.obj", "out.obj", "--decimals", decimals)
+            self.assertEqual(self.info("out.obj")["repeatedVertices"], 0)
+        for wrong in ("18", "-1", "some"):
+            self.assertEqual(self.run_program("convert", "in.obj", "o.obj", "--decimals", wrong).returncode, 2)
 
     def test_failures_leave_nothing_behind(self):
         whole = binary_stl(CUBE_POINTS, CUBE_FACES)
@@ -113,7 +145,7 @@ class Convert(FilesTest):
             ("particles.bin out.obj", 1, "tavrix surface"), ("cut.bin out.obj", 1, "cut off"),
             ("cut.stl out.obj", 1, "cut off"), ("empty.obj out.stl", 1, "no faces"),
             ("missing.stl out.obj", 1, "missing.stl"), ("good.stl missing/out.obj", 1, "missing/out.obj"),
-            ("good.stl out.ply", 2, "out.ply"), ("good.stl", 2, "OUT"), ("good.stl out.obj --asci", 2, "--asci")))
+            ("good.stl out.off", 2, "out.off"), ("good.stl", 2, "OUT"), ("good.stl out.obj --asci", 2, "--asci")))
 
 class Info(FilesTest):
     def test_meshes_are_measured(self):

@@ -223,7 +223,7 @@ class Failures(LevelSetTest):
             ("cube.stl --offset 1e9", "try --spacing"), ("cube.stl --save-field none/f", "none"))])
         self.assert_all_refused("levelset", [("cube.stl -o ./cube.stl", 1, "input")] + [
             (arguments, 2, word) for arguments, word in (
-                ("cube.stl", "--save-field"), ("-o out.obj", "IN"), ("cube.stl -o out.ply", "out.ply"),
+                ("cube.stl", "--save-field"), ("-o out.obj", "IN"), ("cube.stl -o out.off", "out.off"),
                 ("cube.stl -o o.obj --unsigned", "--offset"),
                 ("cube.stl --load-field a.field -o o.obj", "--load-field"),
                 ("--load-field a.field -o o.obj -s 1", "--spacing"),

@@ -100,7 +100,7 @@ class Simplify(ProgramTest):
     def test_what_cannot_be(self):
         self.write("in.obj", obj_file(CUBE_POINTS, CUBE_FACES))
         self.assert_all_refused("", (
-            ("simplify in.obj -o out.obj --tolerance 9", 1, "no faces"), ("sphere 20 -o out.ply", 2, "out.ply"),
+            ("simplify in.obj -o out.obj --tolerance 9", 1, "no faces"), ("sphere 20 -o out.off", 2, "out.off"),
             ("simplify missing.stl -o out.obj --tolerance 1", 1, "missing.stl"), ("sphere 21 -o out.obj", 2, "21"),
             ("simplify in.obj -o missing/out.obj --tolerance 1", 1, "missing"),
             ("simplify in.obj -o out.obj", 2, "--tolerance"),

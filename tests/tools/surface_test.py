@@ -152,7 +152,7 @@ class Failures(SurfaceTest):
         self.assert_one_line(result.stderr, "out.obj", "summary")
 
     def test_wrong_usage(self):
-        self.assertRegex(self.succeed("--version"), r"\Atavrix \d+\.\d+\.\d+\n\Z")
+        self.assertRegex(self.succeed("--version"), r"\Atavrix \d+\.\d+\.\d+\n(reads further mesh formats with \w+ [\d.]+\n)?\Z")
         self.write_particles(block(3, 0.05))
         self.assert_all_refused("", [
             ("", 2, "say what to do"), ("volume", 2, "no command volume"),

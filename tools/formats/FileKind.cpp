@@ -7,6 +7,7 @@
 #include "formats/Bytes.h"
 #include "formats/Failure.h"
 #include "formats/FileName.h"
+#include "formats/ImportLibrary.h"
 #include "formats/PolygonData.h"
 
 namespace tavrix::formats
@@ -22,6 +23,18 @@ struct KindTraits
     bool particles, mesh;
     std::vector<std::string> extensions;
 };
+
+/// What the import library reads and we do not.
+std::vector<std::string> otherExtensions()
+{
+    static const std::vector<std::string> ours{"obj", "stl", "ase", "ply",  "vtk",  "vtu",
+                                               "vtp", "vts", "off", "glb",  "gltf", "3mf",
+                                               "xyz", "txt", "csv", "json", "bin"};
+    std::vector<std::string> others;
+    for (const std::string& extension : importExtensions())
+        if (std::find(ours.begin(), ours.end(), extension) == ours.end()) others.push_back(extension);
+    return others;
+}
 
 const std::vector<KindTraits>& table()
 {
@@ -39,6 +52,10 @@ const std::vector<KindTraits>& table()
         {FileKind::Csv, "CSV", true, false, {"csv", "tsv"}},
         {FileKind::Npy, "NPY", true, false, {"npy"}},
         {FileKind::Json, "JSON", true, false, {"json"}},
+        {FileKind::Off, "OFF", false, true, {"off", "coff", "noff"}},
+        {FileKind::Gltf, "glTF", false, true, {"glb", "gltf"}},
+        {FileKind::ThreeMf, "3MF", false, true, {"3mf"}},
+        {FileKind::Other, "imported", false, true, otherExtensions()},
     };
     return kinds;
 }
@@ -59,6 +76,9 @@ std::optional<FileKind> kindOfContent(std::string_view head)
     if (head.find("<VTKFile"sv) != std::string::npos) return FileKind::VtkXml;
     if (head.starts_with("BgeoV"sv) || head.starts_with("\x7FNSJb"sv)) return FileKind::Bgeo;
     if (head.starts_with("\x93NUMPY"sv)) return FileKind::Npy;
+    if (head.starts_with("glTF"sv)) return FileKind::Gltf;
+    if (head.starts_with("PK\3\4"sv)) return FileKind::ThreeMf;
+    if (head.starts_with("OFF\n"sv) || head.starts_with("OFF\r"sv)) return FileKind::Off;
     if (head.substr(std::min(head.find_first_not_of(" \t\r\n"), head.size())).starts_with('['))
         return FileKind::Json;
     return std::nullopt;
@@ -85,7 +105,8 @@ std::vector<std::string> extensionsOf(bool KindTraits::*holds)
 {
     std::vector<std::string> all{"bin"};
     for (const KindTraits& traits : table())
-        if (traits.*holds) all.insert(all.end(), traits.extensions.begin(), traits.extensions.end());
+        if (traits.*holds && traits.kind != FileKind::Other)
+            all.insert(all.end(), traits.extensions.begin(), traits.extensions.end());
     return all;
 }
 
@@ -111,7 +132,7 @@ const std::vector<std::string>& meshExtensions()
 
 const std::vector<std::string>& writableExtensions()
 {
-    static const std::vector<std::string> extensions{"obj", "stl", "bin"};
+    static const std::vector<std::string> extensions{"obj", "stl", "bin", "ply", "vtp", "glb"};
     return extensions;
 }
 

@@ -39,7 +39,7 @@ bool mayHoldMesh(FileKind kind);
 std::string formatName(FileKind kind);
 
 /// The extensions, in small letters and without the dot, of files that can be read as particles or as meshes,
-/// and of those that meshes can be written to.
+/// and of those that meshes can be written to. Those of the import library are not among them.
 /// @{
 const std::vector<std::string>& particleExtensions();
 const std::vector<std::string>& meshExtensions();

@@ -2,19 +2,20 @@
 
 #include <algorithm>
 #include <array>
-#include <string_view>
 
-#include <tavrix/mesh/MeshRepair.h>
 #include <tavrix/meshio/Mesh_BIN_FileParser.h>
 #include <tavrix/meshio/Mesh_OBJ_FileParser.h>
 #include <tavrix/meshio/MeshImporter.h>
 #include <tavrix/meshio/MeshSTLFileParser.h>
 #include <tavrix/platform/FileBufferIn.h>
 
+#include "formats/Bytes.h"
 #include "formats/Failure.h"
 #include "formats/FileKind.h"
-#include "formats/FileName.h"
-#include "formats/OutputFile.h"
+#include "formats/Gltf.h"
+#include "formats/ImportLibrary.h"
+#include "formats/Off.h"
+#include "formats/ThreeMf.h"
 
 namespace tavrix::formats
 {
@@ -52,24 +53,13 @@ bool beginsWithZeroBytes(const std::string& path)
     return std::find(bytes.begin(), bytes.begin() + count, '\0') != bytes.begin() + count;
 }
 
-/// The number of facets that a binary STL file states.
-uint32 statedFacets(const std::string& path)
-{
-    FileBufferIn file;
-    uint32 count = 0;
-    file.open(TX_String(path), "rb", 16);
-    file.seek(80, 0);
-    file.readUInt(&count);
-    return count;
-}
-
-int readStl(const std::string& path, ArrayOfPtr<Mesh>& meshes)
+int readStl(const std::string& path, MeshFile& file)
 {
     using Encoding = MeshSTLFileParser::Encoding;
     const Encoding encoding = isBinaryStl(path) ? Encoding::binary : Encoding::ascii;
-    const int result = parser<MeshSTLFileParser>().read(TX_String(path), meshes, encoding);
-    if (result > 0 && encoding == Encoding::binary && meshes.back()->getFacesSize() < statedFacets(path))
-        return meshFileEndsTooEarly;
+    ArrayOfPtr<Mesh>& meshes = file.meshes;
+    const int result = parser<MeshSTLFileParser>().read(TX_String(path), meshes, encoding, file.report);
+    if (encoding == Encoding::binary && file.report.isCut) return meshFileEndsTooEarly;
     for (Mesh* mesh : meshes)
         if (!std::all_of(mesh->nor().begin(), mesh->nor().end(), isDirection)) mesh->recalculateNormals();
     return result;
@@ -99,62 +89,53 @@ void dropPlaceholders(Mesh& mesh)
         mesh.releaseArray(mesh.findArray("UV_MAP_0"));
 }
 
-int readBin(const std::string& path, ArrayOfPtr<Mesh>& meshes)
+int readBin(const std::string& path, MeshFile& file)
 {
-    const int result = parser<Mesh_BIN_FileParser>().read(TX_String(path), meshes);
-    for (Mesh* mesh : meshes) dropPlaceholders(*mesh);
+    const int result = parser<Mesh_BIN_FileParser>().read(TX_String(path), file.meshes);
+    for (Mesh* mesh : file.meshes)
+    {
+        dropPlaceholders(*mesh);
+        file.report.faces = statedFaces(path) - mesh->getFacesSize();
+    }
     return result;
 }
 
-int readAs(FileKind kind, const std::string& path, ArrayOfPtr<Mesh>& meshes)
+/// Reads a file by a parser of the library, which needs it on the disk.
+int parse(FileKind kind, const std::string& path, MeshFile& file)
+{
+    const TX_String name(path);
+    if (kind == FileKind::MeshBin) return readBin(path, file);
+    if (kind == FileKind::Stl) return readStl(path, file);
+    if (kind == FileKind::Ase) return parser<MeshImporter>().read_ASE(name, file.meshes);
+    return parser<Mesh_OBJ_FileParser>().readLeniently(name, file.meshes, ObjReadingMode::groupByName,
+                                                       file.report);
+}
+
+void readAs(FileKind kind, const std::string& path, MeshFile& file)
 {
     switch (kind)
     {
         case FileKind::Obj:
-            return parser<Mesh_OBJ_FileParser>().read(TX_String(path), meshes);
         case FileKind::MeshBin:
-            return readBin(path, meshes);
         case FileKind::Stl:
-            return readStl(path, meshes);
         case FileKind::Ase:
-            return parser<MeshImporter>().read_ASE(TX_String(path), meshes);
+            return refuseFailedRead(path, parse(kind, PlainFile(path).path(), file));
+        case FileKind::Ply:
+        case FileKind::VtkLegacy:
+        case FileKind::VtkXml:
+            return addMesh(file.meshes, surfaceOf(readPolygonData(path), file.report), file.report);
+        case FileKind::Off:
+            return addMesh(file.meshes, readOff(path, file.report), file.report);
+        case FileKind::Gltf:
+            return readGltf(path, file.meshes, file.report);
+        case FileKind::ThreeMf:
+            return readThreeMf(path, file.meshes, file.report);
+        case FileKind::Other:
+            return importMeshes(path, file.meshes, file.report);
         default:
             break;
     }
     throw Failure(path + ": holds particles, not a mesh; make one with tavrix surface");
-}
-
-/// The name as the header of a binary STL file: one that fits into it, and without the words by which readers
-/// tell ASCII files.
-std::string stlHeader(const Mesh& mesh)
-{
-    static constexpr std::array<std::string_view, 5> words{"solid", "facet", "loop", "vertex", "color"};
-    std::string name(mesh.getName().view());
-    std::string small = name;
-    for (char& c : small)
-        if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
-    const bool hasWord =
-        std::any_of(words.begin(), words.end(),
-                    [&](std::string_view word) { return small.find(word) != std::string::npos; });
-    return hasWord || name.size() > 80 ? "mesh" : name;
-}
-
-int writeStl(const TX_String& path, const Mesh& mesh, bool ascii)
-{
-    using Encoding = MeshSTLFileParser::Encoding;
-    const int result =
-        parser<MeshSTLFileParser>().write(path, mesh, ascii ? Encoding::ascii : Encoding::binary);
-    return result == 1 ? 0 : result;
-}
-
-int writeStl(const TX_String& path, const ArrayOfPtr<Mesh>& meshes, bool ascii)
-{
-    const bool isReady =
-        meshes.size() == 1 && (ascii || stlHeader(*meshes[0]) == meshes[0]->getName().view());
-    if (isReady) return writeStl(path, *meshes[0], ascii);
-    Mesh all = joinMeshes(meshes);
-    if (!ascii) all.setName(TX_String(stlHeader(all)));
-    return writeStl(path, all, ascii);
 }
 
 }  // namespace
@@ -168,40 +149,12 @@ bool isBinaryStl(const std::string& path)
 
 MeshFile readMeshes(const std::string& path)
 {
-    MeshFile file{{}, 0};
-    const FileKind kind = kindOfFile(path);
-    refuseFailedRead(path, readAs(kind, path, file.meshes));
+    MeshFile file;
+    readAs(kindOfFile(path), path, file);
     uint32 faces = 0;
     for (const Mesh* mesh : file.meshes) faces += mesh->getFacesSize();
     if (faces == 0) throw Failure(path + ": holds no faces; give a file that does");
-    if (kind == FileKind::MeshBin) file.leftOut = statedFaces(path) - faces;
     return file;
-}
-
-bool holdsAttributes(const std::string& path)
-{
-    const std::string extension = extensionOf(path);
-    return extension == "ply" || extension == "vtp" || extension == "glb";
-}
-
-bool holdsVelocities(const std::string& path) { return extensionOf(path) == "bin" || holdsAttributes(path); }
-
-bool holdsNormals(const std::string& path)
-{
-    const std::string extension = extensionOf(path);
-    return extension != "stl" && extension != "bin";
-}
-
-void writeMeshes(const std::string& path, const ArrayOfPtr<Mesh>& meshes, const MeshWriteOptions& options)
-{
-    const std::string extension = extensionOf(path);
-    const auto write = [&](const std::string& name)
-    {
-        if (extension == "stl") return writeStl(TX_String(name), meshes, options.asciiStl);
-        if (extension == "bin") return parser<Mesh_BIN_FileParser>().write(TX_String(name), meshes);
-        return parser<Mesh_OBJ_FileParser>().write(TX_String(name), meshes);
-    };
-    writeFileWhole(path, write);
 }
 
 }  // namespace tavrix::formats

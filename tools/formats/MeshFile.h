@@ -4,6 +4,8 @@
 
 #include <tavrix/foundation/ArrayOfPtr.h>
 #include <tavrix/mesh/Mesh.h>
+#include <tavrix/meshio/MeshReadingReport.h>
+#include <tavrix/meshio/ObjNumbers.h>
 
 namespace tavrix::formats
 {
@@ -12,18 +14,18 @@ namespace tavrix::formats
 /// many binary files claim in their headers to be ASCII.
 bool isBinaryStl(const std::string& path);
 
-/// What a mesh file holds: its meshes, one a group of an OBJ file or an object of an ASE file, with valid
-/// indices; and the number of faces that a BIN file names and that were left out, for they have corners that
-/// it does not hold.
+/// What a mesh file holds: its meshes, one a group of an OBJ file or an object of an ASE, glTF or 3MF file,
+/// with valid indices, and what was left out. Attributes of vertices are extra arrays of a mesh, one element
+/// a position, floats or Vector3F under their names.
 struct MeshFile
 {
     ArrayOfPtr<Mesh> meshes;
-    uint32 leftOut;
+    MeshReadingReport report;
 };
 
-/// Reads a mesh file of any format. Binary STL files are known by their size, and normals that an STL file
-/// leaves out are calculated. Throws Failure when the file cannot be read, is of another kind or holds no
-/// face.
+/// Reads a mesh file of any format, compressed by gzip or not. Binary STL files are known by their size, and
+/// normals that an STL file leaves out are calculated. Faces of more than three corners become triangles.
+/// Throws Failure when the file cannot be read, is of another kind or holds no face.
 MeshFile readMeshes(const std::string& path);
 
 /// Whether velocities, and whether attributes of any name, go into a file of that name.
@@ -39,12 +41,13 @@ bool holdsNormals(const std::string& path);
 struct MeshWriteOptions
 {
     bool asciiStl = false;
+    ObjNumbers objNumbers{};
 };
 
 /// Writes the meshes into one file, whole or not at all, in the format that the extension says; .obj for
 /// devices. What the format can hold is carried over: OBJ holds groups, normals and texture coordinates, BIN
-/// texture coordinates and velocities, STL triangles alone. BIN and STL files get the meshes joined. Throws
-/// Failure.
+/// texture coordinates and velocities, STL triangles alone, PLY, VTP and GLB normals and every attribute.
+/// Only OBJ and GLB keep meshes apart; VTP tells them by a number. Throws Failure.
 void writeMeshes(const std::string& path, const ArrayOfPtr<Mesh>& meshes, const MeshWriteOptions& options);
 
 }  // namespace tavrix::formats

@@ -20,7 +20,7 @@ unsigned char* zlibPointer(const char* bytes)
 
 Inflater::Inflater(Wrapper wrapper)
 {
-    const int windowBits = wrapper == Wrapper::Gzip ? 15 + 16 : 15;
+    const int windowBits = wrapper == Wrapper::Gzip ? 15 + 16 : wrapper == Wrapper::None ? -15 : 15;
     if (inflateInit2(&_stream, windowBits) != Z_OK) throw std::bad_alloc();
 }
 

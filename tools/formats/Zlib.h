@@ -16,6 +16,7 @@ public:
     {
         Zlib,
         Gzip,
+        None,  ///< as in ZIP files
     };
 
     /// Throws std::bad_alloc.

@@ -16,6 +16,7 @@
 #include "arguments/SharedArguments.h"
 #include "commands/Command.h"
 #include "documents/Documents.h"
+#include "formats/ImportLibrary.h"
 #include "run/Failure.h"
 #include "run/Interrupt.h"
 
@@ -27,7 +28,11 @@ using namespace tavrix::tool;
 constexpr int failed = 1, wrongUsage = 2;
 
 /// The version, and what was built in.
-std::string versionText() { return "tavrix " TAVRIX_VERSION; }
+std::string versionText()
+{
+    const std::string library = tavrix::formats::importLibrary();
+    return "tavrix " TAVRIX_VERSION + (library.empty() ? "" : "\nreads further mesh formats with " + library);
+}
 
 int run(const Command& command, const CLI::App& app)
 {

@@ -28,8 +28,10 @@ void printCannotOpen(const TX_String& fileName)
     std::fflush(stdout);
 }
 
-int readStl(const TX_String& fileName, ArrayOfPtr<Mesh>& meshes, std::optional<Encoding> encoding)
+int readStl(const TX_String& fileName, ArrayOfPtr<Mesh>& meshes, std::optional<Encoding> encoding,
+            MeshReadingReport& report)
 {
+    report = {};
     FileBufferIn file;
     if (file.open(fileName, "rb", detail::recordBlockSize) != FileStatus::ok)
     {
@@ -44,8 +46,8 @@ int readStl(const TX_String& fileName, ArrayOfPtr<Mesh>& meshes, std::optional<E
         if (!file.seek(0, SEEK_SET)) return meshFileFailed;
     }
     auto mesh = std::make_unique<Mesh>();
-    const FileStatus status =
-        *encoding == Encoding::ascii ? detail::readStlText(file, *mesh) : detail::readStlBinary(file, *mesh);
+    const FileStatus status = *encoding == Encoding::ascii ? detail::readStlText(file, *mesh, report)
+                                                           : detail::readStlBinary(file, *mesh, report);
     if (status != FileStatus::ok) return meshFileFailed;
     meshes.push_back(mesh.release());
     return success;
@@ -69,12 +71,20 @@ MeshSTLFileParser& MeshFileParser<MeshSTLFileParser>::instance()
 
 int MeshSTLFileParser::read(const TX_String& fileName, ArrayOfPtr<Mesh>& meshes) const
 {
-    return readStl(fileName, meshes, {});
+    MeshReadingReport unheard;
+    return readStl(fileName, meshes, {}, unheard);
 }
 
 int MeshSTLFileParser::read(const TX_String& fileName, ArrayOfPtr<Mesh>& meshes, Encoding encoding) const
 {
-    return readStl(fileName, meshes, encoding);
+    MeshReadingReport unheard;
+    return readStl(fileName, meshes, encoding, unheard);
+}
+
+int MeshSTLFileParser::read(const TX_String& fileName, ArrayOfPtr<Mesh>& meshes, Encoding encoding,
+                            MeshReadingReport& report) const
+{
+    return readStl(fileName, meshes, encoding, report);
 }
 
 int MeshSTLFileParser::encodingBySize(const TX_String& fileName, Encoding& encoding)

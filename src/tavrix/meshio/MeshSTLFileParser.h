@@ -4,6 +4,7 @@
 #include <tavrix/foundation/CancelCallback.h>
 #include <tavrix/mesh/Mesh.h>
 #include <tavrix/meshio/MeshFileParser.h>
+#include <tavrix/meshio/MeshReadingReport.h>
 #include <tavrix/platform/Export.h>
 #include <tavrix/platform/TX_String.h>
 
@@ -40,6 +41,11 @@ public:
     int read(const TX_String& fileName, ArrayOfPtr<Mesh>& meshes) const;
     /// The same with the encoding given, not tested.
     int read(const TX_String& fileName, ArrayOfPtr<Mesh>& meshes, Encoding encoding) const;
+    /// The same, telling what was left out: facets that lack corners or, in a binary file, are counted but
+    /// not there; corners beyond a facet's third; numbers that a corner lacks. A binary file is cut when it
+    /// holds fewer facets than it counts, an ASCII one when its last solid does not end.
+    int read(const TX_String& fileName, ArrayOfPtr<Mesh>& meshes, Encoding encoding,
+             MeshReadingReport& report) const;
 
     /// Tells the encoding by the file's size: binary when it is exactly that of the facets counted at byte 80
     /// (84 + 50 N), else ASCII. Returns 1, or a MeshFileError with `encoding` unchanged: meshFileFailed when

@@ -4,6 +4,8 @@
 #include <tavrix/foundation/CancelCallback.h>
 #include <tavrix/mesh/Mesh.h>
 #include <tavrix/meshio/MeshFileParser.h>
+#include <tavrix/meshio/MeshReadingReport.h>
+#include <tavrix/meshio/ObjNumbers.h>
 #include <tavrix/meshio/ObjReadingMode.h>
 #include <tavrix/platform/Export.h>
 #include <tavrix/platform/TX_String.h>
@@ -44,6 +46,15 @@ public:
     int read(const TX_String& fileName, const Array<TX_String>& channelNames, ArrayOfPtr<Mesh>& meshes,
              ReadingMode mode = ReadingMode::groupByName) const;
 
+    /// Reads a file as most programs mean it, and tells what it left out. Faces may have any number of
+    /// corners, and are cut as triangulatePolygon does; of a concave quad that is the other diagonal. Lines
+    /// are as long as they are, end with a carriage return as well, and are joined to the next by a backslash
+    /// at their end; a # begins a comment anywhere but in a group's name, and a byte order mark is passed
+    /// over. All else is as `read` has it. The report's corners are indices without an element; it is cut
+    /// when the last line has no end and lacks something. Results as those of `read`.
+    int readLeniently(const TX_String& fileName, ArrayOfPtr<Mesh>& meshes, ReadingMode mode,
+                      MeshReadingReport& report) const;
+
     /// Writes the meshes into one file, each as a group of its name; null pointers are skipped. Returns 0 or
     /// a MeshFileError; only after 0 is the file whole. Numbers have six decimals. Faces refer to normals
     /// when "Nor" is not empty and "TrindexNor" has one triple a face, and to texture coordinates when
@@ -51,6 +62,9 @@ public:
     /// blanks. `options` has no meaning yet. The callback is polled every few milliseconds; meshFileStopped
     /// when it stops, and the file is cut off.
     int write(const TX_String& fileName, const ArrayOfPtr<Mesh>& meshes, uint32 options = 0,
+              CancelCallback callback = nullptr) const;
+    /// The same with other numbers.
+    int write(const TX_String& fileName, const ArrayOfPtr<Mesh>& meshes, const ObjNumbers& numbers,
               CancelCallback callback = nullptr) const;
     /// The same with a choice of channels: texture coordinates are written when `channelNames` has "uv".
     int write(const TX_String& fileName, const Array<TX_String>& channelNames, const ArrayOfPtr<Mesh>& meshes,

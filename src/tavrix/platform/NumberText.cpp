@@ -474,11 +474,25 @@ char* printFixed6(char* out, double value) noexcept
     return printSixDigits(out, static_cast<uint32>(millionths % 1'000'000));
 }
 
+char* printFixed(char* out, double value, int decimals) noexcept
+{
+    if (!std::isfinite(value)) return printFixed6(out, value);
+    if (std::signbit(value)) *out++ = '-';
+    const int within = std::clamp(decimals, 0, maxFixedDecimals);
+    return std::to_chars(out, out + maxFixedLength - 1, std::fabs(value), std::chars_format::fixed, within)
+        .ptr;
+}
+
 char* printFloat(char* out, float value) noexcept
 {
-    if (std::isnan(value))
-        return printWord(out, std::signbit(value) ? "-nan" : "nan", std::signbit(value) ? 4 : 3);
+    if (!std::isfinite(value)) return printFixed6(out, static_cast<double>(value));
     return std::to_chars(out, out + maxFloatLength, value).ptr;
+}
+
+char* printDouble(char* out, double value) noexcept
+{
+    if (!std::isfinite(value)) return printFixed6(out, value);
+    return std::to_chars(out, out + maxDoubleLength, value).ptr;
 }
 
 }  // namespace tavrix

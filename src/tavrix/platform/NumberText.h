@@ -30,6 +30,14 @@ inline constexpr std::size_t maxFixed6Length = 317;
 /// for maxFixed6Length characters.
 TX_GEOMETRY_API char* printFixed6(char* out, double value) noexcept;
 
+/// The most characters that printFixed writes, and the most decimals.
+inline constexpr std::size_t maxFixedLength = 328;
+inline constexpr int maxFixedDecimals = 17;
+
+/// The same with another number of decimals; one outside [0, 17] counts as the nearest limit. `out` has room
+/// for maxFixedLength characters.
+TX_GEOMETRY_API char* printFixed(char* out, double value, int decimals) noexcept;
+
 /// The most characters that printFloat writes: "-1.17549435e-38".
 inline constexpr std::size_t maxFloatLength = 15;
 
@@ -37,6 +45,12 @@ inline constexpr std::size_t maxFloatLength = 15;
 /// shorter; "inf" and "nan" with their signs. Returns the end of the text, which is not closed by a zero
 /// byte. `out` has room for maxFloatLength characters.
 TX_GEOMETRY_API char* printFloat(char* out, float value) noexcept;
+
+/// The most characters that printDouble writes: "-2.2250738585072014e-308".
+inline constexpr std::size_t maxDoubleLength = 24;
+
+/// The same as printFloat, in double precision. `out` has room for maxDoubleLength characters.
+TX_GEOMETRY_API char* printDouble(char* out, double value) noexcept;
 
 /// The most characters that printUInt writes.
 inline constexpr std::size_t maxUIntLength = 20;

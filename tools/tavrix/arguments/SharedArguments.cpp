@@ -8,6 +8,7 @@
 #include "arguments/Validators.h"
 #include "formats/FileKind.h"
 #include "formats/FileName.h"
+#include "formats/ImportLibrary.h"
 #include "formats/MeshFile.h"
 
 namespace tavrix::tool
@@ -32,6 +33,14 @@ std::string takeSize(const std::string& text, PreviewOptions& options)
     return "";
 }
 
+/// The extensions of mesh files, with those of the import library.
+std::string meshNames()
+{
+    const std::string library = formats::importLibrary();
+    return nameList(formats::meshExtensions(), ".") +
+           (library.empty() ? "" : ", and what " + library + " reads");
+}
+
 }  // namespace
 
 const std::vector<std::string>& inputExtensions()
@@ -51,12 +60,12 @@ std::string particleFileText(const std::string& more)
     return "Particle file (" + nameList(formats::particleExtensions(), ".") + ")" + more;
 }
 
-std::string meshFileText() { return "Mesh file (" + nameList(formats::meshExtensions(), ".") + ")"; }
+std::string meshFileText() { return "Mesh file (" + meshNames() + ")"; }
 
 std::string anyFileText(const std::string& more)
 {
-    return "Mesh (" + nameList(formats::meshExtensions(), ".") + ") or particle file (" +
-           nameList(formats::particleExtensions(), ".") + ")" + (more.empty() ? "" : "; " + more);
+    return "Mesh (" + meshNames() + ") or particle file (" + nameList(formats::particleExtensions(), ".") +
+           ")" + (more.empty() ? "" : "; " + more);
 }
 
 void addFormat(CLI::App& command)
@@ -79,6 +88,13 @@ CLI::Option* addMeshOutput(CLI::App& command, std::string& output, const std::st
                         ". Or a folder: the file is then named as the input")
         ->check(outputWithExtension(extensions, true))
         ->option_text("OUT");
+}
+
+void addStrict(CLI::App& command, bool& strict)
+{
+    command.add_flag(
+        "--strict", strict,
+        "Fail when a mesh file is not whole: when faces had to be left out, or numbers are missing");
 }
 
 void addAscii(CLI::App& command, bool& ascii)
@@ -252,6 +268,9 @@ void refuseFormatOptions(const CLI::App& command, const std::string& output)
 {
     const bool isStl = formats::extensionOf(output) == "stl";
     refuse(command, "--ascii", !isStl, "is for .stl files; " + output + " is none");
+    if (command.get_option_no_throw("--decimals"))
+        refuse(command, "--decimals", formats::extensionOf(output) != "obj",
+               "is for .obj files; " + output + " is none");
     for (const char* option : {"--normals", "--no-normals"})
         refuse(command, option, !formats::holdsNormals(output),
                "has no effect on " + output + ", whose format has no vertex normals");

@@ -32,6 +32,8 @@ CLI::Option* addMeshOutput(CLI::App& command, std::string& output,
                            const std::string& description = "Mesh file to write, needed");
 /// --format, of the file that goes into an output folder.
 void addFormat(CLI::App& command);
+/// --strict.
+void addStrict(CLI::App& command, bool& strict);
 /// --ascii.
 void addAscii(CLI::App& command, bool& ascii);
 /// --normals and --no-normals.

@@ -10,6 +10,7 @@
 #include "arguments/SharedArguments.h"
 #include "arguments/Validators.h"
 #include "files/FileInfo.h"
+#include "files/MeshNotes.h"
 #include "run/Failure.h"
 #include "run/Text.h"
 
@@ -25,6 +26,7 @@ struct Options
 {
     std::vector<std::string> inputs;
     bool json = false;
+    bool strict = false;
 };
 
 // Text for people
@@ -69,11 +71,17 @@ std::string vectorText(const Vector3D& v)
     return "(" + number(v.x) + ", " + number(v.y) + ", " + number(v.z) + ")";
 }
 
-std::string attributeText(const ParticleInfo::Attribute& attribute)
+std::string attributeText(const AttributeRange& attribute)
 {
     const auto text = [&](const Vector3D& v)
     { return attribute.components == 1 ? number(v.x) : vectorText(v); };
     return attribute.name + " from " + text(attribute.min) + " to " + text(attribute.max);
+}
+
+void print(const std::vector<AttributeRange>& attributes)
+{
+    for (std::size_t n = 0; n < attributes.size(); ++n)
+        printLine(n == 0 ? "attributes" : "", attributeText(attributes[n]));
 }
 
 void print(const ParticleInfo& info)
@@ -86,8 +94,7 @@ void print(const ParticleInfo& info)
     printLine("spacing",
               info.spacing ? number(*info.spacing) + ", radius " + number(*info.spacing / 2) + " (estimated)"
                            : "unknown: no two particles lie apart");
-    for (std::size_t n = 0; n < info.attributes.size(); ++n)
-        printLine(n == 0 ? "attributes" : "", attributeText(info.attributes[n]));
+    print(info.attributes);
 }
 
 std::string groupText(const std::vector<MeshInfo::Group>& groups)
@@ -145,9 +152,10 @@ void print(const MeshInfo& info)
                   (info.repeated > 0 ? ", " + withCommas(info.repeated) + " at the place of another" : ""));
     if (info.nonFinite > 0) printLine("", withCommas(info.nonFinite) + " without finite coordinates");
     printLine("faces", withCommas(info.faces));
-    if (info.leftOut > 0) printLine("", withCommas(info.leftOut) + " more name vertices that are not there");
+    if (!info.report.isWhole()) printLine("left out", leftOutText(info.report));
     if (const std::string flat = flatText(topology); !flat.empty()) printLine("", flat);
     printLine("channels", channelText(info));
+    print(info.attributes);
     printBox(info.box);
     printLine("surface", surfaceText(info));
     printLine("edges", withCommas(topology.edgeCount) + ": " + withCommas(topology.boundaryEdgeCount) +
@@ -190,7 +198,7 @@ Json boxJson(const Box3D& box)
     return {{"min", vectorJson(box.min)}, {"max", vectorJson(box.max)}};
 }
 
-Json json(const ParticleInfo::Attribute& attribute)
+Json json(const AttributeRange& attribute)
 {
     const auto value = [&](const Vector3D& v)
     { return attribute.components == 1 ? Json(v.x) : vectorJson(v); };
@@ -210,7 +218,7 @@ Json json(const ParticleInfo& info)
     }
     Json speed = nullptr, attributes = Json::array();
     if (info.speeds) speed = {{"min", info.speeds->slowest}, {"max", info.speeds->fastest}};
-    for (const ParticleInfo::Attribute& attribute : info.attributes) attributes.push_back(json(attribute));
+    for (const AttributeRange& attribute : info.attributes) attributes.push_back(json(attribute));
     return {{"kind", "particles"},         {"version", info.version ? Json(*info.version) : Json(nullptr)},
             {"particles", info.count},     {"nonFinite", info.nonFinite},
             {"box", boxJson(info.box)},    {"speed", speed},
@@ -226,6 +234,8 @@ Json json(const MeshInfo& info)
     if (info.hasNormals) channels.push_back("normals");
     if (info.hasTexture) channels.push_back("texture");
     if (info.hasVelocity) channels.push_back("velocity");
+    Json attributes = Json::array();
+    for (const AttributeRange& attribute : info.attributes) attributes.push_back(json(attribute));
     const MeshTopology& topology = info.topology;
     return {{"kind", "mesh"},
             {"format", info.format},
@@ -233,7 +243,11 @@ Json json(const MeshInfo& info)
             {"vertices", info.vertices},
             {"faces", info.faces},
             {"nonFinite", info.nonFinite},
-            {"facesLeftOut", info.leftOut},
+            {"facesLeftOut", info.report.faces},
+            {"badCorners", info.report.corners},
+            {"missingNumbers", info.report.numbers},
+            {"endsTooEarly", info.report.isCut},
+            {"attributes", attributes},
             {"channels", channels},
             {"box", boxJson(info.box)},
             {"repeatedVertices", info.repeated},
@@ -268,7 +282,7 @@ int runInfo(const Options& options)
     int status = 0;
     for (const std::string& path : options.inputs) try
         {
-            const FileInfo info = inspect(path);
+            const FileInfo info = inspect(path, options.strict);
             if (options.json)
                 all.push_back(fileJson(path, info));
             else
@@ -294,6 +308,7 @@ void addInfoCommand(CLI::App& app, Command& command)
         ->required()
         ->check(anyFile(inputExtensions()))
         ->option_text("...");
+    addStrict(*info, options->strict);
     info->add_flag("--json", options->json, "Print an array of objects, one a file, for other programs");
     info->footer(
         "Edges, parts and the like are counted as the file has them when it is closed, else\n"

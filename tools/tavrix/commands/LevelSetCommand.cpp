@@ -27,6 +27,7 @@ void addFiles(CLI::App& levelset, LevelSetOptions& options)
         ->option_text(" ");
     addMeshOutput(levelset, options.output, "Mesh file to write, needed without --save-field");
     addAscii(levelset, options.asciiStl);
+    addStrict(levelset, options.strict);
     addNormals(levelset, options.normals);
     addMeshFinish(levelset, options.finish);
     addCrop(levelset, options.crop);

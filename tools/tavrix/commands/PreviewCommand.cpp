@@ -15,9 +15,9 @@
 #include "arguments/Validators.h"
 #include "commands/RadiusOrEstimate.h"
 #include "commands/SmoothNormals.h"
+#include "files/MeshNotes.h"
 #include "formats/FileKind.h"
 #include "formats/FileName.h"
-#include "formats/MeshFile.h"
 #include "formats/ParticleFile.h"
 #include "preview/Render.h"
 #include "run/Failure.h"
@@ -38,6 +38,7 @@ struct Options : RunOptions
     std::optional<double> particleRadius;
     std::optional<Box3D> viewBox;  ///< what the camera looks at; absent, all that is drawn
     PreviewOptions picture;
+    bool strict = false;
 
     std::vector<std::string*> inputs()
     {
@@ -56,9 +57,10 @@ struct Subject
     Box3D box;
 };
 
-Subject meshSubject(const std::string& file)
+Subject meshSubject(const std::string& file, const Options& options)
 {
-    const formats::MeshFile content = formats::readMeshes(file);
+    const formats::MeshFile content = readMeshes(file, options.strict);
+    if (!options.quiet && !options.isFrame) tellLeftOut(file, content);
     const auto smooth =
         formats::kindOfFile(file) == formats::FileKind::Stl ? smoothSeparateFaces : confirmSmoothNormals;
     for (Mesh* mesh : content.meshes) smooth(*mesh);
@@ -80,7 +82,8 @@ Subject particleSubject(const std::string& file, const std::optional<double>& ra
 
 Subject subjectOf(const std::string& file, const Options& options)
 {
-    return formats::holdsMesh(file) ? meshSubject(file) : particleSubject(file, options.particleRadius);
+    return formats::holdsMesh(file) ? meshSubject(file, options)
+                                    : particleSubject(file, options.particleRadius);
 }
 
 Picture draw(const Subject& subject, const View& view, const PreviewOptions& options)
@@ -204,6 +207,7 @@ void addPreviewCommand(CLI::App& app, Command& command)
         ->option_text("NUMBER")
         ->group("Picture");
     addThreads(*preview, options->picture.threads)->group("Run");
+    addStrict(*preview, options->strict);
     addQuiet(*preview, options->quiet)->group("Run");
     addSequence(*preview, options->sequence);
     preview->footer(

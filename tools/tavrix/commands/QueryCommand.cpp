@@ -12,6 +12,7 @@
 #include "arguments/SharedArguments.h"
 #include "arguments/Validators.h"
 #include "commands/QueryTable.h"
+#include "files/MeshNotes.h"
 #include "formats/FileKind.h"
 #include "formats/MeshFile.h"
 #include "formats/OutputFile.h"
@@ -30,6 +31,7 @@ struct Options : RunOptions
     std::string input, output, points;
     std::vector<std::string> rays, nearest;
     uint32 threads = 0;
+    bool strict = false;
 
     std::vector<std::string*> inputs() { return {&input, &points}; }
     std::vector<std::string*> outputs() { return {&output}; }
@@ -93,8 +95,9 @@ std::string queryOne(const Options& options)
     Progress progress(3, options.quiet, options.label);
     progress.begin("read");
     const std::vector<Query> queries = askedQueries(options);
-    const formats::MeshFile file = formats::readMeshes(options.input);
+    const formats::MeshFile file = readMeshes(options.input, options.strict);
     const uint32 threads = threadsFor(options.threads, options);
+    if (!options.quiet && !options.isFrame) tellLeftOut(options.input, file);
     progress.begin("tree");
     MeshCollider collider;
     collider.create(file.meshes.size() == 1 ? *file.meshes[0] : joinMeshes(file.meshes), threads);
@@ -141,6 +144,7 @@ void addQueryCommand(CLI::App& app, Command& command)
     query->add_option("-o,--output", options->output, "CSV file to write; standard output when absent")
         ->check(anyFile())
         ->option_text("FILE");
+    addStrict(*query, options->strict);
     addThreads(*query, options->threads);
     addQuiet(*query, options->quiet, "Print errors only, and answers");
     addSequence(*query, options->sequence);

@@ -35,6 +35,7 @@ struct Options : RunOptions
     DecimationSettings decimation;
     MeshFinish finish;
     bool ascii = false;
+    bool strict = false;
 
     std::vector<std::string*> inputs() { return {&input}; }
     std::vector<std::string*> outputs() { return {&output}; }
@@ -85,7 +86,7 @@ std::string simplifyOne(const Options& options)
 {
     Progress progress(3, options.quiet, options.label);
     progress.begin("read");
-    formats::MeshFile file = formats::readMeshes(options.input);
+    formats::MeshFile file = readMeshes(options.input, options.strict);
     const MeshCounts before = countsOf(file.meshes);
     WeldOptions weld = options.weld;
     // the faces of STL files share no corners
@@ -192,6 +193,7 @@ void addSimplifyCommand(CLI::App& app, Command& command)
     addDecimation(*simplify, options->decimation);
     addWelding(*simplify, options->weld);
     addAscii(*simplify, options->ascii);
+    addStrict(*simplify, options->strict);
     addUp(*simplify, options->finish.up);
     addMeshFinish(*simplify, options->finish);
     addQuiet(*simplify, options->quiet);

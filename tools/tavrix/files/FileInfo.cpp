@@ -7,10 +7,11 @@
 #include <tavrix/particles/ParticleSpacing.h>
 #include <tavrix/platform/FileBufferIn.h>
 
+#include "files/MeshNotes.h"
 #include "formats/Bytes.h"
 #include "formats/FileKind.h"
-#include "formats/MeshFile.h"
 #include "formats/ParticleFile.h"
+#include "formats/VertexStreams.h"
 #include "run/Failure.h"
 
 namespace tavrix::tool
@@ -48,7 +49,7 @@ std::optional<ParticleInfo::Speeds> speedsOf(const Array<Vector3F>& velocities, 
 Vector3D vectorOf(float value) { return {value, 0, 0}; }
 Vector3D vectorOf(const Vector3F& value) { return convert<double>(value); }
 
-ParticleInfo::Attribute rangeOf(const formats::PointAttribute& attribute)
+AttributeRange rangeOf(const formats::PointAttribute& attribute)
 {
     const auto measure = [](const auto& values)
     {
@@ -80,20 +81,51 @@ ParticleInfo inspectParticles(formats::FileKind kind, const std::string& path)
 
 std::string formatName(formats::FileKind kind, const std::string& path)
 {
-    if (kind == formats::FileKind::Obj) return "OBJ";
-    if (kind == formats::FileKind::Ase) return "ASE";
     if (kind == formats::FileKind::MeshBin) return "BIN";
-    return formats::isBinaryStl(path) ? "binary STL" : "ASCII STL";
+    if (kind != formats::FileKind::Stl) return formats::formatName(kind);
+    return formats::isBinaryStl(formats::PlainFile(path).path()) ? "binary STL" : "ASCII STL";
 }
 
 bool hasChannel(const Mesh& mesh, const char* name) { return !mesh.findArray(TX_String(name)).isNone(); }
 
-MeshInfo inspectMesh(formats::FileKind kind, const std::string& path)
+/// Widens the range of an attribute by the values of a mesh; one of that name and size is added when there is
+/// none.
+void widen(std::vector<AttributeRange>& ranges, const formats::VertexAttribute& attribute, uint32 count)
 {
-    const formats::MeshFile file = formats::readMeshes(path);
+    auto range = std::find_if(ranges.begin(), ranges.end(),
+                              [&](const AttributeRange& r)
+                              { return r.name == attribute.name && r.components == attribute.components; });
+    const Box3D none = Box3D::empty();
+    if (range == ranges.end())
+        range = ranges.insert(range, {attribute.name, attribute.components, none.min, none.max});
+    Box3D box{range->min, range->max};
+    for (const float* value = attribute.data;
+         value != attribute.data + std::size_t{count} * attribute.components; value += attribute.components)
+    {
+        const Vector3D v =
+            attribute.components == 1 ? vectorOf(*value) : Vector3D{value[0], value[1], value[2]};
+        if (isFinite(v)) box.extend(v);
+    }
+    range->min = box.min;
+    range->max = box.max;
+}
+
+std::vector<AttributeRange> rangesOf(const ArrayOfPtr<Mesh>& meshes)
+{
+    std::vector<AttributeRange> ranges;
+    for (const Mesh* mesh : meshes)
+        for (const formats::VertexAttribute& attribute : formats::vertexAttributes(*mesh))
+            widen(ranges, attribute, mesh->getPosSize());
+    return ranges;
+}
+
+MeshInfo inspectMesh(formats::FileKind kind, const std::string& path, bool isStrict)
+{
+    const formats::MeshFile file = readMeshes(path, isStrict);
     MeshInfo info{};
     info.format = formatName(kind, path);
-    info.leftOut = file.leftOut;
+    info.report = file.report;
+    info.attributes = rangesOf(file.meshes);
     for (const Mesh* mesh : file.meshes)
     {
         info.groups.push_back({mesh->getName().c_str(), mesh->getPosSize(), mesh->getFacesSize()});
@@ -126,11 +158,11 @@ MeshInfo inspectMesh(formats::FileKind kind, const std::string& path)
 
 }  // namespace
 
-FileInfo inspect(const std::string& path)
+FileInfo inspect(const std::string& path, bool isStrict)
 {
     const formats::FileKind kind = formats::kindOfFile(path);
     const std::size_t bytes = formats::sizeOfFile(path);
-    if (formats::holdsMesh(path)) return {bytes, inspectMesh(kind, path)};
+    if (formats::holdsMesh(path)) return {bytes, inspectMesh(kind, path, isStrict)};
     return {bytes, inspectParticles(kind, path)};
 }
 

@@ -8,9 +8,18 @@
 #include <tavrix/foundation/Box3.h>
 #include <tavrix/mesh/MeshCavities.h>
 #include <tavrix/mesh/MeshTopology.h>
+#include <tavrix/meshio/MeshReadingReport.h>
 
 namespace tavrix::tool
 {
+
+/// Between what the values of a quantity of points lie, those that are finite; numbers stand in x.
+struct AttributeRange
+{
+    std::string name;
+    uint32 components;  ///< 1 or 3
+    Vector3D min, max;
+};
 
 struct ParticleInfo
 {
@@ -18,20 +27,14 @@ struct ParticleInfo
     {
         double slowest, fastest;
     };
-    struct Attribute
-    {
-        std::string name;
-        uint32 components;  ///< 1 or 3
-        Vector3D min, max;  ///< of each component
-    };
     std::string format;          ///< as formats::formatName has it
     std::optional<int> version;  ///< of BIN files
     uint32 count;
-    uint32 nonFinite;                   ///< particles without a finite position
-    Box3D box;                          ///< of the finite positions; empty without any
-    std::optional<Speeds> speeds;       ///< when the file holds velocities
-    std::optional<double> spacing;      ///< estimated
-    std::vector<Attribute> attributes;  ///< of the particles with a finite position
+    uint32 nonFinite;                        ///< particles without a finite position
+    Box3D box;                               ///< of the finite positions; empty without any
+    std::optional<Speeds> speeds;            ///< when the file holds velocities
+    std::optional<double> spacing;           ///< estimated
+    std::vector<AttributeRange> attributes;  ///< of the particles with a finite position
 };
 
 struct MeshInfo
@@ -41,11 +44,12 @@ struct MeshInfo
         std::string name;
         uint32 vertices, faces;
     };
-    std::string format;  ///< "OBJ", "BIN", "binary STL" or "ASCII STL"
+    std::string format;  ///< "OBJ", "BIN", "binary STL", "ASCII STL" and so on
     std::vector<Group> groups;
     uint32 vertices, faces;
     uint32 nonFinite;  ///< vertices without finite coordinates
-    uint32 leftOut;    ///< faces of the file that name vertices which it does not hold
+    MeshReadingReport report;
+    std::vector<AttributeRange> attributes;  ///< of all meshes, by name
     bool hasNormals, hasTexture, hasVelocity;
     Box3D box;  ///< of the finite vertices; empty without any
 
@@ -65,7 +69,8 @@ struct FileInfo
     std::variant<ParticleInfo, MeshInfo> content;
 };
 
-/// Reads a particle or mesh file and measures what is in it. Throws Failure.
-FileInfo inspect(const std::string& path);
+/// Reads a particle or mesh file and measures what is in it. With `isStrict` a mesh file must be whole.
+/// Throws Failure.
+FileInfo inspect(const std::string& path, bool isStrict);
 
 }  // namespace tavrix::tool

@@ -2,14 +2,38 @@
 
 #include <cstdio>
 
+#include "run/Failure.h"
+
 namespace tavrix::tool
 {
 
+std::string leftOutText(const MeshReadingReport& report)
+{
+    std::string text;
+    const auto add = [&](uint64 count, const char* one, const char* many)
+    {
+        if (count == 0) return;
+        text += (text.empty() ? "" : ", ") + std::to_string(count) + (count == 1 ? one : many);
+    };
+    add(report.faces, " face is left out", " faces are left out");
+    add(report.corners, " corner names nothing that is there", " corners name nothing that is there");
+    add(report.numbers, " number is missing", " numbers are missing");
+    if (report.isCut) text += (text.empty() ? "" : ", ") + std::string("the file ends too early");
+    return text;
+}
+
 void tellLeftOut(const std::string& path, const formats::MeshFile& file)
 {
-    if (file.leftOut > 0)
-        std::fprintf(stderr, "tavrix: %s: %u faces name vertices that are not there and are left out\n",
-                     path.c_str(), file.leftOut);
+    if (!file.report.isWhole())
+        std::fprintf(stderr, "tavrix: %s: %s\n", path.c_str(), leftOutText(file.report).c_str());
+}
+
+formats::MeshFile readMeshes(const std::string& path, bool isStrict)
+{
+    formats::MeshFile file = formats::readMeshes(path);
+    if (isStrict && !file.report.isWhole())
+        throw Failure(path + ": " + leftOutText(file.report) + "; export it again, or leave out --strict");
+    return file;
 }
 
 MeshCounts countsOf(const ArrayOfPtr<Mesh>& meshes)

@@ -11,8 +11,15 @@
 namespace tavrix::tool
 {
 
-/// Prints on standard error that faces were left out, if there were such.
+/// What was left out of a mesh file, as in "2 faces are left out, 3 corners name nothing"; empty when
+/// nothing was.
+std::string leftOutText(const MeshReadingReport& report);
+
+/// Prints on standard error what was left out, if there is such.
 void tellLeftOut(const std::string& path, const formats::MeshFile& file);
+
+/// formats::readMeshes; with `isStrict` throws Failure when something was left out.
+formats::MeshFile readMeshes(const std::string& path, bool isStrict);
 
 struct MeshCounts
 {

@@ -8,8 +8,8 @@
 
 #include "commands/ParticleCrop.h"
 #include "commands/RadiusOrEstimate.h"
+#include "files/MeshNotes.h"
 #include "formats/FileKind.h"
-#include "formats/MeshFile.h"
 #include "formats/ParticleFile.h"
 #include "run/Failure.h"
 #include "run/Text.h"
@@ -25,14 +25,12 @@ namespace
 constexpr double overlap = 2;
 
 /// The meshes of the file as one, without normals and with one position a place.
-Mesh readSolid(const std::string& file, Progress& progress)
+Mesh readSolid(const std::string& file, bool isStrict, Progress& progress)
 {
-    const formats::MeshFile content = formats::readMeshes(file);
+    const formats::MeshFile content = readMeshes(file, isStrict);
     Mesh mesh = joinMeshes(content.meshes);
-    const uint32 leftOut = content.leftOut, infinite = dropInfiniteFaces(mesh);
-    if (leftOut > 0)
-        progress.note(file +
-                      formatted(": %u faces name vertices that are not there and are left out", leftOut));
+    const uint32 infinite = dropInfiniteFaces(mesh);
+    if (!content.report.isWhole()) progress.note(file + ": " + leftOutText(content.report));
     if (infinite > 0)
         progress.note(file + formatted(": %u faces have corners without finite coordinates and are left out",
                                        infinite));
@@ -86,7 +84,7 @@ LevelSetInput readMesh(const LevelSetOptions& options, Progress& progress)
                       ": is a mesh, and --crop is for particles; --clip cuts the mesh that is made");
     progress.begin("read");
     LevelSetInput input;
-    input.mesh = readSolid(options.input, progress);
+    input.mesh = readSolid(options.input, options.strict, progress);
     const MeshTopology topology = computeEdgeTopology(input.mesh);
     if (!options.isUnsigned) noteFaults(topology, options.input, progress);
     input.isClosed = topology.isClosed() && topology.isConsistentlyOriented();

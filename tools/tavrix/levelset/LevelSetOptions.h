@@ -35,6 +35,7 @@ struct LevelSetOptions : RunOptions
 
     bool normals = true;
     bool asciiStl = false;
+    bool strict = false;
     std::string preview;
     PreviewOptions picture;
 

@@ -27,18 +27,8 @@ const char* skipToken(const char* p, const char* end)
     return p;
 }
 
-/// Up to three numbers; what does not follow as a number is 0.
-Vector3F readVector(const char* p, const char* end)
-{
-    Vector3F v{0.0f, 0.0f, 0.0f};
-    for (float* component : {&v.x, &v.y, &v.z})
-    {
-        const char* number = skipSpaces(p, end);
-        p = parseFloat(number, end, *component);
-        if (p == number) break;
-    }
-    return v;
-}
+/// The text before a comment.
+std::string_view beforeComment(std::string_view line) { return line.substr(0, line.find('#')); }
 
 /// The 0-based index for one in the file, which counts from 1, or back from the latest of `count` elements.
 uint32 resolve(int32 index, std::size_t count)
@@ -64,7 +54,17 @@ void ObjGroup::addTriangle(const ObjCorner& a, const ObjCorner& b, const ObjCorn
     positions.push_back({a.position, b.position, c.position});
 }
 
-ObjReader::ObjReader(ReadingMode mode) : _mode(mode), _current(addGroup("default")) {}
+ObjReader::ObjReader(ReadingMode mode, MeshReadingReport* report)
+    : _mode(mode), _report(report), _current(addGroup("default"))
+{
+}
+
+void ObjReader::countLeftOut(uint64 MeshReadingReport::*what, uint64 count)
+{
+    if (!_report || count == 0) return;
+    _report->*what += count;
+    _isWhole = false;
+}
 
 ObjGroup* ObjReader::addGroup(std::string name)
 {
@@ -81,28 +81,44 @@ ObjGroup* ObjReader::GetGroupByName(const std::string& name) const
     return found == _groupByName.end() ? nullptr : found->second;
 }
 
-void ObjReader::ObjFirstPass(TextLines& lines)
-{
-    std::string_view line;
-    while (lines.ReadLine(line)) readStatement(line);
-}
-
 void ObjReader::readStatement(std::string_view line)
 {
-    const char* const end = line.data() + line.size();
+    _isWhole = true;
+    const std::string_view statement = _report ? beforeComment(line) : line;
+    const char* const end = statement.data() + statement.size();
     const char* const begin = skipSpaces(line.data(), end);
     const char* const rest = skipToken(begin, end);
     const std::string_view keyword(begin, static_cast<std::size_t>(rest - begin));
     if (keyword == "v")
-        _positions.push_back(readVector(rest, end));
+        _positions.push_back(readVector(rest, end, 3));
     else if (keyword == "f")
         readFace(rest, end);
     else if (keyword == "vn")
-        _normals.push_back(readVector(rest, end));
+        _normals.push_back(readVector(rest, end, 3));
     else if (keyword == "vt")
-        _textures.push_back(readVector(rest, end));
+        _textures.push_back(readVector(rest, end, 1));
     else if (keyword == "g")
-        switchGroup(trimmed({rest, static_cast<std::size_t>(end - rest)}));
+        switchGroup(trimmed(line.substr(static_cast<std::size_t>(rest - line.data()))));
+}
+
+/// Up to three numbers, of which the file should have as many as are needed; what does not follow as a number
+/// is 0.
+Vector3F ObjReader::readVector(const char* p, const char* end, uint32 needed)
+{
+    Vector3F v{0.0f, 0.0f, 0.0f};
+    uint32 count = 0;
+    for (; count < 3; ++count)
+    {
+        const char* number = skipSpaces(p, end);
+        p = parseFloat(number, end, v[count]);
+        if (p == number) break;
+    }
+    const bool isFollowed = count < 3 ? skipSpaces(p, end) != end : p != end && !isSpace(*p);
+    if (count < needed)
+        countLeftOut(&MeshReadingReport::numbers, needed - count);
+    else if (isFollowed)
+        countLeftOut(&MeshReadingReport::numbers, 1);
+    return v;
 }
 
 void ObjReader::switchGroup(std::string_view name)
@@ -149,14 +165,19 @@ bool ObjReader::readCorner(const char*& p, const char* end, ObjCorner& corner) c
 
 void ObjReader::readFace(const char* p, const char* end)
 {
-    ObjCorner corners[4];
-    uint32 count = 0;
-    for (p = skipSpaces(p, end); p != end; p = skipSpaces(p, end))
-        if (count == 4 || !readCorner(p, end, corners[count++])) return;
-    if (count < 3) return;
-    if (count == 4) _current->quads.push_back(Array<Index3>::checkedSize(_current->positions.size()));
-    _current->addTriangle(corners[0], corners[1], corners[2]);
-    if (count == 4) _current->addTriangle(corners[0], corners[2], corners[3]);
+    const std::size_t mostCorners = _report ? noIndex : 4;
+    bool isGood = true;
+    _corners.clear();
+    for (p = skipSpaces(p, end); p != end && isGood; p = skipSpaces(p, end))
+    {
+        isGood = _corners.size() < mostCorners && readCorner(p, end, _corners.emplace_back());
+    }
+    if (!isGood || _corners.size() < 3) return countLeftOut(&MeshReadingReport::faces, 1);
+    const auto triangles = static_cast<uint32>(_corners.size() - 2);
+    if (triangles > 1)
+        _current->polygons.push_back({Array<Index3>::checkedSize(_current->positions.size()), triangles});
+    for (uint32 i = 0; i < triangles; ++i)
+        _current->addTriangle(_corners[0], _corners[i + 1], _corners[i + 2]);
 }
 
 }  // namespace tavrix::detail

@@ -234,7 +234,11 @@ void ObjReader::dropFacesWithoutPosition(ObjGroup& group) const
     if (valid == count) return;
     std::vector<bool> keep(count, true);
     for (std::size_t i = valid; i < count; ++i) keep[i] = isValid(i);
-    for (const uint32 first : group.quads) keep[first] = keep[first + 1] = keep[first] && keep[first + 1];
+    for (const auto& [first, triangles] : group.polygons)
+    {
+        const auto begin = keep.begin() + first, end = begin + triangles;
+        if (std::find(begin, end, false) != end) std::fill(begin, end, false);
+    }
     keepTriples(group.positions, keep);
     keepTriples(group.textures, keep);
     keepTriples(group.normals, keep);
@@ -246,6 +250,11 @@ void ObjReader::BuildObjects(bool withTextures, ArrayOfPtr<Mesh>& meshes)
     Subset normals(_normals.size());
     for (std::unique_ptr<ObjGroup>& group : _groups)
     {
+        if (_report)
+        {
+            countFaults(*group);
+            triangulate(*group);
+        }
         dropFacesWithoutPosition(*group);
         if (group->positions.empty()) continue;
         forgetMissing(group->textures, _textures.size());

@@ -30,12 +30,13 @@ void decodeFacets(const unsigned char* bytes, uint32 first, uint32 count, StlMes
 
 }  // namespace
 
-FileStatus readStlBinary(FileBufferIn& file, Mesh& mesh)
+FileStatus readStlBinary(FileBufferIn& file, Mesh& mesh, MeshReadingReport& report)
 {
     std::array<char, stlHeaderSize> header{};
     uint32 count = 0;
     file.readBuffer(header.data(), header.size());
-    if (file.readUInt(&count) != 1) count = 0;
+    report.isCut = file.readUInt(&count) != 1;
+    if (report.isCut) count = 0;
 
     StlMesh facets(mesh);
     facets.setName({header.data(), header.size()});
@@ -45,6 +46,8 @@ FileStatus readStlBinary(FileBufferIn& file, Mesh& mesh)
         [&](const unsigned char* bytes, uint32 first, uint32 number)
         { decodeFacets(bytes, first, number, facets); });
     facets.resize(read);
+    report.faces = count - read;
+    report.isCut |= read < count;
     const bool tooMany = read == StlMesh::maxFacetCount && count > read;
     return tooMany || file.status() == FileStatus::failed ? FileStatus::failed : FileStatus::ok;
 }

@@ -38,18 +38,19 @@ bool isWord(std::string_view text, std::string_view word)
     return true;
 }
 
-/// The numbers behind a keyword, separated by blanks and tabs. Moves behind them; false, and in front of what
-/// is not a number, when there are fewer than three.
-bool FillVector(const char*& p, const char* end, Vector3F& vector)
+/// The numbers behind a keyword, separated by blanks and tabs. Moves behind them, and in front of what is not
+/// a number when there are fewer than three; returns how many there are.
+uint32 FillVector(const char*& p, const char* end, Vector3F& vector)
 {
-    for (float* component : {&vector.x, &vector.y, &vector.z})
+    uint32 count = 0;
+    for (; count < 3; ++count)
     {
         p = skipBlanks(p, end);
-        const char* after = parseFloat(p, end, *component);
-        if (after == p) return false;
+        const char* after = parseFloat(p, end, vector[count]);
+        if (after == p) break;
         p = after;
     }
-    return true;
+    return count;
 }
 
 /// A keyword of at most eight letters as one word of memory.
@@ -107,11 +108,16 @@ private:
 class StlTextReader
 {
 public:
-    StlTextReader(FileBufferIn& file, Mesh& mesh) : _file(file), _facets(mesh) {}
+    StlTextReader(FileBufferIn& file, Mesh& mesh, MeshReadingReport& report)
+        : _file(file), _facets(mesh), _report(report)
+    {
+    }
 
     FileStatus read()
     {
         while (!_tooMany && nextStatement()) readStatement();
+        endFacet();
+        _report.isCut = _isInSolid;
         _facets.trim(_facetCount);
         _facets.number(0, _facetCount);
         return _tooMany || _file.status() == FileStatus::failed ? FileStatus::failed : FileStatus::ok;
@@ -145,7 +151,7 @@ private:
         if (takes(endfacet)) return endFacet();
         if (takes(loop)) return;
         if (takes(solid)) return readName(end);
-        if (takes(endsolid)) endFacet();
+        if (takes(endsolid)) endSolid();
         skipLine();
     }
 
@@ -153,18 +159,27 @@ private:
 
     void endFacet()
     {
+        if (_isInFacet) ++_report.faces;
+        _isInFacet = false;
         _corner = 0;
         _normal = {0, 0, 0};
+    }
+
+    void endSolid()
+    {
+        endFacet();
+        _isInSolid = false;
     }
 
     void beginFacet(const char* end)
     {
         constexpr std::ptrdiff_t normalLength = 6;
         endFacet();
+        _isInFacet = _isInSolid = true;
         const char* p = skipBlanks(_next, end);
         if (end - p < normalLength || !isWord({p, normalLength}, "normal")) return;
         p += normalLength;
-        if (!FillVector(p, end, _normal)) _normal = {0, 0, 0};
+        if (FillVector(p, end, _normal) < 3) _normal = {0, 0, 0};
         _next = p;
     }
 
@@ -172,8 +187,10 @@ private:
     void readCorner(const char* end)
     {
         Vector3F position;
-        const bool whole = FillVector(_next, end, position);
-        if (!whole || _corner >= 3) return;
+        const uint32 count = FillVector(_next, end, position);
+        _report.numbers += 3 - count;
+        if (count == 3 && _corner == 3) ++_report.corners;
+        if (count < 3 || _corner == 3) return;
         _corners[_corner++] = convert<double>(position);
         if (_corner == 3) addFacet();
     }
@@ -184,6 +201,7 @@ private:
         if (_tooMany) return;
         std::copy(_corners, _corners + 3, _facets.corners(_facetCount));
         _facets.normal(_facetCount++) = _normal;
+        _isInFacet = false;
     }
 
     /// Makes room for as many facets as the file should have if it goes on as it began, within reason.
@@ -212,6 +230,7 @@ private:
         if (!_named) _facets.setName({_next, static_cast<std::size_t>(lineEnd - _next)});
         _named = true;
         endFacet();
+        _isInSolid = true;
         skipLine();
     }
 
@@ -236,6 +255,7 @@ private:
 
     FileBufferIn& _file;
     StlMesh _facets;
+    MeshReadingReport& _report;
     std::unique_ptr<char[]> _window{new char[windowSize + maxStatement]};
     const char* _next = _window.get();  ///< first character not taken
     const char* _end = _window.get();   ///< end of the characters in the window
@@ -244,6 +264,8 @@ private:
     uint32 _corner = 0;  ///< corners of the facet so far
     uint32 _facetCount = 0;
     bool _named = false;
+    bool _isInSolid = false;  ///< a solid or a facet began, and no solid ended since
+    bool _isInFacet = false;  ///< a facet began and lacks corners
     bool _tooMany = false;
 };
 
@@ -280,6 +302,9 @@ bool beginsAsStlText(FileBufferIn& file)
     return false;
 }
 
-FileStatus readStlText(FileBufferIn& file, Mesh& mesh) { return StlTextReader(file, mesh).read(); }
+FileStatus readStlText(FileBufferIn& file, Mesh& mesh, MeshReadingReport& report)
+{
+    return StlTextReader(file, mesh, report).read();
+}
 
 }  // namespace tavrix::detail
