@@ -126,13 +126,13 @@ class Convert(FilesTest):
         near = [(x * 1e-7, y, z) for x, y, z in CUBE_POINTS]
         self.write("in.obj", obj_file(near, CUBE_FACES))
         result = self.run_program("convert", "in.obj", "out.obj")
-        self.assert_one_line(result.stderr, "4 vertices", "--decimals")
+        self.assert_one_line(result.stderr, "4 vertices", "--digits")
         self.assertEqual(self.info("out.obj")["repeatedVertices"], 4)
         for decimals in ("exact", "9"):
-            self.convert("in.obj", "out.obj", "--decimals", decimals)
+            self.convert("in.obj", "out.obj", "--digits", decimals)
             self.assertEqual(self.info("out.obj")["repeatedVertices"], 0)
         for wrong in ("18", "-1", "some"):
-            self.assertEqual(self.run_program("convert", "in.obj", "o.obj", "--decimals", wrong).returncode, 2)
+            self.assertEqual(self.run_program("convert", "in.obj", "o.obj", "--digits", wrong).returncode, 2)
 
     def test_failures_leave_nothing_behind(self):
         whole = binary_stl(CUBE_POINTS, CUBE_FACES)

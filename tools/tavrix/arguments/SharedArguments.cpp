@@ -97,11 +97,6 @@ void addStrict(CLI::App& command, bool& strict)
         "Fail when a mesh file is not whole: when faces had to be left out, or numbers are missing");
 }
 
-void addAscii(CLI::App& command, bool& ascii)
-{
-    command.add_flag("--ascii", ascii, "Write STL as text; binary when absent");
-}
-
 void addNormals(CLI::App& command, bool& normals)
 {
     command.add_flag("--normals", normals, "Write vertex normals into OBJ files; the default");
@@ -266,11 +261,6 @@ void refusePictureOptions(const CLI::App& command, bool hasPicture)
 
 void refuseFormatOptions(const CLI::App& command, const std::string& output)
 {
-    const bool isStl = formats::extensionOf(output) == "stl";
-    refuse(command, "--ascii", !isStl, "is for .stl files; " + output + " is none");
-    if (command.get_option_no_throw("--decimals"))
-        refuse(command, "--decimals", formats::extensionOf(output) != "obj",
-               "is for .obj files; " + output + " is none");
     for (const char* option : {"--normals", "--no-normals"})
         refuse(command, option, !formats::holdsNormals(output),
                "has no effect on " + output + ", whose format has no vertex normals");

@@ -34,8 +34,6 @@ CLI::Option* addMeshOutput(CLI::App& command, std::string& output,
 void addFormat(CLI::App& command);
 /// --strict.
 void addStrict(CLI::App& command, bool& strict);
-/// --ascii.
-void addAscii(CLI::App& command, bool& ascii);
 /// --normals and --no-normals.
 void addNormals(CLI::App& command, bool& normals);
 /// --fill-cavities.

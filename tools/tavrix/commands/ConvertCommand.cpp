@@ -28,56 +28,29 @@ struct Options : RunOptions
 {
     std::string input, output;
     std::optional<double> weld;
-    ObjNumbers numbers;
     MeshFinish finish;
-    bool ascii = false;
     bool strict = false;
 
     std::vector<std::string*> inputs() { return {&input}; }
     std::vector<std::string*> outputs() { return {&output}; }
 };
 
-/// Takes a number of decimals, or "exact".
-void takeDecimals(const std::string& text, ObjNumbers& numbers)
-{
-    numbers.areShortest = text == "exact";
-    if (numbers.areShortest) return;
-    const bool isCount = CLI::detail::lexical_cast(text, numbers.decimals);
-    if (!isCount || numbers.decimals < 0 || numbers.decimals > 17)
-        throw CLI::ValidationError("--decimals", "must be a number from 0 to 17, or exact");
-}
-
-/// Tells when the decimals of an OBJ file are too few to keep vertices apart.
-void tellMerged(const Options& options, const ArrayOfPtr<Mesh>& meshes)
-{
-    if (formats::extensionOf(options.output) != "obj") return;
-    uint32 merged = 0;
-    for (const Mesh* mesh : meshes) merged += countPositionsMerged(*mesh, options.numbers);
-    if (merged > 0)
-        std::fprintf(stderr,
-                     "tavrix: %s: %u vertices are at the place of another with %d decimals; see --decimals\n",
-                     options.output.c_str(), merged, options.numbers.decimals);
-}
-
 std::string convertOne(const Options& options)
 {
-    Progress progress(2, options.quiet, options.label);
+    Progress progress(2, options.quiet, options.label, options.bar());
     progress.begin("read");
-    formats::MeshFile file = readMeshes(options.input, options.strict);
+    formats::MeshFile file = readMeshes(options.input, options.strict, progress);
     SheetSeparation separated;
     if (options.weld)
         separated =
             weldMeshes(file.meshes, {{*options.weld}}, formats::holdsNormals(options.output), options.input);
     progress.begin("write");
-    finishMeshes(file.meshes, options.finish, options.output);
-    formats::writeMeshes(options.output, file.meshes, {options.ascii, options.numbers});
+    finishAndWrite(file.meshes, options.finish, options.output, progress);
     progress.end();
     if (options.isFrame)
         return formatted("%u faces ", countsOf(file.meshes).faces) +
                writtenText(filesOf(options), progress.totalSeconds());
     if (options.quiet) return {};
-    tellLeftOut(options.input, file);
-    tellMerged(options, file.meshes);
     tellSeparated(separated);
     tellWritten(options.output, file.meshes);
     return {};
@@ -108,12 +81,6 @@ void addConvertCommand(CLI::App& app, Command& command)
             "the corners of STL triangles")
         ->check(weldTolerance)
         ->option_text("NUMBER");
-    addAscii(*convert, options->ascii);
-    convert
-        ->add_option_function<std::string>(
-            "--decimals", [options](const std::string& text) { takeDecimals(text, options->numbers); },
-            "Decimals of numbers in OBJ files, or 'exact': as many as each needs")
-        ->option_text("COUNT|exact [6]");
     addStrict(*convert, options->strict);
     addUp(*convert, options->finish.up);
     addMeshFinish(*convert, options->finish);
@@ -128,7 +95,7 @@ void addConvertCommand(CLI::App& app, Command& command)
         "normals are made anew, and what else vertices carry is lost.\n\n"
         "Examples:\n"
         "  tavrix convert part.stl part.obj --weld 0\n"
-        "  tavrix convert scan.glb scan.obj --decimals exact\n"
+        "  tavrix convert scan.glb scan.obj --digits exact\n"
         "  tavrix convert water.obj water.stl --ascii");
     convert->callback(
         [convert, options, &command]

@@ -26,7 +26,6 @@ void addFiles(CLI::App& levelset, LevelSetOptions& options)
         ->check(anyFile(inputExtensions()))
         ->option_text(" ");
     addMeshOutput(levelset, options.output, "Mesh file to write, needed without --save-field");
-    addAscii(levelset, options.asciiStl);
     addStrict(levelset, options.strict);
     addNormals(levelset, options.normals);
     addMeshFinish(levelset, options.finish);
@@ -144,8 +143,8 @@ void checkTogether(const CLI::App& levelset, const LevelSetOptions& options)
            "is for field files; name one with --save-field or --load-field");
     refuse(levelset, "--force", options.saveField.empty() && !isSequence(filesOf(options)),
            "is for field files that are there, and for sequences");
-    for (const char* option :
-         {"--ascii", "--normals", "--no-normals", "--fill-cavities", "--scale", "--output-up", "--crease"})
+    for (const char* option : {"--ascii", "--digits", "--normals", "--no-normals", "--fill-cavities",
+                               "--scale", "--output-up", "--crease"})
         refuse(levelset, option, options.output.empty() && options.preview.empty(),
                "is for the mesh, and none is made; name one with --output");
 }

@@ -1,12 +1,17 @@
 #include "commands/MeshFinish.h"
 
+#include <algorithm>
+#include <cmath>
+
 #include <CLI/CLI.hpp>
 
 #include <tavrix/foundation/ElementaryFunctions.h>
 
 #include "arguments/SharedArguments.h"
 #include "arguments/Validators.h"
+#include "formats/FileName.h"
 #include "formats/MeshFile.h"
+#include "run/Text.h"
 
 namespace tavrix::tool
 {
@@ -72,6 +77,44 @@ void scale(Mesh& mesh, double factor)
                        });
 }
 
+/// Takes a number of decimals, or "exact".
+void takeDigits(const std::string& text, ObjNumbers& numbers)
+{
+    numbers.areShortest = text == "exact";
+    if (numbers.areShortest) return;
+    const bool isCount = CLI::detail::lexical_cast(text, numbers.decimals);
+    if (!isCount || numbers.decimals < 0 || numbers.decimals > 17)
+        throw CLI::ValidationError("--digits", "must be a number from 0 to 17, or exact");
+}
+
+/// Whether an edge is so short that decimals may lose it.
+bool hasEdgeShorterThan(const Mesh& mesh, double length)
+{
+    const auto isShort = [&](uint32 a, uint32 b)
+    {
+        const Vector3D way = mesh.pos()[a] - mesh.pos()[b];
+        return dot(way, way) < length * length;
+    };
+    return std::any_of(mesh.trindexPos().begin(), mesh.trindexPos().end(),
+                       [&](const Index3& t)
+                       { return isShort(t.a, t.b) || isShort(t.b, t.c) || isShort(t.c, t.a); });
+}
+
+/// Says so when the decimals of an OBJ file are too few to keep vertices apart, and the cure.
+void noteMerged(const ArrayOfPtr<Mesh>& meshes, const MeshFinish& finish, const std::string& output,
+                Progress& progress)
+{
+    if (formats::extensionOf(output) != "obj" || finish.numbers.areShortest) return;
+    const double step = std::pow(10.0, -finish.numbers.decimals);
+    uint32 merged = 0;
+    for (const Mesh* mesh : meshes)
+        if (hasEdgeShorterThan(*mesh, 2 * step)) merged += countPositionsMerged(*mesh, finish.numbers);
+    if (merged > 0)
+        progress.note(output + formatted(": %u vertices come to lie on others with %d decimals; --digits "
+                                         "exact keeps them apart, or --scale makes the mesh larger",
+                                         merged, finish.numbers.decimals));
+}
+
 }  // namespace
 
 void addMeshFinish(CLI::App& command, MeshFinish& finish)
@@ -94,15 +137,27 @@ void addMeshFinish(CLI::App& command, MeshFinish& finish)
         ->check(numberFrom(0, 180))
         ->option_text("DEGREES")
         ->group("Output");
+    command
+        .add_option_function<std::string>(
+            "--digits", [&finish](const std::string& text) { takeDigits(text, finish.numbers); },
+            "Decimals of numbers in OBJ files, or 'exact': as many as each needs")
+        ->option_text("COUNT|exact [6]")
+        ->group("Output");
+    command.add_flag("--ascii", finish.asciiStl, "Write STL as text; binary when absent")->group("Output");
 }
 
 void checkMeshFinish(const CLI::App& command, const std::string& output)
 {
+    const std::string extension = formats::extensionOf(output);
+    refuse(command, "--ascii", extension != "stl", "is for .stl files; " + output + " is none");
+    refuse(command, "--digits", extension != "obj" && !output.starts_with("/dev/"),
+           "is for .obj files; " + output + " is none");
     refuse(command, "--crease", !formats::holdsNormals(output),
            "has no effect on " + output + ", whose format has no vertex normals");
 }
 
-void finishMeshes(ArrayOfPtr<Mesh>& meshes, const MeshFinish& finish, const std::string& output)
+void finishAndWrite(ArrayOfPtr<Mesh>& meshes, const MeshFinish& finish, const std::string& output,
+                    Progress& progress)
 {
     for (Mesh* mesh : meshes)
     {
@@ -112,6 +167,8 @@ void finishMeshes(ArrayOfPtr<Mesh>& meshes, const MeshFinish& finish, const std:
         if (finish.scale != 1) scale(*mesh, finish.scale);
         mesh->invalidateBox();
     }
+    noteMerged(meshes, finish, output, progress);
+    formats::writeMeshes(output, meshes, {finish.asciiStl, finish.numbers});
 }
 
 }  // namespace tavrix::tool

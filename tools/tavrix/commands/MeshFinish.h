@@ -5,8 +5,10 @@
 
 #include <tavrix/foundation/ArrayOfPtr.h>
 #include <tavrix/mesh/Mesh.h>
+#include <tavrix/meshio/ObjNumbers.h>
 
 #include "preview/View.h"
+#include "run/Progress.h"
 
 namespace CLI
 {
@@ -23,17 +25,21 @@ struct MeshFinish
     UpAxis up = UpAxis::Y;           ///< of what is read
     std::optional<UpAxis> outputUp;  ///< of what is written
     std::optional<double> crease;    ///< degrees between faces that keep an edge in their normals
+    ObjNumbers numbers;
+    bool asciiStl = false;
 };
 
-/// --scale, --output-up and --crease, under the heading "Output"; `up` belongs to --up.
+/// --scale, --output-up, --crease, --digits and --ascii, under the heading "Output"; `up` belongs to --up.
 void addMeshFinish(CLI::App& command, MeshFinish& finish);
 
 /// Rejects what has no effect on a file of that name.
 void checkMeshFinish(const CLI::App& command, const std::string& output);
 
-/// Makes normals with edges, where they go into the file; turns and scales positions, normals, and of what
-/// the vertices carry the vectors, of which velocities are scaled as well. Colours and texture coordinates
-/// stay.
-void finishMeshes(ArrayOfPtr<Mesh>& meshes, const MeshFinish& finish, const std::string& output);
+/// Finishes the meshes and writes them (formats::writeMeshes): makes normals with edges, where they go into
+/// the file; turns and scales positions, normals, and of what the vertices carry the vectors, of which
+/// velocities are scaled as well, while colours and texture coordinates stay. Notes when the decimals of an
+/// OBJ file are too few to keep the ends of edges apart. Throws Failure.
+void finishAndWrite(ArrayOfPtr<Mesh>& meshes, const MeshFinish& finish, const std::string& output,
+                    Progress& progress);
 
 }  // namespace tavrix::tool

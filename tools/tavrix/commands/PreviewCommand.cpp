@@ -57,10 +57,9 @@ struct Subject
     Box3D box;
 };
 
-Subject meshSubject(const std::string& file, const Options& options)
+Subject meshSubject(const std::string& file, const Options& options, Progress& progress)
 {
-    const formats::MeshFile content = readMeshes(file, options.strict);
-    if (!options.quiet && !options.isFrame) tellLeftOut(file, content);
+    const formats::MeshFile content = readMeshes(file, options.strict, progress);
     const auto smooth =
         formats::kindOfFile(file) == formats::FileKind::Stl ? smoothSeparateFaces : confirmSmoothNormals;
     for (Mesh* mesh : content.meshes) smooth(*mesh);
@@ -80,9 +79,9 @@ Subject particleSubject(const std::string& file, const std::optional<double>& ra
     return {std::move(positions), static_cast<float>(used), {box.min - reach, box.max + reach}};
 }
 
-Subject subjectOf(const std::string& file, const Options& options)
+Subject subjectOf(const std::string& file, const Options& options, Progress& progress)
 {
-    return formats::holdsMesh(file) ? meshSubject(file, options)
+    return formats::holdsMesh(file) ? meshSubject(file, options, progress)
                                     : particleSubject(file, options.particleRadius);
 }
 
@@ -93,10 +92,10 @@ Picture draw(const Subject& subject, const View& view, const PreviewOptions& opt
     return renderMesh(std::get<Mesh>(subject.matter), view, options);
 }
 
-std::vector<Subject> subjectsOf(const Options& options)
+std::vector<Subject> subjectsOf(const Options& options, Progress& progress)
 {
     std::vector<Subject> subjects;
-    for (const std::string& file : options.files) subjects.push_back(subjectOf(file, options));
+    for (const std::string& file : options.files) subjects.push_back(subjectOf(file, options, progress));
     return subjects;
 }
 
@@ -124,9 +123,9 @@ Picture drawAll(const std::vector<Subject>& subjects, const Options& options, Pr
 
 std::string previewOne(const Options& options)
 {
-    Progress progress(2 + options.files.size(), options.quiet, options.label);
+    Progress progress(2 + options.files.size(), options.quiet, options.label, options.bar());
     progress.begin("read");
-    const Picture whole = drawAll(subjectsOf(options), options, progress);
+    const Picture whole = drawAll(subjectsOf(options, progress), options, progress);
     progress.begin("write");
     savePng(whole, options.output);
     progress.end();
@@ -140,11 +139,12 @@ std::string previewOne(const Options& options)
 /// The largest radius of particles in the first frame that can be read; 0 without particles.
 float radiusOfFirst(const std::vector<Options>& frames)
 {
+    Progress silent(1, true);
     return ofFirstReadable(frames,
-                           [](const Options& frame)
+                           [&](const Options& frame)
                            {
                                float radius = 0;
-                               for (const Subject& subject : subjectsOf(frame))
+                               for (const Subject& subject : subjectsOf(frame, silent))
                                    radius = std::max(radius, subject.particleRadius);
                                return radius;
                            });
@@ -159,12 +159,13 @@ std::string settleView(Options& options, const std::vector<Options>& frames)
         options.particleRadius = radius;
         text = formatted("radius %.9g\n", double{radius});
     }
+    Progress silent(1, true);
     Box3D whole = Box3D::empty();
     for (Options frame : frames)
     {
         frame.particleRadius = options.particleRadius;
-        const auto box = ofFirstReadable(
-            std::vector{frame}, [](const Options& one) { return std::optional(boxOf(subjectsOf(one))); });
+        const auto box = ofFirstReadable(std::vector{frame}, [&](const Options& one)
+                                         { return std::optional(boxOf(subjectsOf(one, silent))); });
         if (box) whole.extend(*box);
     }
     if (whole == Box3D::empty()) return text;

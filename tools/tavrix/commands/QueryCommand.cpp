@@ -92,12 +92,11 @@ void writeText(const std::string& path, const std::string& text)
 
 std::string queryOne(const Options& options)
 {
-    Progress progress(3, options.quiet, options.label);
+    Progress progress(3, options.quiet, options.label, options.bar());
     progress.begin("read");
     const std::vector<Query> queries = askedQueries(options);
-    const formats::MeshFile file = readMeshes(options.input, options.strict);
+    const formats::MeshFile file = readMeshes(options.input, options.strict, progress);
     const uint32 threads = threadsFor(options.threads, options);
-    if (!options.quiet && !options.isFrame) tellLeftOut(options.input, file);
     progress.begin("tree");
     MeshCollider collider;
     collider.create(file.meshes.size() == 1 ? *file.meshes[0] : joinMeshes(file.meshes), threads);

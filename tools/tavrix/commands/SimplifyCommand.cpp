@@ -34,7 +34,6 @@ struct Options : RunOptions
     WeldOptions weld;
     DecimationSettings decimation;
     MeshFinish finish;
-    bool ascii = false;
     bool strict = false;
 
     std::vector<std::string*> inputs() { return {&input}; }
@@ -84,9 +83,9 @@ void tellOutcome(const Outcome& outcome, const DecimationSettings& settings)
 
 std::string simplifyOne(const Options& options)
 {
-    Progress progress(3, options.quiet, options.label);
+    Progress progress(3, options.quiet, options.label, options.bar());
     progress.begin("read");
-    formats::MeshFile file = readMeshes(options.input, options.strict);
+    formats::MeshFile file = readMeshes(options.input, options.strict, progress);
     const MeshCounts before = countsOf(file.meshes);
     WeldOptions weld = options.weld;
     // the faces of STL files share no corners
@@ -106,14 +105,12 @@ std::string simplifyOne(const Options& options)
         for (Mesh* mesh : file.meshes) confirmSmoothNormals(*mesh);
     stage.reset();
     progress.begin("write");
-    finishMeshes(file.meshes, options.finish, options.output);
-    formats::writeMeshes(options.output, file.meshes, {options.ascii});
+    finishAndWrite(file.meshes, options.finish, options.output, progress);
     progress.end();
     if (options.isFrame)
         return formatted("%u faces ", countsOf(file.meshes).faces) +
                writtenText(filesOf(options), progress.totalSeconds());
     if (options.quiet) return {};
-    tellLeftOut(options.input, file);
     std::printf("input      %u vertices, %u faces\n", before.vertices, before.faces);
     tellSeparated(separated);
     tellWritten(options.output, file.meshes);
@@ -192,7 +189,6 @@ void addSimplifyCommand(CLI::App& app, Command& command)
     addMeshOutput(*simplify, options->output)->required();
     addDecimation(*simplify, options->decimation);
     addWelding(*simplify, options->weld);
-    addAscii(*simplify, options->ascii);
     addStrict(*simplify, options->strict);
     addUp(*simplify, options->finish.up);
     addMeshFinish(*simplify, options->finish);

@@ -8,6 +8,7 @@
 
 #include "arguments/SharedArguments.h"
 #include "arguments/Validators.h"
+#include "commands/MeshFinish.h"
 #include "files/MeshNotes.h"
 #include "formats/MeshFile.h"
 #include "sequence/FrameByFrame.h"
@@ -23,7 +24,7 @@ struct Options
     std::string output, folder;
     uint32 faces = 0;
     double radius = 1;
-    bool ascii = false;
+    MeshFinish finish;
     bool quiet = false;
 };
 
@@ -38,7 +39,8 @@ void runSphere(const Options& options)
     mesh.refPos() = sphere.getArrPos();
     mesh.refTrindexPos() = sphere.getArrTrindexPos();
     if (formats::holdsNormals(options.output)) mesh.recalculateNormals();
-    formats::writeMeshes(options.output, meshes, {options.ascii});
+    Progress progress(1, options.quiet);
+    finishAndWrite(meshes, options.finish, options.output, progress);
     if (!options.quiet) tellWritten(options.output, meshes);
 }
 
@@ -57,14 +59,14 @@ void addSphereCommand(CLI::App& app, Command& command)
     sphere->add_option("-r,--radius", options->radius, "Its radius")
         ->check(positiveNumber)
         ->option_text("NUMBER [1]");
-    addAscii(*sphere, options->ascii);
+    addMeshFinish(*sphere, options->finish);
     addQuiet(*sphere, options->quiet);
     sphere->footer("\nExamples:\n  tavrix sphere 500 -o ball.obj --radius 2.5");
     sphere->callback(
         [sphere, options, &command]
         {
             nameInFolder(*sphere, "sphere", options->output, options->folder);
-            refuseFormatOptions(*sphere, options->output);
+            checkMeshFinish(*sphere, options->output);
             options->quiet |= formats::isStandardOutput(options->output);
             command = {[options] { return runSphere(*options), 0; }, options->output, options->output};
         });

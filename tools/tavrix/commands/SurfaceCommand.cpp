@@ -36,7 +36,6 @@ void addFiles(CLI::App& surface, SurfaceOptions& options)
         ->check(anyFile(formats::particleExtensions()))
         ->option_text(" ");
     addMeshOutput(surface, options.output)->required();
-    addAscii(surface, options.asciiStl);
     addNormals(surface, options.surface.normals);
     addMeshFinish(surface, options.finish);
     addQuiet(surface, options.quiet);

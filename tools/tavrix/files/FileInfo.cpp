@@ -121,7 +121,8 @@ std::vector<AttributeRange> rangesOf(const ArrayOfPtr<Mesh>& meshes)
 
 MeshInfo inspectMesh(formats::FileKind kind, const std::string& path, bool isStrict)
 {
-    const formats::MeshFile file = readMeshes(path, isStrict);
+    Progress silent(1, true);  // the report tells it all
+    const formats::MeshFile file = readMeshes(path, isStrict, silent);
     MeshInfo info{};
     info.format = formatName(kind, path);
     info.report = file.report;

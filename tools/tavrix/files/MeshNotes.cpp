@@ -22,17 +22,13 @@ std::string leftOutText(const MeshReadingReport& report)
     return text;
 }
 
-void tellLeftOut(const std::string& path, const formats::MeshFile& file)
-{
-    if (!file.report.isWhole())
-        std::fprintf(stderr, "tavrix: %s: %s\n", path.c_str(), leftOutText(file.report).c_str());
-}
-
-formats::MeshFile readMeshes(const std::string& path, bool isStrict)
+formats::MeshFile readMeshes(const std::string& path, bool isStrict, Progress& progress)
 {
     formats::MeshFile file = formats::readMeshes(path);
-    if (isStrict && !file.report.isWhole())
-        throw Failure(path + ": " + leftOutText(file.report) + "; export it again, or leave out --strict");
+    if (file.report.isWhole()) return file;
+    const std::string text = path + ": " + leftOutText(file.report);
+    if (isStrict) throw Failure(text + "; export it again, or leave out --strict");
+    progress.note(text);
     return file;
 }
 

@@ -7,6 +7,7 @@
 #include <tavrix/mesh/MeshCavities.h>
 
 #include "formats/MeshFile.h"
+#include "run/Progress.h"
 
 namespace tavrix::tool
 {
@@ -15,11 +16,8 @@ namespace tavrix::tool
 /// nothing was.
 std::string leftOutText(const MeshReadingReport& report);
 
-/// Prints on standard error what was left out, if there is such.
-void tellLeftOut(const std::string& path, const formats::MeshFile& file);
-
-/// formats::readMeshes; with `isStrict` throws Failure when something was left out.
-formats::MeshFile readMeshes(const std::string& path, bool isStrict);
+/// formats::readMeshes, which notes what was left out; with `isStrict` it throws Failure instead.
+formats::MeshFile readMeshes(const std::string& path, bool isStrict, Progress& progress);
 
 struct MeshCounts
 {

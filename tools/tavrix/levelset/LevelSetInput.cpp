@@ -27,10 +27,9 @@ constexpr double overlap = 2;
 /// The meshes of the file as one, without normals and with one position a place.
 Mesh readSolid(const std::string& file, bool isStrict, Progress& progress)
 {
-    const formats::MeshFile content = readMeshes(file, isStrict);
+    const formats::MeshFile content = readMeshes(file, isStrict, progress);
     Mesh mesh = joinMeshes(content.meshes);
     const uint32 infinite = dropInfiniteFaces(mesh);
-    if (!content.report.isWhole()) progress.note(file + ": " + leftOutText(content.report));
     if (infinite > 0)
         progress.note(file + formatted(": %u faces have corners without finite coordinates and are left out",
                                        infinite));

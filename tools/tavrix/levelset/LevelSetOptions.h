@@ -34,7 +34,6 @@ struct LevelSetOptions : RunOptions
     bool fillCavities = false;
 
     bool normals = true;
-    bool asciiStl = false;
     bool strict = false;
     std::string preview;
     PreviewOptions picture;

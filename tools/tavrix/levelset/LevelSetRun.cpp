@@ -205,7 +205,7 @@ std::string reshapeOne(const LevelSetOptions& options)
 {
     confirmField(options);
     const uint32 threads = threadsFor(options.threads, options);
-    Progress progress(stageCount(options), options.quiet, options.label);
+    Progress progress(stageCount(options), options.quiet, options.label, options.bar());
     ArrayOfPtr<Mesh> meshes;
     meshes.push_back(new Mesh);
     Mesh& mesh = *meshes[0];
@@ -228,8 +228,7 @@ std::string reshapeOne(const LevelSetOptions& options)
     if (!options.output.empty())
     {
         progress.begin("write");
-        finishMeshes(meshes, options.finish, options.output);
-        formats::writeMeshes(options.output, meshes, {options.asciiStl});
+        finishAndWrite(meshes, options.finish, options.output, progress);
     }
     progress.end();
     if (options.isFrame)

@@ -33,11 +33,11 @@ bool errorIsTerminal()
 
 }  // namespace
 
-Progress::Progress(std::size_t stageCount, bool quiet, const std::string& label)
+Progress::Progress(std::size_t stageCount, bool quiet, const std::string& label, Bar bar)
     : _stageCount(stageCount),
       _label(label.empty() ? "" : label + ": "),
       _quiet(quiet),
-      _visible((!quiet || !label.empty()) && errorIsTerminal())
+      _visible(!quiet && bar == Bar::OnTerminals && errorIsTerminal())
 {
 }
 

@@ -10,6 +10,13 @@
 namespace tavrix::tool
 {
 
+/// Whether there is a bar.
+enum class Bar
+{
+    None,
+    OnTerminals
+};
+
 /// The stages of a command: shows a bar on a terminal (on standard error; nothing in a pipe or when quiet),
 /// with the part that is done of the stage where that is known, and keeps the seconds that each stage took.
 class Progress
@@ -21,9 +28,8 @@ public:
         double seconds;
     };
 
-    /// The label, such as a frame's number, stands before the name of the stage; with one there is a bar
-    /// though the rest is quiet.
-    Progress(std::size_t stageCount, bool quiet, const std::string& label = {});
+    /// The label, such as a frame's number, stands before the name of the stage.
+    Progress(std::size_t stageCount, bool quiet, const std::string& label = {}, Bar bar = Bar::OnTerminals);
     /// Takes the bar off the terminal.
     ~Progress();
 

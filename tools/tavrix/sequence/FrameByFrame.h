@@ -5,6 +5,7 @@
 
 #include "run/Failure.h"
 #include "run/Interrupt.h"
+#include "run/Progress.h"
 #include "sequence/SequenceRun.h"
 
 namespace tavrix::tool
@@ -19,7 +20,9 @@ struct RunOptions
     std::string folder;    ///< to be made for the output; empty: none
     bool quiet = false;
     bool isFrame = false;  ///< one of a sequence, for which others print
-    std::string label;     ///< of that frame, for the bar
+    std::string label;     ///< of that frame, for the bar; empty: there is to be none
+
+    Bar bar() const { return isFrame && label.empty() ? Bar::None : Bar::OnTerminals; }
 };
 
 /// Throws Failure when an output is an input, another output or a folder, or has no folder to be in; so does
@@ -51,7 +54,7 @@ Options forFrame(Options options, const FrameTask& task)
 {
     for (std::string* name : options.inputs()) *name = fillPattern(*name, task.digits);
     for (std::string* name : options.outputs()) *name = fillPattern(*name, task.digits);
-    options.isFrame = options.quiet = true;
+    options.isFrame = true;
     options.label = task.label;
     return options;
 }

@@ -55,20 +55,26 @@ std::string fillPattern(const std::string& pattern, const std::string& text)
     return filled;
 }
 
-std::vector<Frame> findFrames(const std::string& pattern, std::optional<uint64> first,
-                              std::optional<uint64> last)
+std::vector<Frame> framesNamed(const std::string& pattern)
 {
     const fs::path path = formats::pathOf(pattern);
     const fs::path folder = path.has_parent_path() ? path.parent_path() : fs::path(".");
     std::vector<Frame> frames = framesIn(folder, formats::utf8Of(path.filename()));
+    std::sort(frames.begin(), frames.end(),
+              [](const Frame& a, const Frame& b)
+              { return std::tie(a.number, a.digits) < std::tie(b.number, b.digits); });
+    return frames;
+}
+
+std::vector<Frame> findFrames(const std::string& pattern, std::optional<uint64> first,
+                              std::optional<uint64> last)
+{
+    std::vector<Frame> frames = framesNamed(pattern);
     if (frames.empty())
         throw Failure(pattern + ": no file has such a name with a number in place of {}; check the folder");
     std::erase_if(frames, [&](const Frame& frame)
                   { return frame.number < first.value_or(0) || frame.number > last.value_or(frame.number); });
     if (frames.empty()) throw Failure(pattern + ": no frame lies between --first and --last");
-    std::sort(frames.begin(), frames.end(),
-              [](const Frame& a, const Frame& b)
-              { return std::tie(a.number, a.digits) < std::tie(b.number, b.digits); });
     return frames;
 }
 

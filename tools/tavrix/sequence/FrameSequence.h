@@ -22,6 +22,9 @@ struct Frame
     uint64 number;
 };
 
+/// The frames for which there are files, by number; none where there are none.
+std::vector<Frame> framesNamed(const std::string& pattern);
+
 /// The frames for which there are files, by number, from `first` to `last` where those are given. Throws
 /// Failure when there are none.
 std::vector<Frame> findFrames(const std::string& pattern, std::optional<uint64> first,

@@ -11,6 +11,7 @@
 #include "run/Failure.h"
 #include "run/Interrupt.h"
 #include "run/Progress.h"
+#include "sequence/FrameCollection.h"
 #include "sequence/FrameRecord.h"
 
 namespace tavrix::tool
@@ -63,7 +64,8 @@ public:
         for (std::thread& worker : workers) worker.join();
         _bar.end();
         stopIfInterrupted();
-        if (!_options.quiet) printSummary(frames);
+        const std::string collection = collectFrames(patterns);
+        if (!_options.quiet) printSummary(frames, collection);
         return _failed == 0 ? 0 : 1;
     }
 
@@ -74,13 +76,14 @@ private:
         FrameRecord record;
     };
 
-    void printSummary(const std::vector<Frame>& frames) const
+    void printSummary(const std::vector<Frame>& frames, const std::string& collection) const
     {
         const uint32 failed = _failed;
         std::printf("frames     %zu written, %zu up to date, %u failed\n", _tasks.size() - failed,
                     frames.size() - _tasks.size(), failed);
         if (const std::string missing = missingNumbers(frames); !missing.empty())
             std::printf("missing    %s\n", missing.c_str());
+        if (!collection.empty()) std::printf("collection -> %s\n", collection.c_str());
     }
 
     void take(const Frame& frame)

@@ -215,8 +215,7 @@ FrameReport runFrame(const SurfaceOptions& options, Progress& progress)
              options.preview);
     }
     progress.begin("write");
-    finishMeshes(meshes, options.finish, options.output);
-    formats::writeMeshes(options.output, meshes, {options.asciiStl});
+    finishAndWrite(meshes, options.finish, options.output, progress);
     progress.end();
     return {std::move(report), particles.leftOut, mesh.getPosSize(), mesh.getFacesSize(),
             hasVelocities(attributes)};

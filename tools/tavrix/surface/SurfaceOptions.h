@@ -24,7 +24,6 @@ struct SurfaceOptions : RunOptions
     std::optional<Box3D> crop;            ///< of the particles
     ReconstructionSettings surface;
     MeshFinish finish;
-    bool asciiStl = false;
 
     std::string preview;  ///< empty: none
     bool previewParticles = false;

@@ -63,7 +63,7 @@ std::string frameText(const SurfaceOptions& options, const FrameReport& report, 
 
 std::string surfaceOne(const SurfaceOptions& options)
 {
-    Progress progress(stageCount(options), options.quiet, options.label);
+    Progress progress(stageCount(options), options.quiet, options.label, options.bar());
     const FrameReport report = runFrame(options, progress);
     if (options.isFrame) return frameText(options, report, progress.totalSeconds());
     warnOfInfinite(options, report);
