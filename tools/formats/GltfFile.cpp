@@ -68,7 +68,8 @@ std::string decoded(const std::string& uri)
 /// Whether a relative name stays in its folder.
 bool staysWithin(const std::string& name)
 {
-    if (name.find('\\') != name.npos || name.find(':') != name.npos || name.find('\0') != name.npos)
+    if (name.find('\\') != std::string::npos || name.find(':') != std::string::npos ||
+        name.find('\0') != std::string::npos)
         return false;
     const std::filesystem::path path = pathOf(name);
     if (name.empty() || path.has_root_path()) return false;
