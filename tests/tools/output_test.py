@@ -58,6 +58,9 @@ class Formats(OutputTest):
             text = self.surface("in.bin", "-o", "out.obj", "--radius", 0.03, "--min-neighbours", least)
             self.assertEqual(f"strays     {[0, 1, 3][least]} left out" in text, least > 0)
             self.assertEqual(self.info("out.obj")["parts"], parts)
+        self.write("spray.bin", particle_file([(n % 21, n // 21 % 21, n // 441) for n in range(9000)]))
+        limited = ("surface", "spray.bin", "-o", "no.obj", "--radius", 0.02, "--spacing", 0.001, "--memory", "64M")
+        self.assert_refused(self.run_program(*limited), 1, "particles are strays, which --min-neighbours 2", "try --spacing")
         result = self.run_program("surface", "in.bin", "-o", "no.obj", "--min-neighbours", 999)
         self.assert_refused(result, 1, "in.bin", "--min-neighbours")
 

@@ -29,12 +29,14 @@ void failTooWide(const Box3D& box, double reach, double spacing, const std::stri
 }
 
 /// The surface's share of the memory falls with the square of the spacing.
-void failTooLarge(double bytes, double granted, double spacing, const std::string& file)
+void failTooLarge(double bytes, double granted, double spacing, const std::string& file,
+                  const std::string& hint)
 {
     constexpr double gibi = 1 << 30;
     const double larger = spacing * std::sqrt(bytes / std::max(granted, 1e6)) * 1.05;
-    throw Failure(file + formatted(": takes %.3g GiB, %.3g GiB more than there are; try --spacing %.2g",
-                                   bytes / gibi, std::max(bytes - granted, 0.0) / gibi, larger));
+    throw Failure(file + formatted(": takes %.3g GiB, %.3g GiB more than there are; %stry --spacing %.2g",
+                                   bytes / gibi, std::max(bytes - granted, 0.0) / gibi, hint.c_str(),
+                                   larger));
 }
 
 }  // namespace tavrix::tool

@@ -16,7 +16,9 @@ std::string latticeText(double spacing, uint64 blocks);
 /// could, after the hint.
 [[noreturn]] void failTooWide(const Box3D& box, double reach, double spacing, const std::string& file,
                               const std::string& hint = {});
-/// Throws the Failure that the work takes more bytes than were granted; names a spacing that would fit.
-[[noreturn]] void failTooLarge(double bytes, double granted, double spacing, const std::string& file);
+/// Throws the Failure that the work takes more bytes than were granted; names a spacing that would fit, after
+/// the hint.
+[[noreturn]] void failTooLarge(double bytes, double granted, double spacing, const std::string& file,
+                               const std::string& hint = {});
 
 }  // namespace tavrix::tool

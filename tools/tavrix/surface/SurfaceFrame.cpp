@@ -4,6 +4,7 @@
 #include <variant>
 
 #include <tavrix/mesh/Mesh.h>
+#include <tavrix/particles/ParticleNeighbours.h>
 #include <tavrix/platform/Hardware.h>
 
 #include "commands/BlockMemory.h"
@@ -31,8 +32,23 @@ bool wantsNormals(const SurfaceOptions& options)
     return options.surface.normals && formats::holdsNormals(options.output);
 }
 
+/// What is to be said of strays where work is too much: each has a surface of its own, so that they are the
+/// reason where they are many beside the others.
+std::string strayHint(const ReconstructionReport& report, const Array<Vector3F>& positions)
+{
+    constexpr uint32 least = 2, partThatCounts = 20;
+    const ReconstructionSettings& settings = report.settings;
+    if (settings.leastNeighbours >= least) return {};
+    const uint32 strays = findStrays(positions, 2 * *settings.radius, least, settings.threadCount).size() -
+                          report.leftOut.size();
+    if (strays < report.particles / partThatCounts) return {};
+    return formatted("%u of its %u particles are strays, which --min-neighbours %u leaves out, or ", strays,
+                     report.particles, least);
+}
+
 /// Throws the Failure that says why there is no surface, and the way out.
-void confirmDone(const ReconstructionReport& report, const std::string& file)
+void confirmDone(const ReconstructionReport& report, const Array<Vector3F>& positions,
+                 const std::string& file)
 {
     const ReconstructionSettings& settings = report.settings;
     switch (report.status)
@@ -49,7 +65,8 @@ void confirmDone(const ReconstructionReport& report, const std::string& file)
             failTooWide(report.box, settings.reach(), *settings.spacing, file,
                         " --min-neighbours 1 leaves out what lies alone.");
         case ReconstructionStatus::TooLarge:
-            failTooLarge(report.bytes, static_cast<double>(*settings.memory), *settings.spacing, file);
+            failTooLarge(report.bytes, static_cast<double>(*settings.memory), *settings.spacing, file,
+                         strayHint(report, positions));
         case ReconstructionStatus::NoSurface:
             throw Failure(
                 file +
@@ -188,7 +205,7 @@ FrameReport runFrame(const SurfaceOptions& options, Progress& progress)
     Mesh& mesh = *meshes[0];
     ReconstructionReport report =
         reconstructSurface(particles.positions, mesh, settings, attributes, progressTo(progress));
-    confirmDone(report, options.input);
+    confirmDone(report, particles.positions, options.input);
     if (!options.preview.empty())
     {
         const StageScope stage(progress, "preview");
