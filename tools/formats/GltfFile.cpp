@@ -68,7 +68,8 @@ std::string decoded(const std::string& uri)
 /// Whether a relative name stays in its folder.
 bool staysWithin(const std::string& name)
 {
-    if (name.find('\\') != name.npos || name.find(':') != name.npos || name.find('\0') != name.npos)
+    if (name.find('\\') != std::string::npos || name.find(':') != std::string::npos ||
+        name.find('\0') != std::string::npos)
         return false;
     const std::filesystem::path path = pathOf(name);
     if (name.empty() || path.has_root_path()) return false;
@@ -97,7 +98,9 @@ GltfFile::GltfFile(const std::string& path)
 
 void GltfFile::parse(std::string_view text)
 {
-    _root = Json::parse(text, nullptr, false);
+    // what lies deeper means nothing here, and would take many times its characters
+    const auto isShallow = [](int depth, Json::parse_event_t, const Json&) { return depth < 64; };
+    _root = Json::parse(text, isShallow, false);
     if (!_root.is_object()) refuse("is cut off or damaged JSON; export it again");
 }
 

@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <limits>
 
 #include "formats/BlockWriter.h"
@@ -47,7 +48,7 @@ std::string headerOf(const JoinedStreams& streams)
            "\nproperty list uchar int vertex_indices\nend_header\n";
 }
 
-uint8 colorByte(float value) { return static_cast<uint8>(std::clamp(value, 0.0f, 1.0f) * 255 + 0.5f); }
+uint8 colorByte(float value) { return static_cast<uint8>(std::lround(std::clamp(value, 0.0f, 1.0f) * 255)); }
 
 void putVector(BlockWriter& out, const Vector3F& v)
 {

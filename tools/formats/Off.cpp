@@ -49,7 +49,7 @@ private:
         {
             if (_text.isAtEnd()) refuse("is cut off; write or copy it again");
             const std::string_view line = nextLine();
-            if (line.find_first_not_of(" \t\r\v\f") != line.npos) return line;
+            if (line.find_first_not_of(" \t\r\v\f") != std::string_view::npos) return line;
         }
     }
 
@@ -64,10 +64,10 @@ private:
         const std::string_view word = _text.word();
         if (!word.ends_with("OFF")) refuse("is no OFF file; export the mesh again");
         const std::string_view letters = word.substr(0, word.size() - 3);
-        if (letters.find_first_not_of("STCN") != letters.npos)
+        if (letters.find_first_not_of("STCN") != std::string_view::npos)
             refuse("has other than three dimensions; export it with three");
-        _hasNormals = letters.find('N') != letters.npos;
-        _hasColors = letters.find('C') != letters.npos;
+        _hasNormals = letters.find('N') != std::string_view::npos;
+        _hasColors = letters.find('C') != std::string_view::npos;
         skipComments();
         if (_text.rest().starts_with("BINARY")) refuse("is a binary OFF file; export it as text");
     }

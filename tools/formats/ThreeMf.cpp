@@ -91,7 +91,7 @@ private:
     /// The part that the package names as its model.
     std::string startPart() const
     {
-        const std::string usual = "3D/3dmodel.model";
+        std::string usual = "3D/3dmodel.model";
         if (!_package.has("_rels/.rels")) return usual;
         const auto relations = parse("_rels/.rels");
         for (const pugi::xml_node& relation : relations->document_element().children())

@@ -43,7 +43,7 @@ Zip::Zip(Bytes bytes, std::string path) : _bytes(std::move(bytes)), _path(std::m
     // a comment of up to 64 KiB may follow the end's record
     const std::size_t from = file.size() > endSize + 0xFFFF ? file.size() - endSize - 0xFFFF : 0;
     const std::size_t end = file.substr(from).rfind("PK\5\6");
-    if (end == file.npos || file.size() - from - end < endSize)
+    if (end == std::string_view::npos || file.size() - from - end < endSize)
         refuse("is no ZIP file, or one that is cut off; write or copy it again");
     const std::string_view record = file.substr(from + end);
     std::size_t place = longAt(record, 16);
