@@ -409,7 +409,8 @@ TEST_F(ParticleFileTest, NamesSayWhatColumnsAre)
     };
     for (const Case& expected : cases)
     {
-        const auto count = std::count(expected.header.begin(), expected.header.end(), ',');
+        const auto count =
+            static_cast<std::size_t>(std::count(expected.header.begin(), expected.header.end(), ','));
         const ParticleFile file =
             read("in.csv", expected.header + "\n" + "1,2,3,4,5,6,7"s.substr(0, 2 * count + 1) + "\n");
         EXPECT_EQ(file.positions, (Array<Vector3F>{{1, 2, 3}})) << expected.header;

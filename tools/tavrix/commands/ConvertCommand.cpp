@@ -8,6 +8,7 @@
 
 #include "arguments/SharedArguments.h"
 #include "arguments/Validators.h"
+#include "commands/MeshClip.h"
 #include "commands/MeshFinish.h"
 #include "commands/MeshWeld.h"
 #include "files/MeshNotes.h"
@@ -28,6 +29,7 @@ struct Options : RunOptions
 {
     std::string input, output;
     std::optional<double> weld;
+    MeshClip clip;
     MeshFinish finish;
     bool strict = false;
 
@@ -44,6 +46,7 @@ std::string convertOne(const Options& options)
     if (options.weld)
         separated =
             weldMeshes(file.meshes, {{*options.weld}}, formats::holdsNormals(options.output), options.input);
+    clipMeshes(file.meshes, options.clip, options.input, progress);
     progress.begin("write");
     finishAndWrite(file.meshes, options.finish, options.output, progress);
     progress.end();
@@ -83,6 +86,7 @@ void addConvertCommand(CLI::App& app, Command& command)
         ->option_text("NUMBER");
     addStrict(*convert, options->strict);
     addUp(*convert, options->finish.up);
+    addClip(*convert, options->clip);
     addMeshFinish(*convert, options->finish);
     addQuiet(*convert, options->quiet);
     addSequence(*convert, options->sequence);
@@ -105,6 +109,7 @@ void addConvertCommand(CLI::App& app, Command& command)
             checkFrames(*convert, filesOf(*options));
             refuseFormatOptions(*convert, options->output);
             checkMeshFinish(*convert, options->output);
+            checkClip(*convert, options->clip);
             options->quiet |= formats::isStandardOutput(options->output);
             command = {[options] { return runFrameByFrame(*options, settleNothing, convertOne); },
                        options->input, options->output};

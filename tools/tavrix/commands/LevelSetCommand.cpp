@@ -7,6 +7,7 @@
 
 #include "arguments/SharedArguments.h"
 #include "arguments/Validators.h"
+#include "commands/MeshClip.h"
 #include "commands/MeshFinish.h"
 #include "commands/ParticleCrop.h"
 #include "levelset/LevelSetRun.h"
@@ -28,6 +29,7 @@ void addFiles(CLI::App& levelset, LevelSetOptions& options)
     addMeshOutput(levelset, options.output, "Mesh file to write, needed without --save-field");
     addStrict(levelset, options.strict);
     addNormals(levelset, options.normals);
+    addClip(levelset, options.clip);
     addMeshFinish(levelset, options.finish);
     addCrop(levelset, options.crop);
     addQuiet(levelset, options.quiet);
@@ -139,12 +141,13 @@ void checkTogether(const CLI::App& levelset, const LevelSetOptions& options)
         refuseFormatOptions(levelset, options.output);
         checkMeshFinish(levelset, options.output);
     }
+    checkClip(levelset, options.clip);
     refuse(levelset, "--field-format", !isLoaded && options.saveField.empty(),
            "is for field files; name one with --save-field or --load-field");
     refuse(levelset, "--force", options.saveField.empty() && !isSequence(filesOf(options)),
            "is for field files that are there, and for sequences");
     for (const char* option : {"--ascii", "--digits", "--normals", "--no-normals", "--fill-cavities",
-                               "--scale", "--output-up", "--crease"})
+                               "--clip", "--scale", "--output-up", "--crease"})
         refuse(levelset, option, options.output.empty() && options.preview.empty(),
                "is for the mesh, and none is made; name one with --output");
 }

@@ -11,6 +11,7 @@
 
 #include "arguments/SharedArguments.h"
 #include "arguments/Validators.h"
+#include "commands/MeshClip.h"
 #include "commands/MeshFinish.h"
 #include "commands/MeshWeld.h"
 #include "commands/SmoothNormals.h"
@@ -33,6 +34,7 @@ struct Options : RunOptions
     std::string input, output;
     WeldOptions weld;
     DecimationSettings decimation;
+    MeshClip clip;
     MeshFinish finish;
     bool strict = false;
 
@@ -104,6 +106,7 @@ std::string simplifyOne(const Options& options)
     if (formats::holdsNormals(options.output))
         for (Mesh* mesh : file.meshes) confirmSmoothNormals(*mesh);
     stage.reset();
+    clipMeshes(file.meshes, options.clip, options.input, progress);
     progress.begin("write");
     finishAndWrite(file.meshes, options.finish, options.output, progress);
     progress.end();
@@ -167,6 +170,7 @@ void checkTogether(const CLI::App& simplify, const Options& options)
     checkFrames(simplify, filesOf(options));
     refuseFormatOptions(simplify, options.output);
     checkMeshFinish(simplify, options.output);
+    checkClip(simplify, options.clip);
 
     if (options.weld.tolerances.empty() && !options.decimates())
         throw CLI::ValidationError("simplify", "needs --faces, --ratio, --error or --tolerance");
@@ -191,6 +195,7 @@ void addSimplifyCommand(CLI::App& app, Command& command)
     addWelding(*simplify, options->weld);
     addStrict(*simplify, options->strict);
     addUp(*simplify, options->finish.up);
+    addClip(*simplify, options->clip);
     addMeshFinish(*simplify, options->finish);
     addQuiet(*simplify, options->quiet);
     addSequence(*simplify, options->sequence);

@@ -7,6 +7,7 @@
 
 #include "arguments/SharedArguments.h"
 #include "arguments/Validators.h"
+#include "commands/MeshClip.h"
 #include "commands/MeshFinish.h"
 #include "commands/ParticleCrop.h"
 #include "formats/FileKind.h"
@@ -37,6 +38,7 @@ void addFiles(CLI::App& surface, SurfaceOptions& options)
         ->option_text(" ");
     addMeshOutput(surface, options.output)->required();
     addNormals(surface, options.surface.normals);
+    addClip(surface, options.clip);
     addMeshFinish(surface, options.finish);
     addQuiet(surface, options.quiet);
 }
@@ -184,6 +186,7 @@ void checkTogether(const CLI::App& surface, const SurfaceOptions& options)
     refusePictureOptions(surface, !options.preview.empty());
     refuseFormatOptions(surface, options.output);
     checkMeshFinish(surface, options.output);
+    checkClip(surface, options.clip);
     refuse(surface, "--attribute", !formats::holdsAttributes(options.output),
            "has no effect on " + options.output + ", whose format holds none; .ply, .vtp and .glb do");
     const bool areBalls = options.surface.kernel == SurfaceKernel::Distance;

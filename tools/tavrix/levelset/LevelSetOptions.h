@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "commands/MeshClip.h"
 #include "commands/MeshFinish.h"
 #include "files/FieldFile.h"
 #include "preview/View.h"
@@ -26,6 +27,7 @@ struct LevelSetOptions : RunOptions
     bool isUnsigned = false;
 
     std::optional<Box3D> crop;  ///< of particles
+    MeshClip clip;
     MeshFinish finish;
 
     double offset = 0;  ///< outwards

@@ -122,7 +122,7 @@ void extract(const LevelSet& surface, Mesh& mesh, const LevelSetOptions& options
         progress.note(options.source() + ": its inside reaches the border of the grid and is closed there");
         confirmCapFits(surface, options.source());
     }
-    extractClosed(surface, mesh, threads, interrupted);
+    extractClosed(surface, mesh, threads, StageScope::poll);
     stopIfInterrupted();
     if (mesh.isEmpty())
         throw Failure(options.source() + ": there is no surface at this spacing; try a smaller --spacing");
@@ -169,8 +169,10 @@ std::string takeField(LevelSetSource& source, MadeMesh& made, const LevelSetOpti
     reshape(surface, options, threads, progress);
     if (wantsMesh(options))
     {
-        progress.begin("surface");
-        extract(surface, made.mesh, options, threads, progress);
+        {
+            const StageScope stage(progress, "surface");
+            extract(surface, made.mesh, options, threads, progress);
+        }
         if (options.fillCavities) made.filled = fillHollows(made.mesh, progress);
     }
     if (!options.saveField.empty())
@@ -220,6 +222,7 @@ std::string reshapeOne(const LevelSetOptions& options)
     else
         dropNormals(mesh);
     stopIfInterrupted();
+    clipMeshes(meshes, options.clip, options.source(), progress);
     if (!options.preview.empty())
     {
         const StageScope stage(progress, "preview");

@@ -62,15 +62,15 @@ LevelSetSource sampleInput(const LevelSetInput& input, const LevelSetOptions& op
                            Progress& progress)
 {
     const LevelSetPlan plan = planOver(input, options);
-    progress.begin("distances");
+    const StageScope stage(progress, "distances");
     LevelSetSource source{{}, input.summary};
     bool wasTurned = false;
     const uint32 exact =
         input.isMesh()
             ? sampleMesh(source.surface, input.mesh, plan,
                          options.isUnsigned ? TX_IMPLICIT_SURFACE_UNSIGNED : TX_IMPLICIT_SURFACE_SIGNED,
-                         threads, interrupted, &wasTurned)
-            : sampleParticles(source.surface, input.centers, input.radius, plan, threads, interrupted);
+                         threads, StageScope::poll, &wasTurned)
+            : sampleParticles(source.surface, input.centers, input.radius, plan, threads, StageScope::poll);
     stopIfInterrupted();
     if (wasTurned) progress.note(options.input + ": its faces look inwards and are turned around");
     source.summary += gridAndBandText(plan, exact);

@@ -4,8 +4,10 @@
 #include <atomic>
 #include <cmath>
 #include <limits>
+#include <thread>
+#include <vector>
 
-#include <tavrix/foundation/ParallelFor.h>
+#include <tavrix/foundation/ProgressCallback.h>
 #include <tavrix/platform/Hardware.h>
 
 #include "preview/Film.h"
@@ -13,7 +15,6 @@
 #include "preview/Sampling.h"
 #include "preview/Shapes.h"
 #include "preview/Studio.h"
-#include "run/Failure.h"
 #include "run/Interrupt.h"
 
 namespace tavrix::tool
@@ -271,24 +272,35 @@ Pixel Tracer<Shapes>::sampledPixel(uint32 x, uint32 y, const Sampling& sampling)
     return pixel;
 }
 
-/// Calls body(x, y) for all pixels. Workers take tiles as they come, for their work differs much.
+/// Calls body(x, y) for all pixels. Workers, of which the caller is one, take tiles as they come, for their
+/// work differs much; the caller tells how far they are.
 template <class Body>
 void forEachPixel(const PreviewOptions& options, uint32 threads, const Body& body)
 {
     constexpr uint32 side = 32;
     const uint32 columns = (options.width + side - 1) / side, rows = (options.height + side - 1) / side;
+    const uint32 tiles = columns * rows;
     std::atomic<uint32> next = 0;
-    parallelFor(threads, threads,
-                [&](uint32, uint64, uint64)
-                {
-                    for (uint32 tile = next++; tile < columns * rows && !interrupted(); tile = next++)
-                    {
-                        const uint32 left = tile % columns * side, top = tile / columns * side;
-                        for (uint32 y = top; y < std::min(top + side, options.height); ++y)
-                            for (uint32 x = left; x < std::min(left + side, options.width); ++x) body(x, y);
-                    }
-                });
-    if (interrupted()) throw Failure("interrupted");
+    const auto drawTiles = [&](const auto& tell)
+    {
+        for (uint32 tile = next++; tile < tiles && !interrupted(); tile = next++)
+        {
+            tell(tile);
+            const uint32 left = tile % columns * side, top = tile / columns * side;
+            for (uint32 y = top; y < std::min(top + side, options.height); ++y)
+                for (uint32 x = left; x < std::min(left + side, options.width); ++x) body(x, y);
+        }
+    };
+    std::vector<std::thread> helpers;
+    for (uint32 w = 1; w < threads; ++w) helpers.emplace_back([&] { drawTiles([](uint32) {}); });
+    drawTiles(
+        [&](uint32 tile)
+        {
+            ProgressScope::tell(static_cast<double>(tile) / tiles);
+            ProgressScope::poll();
+        });
+    for (std::thread& helper : helpers) helper.join();
+    stopIfInterrupted();
 }
 
 template <class Shapes>

@@ -206,6 +206,7 @@ FrameReport runFrame(const SurfaceOptions& options, Progress& progress)
     ReconstructionReport report =
         reconstructSurface(particles.positions, mesh, settings, attributes, progressTo(progress));
     confirmDone(report, particles.positions, options.input);
+    clipMeshes(meshes, options.clip, options.input, progress);
     if (!options.preview.empty())
     {
         const StageScope stage(progress, "preview");

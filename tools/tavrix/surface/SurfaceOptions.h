@@ -6,6 +6,7 @@
 
 #include <tavrix/reconstruction/ReconstructionSettings.h>
 
+#include "commands/MeshClip.h"
 #include "commands/MeshFinish.h"
 #include "preview/View.h"
 #include "sequence/FrameByFrame.h"
@@ -23,6 +24,7 @@ struct SurfaceOptions : RunOptions
     std::vector<std::string> attributes;  ///< to carry to the mesh besides velocities; "all": all of them
     std::optional<Box3D> crop;            ///< of the particles
     ReconstructionSettings surface;
+    MeshClip clip;
     MeshFinish finish;
 
     std::string preview;  ///< empty: none

@@ -152,13 +152,15 @@ bool lowerAll(const DistanceTarget<T>& target, const MeshFaces& mesh, const Arra
 {
     std::vector<Slab<T>> slabs = makeSlabs(target, reaches, threadCount, polling);
     if (polling.isStopped()) return false;
+    const LongStep step(polling, target.size[0]);
     return polledFor(polling, slabs.size(), static_cast<uint32>(slabs.size()),
                      [&](uint32, uint64 s, uint64)
                      {
                          while (!slabs[s].isDone())
                          {
+                             const uint32 before = slabs[s].nextPlane;
                              lowerSlab(target, mesh, reaches, slabs[s]);
-                             if (!polling.goOn()) return;
+                             if (!polling.goOn(slabs[s].nextPlane - before)) return;
                          }
                      });
 }
