@@ -194,7 +194,8 @@ TEST(MeshClipping, HalvesFitTogether)
                     for (const Vector3D& p : clipped->mesh.pos())
                         if (p[axis] == value) cuts[clipped == &above].insert({p.x, p.y, p.z});
                 }
-                EXPECT_TRUE(&mesh >= meshes + 2 || cuts[0] == cuts[1]);
+                EXPECT_TRUE(&mesh >= meshes + 2 || above.mesh.isEmpty() || below.mesh.isEmpty() ||
+                            cuts[0] == cuts[1]);
             }
 }
 
@@ -224,7 +225,7 @@ TEST(MeshClipping, ManyLoops)
     EXPECT_NEAR(signedVolume(clipped.mesh), volume, 1e-9);
     EXPECT_EQ(clipped.report.loops, 1600u);
     EXPECT_EQ(clipped.report.crossedCaps, 0u);
-    EXPECT_EQ(clipped.report.facesOfCaps, 400u * 2 * 8);
+    EXPECT_EQ(clipped.report.facesOfCaps, 400u * 2 * 16);
 }
 
 // The area of the caps' faces is that of the section, so they neither overlap nor turn over.
@@ -347,22 +348,23 @@ TEST(MeshClipping, WithinOutsideAndStopped)
 {
     Mesh mesh = makeTorus(64);
     mesh.createNormals(0.3);
+    mesh.getBox();
     const std::string record = recordOf(mesh);
     for (const ClipCut cut : {ClipCut::Open, ClipCut::Closed})
     {
-        EXPECT_EQ(recordOf(clip(mesh, mesh.getBox(), cut).mesh), record);
+        EXPECT_TRUE(recordOf(clip(mesh, mesh.getBox(), cut).mesh) == record);
         for (const Box3D& box : {half(0, 3.5, true), Box3D::empty(), Box3D{{0, 0, 0}, {std::nan(""), 1, 1}}})
         {
             const Clipped nothing = clip(mesh, box, cut);
             EXPECT_TRUE(nothing.mesh.isEmpty() && nothing.mesh.pos().empty() && nothing.mesh.nor().empty());
         }
     }
-    Mesh changed;
+    Mesh changed, whole = mesh;
     const auto run = [&](CancelCallback callback)
     {
         changed = mesh;
         return !clipMesh(changed, half(1, 0.1, true), ClipCut::Closed, callback).isStopped;
     };
-    const std::string whole = recordOf(mesh);
-    EXPECT_GT(test::stopAtPolls(20, run, [&] { EXPECT_EQ(recordOf(changed).size(), whole.size()); }), 4);
+    const auto isUnchanged = [&] { EXPECT_TRUE(recordOf(changed) == recordOf(whole)); };
+    EXPECT_GT(test::stopAtPolls(20, run, isUnchanged), 4);
 }

@@ -24,7 +24,7 @@ struct ClipReport
     uint32 facesOfCaps = 0;    ///< that were added to close the cuts
     uint32 loops = 0;          ///< around the caps, holes included
     uint32 openLoops = 0;      ///< chains of cut edges that end at borders of the mesh: nothing closes them
-    uint32 crossedCaps = 0;    ///< pieces of caps whose loops touch or cross: closed, but faces may overlap
+    uint32 crossedCaps = 0;    ///< pieces of caps whose loops cross: closed, with faces turned over
     uint32 unusableFaces = 0;  ///< dropped because a corner is not finite, which leaves borders
     bool isStopped = false;    ///< by the callback
 };

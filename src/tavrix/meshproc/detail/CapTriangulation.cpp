@@ -254,9 +254,10 @@ public:
         const auto isHigher = [&](uint32 a, uint32 b) { return _corners.isAbove(a, b); };
         const bool isMonotone = std::is_sorted(piece.begin(), top + 1, isLower) &&
                                 std::is_sorted(top, piece.end(), isHigher) && isCounterClockwise(piece);
-        if (isMonotone) return addMonotone(piece, static_cast<std::size_t>(top - piece.begin()));
-        ++_cap.crossedPieces;
-        addByEars(piece);
+        if (isMonotone)
+            addMonotone(piece, static_cast<std::size_t>(top - piece.begin()));
+        else
+            addByEars(piece);
     }
 
 private:
@@ -329,7 +330,13 @@ private:
         for (const uint32 corner : piece) points.push_back(_corners.points[corner]);
         Array<Index3> ears;
         clipEars(points, ears);
-        for (const Index3& ear : ears) addFace(piece[ear.a], piece[ear.b], piece[ear.c]);
+        bool turnsOver = false;
+        for (const Index3& ear : ears)
+        {
+            addFace(piece[ear.a], piece[ear.b], piece[ear.c]);
+            turnsOver = turnsOver || sideOf(points[ear.a], points[ear.b], points[ear.c]) < 0;
+        }
+        _cap.crossedPieces += turnsOver ? 1 : 0;
     }
 
     const Corners& _corners;

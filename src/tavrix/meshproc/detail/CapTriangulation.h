@@ -15,7 +15,7 @@ struct CapFaces
     /// Each corner is where the edge of that number starts.
     Array<Index3> faces;
     uint32 loops = 0;
-    /// Pieces between loops that touch or cross: they were closed, but faces may lie above each other.
+    /// Pieces between loops that cross: they were closed, but some of their faces are turned over.
     uint32 crossedPieces = 0;
 };
 
