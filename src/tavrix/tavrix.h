@@ -64,6 +64,7 @@
 #include <tavrix/mesh/PolygonTriangulation.h>
 #include <tavrix/mesh/SheetSeparation.h>
 
+#include <tavrix/meshproc/MeshClipping.h>
 #include <tavrix/meshproc/MeshDecimation.h>
 #include <tavrix/meshproc/MeshFairing.h>
 #include <tavrix/meshproc/Quadric.h>

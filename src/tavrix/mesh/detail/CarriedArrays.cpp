@@ -38,7 +38,8 @@ CarriedArrays::~CarriedArrays()
 bool CarriedArrays::has(MeshArrayInf::Flag kind) const { return !arraysOf(_mesh, kind).empty(); }
 
 bool CarriedArrays::gather(MeshArrayInf::Flag kind, uint32 count, std::span<const uint32> numbers,
-                           const std::function<bool()>& goOn)
+                           const std::function<bool()>& goOn,
+                           const std::function<void(ArrayHandle array, ArrayHandle fresh)>& change)
 {
     TX_ArrayServer& server = TX_ArrayServer::instance();
     bool isStopped = false;
@@ -49,7 +50,9 @@ bool CarriedArrays::gather(MeshArrayInf::Flag kind, uint32 count, std::span<cons
         if (count == 0 || size == 0 || size % count != 0) continue;
         const ArrayHandle fresh = server.gather(array, numbers, size / count, goOnUnlessStopped);
         if (isStopped) return false;
-        if (!fresh.isNone()) _changes.push_back({array, fresh});
+        if (fresh.isNone()) continue;
+        _changes.push_back({array, fresh});
+        if (change) change(array, fresh);
     }
     return true;
 }

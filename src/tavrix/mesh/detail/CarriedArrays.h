@@ -22,9 +22,11 @@ public:
     /// Whether there are any of the kind, PER_POSITION or PER_FACE.
     bool has(MeshArrayInf::Flag kind) const;
     /// Makes what becomes of those of the kind that hold a fixed number of elements for each of the `count`
-    /// old positions or faces; number n in the new order was `numbers[n]`. False when goOn() stopped it.
+    /// old positions or faces; number n in the new order was `numbers[n]`. Calls change(array, fresh), where
+    /// there is one, with each and what was made of it. False when goOn() stopped it.
     bool gather(MeshArrayInf::Flag kind, uint32 count, std::span<const uint32> numbers,
-                const std::function<bool()>& goOn);
+                const std::function<bool()>& goOn,
+                const std::function<void(ArrayHandle array, ArrayHandle fresh)>& change = {});
     /// Gives the mesh what was made.
     void finish();
 
