@@ -10,7 +10,7 @@ namespace tavrix
 struct ObjNumbers
 {
     int decimals = 6;  ///< from 0 to 17; others count as the nearest of these
-    bool areShortest = false;
+    bool areShortest = false;  ///< the shortest that read back as the same, whatever `decimals` says
 };
 
 /// How many different positions of the mesh would become equal to another one in a file of such numbers; 0
