@@ -76,7 +76,8 @@ private:
             if ((_codes.some >> n & 1) != 0 && !_cutMesh.cut(n, BoxSide(_box, n), _polling)) return false;
         _report.facesCut = _cutMesh.facesCut();
         _report.openLoops = _cutMesh.openChains();
-        for (uint32 n = 0; n < sideCount; ++n) addCap(n);
+        for (uint32 n = 0; n < sideCount; ++n)
+            if (!addCap(n)) return false;
         return gather() && handOver();
     }
 
@@ -137,13 +138,15 @@ private:
         return hasNormalTriples() ? _mesh.trindexNor()[face] : _mesh.trindexPos()[face];
     }
 
-    void addCap(uint32 sideNumber)
+    bool addCap(uint32 sideNumber)
     {
         const std::vector<RimEdge>& rim = _cutMesh.rim(sideNumber);
-        if (rim.empty()) return;
+        if (rim.empty()) return true;
         const BoxSide side(_box, sideNumber);
         const detail::RimPoints points = _cutMesh.rimPoints(rim, side);
-        const detail::CapFaces cap = detail::triangulateCap(rim, points, detail::linkRim(rim, points));
+        const detail::CapFaces cap =
+            detail::triangulateCap(rim, points, detail::linkRim(rim, points), _polling);
+        if (_polling.isStopped()) return false;
         const uint32 normal =
             _mesh.nor().size() + _cutMesh.madeNormals().size() + static_cast<uint32>(_capNormals.size());
         _capNormals.push_back(side.normal());
@@ -153,6 +156,7 @@ private:
         _report.loops += cap.loops;
         _report.crossedCaps += cap.crossedPieces;
         _report.facesOfCaps += cap.faces.size();
+        return _polling.goOn();
     }
 
     /// Lists the faces that are left, and numbers vertices and normals anew in the order of their old
