@@ -256,7 +256,9 @@ public:
 
     void add(std::vector<uint32>& piece)
     {
+        const std::size_t corners = piece.size();
         dropRepeated(piece);
+        if (piece.size() != corners || corners < 3) _cap.isPlain = false;
         if (piece.size() < 3) return;
         const auto isLower = [&](uint32 a, uint32 b) { return _corners.isAbove(b, a); };
         std::rotate(piece.begin(), std::min_element(piece.begin(), piece.end(), isLower), piece.end());
@@ -291,7 +293,10 @@ private:
     void addFace(uint32 a, uint32 b, uint32 c)
     {
         const uint32 i = vertex(a), j = vertex(b), k = vertex(c);
-        if (i != j && j != k && k != i) _cap.faces.push_back({a, b, c});
+        if (i != j && j != k && k != i)
+            _cap.faces.push_back({a, b, c});
+        else
+            _cap.isPlain = false;
     }
 
     /// The corners up to `top` are the right chain; the others come down the left one.
@@ -340,6 +345,7 @@ private:
         for (const uint32 corner : piece) points.push_back(_corners.points[corner]);
         Array<Index3> ears;
         clipEars(points, ears);
+        _cap.isPlain = false;
         bool turnsOver = false;
         for (const Index3& ear : ears)
         {

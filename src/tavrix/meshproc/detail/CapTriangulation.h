@@ -18,6 +18,9 @@ struct CapFaces
     uint32 loops = 0;
     /// Pieces between loops that cross: they were closed, but some of their faces are turned over.
     uint32 crossedPieces = 0;
+    /// Whether all pieces were monotone, as they are unless loops touch or cross. Else faces may come
+    /// together at an edge or a vertex more than once.
+    bool isPlain = true;
 };
 
 /// Triangulates the areas on the left of the loops of a rim, holes and islands in them included, whatever
