@@ -233,7 +233,7 @@ TEST(MeshClipping, CapsLieFlat)
 {
     std::mt19937 random(7);
     const Mesh mesh = makeTorus(96);
-    for (int n = 0; n < 20; ++n)
+    for (uint32 n = 0; n < 20; ++n)
     {
         const double value = static_cast<double>(random() % 1000) / 1000 * 2.8;
         const Clipped clipped = clip(mesh, half(n % 2, value, n % 4 < 2));

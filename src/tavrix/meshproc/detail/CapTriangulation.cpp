@@ -342,6 +342,7 @@ private:
     void addByEars(const std::vector<uint32>& piece)
     {
         std::vector<Vector2D> points;
+        points.reserve(piece.size());
         for (const uint32 corner : piece) points.push_back(_corners.points[corner]);
         Array<Index3> ears;
         clipEars(points, ears);
