@@ -24,8 +24,8 @@ using namespace tavrix;
 namespace
 {
 
-constexpr double far = 100;
-const Box3D everything{{-far, -far, -far}, {far, far, far}};
+constexpr double reach = 100;
+const Box3D everything{{-reach, -reach, -reach}, {reach, reach, reach}};
 
 /// All that lies on one side of a plane.
 Box3D half(uint32 axis, double value, bool isAbove)
@@ -144,16 +144,16 @@ TEST(MeshClipping, SolidsOfClosedForm)
     const Case cases[] = {
         {"two discs", makeTorus(128), half(0, 0, true), halfTorus, 2e-2, 2, 2},
         {"a ring", makeTorus(128), half(2, 0, true), halfTorus, 2e-2, 2, 0},
-        {"a quarter", makeTorus(128), {{0, 0, -far}, {far, far, far}}, halfTorus / 2, 2e-2, 2, 2},
-        {"an eighth", makeTorus(128), {{0, 0, 0}, {far, far, far}}, halfTorus / 4, 2e-2, 3, 2},
+        {"a quarter", makeTorus(128), {{0, 0, -reach}, {reach, reach, reach}}, halfTorus / 2, 2e-2, 2, 2},
+        {"an eighth", makeTorus(128), {{0, 0, 0}, {reach, reach, reach}}, halfTorus / 4, 2e-2, 3, 2},
         {"the box itself", makeCube(5, 3), {{-1, -2, -3}, {1, 2, 3}}, 48, 0, 6, 2},
         {"a box's corner", makeCube(1, 3), {{0.1, 0.2, 0.3}, {2, 2, 2}}, 0.9 * 0.8 * 0.7, 1e-15, 3, 2},
         {"a hole in the cap", shell, half(0, 0.3, true), 1.7 * 16 - 0.7 * 4, 1e-13, 2, 2},
         {"the hollow within", makeCube(5) + turned(makeCube(1)), makeCube(2).getBox(), 64 - 8, 0, 6, 4},
-        {"through vertices and edges", makeCube(2, 4), {{-1, -1, 0}, {far, 1, far}}, 3 * 2 * 2, 0, 4, 2},
+        {"through vertices and edges", makeCube(2, 4), {{-1, -1, 0}, {reach, 1, reach}}, 3 * 2 * 2, 0, 4, 2},
         {"a touching side stays", makeCube(1), {{-1, -1, -1}, {1, 1, 0.5}}, 6, 1e-15, 1, 2},
         {"touched from outside", makeCube(1), half(0, 1, true), 0, 0, 0, 0},
-        {"touched along an edge", makeCube(1), {{1, 1, -far}, {far, far, far}}, 0, 0, 0, 0},
+        {"touched along an edge", makeCube(1), {{1, 1, -reach}, {reach, reach, reach}}, 0, 0, 0, 0},
         {"inside out", turned(makeCube(2)), makeCube(1).getBox(), -8, 0, 6, 2},
         {"nothing", makeCube(1), {{0, 0, 0}, {0, 1, 1}}, 0, 0, 0, 0},
     };
@@ -213,7 +213,7 @@ TEST(MeshClipping, ManyLoops)
             mesh.addMesh(ring % 2 == 0 ? cube : turned(cube));
         }
     }
-    const Box3D box{{-far, -far, 0.1}, {far, far, far}};
+    const Box3D box{{-reach, -reach, 0.1}, {reach, reach, reach}};
     const Clipped clipped = clip(mesh, box);
     expectSolid(clipped, box);
     double volume = 0;
@@ -233,7 +233,7 @@ TEST(MeshClipping, CapsLieFlat)
 {
     std::mt19937 random(7);
     const Mesh mesh = makeTorus(96);
-    for (int n = 0; n < 20; ++n)
+    for (uint32 n = 0; n < 20; ++n)
     {
         const double value = static_cast<double>(random() % 1000) / 1000 * 2.8;
         const Clipped clipped = clip(mesh, half(n % 2, value, n % 4 < 2));
@@ -280,7 +280,7 @@ TEST(MeshClipping, ValuesFollow)
     }
     for (uint32 f = 0; f < mesh.getFacesSize(); ++f) faces.push_back(f);
 
-    const Box3D box{{0.05, -far, -0.5}, {far, 1.7, 0.4}};
+    const Box3D box{{0.05, -reach, -0.5}, {reach, 1.7, 0.4}};
     const Clipped clipped = clip(mesh, box);
     expectSolid(clipped, box);
     const Mesh& made = clipped.mesh;
@@ -291,8 +291,8 @@ TEST(MeshClipping, ValuesFollow)
         const Vector3D& p = made.pos()[n];
         EXPECT_LE(length((*made.findArray<Vector3F>("UV_MAP_0"))[n] - linear(p)), 1e-6);
         EXPECT_NEAR((*made.findArray<float>("Weights"))[2 * n + 1], 2 * p.z, 1e-6);
-        const Vector3D& near = mesh.pos()[(*made.findArray<uint32>("Own"))[n]];
-        EXPECT_LE(length(near - p), 1) << "the nearer end of an edge, or near that";
+        const Vector3D& source = mesh.pos()[(*made.findArray<uint32>("Own"))[n]];
+        EXPECT_LE(length(source - p), 1) << "the nearer end of an edge, or near that";
     }
     const uint32 caps = made.getFacesSize() - clipped.report.facesOfCaps;
     ASSERT_EQ(made.trindexNor().size(), made.getFacesSize());
@@ -319,7 +319,7 @@ TEST(MeshClipping, ValuesFollow)
 TEST(MeshClipping, OpenSurfaces)
 {
     const Mesh torus = makeTorus(24);
-    const Box3D box{{0.05, -far, -0.5}, {far, 1.7, 0.4}};
+    const Box3D box{{0.05, -reach, -0.5}, {reach, 1.7, 0.4}};
     const Clipped open = clip(torus, box, ClipCut::Open), closed = clip(torus, box);
     EXPECT_EQ(open.mesh.getFacesSize() + closed.report.facesOfCaps, closed.mesh.getFacesSize());
     EXPECT_GT(computeTopology(open.mesh).boundaryEdgeCount, 0u);

@@ -1,7 +1,7 @@
 #include <tavrix/meshproc/MeshClipping.h>
 
 #include <algorithm>
-#include <bit>
+#include <array>
 #include <vector>
 
 #include <tavrix/foundation/Color4.h>
@@ -76,7 +76,8 @@ private:
             if ((_codes.some >> n & 1) != 0 && !_cutMesh.cut(n, BoxSide(_box, n), _polling)) return false;
         _report.facesCut = _cutMesh.facesCut();
         _report.openLoops = _cutMesh.openChains();
-        for (uint32 n = 0; n < sideCount; ++n) addCap(n);
+        for (uint32 n = 0; n < sideCount; ++n)
+            if (!addCap(n)) return false;
         return gather() && handOver();
     }
 
@@ -137,22 +138,26 @@ private:
         return hasNormalTriples() ? _mesh.trindexNor()[face] : _mesh.trindexPos()[face];
     }
 
-    void addCap(uint32 sideNumber)
+    bool addCap(uint32 sideNumber)
     {
         const std::vector<RimEdge>& rim = _cutMesh.rim(sideNumber);
-        if (rim.empty()) return;
+        if (rim.empty()) return true;
         const BoxSide side(_box, sideNumber);
         const detail::RimPoints points = _cutMesh.rimPoints(rim, side);
-        const detail::CapFaces cap = detail::triangulateCap(rim, points, detail::linkRim(rim, points));
+        const detail::CapFaces cap =
+            detail::triangulateCap(rim, points, detail::linkRim(rim, points), _polling);
+        if (_polling.isStopped()) return false;
         const uint32 normal =
             _mesh.nor().size() + _cutMesh.madeNormals().size() + static_cast<uint32>(_capNormals.size());
         _capNormals.push_back(side.normal());
         for (const Index3& t : cap.faces)
             _caps.push_back(
                 {{rim[t.a].from, rim[t.b].from, rim[t.c].from}, {normal, normal, normal}, rim[t.a].source});
+        _isPlain[sideNumber] = cap.isPlain;
         _report.loops += cap.loops;
         _report.crossedCaps += cap.crossedPieces;
         _report.facesOfCaps += cap.faces.size();
+        return _polling.goOn();
     }
 
     /// Lists the faces that are left, and numbers vertices and normals anew in the order of their old
@@ -308,7 +313,7 @@ private:
     }
 
     /// Where sheets that a cut brought together may touch: vertices that lay on a side before, those that
-    /// rims visit again, and the ends of edges that caps use again.
+    /// rims visit again or that caps touch which are not plain, and the ends of edges that caps use again.
     Array<uint32> touchingVertices() const
     {
         const uint32 before = _mesh.getPosSize();
@@ -320,7 +325,8 @@ private:
             for (const RimEdge& edge : _cutMesh.rim(n)) starts.push_back(edge.from);
             std::sort(starts.begin(), starts.end());
             for (std::size_t k = 0; k < starts.size(); ++k)
-                if (starts[k] < before || (k > 0 && starts[k] == starts[k - 1])) found.push_back(starts[k]);
+                if (!_isPlain[n] || starts[k] < before || (k > 0 && starts[k] == starts[k - 1]))
+                    found.push_back(starts[k]);
         }
         for (const CutFace& face : _caps)
             for (uint32 c = 0; c < 3; ++c)
@@ -355,8 +361,9 @@ private:
     detail::CutMesh _cutMesh;
     Array<CutFace> _caps;
     std::vector<Vector3F> _capNormals;
-    Array<Index3> _faces, _normalTriples;  ///< what is left, from here on
-    Array<uint32> _sources, _vertices;     ///< the numbers that its faces and vertices had
+    std::array<bool, sideCount> _isPlain{};  ///< as CapFaces has it
+    Array<Index3> _faces, _normalTriples;    ///< what is left, from here on
+    Array<uint32> _sources, _vertices;       ///< the numbers that its faces and vertices had
     Array<Vector3D> _positions;
     Array<Vector3F> _normals;
 };

@@ -38,6 +38,9 @@ struct Corners
     int side(uint32 a, uint32 b, uint32 c) const { return sideOf(points[a], points[b], points[c]); }
 };
 
+/// Corners that a sweep or a triangulation gets through in some milliseconds.
+constexpr uint64 sweepSteps = 1U << 14;
+
 struct Diagonal
 {
     uint32 a, b;
@@ -56,9 +59,14 @@ public:
     {
     }
 
-    std::vector<Diagonal> run()
+    std::vector<Diagonal> run(Polling& polling)
     {
-        for (const uint32 corner : _corners.order) visit(corner);
+        PollCounter counter(polling, sweepSteps);
+        for (const uint32 corner : _corners.order)
+        {
+            visit(corner);
+            if (!counter.add(1)) break;
+        }
         return std::move(_diagonals);
     }
 
@@ -178,8 +186,9 @@ public:
 
     /// Calls visit(corners) for every piece, in the order of their first half-edges.
     template <class Visit>
-    void forEach(Visit visit) const
+    void forEach(Polling& polling, Visit visit) const
     {
+        PollCounter counter(polling, sweepSteps);
         std::vector<bool> isVisited(_next.size(), false);
         std::vector<uint32> piece;
         for (uint32 first = 0; first < _next.size(); ++first)
@@ -191,6 +200,7 @@ public:
                 isVisited[half] = true;
                 piece.push_back(_origins[half]);
             }
+            if (!counter.add(piece.size())) return;
             visit(piece);
         }
     }
@@ -246,7 +256,9 @@ public:
 
     void add(std::vector<uint32>& piece)
     {
+        const std::size_t corners = piece.size();
         dropRepeated(piece);
+        if (piece.size() != corners || corners < 3) _cap.isPlain = false;
         if (piece.size() < 3) return;
         const auto isLower = [&](uint32 a, uint32 b) { return _corners.isAbove(b, a); };
         std::rotate(piece.begin(), std::min_element(piece.begin(), piece.end(), isLower), piece.end());
@@ -281,7 +293,10 @@ private:
     void addFace(uint32 a, uint32 b, uint32 c)
     {
         const uint32 i = vertex(a), j = vertex(b), k = vertex(c);
-        if (i != j && j != k && k != i) _cap.faces.push_back({a, b, c});
+        if (i != j && j != k && k != i)
+            _cap.faces.push_back({a, b, c});
+        else
+            _cap.isPlain = false;
     }
 
     /// The corners up to `top` are the right chain; the others come down the left one.
@@ -327,9 +342,11 @@ private:
     void addByEars(const std::vector<uint32>& piece)
     {
         std::vector<Vector2D> points;
+        points.reserve(piece.size());
         for (const uint32 corner : piece) points.push_back(_corners.points[corner]);
         Array<Index3> ears;
         clipEars(points, ears);
+        _cap.isPlain = false;
         bool turnsOver = false;
         for (const Index3& ear : ears)
         {
@@ -371,7 +388,7 @@ double areaOf(const RimPoints& points)
 }  // namespace
 
 CapFaces triangulateCap(const std::vector<RimEdge>& edges, const RimPoints& points,
-                        const std::vector<uint32>& next)
+                        const std::vector<uint32>& next, Polling& polling)
 {
     CapFaces cap;
     cap.loops = countLoops(next);
@@ -379,9 +396,10 @@ CapFaces triangulateCap(const std::vector<RimEdge>& edges, const RimPoints& poin
     if (areaOf(points) < 0)  // of a solid inside out: seen in a mirror it is like others
         for (Vector2D& p : places) p.x = -p.x;
     const Corners corners(places, next);
-    const Pieces pieces(corners, Sweep(corners).run());
+    const Pieces pieces(corners, Sweep(corners).run(polling));
     PieceTriangulation triangulation(corners, edges, cap);
-    pieces.forEach([&](std::vector<uint32>& piece) { triangulation.add(piece); });
+    if (polling.isStopped()) return cap;
+    pieces.forEach(polling, [&](std::vector<uint32>& piece) { triangulation.add(piece); });
     return cap;
 }
 

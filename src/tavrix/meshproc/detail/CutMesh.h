@@ -1,7 +1,7 @@
 #pragma once
 
 #include <array>
-#include <compare>
+#include <tuple>
 #include <vector>
 
 #include <tavrix/foundation/Array.h>
@@ -66,7 +66,10 @@ private:
     struct Crossing
     {
         uint32 low, high, lowNormal, highNormal;
-        auto operator<=>(const Crossing&) const = default;
+
+        auto key() const { return std::tuple(low, high, lowNormal, highNormal); }
+        bool operator<(const Crossing& other) const { return key() < other.key(); }
+        bool operator==(const Crossing& other) const { return key() == other.key(); }
     };
     /// The edge of a face that lies on a side.
     struct SeamEdge
@@ -75,7 +78,9 @@ private:
         bool isDropped;
         uint32 source;
         int32 direction;  ///< 1 when the face runs along it from low to high, else -1
-        auto operator<=>(const SeamEdge&) const = default;
+
+        auto key() const { return std::tuple(low, high, isDropped, source, direction); }
+        bool operator<(const SeamEdge& other) const { return key() < other.key(); }
     };
     struct Rim
     {
