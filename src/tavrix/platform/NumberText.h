@@ -31,8 +31,10 @@ inline constexpr std::size_t maxFixed6Length = 317;
 TX_GEOMETRY_API char* printFixed6(char* out, double value) noexcept;
 
 /// The most characters that printFixed writes, and the most decimals.
+/// @{
 inline constexpr std::size_t maxFixedLength = 328;
 inline constexpr int maxFixedDecimals = 17;
+/// @}
 
 /// The same with another number of decimals; one outside [0, 17] counts as the nearest limit. `out` has room
 /// for maxFixedLength characters.
