@@ -62,6 +62,8 @@ set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SHLIBDEPS OFF)
 set(CPACK_DEBIAN_PROGRAM_PACKAGE_SECTION graphics)
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_SECTION libs)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
+# First the summary of each package; CPack would put the project's, were there one, above it.
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "")
 set(CPACK_DEBIAN_PROGRAM_DESCRIPTION "surfaces of particles, and meshes, from the command line
 Makes closed meshes around the particles of fluid simulations, whole sequences of
 them, grows, shrinks and hollows solids, converts, simplifies, inspects and
