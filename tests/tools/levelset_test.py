@@ -1,17 +1,15 @@
 """Tests of `tavrix levelset` from outside: solids in, other solids, fields, messages and exit status out."""
 
 import os
-import pathlib
 import signal
 import struct
 import subprocess
-import time
 import unittest
 from math import inf, nan, pi
 
 from mesh_file import CUBE_FACES, CUBE_POINTS, binary_stl, obj_file
 from particle_file import block, particle_file
-from program import PROGRAM, ProgramTest, address_space, limit_file_size, on_linux
+from program import PROGRAM, ProgramTest, address_space, limit_file_size, on_linux, wait_until_caught
 
 SPACING = 1 / 16  # of which the sides of the cube are whole multiples
 INWARDS = [(a, c, b) for a, b, c in CUBE_FACES]
@@ -200,9 +198,7 @@ class Fields(LevelSetTest):
         command = [PROGRAM, "levelset", "cube.stl", "--spacing", "0.012", "--offset", "0.5", "-o", "out.obj",
                    "--save-field", "new.field"]
         process = subprocess.Popen(command, cwd=self.folder, stderr=subprocess.PIPE, encoding="utf-8")
-        status = pathlib.Path("/proc", str(process.pid), "status")
-        while not int(status.read_text().split("SigCgt:")[1].split()[0], 16) & 1 << signal.SIGINT - 1:
-            time.sleep(0.001)
+        wait_until_caught(process, signal.SIGINT)
         process.send_signal(signal.SIGINT)
         _, errors = process.communicate(timeout=60)
         self.assertEqual((process.returncode, errors), (-signal.SIGINT, "tavrix: interrupted\n"))

@@ -7,6 +7,7 @@ import signal
 import subprocess
 import sys
 import tempfile
+import time
 import unittest
 
 PROGRAM = pathlib.Path(sys.argv[1]).resolve()
@@ -104,6 +105,13 @@ class ProgramTest(unittest.TestCase):
             with self.subTest(arguments):
                 self.assert_refused(self.run_program(*command.split(), *arguments.split(), **options), status, *words)
                 self.assertEqual(self.state(), before)
+
+
+def wait_until_caught(process, number):
+    """Until the process catches the signal, as it does once it works."""
+    status = pathlib.Path("/proc", str(process.pid), "status")
+    while not int(status.read_text().split("SigCgt:")[1].split()[0], 16) & 1 << number - 1:
+        time.sleep(0.001)
 
 
 def address_space(limit):

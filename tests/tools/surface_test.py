@@ -3,12 +3,11 @@
 import os
 import signal
 import subprocess
-import time
 import unittest
 from math import inf, nan, pi, sqrt
 
 from particle_file import block, particle_file
-from program import PROGRAM, ProgramTest, address_space, on_linux, run
+from program import PROGRAM, ProgramTest, address_space, on_linux, run, wait_until_caught
 
 try:
     import resource
@@ -196,7 +195,7 @@ class Manners(SurfaceTest):
         for number in (signal.SIGINT, signal.SIGTERM, signal.SIGHUP):
             command = [PROGRAM, "surface", "in.bin", "-o", "out.obj", "--spacing", "0.004"]
             program = subprocess.Popen(command, cwd=self.folder, stderr=subprocess.PIPE)
-            time.sleep(0.2)
+            wait_until_caught(program, number)
             program.send_signal(number)
             self.assertEqual(program.communicate()[1], b"tavrix: interrupted\n")
             self.assertEqual(program.returncode, -number)

@@ -92,16 +92,16 @@ std::string zshEscaped(const std::string& text)
 std::string zshCommand(const CLI::App& command)
 {
     std::string text = "        " + command.get_name() + ")\n            _arguments -s";
+    const auto add = [&text](const std::string& specification)
+    { text.append(" \\\n                ").append(inQuotes(specification)); };
     for (const OptionFacts& facts : factsOf(command))
     {
-        if (!facts.positional.empty()) text += " \\\n                " + inQuotes("*" + zshValue(facts));
-        const std::string note = "[" + zshEscaped(brief(facts.description)) + "]";
-        for (const std::string& name : facts.shortNames)
-            text += " \\\n                " +
-                    inQuotes("*-" + name + note + (facts.takesValue ? zshValue(facts) : ""));
+        if (!facts.positional.empty()) add("*" + zshValue(facts));
+        std::string note = "[" + zshEscaped(brief(facts.description)) + "]";
+        if (facts.takesValue) note += zshValue(facts);
+        for (const std::string& name : facts.shortNames) add(std::string("*-").append(name).append(note));
         for (const std::string& name : facts.longNames)
-            text += " \\\n                " + inQuotes("*--" + name + (facts.takesValue ? "=" : "") + note +
-                                                       (facts.takesValue ? zshValue(facts) : ""));
+            add(std::string("*--").append(name).append(facts.takesValue ? "=" : "").append(note));
     }
     return text + "\n            ;;\n";
 }

@@ -34,7 +34,7 @@ std::string collectFrames(const FrameFiles& patterns)
     for (const Frame& frame : framesNamed(pattern))
         frames.push_back({fillPattern(pattern, frame.digits), static_cast<double>(frame.number)});
     if (frames.empty()) return {};
-    const std::string name = collectionName(pattern);
+    std::string name = collectionName(pattern);
     formats::writeCollection(name, frames);
     return name;
 }

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <atomic>
 #include <chrono>
+#include <cmath>
 #include <cstdio>
 #include <mutex>
 #include <new>
@@ -23,6 +24,7 @@ namespace
 std::vector<std::string> filled(const std::vector<std::string>& patterns, const std::string& digits)
 {
     std::vector<std::string> names;
+    names.reserve(patterns.size());
     for (const std::string& pattern : patterns) names.push_back(fillPattern(pattern, digits));
     return names;
 }
@@ -31,7 +33,7 @@ std::vector<std::string> filled(const std::vector<std::string>& patterns, const 
 std::string durationText(double seconds)
 {
     if (seconds < 60) return "under a minute";
-    const auto minutes = static_cast<uint64>(seconds / 60 + 0.5);
+    const auto minutes = static_cast<uint64>(std::llround(seconds / 60));
     if (minutes < 60) return std::to_string(minutes) + " min";
     return std::to_string(minutes / 60) + " h " + std::to_string(minutes % 60) + " min";
 }
