@@ -9,7 +9,7 @@ namespace tavrix
 /// as the same number, in double precision for positions.
 struct ObjNumbers
 {
-    int decimals = 6;  ///< from 0 to 17; others count as the nearest of these
+    int decimals = 6;          ///< from 0 to 17; others count as the nearest of these
     bool areShortest = false;  ///< the shortest that read back as the same, whatever `decimals` says
 };
 

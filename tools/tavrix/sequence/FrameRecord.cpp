@@ -1,5 +1,6 @@
 #include "sequence/FrameRecord.h"
 
+#include <chrono>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -26,7 +27,9 @@ std::string changeOf(const std::string& name)
 {
     std::error_code error;
     const auto time = fs::last_write_time(formats::pathOf(name), error);
-    return error ? "never" : std::to_string(time.time_since_epoch().count());
+    using std::chrono::nanoseconds;
+    return error ? "never"
+                 : std::to_string(std::chrono::duration_cast<nanoseconds>(time.time_since_epoch()).count());
 }
 
 /// Without its folder, so that records hold wherever the program is run.
