@@ -16,7 +16,7 @@ std::string escaped(const std::string& text)
         if (c == '&' || c == '<' || c == '"')
             xml += c == '&' ? "&amp;" : c == '<' ? "&lt;" : "&quot;";
         else
-            xml += c >= 0 && c < ' ' ? ' ' : c;
+            xml += static_cast<unsigned char>(c) < ' ' ? ' ' : c;
     return xml;
 }
 
