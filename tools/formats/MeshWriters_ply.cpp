@@ -17,7 +17,7 @@ std::string propertyName(const std::string& name)
 {
     std::string word = name.empty() ? "attribute" : name;
     for (char& c : word)
-        if (c >= 0 && c <= ' ') c = '_';
+        if (static_cast<unsigned char>(c) <= ' ') c = '_';
     return word;
 }
 
