@@ -7,23 +7,13 @@
 #include "formats/BlockWriter.h"
 #include "formats/FileName.h"
 #include "formats/OutputFile.h"
+#include "formats/XmlText.h"
 
 namespace tavrix::formats
 {
 
 namespace
 {
-
-std::string escaped(const std::string& text)
-{
-    std::string xml;
-    for (const char c : text)
-        if (c == '&' || c == '<' || c == '"')
-            xml += c == '&' ? "&amp;" : c == '<' ? "&lt;" : "&quot;";
-        else
-            xml += c;
-    return xml;
-}
 
 /// The name of a file as seen from the collection, with slashes.
 std::string nameFrom(const std::string& collection, const std::string& file)
@@ -50,7 +40,7 @@ void writeCollection(const std::string& path, const std::vector<CollectionFrame>
         "byte_order=\"LittleEndian\">\n<Collection>\n";
     for (const CollectionFrame& frame : frames)
         text += "<DataSet timestep=\"" + numberText(frame.time) + "\" part=\"0\" file=\"" +
-                escaped(nameFrom(path, frame.file)) + "\"/>\n";
+                xmlText(nameFrom(path, frame.file)) + "\"/>\n";
     text += "</Collection>\n</VTKFile>\n";
     writeFileWhole(path,
                    [&](const std::string& name)

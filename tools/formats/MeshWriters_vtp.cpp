@@ -2,23 +2,13 @@
 
 #include "formats/BlockWriter.h"
 #include "formats/MeshWriters.h"
+#include "formats/XmlText.h"
 
 namespace tavrix::formats
 {
 
 namespace
 {
-
-std::string escaped(const std::string& text)
-{
-    std::string xml;
-    for (const char c : text)
-        if (c == '&' || c == '<' || c == '"')
-            xml += c == '&' ? "&amp;" : c == '<' ? "&lt;" : "&quot;";
-        else
-            xml += static_cast<unsigned char>(c) < ' ' ? ' ' : c;
-    return xml;
-}
 
 /// The arrays of a file: their elements in the head, and their places behind it, which follow each other,
 /// each behind its size.
@@ -28,7 +18,7 @@ public:
     /// The element of the next array, of so many bytes.
     std::string add(const std::string& type, const std::string& name, uint32 components, uint64 bytes)
     {
-        std::string element = "<DataArray type=\"" + type + "\" Name=\"" + escaped(name) + "\"";
+        std::string element = "<DataArray type=\"" + type + "\" Name=\"" + xmlText(name) + "\"";
         if (components > 1) element += " NumberOfComponents=\"" + std::to_string(components) + "\"";
         element += " format=\"appended\" offset=\"" + std::to_string(_next) + "\"/>\n";
         _next += sizeof(uint64) + bytes;
