@@ -302,6 +302,54 @@ TEST(MeshCollider, KnowsInsideFromOutside)
     }
 }
 
+bool isSame(const MeshPoint& a, const MeshPoint& b)
+{
+    return a.face == b.face && a.distance == b.distance && a.barycentric == b.barycentric &&
+           a.position == b.position;
+}
+
+TEST(MeshCollider, BatchesAnswerAsSingleQueries)
+{
+    for (const Mesh& mesh : someMeshes())
+    {
+        const MeshCollider collider = makeCollider(mesh);
+        Random random(6);
+        std::vector<Ray3D> rays;
+        std::vector<Vector3D> points{{infinity, 0, 0}};
+        for (uint32 n = 0; n < 5000; ++n)
+        {
+            rays.push_back({random.vector(n % 2 == 0) * 1.5, random.vector(n % 3 == 0)});
+            points.push_back(rays.back().origin);
+        }
+        for (const uint32 threads : {1u, 3u})
+            for (const double limit : {infinity, 0.25})
+            {
+                Array<MeshPoint> hits, nearest;
+                ASSERT_TRUE(collider.castRays(rays, hits, limit, threads));
+                ASSERT_TRUE(collider.nearestPoints(points, nearest, limit, threads));
+                ASSERT_TRUE(hits.size() == rays.size() && nearest.size() == points.size());
+                const MeshPoint none{noIndex, infinity, {0, 0, 0}, {0, 0, 0}};
+                for (uint32 n = 0; n < hits.size(); ++n)
+                    ASSERT_TRUE(isSame(hits[n], collider.castRay(rays[n], limit).value_or(none))) << n;
+                for (uint32 n = 0; n < nearest.size(); ++n)
+                    ASSERT_TRUE(isSame(nearest[n], collider.nearestPoint(points[n], limit).value_or(none)))
+                        << n;
+            }
+        Array<double> windings;
+        Array<uint8> inside{7};
+        ASSERT_TRUE(collider.windingNumbers(points, windings, 2));
+        ASSERT_TRUE(collider.areInside(points, inside, 2));
+        for (uint32 n = 0; n < points.size(); ++n)
+        {
+            ASSERT_EQ(windings[n], collider.windingNumber(points[n])) << n;
+            ASSERT_EQ(inside[n], collider.isInside(points[n]) ? 1 : 0) << n;
+        }
+        EXPECT_FALSE(collider.areInside(points, inside, 2, [] { return 1; }));
+        EXPECT_TRUE(inside.empty());
+        EXPECT_TRUE(collider.areInside({}, inside, 2) && inside.empty());
+    }
+}
+
 TEST(MeshCollider, BadInputFindsNothing)
 {
     const double big = 1e300, none = std::nan("");

@@ -2,7 +2,9 @@
 
 #include <limits>
 #include <optional>
+#include <span>
 
+#include <tavrix/foundation/CancelCallback.h>
 #include <tavrix/foundation/Matrix4.h>
 #include <tavrix/mesh/Mesh.h>
 #include <tavrix/spatial/GeometryTree.h>
@@ -101,6 +103,30 @@ public:
     /// tested, not their boxes. What comes closer than rounding in double precision can tell counts as
     /// touching. `faces` is replaced.
     void findOverlapping(const Box3D& box, Array<uint32>& faces) const;
+
+    /// @name Batches
+    /// The answers of the queries of one kind, one a question and in their order, to the bit the same as
+    /// asked one by one, for every thread count. What they are written to is replaced. Some thousand queries
+    /// keep another thread busy; fewer do not start one. False when the callback stopped them; the array is
+    /// empty then.
+    /// @{
+
+    /// castRay for each ray, with one limit; `face` is noIndex and `distance` infinite where nothing is hit.
+    bool castRays(std::span<const Ray3D> rays, Array<MeshPoint>& hits,
+                  double limit = std::numeric_limits<double>::infinity(), uint32 threadCount = 1,
+                  CancelCallback callback = nullptr) const;
+    /// nearestPoint for each point, with one limit; `face` is noIndex and `distance` infinite where nothing
+    /// is as near.
+    bool nearestPoints(std::span<const Vector3D> points, Array<MeshPoint>& nearest,
+                       double limit = std::numeric_limits<double>::infinity(), uint32 threadCount = 1,
+                       CancelCallback callback = nullptr) const;
+    /// windingNumber for each point.
+    bool windingNumbers(std::span<const Vector3D> points, Array<double>& windings, uint32 threadCount = 1,
+                        CancelCallback callback = nullptr) const;
+    /// isInside for each point, as 1 or 0.
+    bool areInside(std::span<const Vector3D> points, Array<uint8>& inside, uint32 threadCount = 1,
+                   CancelCallback callback = nullptr) const;
+    /// @}
 
 private:
     template <class Fill>
