@@ -22,6 +22,7 @@
 #include <tavrix/platform/Types.h>
 
 #include <tavrix/foundation/Array.h>
+#include <tavrix/foundation/ArrayLoan.h>
 #include <tavrix/foundation/ArrayOfPtr.h>
 #include <tavrix/foundation/BitArray.h>
 #include <tavrix/foundation/BlockDesc.h>

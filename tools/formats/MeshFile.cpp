@@ -147,6 +147,21 @@ bool isBinaryStl(const std::string& path)
     return encoding == MeshSTLFileParser::Encoding::binary || beginsWithZeroBytes(path);
 }
 
+std::string leftOutText(const MeshReadingReport& report)
+{
+    std::string text;
+    const auto add = [&](uint64 count, const char* one, const char* many)
+    {
+        if (count == 0) return;
+        text += (text.empty() ? "" : ", ") + std::to_string(count) + (count == 1 ? one : many);
+    };
+    add(report.faces, " face is left out", " faces are left out");
+    add(report.corners, " corner names nothing that is there", " corners name nothing that is there");
+    add(report.numbers, " number is missing", " numbers are missing");
+    if (report.isCut) text += (text.empty() ? "" : ", ") + std::string("the file ends too early");
+    return text;
+}
+
 MeshFile readMeshes(const std::string& path)
 {
     MeshFile file;

@@ -23,6 +23,10 @@ struct MeshFile
     MeshReadingReport report;
 };
 
+/// What was left out of a mesh file, as in "2 faces are left out, 3 corners name nothing"; empty when
+/// nothing was.
+std::string leftOutText(const MeshReadingReport& report);
+
 /// Reads a mesh file of any format, compressed by gzip or not. Binary STL files are known by their size, and
 /// normals that an STL file leaves out are calculated. Faces of more than three corners become triangles.
 /// Throws Failure when the file cannot be read, is of another kind or holds no face.

@@ -17,6 +17,7 @@ struct VertexAttribute
     std::string name;
     uint32 components;  ///< 1 or 3
     const float* data;  ///< all components of a position beside each other; null where a mesh lacks it
+    ArrayHandle handle{};  ///< of the array
 };
 
 /// The quantities of the mesh's positions, in the order in which they were added.

@@ -29,6 +29,9 @@ struct _Wa
 {
 };
 
+template <class T, class W>
+class ArrayLoan;
+
 /// Growable array: a pointer, a 32-bit count and a 32-bit capacity.
 ///
 /// It differs from std::vector where that saves memory traffic: elements of plain types are not initialised,
@@ -180,6 +183,8 @@ public:
     }
 
 private:
+    friend class ArrayLoan<T, W>;
+
     static uint32 grown(uint32 capacity)
     {
         return static_cast<uint32>(

@@ -152,7 +152,7 @@ void print(const MeshInfo& info)
                   (info.repeated > 0 ? ", " + withCommas(info.repeated) + " at the place of another" : ""));
     if (info.nonFinite > 0) printLine("", withCommas(info.nonFinite) + " without finite coordinates");
     printLine("faces", withCommas(info.faces));
-    if (!info.report.isWhole()) printLine("left out", leftOutText(info.report));
+    if (!info.report.isWhole()) printLine("left out", formats::leftOutText(info.report));
     if (const std::string flat = flatText(topology); !flat.empty()) printLine("", flat);
     printLine("channels", channelText(info));
     print(info.attributes);

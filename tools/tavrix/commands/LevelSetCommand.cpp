@@ -18,8 +18,8 @@ namespace tavrix::tool
 namespace
 {
 
-const std::map<std::string, FieldLayout> layoutNames{{"regular", FieldLayout::Regular},
-                                                     {"sparse", FieldLayout::Sparse}};
+const std::map<std::string, formats::FieldLayout> layoutNames{{"regular", formats::FieldLayout::Regular},
+                                                              {"sparse", formats::FieldLayout::Sparse}};
 
 void addFiles(CLI::App& levelset, LevelSetOptions& options)
 {

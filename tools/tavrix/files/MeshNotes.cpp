@@ -7,26 +7,11 @@
 namespace tavrix::tool
 {
 
-std::string leftOutText(const MeshReadingReport& report)
-{
-    std::string text;
-    const auto add = [&](uint64 count, const char* one, const char* many)
-    {
-        if (count == 0) return;
-        text += (text.empty() ? "" : ", ") + std::to_string(count) + (count == 1 ? one : many);
-    };
-    add(report.faces, " face is left out", " faces are left out");
-    add(report.corners, " corner names nothing that is there", " corners name nothing that is there");
-    add(report.numbers, " number is missing", " numbers are missing");
-    if (report.isCut) text += (text.empty() ? "" : ", ") + std::string("the file ends too early");
-    return text;
-}
-
 formats::MeshFile readMeshes(const std::string& path, bool isStrict, Progress& progress)
 {
     formats::MeshFile file = formats::readMeshes(path);
     if (file.report.isWhole()) return file;
-    const std::string text = path + ": " + leftOutText(file.report);
+    const std::string text = path + ": " + formats::leftOutText(file.report);
     if (isStrict) throw Failure(text + "; export it again, or leave out --strict");
     progress.note(text);
     return file;

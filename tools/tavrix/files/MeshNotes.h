@@ -12,10 +12,6 @@
 namespace tavrix::tool
 {
 
-/// What was left out of a mesh file, as in "2 faces are left out, 3 corners name nothing"; empty when
-/// nothing was.
-std::string leftOutText(const MeshReadingReport& report);
-
 /// formats::readMeshes, which notes what was left out; with `isStrict` it throws Failure instead.
 formats::MeshFile readMeshes(const std::string& path, bool isStrict, Progress& progress);
 

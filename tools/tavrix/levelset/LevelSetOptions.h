@@ -6,7 +6,7 @@
 
 #include "commands/MeshClip.h"
 #include "commands/MeshFinish.h"
-#include "files/FieldFile.h"
+#include "formats/FieldFile.h"
 #include "preview/View.h"
 #include "sequence/FrameByFrame.h"
 
@@ -20,7 +20,7 @@ struct LevelSetOptions : RunOptions
     std::string input;      ///< a mesh or particles
     std::string loadField;  ///< instead of these
     std::string output, saveField;
-    FieldLayout layout = FieldLayout::Regular;
+    formats::FieldLayout layout = formats::FieldLayout::Regular;
 
     std::optional<double> spacing;
     std::optional<double> radius;

@@ -154,7 +154,8 @@ void printSummary(const LevelSetOptions& options, const std::string& source, con
                     options.output.c_str());
     if (!options.saveField.empty())
         std::printf("field      %s layout -> %s\n",
-                    options.layout == FieldLayout::Regular ? "regular" : "sparse", options.saveField.c_str());
+                    options.layout == formats::FieldLayout::Regular ? "regular" : "sparse",
+                    options.saveField.c_str());
     if (!options.preview.empty()) std::printf("preview    -> %s\n", options.preview.c_str());
     printCosts(progress, threads);
 }
@@ -178,7 +179,7 @@ std::string takeField(LevelSetSource& source, MadeMesh& made, const LevelSetOpti
     if (!options.saveField.empty())
     {
         progress.begin("save");
-        writeField(options.saveField, options.layout, surface);
+        formats::writeField(options.saveField, options.layout, surface);
     }
     return source.summary;
 }

@@ -80,7 +80,9 @@ LevelSetSource sampleInput(const LevelSetInput& input, const LevelSetOptions& op
 LevelSetSource loadSource(const LevelSetOptions& options, uint32 threads, Progress& progress)
 {
     progress.begin("read");
-    LevelSetSource source{readField(options.loadField, options.layout, LevelSetPlan::bytesPerNode), ""};
+    const auto confirm = [&](uint32 nodes)
+    { confirmFits(nodes, LevelSetPlan::bytesPerNode, options.loadField); };
+    LevelSetSource source{formats::readField(options.loadField, options.layout, confirm), ""};
     LevelSet& surface = source.surface;
     stopIfInterrupted();
 

@@ -1,0 +1,10 @@
+# Whether the Python package is built: by default where pybind11 and Python's headers are installed.
+if(PROJECT_IS_TOP_LEVEL AND NOT CMAKE_CROSSCOMPILING AND NOT CMAKE_CXX_FLAGS MATCHES "-stdlib=|-fsanitize=")
+    find_package(Python 3.9 QUIET COMPONENTS Interpreter Development.Module)
+    find_package(pybind11 2.10 CONFIG QUIET)
+endif()
+option(TAVRIX_BUILD_PYTHON "Build the Python package" ${pybind11_FOUND})
+if(TAVRIX_BUILD_PYTHON)
+    find_package(Python 3.9 REQUIRED COMPONENTS Interpreter Development.Module)
+    find_package(pybind11 2.10 CONFIG REQUIRED)
+endif()
