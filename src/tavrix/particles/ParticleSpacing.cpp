@@ -70,6 +70,8 @@ double estimateSpacing(const Array<Vector3F>& positions)
     const auto key = [axis](const Vector3F& p) { return std::tuple(p[axis], p.x, p.y, p.z); };
     std::sort(sorted.begin(), sorted.end(),
               [&](const Vector3F& a, const Vector3F& b) { return key(a) < key(b); });
+    // those at one place do not count, and looking at all of them for each that is picked could take hours
+    sorted.erase(std::unique(sorted.begin(), sorted.end()), sorted.end());
 
     std::vector<double> squares;
     const std::size_t step = sorted.size() / sampleCount + 1;
