@@ -303,7 +303,7 @@ void bindLevelSet(py::module_& module)
     >>> x, y, z = numpy.ogrid[-2:2:41j, -2:2:41j, -2:2:41j]
     >>> ball = tavrix.LevelSet(numpy.sqrt(x*x + y*y + z*z) - 1, 0.1, (-2, -2, -2))
     >>> round(ball.extract().volume, 2)
-    4.18
+    4.16
     )");
     bindMaking(type);
     bindChanging(type);

@@ -197,6 +197,7 @@ py::object reshaped(const MeshObject& self, double distance, std::optional<doubl
                      mesh.createNormals(piValue, settings.threadCount);
              });
     confirmDone(report);
+    mesh.setName("surface");
     return objectOf(std::move(mesh));
 }
 

@@ -209,7 +209,7 @@ py::tuple stateOf(const py::object& self)
     const bool hasNormals = !mesh.nor().empty();
     return py::make_tuple(self.attr("vertices"), self.attr("faces"), self.attr("normals"),
                           Attributes{self}.dictionary(), self.attr("name"),
-                          hasNormals ? self.attr("normal_faces") : py::none());
+                          hasNormals ? py::object(self.attr("normal_faces")) : py::none());
 }
 
 py::object boundsOf(const MeshObject& self)
@@ -344,7 +344,7 @@ void bindArrays(py::class_<MeshObject>& type)
     >>> ball = tavrix.Mesh.sphere(radius=2)
     >>> ball.vertices[:, 2] += 5
     >>> ball.bounds[:, 2].round(6).tolist()
-    [3.00387, 6.99613]
+    [3.012245, 6.987755]
     )")
         .def_property_readonly(
             "faces",
@@ -483,7 +483,7 @@ void bindMesh(py::module_& module)
                     py::arg("center") = py::make_tuple(0, 0, 0), R"(A sphere of 20 or 500 faces.
 
     >>> round(tavrix.Mesh.sphere(radius=1).volume, 2)
-    4.08
+    4.1
     )")
         .def_static("box", &box, py::arg("low"), py::arg("high"),
                     R"(The box between two corners, of twelve faces.

@@ -10,6 +10,7 @@
 #include <tavrix/foundation/Array.h>
 #include <tavrix/foundation/ArrayLoan.h>
 #include <tavrix/foundation/Box3.h>
+#include <tavrix/foundation/Tuple.h>
 #include <tavrix/foundation/Vector3.h>
 #include <tavrix/foundation/Wector3.h>
 #include <tavrix/platform/ArrayHandle.h>

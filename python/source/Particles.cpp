@@ -97,7 +97,10 @@ py::array interpolated(const py::object& positions, const py::object& values, co
     const py::array given = numbersIn(values, "values");
     Array<Vector3F> vectors;
     if (given.ndim() == 1)
-        for (const float v : ArrayIn<float>(given, "values").array()) vectors.push_back({v, 0, 0});
+    {
+        const ArrayIn<float> numbers(given, "values");
+        for (const float v : numbers.array()) vectors.push_back({v, 0, 0});
+    }
     else
         vectors = ArrayIn<Vector3F>(given, "values").array();
     if (vectors.size() != in.size())

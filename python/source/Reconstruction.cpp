@@ -182,8 +182,8 @@ void bindReport(py::module_& module)
 
     >>> grid = numpy.stack(numpy.meshgrid(*[numpy.arange(5.0)] * 3), axis=-1).reshape(-1, 3)
     >>> mesh, report = tavrix.reconstruct(grid, return_report=True)
-    >>> report.radius, report.radius_is_estimated
-    (0.5, True)
+    >>> round(report.radius, 2), report.radius_is_estimated
+    (0.49, True)
     )")
         .def_property_readonly("radius", [](const Report& r) { return r.kernel.settings.radius; })
         .def_property_readonly("radius_is_estimated",
