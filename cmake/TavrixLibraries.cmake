@@ -1,7 +1,12 @@
 # The libraries of others that the programs use. Native builds take the distribution's. Cross builds, and those with
 # another standard library, have none of their own: they take header libraries from the build machine, and compile the
-# others from the sources that scripts/fetch-sources gets.
+# others from the sources that scripts/fetch-sources gets. So may what has to run where these libraries are not.
 include_guard(GLOBAL)
+set(libraries_from_sources OFF)
+if(CMAKE_CROSSCOMPILING OR CMAKE_CXX_FLAGS MATCHES "-stdlib=")
+    set(libraries_from_sources ON)
+endif()
+option(TAVRIX_LIBRARIES_FROM_SOURCES "Compile zlib and pugixml in" ${libraries_from_sources})
 
 # tavrix_find_header_library(<variable> <header> <copied> [suffixes]): appends the folder of a header library to
 # header_libraries; a cross build copies the file or folder `copied` from it, and takes nothing else from beside it.
@@ -25,9 +30,10 @@ function(tavrix_find_sources name out)
     set(${out} ${folder} PARENT_SCOPE)
 endfunction()
 
-if(CMAKE_CROSSCOMPILING OR CMAKE_CXX_FLAGS MATCHES "-stdlib=")
+if(TAVRIX_LIBRARIES_FROM_SOURCES)
     tavrix_find_sources(pugixml folder)
     add_library(tavrix_pugixml STATIC ${folder}/src/pugixml.cpp)
+    set_target_properties(tavrix_pugixml PROPERTIES POSITION_INDEPENDENT_CODE ON)
     target_include_directories(tavrix_pugixml SYSTEM PUBLIC ${folder}/src)
     add_library(tavrix::pugixml ALIAS tavrix_pugixml)
 else()
@@ -35,10 +41,11 @@ else()
     add_library(tavrix::pugixml ALIAS pugixml::pugixml)
 endif()
 
-if(CMAKE_CROSSCOMPILING)
+if(TAVRIX_LIBRARIES_FROM_SOURCES)
     enable_language(C)
     tavrix_find_sources(zlib folder)
     add_library(tavrix_zlib STATIC)
+    set_target_properties(tavrix_zlib PROPERTIES POSITION_INDEPENDENT_CODE ON)
     foreach(name adler32 crc32 inffast inflate inftrees zutil)
         target_sources(tavrix_zlib PRIVATE ${folder}/${name}.c)
     endforeach()

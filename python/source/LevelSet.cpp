@@ -101,23 +101,26 @@ Made makeLevelSet(py::handle object, double spacing, py::handle origin, const st
     return made;
 }
 
-/// A changed copy, made without the interpreter's lock.
+/// A changed copy: change(copy, CancelCallback) runs as a long call of one stage.
 template <class Change>
-Made changedCopy(const LevelSetObject& self, const Change& change)
+Made changedCopy(const LevelSetObject& self, const py::object& progress, const Change& change)
 {
     auto copy = std::make_unique<LevelSetObject>();
-    const py::gil_scoped_release release;
-    copy->surface = self.surface;
-    change(copy->surface);
+    longStage(progress, "distances",
+              [&](CancelCallback callback)
+              {
+                  copy->surface = self.surface;
+                  change(copy->surface, callback);
+              });
     return copy;
 }
 
 /// Makes room on the grid, and distances far enough, for what reaches outwards and inwards.
-void makeRoom(LevelSet& surface, const LevelSetExtent& extent, uint32 threads)
+void makeRoom(LevelSet& surface, const LevelSetExtent& extent, uint32 threads, CancelCallback callback)
 {
     const double nodes = std::ceil(extent.outermost / extent.spacing);
     if (nodes > 0) surface = grownGrid(surface, static_cast<uint32>(nodes));
-    widenBandTo(surface, bandFor(extent, surface.getField().getGrid().box), threads);
+    widenBandTo(surface, bandFor(extent, surface.getField().getGrid().box), threads, callback);
 }
 
 void confirmGrowth(const LevelSetObject& self, double distance)
@@ -130,42 +133,48 @@ void confirmGrowth(const LevelSetObject& self, double distance)
     confirmMemory(nodes * 10);
 }
 
-Made grown(const LevelSetObject& self, double distance, const Threads& threads)
+Made grown(const LevelSetObject& self, double distance, const Threads& threads, const py::object& progress)
 {
     if (!std::isfinite(distance)) throw py::value_error("distance: expected a finite number");
     confirmGrowth(self, distance);
     const uint32 count = threadsOf(threads);
-    return changedCopy(self,
-                       [&](LevelSet& surface)
+    return changedCopy(self, progress,
+                       [&](LevelSet& surface, CancelCallback callback)
                        {
-                           makeRoom(surface, LevelSetExtent::forOffset(self.spacing(), distance), count);
+                           makeRoom(surface, LevelSetExtent::forOffset(self.spacing(), distance), count,
+                                    callback);
                            offsetOutwards(surface, distance);
                        });
 }
 
-Made hollowed(const LevelSetObject& self, double thickness, const Threads& threads)
+Made hollowed(const LevelSetObject& self, double thickness, const Threads& threads,
+              const py::object& progress)
 {
     positive(thickness, "thickness");
     const uint32 count = threadsOf(threads);
-    return changedCopy(self,
-                       [&](LevelSet& surface)
+    return changedCopy(self, progress,
+                       [&](LevelSet& surface, CancelCallback callback)
                        {
-                           makeRoom(surface, LevelSetExtent::forOffset(self.spacing(), 0, thickness), count);
+                           makeRoom(surface, LevelSetExtent::forOffset(self.spacing(), 0, thickness), count,
+                                    callback);
                            hollowOut(surface, thickness);
                        });
 }
 
-Made redistanced(const LevelSetObject& self, const std::optional<double>& band, const Threads& threads)
+Made redistanced(const LevelSetObject& self, const std::optional<double>& band, const Threads& threads,
+                 const py::object& progress)
 {
     const double width = band ? positive(*band, "band") : std::fabs(double{self.surface.getDefaultValue()});
     const double separations = std::max(width / self.spacing(), 1.0);
     const uint32 count = threadsOf(threads);
-    return changedCopy(self, [&](LevelSet& surface) { redistanceBand(surface, separations, count); });
+    return changedCopy(self, progress,
+                       [&](LevelSet& surface, CancelCallback callback)
+                       { redistanceBand(surface, separations, count, callback); });
 }
 
 Made inverted(const LevelSetObject& self)
 {
-    return changedCopy(self, [](LevelSet& surface) { surface.invert(); });
+    return changedCopy(self, py::none(), [](LevelSet& surface, CancelCallback) { surface.invert(); });
 }
 
 py::object extractSolid(const LevelSetObject& self, bool normals, const Threads& threads,
@@ -261,6 +270,7 @@ void bindMaking(py::class_<LevelSetObject>& type)
 void bindChanging(py::class_<LevelSetObject>& type)
 {
     type.def("offset", &grown, py::arg("distance"), py::kw_only(), py::arg("threads") = py::none(),
+             py::arg("progress") = py::none(),
              R"(The solid grown by a distance, or shrunk where it is below 0; the grid grows with it.
 
     >>> ball = tavrix.LevelSet.from_mesh(tavrix.Mesh.sphere(), 0.1)
@@ -268,13 +278,14 @@ void bindChanging(py::class_<LevelSetObject>& type)
     True
     )")
         .def("shell", &hollowed, py::arg("thickness"), py::kw_only(), py::arg("threads") = py::none(),
+             py::arg("progress") = py::none(),
              R"(The solid hollowed to a wall of a thickness, inside its surface.
 
     >>> tavrix.LevelSet.from_mesh(tavrix.Mesh.sphere(), 0.1).shell(0.3).extract().cavity_count
     1
     )")
         .def("redistance", &redistanced, py::kw_only(), py::arg("band") = py::none(),
-             py::arg("threads") = py::none(),
+             py::arg("threads") = py::none(), py::arg("progress") = py::none(),
              R"(The level set with its samples made distances from its surface again, as far as the band.
 
     >>> x, y, z = numpy.ogrid[-2:2:41j, -2:2:41j, -2:2:41j]

@@ -39,7 +39,8 @@ std::vector<VertexAttribute> vertexAttributes(const Mesh& mesh)
         if (!(set.inf(n).flags & MeshArrayInf::PER_POSITION) || isInSlot(mesh, set.handle(n))) continue;
         if (const auto* numbers = TX_ArrayServer::instance().get<Array<float>>(set.handle(n)))
         {
-            if (numbers->size() == mesh.getPosSize()) attributes.push_back({name, 1, numbers->data(), set.handle(n)});
+            if (numbers->size() == mesh.getPosSize())
+                attributes.push_back({name, 1, numbers->data(), set.handle(n)});
         }
         else if (const auto* vectors = TX_ArrayServer::instance().get<Array<Vector3F>>(set.handle(n)))
         {

@@ -15,8 +15,8 @@ namespace tavrix::formats
 struct VertexAttribute
 {
     std::string name;
-    uint32 components;  ///< 1 or 3
-    const float* data;  ///< all components of a position beside each other; null where a mesh lacks it
+    uint32 components;     ///< 1 or 3
+    const float* data;     ///< all components of a position beside each other; null where a mesh lacks it
     ArrayHandle handle{};  ///< of the array
 };
 

@@ -162,12 +162,15 @@ public:
     /// infinite samples; those that are not numbers count as outside, far from the level. Nodes next to a
     /// change of sign get |v| over the length of the gradient there, all others the default value, and
     /// fastSweeping, to the default value as band limit, the rest. The flags are those of
-    /// createNeighborsCells; of the default value the magnitude counts. Returns the iterations.
-    uint32 redistance(const T& defaultValue, const T& tolerance, uint32 threadCount = 1);
+    /// createNeighborsCells; of the default value the magnitude counts. Returns the iterations. Samples are
+    /// of no use when the callback, polled every few milliseconds, stopped the work.
+    uint32 redistance(const T& defaultValue, const T& tolerance, uint32 threadCount = 1,
+                      CancelCallback callback = nullptr);
     /// Carries distances on from a band to a wider one: samples at the default value (or beyond) get the new
     /// one, with their sign, and fastSweeping fills it. Of both values the magnitude counts. Returns the
-    /// iterations.
-    uint32 widenBand(const T& defaultValue, const T& tolerance, uint32 threadCount = 1);
+    /// iterations, and stops as redistance does.
+    uint32 widenBand(const T& defaultValue, const T& tolerance, uint32 threadCount = 1,
+                     CancelCallback callback = nullptr);
 
     /// Carries values outwards from the nodes flagged as surface, along the surface's normals: solves
     /// grad q . grad u = 0 by upwind sweeps, u the magnitude of the samples, which must be distances. Values

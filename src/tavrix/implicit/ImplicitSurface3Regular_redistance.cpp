@@ -2,6 +2,7 @@
 #include <cmath>
 #include <vector>
 
+#include <tavrix/foundation/detail/Polling.h>
 #include <tavrix/foundation/ParallelFor.h>
 #include <tavrix/implicit/ImplicitSurface3Regular.h>
 
@@ -92,8 +93,10 @@ void ImplicitSurface3Regular<T>::setBand(T width)
 }
 
 template <class T>
-uint32 ImplicitSurface3Regular<T>::redistance(const T& defaultValue, const T& tolerance, uint32 threadCount)
+uint32 ImplicitSurface3Regular<T>::redistance(const T& defaultValue, const T& tolerance, uint32 threadCount,
+                                              CancelCallback callback)
 {
+    detail::Polling polling(callback);
     const T far = std::fabs(defaultValue);
     Array<T>& samples = _field.refArrScalars();
     const NearNodes<T> nearNodes(_field.getGrid(), samples.data());
@@ -115,22 +118,24 @@ uint32 ImplicitSurface3Regular<T>::redistance(const T& defaultValue, const T& to
                 });
     setBand(far);
     createNeighborsCells();
-    return fastSweeping(far, tolerance, threadCount);
+    return sweep(far, tolerance, threadCount, polling);
 }
 
 template <class T>
-uint32 ImplicitSurface3Regular<T>::widenBand(const T& defaultValue, const T& tolerance, uint32 threadCount)
+uint32 ImplicitSurface3Regular<T>::widenBand(const T& defaultValue, const T& tolerance, uint32 threadCount,
+                                             CancelCallback callback)
 {
+    detail::Polling polling(callback);
     const T oldFar = std::fabs(_defaultValue), far = std::fabs(defaultValue);
     for (T& sample : _field.refArrScalars())
         if (std::fabs(sample) >= oldFar) sample = sample < 0 ? -far : far;
     setBand(far);
-    return fastSweeping(far, tolerance, threadCount);
+    return sweep(far, tolerance, threadCount, polling);
 }
 
-#define TX_INSTANTIATE(T)                                                               \
-    template uint32 ImplicitSurface3Regular<T>::redistance(const T&, const T&, uint32); \
-    template uint32 ImplicitSurface3Regular<T>::widenBand(const T&, const T&, uint32);  \
+#define TX_INSTANTIATE(T)                                                                               \
+    template uint32 ImplicitSurface3Regular<T>::redistance(const T&, const T&, uint32, CancelCallback); \
+    template uint32 ImplicitSurface3Regular<T>::widenBand(const T&, const T&, uint32, CancelCallback);  \
     template void ImplicitSurface3Regular<T>::setBand(T);
 TX_INSTANTIATE(float)
 TX_INSTANTIATE(double)

@@ -67,13 +67,11 @@ bool turnOutwards(LevelSet& surface)
 uint32 finish(LevelSet& surface, const LevelSetPlan& plan, uint32 exactNodes, uint32 threadCount,
               CancelCallback callback)
 {
-    if (isCancelled(callback))
-    {
-        surface.init_toZeroSize();
-        return 0;
-    }
-    if (plan.band > exactNodes) widenBandTo(surface, plan.band, threadCount);
-    return exactNodes;
+    const bool isWider = plan.band > exactNodes && !isCancelled(callback);
+    if (isWider) widenBandTo(surface, plan.band, threadCount, callback);
+    if (!isCancelled(callback)) return exactNodes;
+    surface.init_toZeroSize();
+    return 0;
 }
 
 /// The samples on a grid of so many more layers of nodes on every side; there, what pad(nearest sample) says.
@@ -147,18 +145,18 @@ uint32 sampleParticles(LevelSet& surface, const Array<Vector3F>& positions, doub
     return finish(surface, plan, nodes, threadCount, callback);
 }
 
-void redistanceBand(LevelSet& surface, double separations, uint32 threadCount)
+void redistanceBand(LevelSet& surface, double separations, uint32 threadCount, CancelCallback callback)
 {
     const double separation = surface.getField().getGrid().largestSeparation;
     surface.redistance(static_cast<float>(separations * separation),
-                       static_cast<float>(sweepTolerance * separation), threadCount);
+                       static_cast<float>(sweepTolerance * separation), threadCount, callback);
 }
 
-void widenBandTo(LevelSet& surface, double separations, uint32 threadCount)
+void widenBandTo(LevelSet& surface, double separations, uint32 threadCount, CancelCallback callback)
 {
     const double separation = surface.getField().getGrid().largestSeparation;
     surface.widenBand(static_cast<float>(separations * separation),
-                      static_cast<float>(sweepTolerance * separation), threadCount);
+                      static_cast<float>(sweepTolerance * separation), threadCount, callback);
 }
 
 LevelSet grownGrid(const LevelSet& surface, uint32 nodes)

@@ -58,9 +58,11 @@ TX_GEOMETRY_API uint32 sampleParticles(LevelSet& surface, const Array<Vector3F>&
                                        CancelCallback callback = nullptr);
 
 /// Recomputes distances (ImplicitSurface3Regular::redistance) in a band given in separations.
-TX_GEOMETRY_API void redistanceBand(LevelSet& surface, double separations, uint32 threadCount = 1);
+TX_GEOMETRY_API void redistanceBand(LevelSet& surface, double separations, uint32 threadCount = 1,
+                                    CancelCallback callback = nullptr);
 /// Widens the band of distances (ImplicitSurface3Regular::widenBand) to one given in separations.
-TX_GEOMETRY_API void widenBandTo(LevelSet& surface, double separations, uint32 threadCount = 1);
+TX_GEOMETRY_API void widenBandTo(LevelSet& surface, double separations, uint32 threadCount = 1,
+                                 CancelCallback callback = nullptr);
 
 /// Pads the grid with `nodes` layers on every side, of plus or minus the default value by the nearest node's
 /// sign. One separation for all axes.

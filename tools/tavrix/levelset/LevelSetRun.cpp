@@ -82,12 +82,13 @@ void offset(LevelSet& surface, double by, const std::string& file)
 void reshape(LevelSet& surface, const LevelSetOptions& options, uint32 threads, Progress& progress)
 {
     if (!options.isUnsigned) confirmSurface(surface, options.source());
-    if (options.reshapes() || options.redistance) progress.begin("reshape");
+    if (!options.reshapes() && !options.redistance) return;
+    const StageScope stage(progress, "reshape");
     if (options.offset != 0) offset(surface, options.offset, options.source());
     if (options.shell && hollowOut(surface, *options.shell) <= *options.shell)
         noteNoCavity(options.source(), progress);
     if (options.redistance && (options.reshapes() || options.loadField.empty()))
-        redistanceBand(surface, 3, threads);
+        redistanceBand(surface, 3, threads, StageScope::poll);
     stopIfInterrupted();
 }
 

@@ -86,7 +86,7 @@ LevelSetSource loadSource(const LevelSetOptions& options, uint32 threads, Progre
     LevelSet& surface = source.surface;
     stopIfInterrupted();
 
-    progress.begin("distances");
+    const StageScope stage(progress, "distances");
     if (options.offset > 0) makeRoom(surface, options);
     const auto& grid = surface.getField().getGrid();
     const double spacing = grid.largestSeparation;
@@ -95,9 +95,9 @@ LevelSetSource loadSource(const LevelSetOptions& options, uint32 threads, Progre
     source.summary = "input      a field\ngrid       " + gridText(fit) + "\n" +
                      formatted("band       %.4g spacings\n", band);
     if (options.redistance)
-        redistanceBand(surface, band, threads);
+        redistanceBand(surface, band, threads, StageScope::poll);
     else if (options.reshapes())
-        widenBandTo(surface, band, threads);
+        widenBandTo(surface, band, threads, StageScope::poll);
     stopIfInterrupted();
     return source;
 }
