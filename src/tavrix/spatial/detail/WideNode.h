@@ -1,0 +1,30 @@
+#pragma once
+
+#include <tavrix/platform/Types.h>
+
+namespace tavrix::detail
+{
+
+/// A node of a WideTree: up to eight children, faces and nodes mixed, with their boxes side by side, so that
+/// a query is tested with all of them at once. The boxes of children that are not there are turned inside
+/// out, and infinite.
+struct alignas(32) WideNode
+{
+    static constexpr uint32 width = 8;
+    /// The bit of a child that is a face, whose lower bits are its slot; the others are nodes.
+    static constexpr uint32 faceBit = 0x80000000u;
+    static constexpr uint32 noChild = 0xFFFFFFFFu;
+
+    float sides[2][3][width];  ///< the low and the high sides of the children's boxes, by axis
+    uint32 children[width];    ///< those that are there come first
+
+    static constexpr bool isFace(uint32 child) { return (child & faceBit) != 0; }
+    static constexpr uint32 slotOf(uint32 child) { return child & ~faceBit; }
+};
+
+static_assert(sizeof(WideNode) == 224);
+
+/// No path through a tree is longer, and a query keeps up to seven nodes a level in mind.
+inline constexpr uint32 wideTreeDepth = 96;
+
+}  // namespace tavrix::detail
