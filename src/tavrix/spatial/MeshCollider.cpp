@@ -165,7 +165,7 @@ void MeshCollider::recalculateTree()
         _tree.recalculateMesh(_mesh.trindexPos(), _mesh.pos(), refitMargin);
     else if (_cornersOfTree.empty())
         _cornersOfTree = _faces->cornersByFace();
-    _faces->refit(detail::MeshFaces(_mesh), refitMargin);
+    _faces->refit(detail::MeshFaces(_mesh), refitMargin, 1);
 }
 
 bool MeshCollider::transformRt(const Matrix4<double>& matrix, const Mesh& source)

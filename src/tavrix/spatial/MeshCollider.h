@@ -145,6 +145,7 @@ private:
     void clearTrees();
     template <class Visit>
     void visitAlong(const Vector3D& from, uint32 axis, double to, Visit visit) const;
+    int32 windingAlong(const Vector3D& point, uint32 axis) const;
     void buildTree() const;
 
     Mesh _mesh;

@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <bit>
 #include <cmath>
 
 #include <tavrix/mesh/detail/LineWinding.h>
@@ -22,13 +23,21 @@ struct ScaledRay
     int exponent;  ///< the asked ray's direction is this one's times 2 to its power
 };
 
+/// A number times 2 to a power.
+double timesPower(double number, int power)
+{
+    constexpr int bias = 1023;
+    if (power <= -bias || power > bias) return std::scalbn(number, power);
+    return number * std::bit_cast<double>(static_cast<uint64>(power + bias) << 52);
+}
+
 /// None when the ray is not finite or has no direction.
 std::optional<ScaledRay> scaled(const Ray3D& ray)
 {
     const Vector3D& d = ray.direction;
     if (!isFinite(ray.origin) || !isFinite(d) || d == Vector3D{0, 0, 0}) return std::nullopt;
     const int exponent = std::ilogb(std::max({std::fabs(d.x), std::fabs(d.y), std::fabs(d.z)}));
-    const auto scale = [exponent](double v) { return std::scalbn(v, -exponent); };
+    const auto scale = [exponent](double v) { return timesPower(v, -exponent); };
     return ScaledRay{{ray.origin, {scale(d.x), scale(d.y), scale(d.z)}}, exponent};
 }
 
@@ -60,17 +69,17 @@ std::optional<MeshPoint> MeshCollider::castRay(const Ray3D& ray, double limit) c
     if (!asked || !_faces) return std::nullopt;
     const detail::RayTriangle test(asked->ray);
     Nearest nearest;
-    _faces->visitRay(asked->ray, std::scalbn(limit, asked->exponent),
+    _faces->visitRay(asked->ray, timesPower(limit, asked->exponent),
                      [&](uint32 slot, double reach)
                      {
-                         const detail::FaceCorners f = _faces->corners(slot);
+                         const detail::FaceCorners& f = _faces->corners(slot);
                          detail::TriangleHit hit;
                          if (!test.hit(f.a, f.b, f.c, hit) || !(hit.t <= reach)) return reach;
                          nearest.take(_faces->face(slot), slot, hit.t, hit.weights);
                          return hit.t;
                      });
     if (nearest.face == noIndex) return std::nullopt;
-    return MeshPoint{nearest.face, std::scalbn(nearest.measure, -asked->exponent), nearest.weights,
+    return MeshPoint{nearest.face, timesPower(nearest.measure, -asked->exponent), nearest.weights,
                      _faces->corners(nearest.slot).at(nearest.weights)};
 }
 
@@ -80,10 +89,10 @@ bool MeshCollider::isHit(const Ray3D& ray, double limit) const
     if (!asked || !_faces) return false;
     const detail::RayTriangle test(asked->ray);
     bool isFound = false;
-    _faces->visitRay(asked->ray, std::scalbn(limit, asked->exponent),
+    _faces->visitRay(asked->ray, timesPower(limit, asked->exponent),
                      [&](uint32 slot, double reach)
                      {
-                         const detail::FaceCorners f = _faces->corners(slot);
+                         const detail::FaceCorners& f = _faces->corners(slot);
                          detail::TriangleHit hit;
                          isFound = test.hit(f.a, f.b, f.c, hit) && hit.t <= reach;
                          return isFound ? -1 : reach;
@@ -98,7 +107,7 @@ std::optional<MeshPoint> MeshCollider::nearestPoint(const Vector3D& point, doubl
     _faces->visitNearest(point, limit * limit,
                          [&](uint32 slot, double reach)
                          {
-                             const detail::FaceCorners f = _faces->corners(slot);
+                             const detail::FaceCorners& f = _faces->corners(slot);
                              const auto found = detail::TriangleNearest::to(point, f.a, f.b, f.c);
                              if (!(found.squared <= reach)) return reach;
                              nearest.take(_faces->face(slot), slot, found.squared, found.weights);
@@ -121,21 +130,25 @@ void MeshCollider::visitAlong(const Vector3D& from, uint32 axis, double to, Visi
     _faces->visitOverlapping(line, [&](uint32 slot) { visit(_faces->corners(slot)); });
 }
 
+/// What both rays along an axis find. Of a closed mesh one is enough, the shorter.
+int32 MeshCollider::windingAlong(const Vector3D& point, uint32 axis) const
+{
+    const double low = _faces->box().min[axis], high = _faces->box().max[axis];
+    const bool isNearHigh = high - point[axis] < point[axis] - low;
+    Vector3D from = point;
+    if (!_faces->isClosed() || !isNearHigh) from[axis] = low;
+    const double to = _faces->isClosed() && !isNearHigh ? point[axis] : high;
+    detail::LineWinding winding(point, axis);
+    visitAlong(from, axis, to, [&](const detail::FaceCorners& f) { winding.add(f.a, f.b, f.c); });
+    if (!_faces->isClosed()) return winding.sum();
+    return isNearHigh ? winding.sumOfAhead() : winding.sumOfBehind();
+}
+
 double MeshCollider::windingNumber(const Vector3D& point) const
 {
-    if (!isFinite(point) || !_faces) return 0;
-    const Box3F& root = _faces->box();
+    if (!isFinite(point) || !_faces || !_faces->mayHold(point)) return 0;
     int32 windings = 0;
-    for (uint32 axis = 0; axis < 3; ++axis)
-    {
-        const double low = root.min[axis], high = root.max[axis];
-        if (!(low <= detail::floatAbove(point[axis]) && detail::floatBelow(point[axis]) <= high)) return 0;
-        Vector3D from = point;
-        from[axis] = low;
-        detail::LineWinding winding(point, axis);
-        visitAlong(from, axis, high, [&](const detail::FaceCorners& f) { winding.add(f.a, f.b, f.c); });
-        windings += winding.sum();
-    }
+    for (uint32 axis = 0; axis < 3; ++axis) windings += windingAlong(point, axis);
     return windings / 6.0;
 }
 
@@ -170,7 +183,7 @@ void MeshCollider::findOverlapping(const Box3D& box, Array<uint32>& faces) const
     _faces->visitOverlapping(outwards,
                              [&](uint32 slot)
                              {
-                                 const detail::FaceCorners f = _faces->corners(slot);
+                                 const detail::FaceCorners& f = _faces->corners(slot);
                                  if (detail::TriangleOverlap::test(f.a, f.b, f.c, box))
                                      faces.push_back(_faces->face(slot));
                              });

@@ -1,5 +1,8 @@
 #include <tavrix/spatial/detail/FaceTree.h>
 
+#include <atomic>
+#include <bit>
+
 #include <tavrix/foundation/ParallelFor.h>
 #include <tavrix/spatial/BoxQueries.h>
 #include <tavrix/spatial/detail/TriangleBox.h>
@@ -20,18 +23,59 @@ double reachOf(const Vector3D& point, const Box3F& box)
     return roundingReach(point, box) * (rounding / 0x1p-48);
 }
 
-/// The corner of a face, or no numbers.
-Vector3D cornerOf(const MeshFaces& faces, uint32 face, uint32 corner)
+/// A number in single precision that is lower, or higher, than the coordinate by at least the reach, and
+/// hardly more than by rounding.
+/// @{
+double spareOf(double coordinate, double reach)
 {
+    return reach + std::fabs(coordinate) * 0x1p-23 + std::numeric_limits<float>::min();
+}
+float lowOf(double coordinate, double reach)
+{
+    constexpr double largest = std::numeric_limits<float>::max();
+    return static_cast<float>(std::min(coordinate - spareOf(coordinate, reach), largest));
+}
+float highOf(double coordinate, double reach) { return -lowOf(-coordinate, reach); }
+/// @}
+
+/// A number for a position, the same for equal ones, and hardly for others.
+uint64 markOf(const Vector3D& position)
+{
+    uint64 mark = 0;
+    for (const double coordinate : {position.x, position.y, position.z})
+    {
+        mark = (mark ^ std::bit_cast<uint64>(coordinate + 0.0)) * 0x9E3779B97F4A7C15u;
+        mark ^= mark >> 32;
+    }
+    return mark;
+}
+
+/// A number for an edge from one position to another, the opposite for the way back.
+uint64 markOf(uint64 from, uint64 to)
+{
+    const uint64 both = (from + to) * 0xD6E8FEB86659FD93u;
+    return (from - to) * ((both ^ (both >> 32)) | 1);
+}
+
+/// The sum over a face's edges, which vanishes in a closed mesh; nothing for a face that is not usable.
+uint64 markOf(const FaceCorners& corners)
+{
+    if (!isFinite(corners.a)) return 0;
+    const uint64 a = markOf(corners.a), b = markOf(corners.b), c = markOf(corners.c);
+    return markOf(a, b) + markOf(b, c) + markOf(c, a);
+}
+
+FaceCorners cornersOf(const MeshFaces& faces, uint32 face)
+{
+    if (faces.isUsable(face)) return {faces.corner(face, 0), faces.corner(face, 1), faces.corner(face, 2)};
     constexpr double none = std::numeric_limits<double>::quiet_NaN();
-    if (face < faces.faceCount && faces.faces[face][corner] < faces.positionCount)
-        if (const Vector3D& position = faces.corner(face, corner); isFinite(position)) return position;
-    return {none, none, none};
+    constexpr Vector3D nowhere{none, none, none};
+    return {nowhere, nowhere, nowhere};
 }
 
 Box3F boxOf(const FaceCorners& corners, float margin)
 {
-    if (!isFinite(corners.a) || !isFinite(corners.b) || !isFinite(corners.c)) return Box3F::empty();
+    if (!isFinite(corners.a)) return Box3F::empty();
     Box3D box{corners.a, corners.a};
     box.extend(corners.b);
     box.extend(corners.c);
@@ -72,61 +116,49 @@ FaceTree::FaceTree(const MeshFaces& faces, uint32 threadCount)
                     for (uint64 n = begin; n < end; ++n)
                         std::copy(topology.nodes[n].begin(), topology.nodes[n].end(), _nodes[n].children);
                 });
-    copyTriangles(faces);
-    fitBoxes(0, threadCount);
+    _corners.resize(_faces.size());
+    refit(faces, 0, threadCount);
 }
 
-void FaceTree::copyTriangles(const MeshFaces& faces)
-{
-    Array<uint32> numbers(faces.positionCount, noIndex);
-    _triangles.resize(_faces.size());
-    _positions.reserve(std::min(faces.positionCount, 3 * faces.faceCount));
-    for (uint32 slot = 0; slot < _faces.size(); ++slot)
-        for (uint32 corner = 0; corner < 3; ++corner)
-        {
-            const uint32 vertex = faces.faces[_faces[slot]][corner];
-            uint32 number = vertex < faces.positionCount ? numbers[vertex] : noIndex;
-            if (number == noIndex)
-            {
-                number = _positions.size();
-                if (vertex < faces.positionCount) numbers[vertex] = number;
-                _positions.push_back(cornerOf(faces, _faces[slot], corner));
-            }
-            _triangles[slot][corner] = number;
-        }
-}
-
-void FaceTree::refit(const MeshFaces& faces, float margin)
-{
-    for (uint32 slot = 0; slot < _faces.size(); ++slot)
-        for (uint32 corner = 0; corner < 3; ++corner)
-            _positions[_triangles[slot][corner]] = cornerOf(faces, _faces[slot], corner);
-    fitBoxes(margin, 1);
-}
-
-void FaceTree::fitBoxes(float margin, uint32 threadCount)
+void FaceTree::refit(const MeshFaces& faces, float margin, uint32 threadCount)
 {
     constexpr float infinity = std::numeric_limits<float>::infinity();
     constexpr Box3F nothing{{infinity, infinity, infinity}, {-infinity, -infinity, -infinity}};
+    std::atomic<uint64> openEdges = 0;
     const auto fitToFaces = [&](WideNode& node)
     {
+        uint64 marks = 0;
         for (uint32 n = 0; n < WideNode::width; ++n)
             if (const uint32 child = node.children[n]; child == WideNode::noChild)
                 setBox(node, n, nothing);
             else if (WideNode::isFace(child))
-                setBox(node, n, boxOf(corners(WideNode::slotOf(child)), margin));
+            {
+                const uint32 slot = WideNode::slotOf(child);
+                _corners[slot] = cornersOf(faces, _faces[slot]);
+                setBox(node, n, boxOf(_corners[slot], margin));
+                marks += markOf(_corners[slot]);
+            }
+        return marks;
     };
     parallelFor(_nodes.size(), threadCount,
                 [&](uint32, uint64 begin, uint64 end)
                 {
-                    for (uint64 n = begin; n < end; ++n) fitToFaces(_nodes[n]);
+                    uint64 marks = 0;
+                    for (uint64 n = begin; n < end; ++n) marks += fitToFaces(_nodes[n]);
+                    openEdges += marks;
                 });
+    _isClosed = openEdges == 0;
     // nodes come before those below them
     for (uint32 n = _nodes.size(); n-- > 0;)
         for (uint32 child = 0; child < WideNode::width; ++child)
             if (const uint32 link = _nodes[n].children[child]; !WideNode::isFace(link))
                 setBox(_nodes[n], child, boxOf(_nodes[link]));
     _box = _nodes.empty() ? Box3F::empty() : boxOf(_nodes[0]);
+    for (uint32 axis = 0; axis < 3; ++axis)
+    {
+        _beyond.min[axis] = std::nextafter(_box.min[axis], -infinity);
+        _beyond.max[axis] = std::nextafter(_box.max[axis], infinity);
+    }
 }
 
 Array<Vector3D> FaceTree::cornersByFace() const
@@ -135,7 +167,7 @@ Array<Vector3D> FaceTree::cornersByFace() const
     for (uint32 slot = 0; slot < _faces.size(); ++slot)
     {
         Vector3D* const to = corners.data() + std::size_t{3} * _faces[slot];
-        const FaceCorners own = this->corners(slot);
+        const FaceCorners& own = this->corners(slot);
         to[0] = own.a;
         to[1] = own.b;
         to[2] = own.c;
@@ -147,23 +179,31 @@ Array<Vector3D> FaceTree::cornersByFace() const
 /// where it enters the box of all faces, so that single precision is enough however far away it starts.
 bool FaceTree::meets(const Ray3D& ray, double limit, WideRay& wide) const
 {
-    if (_nodes.empty()) return false;
-    wide.start = RaySlabs(ray, _box).entry(_box);
-    if (!(wide.start <= finite(limit))) return false;
-    const Vector3D origin = ray.at(wide.start);
+    // along an axis that the ray hardly moves along it may as well move a little
+    constexpr double slowest = 0x1p-60;
     const double reach = reachOf(ray.origin, _box);
+    double inverse[3], first = 0, last = finite(limit);
     for (uint32 axis = 0; axis < 3; ++axis)
     {
-        // along an axis that the ray hardly moves along it may as well move a little
-        constexpr double slowest = 0x1p-60;
-        const double direction = ray.direction[axis];
+        const double direction = ray.direction[axis], origin = ray.origin[axis];
         const bool isDown = direction < 0;
-        wide.inverse[axis] =
-            static_cast<float>(1 / (isDown ? std::min(direction, -slowest) : std::max(direction, slowest)));
+        inverse[axis] = 1 / (isDown ? std::min(direction, -slowest) : std::max(direction, slowest));
+        const double low = (_box.min[axis] - reach - origin) * inverse[axis];
+        const double high = (_box.max[axis] + reach - origin) * inverse[axis];
+        // what is not a number, in an infinite box, changes nothing
+        first = std::max(first, isDown ? high : low);
+        last = std::min(last, isDown ? low : high);
         wide.nearSide[axis] = isDown ? 1 : 0;
-        const double low = origin[axis] - reach, high = origin[axis] + reach;
-        wide.near[axis] = isDown ? floatBelow(low) : floatAbove(high);
-        wide.far[axis] = isDown ? floatAbove(high) : floatBelow(low);
+    }
+    if (!(first <= last)) return false;
+    wide.start = first;
+    for (uint32 axis = 0; axis < 3; ++axis)
+    {
+        const double origin = ray.origin[axis] + ray.direction[axis] * first;
+        const float low = lowOf(origin, reach), high = highOf(origin, reach);
+        wide.inverse[axis] = static_cast<float>(inverse[axis]);
+        wide.near[axis] = wide.nearSide[axis] == 1 ? low : high;
+        wide.far[axis] = wide.nearSide[axis] == 1 ? high : low;
     }
     return true;
 }
@@ -174,8 +214,8 @@ WidePoint FaceTree::wide(const Vector3D& point) const
     WidePoint wide;
     for (uint32 axis = 0; axis < 3; ++axis)
     {
-        wide.low[axis] = floatBelow(point[axis] - reach);
-        wide.high[axis] = floatAbove(point[axis] + reach);
+        wide.low[axis] = lowOf(point[axis], reach);
+        wide.high[axis] = highOf(point[axis], reach);
     }
     return wide;
 }

@@ -10,14 +10,6 @@
 namespace tavrix::detail
 {
 
-/// The corners of a face.
-struct FaceCorners
-{
-    Vector3D a, b, c;
-
-    Vector3D at(const Vector3D& weights) const { return a * weights.x + b * weights.y + c * weights.z; }
-};
-
 /// A copy of the faces of a mesh under a wide tree (WideNode), for queries. Faces lie in slots, near ones
 /// side by side. The corners of those that are not usable are not numbers; tests of triangles find nothing
 /// there.
@@ -28,17 +20,23 @@ public:
 
     /// Takes the corners that the same faces have now, and widens boxes by `margin` as
     /// GeometryTree::recalculateMesh does.
-    void refit(const MeshFaces& faces, float margin);
+    void refit(const MeshFaces& faces, float margin, uint32 threadCount);
 
     /// Three corners a face, by the faces' numbers.
     Array<Vector3D> cornersByFace() const;
     /// The smallest box in single precision around all faces.
     const Box3F& box() const { return _box; }
-    FaceCorners corners(uint32 slot) const
+    /// Whether the box holds the point, when that is rounded to single precision, one way or the other.
+    bool mayHold(const Vector3D& point) const
     {
-        const Index3& t = _triangles[slot];
-        return {_positions[t.a], _positions[t.b], _positions[t.c]};
+        for (uint32 axis = 0; axis < 3; ++axis)
+            if (!(_beyond.min[axis] < point[axis] && point[axis] < _beyond.max[axis])) return false;
+        return true;
     }
+    /// Whether the faces of every edge are as many on its one side as on the other, so that they are the
+    /// faces of solids. Told by a sum over the edges, which is wrong once in 2^64 times.
+    bool isClosed() const { return _isClosed; }
+    const FaceCorners& corners(uint32 slot) const { return _corners[slot]; }
     /// The number of the face in a slot.
     uint32 face(uint32 slot) const { return _faces[slot]; }
 
@@ -50,14 +48,14 @@ public:
     {
         WideRay wide;
         if (!meets(ray, limit, wide)) return;
-        TX_RUN_KERNEL(visitRay, _nodes.data(), wide, finite(limit), visitor(visit));
+        TX_RUN_KERNEL(visitRay, arrays(), wide, finite(limit), visitor(visit));
     }
     /// The same for faces that may be within a squared distance from a point, which is finite.
     template <class Visit>
     void visitNearest(const Vector3D& point, double squaredLimit, Visit visit) const
     {
         if (_nodes.empty()) return;
-        TX_RUN_KERNEL(visitNearest, _nodes.data(), wide(point), finite(squaredLimit), visitor(visit));
+        TX_RUN_KERNEL(visitNearest, arrays(), wide(point), finite(squaredLimit), visitor(visit));
     }
     /// Calls visit(slot) for faces that a box may overlap.
     template <class Visit>
@@ -70,7 +68,7 @@ public:
             visit(slot);
             return limit;
         };
-        TX_RUN_KERNEL(visitOverlapping, _nodes.data(), wide, visitor(forAll));
+        TX_RUN_KERNEL(visitOverlapping, arrays(), wide, visitor(forAll));
     }
 
 private:
@@ -82,17 +80,17 @@ private:
                 &visit};
     }
 
+    WideTree arrays() const { return {_nodes.data(), _corners.data()}; }
     static double finite(double limit) { return std::min(limit, std::numeric_limits<double>::max()); }
-    void copyTriangles(const MeshFaces& faces);
-    void fitBoxes(float margin, uint32 threadCount);
     bool meets(const Ray3D& ray, double limit, WideRay& wide) const;
     WidePoint wide(const Vector3D& point) const;
 
     Array<WideNode> _nodes;
-    Array<Index3> _triangles;
-    Array<Vector3D> _positions;
+    Array<FaceCorners> _corners;
     Array<uint32> _faces;
     Box3F _box;
+    Box3F _beyond;  ///< the sides of the next larger box
+    bool _isClosed = false;
 };
 
 }  // namespace tavrix::detail

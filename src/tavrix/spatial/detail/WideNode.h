@@ -1,6 +1,6 @@
 #pragma once
 
-#include <tavrix/platform/Types.h>
+#include <tavrix/foundation/Vector3.h>
 
 namespace tavrix::detail
 {
@@ -23,6 +23,21 @@ struct alignas(32) WideNode
 };
 
 static_assert(sizeof(WideNode) == 224);
+
+/// The corners of a face.
+struct FaceCorners
+{
+    Vector3D a, b, c;
+
+    Vector3D at(const Vector3D& weights) const { return a * weights.x + b * weights.y + c * weights.z; }
+};
+
+/// The arrays of a tree: its nodes, the root first, and the corners of the faces by their slots.
+struct WideTree
+{
+    const WideNode* nodes;
+    const FaceCorners* corners;
+};
 
 /// No path through a tree is longer, and a query keeps up to seven nodes a level in mind.
 inline constexpr uint32 wideTreeDepth = 96;

@@ -19,10 +19,6 @@ constexpr float rounding = 0x1p-20f;
 /// A number a child.
 using Lanes = float[width];
 
-/// A child and where a query meets it, as one number that orders by the latter, which is not below 0.
-uint64 pending(float entry, uint32 child) { return uint64{std::bit_cast<uint32>(entry)} << 32 | child; }
-float entryOf(uint64 pending) { return std::bit_cast<float>(static_cast<uint32>(pending >> 32)); }
-
 /// Where the ray enters a box, in lengths of its direction.
 struct RayEntry
 {
@@ -89,19 +85,16 @@ struct SquaredDistance
     }
 };
 
-/// 0 for boxes that have a point in common with the box.
+/// Which boxes have a point in common with the box.
 struct Overlap
 {
     const WideBox& box;
 
-    float reach(double limit) const { return static_cast<float>(limit); }
-
-    uint32 meet(const WideNode& node, float, Lanes& entry) const
+    uint32 meet(const WideNode& node) const
     {
         uint32 met = 0;
         for (uint32 lane = 0; lane < width; ++lane)
         {
-            entry[lane] = 0;
             uint32 bit = 1u << lane;
             for (uint32 axis = 0; axis < 3; ++axis)
             {
@@ -115,35 +108,66 @@ struct Overlap
     }
 };
 
-/// Visits the faces that the query meets, the nearest boxes first.
+/// A child and where a query meets it, as one number that orders by the latter, which is not below 0.
+uint64 pending(float entry, uint32 child) { return uint64{std::bit_cast<uint32>(entry)} << 32 | child; }
+float entryOf(uint64 pending) { return std::bit_cast<float>(static_cast<uint32>(pending >> 32)); }
+
+/// Asks for the memory of a node that is soon visited, for which queries mostly wait.
+void fetch([[maybe_unused]] const WideTree& tree, [[maybe_unused]] uint32 child)
+{
+#if defined(__GNUC__)
+    const auto* node = reinterpret_cast<const char*>(tree.nodes + child);
+    for (uint32 line = 0; line < sizeof(WideNode); line += 64) __builtin_prefetch(node + line);
+#endif
+}
+
+/// Behind all that is.
+constexpr uint64 nothingPending = ~uint64{0};
+
+/// The child of the lowest of some lanes, none where it is not there: boxes of what is not there count as
+/// near where others are infinite.
+uint32 childOf(const WideNode& node, uint32 lanes) { return node.children[std::countr_zero(lanes)]; }
+
+/// Visits the faces that the query meets, mostly the nearest boxes first.
 template <class Query>
-void walk(const WideNode* nodes, const Query& query, double limit, const FaceVisitor& visitor)
+void walk(const WideTree& tree, const Query& query, double limit, const FaceVisitor& visitor)
 {
     uint64 stack[wideTreeDepth * (width - 1) + 1];
     uint32 count = 0;
     float reach = query.reach(limit);
     for (uint32 next = 0;;)
     {
-        if (WideNode::isFace(next))
+        Lanes entry;
+        const WideNode& node = tree.nodes[next];
+        uint32 met = query.meet(node, reach, entry);
+        if (WideNode::isFace(node.children[0]))
         {
-            limit = visitor.visit(visitor.context, WideNode::slotOf(next), limit);
-            if (limit < 0) return;
+            for (; met != 0; met &= met - 1)
+            {
+                const uint32 face = childOf(node, met);
+                if (face == WideNode::noChild) break;
+                limit = visitor.visit(visitor.context, WideNode::slotOf(face), limit);
+                if (limit < 0) return;
+            }
             reach = query.reach(limit);
         }
         else
         {
-            Lanes entry;
-            const WideNode& node = nodes[next];
-            const uint32 before = count;
-            for (uint32 met = query.meet(node, reach, entry); met != 0; met &= met - 1)
+            uint64 nearest = nothingPending;
+            for (; met != 0; met &= met - 1)
             {
-                const auto lane = static_cast<uint32>(std::countr_zero(met));
-                // what is inside out counts as near while nothing is far
-                if (node.sides[0][0][lane] > node.sides[1][0][lane]) continue;
-                const uint64 child = pending(entry[lane], node.children[lane]);
-                uint32 place = count++;
-                for (; place > before && stack[place - 1] < child; --place) stack[place] = stack[place - 1];
-                stack[place] = child;
+                const uint32 child = childOf(node, met);
+                if (child == WideNode::noChild) break;
+                fetch(tree, child);
+                const uint64 candidate = pending(entry[std::countr_zero(met)], child);
+                stack[count] = larger(nearest, candidate);
+                nearest = smaller(nearest, candidate);
+                count += stack[count] != nothingPending;
+            }
+            if (nearest != nothingPending)
+            {
+                next = static_cast<uint32>(nearest);
+                continue;
             }
         }
         do {
@@ -153,21 +177,45 @@ void walk(const WideNode* nodes, const Query& query, double limit, const FaceVis
     }
 }
 
+/// Visits the faces that the query meets, in the order of the tree.
+void walkAll(const WideTree& tree, const Overlap& overlap, const FaceVisitor& visitor)
+{
+    uint32 stack[wideTreeDepth * (width - 1) + 1];
+    stack[0] = 0;
+    for (uint32 count = 1; count > 0;)
+    {
+        const WideNode& node = tree.nodes[stack[--count]];
+        const bool hasFaces = WideNode::isFace(node.children[0]);
+        for (uint32 met = overlap.meet(node); met != 0; met &= met - 1)
+        {
+            const uint32 child = childOf(node, met);
+            if (child == WideNode::noChild) break;
+            if (hasFaces)
+                visitor.visit(visitor.context, WideNode::slotOf(child), 0);
+            else
+            {
+                fetch(tree, child);
+                stack[count++] = child;
+            }
+        }
+    }
+}
+
 }  // namespace
 
-void visitRay(const WideNode* nodes, const WideRay& ray, double limit, const FaceVisitor& visitor)
+void visitRay(const WideTree& tree, const WideRay& ray, double limit, const FaceVisitor& visitor)
 {
-    walk(nodes, RayEntry{ray}, limit, visitor);
+    walk(tree, RayEntry{ray}, limit, visitor);
 }
 
-void visitNearest(const WideNode* nodes, const WidePoint& point, double limit, const FaceVisitor& visitor)
+void visitNearest(const WideTree& tree, const WidePoint& point, double limit, const FaceVisitor& visitor)
 {
-    walk(nodes, SquaredDistance{point}, limit, visitor);
+    walk(tree, SquaredDistance{point}, limit, visitor);
 }
 
-void visitOverlapping(const WideNode* nodes, const WideBox& box, const FaceVisitor& visitor)
+void visitOverlapping(const WideTree& tree, const WideBox& box, const FaceVisitor& visitor)
 {
-    walk(nodes, Overlap{box}, 0, visitor);
+    walkAll(tree, Overlap{box}, visitor);
 }
 
 }  // namespace tavrix::detail::TX_KERNEL

@@ -35,14 +35,12 @@ struct FaceVisitor
     void* context;
 };
 
-/// Queries from the root, nodes[0], downwards: faces whose boxes the ray meets within the limit (in lengths
+/// Queries from the root downwards: faces whose boxes the ray meets within the limit (in lengths
 /// of its direction), are within the limit (a squared distance), or overlap; near boxes first but for the
 /// last. No box that is met in exact arithmetic is left out. Nothing is allocated.
-TX_DECLARE_KERNEL(void visitRay(const WideNode* nodes, const WideRay& ray, double limit,
-                                const FaceVisitor& visitor);
-                  void visitNearest(const WideNode* nodes, const WidePoint& point, double limit,
-                                    const FaceVisitor& visitor);
-                  void visitOverlapping(const WideNode* nodes, const WideBox& box,
-                                        const FaceVisitor& visitor);)
+TX_DECLARE_KERNEL(
+    void visitRay(const WideTree& tree, const WideRay& ray, double limit, const FaceVisitor& visitor);
+    void visitNearest(const WideTree& tree, const WidePoint& point, double limit, const FaceVisitor& visitor);
+    void visitOverlapping(const WideTree& tree, const WideBox& box, const FaceVisitor& visitor);)
 
 }  // namespace tavrix::detail
