@@ -88,8 +88,8 @@ Box3F boxOf(const WideNode& node)
     for (uint32 n = 0; n < WideNode::width && node.children[n] != WideNode::noChild; ++n)
         for (uint32 axis = 0; axis < 3; ++axis)
         {
-            box.min[axis] = std::min(box.min[axis], node.sides[0][axis][n]);
-            box.max[axis] = std::max(box.max[axis], node.sides[1][axis][n]);
+            box.min[axis] = std::min(box.min[axis], node.sides[WideNode::lowSides + axis][n]);
+            box.max[axis] = std::max(box.max[axis], node.sides[WideNode::highSides + axis][n]);
         }
     return box;
 }
@@ -98,8 +98,8 @@ void setBox(WideNode& node, uint32 child, const Box3F& box)
 {
     for (uint32 axis = 0; axis < 3; ++axis)
     {
-        node.sides[0][axis][child] = box.min[axis];
-        node.sides[1][axis][child] = box.max[axis];
+        node.sides[WideNode::lowSides + axis][child] = box.min[axis];
+        node.sides[WideNode::highSides + axis][child] = box.max[axis];
     }
 }
 
@@ -193,7 +193,8 @@ bool FaceTree::meets(const Ray3D& ray, double limit, WideRay& wide) const
         // what is not a number, in an infinite box, changes nothing
         first = std::max(first, isDown ? high : low);
         last = std::min(last, isDown ? low : high);
-        wide.nearSide[axis] = isDown ? 1 : 0;
+        wide.nearSides[axis] = axis + (isDown ? WideNode::highSides : WideNode::lowSides);
+        wide.farSides[axis] = axis + (isDown ? WideNode::lowSides : WideNode::highSides);
     }
     if (!(first <= last)) return false;
     wide.start = first;
@@ -202,8 +203,9 @@ bool FaceTree::meets(const Ray3D& ray, double limit, WideRay& wide) const
         const double origin = ray.origin[axis] + ray.direction[axis] * first;
         const float low = lowOf(origin, reach), high = highOf(origin, reach);
         wide.inverse[axis] = static_cast<float>(inverse[axis]);
-        wide.near[axis] = wide.nearSide[axis] == 1 ? low : high;
-        wide.far[axis] = wide.nearSide[axis] == 1 ? high : low;
+        const bool isDown = inverse[axis] < 0;
+        wide.near[axis] = isDown ? low : high;
+        wide.far[axis] = isDown ? high : low;
     }
     return true;
 }

@@ -15,8 +15,10 @@ struct alignas(32) WideNode
     static constexpr uint32 faceBit = 0x80000000u;
     static constexpr uint32 noChild = 0xFFFFFFFFu;
 
-    float sides[2][3][width];  ///< the low and the high sides of the children's boxes, by axis
-    uint32 children[width];    ///< those that are there come first
+    static constexpr uint32 lowSides = 0, highSides = 3;
+
+    float sides[6][width];   ///< of the children's boxes: the low ones by axis, then the high ones
+    uint32 children[width];  ///< those that are there come first
 
     static constexpr bool isFace(uint32 child) { return (child & faceBit) != 0; }
     static constexpr uint32 slotOf(uint32 child) { return child & ~faceBit; }

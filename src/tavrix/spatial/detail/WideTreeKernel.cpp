@@ -34,11 +34,10 @@ struct RayEntry
     /// A bit a child, the first one lowest, for those that are met; for all of them where.
     uint32 meet(const WideNode& node, float reach, Lanes& entry) const
     {
-        const uint32(&side)[3] = ray.nearSide;
-        const Lanes &nearX = node.sides[side[0]][0], &nearY = node.sides[side[1]][1],
-                    &nearZ = node.sides[side[2]][2];
-        const Lanes &farX = node.sides[1 - side[0]][0], &farY = node.sides[1 - side[1]][1],
-                    &farZ = node.sides[1 - side[2]][2];
+        const Lanes &nearX = node.sides[ray.nearSides[0]], &nearY = node.sides[ray.nearSides[1]],
+                    &nearZ = node.sides[ray.nearSides[2]];
+        const Lanes &farX = node.sides[ray.farSides[0]], &farY = node.sides[ray.farSides[1]],
+                    &farZ = node.sides[ray.farSides[2]];
         uint32 met = 0;
         for (uint32 lane = 0; lane < width; ++lane)
         {
@@ -79,8 +78,8 @@ struct SquaredDistance
 
     float along(const WideNode& node, uint32 axis, uint32 lane) const
     {
-        const float below = node.sides[0][axis][lane] - point.high[axis];
-        const float above = point.low[axis] - node.sides[1][axis][lane];
+        const float below = node.sides[WideNode::lowSides + axis][lane] - point.high[axis];
+        const float above = point.low[axis] - node.sides[WideNode::highSides + axis][lane];
         return larger(larger(below, above), 0.0f);
     }
 };
@@ -98,8 +97,8 @@ struct Overlap
             uint32 bit = 1u << lane;
             for (uint32 axis = 0; axis < 3; ++axis)
             {
-                const float low = larger(node.sides[0][axis][lane], box.min[axis]);
-                const float high = smaller(node.sides[1][axis][lane], box.max[axis]);
+                const float low = larger(node.sides[WideNode::lowSides + axis][lane], box.min[axis]);
+                const float high = smaller(node.sides[WideNode::highSides + axis][lane], box.max[axis]);
                 bit = low <= high ? bit : 0;
             }
             met |= bit;

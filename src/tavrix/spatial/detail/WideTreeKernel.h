@@ -6,12 +6,13 @@
 namespace tavrix::detail
 {
 
-/// A ray for boxes in single precision. In a plane `near` and `far` are the origin, moved by what rounding
-/// may come to so that boxes count as larger; `nearSide` is which of WideNode::sides the ray comes to first.
+/// A ray for boxes in single precision. `near` and `far` are the origin, moved by what rounding may come to
+/// so that boxes count as larger; `nearSides` and `farSides` are which of WideNode::sides the ray comes to
+/// first and last.
 struct WideRay
 {
     float near[3], far[3], inverse[3];
-    uint32 nearSide[3];
+    uint32 nearSides[3], farSides[3];
     double start;  ///< where the origin lies on the ray that limits are told along
 };
 
