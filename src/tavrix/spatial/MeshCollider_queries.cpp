@@ -44,18 +44,16 @@ std::optional<ScaledRay> scaled(const Ray3D& ray)
 /// The nearest face so far; of equally near ones that with the lowest number.
 struct Nearest
 {
-    uint32 face = noIndex, slot = 0;
+    const detail::WideFace* face = nullptr;
     double measure = 0;
     Vector3D weights{};
 
-    void take(uint32 candidate, uint32 candidateSlot, double candidateMeasure,
-              const Vector3D& candidateWeights)
+    void take(const detail::WideFace& candidate, double candidateMeasure, const Vector3D& candidateWeights)
     {
-        if (face != noIndex &&
-            !(candidateMeasure < measure || (candidateMeasure == measure && candidate < face)))
+        if (face &&
+            !(candidateMeasure < measure || (candidateMeasure == measure && candidate.number < face->number)))
             return;
-        face = candidate;
-        slot = candidateSlot;
+        face = &candidate;
         measure = candidateMeasure;
         weights = candidateWeights;
     }
@@ -72,15 +70,15 @@ std::optional<MeshPoint> MeshCollider::castRay(const Ray3D& ray, double limit) c
     _faces->visitRay(asked->ray, timesPower(limit, asked->exponent),
                      [&](uint32 slot, double reach)
                      {
-                         const detail::FaceCorners& f = _faces->corners(slot);
+                         const detail::WideFace& f = _faces->face(slot);
                          detail::TriangleHit hit;
                          if (!test.hit(f.a, f.b, f.c, hit) || !(hit.t <= reach)) return reach;
-                         nearest.take(_faces->face(slot), slot, hit.t, hit.weights);
+                         nearest.take(f, hit.t, hit.weights);
                          return hit.t;
                      });
-    if (nearest.face == noIndex) return std::nullopt;
-    return MeshPoint{nearest.face, timesPower(nearest.measure, -asked->exponent), nearest.weights,
-                     _faces->corners(nearest.slot).at(nearest.weights)};
+    if (!nearest.face) return std::nullopt;
+    return MeshPoint{nearest.face->number, timesPower(nearest.measure, -asked->exponent), nearest.weights,
+                     nearest.face->at(nearest.weights)};
 }
 
 bool MeshCollider::isHit(const Ray3D& ray, double limit) const
@@ -92,7 +90,7 @@ bool MeshCollider::isHit(const Ray3D& ray, double limit) const
     _faces->visitRay(asked->ray, timesPower(limit, asked->exponent),
                      [&](uint32 slot, double reach)
                      {
-                         const detail::FaceCorners& f = _faces->corners(slot);
+                         const detail::WideFace& f = _faces->face(slot);
                          detail::TriangleHit hit;
                          isFound = test.hit(f.a, f.b, f.c, hit) && hit.t <= reach;
                          return isFound ? -1 : reach;
@@ -107,15 +105,15 @@ std::optional<MeshPoint> MeshCollider::nearestPoint(const Vector3D& point, doubl
     _faces->visitNearest(point, limit * limit,
                          [&](uint32 slot, double reach)
                          {
-                             const detail::FaceCorners& f = _faces->corners(slot);
+                             const detail::WideFace& f = _faces->face(slot);
                              const auto found = detail::TriangleNearest::to(point, f.a, f.b, f.c);
                              if (!(found.squared <= reach)) return reach;
-                             nearest.take(_faces->face(slot), slot, found.squared, found.weights);
+                             nearest.take(f, found.squared, found.weights);
                              return found.squared;
                          });
-    if (nearest.face == noIndex) return std::nullopt;
-    return MeshPoint{nearest.face, std::sqrt(nearest.measure), nearest.weights,
-                     _faces->corners(nearest.slot).at(nearest.weights)};
+    if (!nearest.face) return std::nullopt;
+    return MeshPoint{nearest.face->number, std::sqrt(nearest.measure), nearest.weights,
+                     nearest.face->at(nearest.weights)};
 }
 
 /// Calls visit(corners) for the faces whose boxes meet the segment from a point along an axis, and for
@@ -127,7 +125,7 @@ void MeshCollider::visitAlong(const Vector3D& from, uint32 axis, double to, Visi
                {detail::floatAbove(from.x), detail::floatAbove(from.y), detail::floatAbove(from.z)}};
     line.min[axis] = std::min(line.min[axis], detail::floatBelow(to));
     line.max[axis] = std::max(line.max[axis], detail::floatAbove(to));
-    _faces->visitOverlapping(line, [&](uint32 slot) { visit(_faces->corners(slot)); });
+    _faces->visitOverlapping(line, [&](uint32 slot) { visit(_faces->face(slot)); });
 }
 
 /// What both rays along an axis find. Of a closed mesh one is enough, the shorter.
@@ -139,7 +137,7 @@ int32 MeshCollider::windingAlong(const Vector3D& point, uint32 axis) const
     if (!_faces->isClosed() || !isNearHigh) from[axis] = low;
     const double to = _faces->isClosed() && !isNearHigh ? point[axis] : high;
     detail::LineWinding winding(point, axis);
-    visitAlong(from, axis, to, [&](const detail::FaceCorners& f) { winding.add(f.a, f.b, f.c); });
+    visitAlong(from, axis, to, [&](const detail::WideFace& f) { winding.add(f.a, f.b, f.c); });
     if (!_faces->isClosed()) return winding.sum();
     return isNearHigh ? winding.sumOfAhead() : winding.sumOfBehind();
 }
@@ -160,7 +158,7 @@ int32 MeshCollider::windingChange(const Vector3D& from, uint32 axis, double to) 
     if (!isFinite(from) || !isFinite(end) || !_faces) return 0;
     detail::LineWinding before(from, axis), behind(end, axis);
     visitAlong(from, axis, to,
-               [&](const detail::FaceCorners& f)
+               [&](const detail::WideFace& f)
                {
                    before.add(f.a, f.b, f.c);
                    behind.add(f.a, f.b, f.c);
@@ -183,9 +181,9 @@ void MeshCollider::findOverlapping(const Box3D& box, Array<uint32>& faces) const
     _faces->visitOverlapping(outwards,
                              [&](uint32 slot)
                              {
-                                 const detail::FaceCorners& f = _faces->corners(slot);
+                                 const detail::WideFace& f = _faces->face(slot);
                                  if (detail::TriangleOverlap::test(f.a, f.b, f.c, box))
-                                     faces.push_back(_faces->face(slot));
+                                     faces.push_back(f.number);
                              });
     std::sort(faces.begin(), faces.end());
 }

@@ -58,27 +58,28 @@ uint64 markOf(uint64 from, uint64 to)
 }
 
 /// The sum over a face's edges, which vanishes in a closed mesh; nothing for a face that is not usable.
-uint64 markOf(const FaceCorners& corners)
+uint64 markOf(const WideFace& face)
 {
-    if (!isFinite(corners.a)) return 0;
-    const uint64 a = markOf(corners.a), b = markOf(corners.b), c = markOf(corners.c);
+    if (!isFinite(face.a)) return 0;
+    const uint64 a = markOf(face.a), b = markOf(face.b), c = markOf(face.c);
     return markOf(a, b) + markOf(b, c) + markOf(c, a);
 }
 
-FaceCorners cornersOf(const MeshFaces& faces, uint32 face)
+WideFace faceOf(const MeshFaces& faces, uint32 face)
 {
-    if (faces.isUsable(face)) return {faces.corner(face, 0), faces.corner(face, 1), faces.corner(face, 2)};
+    if (faces.isUsable(face))
+        return {faces.corner(face, 0), faces.corner(face, 1), faces.corner(face, 2), face};
     constexpr double none = std::numeric_limits<double>::quiet_NaN();
     constexpr Vector3D nowhere{none, none, none};
-    return {nowhere, nowhere, nowhere};
+    return {nowhere, nowhere, nowhere, face};
 }
 
-Box3F boxOf(const FaceCorners& corners, float margin)
+Box3F boxOf(const WideFace& face, float margin)
 {
-    if (!isFinite(corners.a)) return Box3F::empty();
-    Box3D box{corners.a, corners.a};
-    box.extend(corners.b);
-    box.extend(corners.c);
+    if (!isFinite(face.a)) return Box3F::empty();
+    Box3D box{face.a, face.a};
+    box.extend(face.b);
+    box.extend(face.c);
     return roundedOutwards(box, margin);
 }
 
@@ -108,7 +109,8 @@ void setBox(WideNode& node, uint32 child, const Box3F& box)
 FaceTree::FaceTree(const MeshFaces& faces, uint32 threadCount)
 {
     WideTopology topology = buildWideTree(faces, threadCount);
-    _faces.swap(topology.order);
+    _faces.resize(topology.order.size());
+    for (uint32 slot = 0; slot < _faces.size(); ++slot) _faces[slot].number = topology.order[slot];
     _nodes.resize(topology.nodes.size());
     parallelFor(_nodes.size(), threadCount,
                 [&](uint32, uint64 begin, uint64 end)
@@ -116,7 +118,6 @@ FaceTree::FaceTree(const MeshFaces& faces, uint32 threadCount)
                     for (uint64 n = begin; n < end; ++n)
                         std::copy(topology.nodes[n].begin(), topology.nodes[n].end(), _nodes[n].children);
                 });
-    _corners.resize(_faces.size());
     refit(faces, 0, threadCount);
 }
 
@@ -134,9 +135,9 @@ void FaceTree::refit(const MeshFaces& faces, float margin, uint32 threadCount)
             else if (WideNode::isFace(child))
             {
                 const uint32 slot = WideNode::slotOf(child);
-                _corners[slot] = cornersOf(faces, _faces[slot]);
-                setBox(node, n, boxOf(_corners[slot], margin));
-                marks += markOf(_corners[slot]);
+                _faces[slot] = faceOf(faces, _faces[slot].number);
+                setBox(node, n, boxOf(_faces[slot], margin));
+                marks += markOf(_faces[slot]);
             }
         return marks;
     };
@@ -164,13 +165,12 @@ void FaceTree::refit(const MeshFaces& faces, float margin, uint32 threadCount)
 Array<Vector3D> FaceTree::cornersByFace() const
 {
     Array<Vector3D> corners(3 * _faces.size());
-    for (uint32 slot = 0; slot < _faces.size(); ++slot)
+    for (const WideFace& face : _faces)
     {
-        Vector3D* const to = corners.data() + std::size_t{3} * _faces[slot];
-        const FaceCorners& own = this->corners(slot);
-        to[0] = own.a;
-        to[1] = own.b;
-        to[2] = own.c;
+        Vector3D* const to = corners.data() + std::size_t{3} * face.number;
+        to[0] = face.a;
+        to[1] = face.b;
+        to[2] = face.c;
     }
     return corners;
 }

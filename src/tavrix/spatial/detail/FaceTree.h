@@ -22,6 +22,7 @@ public:
     /// GeometryTree::recalculateMesh does.
     void refit(const MeshFaces& faces, float margin, uint32 threadCount);
 
+    uint32 faceCount() const { return _faces.size(); }
     /// Three corners a face, by the faces' numbers.
     Array<Vector3D> cornersByFace() const;
     /// The smallest box in single precision around all faces.
@@ -36,9 +37,7 @@ public:
     /// Whether the faces of every edge are as many on its one side as on the other, so that they are the
     /// faces of solids. Told by a sum over the edges, which is wrong once in 2^64 times.
     bool isClosed() const { return _isClosed; }
-    const FaceCorners& corners(uint32 slot) const { return _corners[slot]; }
-    /// The number of the face in a slot.
-    uint32 face(uint32 slot) const { return _faces[slot]; }
+    const WideFace& face(uint32 slot) const { return _faces[slot]; }
 
     /// Calls visit(slot, limit), which returns the limit to go on with, for faces that a ray may hit within
     /// the limit, in lengths of its direction, whose largest component is in [1, 2); near ones first. Ray and
@@ -80,14 +79,13 @@ private:
                 &visit};
     }
 
-    WideTree arrays() const { return {_nodes.data(), _corners.data()}; }
+    WideTree arrays() const { return {_nodes.data(), _faces.data()}; }
     static double finite(double limit) { return std::min(limit, std::numeric_limits<double>::max()); }
     bool meets(const Ray3D& ray, double limit, WideRay& wide) const;
     WidePoint wide(const Vector3D& point) const;
 
     Array<WideNode> _nodes;
-    Array<FaceCorners> _corners;
-    Array<uint32> _faces;
+    Array<WideFace> _faces;
     Box3F _box;
     Box3F _beyond;  ///< the sides of the next larger box
     bool _isClosed = false;

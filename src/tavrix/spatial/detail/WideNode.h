@@ -26,19 +26,22 @@ struct alignas(32) WideNode
 
 static_assert(sizeof(WideNode) == 224);
 
-/// The corners of a face.
-struct FaceCorners
+/// A face of a tree: its corners and, in the same lines of the cache, its number.
+struct alignas(16) WideFace
 {
     Vector3D a, b, c;
+    uint32 number;
 
     Vector3D at(const Vector3D& weights) const { return a * weights.x + b * weights.y + c * weights.z; }
 };
 
-/// The arrays of a tree: its nodes, the root first, and the corners of the faces by their slots.
+static_assert(sizeof(WideFace) == 80);
+
+/// The arrays of a tree: its nodes, the root first, and its faces by their slots.
 struct WideTree
 {
     const WideNode* nodes;
-    const FaceCorners* corners;
+    const WideFace* faces;
 };
 
 /// No path through a tree is longer, and a query keeps up to seven nodes a level in mind.

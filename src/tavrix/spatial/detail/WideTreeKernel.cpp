@@ -111,12 +111,14 @@ struct Overlap
 uint64 pending(float entry, uint32 child) { return uint64{std::bit_cast<uint32>(entry)} << 32 | child; }
 float entryOf(uint64 pending) { return std::bit_cast<float>(static_cast<uint32>(pending >> 32)); }
 
-/// Asks for the memory of a node that is soon visited, for which queries mostly wait.
-void fetch([[maybe_unused]] const WideTree& tree, [[maybe_unused]] uint32 child)
+/// Asks for memory that is soon read, for which queries mostly wait.
+template <class T>
+void fetch([[maybe_unused]] const T& record)
 {
 #if defined(__GNUC__)
-    const auto* node = reinterpret_cast<const char*>(tree.nodes + child);
-    for (uint32 line = 0; line < sizeof(WideNode); line += 64) __builtin_prefetch(node + line);
+    const auto* bytes = reinterpret_cast<const char*>(&record);
+    for (uint32 line = 0; line < sizeof(T); line += 64) __builtin_prefetch(bytes + line);
+    __builtin_prefetch(bytes + sizeof(T) - 1);
 #endif
 }
 
@@ -126,6 +128,13 @@ constexpr uint64 nothingPending = ~uint64{0};
 /// The child of the lowest of some lanes, none where it is not there: boxes of what is not there count as
 /// near where others are infinite.
 uint32 childOf(const WideNode& node, uint32 lanes) { return node.children[std::countr_zero(lanes)]; }
+
+/// Asks for the faces of some lanes.
+void fetchFaces(const WideTree& tree, const WideNode& node, uint32 met)
+{
+    for (const uint32 first = WideNode::slotOf(node.children[0]); met != 0; met &= met - 1)
+        fetch(tree.faces[first + static_cast<uint32>(std::countr_zero(met))]);
+}
 
 /// Visits the faces that the query meets, mostly the nearest boxes first.
 template <class Query>
@@ -141,6 +150,7 @@ void walk(const WideTree& tree, const Query& query, double limit, const FaceVisi
         uint32 met = query.meet(node, reach, entry);
         if (WideNode::isFace(node.children[0]))
         {
+            fetchFaces(tree, node, met);
             for (; met != 0; met &= met - 1)
             {
                 const uint32 face = childOf(node, met);
@@ -157,7 +167,7 @@ void walk(const WideTree& tree, const Query& query, double limit, const FaceVisi
             {
                 const uint32 child = childOf(node, met);
                 if (child == WideNode::noChild) break;
-                fetch(tree, child);
+                fetch(tree.nodes[child]);
                 const uint64 candidate = pending(entry[std::countr_zero(met)], child);
                 stack[count] = larger(nearest, candidate);
                 nearest = smaller(nearest, candidate);
@@ -185,7 +195,9 @@ void walkAll(const WideTree& tree, const Overlap& overlap, const FaceVisitor& vi
     {
         const WideNode& node = tree.nodes[stack[--count]];
         const bool hasFaces = WideNode::isFace(node.children[0]);
-        for (uint32 met = overlap.meet(node); met != 0; met &= met - 1)
+        uint32 met = overlap.meet(node);
+        if (hasFaces) fetchFaces(tree, node, met);
+        for (; met != 0; met &= met - 1)
         {
             const uint32 child = childOf(node, met);
             if (child == WideNode::noChild) break;
@@ -193,7 +205,7 @@ void walkAll(const WideTree& tree, const Overlap& overlap, const FaceVisitor& vi
                 visitor.visit(visitor.context, WideNode::slotOf(child), 0);
             else
             {
-                fetch(tree, child);
+                fetch(tree.nodes[child]);
                 stack[count++] = child;
             }
         }
