@@ -27,8 +27,8 @@ class FaceTree;
 /// Answers do not depend on the trees: they are those of a look at every face, and of equal answers that of
 /// the face with the lowest number. Faces with a corner that does not exist or is not finite are not there
 /// for queries. Computation is in double precision; coordinates are to stay below 1e75, so that it does not
-/// overflow. A query takes O(log faces) on even meshes and allocates nothing on trees of usual depth; several
-/// threads may ask one collider at once.
+/// overflow. A query takes O(log faces) on even meshes and allocates nothing; several threads may ask one
+/// collider at once.
 ///
 /// When memory runs out, creating and copying leave a collider that finds nothing.
 class TX_GEOMETRY_API MeshCollider

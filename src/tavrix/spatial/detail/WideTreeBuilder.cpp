@@ -117,25 +117,35 @@ constexpr uint32 mostCuts = 16;
 /// most; so no path is longer than wideTreeDepth.
 constexpr uint32 deepestFreely = wideTreeDepth - 32;
 
-/// The slices of a run along the three axes.
+/// The slices of a run along the three axes; of a small run along its longest, where it matters less than it
+/// takes.
 class Slices
 {
 public:
-    explicit Slices(const Run& run) : _count(run.size() < 64 ? mostCuts / 2 : mostCuts), _low(run.places.min)
+    explicit Slices(const Run& run) : _low(run.places.min)
     {
-        for (uint32 axis = 0; axis < 3; ++axis)
+        constexpr uint32 smallRun = 512;
+        Four extent;
+        for (uint32 axis = 0; axis < 4; ++axis)
+            extent.v[axis] = run.places.max.v[axis] - run.places.min.v[axis];
+        if (run.size() < smallRun)
         {
-            const float extent = run.places.max.v[axis] - run.places.min.v[axis];
-            // a little less, so that the last place lies in the last slice
-            _scale.v[axis] = extent > 1e-30f ? static_cast<float>(_count) * 0.99999f / extent : 0;
+            _count = mostCuts / 2;
+            const float x = extent.v[0], y = extent.v[1], z = extent.v[2];
+            _firstAxis = x >= y && x >= z ? 0 : y >= z ? 1 : 2;
+            _endAxis = _firstAxis + 1;
         }
-        _scale.v[3] = 0;
-        for (uint32 axis = 0; axis < 3; ++axis)
+        for (uint32 axis = _firstAxis; axis < _endAxis; ++axis)
+        {
+            // a little less, so that the last place lies in the last slice
+            _scale.v[axis] =
+                extent.v[axis] > 1e-30f ? static_cast<float>(_count) * 0.99999f / extent.v[axis] : 0;
             for (uint32 n = 0; n < _count; ++n)
             {
                 _boxes[axis][n] = FourBox::empty();
                 _sizes[axis][n] = 0;
             }
+        }
     }
 
     uint32 sliceOf(const Item& item, uint32 axis) const
@@ -146,7 +156,7 @@ public:
 
     void add(const Item& item)
     {
-        for (uint32 axis = 0; axis < 3; ++axis)
+        for (uint32 axis = _firstAxis; axis < _endAxis; ++axis)
         {
             const uint32 slice = sliceOf(item, axis);
             _boxes[axis][slice].extend(item.box());
@@ -156,7 +166,7 @@ public:
 
     void add(const Slices& other)
     {
-        for (uint32 axis = 0; axis < 3; ++axis)
+        for (uint32 axis = _firstAxis; axis < _endAxis; ++axis)
             for (uint32 n = 0; n < _count; ++n)
             {
                 _boxes[axis][n].extend(other._boxes[axis][n]);
@@ -176,7 +186,7 @@ public:
     {
         Cut best;
         float lowestCost = std::numeric_limits<float>::infinity();
-        for (uint32 axis = 0; axis < 3; ++axis)
+        for (uint32 axis = _firstAxis; axis < _endAxis; ++axis)
         {
             if (_scale.v[axis] == 0) continue;
             std::array<FourBox, mostCuts> high;
@@ -205,7 +215,7 @@ public:
     }
 
 private:
-    uint32 _count;
+    uint32 _count = mostCuts, _firstAxis = 0, _endAxis = 3;
     Four _low, _scale;
     FourBox _boxes[3][mostCuts];
     uint32 _sizes[3][mostCuts];

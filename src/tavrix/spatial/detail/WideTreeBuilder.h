@@ -21,10 +21,11 @@ struct WideTopology
 };
 
 /// A tree of eight children a node, from above: runs of faces are halved where the surface-area heuristic
-/// finds it cheapest, of sixteen cuts an axis (Wald, On fast Construction of SAH-based Bounding Volume
-/// Hierarchies, Symposium on Interactive Ray Tracing 2007), the run of the largest surface in a node first,
-/// until there are eight or all have eight faces at most. O(n log n); the same for every thread count. Sides
-/// that are not finite count as far away. More than 2^30 faces throw std::length_error.
+/// finds it cheapest, of sixteen slices an axis, or eight of the longest for small runs (Wald, On fast
+/// Construction of SAH-based Bounding Volume Hierarchies, Symposium on Interactive Ray Tracing 2007), the run
+/// of the largest surface in a node first, until there are eight or all have eight faces at most. O(n log n);
+/// the same for every thread count. Sides that are not finite count as far away. More than 2^30 faces throw
+/// std::length_error.
 WideTopology buildWideTree(const MeshFaces& faces, uint32 threadCount);
 
 }  // namespace tavrix::detail
