@@ -1,14 +1,29 @@
 #pragma once
 
-// Embree as a peer for rays against triangles, in a source of its own. Everything on the caller's thread.
+#include <cstddef>
+#include <memory>
 
-struct EmbreeRays
+// Embree as a peer for rays against triangles and for nearest points, in a source of its own. Everything on
+// the caller's thread, in single precision, robust mode.
+
+class EmbreePeer
 {
-    double buildSeconds;  ///< of the scene with its tree
-    double castSeconds;   ///< of all rays, one rtcIntersect1 each
-};
+public:
+    /// Builds the scene over triangles: three coordinates a point, three point numbers a triangle.
+    EmbreePeer(const float* points, std::size_t pointCount, const unsigned* triangles,
+               std::size_t triangleCount);
+    ~EmbreePeer();
 
-/// Casts rays (origin and direction, six numbers each) at the triangles (three coordinates a point, three
-/// point numbers a triangle). distances[n] becomes the first hit's in lengths of the direction, -1 for none.
-EmbreeRays castWithEmbree(const float* points, unsigned pointCount, const unsigned* triangles,
-                          unsigned triangleCount, const float* rays, unsigned rayCount, float* distances);
+    /// Of the scene with its tree.
+    double buildSeconds() const;
+    /// Casts rays (origin and direction, six numbers each) with one rtcIntersect1 each. distances[n] becomes
+    /// the first hit's in lengths of the direction, -1 for none. The seconds that took.
+    double castRays(const float* rays, std::size_t count, float* distances) const;
+    /// Finds the distances of the nearest points (three numbers each), with one rtcPointQuery each. The
+    /// seconds that took.
+    double findNearest(const float* points, std::size_t count, float* distances) const;
+
+private:
+    struct Scene;
+    std::unique_ptr<Scene> _scene;
+};

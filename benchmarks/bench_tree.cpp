@@ -1,6 +1,8 @@
-// Builds trees over a bumpy torus of 10^4, 10^5 and 10^6 faces, and asks them: the time of building, the
-// nodes that a ray visits beside a tree built by the surface-area heuristic, rays and nearest points a
-// second, and Embree with the same rays, everything but one build on one thread.
+// Trees over a bumpy torus of 10^4, 10^5 and 10^6 faces: the time of building the public tree, and the boxes
+// that a ray is tested with in it, beside one built by the surface-area heuristic. Then colliders of these
+// meshes: the time of creating one, queries a second, one by one and in batches, and Embree with the same
+// rays and points on one thread.
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <random>
@@ -90,41 +92,149 @@ double meanVisits(std::span<const Node> nodes, const MeshCollider& collider, con
     return static_cast<double>(visits) / static_cast<double>(rays.size());
 }
 
-double perSecond(std::size_t count, double milliseconds)
+/// Rays of a camera, pixel after pixel. The numbers are floats.
+std::vector<Ray3D> makeView(uint32 size)
 {
-    return static_cast<double>(count) / milliseconds * 1e-3;
+    std::vector<Ray3D> rays;
+    const Vector3D eye{0, -7, 5};
+    for (uint32 y = 0; y < size; ++y)
+        for (uint32 x = 0; x < size; ++x)
+        {
+            const Vector3F to{8 * static_cast<float>(x) / static_cast<float>(size) - 4,
+                              8 * static_cast<float>(y) / static_cast<float>(size) - 4, 0};
+            rays.push_back({eye, convert<double>(to) - eye});
+        }
+    return rays;
+}
+
+/// Points all over the box around the torus, or within a hundredth of its surface. The numbers are floats.
+std::vector<Vector3D> makePoints(const Mesh& mesh, uint32 count, bool isNear)
+{
+    std::mt19937 random(2);
+    const auto unit = [&] { return static_cast<double>(random() % 65536) / 32768 - 1; };
+    std::vector<Vector3D> points;
+    for (uint32 n = 0; n < count; ++n)
+    {
+        const Vector3D jitter{unit(), unit(), unit()};
+        const Vector3D point = isNear ? mesh.pos()[random() % mesh.getPosSize()] + jitter * 0.01
+                                      : Vector3D{jitter.x * 4, jitter.y * 4, jitter.z};
+        points.push_back(convert<double>(convert<float>(point)));
+    }
+    return points;
+}
+
+/// Of every query, in millions a second: one by one, in a batch on one thread, and on two.
+struct Rates
+{
+    double single, batch, onTwo;
+};
+
+template <class Question, class Single, class Batch>
+Rates measureRates(const std::vector<Question>& questions, const Single& single, const Batch& batch)
+{
+    const auto rateOf = [&](const auto& action)
+    { return static_cast<double>(questions.size()) / medianMilliseconds(action, 3) * 1e-3; };
+    return {rateOf(
+                [&]
+                {
+                    for (const Question& question : questions) single(question);
+                }),
+            rateOf([&] { batch(1); }), rateOf([&] { batch(2); })};
+}
+
+void print(const char* what, const Rates& rates)
+{
+    std::printf("  %-22s %6.2f million/s, in a batch %6.2f, on two threads %6.2f (%.2f times)", what,
+                rates.single, rates.batch, rates.onTwo, rates.onTwo / rates.batch);
 }
 
 #if defined(TAVRIX_WITH_EMBREE)
-void compareWithEmbree(const Mesh& mesh, const MeshCollider& collider, const std::vector<Ray3D>& rays,
-                       double ownMilliseconds)
+template <class... Vectors>
+std::vector<float> floatsOf(const Vectors&... vectors)
 {
-    std::vector<float> points, numbers, distances(rays.size());
+    std::vector<float> numbers;
+    for (const Vector3D* v : {&vectors...})
+        for (uint32 axis = 0; axis < 3; ++axis) numbers.push_back(static_cast<float>((*v)[axis]));
+    return numbers;
+}
+
+EmbreePeer makePeer(const Mesh& mesh)
+{
+    std::vector<float> points;
     for (const Vector3D& p : mesh.pos())
-        for (uint32 axis = 0; axis < 3; ++axis) points.push_back(static_cast<float>(p[axis]));
-    for (const Ray3D& ray : rays)
-        for (const Vector3D* v : {&ray.origin, &ray.direction})
-            for (uint32 axis = 0; axis < 3; ++axis) numbers.push_back(static_cast<float>((*v)[axis]));
-    const EmbreeRays embree =
-        castWithEmbree(points.data(), mesh.getPosSize(), &mesh.trindexPos().data()->a, mesh.getFacesSize(),
-                       numbers.data(), static_cast<unsigned>(rays.size()), distances.data());
+        for (const float number : floatsOf(p)) points.push_back(number);
+    return {points.data(), mesh.getPosSize(), &mesh.trindexPos().data()->a, mesh.getFacesSize()};
+}
+
+/// Embree's rate, the median of three runs, and how many answers are others than ours, -1 for none.
+void compare(double ownRate, const std::vector<float>& own, const std::vector<float>& numbers, bool isRays,
+             const EmbreePeer& peer)
+{
+    std::vector<float> distances(own.size());
+    std::vector<double> seconds;
+    for (uint32 run = 0; run < 3; ++run)
+        seconds.push_back(isRays ? peer.castRays(numbers.data(), own.size(), distances.data())
+                                 : peer.findNearest(numbers.data(), own.size(), distances.data()));
+    std::sort(seconds.begin(), seconds.end());
     uint32 different = 0;
-    for (std::size_t n = 0; n < rays.size(); ++n)
-    {
-        const auto hit = collider.castRay(rays[n]);
-        different += hit.has_value() != (distances[n] >= 0) ||
-                     (hit && std::fabs(hit->distance - double{distances[n]}) > 1e-4);
-    }
-    std::printf(
-        "  Embree: built in %.0f ms, %.2f million rays/s, %.1f times ours; %u of %zu answers differ\n",
-        embree.buildSeconds * 1e3, perSecond(rays.size(), embree.castSeconds * 1e3),
-        ownMilliseconds / (embree.castSeconds * 1e3), different, rays.size());
+    for (std::size_t n = 0; n < own.size(); ++n) different += !(std::fabs(own[n] - distances[n]) <= 1e-4f);
+    const double rate = static_cast<double>(own.size()) / seconds[1] * 1e-6;
+    std::printf("; Embree %.2f, of which one by one is %.2f; %u of %zu differ", rate, ownRate / rate,
+                different, own.size());
 }
 #endif
 
-void measure(uint32 n)
+void measureRays(const char* what, const MeshCollider& collider, const std::vector<Ray3D>& rays,
+                 [[maybe_unused]] const auto* peer)
 {
-    const Mesh mesh = makeBumpyTorus(n);
+    Array<MeshPoint> hits;
+    uint32 hitCount = 0;
+    const Rates rates = measureRates(
+        rays, [&](const Ray3D& ray) { hitCount += collider.castRay(ray).has_value(); },
+        [&](uint32 threads) { collider.castRays(rays, hits, 1e300, threads); });
+    print(what, rates);
+#if defined(TAVRIX_WITH_EMBREE)
+    std::vector<float> own, numbers;
+    for (const MeshPoint& hit : hits)
+        own.push_back(hit.face == noIndex ? -1 : static_cast<float>(hit.distance));
+    for (const Ray3D& ray : rays)
+        for (const float number : floatsOf(ray.origin, ray.direction)) numbers.push_back(number);
+    compare(rates.single, own, numbers, true, *peer);
+#endif
+    std::printf("\n");
+}
+
+void measurePoints(const char* what, const MeshCollider& collider, const std::vector<Vector3D>& points,
+                   [[maybe_unused]] const auto* peer)
+{
+    Array<MeshPoint> nearest;
+    double sum = 0;
+    const Rates rates = measureRates(
+        points, [&](const Vector3D& point) { sum += collider.nearestPoint(point)->distance; },
+        [&](uint32 threads) { collider.nearestPoints(points, nearest, 1e300, threads); });
+    print(what, rates);
+#if defined(TAVRIX_WITH_EMBREE)
+    std::vector<float> own, numbers;
+    for (const MeshPoint& point : nearest) own.push_back(static_cast<float>(point.distance));
+    for (const Vector3D& point : points)
+        for (const float number : floatsOf(point)) numbers.push_back(number);
+    compare(rates.single, own, numbers, false, *peer);
+#endif
+    std::printf("\n");
+}
+
+void measureInside(const MeshCollider& collider, const std::vector<Vector3D>& points)
+{
+    Array<uint8> inside;
+    uint32 insideCount = 0;
+    print("inside", measureRates(
+                        points, [&](const Vector3D& point) { insideCount += collider.isInside(point); },
+                        [&](uint32 threads) { collider.areInside(points, inside, threads); }));
+    std::printf("; %.0f%% are\n", 100.0 / 3 * insideCount / static_cast<double>(points.size()));
+}
+
+void measurePublicTree(const Mesh& mesh)
+{
     const auto build = [&](uint32 threads)
     {
         GeometryTree<Node> tree;
@@ -133,9 +243,7 @@ void measure(uint32 n)
     const uint32 threads = Hardware::getThreadCount();
     const double one = medianMilliseconds([&] { build(1); }, 3);
     const double all = medianMilliseconds([&] { build(threads); }, 3);
-    std::printf("%u faces\n  tree: %.1f ms on one thread, %.1f ms on %u\n", mesh.getFacesSize(), one, all,
-                threads);
-
+    std::printf("  public tree: %.1f ms on one thread, %.1f ms on %u\n", one, all, threads);
     MeshCollider collider;
     collider.create(mesh, threads);
     const auto& nodes = collider.getTree().nodes();
@@ -144,48 +252,56 @@ void measure(uint32 n)
         if (node.isLeaf()) boxes[node.geometryIndex()] = node.box;
     std::vector<Node> fromAbove;
     const double other = medianMilliseconds([&] { fromAbove = SurfaceAreaTree(boxes).nodes(); }, 1);
-    const std::vector<Ray3D> rays = makeRays(200000);
-    const std::vector<Ray3D> some(rays.begin(), rays.begin() + 20000);
+    const std::vector<Ray3D> rays = makeRays(20000);
     std::printf("  boxes tested a ray: %.1f; by the surface-area heuristic (built in %.0f ms) %.1f\n",
-                meanVisits({nodes.data(), nodes.size()}, collider, some), other,
-                meanVisits(fromAbove, collider, some));
+                meanVisits({nodes.data(), nodes.size()}, collider, rays), other,
+                meanVisits(fromAbove, collider, rays));
+}
 
-    uint32 hits = 0;
-    const double casting = medianMilliseconds(
-        [&]
-        {
-            hits = 0;
-            for (const Ray3D& ray : rays) hits += collider.castRay(ray).has_value();
-        },
-        3);
-    std::printf("  %.2f million rays/s, %.0f%% hit\n", perSecond(rays.size(), casting),
-                100.0 * hits / static_cast<double>(rays.size()));
-    double sum = 0;
-    uint32 inside = 0;
-    const double nearest = medianMilliseconds(
-        [&]
-        {
-            for (const Ray3D& ray : some) sum += collider.nearestPoint(ray.at(0.9))->distance;
-        },
-        3);
-    const double insides = medianMilliseconds(
-        [&]
-        {
-            for (const Ray3D& ray : some) inside += collider.isInside(ray.at(0.9));
-        },
-        3);
-    std::printf("  %.2f million nearest points/s (mean distance %.2f), %.2f million insides/s (%.0f%%)\n",
-                perSecond(some.size(), nearest), sum / 3 / static_cast<double>(some.size()),
-                perSecond(some.size(), insides), 100.0 / 3 * inside / static_cast<double>(some.size()));
+void measureCollider(const Mesh& mesh)
+{
+    const auto create = [&](uint32 threads)
+    {
+        return medianMilliseconds(
+            [&]
+            {
+                MeshCollider collider;
+                collider.create(mesh, threads);
+            },
+            3);
+    };
+    const double one = create(1), two = create(2);
+    std::printf("  collider: %.1f ms on one thread, %.1f ms on two (%.2f times)", one, two, one / two);
 #if defined(TAVRIX_WITH_EMBREE)
-    compareWithEmbree(mesh, collider, rays, casting);
+    std::vector<double> builds;
+    for (uint32 run = 0; run < 3; ++run) builds.push_back(makePeer(mesh).buildSeconds() * 1e3);
+    std::sort(builds.begin(), builds.end());
+    const EmbreePeer embree = makePeer(mesh);
+    const EmbreePeer* const peer = &embree;
+    std::printf("; Embree %.1f ms, of which one thread takes %.2f", builds[1], one / builds[1]);
+#else
+    const int* const peer = nullptr;
 #endif
+    std::printf("\n");
+    MeshCollider collider;
+    collider.create(mesh);
+    measureRays("rays from all sides", collider, makeRays(200000), peer);
+    measureRays("rays of a camera", collider, makeView(450), peer);
+    measurePoints("nearest, anywhere", collider, makePoints(mesh, 50000, false), peer);
+    measurePoints("nearest, near", collider, makePoints(mesh, 200000, true), peer);
+    measureInside(collider, makePoints(mesh, 100000, false));
 }
 
 }  // namespace
 
 int main()
 {
-    for (const uint32 n : {71u, 224u, 707u}) measure(n);
+    for (const uint32 n : {71u, 224u, 707u})
+    {
+        const Mesh mesh = makeBumpyTorus(n);
+        std::printf("%u faces\n", mesh.getFacesSize());
+        measureCollider(mesh);
+        measurePublicTree(mesh);
+    }
     return 0;
 }

@@ -5,9 +5,12 @@
 #include <array>
 #include <functional>
 #include <random>
+#include <thread>
+#include <utility>
 
 #include <mesh/TestMeshes.h>
 #include <spatial/TestSolids.h>
+#include <tavrix/mesh/detail/LineWinding.h>
 #include <tavrix/spatial/detail/RayTriangle.h>
 #include <tavrix/spatial/detail/TriangleNearest.h>
 #include <TestFolder.h>
@@ -55,6 +58,21 @@ Mesh makeGridSoup(uint32 faceCount, uint32 seed)
     return mesh;
 }
 
+/// One face often, and faces that grow, each twice as large as the one before: no cut of these is even.
+Mesh makeUnevenSoup()
+{
+    Mesh mesh = makeMesh({{0, 0, 0}, {1, 0, 0}, {0, 1, 0.5}}, {});
+    for (uint32 n = 0; n < 200; ++n) mesh.refTrindexPos().push_back({0, 1, 2});
+    for (uint32 n = 0; n < 100; ++n)
+    {
+        const double x = std::ldexp(1.0, static_cast<int>(n) - 99);
+        const uint32 first = mesh.getPosSize();
+        for (const Vector3D& p : {Vector3D{x, 0, 0}, {2 * x, 0, x}, {x, x, 0}}) mesh.refPos().push_back(p);
+        mesh.refTrindexPos().push_back({first, first + 1, first + 2});
+    }
+    return mesh;
+}
+
 std::vector<Mesh> someMeshes()
 {
     return {Mesh(),
@@ -63,6 +81,7 @@ std::vector<Mesh> someMeshes()
             makeRandomSoup(90, 400, 1),
             makeGridSoup(300, 2),
             makeTerrain(20),
+            makeUnevenSoup(),
             together(makeCube(-1, 1), makeCube(-1, 1))};
 }
 
@@ -308,11 +327,32 @@ bool isSame(const MeshPoint& a, const MeshPoint& b)
            a.position == b.position;
 }
 
+/// The windings around a point inside of the box, by a look at every face.
+double everyFaceWinding(const Mesh& mesh, const Vector3D& point)
+{
+    int32 sum = 0;
+    for (uint32 axis = 0; axis < 3; ++axis)
+    {
+        detail::LineWinding line(point, axis);
+        for (uint32 f = 0; f < mesh.getFacesSize(); ++f)
+        {
+            const auto [a, b, c] = cornersOf(mesh, f);
+            line.add(a, b, c);
+        }
+        sum += line.sum();
+    }
+    return sum / 6.0;
+}
+
 TEST(MeshCollider, BatchesAnswerAsSingleQueries)
 {
-    for (const Mesh& mesh : someMeshes())
+    std::vector<Mesh> meshes = someMeshes();
+    // so large that batches are sorted, and that threads build the tree together
+    meshes.push_back(makeTerrain(270));
+    for (const Mesh& mesh : meshes)
     {
-        const MeshCollider collider = makeCollider(mesh);
+        MeshCollider collider;
+        collider.create(mesh, 3);
         Random random(6);
         std::vector<Ray3D> rays;
         std::vector<Vector3D> points{{infinity, 0, 0}};
@@ -343,6 +383,16 @@ TEST(MeshCollider, BatchesAnswerAsSingleQueries)
         {
             ASSERT_EQ(windings[n], collider.windingNumber(points[n])) << n;
             ASSERT_EQ(inside[n], collider.isInside(points[n]) ? 1 : 0) << n;
+        }
+        const Box3D box = mesh.getBox();
+        for (uint32 n = 0; n < points.size(); n += mesh.getFacesSize() < 5000 ? 20 : 500)
+        {
+            if (box.contains(points[n])) { EXPECT_EQ(windings[n], everyFaceWinding(mesh, points[n])) << n; }
+            const Ray3D& ray = rays[n % rays.size()];
+            if (ray.direction == Vector3D{0, 0, 0}) continue;
+            const auto hit = collider.castRay(normalized(ray)),
+                       expected = everyFaceHit(mesh, normalized(ray));
+            EXPECT_EQ(hit ? hit->face : noIndex, expected ? expected->face : noIndex) << n;
         }
         EXPECT_FALSE(collider.areInside(points, inside, 2, [] { return 1; }));
         EXPECT_TRUE(inside.empty());
@@ -431,6 +481,35 @@ TEST(MeshCollider, FollowsItsMesh)
     for (Vector3D& p : collider.getMesh().refPos()) p = p * 2.0;
     collider.recalculateTree();
     EXPECT_NEAR(collider.castRay({{2, 0, 5}, {0, 0, -1}})->distance, 4, 1e-12);
+}
+
+TEST(MeshCollider, ThePublicTreeIsThatOfItsCreation)
+{
+    Mesh mesh = makeRandomSoup(200, 900, 7);
+    mesh.refPos()[3].x = std::nan("");
+    for (const bool isMoved : {false, true})
+    {
+        MeshCollider::Tree expected;
+        expected.integrateMesh(mesh.trindexPos(), mesh.pos(), true);
+        MeshCollider collider;
+        collider.create(mesh, 2);
+        for (Vector3D& p : collider.getMesh().refPos()) p = {p.y * 3, p.x, 1 - p.z};
+        if (isMoved) collider.recalculateTree();
+        if (isMoved) expected.recalculateMesh(mesh.trindexPos(), collider.getMesh().pos(), 0x1p-23f);
+        // asked for by several at once, or of a copy
+        const MeshCollider copy = collider;
+        std::vector<std::thread> askers;
+        for (uint32 n = 0; n < 3; ++n) askers.emplace_back([&] { std::as_const(collider).getTree(); });
+        for (std::thread& asker : askers) asker.join();
+        const auto isSameNode = [](const auto& a, const auto& b)
+        { return a.link == b.link && a.box == b.box; };
+        for (const MeshCollider* each : {&std::as_const(collider), &copy})
+            EXPECT_TRUE(std::ranges::equal(each->getTree().nodes(), expected.nodes(), isSameNode));
+        const Ray3D ray = normalized({{0, 0, 9}, {0.01, 0.02, -1}});
+        const auto hit = collider.castRay(ray);
+        const auto there = everyFaceHit(isMoved ? collider.getMesh() : mesh, ray);
+        EXPECT_EQ(hit ? hit->face : noIndex, there ? there->face : noIndex);
+    }
 }
 
 TEST(MeshCollider, IsMadeOfAnAseFile)

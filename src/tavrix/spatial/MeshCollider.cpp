@@ -1,7 +1,10 @@
 #include <tavrix/spatial/MeshCollider.h>
 
+#include <utility>
+
 #include <tavrix/mesh/detail/IndexTriples.h>
 #include <tavrix/meshio/MeshImporter.h>
+#include <tavrix/spatial/detail/FaceTree.h>
 
 namespace tavrix
 {
@@ -31,22 +34,48 @@ void turn(const Matrix4<double>& matrix, const Array<Normal>& from, Array<Normal
 /// Whether every corner of every face exists, without which no smoothed normals can be computed.
 bool hasAllCorners(const Mesh& mesh) { return detail::neededEntries(mesh.trindexPos()) <= mesh.getPosSize(); }
 
+/// Faces of which each has three corners of its own, one after the other.
+Array<Index3> separateTriangles(uint32 cornerCount)
+{
+    Array<Index3> triangles(cornerCount / 3);
+    for (uint32 t = 0; t < triangles.size(); ++t) triangles[t] = {3 * t, 3 * t + 1, 3 * t + 2};
+    return triangles;
+}
+
 }  // namespace
 
 MeshCollider::MeshCollider() = default;
-MeshCollider::MeshCollider(const MeshCollider& other) = default;
+MeshCollider::MeshCollider(const MeshCollider& other) : MeshCollider() { copyFrom(other); }
 MeshCollider& MeshCollider::operator=(const MeshCollider& other)
 {
     copyFrom(other);
     return *this;
 }
-MeshCollider::MeshCollider(MeshCollider&& other) noexcept = default;
-MeshCollider& MeshCollider::operator=(MeshCollider&& other) noexcept = default;
+MeshCollider::MeshCollider(MeshCollider&& other) noexcept : MeshCollider() { *this = std::move(other); }
+MeshCollider& MeshCollider::operator=(MeshCollider&& other) noexcept
+{
+    if (this == &other) return *this;
+    _mesh = std::move(other._mesh);
+    _faces = std::move(other._faces);
+    _threadCount = other._threadCount;
+    _isTreeBuilt = other._isTreeBuilt.exchange(true);
+    _tree = std::move(other._tree);
+    _cornersOfTree = std::exchange(other._cornersOfTree, {});
+    return *this;
+}
 MeshCollider::~MeshCollider() = default;
 
-/// Leaves no tree, rather than that of another mesh or part of one, when filling fails.
+void MeshCollider::clearTrees()
+{
+    _faces.reset();
+    _isTreeBuilt = true;
+    _tree.clear();
+    _cornersOfTree.reserve(0);
+}
+
+/// Leaves no trees, rather than those of another mesh or parts of them, when filling fails.
 template <class Fill>
-void MeshCollider::fillOrClearTree(const Fill& fill)
+void MeshCollider::fillOrClear(const Fill& fill)
 {
     try
     {
@@ -54,31 +83,66 @@ void MeshCollider::fillOrClearTree(const Fill& fill)
     }
     catch (...)
     {
-        _tree.clear();
+        clearTrees();
         throw;
     }
 }
 
 void MeshCollider::copyFrom(const MeshCollider& other)
 {
-    fillOrClearTree(
+    if (this == &other) return;
+    fillOrClear(
         [&]
         {
             _mesh.copyFrom(other._mesh, true);
+            clearTrees();
+            if (other._faces) _faces = std::make_unique<detail::FaceTree>(*other._faces);
+            _threadCount = other._threadCount;
+            const std::scoped_lock lock(other._treeMutex);
             _tree.assign(other._tree);
+            _cornersOfTree = other._cornersOfTree;
+            _isTreeBuilt = other._isTreeBuilt.load();
         });
 }
 
 void MeshCollider::create(const Mesh& mesh, uint32 threadCount)
 {
-    fillOrClearTree(
+    fillOrClear(
         [&]
         {
             _mesh.copyFrom(mesh, true);
             if (hasAllCorners(_mesh)) _mesh.createSafe_arrNorSurface(threadCount);
-            _tree.clear();
-            _tree.integrateMesh(_mesh.trindexPos(), _mesh.pos(), true, threadCount);
+            clearTrees();
+            _faces = std::make_unique<detail::FaceTree>(detail::MeshFaces(_mesh), threadCount);
+            _threadCount = threadCount;
+            _isTreeBuilt = false;
         });
+}
+
+const MeshCollider::Tree& MeshCollider::getTree() const
+{
+    if (!_isTreeBuilt.load(std::memory_order_acquire)) buildTree();
+    return _tree;
+}
+
+MeshCollider::Tree& MeshCollider::getTree()
+{
+    std::as_const(*this).getTree();
+    return _tree;
+}
+
+void MeshCollider::buildTree() const
+{
+    const std::scoped_lock lock(_treeMutex);
+    if (_isTreeBuilt) return;
+    const bool isMoved = !_cornersOfTree.empty();
+    const Array<Vector3D> corners = _faces->cornersByFace();
+    const Array<Index3> triangles = separateTriangles(corners.size());
+    _tree.clear();
+    _tree.integrateMesh(triangles, isMoved ? _cornersOfTree : corners, true, _threadCount);
+    if (isMoved) _tree.recalculateMesh(triangles, corners, refitMargin, _threadCount);
+    _cornersOfTree.reserve(0);
+    _isTreeBuilt.store(true, std::memory_order_release);
 }
 
 bool MeshCollider::create_ASE(const TX_String& path, uint32 threadCount)
@@ -96,7 +160,12 @@ bool MeshCollider::create_ASE(const TX_String& path, uint32 threadCount)
 void MeshCollider::recalculateTree()
 {
     _mesh.invalidateBox();
-    _tree.recalculateMesh(_mesh.trindexPos(), _mesh.pos(), refitMargin);
+    if (!_faces) return;
+    if (_isTreeBuilt)
+        _tree.recalculateMesh(_mesh.trindexPos(), _mesh.pos(), refitMargin);
+    else if (_cornersOfTree.empty())
+        _cornersOfTree = _faces->cornersByFace();
+    _faces->refit(detail::MeshFaces(_mesh), refitMargin, 1);
 }
 
 bool MeshCollider::transformRt(const Matrix4<double>& matrix, const Mesh& source)

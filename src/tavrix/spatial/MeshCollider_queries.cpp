@@ -1,8 +1,9 @@
 #include <algorithm>
+#include <bit>
 #include <cmath>
 
 #include <tavrix/mesh/detail/LineWinding.h>
-#include <tavrix/mesh/detail/MeshFaces.h>
+#include <tavrix/spatial/detail/FaceTree.h>
 #include <tavrix/spatial/detail/RayTriangle.h>
 #include <tavrix/spatial/detail/TriangleBox.h>
 #include <tavrix/spatial/detail/TriangleNearest.h>
@@ -22,50 +23,37 @@ struct ScaledRay
     int exponent;  ///< the asked ray's direction is this one's times 2 to its power
 };
 
+/// A number times 2 to a power.
+double timesPower(double number, int power)
+{
+    constexpr int bias = 1023;
+    if (power <= -bias || power > bias) return std::scalbn(number, power);
+    return number * std::bit_cast<double>(static_cast<uint64>(power + bias) << 52);
+}
+
 /// None when the ray is not finite or has no direction.
 std::optional<ScaledRay> scaled(const Ray3D& ray)
 {
     const Vector3D& d = ray.direction;
     if (!isFinite(ray.origin) || !isFinite(d) || d == Vector3D{0, 0, 0}) return std::nullopt;
     const int exponent = std::ilogb(std::max({std::fabs(d.x), std::fabs(d.y), std::fabs(d.z)}));
-    const auto scale = [exponent](double v) { return std::scalbn(v, -exponent); };
+    const auto scale = [exponent](double v) { return timesPower(v, -exponent); };
     return ScaledRay{{ray.origin, {scale(d.x), scale(d.y), scale(d.z)}}, exponent};
-}
-
-/// The corners of a face.
-struct Corners
-{
-    Vector3D a, b, c;
-
-    Vector3D at(const Vector3D& weights) const { return a * weights.x + b * weights.y + c * weights.z; }
-};
-
-Corners cornersOf(const detail::MeshFaces& faces, uint32 face)
-{
-    return {faces.corner(face, 0), faces.corner(face, 1), faces.corner(face, 2)};
-}
-
-/// False for faces that do not count.
-bool getCorners(const detail::MeshFaces& faces, uint32 face, Corners& corners)
-{
-    if (!faces.isUsable(face)) return false;
-    corners = cornersOf(faces, face);
-    return true;
 }
 
 /// The nearest face so far; of equally near ones that with the lowest number.
 struct Nearest
 {
-    uint32 face = noIndex;
+    const detail::WideFace* face = nullptr;
     double measure = 0;
     Vector3D weights{};
 
-    void take(uint32 candidate, double candidateMeasure, const Vector3D& candidateWeights)
+    void take(const detail::WideFace& candidate, double candidateMeasure, const Vector3D& candidateWeights)
     {
-        if (face != noIndex &&
-            !(candidateMeasure < measure || (candidateMeasure == measure && candidate < face)))
+        if (face &&
+            !(candidateMeasure < measure || (candidateMeasure == measure && candidate.number < face->number)))
             return;
-        face = candidate;
+        face = &candidate;
         measure = candidateMeasure;
         weights = candidateWeights;
     }
@@ -76,61 +64,56 @@ struct Nearest
 std::optional<MeshPoint> MeshCollider::castRay(const Ray3D& ray, double limit) const
 {
     const auto asked = scaled(ray);
-    if (!asked) return std::nullopt;
-    const detail::MeshFaces faces(_mesh);
+    if (!asked || !_faces) return std::nullopt;
     const detail::RayTriangle test(asked->ray);
     Nearest nearest;
-    _tree.visitRay(asked->ray, std::scalbn(limit, asked->exponent),
-                   [&](uint32 face, double reach)
-                   {
-                       Corners f;
-                       detail::TriangleHit hit;
-                       if (!getCorners(faces, face, f) || !test.hit(f.a, f.b, f.c, hit) || !(hit.t <= reach))
-                           return reach;
-                       nearest.take(face, hit.t, hit.weights);
-                       return hit.t;
-                   });
-    if (nearest.face == noIndex) return std::nullopt;
-    return MeshPoint{nearest.face, std::scalbn(nearest.measure, -asked->exponent), nearest.weights,
-                     cornersOf(faces, nearest.face).at(nearest.weights)};
+    _faces->visitRay(asked->ray, timesPower(limit, asked->exponent),
+                     [&](uint32 slot, double reach)
+                     {
+                         const detail::WideFace& f = _faces->face(slot);
+                         detail::TriangleHit hit;
+                         if (!test.hit(f.a, f.b, f.c, hit) || !(hit.t <= reach)) return reach;
+                         nearest.take(f, hit.t, hit.weights);
+                         return hit.t;
+                     });
+    if (!nearest.face) return std::nullopt;
+    return MeshPoint{nearest.face->number, timesPower(nearest.measure, -asked->exponent), nearest.weights,
+                     nearest.face->at(nearest.weights)};
 }
 
 bool MeshCollider::isHit(const Ray3D& ray, double limit) const
 {
     const auto asked = scaled(ray);
-    if (!asked) return false;
-    const detail::MeshFaces faces(_mesh);
+    if (!asked || !_faces) return false;
     const detail::RayTriangle test(asked->ray);
     bool isFound = false;
-    _tree.visitRay(asked->ray, std::scalbn(limit, asked->exponent),
-                   [&](uint32 face, double reach)
-                   {
-                       Corners f;
-                       detail::TriangleHit hit;
-                       isFound = getCorners(faces, face, f) && test.hit(f.a, f.b, f.c, hit) && hit.t <= reach;
-                       return isFound ? -1 : reach;
-                   });
+    _faces->visitRay(asked->ray, timesPower(limit, asked->exponent),
+                     [&](uint32 slot, double reach)
+                     {
+                         const detail::WideFace& f = _faces->face(slot);
+                         detail::TriangleHit hit;
+                         isFound = test.hit(f.a, f.b, f.c, hit) && hit.t <= reach;
+                         return isFound ? -1 : reach;
+                     });
     return isFound;
 }
 
 std::optional<MeshPoint> MeshCollider::nearestPoint(const Vector3D& point, double limit) const
 {
-    if (!(limit >= 0)) return std::nullopt;
-    const detail::MeshFaces faces(_mesh);
+    if (!(limit >= 0) || !isFinite(point) || !_faces) return std::nullopt;
     Nearest nearest;
-    _tree.visitNearest(point, limit * limit,
-                       [&](uint32 face, double reach)
-                       {
-                           Corners f;
-                           if (!getCorners(faces, face, f)) return reach;
-                           const auto found = detail::TriangleNearest::to(point, f.a, f.b, f.c);
-                           if (!(found.squared <= reach)) return reach;
-                           nearest.take(face, found.squared, found.weights);
-                           return found.squared;
-                       });
-    if (nearest.face == noIndex) return std::nullopt;
-    return MeshPoint{nearest.face, std::sqrt(nearest.measure), nearest.weights,
-                     cornersOf(faces, nearest.face).at(nearest.weights)};
+    _faces->visitNearest(point, limit * limit,
+                         [&](uint32 slot, double reach)
+                         {
+                             const detail::WideFace& f = _faces->face(slot);
+                             const auto found = detail::TriangleNearest::to(point, f.a, f.b, f.c);
+                             if (!(found.squared <= reach)) return reach;
+                             nearest.take(f, found.squared, found.weights);
+                             return found.squared;
+                         });
+    if (!nearest.face) return std::nullopt;
+    return MeshPoint{nearest.face->number, std::sqrt(nearest.measure), nearest.weights,
+                     nearest.face->at(nearest.weights)};
 }
 
 /// Calls visit(corners) for the faces whose boxes meet the segment from a point along an axis, and for
@@ -138,35 +121,32 @@ std::optional<MeshPoint> MeshCollider::nearestPoint(const Vector3D& point, doubl
 template <class Visit>
 void MeshCollider::visitAlong(const Vector3D& from, uint32 axis, double to, Visit visit) const
 {
-    const detail::MeshFaces faces(_mesh);
     Box3F line{{detail::floatBelow(from.x), detail::floatBelow(from.y), detail::floatBelow(from.z)},
                {detail::floatAbove(from.x), detail::floatAbove(from.y), detail::floatAbove(from.z)}};
     line.min[axis] = std::min(line.min[axis], detail::floatBelow(to));
     line.max[axis] = std::max(line.max[axis], detail::floatAbove(to));
-    _tree.visitOverlapping(line,
-                           [&](uint32 face, double reach)
-                           {
-                               Corners f;
-                               if (getCorners(faces, face, f)) visit(f);
-                               return reach;
-                           });
+    _faces->visitOverlapping(line, [&](uint32 slot) { visit(_faces->face(slot)); });
+}
+
+/// What both rays along an axis find. Of a closed mesh one is enough, the shorter.
+int32 MeshCollider::windingAlong(const Vector3D& point, uint32 axis) const
+{
+    const double low = _faces->box().min[axis], high = _faces->box().max[axis];
+    const bool isNearHigh = high - point[axis] < point[axis] - low;
+    Vector3D from = point;
+    if (!_faces->isClosed() || !isNearHigh) from[axis] = low;
+    const double to = _faces->isClosed() && !isNearHigh ? point[axis] : high;
+    detail::LineWinding winding(point, axis);
+    visitAlong(from, axis, to, [&](const detail::WideFace& f) { winding.add(f.a, f.b, f.c); });
+    if (!_faces->isClosed()) return winding.sum();
+    return isNearHigh ? winding.sumOfAhead() : winding.sumOfBehind();
 }
 
 double MeshCollider::windingNumber(const Vector3D& point) const
 {
-    if (!isFinite(point)) return 0;
-    const Box3F root = _tree.getRootNode();
+    if (!isFinite(point) || !_faces || !_faces->mayHold(point)) return 0;
     int32 windings = 0;
-    for (uint32 axis = 0; axis < 3; ++axis)
-    {
-        const double low = root.min[axis], high = root.max[axis];
-        if (!(low <= detail::floatAbove(point[axis]) && detail::floatBelow(point[axis]) <= high)) return 0;
-        Vector3D from = point;
-        from[axis] = low;
-        detail::LineWinding winding(point, axis);
-        visitAlong(from, axis, high, [&](const Corners& f) { winding.add(f.a, f.b, f.c); });
-        windings += winding.sum();
-    }
+    for (uint32 axis = 0; axis < 3; ++axis) windings += windingAlong(point, axis);
     return windings / 6.0;
 }
 
@@ -175,10 +155,10 @@ int32 MeshCollider::windingChange(const Vector3D& from, uint32 axis, double to) 
 {
     Vector3D end = from;
     end[axis] = to;
-    if (!isFinite(from) || !isFinite(end)) return 0;
+    if (!isFinite(from) || !isFinite(end) || !_faces) return 0;
     detail::LineWinding before(from, axis), behind(end, axis);
     visitAlong(from, axis, to,
-               [&](const Corners& f)
+               [&](const detail::WideFace& f)
                {
                    before.add(f.a, f.b, f.c);
                    behind.add(f.a, f.b, f.c);
@@ -191,22 +171,20 @@ bool MeshCollider::isInside(const Vector3D& point) const { return std::abs(windi
 void MeshCollider::findOverlapping(const Box3D& box, Array<uint32>& faces) const
 {
     faces.clear();
-    const detail::MeshFaces corners(_mesh);
+    if (!_faces) return;
     Box3F outwards;
     for (uint32 axis = 0; axis < 3; ++axis)
     {
         outwards.min[axis] = detail::floatBelow(box.min[axis]);
         outwards.max[axis] = detail::floatAbove(box.max[axis]);
     }
-    _tree.visitOverlapping(
-        outwards,
-        [&](uint32 face, double reach)
-        {
-            Corners f;
-            if (getCorners(corners, face, f) && detail::TriangleOverlap::test(f.a, f.b, f.c, box))
-                faces.push_back(face);
-            return reach;
-        });
+    _faces->visitOverlapping(outwards,
+                             [&](uint32 slot)
+                             {
+                                 const detail::WideFace& f = _faces->face(slot);
+                                 if (detail::TriangleOverlap::test(f.a, f.b, f.c, box))
+                                     faces.push_back(f.number);
+                             });
     std::sort(faces.begin(), faces.end());
 }
 

@@ -1,9 +1,9 @@
 #include "commands/Command.h"
 
 #include <cstdio>
+#include <limits>
 #include <memory>
 
-#include <tavrix/foundation/ParallelFor.h>
 #include <tavrix/mesh/MeshRepair.h>
 #include <tavrix/platform/FileBufferOut.h>
 #include <tavrix/spatial/MeshCollider.h>
@@ -61,20 +61,31 @@ std::vector<Query> askedQueries(const Options& options)
     return queries;
 }
 
-Answer answer(const MeshCollider& collider, const Query& query)
-{
-    if (query.direction) return {collider.castRay({query.origin, *query.direction}), false};
-    return {collider.nearestPoint(query.origin), collider.isInside(query.origin)};
-}
-
+/// Rays and points apart, each in one batch.
 std::vector<Answer> answerAll(const MeshCollider& collider, const std::vector<Query>& queries, uint32 threads)
 {
-    std::vector<Answer> answers(queries.size());
-    parallelFor(queries.size(), threads,
-                [&](uint32, uint64 begin, uint64 end)
-                {
-                    for (uint64 n = begin; n < end; ++n) answers[n] = answer(collider, queries[n]);
-                });
+    std::vector<Ray3D> rays;
+    std::vector<Vector3D> points;
+    for (const Query& query : queries)
+        if (query.direction)
+            rays.push_back({query.origin, *query.direction});
+        else
+            points.push_back(query.origin);
+    constexpr double anywhere = std::numeric_limits<double>::infinity();
+    Array<MeshPoint> hits, nearest;
+    Array<uint8> inside;
+    collider.castRays(rays, hits, anywhere, threads);
+    collider.nearestPoints(points, nearest, anywhere, threads);
+    collider.areInside(points, inside, threads);
+
+    std::vector<Answer> answers;
+    uint32 ray = 0, point = 0;
+    for (const Query& query : queries)
+    {
+        const MeshPoint& found = query.direction ? hits[ray++] : nearest[point];
+        const bool isInside = !query.direction && inside[point++] != 0;
+        answers.push_back({found.face == noIndex ? std::nullopt : std::optional(found), isInside});
+    }
     return answers;
 }
 

@@ -24,6 +24,12 @@ public:
 
     /// The sum of both rays: twice the winding number where the mesh is closed.
     int32 sum() const { return _ahead - _behind; }
+    /// The same for a closed mesh, of which those faces alone were added that reach ahead of the point, or
+    /// behind it: all faces of the line add up to nothing.
+    /// @{
+    int32 sumOfAhead() const { return 2 * _ahead; }
+    int32 sumOfBehind() const { return -2 * _behind; }
+    /// @}
 
 private:
     /// Relative to the point, the axis in z.
@@ -36,10 +42,11 @@ private:
     /// Whether the edge crosses the positive x axis, seen along z: 1 upwards, -1 downwards.
     static int32 crossing(const Vector3D& a, const Vector3D& b)
     {
-        if ((a.y < 0) == (b.y < 0)) return 0;
+        // without branches, none of which could be foreseen
         const double left = a.x * b.y, right = a.y * b.x;
-        if (a.y < 0) return left > right ? 1 : 0;
-        return left < right ? -1 : 0;
+        const bool isUp = (a.y < 0) & !(b.y < 0) & (left > right);
+        const bool isDown = !(a.y < 0) & (b.y < 0) & (left < right);
+        return int32{isUp} - int32{isDown};
     }
 
     static bool isAhead(const Vector3D& a, const Vector3D& b, const Vector3D& c)

@@ -42,7 +42,9 @@ public:
     {
         const Vector3D p = moved(a), q = moved(b), r = moved(c);
         const double u = r.x * q.y - r.y * q.x, v = p.x * r.y - p.y * r.x, w = q.x * p.y - q.y * p.x;
-        if (!((u >= 0 && v >= 0 && w >= 0) || (u <= 0 && v <= 0 && w <= 0))) return false;
+        // without branches in between, none of which could be foreseen
+        const bool isLeft = (u >= 0) & (v >= 0) & (w >= 0), isRight = (u <= 0) & (v <= 0) & (w <= 0);
+        if (!(isLeft | isRight)) return false;
         const double sum = u + v + w;
         if (sum == 0) return false;
         const double products = std::fabs(r.x * q.y) + std::fabs(p.x * r.y) + std::fabs(q.x * p.y);
@@ -57,7 +59,7 @@ public:
 private:
     Vector3D moved(const Vector3D& corner) const
     {
-        const Vector3D v = corner - _origin;
+        const double v[3] = {corner.x - _origin.x, corner.y - _origin.y, corner.z - _origin.z};
         return {v[_x] - _shearX * v[_z], v[_y] - _shearY * v[_z], _scaleZ * v[_z]};
     }
 
