@@ -30,14 +30,19 @@ def fill(target: bpy.types.Mesh, mesh: tavrix.Mesh) -> None:
 
 def add_attribute(target: bpy.types.Mesh, name: str, values: numpy.ndarray) -> None:
     if name.lower() == "velocity":
-        name = "velocity"
-    if values.ndim == 1:
-        target.attributes.new(name, "FLOAT", "POINT").data.foreach_set("value", values)
+        new_attribute(target, "velocity", "FLOAT_VECTOR").data.foreach_set("vector", values.ravel())
+    elif values.ndim == 1:
+        new_attribute(target, name, "FLOAT").data.foreach_set("value", values)
     elif name.lower() in COLOURS:
         colours = numpy.column_stack([values, numpy.ones(len(values), numpy.float32)])
-        target.attributes.new(name, "FLOAT_COLOR", "POINT").data.foreach_set("color", colours.ravel())
+        new_attribute(target, name, "FLOAT_COLOR").data.foreach_set("color", colours.ravel())
     else:
-        target.attributes.new(name, "FLOAT_VECTOR", "POINT").data.foreach_set("vector", values.ravel())
+        new_attribute(target, name, "FLOAT_VECTOR").data.foreach_set("vector", values.ravel())
+
+
+def new_attribute(target: bpy.types.Mesh, name: str, kind: str):
+    """An attribute of vertices; under another name where Blender has its own of that name, such as id."""
+    return target.attributes.new(name, kind, "POINT") or target.attributes.new(f"particle_{name}", kind, "POINT")
 
 
 def taken(source: bpy.types.Object) -> tavrix.Mesh:

@@ -20,8 +20,8 @@ def write_sequence():
     for frame in (1, 2, 3):
         positions = ball * [1 + 0.3 * frame, 1 / frame, 1 + 0.3 * frame] + [0, 4 - frame, 0]
         velocities = numpy.broadcast_to([0, -25, 0], positions.shape)
-        rows = numpy.column_stack([positions, velocities, ball[:, 1]])
-        numpy.savetxt(FOLDER / f"drop_{frame:04}.csv", rows, "%.7g", ",", header="x,y,z,vx,vy,vz,temperature", comments="")
+        rows = numpy.column_stack([positions, velocities, ball[:, 1], ball[:, 0]])
+        numpy.savetxt(FOLDER / f"drop_{frame:04}.csv", rows, "%.7g", ",", header="x,y,z,vx,vy,vz,temperature,id", comments="")
 
 
 def attribute(mesh, name, key, width):
@@ -62,6 +62,7 @@ def check_sequence():
         assert abs(velocity - [0, 0, -25]).max() < 1e-3, "velocities are not turned, or missing"
         warm = attribute(drop.data, "temperature", "value", 1)[:, 0]
         assert numpy.corrcoef(warm, box[:, 2])[0, 1] > 0.95, "the temperature is not where it was"
+        assert "particle_id" in drop.data.attributes, "an attribute with a name of Blender's own is lost"
     assert heights[0] > heights[1] > heights[2], "the drop does not fall"
     scene.frame_set(7)
     assert len(drop.data.polygons) == 0 and "no file" in settings.message
