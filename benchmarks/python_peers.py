@@ -38,10 +38,11 @@ print(f"{'':<44} {'ours':>12} {'theirs':>12} {'ratio':>8}")
 volume = gyroid(256, "f4")
 mesh = tavrix.marching_cubes(volume, 0)
 theirs = best(lambda: skimage.measure.marching_cubes(volume, 0), 2)
-row("marching cubes, 256^3, with normals", best(lambda: tavrix.marching_cubes(volume, 0)), theirs, "skimage")
+row("marching cubes, 256^3", best(lambda: tavrix.marching_cubes(volume, 0)), theirs, "skimage")
 row("the same on one thread", best(lambda: tavrix.marching_cubes(volume, 0, threads=1)), theirs, "skimage")
-row("the same without clean-up and normals",
-    best(lambda: tavrix.marching_cubes(volume, 0, clean=False, normals=False)), theirs, "skimage")
+row("the same without clean-up", best(lambda: tavrix.marching_cubes(volume, 0, clean=False)), theirs, "skimage")
+row("the same with normals of angles' weights",
+    best(lambda: tavrix.marching_cubes(volume, 0, normals=True)), theirs, "skimage")
 
 small = gyroid(10, "f4")
 calls = 200

@@ -41,7 +41,7 @@ py::object extracted(const ScalarField3<Value, double>& field, const ExtractionO
                   if (lock) lock.unlock();
                   if (isInsideAbove) turnFaces(mesh);
                   if (options.normals)
-                      mesh.recalculateNormalsParallelized(threads, callback);
+                      mesh.recalculateVertexesNormals(threads, callback);
                   else
                       dropNormals(mesh);
               });

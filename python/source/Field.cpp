@@ -339,7 +339,7 @@ void bindQueries(py::class_<FieldObject>& type)
                 return self.visit([&](const auto& field) { return extracted(field, options); });
             },
             py::arg("level") = 0.0, py::kw_only(), py::arg("inside") = "above", py::arg("clean") = true,
-            py::arg("normals") = true, py::arg("threads") = py::none(), py::arg("progress") = py::none(),
+            py::arg("normals") = false, py::arg("threads") = py::none(), py::arg("progress") = py::none(),
             R"(The surface where the field crosses the level; see marching_cubes.
 
     >>> ball = tavrix.Field.from_function(lambda x, y, z: x*x + y*y + z*z, (-2, -2, -2), (2, 2, 2), 0.1)
@@ -446,14 +446,14 @@ void bindField(py::module_& module)
     bindQueries(type);
     module.def("marching_cubes", &marchingCubes, py::arg("samples"), py::arg("level"),
                py::arg("spacing") = 1.0, py::arg("origin") = py::make_tuple(0, 0, 0), py::kw_only(),
-               py::arg("inside") = "above", py::arg("clean") = true, py::arg("normals") = true,
+               py::arg("inside") = "above", py::arg("clean") = true, py::arg("normals") = false,
                py::arg("threads") = py::none(), py::arg("progress") = py::none(),
                R"(The surface where samples cross a level, as a mesh of marching cubes.
 
     samples: shape (nx, ny, nz), any real dtype; float32 and float64 in C order are read where they lie. spacing:
     between nodes, one number or three. origin: the first node. inside: 'above' or 'below', on which side of the level
     the solid lies, which faces look away from. clean: joins coincident vertices and drops faces without area. The
-    surface is open where the solid reaches the border of the grid. Raises ValueError for what makes no grid.
+    surface is open where the solid reaches the border of the grid. normals: with them, as Mesh.with_normals makes them. Raises ValueError for what makes no grid.
 
     >>> x, y, z = numpy.ogrid[-2:2:41j, -2:2:41j, -2:2:41j]
     >>> ball = tavrix.marching_cubes(1 - x*x - y*y - z*z, 0, 0.1, (-2, -2, -2))

@@ -190,7 +190,7 @@ py::object extractSolid(const LevelSetObject& self, bool normals, const Threads&
                       extractClosed(self.surface, mesh, count, callback);
                   }
                   if (normals)
-                      mesh.recalculateNormalsParallelized(count, callback);
+                      mesh.recalculateVertexesNormals(count, callback);
                   else
                       dropNormals(mesh);
               });
@@ -318,7 +318,7 @@ void bindLevelSet(py::module_& module)
     )");
     bindMaking(type);
     bindChanging(type);
-    type.def("extract", &extractSolid, py::kw_only(), py::arg("normals") = true,
+    type.def("extract", &extractSolid, py::kw_only(), py::arg("normals") = false,
              py::arg("threads") = py::none(), py::arg("progress") = py::none(),
              R"(The surface as a closed mesh, faces outwards; closed at the grid's border as well.
 

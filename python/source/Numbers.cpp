@@ -16,7 +16,7 @@ std::string typeName(py::handle object) { return py::str(py::type::of(object).at
 
 py::array numbersIn(py::handle object, const char* name)
 {
-    const auto array = py::array::ensure(object);
+    auto array = py::array::ensure(object);
     if (!array)
         throw py::value_error(std::string(name) + ": expected an array of numbers, got " + typeName(object));
     if (std::string("fiub").find(array.dtype().kind()) == std::string::npos)

@@ -245,7 +245,7 @@ def marching_cubes(
     *,
     inside: _Side = "above",
     clean: bool = True,
-    normals: bool = True,
+    normals: bool = False,
     threads: Optional[int] = None,
     progress: _Progress = None,
 ) -> Mesh: ...
@@ -337,7 +337,7 @@ class Field:
         *,
         inside: _Side = "above",
         clean: bool = True,
-        normals: bool = True,
+        normals: bool = False,
         threads: Optional[int] = None,
         progress: _Progress = None,
     ) -> Mesh: ...
@@ -399,7 +399,7 @@ class LevelSet:
         self, *, band: Optional[float] = None, threads: Optional[int] = None, progress: _Progress = None
     ) -> LevelSet: ...
     def invert(self) -> LevelSet: ...
-    def extract(self, *, normals: bool = True, threads: Optional[int] = None, progress: _Progress = None) -> Mesh: ...
+    def extract(self, *, normals: bool = False, threads: Optional[int] = None, progress: _Progress = None) -> Mesh: ...
     def evaluate(self, points: ArrayLike, *, outside: float = ..., threads: Optional[int] = None) -> _Floats: ...
     def gradient(self, points: ArrayLike, *, threads: Optional[int] = None) -> _Floats: ...
 

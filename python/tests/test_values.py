@@ -57,7 +57,7 @@ def test_an_array_becomes_a_ball():
     distance = numpy.sqrt(x * x + y * y + z * z)
     for samples, inside in [(1 - distance, "above"), (distance - 1, "below")]:
         for dtype in ["f4", "f8"]:
-            ball = tavrix.marching_cubes(samples.astype(dtype), 0, 0.05, (-1.2, -1.2, -1.2), inside=inside)
+            ball = tavrix.marching_cubes(samples.astype(dtype), 0, 0.05, (-1.2, -1.2, -1.2), inside=inside, normals=True)
             assert ball.topology.is_manifold and ball.is_closed
             assert abs(ball.volume / (4 / 3 * numpy.pi) - 1) < 2e-3
             radii = numpy.linalg.norm(ball.vertices, axis=1)
@@ -65,7 +65,7 @@ def test_an_array_becomes_a_ball():
             assert numpy.einsum("ij,ij->i", ball.vertices / radii[:, None], ball.normals).min() > 0.99
     eighths = tavrix.marching_cubes(numpy.round(100 + 50 * (1 - distance)).astype("u1"), 100.5, 0.05)
     assert eighths.is_closed and abs(eighths.volume - ball.volume) < 0.3
-    open_ball = tavrix.marching_cubes(1 - distance[:25], 0, 0.05, normals=False)
+    open_ball = tavrix.marching_cubes(1 - distance[:25], 0, 0.05)
     assert not open_ball.is_closed and open_ball.normals is None
 
 
