@@ -3,6 +3,7 @@
 import os
 import pathlib
 import re
+import shutil
 import subprocess
 import sys
 
@@ -39,6 +40,7 @@ class BuildWithCMake(build_ext):
             "-DTAVRIX_BUILD_TESTS=OFF",
             "-DTAVRIX_WITH_ASSIMP=OFF",
             f"-DPython_EXECUTABLE={sys.executable}",
+            *(["-GNinja"] if shutil.which("ninja") else []),
             *pybind11_folder(),
             *os.environ.get("TAVRIX_CMAKE_OPTIONS", "").split(),
         ]
