@@ -47,6 +47,7 @@
 #include <tavrix/foundation/PolyParam.h>
 #include <tavrix/foundation/ProgressCallback.h>
 #include <tavrix/foundation/Quaternion.h>
+#include <tavrix/foundation/RankGroup.h>
 #include <tavrix/foundation/Ray3.h>
 #include <tavrix/foundation/RenderLayer.h>
 #include <tavrix/foundation/ScalarField3_RL.h>
