@@ -132,6 +132,7 @@ void expectSameReport(const ReconstructionReport& a, const ReconstructionReport&
     EXPECT_EQ(a.status, b.status);
     EXPECT_EQ(a.particles, b.particles);
     EXPECT_EQ(a.infinite, b.infinite);
+    EXPECT_EQ(a.strays, b.strays);
     EXPECT_EQ(a.settings.radius, b.settings.radius);
     EXPECT_EQ(a.radiusIsEstimated, b.radiusIsEstimated);
     EXPECT_EQ(a.highestLevel, b.highestLevel);

@@ -118,6 +118,7 @@ private:
         leaveOut(_ranks ? detail::findStrays(*_ranks, share(), *s.spacing, radius, s.leastNeighbours,
                                              s.threadCount)
                         : findStrays(_all, radius, s.leastNeighbours, s.threadCount));
+        report.strays = static_cast<uint32>(sum(report.leftOut.size())) - report.infinite;
         return report.particles == 0 ? Status::AllAreStrays : Status::Done;
     }
 

@@ -48,13 +48,13 @@ struct ReconstructionReport
     ReconstructionSettings settings;  ///< with everything filled in
     /// Whether the radius was estimated, not given.
     bool radiusIsEstimated;
-    uint32 particles;  ///< that took part
-    uint32 infinite;   ///< left out, for they have no finite position
-    Array<uint32>
-        leftOut;  ///< the numbers of all that were, ascending; the other leftOut.size() - infinite are strays
-    Box3D box;    ///< around the particles that took part
-    uint64 blocks;  ///< of the lattice that particles reach
-    double bytes;   ///< that the work takes besides the particles, when Done or TooLarge
+    uint32 particles;       ///< that took part
+    uint32 infinite;        ///< left out, for they have no finite position
+    uint32 strays;          ///< left out, for they have fewer neighbours than settings.leastNeighbours
+    Array<uint32> leftOut;  ///< the numbers of all that were, ascending
+    Box3D box;              ///< around the particles that took part
+    uint64 blocks;          ///< of the lattice that particles reach
+    double bytes;           ///< that the work takes besides the particles, when Done or TooLarge
     /// With fillCavities: the parts of the mesh, and the cavities that were filled.
     PartCounts counts;
     double highestLevel;  ///< of the field, where there is no surface

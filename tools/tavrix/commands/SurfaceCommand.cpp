@@ -14,7 +14,7 @@
 #include "formats/FileName.h"
 #include "formats/MeshFile.h"
 #include "sequence/FrameSequence.h"
-#include "surface/SurfaceRun.h"
+#include "surface/SurfaceOptions.h"
 
 namespace tavrix::tool
 {
@@ -196,7 +196,8 @@ void checkTogether(const CLI::App& surface, const SurfaceOptions& options)
 
 }  // namespace
 
-void addSurfaceCommand(CLI::App& app, Command& command)
+CLI::App* addSurfaceCommand(CLI::App& app, Command& command,
+                            const std::function<int(const SurfaceOptions&)>& run)
 {
     const auto options = std::make_shared<SurfaceOptions>();
     CLI::App* surface = app.add_subcommand("surface", "Turn particle files into surface meshes");
@@ -211,16 +212,17 @@ void addSurfaceCommand(CLI::App& app, Command& command)
         "  tavrix surface water.bin -o water.stl --quality smooth --preview water.png\n"
         "  tavrix surface \"water_{}.bin\" -o \"mesh_{}.bin\" --first 100 --last 200 --min-neighbours 2");
     surface->callback(
-        [surface, options, &command]
+        [surface, options, &command, run]
         {
             nameInFolder(*surface, options->input, options->output, options->folder);
             options->settings = settingsText(*surface);
             options->finish.up = options->picture.up;
             checkTogether(*surface, *options);
             options->quiet |= formats::isStandardOutput(options->output);
-            const auto run = [options] { return runSurface(*options); };
-            command = {run, options->input, options->output, "try a larger --spacing"};
+            command = {[options, run] { return run(*options); }, options->input, options->output,
+                       "try a larger --spacing"};
         });
+    return surface;
 }
 
 }  // namespace tavrix::tool
