@@ -114,6 +114,7 @@
 #include <tavrix/meshio/ObjNumbers.h>
 #include <tavrix/meshio/ObjReadingMode.h>
 
+#include <tavrix/reconstruction/RankForecast.h>
 #include <tavrix/reconstruction/ReconstructionSettings.h>
 #include <tavrix/reconstruction/SolidSurface.h>
 #include <tavrix/reconstruction/SurfaceReconstruction.h>

@@ -15,6 +15,7 @@
 #include "arguments/SharedArguments.h"
 #include "arguments/Validators.h"
 #include "commands/Command.h"
+#include "plan/PlanCommand.h"
 #include "ranks/EndOfJob.h"
 #include "ranks/MpiRanks.h"
 #include "run/Interrupt.h"
@@ -56,7 +57,9 @@ void describe(CLI::App& app, Command& command, MpiRanks& world)
     app.footer(
         "\nOne surface by eight processes, and the frames of a sequence by four groups of two:\n"
         "  mpirun -n 8 tavrix-mpi surface water.bin -o water.vtp\n"
-        "  mpirun -n 8 tavrix-mpi surface \"water_{}.bin\" -o \"mesh_{}.bin\" --ranks-per-frame 2\n\n"
+        "  mpirun -n 8 tavrix-mpi surface \"water_{}.bin\" -o \"mesh_{}.bin\" --ranks-per-frame 2\n"
+        "What it would take on more:\n"
+        "  tavrix-mpi plan water.bin --ranks 64,1024\n\n"
         "tavrix-mpi COMMAND --help tells more about each.");
     const auto ranks = std::make_shared<RankOptions>();
     CLI::App* surface = addSurfaceCommand(app, command,
@@ -68,6 +71,7 @@ void describe(CLI::App& app, Command& command, MpiRanks& world)
         ->check(wholeNumber(1, 1000000))
         ->option_text("COUNT [1]")
         ->group("Sequence");
+    addPlanCommand(app, command, world);
     for (CLI::App* each : app.get_subcommands({})) addJobFile(*each);
 }
 

@@ -85,6 +85,8 @@ void MpiRanks::exchange(const void* outgoing, const uint32* outgoingCounts, void
 {
     const Layout out(outgoingCounts, _size), in(incomingCounts, _size);
     const RecordType record(recordSize);
+    for (uint32 r = 0; r < _size; ++r)
+        if (r != _rank) _sentBytes += static_cast<double>(recordSize) * outgoingCounts[r];
     MPI_Alltoallv(outgoing, out.counts(), out.places(), record.get(), incoming, in.counts(), in.places(),
                   record.get(), _communicator);
 }

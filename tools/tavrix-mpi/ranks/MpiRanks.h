@@ -39,10 +39,13 @@ public:
     void together(const std::function<void()>& work);
 
     MPI_Comm communicator() const { return _communicator; }
+    /// Bytes of records that this rank has sent to others.
+    double sentBytes() const { return _sentBytes; }
 
 private:
     MPI_Comm _communicator;
     uint32 _rank, _size;
+    double _sentBytes = 0;
 };
 
 template <class T>

@@ -8,11 +8,13 @@
 
 #include "commands/BlockMemory.h"
 #include "commands/GridMemory.h"
-#include "commands/RadiusOrEstimate.h"
+#include "formats/ParticleFile.h"
+#include "plan/Model.h"
 #include "ranks/EndOfJob.h"
 #include "ranks/FrameDealing.h"
 #include "run/Failure.h"
 #include "run/Progress.h"
+#include "run/Text.h"
 #include "surface/ShareReading.h"
 #include "surface/SurfaceFrame.h"
 #include "surface/SurfaceRun.h"
@@ -48,10 +50,7 @@ public:
     {
         _world.together([&] { confirmOutputs(filesOf(_options)); });
         make(_options, _world);
-        double peak = Hardware::getMemoryInfo().processPeak;
-        _world.largest({&peak, 1});
-        if (_world.isFirst() && !_options.quiet)
-            std::printf("ranks      %u, %.0f MiB at most on one of them\n", _world.size(), peak);
+        tellOfRanks();
         return 0;
     }
 
@@ -82,12 +81,45 @@ public:
     }
 
 private:
+    void tellOfRanks()
+    {
+        double peak = Hardware::getMemoryInfo().processPeak;
+        _world.largest({&peak, 1});
+        auto sent = static_cast<int64>(_world.sentBytes());
+        _world.sum({&sent, 1});
+        if (_world.isFirst() && !_options.quiet)
+            std::printf("ranks      %u, at most %.0f MiB on one; %.0f MiB sent\n", _world.size(), peak,
+                        static_cast<double>(sent) / (1 << 20));
+    }
+
+    /// Refuses, before any is read, particles of which each rank's share is too many.
+    void confirmShareFits(const SurfaceOptions& options, const MpiRanks& ranks) const
+    {
+        const auto stated = formats::statedParticles(options.input);
+        if (!stated) return;
+        const double bytes = leastBytes(*stated, ranks.size());
+        const auto granted =
+            static_cast<double>(options.surface.memory.value_or(availableMemory() / _ranksHere));
+        if (bytes <= granted) return;
+        const uint64 enough = ranksWithin(*stated, granted);
+        throw Failure(options.input +
+                      formatted(": its %u particles take %.3g GiB on each of %u ranks, and there are %.3g; ",
+                                *stated, bytes / (1 << 30), ranks.size(), granted / (1 << 30)) +
+                      (enough > 0 ? formatted("use %llu ranks", static_cast<unsigned long long>(enough))
+                                  : "no number of ranks would do; grant more --memory"));
+    }
+
     /// Makes one frame; returns what there is to tell.
     std::string make(const SurfaceOptions& options, MpiRanks& ranks) const
     {
         Progress progress(stageCount(options), options.quiet || !ranks.isFirst(), options.label,
                           options.bar());
         progress.begin("read");
+        ranks.together(
+            [&]
+            {
+                if (ranks.isFirst()) confirmShareFits(options, ranks);
+            });
         formats::ParticleFile particles = readShare(options, ranks);
         std::vector<ParticleAttribute> attributes;
         ranks.together([&] { attributes = wantedAttributes(options, particles); });

@@ -14,7 +14,7 @@
 #include "formats/FileName.h"
 #include "formats/MeshFile.h"
 #include "sequence/FrameSequence.h"
-#include "surface/SurfaceOptions.h"
+#include "surface/SurfaceArguments.h"
 
 namespace tavrix::tool
 {
@@ -196,14 +196,19 @@ void checkTogether(const CLI::App& surface, const SurfaceOptions& options)
 
 }  // namespace
 
+void addSurfaceSettings(CLI::App& command, SurfaceOptions& options)
+{
+    addParticles(command, options);
+    addSurface(command, options);
+}
+
 CLI::App* addSurfaceCommand(CLI::App& app, Command& command,
                             const std::function<int(const SurfaceOptions&)>& run)
 {
     const auto options = std::make_shared<SurfaceOptions>();
     CLI::App* surface = app.add_subcommand("surface", "Turn particle files into surface meshes");
     addFiles(*surface, *options);
-    addParticles(*surface, *options);
-    addSurface(*surface, *options);
+    addSurfaceSettings(*surface, *options);
     addSequence(*surface, options->sequence);
     addPicture(*surface, *options);
     surface->footer(

@@ -12,9 +12,6 @@ namespace tavrix::detail
 namespace
 {
 
-/// What a block costs besides its particles, in particles: its samples are there for one of them, too.
-constexpr int64 blockLoad = 100;
-
 /// Turns the three indices of a cell into its index on the curve, whose bits then lie across them, the
 /// highest of x first.
 void toCurve(uint32 (&index)[3], uint32 bits)
@@ -55,6 +52,13 @@ void extendOver(RankGroup& ranks, LatticeExtent& extent)
         extent.high[axis] = ends[3 + axis];
         extent.reach[axis] = ends[6 + axis];
     }
+}
+
+int64 workOf(uint64 particles)
+{
+    // what a block costs besides: its samples are there for one particle, too
+    constexpr int64 blockLoad = 100;
+    return static_cast<int64>(particles) + blockLoad;
 }
 
 std::vector<BlockLoad> addedUp(std::vector<BlockLoad> loads)
@@ -125,7 +129,7 @@ CurveOwners shareOut(RankGroup& ranks, const BlockLattice& lattice, const BlockI
                                                          send(byParticles.ownerOf(load.block), load);
                                                  });
     std::vector<BlockLoad> loads = addedUp({told.records.begin(), told.records.end()});
-    for (BlockLoad& load : loads) load.load += blockLoad;
+    for (BlockLoad& load : loads) load.load = workOf(static_cast<uint64>(load.load));
     return {ranks, lattice, last, loads};
 }
 

@@ -40,6 +40,9 @@ struct BlockLoad
     int64 load;
 };
 
+/// The work that a block makes with so many particles in it.
+int64 workOf(uint64 particles);
+
 /// Adds up the loads of each block; ascending.
 std::vector<BlockLoad> addedUp(std::vector<BlockLoad> loads);
 

@@ -12,7 +12,6 @@ namespace tavrix::detail
 class RanksAround
 {
 public:
-    /// The lattice begins more than the margin before every place.
     RanksAround(const BlockLattice& lattice, const BlockOwners& owners, const uint32 (&margin)[3])
         : _lattice(lattice), _owners(owners)
     {
@@ -32,7 +31,7 @@ public:
         BlockIndex first, last;
         for (uint32 axis = 0; axis < 3; ++axis)
         {
-            first[axis] = (cell[axis] - _margin[axis] - 1) >> blockShift;
+            first[axis] = cell[axis] > _margin[axis] ? (cell[axis] - _margin[axis] - 1) >> blockShift : 0;
             last[axis] = (cell[axis] + _margin[axis]) >> blockShift;
         }
         if (!_ranks.empty() && first == _first && last == _last) return _ranks;
