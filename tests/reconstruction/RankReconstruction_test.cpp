@@ -259,6 +259,33 @@ TEST(RankReconstruction, StopsOnAllRanksWhenOneIsStoppedOrLacksMemory)
                          });
 }
 
+TEST(RankReconstruction, IsForecast)
+{
+    const Scene scene = mixedScene(4);
+    for (const auto kernel : {SurfaceKernel::Metaball, SurfaceKernel::Distance, SurfaceKernel::Anisotropic})
+    {
+        const ReconstructionSettings settings{.kernel = kernel, .radius = 0.07, .spacing = 0.011};
+        const auto forecast = forecastRanks(scene.positions, settings, {1, 4, 100000});
+        ASSERT_TRUE(forecast);
+        const Made made = makeAlone(scene, settings);
+        EXPECT_EQ(forecast->particles, made.report.particles);
+        EXPECT_NEAR(forecast->vertices / made.mesh.getPosSize(), 1, 0.25);
+        if (kernel == SurfaceKernel::Metaball) EXPECT_EQ(forecast->blocks, made.report.blocks);
+        const RankLoads &one = forecast->loads[0], &few = forecast->loads[1], &many = forecast->loads[2];
+        EXPECT_EQ(one.dealt, forecast->particles);
+        EXPECT_EQ(one.mostDealt, forecast->particles);
+        EXPECT_EQ(one.mostBlocks, forecast->blocks);
+        EXPECT_EQ(one.imbalance, 1);
+        EXPECT_TRUE(few.dealt > one.dealt && few.dealt < 3 * one.dealt);
+        EXPECT_TRUE(few.mostDealt >= few.dealt / 4 && few.mostDealt < one.dealt);
+        EXPECT_LT(few.imbalance, 1.3);
+        EXPECT_TRUE(many.mostBlocks >= 1 && many.mostBlocks < few.mostBlocks);
+    }
+    EXPECT_FALSE(forecastRanks({}, {}, {2}));
+    EXPECT_FALSE(forecastRanks({{1, 2, 3}, {1, 2, 3}}, {}, {2}));
+    EXPECT_FALSE(forecastRanks({{0, 0, 0}, {1e9f, 0, 0}}, {.radius = 0.01}, {2}));
+}
+
 TEST(RankReconstruction, NoOwnershipOfBlocksShows)
 {
     /// Gives every block to any of the ranks.

@@ -92,7 +92,7 @@ int ParticleSystem_v3::load_BIN(const TX_String& path, uint32 first, uint32 coun
     const std::size_t stride = recordSize(header.version);
     const uint32 wanted = std::min<uint32>(
         {header.count - std::min(first, header.count), count, std::numeric_limits<int32>::max()});
-    if (first > 0 && wanted > 0) file.seek(static_cast<int64>(stride) * first, 1);
+    if (first > 0 && wanted > 0 && !file.seek(static_cast<int64>(stride) * first, 1)) return -1;
     const auto resize = [this](uint32 size)
     {
         _ids.resize(size);

@@ -62,7 +62,7 @@ RankCosts costsOf(const RankForecast& forecast, const RankLoads& loads, uint32 t
     const double field = dealt * (isAnisotropic ? fitting + 12 : sorting);
     const double made = dealt * (isAnisotropic ? ellipsoid : ball) + surface * ownVertices;
     costs.bytes = std::max(process + reading * own, held + std::max({dealing, field, made}));
-    const double joining = (surface * others + surface / ranks + mesh) * vertices;
+    const double joining = (surface + mesh) * vertices;
     const double finished = (mesh + (*s.smoothing > 0 ? finishing : 12)) * vertices;
     costs.bytesAtFirst = std::max(costs.bytes, held + std::max(joining, finished));
 
