@@ -269,14 +269,15 @@ TEST(RankReconstruction, IsForecast)
         ASSERT_TRUE(forecast);
         const Made made = makeAlone(scene, settings);
         EXPECT_EQ(forecast->particles, made.report.particles);
-        EXPECT_NEAR(forecast->vertices / made.mesh.getPosSize(), 1, 0.25);
-        if (kernel == SurfaceKernel::Metaball) EXPECT_EQ(forecast->blocks, made.report.blocks);
+        const bool isLike = kernel != SurfaceKernel::Anisotropic;  // for which others stand
+        EXPECT_NEAR(forecast->vertices / made.mesh.getPosSize(), 1, isLike ? 0.12 : 0.3);
+        EXPECT_TRUE(kernel != SurfaceKernel::Metaball || forecast->blocks == made.report.blocks);
         const RankLoads &one = forecast->loads[0], &few = forecast->loads[1], &many = forecast->loads[2];
         EXPECT_EQ(one.dealt, forecast->particles);
         EXPECT_EQ(one.mostDealt, forecast->particles);
         EXPECT_EQ(one.mostBlocks, forecast->blocks);
         EXPECT_EQ(one.imbalance, 1);
-        EXPECT_TRUE(few.dealt > one.dealt && few.dealt < 3 * one.dealt);
+        EXPECT_TRUE(few.dealt > one.dealt && few.dealt < 4 * one.dealt);
         EXPECT_TRUE(few.mostDealt >= few.dealt / 4 && few.mostDealt < one.dealt);
         EXPECT_LT(few.imbalance, 1.3);
         EXPECT_TRUE(many.mostBlocks >= 1 && many.mostBlocks < few.mostBlocks);

@@ -5,6 +5,7 @@
 
 #include <tavrix/reconstruction/detail/EvenFilling.h>
 #include <tavrix/reconstruction/detail/ParticleFinder.h>
+#include <tavrix/reconstruction/detail/ParticleWeights.h>
 #include <tavrix/reconstruction/detail/RanksAround.h>
 
 namespace tavrix
@@ -14,7 +15,8 @@ namespace
 {
 
 using detail::BlockIndex;
-using Blocks = detail::ParticleBlocks<detail::WeightedBallKernel>;
+template <class Kernel>
+using Blocks = detail::ParticleBlocks<Kernel>;
 
 /// As many ranks as may be, of which this process knows all.
 class SupposedRanks : public RankGroup
@@ -32,37 +34,26 @@ private:
     uint32 _size;
 };
 
-/// The particles as balls that reach as far as they do in the field, sorted by blocks.
-Optional<Blocks> sortedBalls(const Array<Vector3F>& positions, const detail::WeightedBallKernel& kernel,
-                             const ReconstructionSettings& s)
+/// The particles make(0), … sorted by blocks; nothing where no lattice covers them.
+template <class Kernel, class Make>
+Optional<Blocks<Kernel>> sorted(const Kernel& kernel, uint32 count, const ReconstructionSettings& s,
+                                Make make)
 {
     const detail::LatticeSteps steps{{1 / *s.spacing, 1 / *s.spacing, 1 / *s.spacing}, *s.spacing};
-    const auto ball = [&](uint32 n) {
-        return detail::WeightedBall{positions[n].x, positions[n].y, positions[n].z, 1};
-    };
     detail::Polling none(nullptr);
-    const auto extent = detail::measureExtent(steps, kernel, positions.size(), s.threadCount, none, ball);
+    const auto extent = detail::measureExtent(steps, kernel, count, s.threadCount, none, make);
     if (extent.isEmpty() || !isCoverable(extent)) return std::nullopt;
-    return sortIntoBlocks(steps, extent, kernel, positions.size(), s.threadCount, none, ball);
-}
-
-/// The kernel that stands for all, and the level of its surface.
-std::pair<detail::WeightedBallKernel, float> kernelOf(const ReconstructionSettings& s)
-{
-    const auto level = static_cast<float>(s.level) * s.valueAtLevelOne();
-    if (s.kernel == SurfaceKernel::Distance) return {{s.reach(), 1}, level};
-    const detail::EvenFilling filling(s.reach() / *s.particleSpacing);
-    return {{s.reach(), static_cast<float>(1 / filling.value())},
-            static_cast<float>(s.level * filling.level())};
+    return sortIntoBlocks(steps, extent, kernel, count, s.threadCount, none, make);
 }
 
 /// The vertices in all blocks, by those in some.
-double countVertices(const Blocks& particles, const std::vector<BlockIndex>& blocks,
-                     const detail::WeightedBallKernel& kernel, float level, uint32 threadCount)
+template <class Kernel>
+double countVertices(const Blocks<Kernel>& particles, const std::vector<BlockIndex>& blocks,
+                     const Kernel& kernel, float level, uint32 threadCount)
 {
     const uint64 count = std::min<uint64>(blocks.size(), 400);
     detail::Polling none(nullptr);
-    std::vector<detail::ParticleFinder<detail::WeightedBallKernel>> finders;
+    std::vector<detail::ParticleFinder<Kernel>> finders;
     for (uint32 w = 0; w < threadCount; ++w) finders.emplace_back(particles, kernel, level, none);
     std::vector<std::unique_ptr<detail::BlockMarching>> marchings(threadCount);
     std::vector<uint64> vertices(threadCount, 0);
@@ -77,7 +68,8 @@ double countVertices(const Blocks& particles, const std::vector<BlockIndex>& blo
     return static_cast<double>(found) * static_cast<double>(blocks.size()) / static_cast<double>(count);
 }
 
-uint32 particlesOf(const Blocks& particles, std::size_t home)
+template <class Kernel>
+uint32 particlesOf(const Blocks<Kernel>& particles, std::size_t home)
 {
     return particles.firstOf(home + 1) - particles.firstOf(home);
 }
@@ -96,7 +88,8 @@ Number most(const std::vector<Number>& numbers)
     return *std::max_element(numbers.begin(), numbers.end());
 }
 
-RankLoads loadsOf(uint32 rankCount, const Blocks& particles, const std::vector<BlockIndex>& blocks,
+template <class Kernel>
+RankLoads loadsOf(uint32 rankCount, const Blocks<Kernel>& particles, const std::vector<BlockIndex>& blocks,
                   uint32 margin)
 {
     SupposedRanks ranks(rankCount);
@@ -126,6 +119,47 @@ RankLoads loadsOf(uint32 rankCount, const Blocks& particles, const std::vector<B
             static_cast<double>(most(work)) / mean};
 }
 
+template <class Kernel>
+RankForecast forecastOf(const Blocks<Kernel>& particles, const Kernel& kernel, float level,
+                        const ReconstructionSettings& s, const std::vector<uint32>& rankCounts)
+{
+    const std::vector<BlockIndex> blocks = blocksReached(particles);
+    RankForecast forecast{s, particles.particles.size(), blocks.size(), 0, {}};
+    if (level > 0) forecast.vertices = countVertices(particles, blocks, kernel, level, s.threadCount);
+    for (const uint32 ranks : rankCounts)
+        forecast.loads.push_back(loadsOf(ranks, particles, blocks, marginOf(s)));
+    return forecast;
+}
+
+Optional<RankForecast> forecastBalls(const Array<Vector3F>& positions, const ReconstructionSettings& s,
+                                     const std::vector<uint32>& rankCounts)
+{
+    const auto radius = static_cast<float>(*s.radius);
+    const auto ball = [&](uint32 n) {
+        return detail::Particle{positions[n].x, positions[n].y, positions[n].z, radius};
+    };
+    const auto particles = sorted(detail::distanceKernel, positions.size(), s, ball);
+    if (!particles) return std::nullopt;
+    const float level = static_cast<float>(s.level) * s.valueAtLevelOne();
+    return forecastOf(*particles, detail::distanceKernel, level, s, rankCounts);
+}
+
+/// Metaballs, which stand for ellipsoids of their reach as well.
+Optional<RankForecast> forecastMetaballs(const Array<Vector3F>& positions, const ReconstructionSettings& s,
+                                         const std::vector<uint32>& rankCounts)
+{
+    const detail::EvenFilling filling(s.reach() / *s.particleSpacing);
+    const detail::WeightedBallKernel kernel{s.reach(), static_cast<float>(1 / filling.value())};
+    const auto ball = [&](uint32 n) {
+        return detail::WeightedBall{positions[n].x, positions[n].y, positions[n].z, 1};
+    };
+    auto particles = sorted(kernel, positions.size(), s, ball);
+    if (!particles) return std::nullopt;
+    detail::Polling none(nullptr);
+    weighParticles(*particles, kernel, filling, {}, s.threadCount, none);
+    return forecastOf(*particles, kernel, static_cast<float>(s.level * filling.level()), s, rankCounts);
+}
+
 }  // namespace
 
 Optional<RankForecast> forecastRanks(const Array<Vector3F>& positions, const ReconstructionSettings& settings,
@@ -133,15 +167,8 @@ Optional<RankForecast> forecastRanks(const Array<Vector3F>& positions, const Rec
 {
     const ReconstructionSettings s = settledFor(settings, positions);
     if (!s.radius) return std::nullopt;
-    const auto [kernel, level] = kernelOf(s);
-    const Optional<Blocks> particles = sortedBalls(positions, kernel, s);
-    if (!particles) return std::nullopt;
-    const std::vector<BlockIndex> blocks = blocksReached(*particles);
-    RankForecast forecast{s, particles->particles.size(), blocks.size(), 0, {}};
-    if (level > 0) forecast.vertices = countVertices(*particles, blocks, kernel, level, s.threadCount);
-    for (const uint32 ranks : rankCounts)
-        forecast.loads.push_back(loadsOf(ranks, *particles, blocks, marginOf(s)));
-    return forecast;
+    return s.kernel == SurfaceKernel::Distance ? forecastBalls(positions, s, rankCounts)
+                                               : forecastMetaballs(positions, s, rankCounts);
 }
 
 }  // namespace tavrix

@@ -33,8 +33,8 @@ struct RankForecast
 };
 
 /// Forecasts the work of reconstructSurface for each number of ranks, from the particles themselves: shares
-/// out their blocks, and makes the surface in a few hundred of these. Strays take part, ellipsoids count as
-/// balls of their reach, and metaballs weigh the same.
+/// out their blocks, and makes the surface in a few hundred of these. Strays take part, and ellipsoids count
+/// as metaballs of their reach.
 ///
 /// Nothing where no particle is finite, the radius neither given nor to be estimated, or no lattice covers
 /// them. Takes about 40 bytes a particle; linear in the particles, and in the buckets of eight cells a side
