@@ -1,6 +1,7 @@
 #pragma once
 
 #include <barrier>
+#include <cstdlib>
 #include <cstring>
 #include <functional>
 #include <thread>

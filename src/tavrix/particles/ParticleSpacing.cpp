@@ -77,9 +77,12 @@ private:
     std::array<double, neighbourRank> _squares;
 };
 
-/// Of the particles, which are sorted along the axis; the place would be at that index.
+constexpr double infinity = std::numeric_limits<double>::infinity();
+
+/// Of the particles, which are sorted along the axis; the place would be at that index. What is farther than
+/// the limit, a squared distance, need not be found.
 NearestSquares nearestSquares(const std::vector<Vector3F>& sorted, const Vector3F& place, std::size_t index,
-                              uint32 axis)
+                              uint32 axis, double limit = infinity)
 {
     const Vector3D p = convert<double>(place);
     NearestSquares nearest;
@@ -87,7 +90,7 @@ NearestSquares nearestSquares(const std::vector<Vector3F>& sorted, const Vector3
     {
         const Vector3D d = convert<double>(other) - p;
         nearest.add(dot(d, d));
-        return d[axis] * d[axis] < nearest.farthest();
+        return d[axis] * d[axis] < std::min(nearest.farthest(), limit);
     };
     for (std::size_t n = index; n-- > 0 && look(sorted[n]);)
         ;
@@ -159,6 +162,32 @@ std::vector<Vector3F> sampleOver(RankGroup& ranks, const std::vector<Vector3F>& 
     return sample;
 }
 
+/// This rank's squares for each place of a sample, as far as they may be among those of all. Ranks that have
+/// the particle itself look first, for the others would have to look far.
+std::vector<NearestSquares> nearestOver(RankGroup& ranks, const std::vector<Vector3F>& sorted,
+                                        const std::vector<Vector3F>& sample, uint32 axis)
+{
+    std::vector<NearestSquares> nearest(sample.size());
+    std::vector<std::size_t> places;
+    std::vector<double> nearer(sample.size(), -infinity);  // the largest is that of the nearest
+    const auto isOwn = [&](std::size_t n)
+    { return places[n] < sorted.size() && keyOf(sorted[places[n]], axis) == keyOf(sample[n], axis); };
+    for (std::size_t n = 0; n < sample.size(); ++n)
+    {
+        const auto at = std::lower_bound(sorted.begin(), sorted.end(), keyOf(sample[n], axis),
+                                         [axis](const Vector3F& p, const detail::WideKey& key)
+                                         { return keyOf(p, axis) < key; });
+        places.push_back(static_cast<std::size_t>(at - sorted.begin()));
+        if (!isOwn(n)) continue;
+        nearest[n] = nearestSquares(sorted, sample[n], places[n], axis);
+        nearer[n] = -nearest[n].farthest();
+    }
+    ranks.largest(nearer);
+    for (std::size_t n = 0; n < sample.size(); ++n)
+        if (!isOwn(n)) nearest[n] = nearestSquares(sorted, sample[n], places[n], axis, -nearer[n]);
+    return nearest;
+}
+
 /// Every rank's squares for each place of a sample become those of all. Each rank sees to a run of places.
 std::vector<double> lastSquaresOver(RankGroup& ranks, const std::vector<NearestSquares>& nearest)
 {
@@ -203,15 +232,8 @@ double estimateSpacing(const Array<Vector3F>& positions, RankGroup& ranks)
     std::vector<Vector3F> sorted = finiteOnes(positions);
     const uint32 axis = widestAxis(detail::boxOver(ranks, boxAround(sorted)));
     sortAlong(sorted, axis);
-    std::vector<NearestSquares> nearest;
-    for (const Vector3F& place : sampleOver(ranks, sorted, axis))
-    {
-        const auto at = std::lower_bound(sorted.begin(), sorted.end(), keyOf(place, axis),
-                                         [axis](const Vector3F& p, const detail::WideKey& key)
-                                         { return keyOf(p, axis) < key; });
-        nearest.push_back(nearestSquares(sorted, place, static_cast<std::size_t>(at - sorted.begin()), axis));
-    }
-    return spacingOf(lastSquaresOver(ranks, nearest));
+    const std::vector<Vector3F> sample = sampleOver(ranks, sorted, axis);
+    return spacingOf(lastSquaresOver(ranks, nearestOver(ranks, sorted, sample, axis)));
 }
 
 Optional<double> estimateRadius(const Array<Vector3F>& positions)

@@ -178,7 +178,7 @@ private:
     {
         SurfaceOptions told = _options;
         told.quiet |= !_world.isFirst();
-        const std::string text = keepSettings(told, settings, file);
+        std::string text = keepSettings(told, settings, file);
         _options.surface = told.surface;
         return text;
     }

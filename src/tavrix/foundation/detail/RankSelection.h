@@ -1,6 +1,5 @@
 #pragma once
 
-#include <compare>
 #include <vector>
 
 #include <tavrix/foundation/RankGroup.h>
@@ -13,7 +12,11 @@ struct WideKey
 {
     uint64 upper, lower;
 
-    friend auto operator<=>(const WideKey&, const WideKey&) = default;
+    friend bool operator<(const WideKey& a, const WideKey& b)
+    {
+        return a.upper < b.upper || (a.upper == b.upper && a.lower < b.lower);
+    }
+    friend bool operator==(const WideKey&, const WideKey&) = default;
 };
 
 /// A key with what lies before it: the sum of the weights of the items before it on its rank.
