@@ -209,8 +209,8 @@ std::vector<double> lastSquaresOver(RankGroup& ranks, const std::vector<NearestS
     std::vector<int64> bits(count, 0);  // of one rank each
     for (uint64 n = 0; n < own; ++n) bits[first + n] = std::bit_cast<int64>(merged[n].last());
     ranks.sum(bits);
-    std::vector<double> last;
-    for (const int64 b : bits) last.push_back(std::bit_cast<double>(b));
+    std::vector<double> last(count);
+    std::transform(bits.begin(), bits.end(), last.begin(), [](int64 b) { return std::bit_cast<double>(b); });
     return last;
 }
 
