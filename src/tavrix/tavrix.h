@@ -48,6 +48,7 @@
 #include <tavrix/foundation/PolyParam.h>
 #include <tavrix/foundation/ProgressCallback.h>
 #include <tavrix/foundation/Quaternion.h>
+#include <tavrix/foundation/RankGroup.h>
 #include <tavrix/foundation/Ray3.h>
 #include <tavrix/foundation/RenderLayer.h>
 #include <tavrix/foundation/ScalarField3_RL.h>
@@ -114,6 +115,7 @@
 #include <tavrix/meshio/ObjNumbers.h>
 #include <tavrix/meshio/ObjReadingMode.h>
 
+#include <tavrix/reconstruction/RankForecast.h>
 #include <tavrix/reconstruction/ReconstructionSettings.h>
 #include <tavrix/reconstruction/SolidSurface.h>
 #include <tavrix/reconstruction/SurfaceReconstruction.h>

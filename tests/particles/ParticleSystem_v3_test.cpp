@@ -1,3 +1,4 @@
+#include <array>
 #include <limits>
 #include <string>
 
@@ -114,6 +115,31 @@ TEST(ParticleSystem_v3, TruncatedFilesGiveTheirCompleteRecords)
                 size < start.size() ? 0u : static_cast<uint32>((size - start.size()) / stride);
             ASSERT_EQ(result, static_cast<int>(complete)) << size;
             ASSERT_TRUE(holdsFirst(particles, complete));
+        }
+    }
+}
+
+TEST(ParticleSystem_v3, ReadsAnyRunOfTheRecords)
+{
+    const TestFolder folder;
+    constexpr uint32 count = 9000;
+    const ParticleSystem_v3 all = makeParticles(count);
+    // the last record is cut
+    folder.write("in", header(9, count + 1) + records(9, count) + "a bit of one");
+    ParticleSystem_v3 particles;
+    for (const auto& [first, wanted, read] : {std::array{0u, 0u, 0u},
+                                              {0u, 1u, 1u},
+                                              {1u, 8000u, 8000u},
+                                              {8990u, 100u, 10u},
+                                              {9001u, 5u, 0u},
+                                              {~0u, ~0u, 0u}})
+    {
+        ASSERT_EQ(particles.load_BIN(folder.file("in"), first, wanted), static_cast<int>(read));
+        for (uint32 n = 0; n < read; ++n)
+        {
+            ASSERT_EQ(particles.getArrPosition()[n], all.getArrPosition()[first + n]);
+            ASSERT_EQ(particles.getArrVelocity()[n], all.getArrVelocity()[first + n]);
+            ASSERT_EQ(particles.getArrId()[n], all.getArrId()[first + n]);
         }
     }
 }

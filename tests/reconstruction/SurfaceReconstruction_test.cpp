@@ -65,6 +65,7 @@ TEST(SurfaceReconstruction, MakesAClosedSurfaceThatFacesOutwards)
             EXPECT_GT(most, 0.9);
             EXPECT_EQ(report.leftOut, (Array<uint32>{0, positions.size() - 1}));
             EXPECT_EQ(report.infinite, 1u);
+            EXPECT_EQ(report.strays, 1u);
             EXPECT_FALSE(report.radiusIsEstimated);
             EXPECT_LT(report.box.max.x, 0.7);
             const MeshTopology topology = computeTopology(mesh);

@@ -36,24 +36,19 @@ std::optional<uint32> statedCount(const TX_String& path)
     return file.readUInt(&count, 1) == 1 ? std::optional(count) : std::nullopt;
 }
 
-void refuseCut(const std::string& path, const PlainFile& file, uint32 read)
+/// Throws the Failure that fewer records are there than stated.
+void refuseCut(const std::string& path, const std::optional<uint32>& stated, uint32 read)
 {
-    const std::optional<uint32> stated = statedCount(TX_String(file.path()));
     if (read == 0 && !stated) throw Failure(path + ": is cut off in its header; write or copy it again");
     if (read < stated.value_or(0))
         throw Failure(path + ": is cut off, it holds " + std::to_string(read) + " of " +
                       std::to_string(*stated) + " particles; write or copy it again");
 }
 
-PointData readBin(const std::string& path)
+PointData pointsOf(const ParticleSystem_v3& particles)
 {
-    const PlainFile file(path);
-    ParticleSystem_v3 particles;
-    const int read = particles.load_BIN(TX_String(file.path()));
-    if (read < 0) throw Failure(path + ": cannot be read; look for what is wrong with the disk");
-    refuseCut(path, file, static_cast<uint32>(read));
     PointData data{particles.getArrPosition(), {}};
-    Array<float> ids(static_cast<uint32>(read));
+    Array<float> ids(particles.getArrId().size());
     std::transform(particles.getArrId().begin(), particles.getArrId().end(), ids.begin(),
                    [](int64 id) { return static_cast<float>(id); });
     Array<Vector3F> velocities = particles.getArrVelocity();
@@ -62,6 +57,16 @@ PointData readBin(const std::string& path)
     data.attributes.push_back({"velocity", std::move(velocities)});
     data.attributes.push_back({"id", std::move(ids)});
     return data;
+}
+
+PointData readBin(const std::string& path)
+{
+    const PlainFile file(path);
+    ParticleSystem_v3 particles;
+    const int read = particles.load_BIN(TX_String(file.path()));
+    if (read < 0) throw Failure(path + ": cannot be read; look for what is wrong with the disk");
+    refuseCut(path, statedCount(TX_String(file.path())), static_cast<uint32>(read));
+    return pointsOf(particles);
 }
 
 // All others
@@ -131,23 +136,55 @@ uint32 dropInfinite(PointData& data)
     return count - kept.size();
 }
 
-}  // namespace
-
-ParticleFile readParticleFile(const std::string& path)
+ParticleFile fileOf(PointData data)
 {
-    ParticleFile file = readParticlesIfAny(path);
-    if (!file.positions.empty()) return file;
-    if (file.leftOut == 0) throw Failure(path + ": holds no particles; give a file that does");
-    throw Failure(path + ": no particle has a finite position; look for what broke the simulation");
-}
-
-ParticleFile readParticlesIfAny(const std::string& path)
-{
-    PointData data = readPoints(kindOfFile(path), path);
     const uint32 leftOut = dropInfinite(data);
     Array<Vector3F> velocities =
         takeVectors(data.attributes, {"velocity", "velocities", "vel", "velo", "v", "u"});
     return {std::move(data.positions), std::move(velocities), std::move(data.attributes), leftOut};
+}
+
+}  // namespace
+
+void failWithoutParticles(const std::string& path, uint64 leftOut)
+{
+    if (leftOut == 0) throw Failure(path + ": holds no particles; give a file that does");
+    throw Failure(path + ": no particle has a finite position; look for what broke the simulation");
+}
+
+ParticleFile readParticleFile(const std::string& path)
+{
+    ParticleFile file = readParticlesIfAny(path);
+    if (file.positions.empty()) failWithoutParticles(path, file.leftOut);
+    return file;
+}
+
+ParticleFile readParticlesIfAny(const std::string& path)
+{
+    return fileOf(readPoints(kindOfFile(path), path));
+}
+
+std::optional<uint32> statedParticles(const std::string& path)
+{
+    if (isStandardInput(path) || kindOfFile(path) != FileKind::ParticleBin) return std::nullopt;
+    const PlainFile file(path);
+    if (file.path() != path) return std::nullopt;
+    const auto stated = statedCount(TX_String(path));
+    refuseCut(path, stated, stated.value_or(0));
+    return stated;
+}
+
+ParticleFile readParticleShare(const std::string& path, uint32 share, uint32 shares)
+{
+    const uint64 stated = statedCount(TX_String(path)).value_or(0);
+    const auto begin = [&](uint64 n) { return static_cast<uint32>(stated * n / shares); };
+    const uint32 first = begin(share), count = begin(share + uint64{1}) - first;
+    ParticleSystem_v3 particles;
+    const int read = particles.load_BIN(TX_String(path), first, count);
+    if (read < 0) throw Failure(path + ": cannot be read; look for what is wrong with the disk");
+    if (static_cast<uint32>(read) < count)
+        refuseCut(path, static_cast<uint32>(stated), first + static_cast<uint32>(read));
+    return fileOf(pointsOf(particles));
 }
 
 }  // namespace tavrix::formats

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -29,5 +30,15 @@ ParticleFile readParticleFile(const std::string& path);
 
 /// The same of a file that may hold no particles, or none with a finite position.
 ParticleFile readParticlesIfAny(const std::string& path);
+
+/// How many particles the header of a BIN file states that is not compressed, whose records can be read from
+/// any place; nothing of other files. Throws Failure as readParticleFile does.
+std::optional<uint32> statedParticles(const std::string& path);
+/// Reads one of so many shares of such a file, a run of its records, which may hold no particles; shares in
+/// their order are the whole. Throws Failure when the share is cut off.
+ParticleFile readParticleShare(const std::string& path, uint32 share, uint32 shares);
+
+/// Throws the Failure that a file without particles of use is, which has so many without a finite position.
+[[noreturn]] void failWithoutParticles(const std::string& path, uint64 leftOut);
 
 }  // namespace tavrix::formats

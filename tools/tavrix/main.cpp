@@ -19,6 +19,7 @@
 #include "formats/ImportLibrary.h"
 #include "run/Failure.h"
 #include "run/Interrupt.h"
+#include "surface/SurfaceRun.h"
 
 namespace
 {
@@ -79,7 +80,7 @@ void describe(CLI::App& app, Command& command)
         "  tavrix preview water.obj -o water.png    the surface becomes a picture\n"
         "  tavrix convert water.obj water.stl       or a file for another program\n\n"
         "tavrix COMMAND --help tells more about each.");
-    addSurfaceCommand(app, command);
+    addSurfaceCommand(app, command, runSurface);
     addLevelSetCommand(app, command);
     addPreviewCommand(app, command);
     addConvertCommand(app, command);

@@ -79,7 +79,9 @@ void ParticleSystem_v3::setArrPosition(const Array<Vector3F>& positions) { _posi
 
 void ParticleSystem_v3::setArrVelocity(const Array<Vector3F>& velocities) { _velocities = velocities; }
 
-int ParticleSystem_v3::load_BIN(const TX_String& path)
+int ParticleSystem_v3::load_BIN(const TX_String& path) { return load_BIN(path, 0, noIndex); }
+
+int ParticleSystem_v3::load_BIN(const TX_String& path, uint32 first, uint32 count)
 {
     FileBufferIn file;
     if (file.open(path, "rb", fileBufferSize) != FileStatus::ok) return -1;
@@ -87,17 +89,19 @@ int ParticleSystem_v3::load_BIN(const TX_String& path)
     if (file.readUInt(&magic) != 1 || magic != magicNumber) return -2;
 
     const Header header = readHeader(file);
-    const uint32 wanted = std::min<uint32>(header.count, std::numeric_limits<int32>::max());
     const std::size_t stride = recordSize(header.version);
-    const auto resize = [this](uint32 count)
+    const uint32 wanted = std::min<uint32>(
+        {header.count - std::min(first, header.count), count, std::numeric_limits<int32>::max()});
+    if (first > 0 && wanted > 0 && !file.seek(static_cast<int64>(stride) * first, 1)) return -1;
+    const auto resize = [this](uint32 size)
     {
-        _ids.resize(count);
-        _positions.resize(count);
-        _velocities.resize(count);
+        _ids.resize(size);
+        _positions.resize(size);
+        _velocities.resize(size);
     };
-    const auto decodeBlock = [&](const unsigned char* record, uint32 first, uint32 count)
+    const auto decodeBlock = [&](const unsigned char* record, uint32 begin, uint32 size)
     {
-        for (uint32 i = first; i < first + count; ++i, record += stride)
+        for (uint32 i = begin; i < begin + size; ++i, record += stride)
         {
             _positions[i] = decodeVector<float, float>(record);
             _velocities[i] = decodeVector<float, float>(record + velocityOffset);

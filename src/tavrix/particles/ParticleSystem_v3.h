@@ -40,6 +40,10 @@ public:
     /// complete records are read, none when the header is cut; memory is taken only for records that are
     /// there. Ids are sign-extended. No more than 2^31 - 1 particles are read.
     int load_BIN(const TX_String& path);
+    /// Reads `count` of the records alone, from the one numbered `first` on, of as many as the header states;
+    /// the same results, and -1 for a file without positions, such as a pipe. Nothing else of the file is
+    /// read, so that many processes can share it out.
+    int load_BIN(const TX_String& path, uint32 first, uint32 count);
 
     /// Writes the particles, as many as there are positions, in the layout of the given version; a velocity
     /// that is missing is written as zero, a missing id as the particle's index. Returns 0; -1: the file

@@ -10,8 +10,11 @@
 #include <tavrix/meshproc/MeshFairing.h>
 #include <tavrix/meshproc/VertexWelding.h>
 #include <tavrix/particles/ParticleNeighbours.h>
+#include <tavrix/particles/ParticleSpacing.h>
 #include <tavrix/reconstruction/detail/BlockRoad.h>
+#include <tavrix/reconstruction/detail/ParticleDeal.h>
 #include <tavrix/reconstruction/detail/ParticleWeights.h>
+#include <tavrix/reconstruction/detail/SurfaceParticles.h>
 
 namespace tavrix
 {
@@ -36,13 +39,15 @@ Array<T> without(const Array<T>& values, const Array<uint32>& numbers)
     return kept;
 }
 
-/// One call of reconstructSurface. Steps return the status that ends it, or Done to go on.
+/// One call of reconstructSurface, without ranks or as one of them. Steps return the status that ends it, or
+/// Done to go on; those of other ranks than the first have nothing to do once the mesh is made.
 class Reconstruction
 {
 public:
-    Reconstruction(const Array<Vector3F>& positions, const std::vector<ParticleAttribute>& attributes,
-                   const ReconstructionSettings& settings, ProgressScope& progress)
-        : _all(positions), _attributes(attributes), _progress(progress)
+    Reconstruction(const Array<Vector3F>& positions, RankGroup* ranks,
+                   const std::vector<ParticleAttribute>& attributes, const ReconstructionSettings& settings,
+                   ProgressScope& progress)
+        : _all(positions), _ranks(ranks), _attributes(attributes), _progress(progress)
     {
         report.settings = settings;
     }
@@ -54,9 +59,9 @@ public:
               &Reconstruction::smooth, &Reconstruction::weld, &Reconstruction::fillHollows,
               &Reconstruction::decimate, &Reconstruction::computeNormals, &Reconstruction::carryAttributes})
         {
-            const Status status = (this->*step)(mesh);
-            if (status != Status::Done) return status;
-            if (_progress.isStopped()) return Status::Stopped;
+            Status status = (this->*step)(mesh);
+            if (status == Status::Done && _progress.isStopped()) status = Status::Stopped;
+            if (const Status all = worst(status); all != Status::Done) return all;
         }
         return Status::Done;
     }
@@ -64,22 +69,43 @@ public:
     ReconstructionReport report{};
 
 private:
-    const Array<Vector3F>& positions() const { return report.leftOut.empty() ? _all : _kept; }
-    uint32 particles() const { return positions().size(); }
+    /// The particles that take part, as far as this process needs them.
+    const Array<Vector3F>& positions() const { return report.leftOut.empty() && !_ranks ? _all : _kept; }
+    detail::ParticleShare share() const { return {_all, report.leftOut, _firstNumber}; }
+
+    bool isFirst() const { return !_ranks || _ranks->rank() == 0; }
+    Status worst(Status status) const
+    {
+        return _ranks ? static_cast<Status>(
+                            static_cast<int>(detail::largestOf(*_ranks, static_cast<int>(status))))
+                      : status;
+    }
+    uint64 sum(uint64 number) const
+    {
+        return _ranks ? static_cast<uint64>(detail::sumOver(*_ranks, static_cast<int64>(number))) : number;
+    }
 
     void leaveOut(Array<uint32> numbers)
     {
         report.leftOut = std::move(numbers);
-        report.particles = _all.size() - report.leftOut.size();
-        if (!report.leftOut.empty()) _kept = without(_all, report.leftOut);
+        report.particles = static_cast<uint32>(sum(_all.size() - report.leftOut.size()));
+        if (!report.leftOut.empty() && !_ranks) _kept = without(_all, report.leftOut);
     }
 
     Status settle(Mesh&)
     {
+        if (_ranks)
+        {
+            const std::vector<int64> starts = detail::startsOver(*_ranks, _all.size());
+            if (starts.back() > noIndex) return Status::TooLarge;
+            _firstNumber = static_cast<uint32>(starts[_ranks->rank()]);
+        }
         leaveOut(findStrays(_all, 0, 0));
-        report.infinite = report.leftOut.size();
+        report.infinite = static_cast<uint32>(sum(report.leftOut.size()));
         if (report.particles == 0) return Status::NoParticles;
         report.radiusIsEstimated = !report.settings.radius;
+        if (_ranks && !report.settings.radius && !(report.settings.radius = estimateRadius(_all, *_ranks)))
+            return Status::NoRadius;
         report.settings = settledFor(report.settings, positions());
         return report.settings.radius ? Status::Done : Status::NoRadius;
     }
@@ -88,15 +114,23 @@ private:
     {
         const ReconstructionSettings& s = report.settings;
         if (s.leastNeighbours == 0) return Status::Done;
-        leaveOut(findStrays(_all, 2.0 * static_cast<float>(*s.radius), s.leastNeighbours, s.threadCount));
+        const double radius = 2.0 * static_cast<float>(*s.radius);
+        leaveOut(_ranks ? detail::findStrays(*_ranks, share(), *s.spacing, radius, s.leastNeighbours,
+                                             s.threadCount)
+                        : findStrays(_all, radius, s.leastNeighbours, s.threadCount));
+        report.strays = static_cast<uint32>(sum(report.leftOut.size())) - report.infinite;
         return report.particles == 0 ? Status::AllAreStrays : Status::Done;
     }
 
     Status makeSurface(Mesh& mesh)
     {
-        if (!_progress.begin("field")) return Status::Stopped;
-        report.box = boxAround(positions());
+        const Status status = worst(_progress.begin("field") ? Status::Done : Status::Stopped);
+        if (status != Status::Done) return status;
+        report.box = boxOfAll();
         const ReconstructionSettings& s = report.settings;
+        const auto neighbourhood = static_cast<double>(s.anisotropy().neighbourReach * s.reach() / 2);
+        const bool isAnisotropic = s.kernel == SurfaceKernel::Anisotropic;
+        if (_ranks && !deal(isAnisotropic ? 2.01 * neighbourhood : s.reach())) return Status::TooWide;
         const auto radius = static_cast<float>(*s.radius);
         const auto ball = [&positions = positions(), radius](uint32 n) {
             return detail::Particle{positions[n].x, positions[n].y, positions[n].z, radius};
@@ -105,13 +139,38 @@ private:
         switch (s.kernel)
         {
             case SurfaceKernel::Distance:
-                return extract(detail::distanceKernel, particles(), ball, polling, mesh, 0,
+                return extract(detail::distanceKernel, positions().size(), ball, polling, mesh, 0,
                                [](auto&) { return true; });
             case SurfaceKernel::Metaball:
                 return extractMetaballs(polling, mesh);
             default:
                 return extractAnisotropic(polling, mesh);
         }
+    }
+
+    Box3D boxOfAll() const
+    {
+        if (!_ranks) return boxAround(positions());
+        Box3D box = Box3D::empty();
+        detail::forEachKept(_all.size(), report.leftOut,
+                            [&](uint32 n) { box.extend(convert<double>(_all[n])); });
+        return detail::boxOver(*_ranks, box);
+    }
+
+    /// Gets the particles that this rank needs, those within the margin around its blocks; false when no
+    /// lattice covers them all.
+    bool deal(double margin)
+    {
+        _deal = detail::dealOut(*_ranks, share(), *report.settings.spacing, margin);
+        if (!_deal) return false;
+        _kept.resize(_deal->particles.size());
+        for (uint32 n = 0; n < _kept.size(); ++n) _kept[n] = _deal->particles[n].position;
+        if (report.settings.kernel != SurfaceKernel::Anisotropic) _deal->particles.reserve(0);
+        return true;
+    }
+    detail::BlockShare blockShare() const
+    {
+        return _ranks ? detail::BlockShare(*_ranks, _deal->owners) : detail::BlockShare();
     }
 
     Status extractMetaballs(detail::Polling& polling, Mesh& mesh)
@@ -123,24 +182,34 @@ private:
             return detail::WeightedBall{positions[n].x, positions[n].y, positions[n].z, 1};
         };
         const auto weigh = [&](detail::ParticleBlocks<detail::WeightedBallKernel>& sorted)
-        { return weighParticles(sorted, kernel, filling, s.threadCount, polling); };
-        return extract(kernel, particles(), ball, polling, mesh, 0, weigh);
+        { return weighParticles(sorted, kernel, filling, blockShare(), s.threadCount, polling); };
+        return extract(kernel, positions().size(), ball, polling, mesh, 0, weigh);
     }
 
     Status extractAnisotropic(detail::Polling& polling, Mesh& mesh)
     {
         const ReconstructionSettings& s = report.settings;
         constexpr double fitting = 150;  // bytes a particle
-        report.bytes = fitting * particles();
-        if (report.bytes > grantedBytes()) return Status::TooLarge;
+        report.bytes = fitting * positions().size();
+        const Status status = worst(report.bytes > grantedBytes() ? Status::TooLarge : Status::Done);
+        if (status != Status::Done) return status;
         Array<detail::Ellipsoid> ellipsoids;
         {
-            const Array<float> radii(particles(), static_cast<float>(s.reach() / 2));
+            const Array<float> radii(positions().size(), static_cast<float>(s.reach() / 2));
             detail::AnisotropicKernels kernels(positions(), radii, s.anisotropy(), s.threadCount,
                                                ProgressScope::poll);
-            if (!kernels.measureNeighbourhoods() || !kernels.fitEllipsoids() || !kernels.fitBoxes())
-                return Status::Stopped;
+            const bool isDone =
+                kernels.measureNeighbourhoods() && kernels.fitEllipsoids() && kernels.fitBoxes();
+            if (worst(isDone ? Status::Done : Status::Stopped) != Status::Done) return Status::Stopped;
             ellipsoids = kernels.takeEllipsoids();
+            if (_ranks)
+            {
+                auto dealt = detail::dealEllipsoids(*_ranks, *_deal, ellipsoids, kernels.order(),
+                                                    kernels.cellSize(), s.threadCount);
+                if (!dealt) return Status::TooWide;
+                _deal->particles.reserve(0);
+                ellipsoids = std::move(*dealt);
+            }
         }
         const auto ellipsoid = [&](uint32 n) { return ellipsoids[n]; };
         const uint32 count = ellipsoids.size();
@@ -190,19 +259,21 @@ private:
                                         static_cast<float>(s.level) * s.valueAtLevelOne(),
                                         {s.cleanUp, false, static_cast<double>(s.memory.value_or(~uint64{0})),
                                          bytesPerVertex(), bytesPerFace(), s.threadCount}},
-                                       polling);
+                                       polling, blockShare());
         BlockRoadEnd end = road.sort(count, make, held);
-        if (end == BlockRoadEnd::Done && !prepare(road.sorted())) end = BlockRoadEnd::Stopped;
+        if (_ranks) _kept.reserve(0);
+        if (end == BlockRoadEnd::Done) end = road.goOn(prepare(road.sorted()));
         if (end == BlockRoadEnd::Done && *s.matchVolume)
         {
             const double each = *s.particleSpacing * *s.particleSpacing * *s.particleSpacing;
-            end = road.matchVolume(particles() * each);
+            end = road.matchVolume(report.particles * each);
             report.settings.level = road.level() / s.valueAtLevelOne();
         }
-        if (end == BlockRoadEnd::Done)
-            end = _progress.begin("surface") ? road.extract(mesh) : BlockRoadEnd::Stopped;
+        if (end == BlockRoadEnd::Done) end = road.goOn(_progress.begin("surface"));
+        if (end == BlockRoadEnd::Done) end = road.extract(mesh);
         report.blocks = road.blockCount();
         report.bytes = std::max(report.bytes, road.bytes());
+        if (_ranks) report.bytes = detail::largestOf(*_ranks, report.bytes);
         report.highestLevel = road.highestValue() / s.valueAtLevelOne();
         switch (end)
         {
@@ -222,7 +293,7 @@ private:
     Status smooth(Mesh& mesh)
     {
         const ReconstructionSettings& s = report.settings;
-        if (*s.smoothing == 0) return Status::Done;
+        if (*s.smoothing == 0 || !isFirst()) return Status::Done;
         if (!_progress.begin("smooth")) return Status::Stopped;
         const FairingSettings fairing{*s.smoothing, s.passesAtBends(), *s.particleSpacing / 2, s.threadCount};
         if (!fairPositions(mesh.refPos(), mesh.refTrindexPos(), fairing, ProgressScope::poll))
@@ -233,7 +304,7 @@ private:
 
     Status weld(Mesh& mesh)
     {
-        if (!report.settings.weldTolerance) return Status::Done;
+        if (!report.settings.weldTolerance || !isFirst()) return Status::Done;
         if (!_progress.begin("weld")) return Status::Stopped;
         dropNormals(mesh);
         weldVertices(mesh.refPos(), mesh.refTrindexPos(), {&*report.settings.weldTolerance, 1});
@@ -245,7 +316,7 @@ private:
 
     Status fillHollows(Mesh& mesh)
     {
-        if (!report.settings.fillCavities) return Status::Done;
+        if (!report.settings.fillCavities || !isFirst()) return Status::Done;
         if (!_progress.begin("cavities")) return Status::Stopped;
         report.counts = fillCavities(mesh);
         return Status::Done;
@@ -253,7 +324,7 @@ private:
 
     Status decimate(Mesh& mesh)
     {
-        if (!report.settings.decimation) return Status::Done;
+        if (!report.settings.decimation || !isFirst()) return Status::Done;
         if (!_progress.begin("decimate")) return Status::Stopped;
         dropNormals(mesh);
         decimateMesh(mesh, {.ratio = report.settings.decimation, .threadCount = report.settings.threadCount},
@@ -263,6 +334,7 @@ private:
 
     Status computeNormals(Mesh& mesh)
     {
+        if (!isFirst()) return Status::Done;
         if (!report.settings.normals)
         {
             dropNormals(mesh);
@@ -276,19 +348,40 @@ private:
     Status carryAttributes(Mesh& mesh)
     {
         if (_attributes.empty()) return Status::Done;
-        if (!_progress.begin("attributes")) return Status::Stopped;
+        const Status status = worst(_progress.begin("attributes") ? Status::Done : Status::Stopped);
+        if (status != Status::Done) return status;
+        if (!_ranks) return carry(_attributes, positions(), report.leftOut, mesh);
+        const detail::SurfaceParticles near(*_ranks, share(), mesh.pos(), report.settings.reach());
+        const Array<Vector3F> positions = near.gather(_all);
+        std::vector<std::variant<Array<Vector3F>, Array<float>>> gathered;
+        for (const ParticleAttribute& attribute : _attributes)
+            std::visit([&](const auto* values) { gathered.emplace_back(near.gather(*values)); },
+                       attribute.values);
+        std::vector<ParticleAttribute> attributes;
+        for (std::size_t n = 0; n < gathered.size(); ++n)
+            std::visit(
+                [&](const auto& values) {
+                    attributes.push_back({_attributes[n].name, &values});
+                },
+                gathered[n]);
+        return isFirst() ? carry(attributes, positions, {}, mesh) : Status::Done;
+    }
+
+    /// Carries attributes of the particles over, of which those that take part lie at the positions.
+    Status carry(const std::vector<ParticleAttribute>& attributes, const Array<Vector3F>& positions,
+                 const Array<uint32>& leftOut, Mesh& mesh) const
+    {
         const double reach = report.settings.reach();
         const uint32 threads = report.settings.threadCount;
-        const NeighbourGrid grid(positions(), reach / 2, threads);
+        const NeighbourGrid grid(positions, reach / 2, threads);
         const auto interpolate = [&](const Array<Vector3F>& values)
         {
-            const Array<Vector3F> kept =
-                report.leftOut.empty() ? Array<Vector3F>() : without(values, report.leftOut);
-            return interpolateAtPlaces(grid, report.leftOut.empty() ? values : kept, mesh.refPos(), reach,
-                                       threads, ProgressScope::poll);
+            const Array<Vector3F> kept = leftOut.empty() ? Array<Vector3F>() : without(values, leftOut);
+            return interpolateAtPlaces(grid, leftOut.empty() ? values : kept, mesh.refPos(), reach, threads,
+                                       ProgressScope::poll);
         };
         std::vector<Scalar> scalars;
-        for (const ParticleAttribute& attribute : _attributes)
+        for (const ParticleAttribute& attribute : attributes)
         {
             if (const auto* vectors = std::get_if<const Array<Vector3F>*>(&attribute.values))
             {
@@ -311,12 +404,12 @@ private:
 
     /// Three scalars at a time go as the axes of one vector.
     template <class Interpolate>
-    void carryScalars(const std::vector<Scalar>& scalars, const Interpolate& interpolate)
+    static void carryScalars(const std::vector<Scalar>& scalars, const Interpolate& interpolate)
     {
         for (std::size_t first = 0; first < scalars.size(); first += 3)
         {
             const auto count = static_cast<uint32>(std::min<std::size_t>(scalars.size() - first, 3));
-            Array<Vector3F> together(_all.size(), Vector3F{0, 0, 0});
+            Array<Vector3F> together(scalars[first].values.size(), Vector3F{0, 0, 0});
             for (uint32 k = 0; k < count; ++k)
             {
                 const Array<float>& values = scalars[first + k].values;
@@ -333,10 +426,27 @@ private:
     }
 
     const Array<Vector3F>& _all;
+    RankGroup* _ranks;  ///< none: this process has all particles
     const std::vector<ParticleAttribute>& _attributes;
     ProgressScope& _progress;
-    Array<Vector3F> _kept;  ///< when some are left out
+    uint32 _firstNumber = 0;               ///< of this rank's particles among all
+    Optional<detail::ParticleDeal> _deal;  ///< over the ranks
+    Array<Vector3F> _kept;                 ///< when some are left out, or dealt
 };
+
+ReconstructionReport reconstruct(const Array<Vector3F>& positions, RankGroup* ranks, Mesh& mesh,
+                                 const ReconstructionSettings& settings,
+                                 const std::vector<ParticleAttribute>& attributes,
+                                 const ProgressCallback& progress)
+{
+    ProgressScope scope(progress);
+    Reconstruction reconstruction(positions, ranks, attributes, settings, scope);
+    Mesh made;
+    made.setName("surface");
+    reconstruction.report.status = reconstruction.run(made);
+    mesh = reconstruction.report.status == ReconstructionStatus::Done ? std::move(made) : Mesh();
+    return std::move(reconstruction.report);
+}
 
 }  // namespace
 
@@ -345,13 +455,15 @@ ReconstructionReport reconstructSurface(const Array<Vector3F>& positions, Mesh& 
                                         const std::vector<ParticleAttribute>& attributes,
                                         const ProgressCallback& progress)
 {
-    ProgressScope scope(progress);
-    Reconstruction reconstruction(positions, attributes, settings, scope);
-    Mesh made;
-    made.setName("surface");
-    reconstruction.report.status = reconstruction.run(made);
-    mesh = reconstruction.report.status == ReconstructionStatus::Done ? std::move(made) : Mesh();
-    return std::move(reconstruction.report);
+    return reconstruct(positions, nullptr, mesh, settings, attributes, progress);
+}
+
+ReconstructionReport reconstructSurface(const Array<Vector3F>& positions, RankGroup& ranks, Mesh& mesh,
+                                        const ReconstructionSettings& settings,
+                                        const std::vector<ParticleAttribute>& attributes,
+                                        const ProgressCallback& progress)
+{
+    return reconstruct(positions, &ranks, mesh, settings, attributes, progress);
 }
 
 }  // namespace tavrix

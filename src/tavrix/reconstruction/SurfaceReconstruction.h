@@ -6,6 +6,7 @@
 
 #include <tavrix/foundation/Box3.h>
 #include <tavrix/foundation/ProgressCallback.h>
+#include <tavrix/foundation/RankGroup.h>
 #include <tavrix/mesh/MeshCavities.h>
 #include <tavrix/reconstruction/ReconstructionSettings.h>
 
@@ -47,13 +48,13 @@ struct ReconstructionReport
     ReconstructionSettings settings;  ///< with everything filled in
     /// Whether the radius was estimated, not given.
     bool radiusIsEstimated;
-    uint32 particles;  ///< that took part
-    uint32 infinite;   ///< left out, for they have no finite position
-    Array<uint32>
-        leftOut;  ///< the numbers of all that were, ascending; the other leftOut.size() - infinite are strays
-    Box3D box;    ///< around the particles that took part
-    uint64 blocks;  ///< of the lattice that particles reach
-    double bytes;   ///< that the work takes besides the particles, when Done or TooLarge
+    uint32 particles;       ///< that took part
+    uint32 infinite;        ///< left out, for they have no finite position
+    uint32 strays;          ///< left out, for they have fewer neighbours than settings.leastNeighbours
+    Array<uint32> leftOut;  ///< the numbers of all that were, ascending
+    Box3D box;              ///< around the particles that took part
+    uint64 blocks;          ///< of the lattice that particles reach
+    double bytes;           ///< that the work takes besides the particles, when Done or TooLarge
     /// With fillCavities: the parts of the mesh, and the cavities that were filled.
     PartCounts counts;
     double highestLevel;  ///< of the field, where there is no surface
@@ -72,6 +73,23 @@ struct ReconstructionReport
 /// (but matchVolume looks at the whole). Vertices and faces come block by block, the same for every thread
 /// count. Throws std::bad_alloc only.
 TX_GEOMETRY_API ReconstructionReport reconstructSurface(const Array<Vector3F>& positions, Mesh& mesh,
+                                                        const ReconstructionSettings& settings = {},
+                                                        const std::vector<ParticleAttribute>& attributes = {},
+                                                        const ProgressCallback& progress = {});
+
+/// The same of particles of which every rank has a share: those of the first rank come before those of the
+/// second, as if one had them all. The first rank gets the mesh, to the byte the one that reconstructSurface
+/// makes of all particles, whatever the shares; the others get none. (Where scenes spread over more than 2^62
+/// cells, as NeighbourGrid sorts them, ellipsoids and attributes may differ in the last bits.)
+///
+/// Ranks share the lattice's blocks out by equal work, and hold the particles of their blocks and some
+/// around. The first joins the blocks' surfaces and finishes the mesh, so that it holds all of that, and of
+/// the particles those near the surface for the attributes, which all ranks must name alike. Settings are the
+/// same on all ranks but for threadCount and memory, which is each rank's own. Reports are of all particles,
+/// but leftOut has numbers of the rank's own share, and bytes are the most that a rank takes. A rank that is
+/// stopped stops all. Collective; see RankGroup.
+TX_GEOMETRY_API ReconstructionReport reconstructSurface(const Array<Vector3F>& positions, RankGroup& ranks,
+                                                        Mesh& mesh,
                                                         const ReconstructionSettings& settings = {},
                                                         const std::vector<ParticleAttribute>& attributes = {},
                                                         const ProgressCallback& progress = {});

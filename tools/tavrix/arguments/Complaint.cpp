@@ -80,7 +80,7 @@ std::string complaint(const CLI::App* app, const CLI::Error& error)
     const CLI::App* const command = chosen.empty() ? nullptr : chosen.front();
     const bool saysNothing = !command && app->remaining(true).empty();
     const std::string text = saysNothing ? "say what to do" : textOf(*app, command, error);
-    return "tavrix: " + text + (text.ends_with('?') ? " See" : "; see") + " tavrix" +
+    return "tavrix: " + text + (text.ends_with('?') ? " See " : "; see ") + app->get_name() +
            (command ? " " + command->get_name() : "") + " --help\n";
 }
 

@@ -203,9 +203,9 @@ std::string jobFileOf(const CLI::App& command)
 
 std::string settingsText(const CLI::App& command)
 {
-    static const std::set<std::string> aside{"--help",   "--quiet",  "--threads",    "--memory", "--first",
-                                             "--last",   "--jobs",   "--force",      "--output", "--preview",
-                                             "--format", "--config", "--save-config"};
+    static const std::set<std::string> aside{
+        "--help",  "--quiet",  "--threads", "--memory", "--first",  "--last",        "--jobs",
+        "--force", "--output", "--preview", "--format", "--config", "--save-config", "--ranks-per-frame"};
     std::string text = command.get_name() + "\n";
     for (const CLI::Option* option : command.get_options())
     {

@@ -11,6 +11,8 @@ class App;
 namespace tavrix::tool
 {
 
+struct SurfaceOptions;
+
 /// The command that the arguments chose, and what messages about it name.
 struct Command
 {
@@ -22,8 +24,10 @@ struct Command
 
 // Each adds a command to the program; when the arguments choose it, `command` becomes it.
 
-/// Adds `tavrix surface`: particles in, surface mesh out, for one file or a sequence of them.
-void addSurfaceCommand(CLI::App& app, Command& command);
+/// Adds `tavrix surface`: particles in, surface mesh out, for one file or a sequence of them. run does the
+/// work: returns the exit status, or throws Failure. Returns what was added.
+CLI::App* addSurfaceCommand(CLI::App& app, Command& command,
+                            const std::function<int(const SurfaceOptions&)>& run);
 
 /// Adds `tavrix levelset`: a mesh, particles or a field in, the surface of their distances, grown, shrunk or
 /// hollowed, and the field out.

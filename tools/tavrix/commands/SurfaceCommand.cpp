@@ -14,7 +14,7 @@
 #include "formats/FileName.h"
 #include "formats/MeshFile.h"
 #include "sequence/FrameSequence.h"
-#include "surface/SurfaceRun.h"
+#include "surface/SurfaceArguments.h"
 
 namespace tavrix::tool
 {
@@ -196,13 +196,19 @@ void checkTogether(const CLI::App& surface, const SurfaceOptions& options)
 
 }  // namespace
 
-void addSurfaceCommand(CLI::App& app, Command& command)
+void addSurfaceSettings(CLI::App& command, SurfaceOptions& options)
+{
+    addParticles(command, options);
+    addSurface(command, options);
+}
+
+CLI::App* addSurfaceCommand(CLI::App& app, Command& command,
+                            const std::function<int(const SurfaceOptions&)>& run)
 {
     const auto options = std::make_shared<SurfaceOptions>();
     CLI::App* surface = app.add_subcommand("surface", "Turn particle files into surface meshes");
     addFiles(*surface, *options);
-    addParticles(*surface, *options);
-    addSurface(*surface, *options);
+    addSurfaceSettings(*surface, *options);
     addSequence(*surface, options->sequence);
     addPicture(*surface, *options);
     surface->footer(
@@ -211,16 +217,17 @@ void addSurfaceCommand(CLI::App& app, Command& command)
         "  tavrix surface water.bin -o water.stl --quality smooth --preview water.png\n"
         "  tavrix surface \"water_{}.bin\" -o \"mesh_{}.bin\" --first 100 --last 200 --min-neighbours 2");
     surface->callback(
-        [surface, options, &command]
+        [surface, options, &command, run]
         {
             nameInFolder(*surface, options->input, options->output, options->folder);
             options->settings = settingsText(*surface);
             options->finish.up = options->picture.up;
             checkTogether(*surface, *options);
             options->quiet |= formats::isStandardOutput(options->output);
-            const auto run = [options] { return runSurface(*options); };
-            command = {run, options->input, options->output, "try a larger --spacing"};
+            command = {[options, run] { return run(*options); }, options->input, options->output,
+                       "try a larger --spacing"};
         });
+    return surface;
 }
 
 }  // namespace tavrix::tool

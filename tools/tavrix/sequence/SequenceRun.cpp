@@ -57,17 +57,29 @@ public:
     int run()
     {
         const auto& patterns = _sequence.patterns;
-        const std::vector<Frame> frames = findFrames(patterns.inputs.front(), _options.first, _options.last);
-        for (const Frame& frame : frames) take(frame);
+        std::vector<Frame> frames;
+        const auto listTasks = [&]
+        {
+            frames = findFrames(patterns.inputs.front(), _options.first, _options.last);
+            return outdated(frames);
+        };
+        FrameDealer* const dealer = _sequence.dealer;
+        for (const std::string& digits : dealer ? dealer->ofFirst(listTasks) : listTasks())
+            _tasks.push_back(taskOf(digits));
         std::vector<std::thread> workers;
         for (std::size_t w = 1; w < std::min<std::size_t>(_options.jobs, _tasks.size()); ++w)
             workers.emplace_back([this] { work(); });
         work();
         for (std::thread& worker : workers) worker.join();
         _bar.end();
-        stopIfInterrupted();
-        const std::string collection = collectFrames(patterns);
-        if (!_options.quiet) printSummary(frames, collection);
+        if (dealer)
+        {
+            dealer->stopIfInterrupted();
+            _failed = dealer->total(_failed);
+        }
+        else
+            stopIfInterrupted();
+        if (!dealer || dealer->isFirst()) sumUp(frames);
         return _failed == 0 ? 0 : 1;
     }
 
@@ -78,8 +90,10 @@ private:
         FrameRecord record;
     };
 
-    void printSummary(const std::vector<Frame>& frames, const std::string& collection) const
+    void sumUp(const std::vector<Frame>& frames) const
     {
+        const std::string collection = collectFrames(_sequence.patterns);
+        if (_options.quiet) return;
         const uint32 failed = _failed;
         std::printf("frames     %zu written, %zu up to date, %u failed\n", _tasks.size() - failed,
                     frames.size() - _tasks.size(), failed);
@@ -88,19 +102,35 @@ private:
         if (!collection.empty()) std::printf("collection -> %s\n", collection.c_str());
     }
 
-    void take(const Frame& frame)
+    Task taskOf(const std::string& digits) const
     {
-        FrameTask task{frame.digits,
-                       {filled(_sequence.patterns.inputs, frame.digits),
-                        filled(_sequence.patterns.outputs, frame.digits)},
-                       {}};
+        FrameTask task{
+            digits,
+            {filled(_sequence.patterns.inputs, digits), filled(_sequence.patterns.outputs, digits)},
+            {}};
         FrameRecord record(task.files, _sequence.settings);
-        if (_options.force || !record.isCurrent()) _tasks.push_back({std::move(task), std::move(record)});
+        return {std::move(task), std::move(record)};
     }
+
+    /// The digits of the frames that are to be made.
+    std::vector<std::string> outdated(const std::vector<Frame>& frames) const
+    {
+        std::vector<std::string> digits;
+        for (const Frame& frame : frames)
+            if (_options.force || !taskOf(frame.digits).record.isCurrent()) digits.push_back(frame.digits);
+        return digits;
+    }
+
+    std::size_t next()
+    {
+        if (_sequence.dealer) return _sequence.dealer->next();
+        return interrupted() ? _tasks.size() : std::size_t{_next++};
+    }
+    bool tells() const { return !_sequence.dealer || _sequence.dealer->tells(); }
 
     void work()
     {
-        for (std::size_t n; !interrupted() && (n = _next++) < _tasks.size();) make(_tasks[n], n);
+        for (std::size_t n; (n = next()) < _tasks.size();) make(_tasks[n], n);
     }
 
     void make(Task& task, std::size_t number)
@@ -111,7 +141,7 @@ private:
         try
         {
             const std::string line = _sequence.make(task.frame);
-            task.record.write();
+            if (tells()) task.record.write();
             tell([&] { printLine(task.frame.digits + "  " + line); });
             ++_done;
             return;
@@ -155,7 +185,7 @@ private:
 
     void printLine(const std::string& line)
     {
-        if (_options.quiet) return;
+        if (_options.quiet || !tells()) return;
         _bar.hide();
         std::printf("%s\n", line.c_str());
         std::fflush(stdout);
@@ -163,6 +193,7 @@ private:
 
     void tellFailure(const std::string& what)
     {
+        if (!tells()) return;
         tell(
             [&]
             {

@@ -36,6 +36,7 @@ bool wantsNormals(const SurfaceOptions& options)
 /// reason where they are many beside the others.
 std::string strayHint(const ReconstructionReport& report, const Array<Vector3F>& positions)
 {
+    if (report.status != ReconstructionStatus::TooLarge) return {};
     constexpr uint32 least = 2, partThatCounts = 20;
     const ReconstructionSettings& settings = report.settings;
     if (settings.leastNeighbours >= least) return {};
@@ -44,42 +45,6 @@ std::string strayHint(const ReconstructionReport& report, const Array<Vector3F>&
     if (strays < report.particles / partThatCounts) return {};
     return formatted("%u of its %u particles are strays, which --min-neighbours %u leaves out, or ", strays,
                      report.particles, least);
-}
-
-/// Throws the Failure that says why there is no surface, and the way out.
-void confirmDone(const ReconstructionReport& report, const Array<Vector3F>& positions,
-                 const std::string& file)
-{
-    const ReconstructionSettings& settings = report.settings;
-    switch (report.status)
-    {
-        case ReconstructionStatus::Done:
-            return;
-        case ReconstructionStatus::AllAreStrays:
-            throw Failure(file + ": every particle has fewer than " +
-                          std::to_string(settings.leastNeighbours) +
-                          " neighbours within two radii; lower --min-neighbours or give a larger --radius");
-        case ReconstructionStatus::NoRadius:
-            failWithoutRadius(file);
-        case ReconstructionStatus::TooWide:
-            failTooWide(report.box, settings.reach(), *settings.spacing, file,
-                        " --min-neighbours 1 leaves out what lies alone.");
-        case ReconstructionStatus::TooLarge:
-            failTooLarge(report.bytes, static_cast<double>(*settings.memory), *settings.spacing, file,
-                         strayHint(report, positions));
-        case ReconstructionStatus::NoSurface:
-            throw Failure(
-                file +
-                formatted(": no surface at level %.4g, the field's values go from 0 to %.4g; try a --level "
-                          "between or a smaller --spacing",
-                          settings.level, report.highestLevel));
-        case ReconstructionStatus::NothingIsLeft:
-            throw Failure(file + ": the tolerance leaves no faces; give a smaller one");
-        case ReconstructionStatus::NoParticles:
-        case ReconstructionStatus::Stopped:
-            break;
-    }
-    throw Failure("interrupted");
 }
 
 /// The radius of a report as the program keeps it.
@@ -99,11 +64,6 @@ void draw(const Mesh& mesh, const Array<Vector3F>& positions, const Reconstructi
     savePng(sideBySide(pictures), file);
 }
 
-bool hasVelocities(const std::vector<ParticleAttribute>& attributes)
-{
-    return !attributes.empty() && attributes.front().name == "Velocity";
-}
-
 /// Throws the Failure that the file has no such attribute, with those that it has.
 [[noreturn]] void failWithoutAttribute(const std::string& file, const std::string& name,
                                        const formats::ParticleFile& particles)
@@ -116,35 +76,6 @@ bool hasVelocities(const std::vector<ParticleAttribute>& attributes)
 }
 
 bool isVelocity(const std::string& name) { return name == "velocity" || name == "Velocity"; }
-
-/// What the mesh is to carry: velocities, first, and what was asked for.
-std::vector<ParticleAttribute> wantedAttributes(const SurfaceOptions& options,
-                                                const formats::ParticleFile& particles)
-{
-    std::vector<ParticleAttribute> wanted;
-    if (formats::holdsVelocities(options.output) && !particles.velocities.empty())
-        wanted.push_back({"Velocity", &particles.velocities});
-    const auto& names = options.attributes;
-    const bool isAll = std::count(names.begin(), names.end(), "all") > 0;
-    const auto add = [&](const formats::PointAttribute& attribute) {
-        std::visit(
-            [&](const auto& values) {
-                wanted.push_back({attribute.name, &values});
-            },
-            attribute.values);
-    };
-    for (const formats::PointAttribute& attribute : particles.attributes)
-        if (isAll || std::count(names.begin(), names.end(), attribute.name) > 0) add(attribute);
-    for (const std::string& name : names)
-    {
-        const bool isThere =
-            std::any_of(wanted.begin(), wanted.end(),
-                        [&](const ParticleAttribute& attribute) { return attribute.name == name; });
-        if (name == "all" || isThere || (isVelocity(name) && !particles.velocities.empty())) continue;
-        failWithoutAttribute(options.input, name, particles);
-    }
-    return wanted;
-}
 
 /// Takes the particles that the reconstruction left out off the list.
 void leaveOut(Array<Vector3F>& positions, const Array<uint32>& numbers)
@@ -189,28 +120,87 @@ std::size_t stageCount(const SurfaceOptions& options)
     return count;
 }
 
-FrameReport runFrame(const SurfaceOptions& options, Progress& progress)
+ReconstructionSettings frameSettings(const SurfaceOptions& options)
 {
-    progress.begin("read");
-    formats::ParticleFile particles = formats::readParticleFile(options.input);
-
     ReconstructionSettings settings = options.surface;
     settings.normals = wantsNormals(options);
     settings.threadCount = threadsFor(options.surface.threadCount, options);
     settings.memory = grantedMemory(options);
-    if (options.crop) cropParticles(particles, *options.crop, options.input);
-    const std::vector<ParticleAttribute> attributes = wantedAttributes(options, particles);
+    return settings;
+}
+
+std::vector<ParticleAttribute> wantedAttributes(const SurfaceOptions& options,
+                                                const formats::ParticleFile& particles)
+{
+    std::vector<ParticleAttribute> wanted;
+    if (formats::holdsVelocities(options.output) && !particles.velocities.empty())
+        wanted.push_back({"Velocity", &particles.velocities});
+    const auto& names = options.attributes;
+    const bool isAll = std::count(names.begin(), names.end(), "all") > 0;
+    const auto add = [&](const formats::PointAttribute& attribute) {
+        std::visit(
+            [&](const auto& values) {
+                wanted.push_back({attribute.name, &values});
+            },
+            attribute.values);
+    };
+    for (const formats::PointAttribute& attribute : particles.attributes)
+        if (isAll || std::count(names.begin(), names.end(), attribute.name) > 0) add(attribute);
+    for (const std::string& name : names)
+    {
+        const bool isThere =
+            std::any_of(wanted.begin(), wanted.end(),
+                        [&](const ParticleAttribute& attribute) { return attribute.name == name; });
+        if (name == "all" || isThere || (isVelocity(name) && !particles.velocities.empty())) continue;
+        failWithoutAttribute(options.input, name, particles);
+    }
+    return wanted;
+}
+
+void confirmDone(const ReconstructionReport& report, const std::string& file, const std::string& hint)
+{
+    const ReconstructionSettings& settings = report.settings;
+    switch (report.status)
+    {
+        case ReconstructionStatus::Done:
+            return;
+        case ReconstructionStatus::AllAreStrays:
+            throw Failure(file + ": every particle has fewer than " +
+                          std::to_string(settings.leastNeighbours) +
+                          " neighbours within two radii; lower --min-neighbours or give a larger --radius");
+        case ReconstructionStatus::NoRadius:
+            failWithoutRadius(file);
+        case ReconstructionStatus::TooWide:
+            failTooWide(report.box, settings.reach(), *settings.spacing, file,
+                        " --min-neighbours 1 leaves out what lies alone.");
+        case ReconstructionStatus::TooLarge:
+            failTooLarge(report.bytes, static_cast<double>(*settings.memory), *settings.spacing, file, hint);
+        case ReconstructionStatus::NoSurface:
+            throw Failure(
+                file +
+                formatted(": no surface at level %.4g, the field's values go from 0 to %.4g; try a --level "
+                          "between or a smaller --spacing",
+                          settings.level, report.highestLevel));
+        case ReconstructionStatus::NothingIsLeft:
+            throw Failure(file + ": the tolerance leaves no faces; give a smaller one");
+        case ReconstructionStatus::NoParticles:
+        case ReconstructionStatus::Stopped:
+            break;
+    }
+    throw Failure("interrupted");
+}
+
+FrameReport finishFrame(const SurfaceOptions& options, formats::ParticleFile& particles,
+                        ReconstructionReport report, Mesh made, Progress& progress)
+{
     ArrayOfPtr<Mesh> meshes;
-    meshes.push_back(new Mesh);
+    meshes.push_back(new Mesh(std::move(made)));
     Mesh& mesh = *meshes[0];
-    ReconstructionReport report =
-        reconstructSurface(particles.positions, mesh, settings, attributes, progressTo(progress));
-    confirmDone(report, particles.positions, options.input);
     clipMeshes(meshes, options.clip, options.input, progress);
     if (!options.preview.empty())
     {
         const StageScope stage(progress, "preview");
-        if (!settings.normals) mesh.recalculateNormalsParallelized(report.settings.threadCount);
+        if (!report.settings.normals) mesh.recalculateNormalsParallelized(report.settings.threadCount);
         leaveOut(particles.positions, report.leftOut);
         draw(mesh, particles.positions, report, options, options.viewBox.value_or(report.box),
              options.preview);
@@ -218,8 +208,22 @@ FrameReport runFrame(const SurfaceOptions& options, Progress& progress)
     progress.begin("write");
     finishAndWrite(meshes, options.finish, options.output, progress);
     progress.end();
-    return {std::move(report), particles.leftOut, mesh.getPosSize(), mesh.getFacesSize(),
-            hasVelocities(attributes)};
+    const bool moves = mesh.findArray<Vector3F>("Velocity") != nullptr;
+    return {std::move(report), particles.leftOut, mesh.getPosSize(), mesh.getFacesSize(), moves};
+}
+
+FrameReport runFrame(const SurfaceOptions& options, Progress& progress)
+{
+    progress.begin("read");
+    formats::ParticleFile particles = formats::readParticleFile(options.input);
+    const ReconstructionSettings settings = frameSettings(options);
+    if (options.crop) cropParticles(particles, *options.crop, options.input);
+    const std::vector<ParticleAttribute> attributes = wantedAttributes(options, particles);
+    Mesh mesh;
+    ReconstructionReport report =
+        reconstructSurface(particles.positions, mesh, settings, attributes, progressTo(progress));
+    confirmDone(report, options.input, strayHint(report, particles.positions));
+    return finishFrame(options, particles, std::move(report), std::move(mesh), progress);
 }
 
 }  // namespace tavrix::tool

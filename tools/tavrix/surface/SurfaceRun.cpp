@@ -65,10 +65,7 @@ std::string surfaceOne(const SurfaceOptions& options)
 {
     Progress progress(stageCount(options), options.quiet, options.label, options.bar());
     const FrameReport report = runFrame(options, progress);
-    if (options.isFrame) return frameText(options, report, progress.totalSeconds());
-    warnOfInfinite(options, report);
-    if (!options.quiet) printSummary(options, report, progress);
-    return {};
+    return tellFrame(options, report, progress);
 }
 
 Array<Vector3F> positionsOf(const SurfaceOptions& frame)
@@ -91,12 +88,7 @@ std::string settleRadius(SurfaceOptions& options, const std::vector<SurfaceOptio
                                              if (!settings.radius) throw Failure("no radius");
                                              return std::optional(std::pair(settings, frame.input));
                                          });
-    if (!settled) return {};
-    options.surface = settled->first;
-    const std::string text =
-        formatted("%.6g (estimated from %s)", *options.surface.radius, settled->second.c_str());
-    if (!options.quiet) std::printf("radius     %s\n", text.c_str());
-    return "radius " + text + "\n";
+    return settled ? keepSettings(options, settled->first, settled->second) : std::string();
 }
 
 /// One camera for all frames: around the particles of all that can be read.
@@ -117,6 +109,23 @@ std::string settleView(SurfaceOptions& options, const std::vector<SurfaceOptions
 }
 
 }  // namespace
+
+std::string tellFrame(const SurfaceOptions& options, const FrameReport& report, const Progress& progress)
+{
+    if (options.isFrame) return frameText(options, report, progress.totalSeconds());
+    warnOfInfinite(options, report);
+    if (!options.quiet) printSummary(options, report, progress);
+    return {};
+}
+
+std::string keepSettings(SurfaceOptions& options, const ReconstructionSettings& settings,
+                         const std::string& file)
+{
+    options.surface = settings;
+    const std::string text = formatted("%.6g (estimated from %s)", *settings.radius, file.c_str());
+    if (!options.quiet) std::printf("radius     %s\n", text.c_str());
+    return "radius " + text + "\n";
+}
 
 int runSurface(const SurfaceOptions& options)
 {

@@ -116,9 +116,9 @@ bool AnisotropicKernels::measureNeighbourhoods()
 {
     if (!_polling.goOn()) return false;
     if (_positions.empty()) return true;
-    const double cellSize = double{medianOf(_radii, _polling)} * _settings.neighbourReach;
+    _cellSize = double{medianOf(_radii, _polling)} * _settings.neighbourReach;
     if (_polling.isStopped()) return false;
-    _grid.emplace(_positions, cellSize, _threadCount, _polling);
+    _grid.emplace(_positions, _cellSize, _threadCount, _polling);
     if (_polling.isStopped()) return false;
     _moments.resize(_grid->size());
     return forEachNeighbourhood(

@@ -37,6 +37,12 @@ public:
     bool fitBoxes();
 
     const Array<Ellipsoid>& ellipsoids() const { return _ellipsoids; }
+    /// Which of the particles that were taken each ellipsoid belongs to. They come by the cells of a grid of
+    /// that size, and by number.
+    /// @{
+    Array<uint32> order() const { return _grid ? _grid->order() : Array<uint32>(); }
+    double cellSize() const { return _cellSize; }
+    /// @}
     Array<Ellipsoid> takeEllipsoids() { return std::move(_ellipsoids); }
 
 private:
@@ -52,6 +58,7 @@ private:
     mutable Polling _polling;
     Array<Vector3F> _positions;
     Array<float> _radii;
+    double _cellSize = 0;
     std::optional<NeighbourGrid> _grid;
     Array<NeighbourMoments> _moments;  ///< of the sorted particles
     Array<Ellipsoid> _ellipsoids;      ///< of the sorted particles

@@ -1,13 +1,19 @@
 #pragma once
 
 #include <tavrix/reconstruction/detail/BlockExtraction.h>
+#include <tavrix/reconstruction/detail/BlockShare.h>
 #include <tavrix/reconstruction/detail/ParticleFinder.h>
+#include <tavrix/reconstruction/detail/SurfaceGathering.h>
 #include <tavrix/reconstruction/detail/VolumeFinder.h>
 
 // Particles to the surface of their field, block by block; the field is never there as a whole. The particles
 // are sorted by blocks (ParticleBlocks), a worker fills the samples of one block (BlockSamples), finds the
 // surface in it (BlockMarching), and the surfaces are joined to one mesh (MeshAssembly). Time and memory
 // follow the particles and the surface.
+//
+// Ranks take the road together: each has the particles that reach the blocks that it owns, in the same order
+// as all of them would have, makes the surfaces of these blocks, and the first joins them. Steps are
+// collective, and end for all ranks as for the one that fares worst.
 
 namespace tavrix::detail
 {
@@ -22,14 +28,14 @@ struct BlockRoadPlan
     BlockMeshPlan mesh;
 };
 
-/// One way from particles to a mesh: sort, then extract. The same bytes for every thread count; the mesh is
-/// empty unless Done.
+/// One way from particles to a mesh: sort, then extract. The same bytes for every thread count, and however
+/// blocks are shared out among ranks; the mesh is empty unless Done, and that of other ranks than the first.
 template <class Kernel>
 class BlockRoad
 {
 public:
-    BlockRoad(const BlockRoadPlan<Kernel>& plan, Polling& polling)
-        : _plan(plan), _polling(polling), _level(plan.level)
+    BlockRoad(const BlockRoadPlan<Kernel>& plan, Polling& polling, const BlockShare& share = {})
+        : _plan(plan), _polling(polling), _share(share), _level(plan.level)
     {
     }
 
@@ -37,8 +43,13 @@ public:
     /// many bytes. `Done` to go on.
     template <class Make>
     BlockRoadEnd sort(uint32 count, Make make, double held = 0);
-    /// The particles once they are sorted.
+    /// The particles once they are sorted, those that other ranks' blocks hold as well.
     ParticleBlocks<Kernel>& sorted() { return _particles; }
+    /// Ends the road for all ranks unless every one goes on.
+    BlockRoadEnd goOn(bool does) const
+    {
+        return _share.worst(does && !_polling.isStopped() ? BlockRoadEnd::Done : BlockRoadEnd::Stopped);
+    }
     /// Replaces the level by the one, at most a few times lower or higher, whose surface holds the volume; as
     /// far as the lattice tells. Samples the field once; twice where it is not near.
     BlockRoadEnd matchVolume(double volume);
@@ -50,7 +61,7 @@ public:
     float level() const { return _level; }
     /// The field's largest value on the lattice, when there is no surface.
     float highestValue() const { return _highestValue; }
-    /// The blocks that the particles may reach.
+    /// The blocks that the particles of all ranks may reach.
     uint64 blockCount() const { return _blockCount; }
 
 private:
@@ -59,12 +70,22 @@ private:
         _bytes = std::max(_bytes, bytes);
         return bytes <= _plan.mesh.bytes;
     }
+    BlockRoadEnd fitting(double bytes)
+    {
+        return _share.worst(fits(bytes) ? BlockRoadEnd::Done : BlockRoadEnd::TooLarge);
+    }
+    double bytesBefore() const
+    {
+        return _particles.bytes() + countBlocksReached(_particles) * sizeof(BlockIndex);
+    }
+    BlockRoadEnd assemble(std::vector<BlockSurface>& surfaces, Mesh& mesh);
     LevelVolumes volumesBetween(float lowest, float highest, const std::vector<BlockIndex>& blocks);
     std::vector<ParticleFinder<Kernel>> makeFinders();
     void findHighestValue(const std::vector<BlockIndex>& blocks);
 
     const BlockRoadPlan<Kernel> _plan;
     Polling& _polling;
+    const BlockShare _share;
     ParticleBlocks<Kernel> _particles;
     double _bytes = 0;
     float _level;
@@ -77,15 +98,16 @@ template <class Make>
 BlockRoadEnd BlockRoad<Kernel>::sort(uint32 count, Make make, double held)
 {
     const LatticeSteps steps{{1 / _plan.spacing, 1 / _plan.spacing, 1 / _plan.spacing}, _plan.spacing};
-    const LatticeExtent extent =
-        measureExtent(steps, _plan.kernel, count, _plan.mesh.threadCount, _polling, make);
-    if (_polling.isStopped()) return BlockRoadEnd::Stopped;
+    LatticeExtent extent = measureExtent(steps, _plan.kernel, count, _plan.mesh.threadCount, _polling, make);
+    if (const auto end = goOn(true); end != BlockRoadEnd::Done) return end;
+    _share.extend(extent);
     if (extent.isEmpty()) return BlockRoadEnd::NoSurface;
     if (!isCoverable(extent)) return BlockRoadEnd::TooWide;
     constexpr double sorting = 2 * sizeof(uint64), sorted = sizeof(typename Kernel::Particle);
-    if (!fits(held + count * std::max(sorting, sizeof(uint64) + sorted))) return BlockRoadEnd::TooLarge;
+    const auto end = fitting(held + count * std::max(sorting, sizeof(uint64) + sorted));
+    if (end != BlockRoadEnd::Done) return end;
     _particles = sortIntoBlocks(steps, extent, _plan.kernel, count, _plan.mesh.threadCount, _polling, make);
-    return _polling.isStopped() ? BlockRoadEnd::Stopped : BlockRoadEnd::Done;
+    return goOn(true);
 }
 
 template <class Kernel>
@@ -105,7 +127,7 @@ void BlockRoad<Kernel>::findHighestValue(const std::vector<BlockIndex>& blocks)
     inTurns(_polling, blocks.size(), _plan.mesh.threadCount,
             [&](uint32 w, uint64 n)
             { highest[w] = std::max(highest[w], finders[w].highestValue(blocks[n])); });
-    _highestValue = *std::max_element(highest.begin(), highest.end());
+    _highestValue = _share.largest(*std::max_element(highest.begin(), highest.end()));
 }
 
 template <class Kernel>
@@ -119,6 +141,7 @@ LevelVolumes BlockRoad<Kernel>::volumesBetween(float lowest, float highest,
             [&](uint32 w, uint64 n) { finders[w].add(blocks[n]); });
     LevelVolumes volumes = finders[0].volumes();
     for (std::size_t w = 1; w < finders.size(); ++w) volumes += finders[w].volumes();
+    volumes.forEachSum([&](std::span<int64> sums) { _share.sum(sums); });
     return volumes;
 }
 
@@ -131,16 +154,14 @@ BlockRoadEnd BlockRoad<Kernel>::matchVolume(double volume)
         float lowest, highest;
     };
     constexpr Range ranges[] = {{0.8f, 1.1f}, {0.15f, 1.5f}};
-    if (_particles.particles.empty()) return BlockRoadEnd::NoSurface;
-    if (!fits(_particles.bytes() + countBlocksReached(_particles) * sizeof(BlockIndex)))
-        return BlockRoadEnd::TooLarge;
-    const std::vector<BlockIndex> blocks = blocksReached(_particles);
+    if (const auto end = fitting(bytesBefore()); end != BlockRoadEnd::Done) return end;
+    const std::vector<BlockIndex> blocks = _share.ownBlocks(_particles);
     const double cells = volume / (_plan.spacing * _plan.spacing * _plan.spacing);
     double level = _level;
     for (const auto& [lowest, highest] : ranges)
     {
         const LevelVolumes volumes = volumesBetween(_level * lowest, _level * highest, blocks);
-        if (_polling.isStopped()) return BlockRoadEnd::Stopped;
+        if (const auto end = goOn(true); end != BlockRoadEnd::Done) return end;
         level = volumes.levelOf(cells);
         if (volumes.holds(level)) break;
     }
@@ -151,23 +172,37 @@ BlockRoadEnd BlockRoad<Kernel>::matchVolume(double volume)
 template <class Kernel>
 BlockRoadEnd BlockRoad<Kernel>::extract(Mesh& mesh)
 {
-    if (_particles.particles.empty()) return BlockRoadEnd::NoSurface;
-    const double before = _particles.bytes() + countBlocksReached(_particles) * sizeof(BlockIndex);
-    if (!fits(before)) return BlockRoadEnd::TooLarge;
-    const std::vector<BlockIndex> blocks = blocksReached(_particles);
-    _blockCount = blocks.size();
+    const double before = bytesBefore();
+    if (const auto end = fitting(before); end != BlockRoadEnd::Done) return end;
+    const std::vector<BlockIndex> blocks = _share.ownBlocks(_particles);
+    _blockCount = _share.sum(blocks.size());
     BlockExtraction<ParticleFinder<Kernel>> extraction(makeFinders(), _polling);
     // where the level is at most 0 all is inside, out to infinity
-    if (_level > 0 && !extraction.run(blocks, _plan.mesh.bytes - before)) return BlockRoadEnd::Stopped;
-    if (extraction.size().faces == 0)
+    const bool isDone = _level <= 0 || extraction.run(blocks, _plan.mesh.bytes - before);
+    if (const auto end = goOn(isDone); end != BlockRoadEnd::Done) return end;
+    SurfaceSize size{_share.sum(extraction.size().vertices), _share.sum(extraction.size().faces)};
+    if (size.faces == 0)
     {
         findHighestValue(blocks);
-        return _polling.isStopped() ? BlockRoadEnd::Stopped : BlockRoadEnd::NoSurface;
+        const auto end = goOn(true);
+        return end == BlockRoadEnd::Done ? BlockRoadEnd::NoSurface : end;
     }
-    fits(_plan.mesh.bytesOf(extraction.size(), before));
-    if (!_plan.mesh.fits(extraction.size(), before)) return BlockRoadEnd::TooLarge;
+    // the first rank joins them all
+    if (!_share.isFirst()) size = extraction.size();
+    fits(_plan.mesh.bytesOf(size, before));
+    const auto end =
+        _share.worst(_plan.mesh.fits(size, before) ? BlockRoadEnd::Done : BlockRoadEnd::TooLarge);
+    if (end != BlockRoadEnd::Done) return end;
     _particles = {};
-    return assembleByPlan(extraction.surfaces(), _plan.mesh, _polling, mesh);
+    return assemble(extraction.surfaces(), mesh);
+}
+
+template <class Kernel>
+BlockRoadEnd BlockRoad<Kernel>::assemble(std::vector<BlockSurface>& surfaces, Mesh& mesh)
+{
+    _share.gather(surfaces);
+    return _share.worst(_share.isFirst() ? assembleByPlan(surfaces, _plan.mesh, _polling, mesh)
+                                         : BlockRoadEnd::Done);
 }
 
 }  // namespace tavrix::detail

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <span>
 #include <vector>
 
 #include <tavrix/reconstruction/detail/BlockRoom.h>
@@ -20,6 +21,13 @@ public:
     /// Adds a block that lies inside at all levels.
     void addInside() { _inside += one * blockEdge * blockEdge * blockEdge; }
     LevelVolumes& operator+=(const LevelVolumes& other);
+    /// Calls use(span) for all numbers that are summed up.
+    template <class Use>
+    void forEachSum(const Use& use)
+    {
+        use(std::span<int64>(&_inside, 1));
+        use(std::span<int64>(_bends));
+    }
 
     /// The level of the range at which so many cells are inside, or the nearest to it.
     double levelOf(double cells) const;

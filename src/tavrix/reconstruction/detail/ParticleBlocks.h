@@ -46,6 +46,8 @@ struct ParticleBlocks
     std::vector<HomeBlock> homes;         ///< ascending, and one at the end that begins behind all buckets
 
     std::size_t homeCount() const { return homes.size() - 1; }
+    /// The first particle of a home, or the one behind the last.
+    uint32 firstOf(std::size_t home) const { return buckets[homes[home].firstBucket].begin; }
     double bytes() const
     {
         return static_cast<double>(particles.size() * sizeof(Particle) +
@@ -259,14 +261,15 @@ double countBlocksReached(const ParticleBlocks<Kernel>& particles)
     return count;
 }
 
-/// The blocks that a particle may reach, ascending.
-template <class Kernel>
-std::vector<BlockIndex> blocksReached(const ParticleBlocks<Kernel>& particles)
+/// The blocks that the particles of those homes may reach for which counts(block) holds, ascending.
+template <class Kernel, class Counts>
+std::vector<BlockIndex> blocksReached(const ParticleBlocks<Kernel>& particles, Counts counts)
 {
     std::vector<BlockIndex> reached;
     reached.reserve(static_cast<std::size_t>(countBlocksReached(particles)));
     for (std::size_t h = 0; h < particles.homeCount(); ++h)
     {
+        if (!counts(particles.homes[h].block)) continue;
         const auto [first, last] = blocksReachedFrom(particles, h);
         for (uint32 i = first[0]; i <= last[0]; ++i)
             for (uint32 j = first[1]; j <= last[1]; ++j)
@@ -275,6 +278,12 @@ std::vector<BlockIndex> blocksReached(const ParticleBlocks<Kernel>& particles)
     std::sort(reached.begin(), reached.end());
     reached.erase(std::unique(reached.begin(), reached.end()), reached.end());
     return reached;
+}
+/// Those that any particle may reach.
+template <class Kernel>
+std::vector<BlockIndex> blocksReached(const ParticleBlocks<Kernel>& particles)
+{
+    return blocksReached(particles, [](const BlockIndex&) { return true; });
 }
 
 }  // namespace tavrix::detail

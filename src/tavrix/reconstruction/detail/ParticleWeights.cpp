@@ -131,9 +131,7 @@ public:
         _sampler.copyFound(_balls, _numbers);
         _cells.sort(_balls, _numbers, boxOf(home.block), _reach);
         const float reciprocal = 1 / (_reach * _reach);
-        const auto beginOf = [&](std::size_t n)
-        { return _blocks.buckets[_blocks.homes[n].firstBucket].begin; };
-        _cells.forEachOf(beginOf(h), beginOf(h + 1),
+        _cells.forEachOf(_blocks.firstOf(h), _blocks.firstOf(h + 1),
                          [&](uint32 number, const float(&place)[3], const Points& points)
                          {
                              const float sum = TX_RUN_KERNEL(sumOfKernels, points, place, reciprocal);
@@ -166,19 +164,27 @@ private:
 }  // namespace
 
 bool weighParticles(ParticleBlocks<WeightedBallKernel>& blocks, const WeightedBallKernel& kernel,
-                    const EvenFilling& filling, uint32 threadCount, Polling& polling)
+                    const EvenFilling& filling, const BlockShare& share, uint32 threadCount, Polling& polling)
 {
     Array<float> weights(blocks.particles.size());
     std::vector<HomeWeigher> workers(std::max(threadCount, 1u),
                                      HomeWeigher(blocks, kernel, filling, polling));
     const LongStep step(polling, blocks.homeCount());
-    return inTurns(polling, blocks.homeCount(), threadCount,
-                   [&](uint32 worker, uint64 h) { workers[worker].weigh(h, weights); }) &&
-           inPieces(polling, weights.size(), lightItems, threadCount,
-                    [&](uint32, uint64 begin, uint64 end)
-                    {
-                        for (uint64 n = begin; n < end; ++n) blocks.particles[n].weight = weights[n];
-                    });
+    const auto weigh = [&](uint32 worker, uint64 h)
+    {
+        if (share.isOwn(blocks.lattice, blocks.homes[h].block))
+            workers[worker].weigh(h, weights);
+        else
+            std::fill(weights.begin() + blocks.firstOf(h), weights.begin() + blocks.firstOf(h + 1), 1.0f);
+    };
+    const bool isDone = inTurns(polling, blocks.homeCount(), threadCount, weigh);
+    share.tellOthers(blocks, [&](uint32 n) -> float& { return weights[n]; });
+    return isDone && inPieces(polling, weights.size(), lightItems, threadCount,
+                              [&](uint32, uint64 begin, uint64 end)
+                              {
+                                  for (uint64 n = begin; n < end; ++n)
+                                      blocks.particles[n].weight = weights[n];
+                              });
 }
 
 }  // namespace tavrix::detail

@@ -1,0 +1,8 @@
+#include <tavrix/foundation/RankGroup.h>
+
+namespace tavrix
+{
+
+RankGroup::~RankGroup() = default;
+
+}  // namespace tavrix

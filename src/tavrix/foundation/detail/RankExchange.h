@@ -1,0 +1,83 @@
+#pragma once
+
+#include <algorithm>
+#include <numeric>
+#include <stdexcept>
+#include <vector>
+
+#include <tavrix/foundation/Array.h>
+#include <tavrix/foundation/Box3.h>
+#include <tavrix/foundation/RankGroup.h>
+
+// What ranks say to one another, with types.
+
+namespace tavrix::detail
+{
+
+/// What came in: the records of one rank behind those of the other, and how many each sent.
+template <class T>
+struct Incoming
+{
+    Array<T> records;
+    std::vector<uint32> counts;
+};
+
+inline uint32 totalOf(const std::vector<uint32>& counts)
+{
+    const uint64 total = std::accumulate(counts.begin(), counts.end(), uint64{0});
+    if (total > noIndex) throw std::length_error("tavrix: more than 2^32 - 1 records at one rank");
+    return static_cast<uint32>(total);
+}
+
+/// Sends records: forEach(send) calls send(rank, record) for each, twice and in the same order, which those
+/// for one rank keep.
+template <class T, class ForEach>
+Incoming<T> exchangeRecords(RankGroup& ranks, ForEach forEach)
+{
+    std::vector<uint32> counts(ranks.size(), 0u), ones(ranks.size(), 1u);
+    forEach([&](uint32 rank, const T&) { ++counts[rank]; });
+    Incoming<T> incoming{{}, std::vector<uint32>(ranks.size())};
+    ranks.exchange(counts.data(), ones.data(), incoming.counts.data(), ones.data(), sizeof(uint32));
+
+    Array<T> outgoing(totalOf(counts));
+    std::vector<uint32> places(ranks.size(), 0u);
+    std::exclusive_scan(counts.begin(), counts.end(), places.begin(), 0u);
+    forEach([&](uint32 rank, const T& record) { outgoing[places[rank]++] = record; });
+    incoming.records.resize(totalOf(incoming.counts));
+    ranks.exchange(outgoing.data(), counts.data(), incoming.records.data(), incoming.counts.data(),
+                   sizeof(T));
+    return incoming;
+}
+
+inline int64 sumOver(RankGroup& ranks, int64 number)
+{
+    ranks.sum({&number, 1});
+    return number;
+}
+
+inline double largestOf(RankGroup& ranks, double number)
+{
+    ranks.largest({&number, 1});
+    return number;
+}
+
+/// The box around those of all ranks.
+inline Box3D boxOver(RankGroup& ranks, const Box3D& box)
+{
+    double ends[] = {-box.min.x, -box.min.y, -box.min.z, box.max.x, box.max.y, box.max.z};
+    ranks.largest(ends);
+    return {{-ends[0], -ends[1], -ends[2]}, {ends[3], ends[4], ends[5]}};
+}
+
+/// Where the numbers of each rank's items start when those of all are counted on, rank after rank; and their
+/// total.
+inline std::vector<int64> startsOver(RankGroup& ranks, int64 count)
+{
+    std::vector<int64> starts(ranks.size() + std::size_t{1}, 0);
+    starts[ranks.rank() + std::size_t{1}] = count;
+    ranks.sum(starts);
+    std::partial_sum(starts.begin(), starts.end(), starts.begin());
+    return starts;
+}
+
+}  // namespace tavrix::detail
