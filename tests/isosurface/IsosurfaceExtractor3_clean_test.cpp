@@ -83,6 +83,10 @@ TEST(IsosurfaceExtractor3Clean, GroupsCompareWithTheirFirstPosition)
     // what is no number never merges, and comes last
     expectMerged({{nan, 0, 0}, {nan, 0, 0}, {1, 0, 0}, {1, 0, 0}}, 1e300, {{1, 0, 0}}, 3);
     expectMerged({}, 1, {}, 0);
+    // infinite coordinates are no distance apart, but an infinite one from all others
+    const double inf = std::numeric_limits<double>::infinity();
+    expectMerged({{0, 0, 0}, {inf, 0, 0}, {inf, 0, 0}}, inf, {{0, 0, 0}}, 1);
+    expectMerged({{1, 1, 1}, {0, 0, 0}, {1, 1, 1}}, -1, {{0, 0, 0}, {1, 1, 1}, {1, 1, 1}}, 3);
 }
 
 TEST(IsosurfaceExtractor3Clean, EveryThreadCountGivesOneAnswerOnClustersNearTheNodes)
@@ -100,6 +104,7 @@ TEST(IsosurfaceExtractor3Clean, EveryThreadCountGivesOneAnswerOnClustersNearTheN
     EXPECT_LT(reference.getPosSize(), raw.getPosSize());
     IsosurfaceExtractor3::mcaClean(raw, 1.0 / 8192);
     EXPECT_EQ(raw.pos(), reference.pos());
+    EXPECT_EQ(raw.trindexPos(), reference.trindexPos());
     for (uint32 threads : {2u, 3u, 7u, 16u})
     {
         Mesh mesh;

@@ -252,9 +252,7 @@ SurfaceTopology marchCubes(const GridDescription3<double>& grid, const SignRows&
     Builder builder{grid, signs, cells, threadCount, polling, {}, {}};
     if (cells.empty() || !builder.countSlabs()) return {};
     if (!builder.placeSlabs()) return std::move(builder.out);
-    if (!builder.fillSlabs() || !builder.followWaveOrder() ||
-        !numberByBucket(threadCount, polling, builder.out))
-        return {};
+    if (!builder.fillSlabs() || !builder.followWaveOrder()) return {};
     return std::move(builder.out);
 }
 

@@ -15,15 +15,13 @@ inline constexpr uint64 nodesPerPoll = uint64{1} << 18;
 
 /// Marching cubes on sign bits (Lorensen and Cline 1987), the faces in the order of the cells' monoindices.
 ///
-/// Vertices are numbered as if the edge keys of all face corners went, in face order, into B = faces / 2
-/// buckets by (monoindex mod B), each key once: bucket by bucket, within a bucket by first appearance. The
+/// Vertices are numbered as the faces first name them (numberByBucket gives them their final numbers). The
 /// face order is that of the parallel loop over all nodes with this thread count, worker by worker.
 ///
 /// Method: a cell owns the edges that no earlier cell of the range touches, so counting triangles and owned
 /// edges per slab of cells gives every slab its place in the output; slabs are then filled independently,
-/// each finding the vertices of its neighbours in two planes of edge numbers; a counting sort brings the
-/// numbers into bucket order. Linear in nodes / 64 plus faces; temporary memory is one bit a node, 12 bytes a
-/// vertex and two planes a worker.
+/// each finding the vertices of its neighbours in two planes of edge numbers. Linear in nodes / 64 plus
+/// faces; temporary memory is one bit a node and two planes a worker.
 SurfaceTopology marchCubes(const GridDescription3<double>& grid, const SignRows& signs,
                            const CellRange& cells, uint32 threadCount, Polling& polling);
 

@@ -186,7 +186,6 @@ SurfaceTopology marchCubes(const GridDescription3<double>& grid, Array<CrossedCe
     SurfaceTopology out;
     if (polling.isStopped() || !CellMarcher(grid, crossed, cells, threadCount, polling).run(out))
         return {out.cornerCount, {}, {}};
-    if (!numberByBucket(threadCount, polling, out)) return {};
     return out;
 }
 

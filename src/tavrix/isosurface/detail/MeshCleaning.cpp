@@ -4,7 +4,6 @@
 #include <numeric>
 #include <vector>
 
-#include <tavrix/isosurface/detail/VertexMerging.h>
 #include <tavrix/mesh/Mesh.h>
 #include <tavrix/platform/detail/Prefetch.h>
 
@@ -14,28 +13,13 @@ namespace tavrix::detail
 namespace
 {
 
-/// Replaces every index by its group; an index past the groups is left alone. The groups are looked up all
-/// over their array, so they are asked for some faces ahead.
-bool renumber(Array<Index3>& faces, const Array<uint32>& groupOf, uint32 threadCount, Polling& polling)
-{
-    return inPieces(polling, faces.size(), scatteredItems, threadCount,
-                    [&](uint32, uint64 begin, uint64 end)
-                    {
-                        constexpr uint64 ahead = 12;
-                        for (uint64 f = begin; f < end; ++f)
-                            for (uint32 c = 0; c < 3; ++c)
-                            {
-                                if (f + ahead < end) prefetch(groupOf.data() + faces[f + ahead][c]);
-                                uint32& index = faces[f][c];
-                                if (index < groupOf.size()) index = groupOf[index];
-                            }
-                    });
-}
-
 bool collapsed(const Index3& face) { return face.a == face.b || face.b == face.c || face.c == face.a; }
 
-/// The numbers of the faces that name a position twice, ascending.
-std::vector<uint32> findCollapsedFaces(const Array<Index3>& faces, uint32 threadCount, Polling& polling)
+/// The numbers of the faces that name a position twice, ascending, where change(begin, end) comes before the
+/// look at these faces.
+template <class Change>
+std::vector<uint32> findCollapsedFaces(const Array<Index3>& faces, uint32 threadCount, Polling& polling,
+                                       Change change)
 {
     const uint32 workers = std::clamp(threadCount, 1u, faces.size() / 4096 + 1);
     std::vector<std::vector<uint32>> found(workers);
@@ -46,7 +30,8 @@ std::vector<uint32> findCollapsedFaces(const Array<Index3>& faces, uint32 thread
                   const auto high = static_cast<uint32>(uint64{faces.size()} * (w + 1) / workers);
                   for (uint32 begin = low; begin < high;)
                   {
-                      const uint32 end = begin + std::min<uint32>(lightItems, high - begin);
+                      const uint32 end = begin + std::min<uint32>(scatteredItems, high - begin);
+                      change(begin, end);
                       for (uint32 f = begin; f < end; ++f)
                           if (collapsed(faces[f])) found[w].push_back(f);
                       if (!polling.goOn()) return;
@@ -56,6 +41,20 @@ std::vector<uint32> findCollapsedFaces(const Array<Index3>& faces, uint32 thread
     std::vector<uint32> all;
     for (const auto& list : found) all.insert(all.end(), list.begin(), list.end());
     return all;
+}
+
+/// Replaces every index by its group; an index past the groups is left alone. The groups are looked up all
+/// over their array, so they are asked for some faces ahead.
+void renumber(Array<Index3>& faces, const Array<uint32>& groupOf, uint32 begin, uint32 end)
+{
+    constexpr uint32 ahead = 12;
+    for (uint32 f = begin; f < end; ++f)
+        for (uint32 c = 0; c < 3; ++c)
+        {
+            if (end - f > ahead) prefetch(groupOf.data() + faces[f + ahead][c]);
+            uint32& index = faces[f][c];
+            if (index < groupOf.size()) index = groupOf[index];
+        }
 }
 
 /// Removes the elements of these ascending numbers by moving the runs between them together.
@@ -108,7 +107,25 @@ bool mergePositions(Array<Vector3D>& positions, TripleArrays triples, uint32 thr
     const Array<uint32> groupOf = mergeVertices(positions, mergeTolerance(), threadCount, polling, openers);
     return !polling.isStopped() &&
            std::all_of(triples.begin(), triples.end(),
-                       [&](Array<Index3>* t) { return renumber(*t, groupOf, threadCount, polling); });
+                       [&](Array<Index3>* t)
+                       {
+                           return inPieces(polling, t->size(), scatteredItems, threadCount,
+                                           [&](uint32, uint64 begin, uint64 end) {
+                                               renumber(*t, groupOf, static_cast<uint32>(begin),
+                                                        static_cast<uint32>(end));
+                                           });
+                       });
+}
+
+bool cleanSurface(Array<Vector3D>& positions, Array<Index3>& faces, uint32 threadCount, Polling& polling,
+                  const Rank& rank)
+{
+    const Array<uint32> groupOf =
+        mergeVertices(positions, mergeTolerance(), threadCount, polling, nullptr, rank);
+    if (polling.isStopped()) return false;
+    const std::vector<uint32> numbers = findCollapsedFaces(
+        faces, threadCount, polling, [&](uint32 begin, uint32 end) { renumber(faces, groupOf, begin, end); });
+    return !polling.isStopped() && erase(faces, numbers, polling);
 }
 
 void fitNormals(Array<Vector3F>& normals, uint32 positionCount)
@@ -121,7 +138,8 @@ void fitNormals(Array<Vector3F>& normals, uint32 positionCount)
 bool dropCollapsedFaces(TripleArrays triples, uint32 threadCount, Polling& polling, Array<uint32>* kept)
 {
     const Array<Index3>& faces = **triples.begin();
-    const std::vector<uint32> numbers = findCollapsedFaces(faces, threadCount, polling);
+    const std::vector<uint32> numbers =
+        findCollapsedFaces(faces, threadCount, polling, [](uint32, uint32) {});
     if (kept && !numbers.empty())
     {
         kept->resize(faces.size());

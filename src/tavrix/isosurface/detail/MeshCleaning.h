@@ -7,6 +7,7 @@
 #include <tavrix/foundation/detail/Polling.h>
 #include <tavrix/foundation/Tuple.h>
 #include <tavrix/foundation/Vector3.h>
+#include <tavrix/isosurface/detail/VertexMerging.h>
 #include <tavrix/mesh/detail/CarriedArrays.h>
 
 namespace tavrix::detail
@@ -23,6 +24,12 @@ double& mergeTolerance();
 /// thread count. False when the polling stopped it; the arrays then mean nothing.
 bool mergePositions(Array<Vector3D>& positions, TripleArrays triples, uint32 threadCount, Polling& polling,
                     Array<uint32>* openers = nullptr);
+
+/// Merges the positions of a surface that nothing else is numbered by, renumbers its faces, and removes those
+/// that name a position twice: as mergePositions and dropCollapsedFaces do, in one pass over the faces. False
+/// when the polling stopped it; the arrays then mean nothing.
+bool cleanSurface(Array<Vector3D>& positions, Array<Index3>& faces, uint32 threadCount, Polling& polling,
+                  const Rank& rank);
 
 /// Makes the normals as many as the positions, new ones zero.
 void fitNormals(Array<Vector3F>& normals, uint32 positionCount);

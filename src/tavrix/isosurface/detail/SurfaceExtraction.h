@@ -5,6 +5,7 @@
 #include <tavrix/foundation/Divisor.h>
 #include <tavrix/isosurface/detail/MarchingCubes.h>
 #include <tavrix/isosurface/detail/MeshCleaning.h>
+#include <tavrix/isosurface/detail/VertexOrder.h>
 #include <tavrix/mesh/Mesh.h>
 #include <tavrix/platform/detail/Prefetch.h>
 
@@ -167,13 +168,21 @@ bool draftVertices(const Source& source, const Array<GridEdgeKey>& vertices, con
                     });
 }
 
-/// Merges the draft's positions and drops the faces that collapse.
-inline bool cleanDraft(SurfaceDraft& draft, double tolerance, uint32 threadCount, Polling& polling)
+/// Merges the draft's positions and drops the faces that collapse. Equal positions are ordered by `rank`.
+inline bool cleanDraft(SurfaceDraft& draft, double tolerance, uint32 threadCount, Polling& polling,
+                       const Rank& rank)
 {
     mergeTolerance() = tolerance;
-    if (!mergePositions(draft.pos, {&draft.trindexPos}, threadCount, polling)) return false;
+    if (!cleanSurface(draft.pos, draft.trindexPos, threadCount, polling, rank)) return false;
     fitNormals(draft.nor, draft.pos.size());
-    return dropCollapsedFaces({&draft.trindexPos}, threadCount, polling);
+    return true;
+}
+
+/// What the final numbers of vertices order equal positions by, where the vertices do not have them.
+inline Rank rankByBucket(const SurfaceTopology& surface)
+{
+    return [&keys = surface.vertices, buckets = VertexBuckets(surface.faces.size())](uint32 vertex)
+    { return uint64{buckets.bucketOf(keys[vertex])} << 32 | vertex; };
 }
 
 /// The surface's vertices and faces; empty when there is none or the polling stopped the work.
@@ -218,15 +227,20 @@ unsigned long extractSurface(const Source& source, const ExtractionOptions& opti
 {
     Polling polling(options.callback);
     SurfaceTopology surface = polling.goOn() ? findSurface(source, options, polling) : SurfaceTopology{};
+    // The clean-up orders positions anew, so their numbers before it matter only to who sees them.
+    const bool numbersShow = !options.cleanUp || vertexEdges || Source::hasNormals || mesh.getPosSize() > 0;
+    if (numbersShow && !surface.faces.empty() && !numberByBucket(options.threadCount, polling, surface))
+        surface = {};
     afterCells(surface.cornerCount);
     if (surface.faces.empty()) return 0;
     SurfaceDraft draft;
     if (!draftVertices(source, surface.vertices, mesh, options.threadCount, polling, draft)) return 0;
+    const Rank rank = numbersShow ? Rank{} : rankByBucket(surface);
     draft.trindexPos = std::move(surface.faces);
-    if (!vertexEdges) surface.vertices.reserve(0);
+    if (!options.cleanUp && !vertexEdges) surface.vertices.reserve(0);
     constexpr double mergeFraction = 1.0 / 8192;  // 2^-13
-    if (options.cleanUp &&
-        !cleanDraft(draft, source.grid().largestSeparation * mergeFraction, options.threadCount, polling))
+    if (options.cleanUp && !cleanDraft(draft, source.grid().largestSeparation * mergeFraction,
+                                       options.threadCount, polling, rank))
         return 0;
     draft.trindexNor.resize(draft.trindexPos.size());
     if (!copyToFront(draft.trindexPos, draft.trindexNor, options.threadCount, polling)) return 0;

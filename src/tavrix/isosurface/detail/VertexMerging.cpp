@@ -23,18 +23,27 @@ struct Record
 
 bool within(double a, double b, double tolerance) { return std::fabs(a - b) <= tolerance; }
 
-/// Exact order along an axis; what is not a number comes last, ties keep the index order.
+/// Exact order along an axis; what is not a number comes last. Equal coordinates are ordered by rank where
+/// that is asked for, or where they are no distance apart because they are infinite or not numbers.
+template <uint32 axis, bool byRank>
 struct ExactOrder
 {
-    uint32 axis;
+    const Rank& rank;
+
     bool operator()(const Record& a, const Record& b) const
     {
         const double pa = a.position[axis], pb = b.position[axis];
         if (pa < pb) return true;
-        if (pb < pa) return false;
-        const bool nanA = pa != pa, nanB = pb != pb;
+        if (byRank ? pa > pb : pa - pb >= 0) return false;
+        return ranksFirst(a, b);
+    }
+
+private:
+    bool ranksFirst(const Record& a, const Record& b) const
+    {
+        const bool nanA = std::isnan(a.position[axis]), nanB = std::isnan(b.position[axis]);
         if (nanA != nanB) return nanB;
-        return a.index < b.index;
+        return rank ? rank(a.index) < rank(b.index) : a.index < b.index;
     }
 };
 
@@ -57,8 +66,8 @@ constexpr std::ptrdiff_t recordsPerPoll = 1 << 16;
 class RecordSorter
 {
 public:
-    RecordSorter(double tolerance, Polling& polling)
-        : _tolerance(tolerance), _polling(polling), _records(polling, recordsPerPoll)
+    RecordSorter(double tolerance, const Rank& rank, Polling& polling)
+        : _tolerance(tolerance), _rank(rank), _polling(polling), _records(polling, recordsPerPoll)
     {
     }
 
@@ -75,38 +84,29 @@ public:
         return next;
     }
 
-    /// Orders one run of records that is sorted exactly along the axis.
+    /// Orders one run of records that sortAlong has sorted along the axis.
     void sortRun(Record* begin, Record* end, uint32 axis)
     {
         if (end - begin < 2 || axis == 2) return;
         if (within(begin->position[axis], end[-1].position[axis], _tolerance))
-            sortFrom(begin, end, axis + 1);
-        else
-            sortTolerantly(begin, end, axis);
+            return sortFrom(begin, end, axis + 1);
+        sortExactly(begin, end, axis, true);
+        sortTolerantly(begin, end, axis);
     }
 
-    /// Sorts records by the exact coordinate. They mostly come nearly sorted: an insertion sort does it,
-    /// unless it has to move too much.
-    void sortExactly(Record* begin, Record* end, uint32 axis)
+    /// Sorts records by the exact coordinate. Equal ones are left in any order where the next axis decides
+    /// about them, as it does unless no tolerance lets anything be equal.
+    void sortAlong(Record* begin, Record* end, uint32 axis)
     {
-        if (!_records.add(static_cast<uint64>(end - begin)) || end - begin < 2) return;
-        const ExactOrder less{axis};
-        std::ptrdiff_t moves = (end - begin) * movesPerRecord + 256;
-        for (Record* middle = begin + 1; middle < end;)
-        {
-            Record* const stop = middle + std::min(end - middle, recordsPerPoll);
-            const std::ptrdiff_t movesLeft = moves;
-            if (!insertSorted(begin, middle, stop, less, moves)) return sortAtOnce(begin, end, less);
-            if (!_records.add(static_cast<uint64>(stop - middle + movesLeft - moves))) return;
-            middle = stop;
-        }
+        sortExactly(begin, end, axis, axis == 2 || !(_tolerance >= 0));
     }
 
 private:
     /// Sorts from an axis on records that are equal on the axes before it.
     void sortFrom(Record* begin, Record* end, uint32 axis)
     {
-        sortExactly(begin, end, axis);
+        sortAlong(begin, end, axis);
+        if (axis == 2) return;
         while (begin != end && !_polling.isStopped())
         {
             Record* next = runEnd(begin, end, axis);
@@ -115,8 +115,33 @@ private:
         }
     }
 
+    void sortExactly(Record* begin, Record* end, uint32 axis, bool byRank)
+    {
+        if (!_records.add(static_cast<uint64>(end - begin)) || end - begin < 2) return;
+        if (axis == 0) return byRank ? sortExactly<0, true>(begin, end) : sortExactly<0, false>(begin, end);
+        if (axis == 1) return byRank ? sortExactly<1, true>(begin, end) : sortExactly<1, false>(begin, end);
+        return sortExactly<2, true>(begin, end);
+    }
+
+    /// Records mostly come nearly sorted: an insertion sort does it, unless it has to move too much.
+    template <uint32 axis, bool byRank>
+    void sortExactly(Record* begin, Record* end)
+    {
+        std::ptrdiff_t moves = (end - begin) * movesPerRecord + 256;
+        for (Record* middle = begin + 1; middle < end;)
+        {
+            Record* const stop = middle + std::min(end - middle, recordsPerPoll);
+            const std::ptrdiff_t movesLeft = moves;
+            if (!insertSorted(begin, middle, stop, ExactOrder<axis, byRank>{_rank}, moves))
+                return sortAtOnce(begin, end, ExactOrder<axis, true>{_rank});
+            if (!_records.add(static_cast<uint64>(stop - middle + movesLeft - moves))) return;
+            middle = stop;
+        }
+    }
+
     /// A general sort: of blocks, and then by merging them.
-    void sortAtOnce(Record* begin, Record* end, const ExactOrder& less)
+    template <class Less>
+    void sortAtOnce(Record* begin, Record* end, const Less& less)
     {
         const std::ptrdiff_t count = end - begin;
         const std::ptrdiff_t block = _polling.hasCallback() ? recordsPerPoll / 2 : count;
@@ -147,27 +172,26 @@ private:
     }
 
     double _tolerance;
+    const Rank& _rank;
     Polling& _polling;
     PollCounter _records;
 };
 
-/// A monotone map of x to buckets of which most hold few records.
+/// A monotone map of x to buckets of which most hold few records: as wide as a sample of the positions.
 class Buckets
 {
 public:
-    Buckets(const Array<Vector3D>& positions, Polling& polling)
+    explicit Buckets(const Array<Vector3D>& positions)
     {
+        constexpr uint32 sampleSize = 4096;
+        const uint32 step = positions.size() / sampleSize + 1;
         double low = std::numeric_limits<double>::infinity(), high = -low;
-        inPieces(polling, positions.size(), lightItems,
-                 [&](uint64 begin, uint64 end)
-                 {
-                     for (uint64 n = begin; n < end; ++n)
-                     {
-                         if (!std::isfinite(positions[n].x)) continue;
-                         low = std::min(low, positions[n].x);
-                         high = std::max(high, positions[n].x);
-                     }
-                 });
+        for (uint64 n = 0; n < positions.size(); n += step)
+        {
+            if (!std::isfinite(positions[n].x)) continue;
+            low = std::min(low, positions[n].x);
+            high = std::max(high, positions[n].x);
+        }
         _count = std::clamp<uint32>(positions.size() / 4, 1, 1u << 22);
         _low = low;
         const double width = high - low;
@@ -189,124 +213,207 @@ private:
     double _low, _scale;
 };
 
-/// The records sorted exactly along x: brought into ascending buckets, and sorted within each.
-Array<Record> sortAlongX(const Array<Vector3D>& positions, uint32 workers, Polling& polling)
+/// Merges the positions of one mesh; the steps in their order.
+class VertexMerger
 {
-    const Buckets buckets(positions, polling);
-    Array<uint32> bucketOf(positions.size());
-    Array<Record> records(positions.size());
-    if (!inPieces(polling, positions.size(), lightItems, workers,
+public:
+    VertexMerger(Array<Vector3D>& positions, double tolerance, uint32 threadCount, Polling& polling,
+                 Array<uint32>* openers, const Rank& rank)
+        : _positions(positions),
+          _tolerance(tolerance),
+          _workers(std::clamp(threadCount, 1u, positions.size() / 4096 + 1)),
+          _polling(polling),
+          _openers(openers),
+          _rank(rank)
+    {
+    }
+
+    Array<uint32> run();
+
+private:
+    void sortAlongX();
+    void cutAtRuns();
+    template <class Visit>
+    void sortRuns(uint32 worker, Visit visit);
+    bool joins(const Record& record, const Record* opener) const;
+    template <class Open, class Join>
+    void walkGroups(const Record* begin, const Record* end, const Record*& opener, Open open, Join join);
+    void takeGroups(const Record* begin, const Record* end, const Record*& opener, uint32& next);
+    uint32 takeAll();
+    uint32 takeShared();
+
+    Array<Vector3D>& _positions;
+    double _tolerance;
+    uint32 _workers;
+    Polling& _polling;
+    Array<uint32>* _openers;
+    const Rank& _rank;
+    Array<Record> _records;
+    Array<uint32> _groupOf;     ///< of every position; before that, its bucket
+    std::vector<uint32> _cuts;  ///< the records of worker w begin at _cuts[w]
+};
+
+/// Brings the records into ascending buckets of x, and sorts them within each.
+void VertexMerger::sortAlongX()
+{
+    const uint32 count = _positions.size();
+    const Buckets buckets(_positions);
+    _groupOf.resize(count);
+    _records.resize(count);
+    if (!inPieces(_polling, count, lightItems, _workers,
                   [&](uint32, uint64 begin, uint64 end)
                   {
-                      for (uint64 n = begin; n < end; ++n) bucketOf[n] = buckets(positions[n].x);
+                      for (uint64 n = begin; n < end; ++n) _groupOf[n] = buckets(_positions[n].x);
                   }))
-        return records;
+        return;
     const Array<uint32> ends = placeByBucket(
-        positions.size(), buckets.count(), workers, polling, [&](uint32 n) { return bucketOf[n]; },
-        [&](uint32 n, uint32 place) {
-            records[place] = {positions[n], n};
+        count, buckets.count(), _workers, _polling, [this](uint32 n) { return _groupOf[n]; },
+        [this](uint32 n, uint32 place) {
+            _records[place] = {_positions[n], n};
         });
-    if (polling.isStopped()) return records;
-    polledFor(polling, buckets.count(), workers,
+    if (_polling.isStopped()) return;
+    polledFor(_polling, buckets.count(), _workers,
               [&](uint32, uint64 begin, uint64 end)
               {
-                  RecordSorter sorter(0, polling);
-                  for (uint64 b = begin; b < end && !polling.isStopped(); ++b)
-                      sorter.sortExactly(records.data() + (b == 0 ? 0 : ends[b - 1]),
-                                         records.data() + ends[b], 0);
+                  RecordSorter sorter(_tolerance, _rank, _polling);
+                  for (uint64 b = begin; b < end && !_polling.isStopped(); ++b)
+                      sorter.sortAlong(_records.data() + (b == 0 ? 0 : ends[b - 1]),
+                                       _records.data() + ends[b], 0);
               });
-    return records;
 }
 
 /// Cuts the records into one range a worker, each beginning where a run along x begins.
-std::vector<uint32> cutAtRuns(const Array<Record>& records, uint32 workers, double tolerance,
-                              Polling& polling)
+void VertexMerger::cutAtRuns()
 {
-    std::vector<uint32> cuts(std::size_t{workers} + 1, records.size());
-    PollCounter looked(polling, recordsPerPoll);
-    for (uint32 w = 0; w < workers; ++w)
+    const uint32 count = _records.size();
+    _cuts.assign(std::size_t{_workers} + 1, count);
+    PollCounter looked(_polling, recordsPerPoll);
+    for (uint32 w = 0; w < _workers; ++w)
     {
-        auto cut = static_cast<uint32>(uint64{records.size()} * w / workers);
-        if (w > 0) cut = std::max(cut, cuts[w - 1]);
-        while (cut > 0 && cut < records.size() &&
-               within(records[cut - 1].position.x, records[cut].position.x, tolerance) && looked.add(1))
+        auto cut = static_cast<uint32>(uint64{count} * w / _workers);
+        if (w > 0) cut = std::max(cut, _cuts[w - 1]);
+        while (cut > 0 && cut < count &&
+               within(_records[cut - 1].position.x, _records[cut].position.x, _tolerance) && looked.add(1))
             ++cut;
-        cuts[w] = cut;
+        _cuts[w] = cut;
     }
-    return cuts;
 }
 
-/// Walks sorted records and calls open(record) for each that opens a group and join(record) for every record.
-template <class Open, class Join>
-void walkGroups(const Record* begin, const Record* end, double tolerance, Polling& polling, Open open,
-                Join join)
+/// Finishes the order of a worker's records, and calls visit(begin, end) after every run along x while it is
+/// near.
+template <class Visit>
+void VertexMerger::sortRuns(uint32 worker, Visit visit)
 {
-    const Record* opener = nullptr;
+    RecordSorter sorter(_tolerance, _rank, _polling);
+    Record* const end = _records.data() + _cuts[worker + 1];
+    for (Record *run = _records.data() + _cuts[worker], *next; run != end && !_polling.isStopped();
+         run = next)
+    {
+        next = sorter.runEnd(run, end, 0);
+        sorter.sortRun(run, next, 0);
+        visit(run, next);
+    }
+}
+
+bool VertexMerger::joins(const Record& record, const Record* opener) const
+{
+    return opener && within(record.position.x, opener->position.x, _tolerance) &&
+           within(record.position.y, opener->position.y, _tolerance) &&
+           within(record.position.z, opener->position.z, _tolerance);
+}
+
+/// Walks sorted records, and calls open(record) for each that opens a group and join(record) for every one.
+/// `opener` is the one that opened the last group, from one call to the next.
+template <class Open, class Join>
+void VertexMerger::walkGroups(const Record* begin, const Record* end, const Record*& opener, Open open,
+                              Join join)
+{
     for (const Record* r = begin; r != end;)
     {
         const Record* stop = r + std::min(end - r, recordsPerPoll);
         for (; r != stop; ++r)
         {
-            if (!opener || !within(r->position.x, opener->position.x, tolerance) ||
-                !within(r->position.y, opener->position.y, tolerance) ||
-                !within(r->position.z, opener->position.z, tolerance))
+            if (!joins(*r, opener))
             {
                 opener = r;
                 open(*r);
             }
             join(*r);
         }
-        if (!polling.goOn()) return;
+        if (end - begin >= recordsPerPoll && !_polling.goOn()) return;
     }
+}
+
+/// Writes the groups of sorted records, numbered from `next` on.
+void VertexMerger::takeGroups(const Record* begin, const Record* end, const Record*& opener, uint32& next)
+{
+    walkGroups(
+        begin, end, opener,
+        [&](const Record& r)
+        {
+            if (_openers) (*_openers)[next] = r.index;
+            _positions[next++] = r.position;
+        },
+        [&](const Record& r) { _groupOf[r.index] = next - 1; });
+}
+
+/// All in one go, where no other worker's count of groups has to be waited for.
+uint32 VertexMerger::takeAll()
+{
+    uint32 count = 0;
+    const Record* opener = nullptr;
+    if (_openers) _openers->resize(_positions.size());
+    sortRuns(0, [&](const Record* begin, const Record* end) { takeGroups(begin, end, opener, count); });
+    return count;
+}
+
+/// Counts the groups of all workers first, and then writes them.
+uint32 VertexMerger::takeShared()
+{
+    std::vector<uint32> firstGroup(std::size_t{_workers} + 1, 0);
+    polledFor(_polling, _workers, _workers,
+              [&](uint32, uint64 w, uint64)
+              {
+                  uint32 count = 0;
+                  const Record* opener = nullptr;
+                  sortRuns(static_cast<uint32>(w),
+                           [&](const Record* begin, const Record* end)
+                           {
+                               walkGroups(
+                                   begin, end, opener, [&](const Record&) { ++count; }, [](const Record&) {});
+                           });
+                  firstGroup[w + 1] = count;
+              });
+    for (uint32 w = 0; w < _workers; ++w) firstGroup[w + 1] += firstGroup[w];
+    if (_openers) _openers->resize(firstGroup[_workers]);
+    if (!_polling.isStopped())
+        polledFor(_polling, _workers, _workers,
+                  [&](uint32, uint64 w, uint64)
+                  {
+                      const Record* opener = nullptr;
+                      uint32 next = firstGroup[w];
+                      takeGroups(_records.data() + _cuts[w], _records.data() + _cuts[w + 1], opener, next);
+                  });
+    return firstGroup[_workers];
+}
+
+Array<uint32> VertexMerger::run()
+{
+    sortAlongX();
+    if (_polling.isStopped()) return {};
+    cutAtRuns();
+    const uint32 count = _workers == 1 ? takeAll() : takeShared();
+    _positions.resize(count);
+    if (_openers) _openers->resize(count);
+    return std::move(_groupOf);
 }
 
 }  // namespace
 
 Array<uint32> mergeVertices(Array<Vector3D>& positions, double tolerance, uint32 threadCount,
-                            Polling& polling, Array<uint32>* openers)
+                            Polling& polling, Array<uint32>* openers, const Rank& rank)
 {
-    const uint32 workers = std::clamp(threadCount, 1u, positions.size() / 4096 + 1);
-    Array<Record> records = sortAlongX(positions, workers, polling);
-    Array<uint32> groupOf(positions.size());
-    if (polling.isStopped()) return groupOf;
-    const std::vector<uint32> cuts = cutAtRuns(records, workers, tolerance, polling);
-
-    std::vector<uint32> firstGroup(std::size_t{workers} + 1, 0);
-    polledFor(polling, workers, workers,
-              [&](uint32, uint64 w, uint64)
-              {
-                  Record* const begin = records.data() + cuts[w];
-                  Record* const end = records.data() + cuts[w + 1];
-                  RecordSorter sorter(tolerance, polling);
-                  uint32 count = 0;
-                  for (Record *run = begin, *next; run != end && !polling.isStopped(); run = next)
-                  {
-                      next = sorter.runEnd(run, end, 0);
-                      sorter.sortRun(run, next, 0);
-                  }
-                  walkGroups(
-                      begin, end, tolerance, polling, [&](const Record&) { ++count; }, [](const Record&) {});
-                  firstGroup[w + 1] = count;
-              });
-    if (polling.isStopped()) return groupOf;
-    for (uint32 w = 0; w < workers; ++w) firstGroup[w + 1] += firstGroup[w];
-
-    if (openers) openers->resize(firstGroup[workers]);
-    polledFor(polling, workers, workers,
-              [&](uint32, uint64 w, uint64)
-              {
-                  uint32 next = firstGroup[w];
-                  walkGroups(
-                      records.data() + cuts[w], records.data() + cuts[w + 1], tolerance, polling,
-                      [&](const Record& r)
-                      {
-                          if (openers) (*openers)[next] = r.index;
-                          positions[next++] = r.position;
-                      },
-                      [&](const Record& r) { groupOf[r.index] = next - 1; });
-              });
-    positions.resize(firstGroup[workers]);
-    return groupOf;
+    return VertexMerger(positions, tolerance, threadCount, polling, openers, rank).run();
 }
 
 }  // namespace tavrix::detail

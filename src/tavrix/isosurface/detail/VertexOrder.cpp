@@ -1,7 +1,6 @@
 #include <tavrix/isosurface/detail/VertexOrder.h>
 
 #include <tavrix/foundation/detail/BucketSort.h>
-#include <tavrix/foundation/Divisor.h>
 
 namespace tavrix::detail
 {
@@ -34,14 +33,13 @@ bool takeFaces(const std::vector<std::vector<Index3>>& lists, Polling& polling, 
 
 bool numberByBucket(uint32 threadCount, Polling& polling, SurfaceTopology& surface)
 {
-    const uint32 bucketCount = surface.faces.size() / 2;
-    const Divisor buckets(bucketCount);
+    const VertexBuckets buckets(surface.faces.size());
     const Array<GridEdgeKey>& keys = surface.vertices;
     Array<GridEdgeKey> sorted(keys.size());
     Array<uint32> number(keys.size());
     placeByBucket(
-        keys.size(), bucketCount, threadCount, polling,
-        [&](uint32 v) { return buckets.divide(keys[v].a).rest; },
+        keys.size(), buckets.count(), threadCount, polling,
+        [&](uint32 v) { return buckets.bucketOf(keys[v]); },
         [&](uint32 v, uint32 place)
         {
             sorted[place] = keys[v];

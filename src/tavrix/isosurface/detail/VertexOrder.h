@@ -4,6 +4,7 @@
 #include <vector>
 
 #include <tavrix/foundation/detail/Polling.h>
+#include <tavrix/foundation/Divisor.h>
 #include <tavrix/isosurface/detail/SurfaceTopology.h>
 
 // The final order of faces and vertices, from faces in the order of the cells and vertices in the order in
@@ -39,7 +40,22 @@ private:
 /// False when the polling stopped it.
 bool takeFaces(const std::vector<std::vector<Index3>>& lists, Polling& polling, SurfaceTopology& surface);
 
-/// Renumbers the vertices bucket by bucket; see marchCubes. False when the polling stopped it.
+/// The final order of vertices: as if the edge keys of all face corners went, in face order, into B = faces /
+/// 2 buckets by (monoindex mod B), each key once; bucket by bucket, within a bucket by first appearance.
+class VertexBuckets
+{
+public:
+    explicit VertexBuckets(uint32 faceCount) : _buckets(faceCount / 2) {}
+
+    uint32 count() const { return _buckets.getDivisor(); }
+    uint32 bucketOf(const GridEdgeKey& key) const { return _buckets.divide(key.a).rest; }
+
+private:
+    Divisor _buckets;
+};
+
+/// Renumbers the vertices of at least two faces into their final order by a counting sort; 12 bytes a vertex
+/// meanwhile. False when the polling stopped it.
 bool numberByBucket(uint32 threadCount, Polling& polling, SurfaceTopology& surface);
 
 }  // namespace tavrix::detail
