@@ -44,7 +44,7 @@ class BuildWithCMake(build_ext):
             *pybind11_folder(),
             *os.environ.get("TAVRIX_CMAKE_OPTIONS", "").split(),
         ]
-        subprocess.run(["cmake", "-S", str(ROOT), "-B", str(folder), *options], check=True)
+        subprocess.run(["cmake", "--fresh", "-S", str(ROOT), "-B", str(folder), *options], check=True)
         jobs = str(os.cpu_count() or 1)
         subprocess.run(["cmake", "--build", str(folder), "--target", "tavrix_python", "-j", jobs], check=True)
         target.parent.mkdir(parents=True, exist_ok=True)
