@@ -1,9 +1,10 @@
 #pragma once
 
-#include <barrier>
+#include <condition_variable>
 #include <cstdlib>
 #include <cstring>
 #include <functional>
+#include <mutex>
 #include <thread>
 #include <vector>
 
@@ -11,6 +12,33 @@
 
 namespace tavrix::test
 {
+
+/// Where threads wait for each other. With a condition variable: std::barrier waits for an atomic, and loses
+/// wake-ups where the system has no such call and GCC 12 makes do without.
+class Barrier
+{
+public:
+    explicit Barrier(std::size_t size) : _size(size) {}
+
+    void arrive_and_wait()
+    {
+        std::unique_lock<std::mutex> lock(_mutex);
+        const std::size_t round = _round;
+        if (++_arrived == _size)
+        {
+            _arrived = 0;
+            ++_round;
+            _all.notify_all();
+        }
+        else
+            _all.wait(lock, [&] { return _round != round; });
+    }
+
+private:
+    std::mutex _mutex;
+    std::condition_variable _all;
+    std::size_t _size, _arrived = 0, _round = 0;
+};
 
 /// Ranks that are threads of this process.
 class ThreadRanks
@@ -104,7 +132,7 @@ private:
     };
 
     std::vector<Shown> _shown;
-    std::barrier<> _barrier;
+    Barrier _barrier;
 };
 
 }  // namespace tavrix::test
