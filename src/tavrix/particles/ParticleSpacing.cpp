@@ -241,6 +241,7 @@ double estimateSpacing(const Array<Vector3F>& positions)
     for (std::size_t n = 0; n < sorted.size(); n += sampleStep(sorted.size())) sample.push_back(sorted[n]);
     dropSurplus(sorted);
     std::vector<double> squares;
+    squares.reserve(sample.size());
     for (const Vector3F& place : sample)
         squares.push_back(nearestSquares(sorted, place, indexOf(sorted, place, axis), axis).last());
     return spacingOf(std::move(squares));
