@@ -35,7 +35,7 @@ public:
           _sizeY(grid.sizeY),
           _sizeZ(grid.sizeZ),
           _rowsInGroup(rowsInGroup),
-          _threadCount(std::clamp(threadCount, 1u, Hardware::getThreadCount()))
+          _threadCount(std::min(threadsWorth(grid.size, lightItems, threadCount), Hardware::getThreadCount()))
     {
         // With n workers, 8n volumes along an axis leave them little to wait for at the ends of sweeps; small
         // volumes are not worth telling others.

@@ -3,6 +3,7 @@
 #include <atomic>
 #include <bit>
 
+#include <tavrix/foundation/detail/Polling.h>
 #include <tavrix/foundation/ParallelFor.h>
 #include <tavrix/spatial/BoxQueries.h>
 #include <tavrix/spatial/detail/TriangleBox.h>
@@ -112,7 +113,8 @@ FaceTree::FaceTree(const MeshFaces& faces, uint32 threadCount)
     _faces.resize(topology.order.size());
     for (uint32 slot = 0; slot < _faces.size(); ++slot) _faces[slot].number = topology.order[slot];
     _nodes.resize(topology.nodes.size());
-    parallelFor(_nodes.size(), threadCount,
+    const uint32 threads = threadsWorth(_faces.size(), scatteredItems, threadCount);
+    parallelFor(_nodes.size(), threads,
                 [&](uint32, uint64 begin, uint64 end)
                 {
                     for (uint64 n = begin; n < end; ++n)
@@ -141,7 +143,7 @@ void FaceTree::refit(const MeshFaces& faces, float margin, uint32 threadCount)
             }
         return marks;
     };
-    parallelFor(_nodes.size(), threadCount,
+    parallelFor(_nodes.size(), threadsWorth(_faces.size(), scatteredItems, threadCount),
                 [&](uint32, uint64 begin, uint64 end)
                 {
                     uint64 marks = 0;

@@ -393,7 +393,7 @@ Array<WideLinks> joined(std::vector<WideLinks>& top, const std::vector<Branch>& 
     }
     Array<WideLinks> nodes(Array<WideLinks>::checkedSize(count));
     std::copy(top.begin(), top.end(), nodes.begin());
-    parallelFor(branches.size(), threadCount,
+    parallelFor(branches.size(), threadsWorth(count, scatteredItems, threadCount),
                 [&](uint32, uint64 begin, uint64 end)
                 {
                     for (uint64 b = begin; b < end; ++b)
@@ -432,7 +432,7 @@ WideTopology buildWideTree(const MeshFaces& faces, uint32 threadCount)
     Array<Item> items(faces.faceCount);
     const auto forAll = [&](auto each)
     {
-        parallelFor(items.size(), threadCount,
+        parallelFor(items.size(), threadsWorth(items.size(), scatteredItems, threadCount),
                     [&](uint32, uint64 begin, uint64 end)
                     {
                         for (uint64 n = begin; n < end; ++n) each(static_cast<uint32>(n));
