@@ -9,6 +9,7 @@
 #include <utility>
 
 #include <mesh/TestMeshes.h>
+#include <Polls.h>
 #include <spatial/TestSolids.h>
 #include <tavrix/mesh/detail/LineWinding.h>
 #include <tavrix/spatial/detail/RayTriangle.h>
@@ -526,6 +527,31 @@ TEST(MeshCollider, IsMadeOfAnAseFile)
     EXPECT_FALSE(collider.create_ASE(folder.write("bad.ase", "nonsense")));
     EXPECT_FALSE(collider.create_ASE(folder.file("missing.ase")));
     EXPECT_EQ(collider.castRay({{0, 0, 9}, {0, 0, -1}})->face, 1u);
+}
+
+TEST(MeshCollider, EveryPollCanStopItsCreation)
+{
+    const Mesh terrain = makeTerrain(200);
+    for (const uint32 threads : {1u, 3u})
+    {
+        MeshCollider collider;
+        const auto create = [&](CancelCallback callback)
+        {
+            collider.create(makeTerrain(3));
+            return collider.create(terrain, threads, callback);
+        };
+        const auto isEmpty = [&]
+        {
+            EXPECT_TRUE(collider.getMesh().isEmpty());
+            EXPECT_EQ(collider.getTree().size(), 0u);
+            EXPECT_FALSE(collider.nearestPoint({0, 0, 0}));
+        };
+        EXPECT_GT(test::stopAtPolls(10, create, isEmpty), 20);
+        EXPECT_TRUE(collider.create(terrain, threads, [] { return 0; }));
+        MeshCollider other;
+        other.create(terrain);
+        EXPECT_EQ(collider.nearestPoint({0.3, 0.4, 9})->face, other.nearestPoint({0.3, 0.4, 9})->face);
+    }
 }
 
 #if !defined(_WIN32)

@@ -3,6 +3,7 @@
 
 #include <tavrix/fields/detail/DiffusionStep.h>
 #include <tavrix/fields/ScalarField3_SG.h>
+#include <tavrix/foundation/detail/Polling.h>
 #include <tavrix/foundation/ParallelFor.h>
 
 namespace tavrix
@@ -107,7 +108,8 @@ void ScalarField3_SG<Value, Coord>::diffuse_dissipate(Value timeStep, Value diff
     for (uint32 t = 0; t < _table.size(); ++t)
         if (_table[t] != noIndex) stored[_table[t]] = t;
     std::vector<Tile> values(stored.size());
-    parallelFor(stored.size(), threadCount,
+    const uint64 nodeCount = stored.size() * _tileGrid.valuesPerTile();
+    parallelFor(stored.size(), detail::threadsWorth(nodeCount, detail::lightItems, threadCount),
                 [&](uint32, uint64 begin, uint64 end)
                 {
                     TileDiffusion<Value, Coord> diffusionOf(*this, step);

@@ -2,6 +2,7 @@
 #include <tavrix/fields/detail/NodeSamples.h>
 #include <tavrix/fields/ScalarField3_base.h>
 #include <tavrix/fields/Vector3Field3.h>
+#include <tavrix/foundation/detail/Polling.h>
 #include <tavrix/foundation/ParallelFor.h>
 #include <tavrix/mesh/Mesh.h>
 
@@ -234,7 +235,7 @@ void ScalarField3_base<Value, Coord>::gradient(Vector3Field3<Value, Coord>& out,
         *this,
         [&](const auto& samples)
         {
-            parallelFor(_grid.sizeX, threadCount,
+            parallelFor(_grid.sizeX, detail::threadsWorth(_grid.size, detail::lightItems, threadCount),
                         [&](uint32, uint64 begin, uint64 end)
                         { gradientOfPlanes(_grid, samples, begin, end, out.refArrVectors().data()); });
         });
@@ -267,7 +268,8 @@ void ScalarField3_base<Value, Coord>::computeFieldNormals(
     const Array<Vector3D>& positions = mesh.refPos();
     Array<Vector3F>& normals = mesh.refNor();
     normals.resize(positions.size());
-    parallelFor(positions.size(), threadCount,
+    constexpr uint64 pointsPerPiece = detail::scatteredItems / 8;
+    parallelFor(positions.size(), detail::threadsWorth(positions.size(), pointsPerPiece, threadCount),
                 [&](uint32, uint64 begin, uint64 end)
                 {
                     for (uint64 v = begin; v < end; ++v)

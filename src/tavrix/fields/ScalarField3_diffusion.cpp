@@ -3,6 +3,7 @@
 
 #include <tavrix/fields/detail/DiffusionStep.h>
 #include <tavrix/fields/ScalarField3.h>
+#include <tavrix/foundation/detail/Polling.h>
 #include <tavrix/foundation/ParallelFor.h>
 
 namespace tavrix
@@ -93,7 +94,8 @@ template <class Value, class Coord>
 void diffuseExplicitly(const GridDescription3<Coord>& grid, Value* samples,
                        const detail::DiffusionStep<Value>& step, uint32 threadCount)
 {
-    const uint32 workers = std::clamp(threadCount, 1u, grid.sizeX);
+    const uint32 workers =
+        std::min(detail::threadsWorth(grid.size, 4 * detail::lightItems, threadCount), grid.sizeX);
     std::vector<DiffusedSlab<Value>> slabs;
     for (uint64 w = 0; w < workers; ++w)
         slabs.emplace_back(samples, grid.sizeX, grid.sizeY, grid.sizeZ,
@@ -152,11 +154,13 @@ void diffuseImplicitly(const GridDescription3<Coord>& grid, Array<Value>& sample
 {
     constexpr uint32 passCount = 20;
     const Array<Value> source(samples);
+    const uint32 threads =
+        detail::threadsWorth(uint64{passCount} * grid.sizeYZ, detail::lightItems, threadCount);
     for (uint32 t = 0; t < grid.sizeX + 2 * (passCount - 1); ++t)
     {
         const uint32 first = t < grid.sizeX ? 0 : (t - grid.sizeX) / 2 + 1;
         const uint32 end = std::min(t / 2 + 1, passCount);
-        parallelFor(end - first, threadCount,
+        parallelFor(end - first, threads,
                     [&](uint32, uint64 from, uint64 to)
                     {
                         for (uint64 p = first + from; p < first + to; ++p)

@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <cmath>
+#include <vector>
 
 #include <tavrix/implicit/detail/SweepOrder.h>
 #include <tavrix/implicit/ImplicitSurface3Regular.h>
@@ -151,20 +152,22 @@ uint32 ImplicitSurface3Regular<T>::extend(Values& values, const T& limit, const 
     detail::Polling polling(nullptr);
     T firstResidual = 0, lastResidual = 0;
     uint32 stallCounter = 0, iterationCounter = 0, iterations = 0;
-    T residual;
-    do {
-        Array<T> changes(order.workerCount(), T(0));
-        for (const auto& direction : directions)
-            order.sweep(polling, direction,
-                        [&](uint32 worker, uint32 i, uint32 firstRow, uint32 endRow)
-                        {
-                            const T change = extension.visitRows(i, firstRow, endRow, direction);
-                            changes[worker] = std::max(changes[worker], change);
-                        });
-        residual = *std::max_element(changes.begin(), changes.end());
+    std::vector<T> changes(order.workerCount(), T(0));
+    const auto hasNextPass = [&]
+    {
+        const T residual = *std::max_element(changes.begin(), changes.end());
+        std::fill(changes.begin(), changes.end(), T(0));
         ++iterations;
-    } while (residual > 0 && !getExtentionConvergence(tolerance, residual, firstResidual, lastResidual,
-                                                      stallCounter, iterationCounter));
+        return residual > 0 && !getExtentionConvergence(tolerance, residual, firstResidual, lastResidual,
+                                                        stallCounter, iterationCounter);
+    };
+    order.sweep(
+        polling, directions, hasNextPass,
+        [&](uint32 worker, const detail::SweepDirection& direction, uint32 i, uint32 firstRow, uint32 endRow)
+        {
+            const T change = extension.visitRows(i, firstRow, endRow, direction);
+            changes[worker] = std::max(changes[worker], change);
+        });
     return iterations;
 }
 

@@ -100,13 +100,14 @@ uint32 ImplicitSurface3Regular<T>::redistance(const T& defaultValue, const T& to
     const T far = std::fabs(defaultValue);
     Array<T>& samples = _field.refArrScalars();
     const NearNodes<T> nearNodes(_field.getGrid(), samples.data());
+    const uint32 threads = detail::threadsWorth(samples.size(), detail::lightItems, threadCount);
     std::vector<std::vector<Sample<T>>> planes(_field.size() == 0 ? 0 : _field.sizeX());
-    parallelFor(planes.size(), threadCount,
+    parallelFor(planes.size(), threads,
                 [&](uint32, uint64 begin, uint64 end)
                 {
                     for (uint64 i = begin; i < end; ++i) nearNodes.collect(static_cast<uint32>(i), planes[i]);
                 });
-    parallelFor(planes.size(), threadCount,
+    parallelFor(planes.size(), threads,
                 [&](uint32, uint64 begin, uint64 end)
                 {
                     const uint64 plane = _field.getGrid().sizeYZ;

@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <cmath>
+#include <span>
 #include <vector>
 
 #include <tavrix/implicit/detail/EikonalSweepKernel.h>
@@ -90,20 +91,31 @@ public:
     {
     }
 
-    /// Returns the largest change of a sample, or noChange.
-    T sweep(const detail::SweepDirection& direction)
+    /// Sweeps pass by pass, as long as a sample changed in the last one, by no less than the tolerance.
+    /// Returns the number of passes.
+    uint32 run(std::span<const detail::SweepDirection> directions, T tolerance)
     {
-        std::vector<T> changes(_order.workerCount(), static_cast<T>(detail::noChange));
-        _order.sweep(_polling, direction,
-                     [&](uint32 worker, uint32 i, uint32 firstRow, uint32 endRow)
+        uint32 passes = 0;
+        const auto noChange = static_cast<T>(detail::noChange);
+        std::vector<T> changes(_order.workerCount(), noChange);
+        const auto hasNextPass = [&]
+        {
+            const T change = *std::max_element(changes.begin(), changes.end());
+            std::fill(changes.begin(), changes.end(), noChange);
+            ++passes;
+            return tolerance <= change && change > noChange;
+        };
+        _order.sweep(_polling, directions, hasNextPass,
+                     [&](uint32 worker, const detail::SweepDirection& direction, uint32 i, uint32 firstRow,
+                         uint32 endRow)
                      {
                          detail::EikonalPlane<T> rows = plane(i, direction);
                          rows.firstRow = firstRow;
                          rows.endRow = endRow;
                          const T change = TX_RUN_KERNEL(sweepPlane, rows, _marks[worker].data());
-                         changes[worker] = std::max(changes[worker], change);
+                         if (change > changes[worker]) changes[worker] = change;
                      });
-        return *std::max_element(changes.begin(), changes.end());
+        return passes;
     }
 
 private:
@@ -157,16 +169,9 @@ uint32 ImplicitSurface3Regular<T>::fastSweepingPositive(const T& bandLimit, cons
     Directions directions;
     getSweepingDirections(directions);
     Sweeper<T> sweeper(polling, _field.getGrid(), _field.refArrScalars().data(), bandLimit, order);
-    uint32 iterations = 0;
-    T maxChange;
-    do {
-        maxChange = -1e7;
-        for (const auto& direction : directions) maxChange = std::max(maxChange, sweeper.sweep(direction));
-        ++iterations;
-        // Also stops when nothing changed.
-    } while (tolerance <= maxChange && maxChange > static_cast<T>(detail::noChange) && !polling.isStopped());
+    const uint32 passes = sweeper.run(directions, tolerance);
     detail::propagateFlags(polling, _field.getGrid(), {&_surface, &_neighborsPositive, &_neighborsNegative});
-    return iterations;
+    return passes;
 }
 
 template <class T>

@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include <tavrix/foundation/detail/Polling.h>
 #include <tavrix/foundation/ParallelFor.h>
 #include <tavrix/mesh/detail/MeshFaces.h>
 #include <tavrix/spatial/detail/IntegratingTable.h>
@@ -103,7 +104,7 @@ void GeometryTree<Node>::recalculateMesh(const Array<Index3>& triangles, const A
                                          float margin, uint32 threadCount)
 {
     const detail::MeshFaces faces(positions, triangles);
-    parallelFor(size(), threadCount,
+    parallelFor(size(), detail::threadsWorth(size(), detail::scatteredItems, threadCount),
                 [&](uint32, uint64 begin, uint64 end)
                 {
                     for (uint64 n = begin; n < end; ++n)

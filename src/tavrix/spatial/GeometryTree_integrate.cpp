@@ -1,6 +1,7 @@
 #include <stdexcept>
 #include <vector>
 
+#include <tavrix/foundation/detail/Polling.h>
 #include <tavrix/foundation/ParallelFor.h>
 #include <tavrix/mesh/detail/MeshFaces.h>
 #include <tavrix/spatial/detail/IntegratingTable.h>
@@ -53,7 +54,8 @@ Array<uint32> integrateBlocks(Array<WorkNode>& work, const Array<IntegratingEntr
     work.resize(end);
     Array<uint32> ordered(entries.size());
     std::vector<uint32> counts(blocks.size());
-    parallelFor(blocks.size(), threadCount,
+    constexpr uint64 entriesPerPiece = 8192;  // each is compared with those of its block
+    parallelFor(blocks.size(), detail::threadsWorth(entries.size(), entriesPerPiece, threadCount),
                 [&](uint32, uint64 begin, uint64 endOfRun)
                 {
                     detail::IntegratingTable table;

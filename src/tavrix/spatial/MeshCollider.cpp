@@ -32,6 +32,11 @@ void turn(const Matrix4<double>& matrix, const Array<Normal>& from, Array<Normal
 }
 
 /// Whether every corner of every face exists, without which no smoothed normals can be computed.
+bool hasAllCorners(const Mesh& mesh, uint32 threadCount, detail::Polling& polling)
+{
+    return detail::neededEntries(mesh.trindexPos(), threadCount, polling) <= mesh.getPosSize();
+}
+
 bool hasAllCorners(const Mesh& mesh) { return detail::neededEntries(mesh.trindexPos()) <= mesh.getPosSize(); }
 
 /// Faces of which each has three corners of its own, one after the other.
@@ -105,18 +110,30 @@ void MeshCollider::copyFrom(const MeshCollider& other)
         });
 }
 
-void MeshCollider::create(const Mesh& mesh, uint32 threadCount)
+bool MeshCollider::create(const Mesh& mesh, uint32 threadCount, CancelCallback callback)
 {
-    fillOrClear(
-        [&]
-        {
-            _mesh.copyFrom(mesh, true);
-            if (hasAllCorners(_mesh)) _mesh.createSafe_arrNorSurface(threadCount);
-            clearTrees();
-            _faces = std::make_unique<detail::FaceTree>(detail::MeshFaces(_mesh), threadCount);
-            _threadCount = threadCount;
-            _isTreeBuilt = false;
-        });
+    detail::Polling polling(callback);
+    const auto build = [&]
+    {
+        if (!polling.goOn()) return false;
+        _mesh.copyFrom(mesh, true);
+        clearTrees();
+        const bool isWhole = hasAllCorners(_mesh, threadCount, polling);
+        if (polling.isStopped()) return false;
+        if (isWhole && !_mesh.createSafe_arrNorSurface(threadCount, callback)) return false;
+        _faces = std::make_unique<detail::FaceTree>(detail::MeshFaces(_mesh), threadCount, polling);
+        return !polling.isStopped();
+    };
+    bool isDone = false;
+    fillOrClear([&] { isDone = build(); });
+    if (!isDone)
+    {
+        *this = MeshCollider();
+        return false;
+    }
+    _threadCount = threadCount;
+    _isTreeBuilt = false;
+    return true;
 }
 
 const MeshCollider::Tree& MeshCollider::getTree() const
@@ -165,7 +182,8 @@ void MeshCollider::recalculateTree()
         _tree.recalculateMesh(_mesh.trindexPos(), _mesh.pos(), refitMargin);
     else if (_cornersOfTree.empty())
         _cornersOfTree = _faces->cornersByFace();
-    _faces->refit(detail::MeshFaces(_mesh), refitMargin, 1);
+    detail::Polling none(nullptr);
+    _faces->refit(detail::MeshFaces(_mesh), refitMargin, 1, none);
 }
 
 bool MeshCollider::transformRt(const Matrix4<double>& matrix, const Mesh& source)

@@ -54,8 +54,9 @@ public:
 
     /// Copies the mesh, makes sure that it has smoothed normals (unless a face has a corner that does not
     /// exist) and builds a tree for queries, with the corners of all faces in it: some 130 bytes a face and,
-    /// on one thread, half a microsecond.
-    void create(const Mesh& mesh, uint32 threadCount = 1);
+    /// on one thread, half a microsecond. False, and an empty collider, when the callback, polled every few
+    /// milliseconds besides while the mesh is copied, stopped it.
+    bool create(const Mesh& mesh, uint32 threadCount = 1, CancelCallback callback = nullptr);
     /// The same with all objects of an ASE file, joined. False, and the collider as it was, when the file
     /// cannot be read or has no faces (MeshImporter::read_ASE tells which).
     bool create_ASE(const TX_String& path, uint32 threadCount = 1);

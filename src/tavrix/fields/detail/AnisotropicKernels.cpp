@@ -195,7 +195,7 @@ bool AnisotropicKernels::fitEllipsoids()
 bool AnisotropicKernels::fitBoxes()
 {
     _moments.clear();
-    return inPieces(_polling, _ellipsoids.size(), scatteredItems, _threadCount,
+    return inPieces(_polling, _ellipsoids.size(), scatteredItems / 8, _threadCount,
                     [&](uint32, uint64 begin, uint64 end)
                     {
                         for (uint64 n = begin; n < end; ++n) _ellipsoids[n].fitExtent();

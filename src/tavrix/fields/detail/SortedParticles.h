@@ -78,7 +78,7 @@ std::vector<ParticleGroup> groupParticles(const LatticeNodes& lattice, const Arr
         const uint32 last = g + 1 == groupCount ? particles.size() : first + each;
         if (first != last) groups.push_back({first, last, {}});
     }
-    polledFor(polling, groups.size(), threadCount,
+    polledFor(polling, groups.size(), threadsWorth(particles.size(), lightItems, threadCount),
               [&](uint32, uint64 begin, uint64 end)
               {
                   for (uint64 g = begin; g < end; ++g)

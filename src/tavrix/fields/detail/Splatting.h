@@ -74,9 +74,10 @@ struct Splatting
 /// Cuts the x planes [low, high) into one slab a worker, so that the particles of [first, last) give each
 /// about the same number of rows to write.
 template <class Kernel>
-std::vector<uint32> cutSlabs(const Splatting<Kernel>& s, uint32 low, uint32 high, uint32 first, uint32 last)
+std::vector<uint32> cutSlabs(const Splatting<Kernel>& s, uint32 low, uint32 high, uint32 first, uint32 last,
+                             uint32 threadCount)
 {
-    if (s.threadCount <= 1 || high - low <= 1) return {low, high};
+    if (threadCount <= 1 || high - low <= 1) return {low, high};
     SlabCuts slabs(high - low);
     const auto planeOf = [&](int64 i) { return static_cast<uint32>(std::clamp<int64>(i, low, high) - low); };
     inPieces(s.polling, last - first, scatteredItems,
@@ -90,7 +91,7 @@ std::vector<uint32> cutSlabs(const Splatting<Kernel>& s, uint32 low, uint32 high
                                static_cast<double>(s.reach(p, 1)) * s.reach(p, 2));
                  }
              });
-    std::vector<uint32> cuts = slabs.cut(s.threadCount);
+    std::vector<uint32> cuts = slabs.cut(threadCount);
     for (uint32& cut : cuts) cut += low;
     return cuts;
 }
@@ -151,8 +152,6 @@ bool splatIntoBlock(const Splatting<Kernel>& s, const std::vector<ParticleGroup>
 {
     if (groups.empty()) return s.polling.goOn();
     const uint32 first = groups.front().first, last = groups.back().last;
-    const std::vector<uint32> slabs = cutSlabs(s, block.nodes.low[0], block.nodes.high[0], first, last);
-    const auto workers = static_cast<uint32>(slabs.size() - 1);
     uint32 largestReach = 0;
     double visits = 0;
     inPieces(s.polling, last - first, scatteredItems,
@@ -169,6 +168,12 @@ bool splatIntoBlock(const Splatting<Kernel>& s, const std::vector<ParticleGroup>
                  }
              });
     if (s.polling.isStopped()) return false;
+    const uint32 threads = threadsWorth(static_cast<uint64>(std::min(visits, 1e18)),
+                                        static_cast<uint64>(visitsPerPoll), s.threadCount);
+    const std::vector<uint32> slabs =
+        cutSlabs(s, block.nodes.low[0], block.nodes.high[0], first, last, threads);
+    if (s.polling.isStopped()) return false;
+    const auto workers = static_cast<uint32>(slabs.size() - 1);
     const auto pieces =
         static_cast<uint32>(std::clamp(visits / workers / visitsPerPoll, 0.0, double(last - first)) + 1);
     return polledFor(

@@ -18,7 +18,8 @@ template <class BucketOf, class Place>
 Array<uint32> placeByBucket(uint32 itemCount, uint32 bucketCount, uint32 threadCount, Polling& polling,
                             BucketOf bucketOf, Place place)
 {
-    const uint32 workers = std::clamp(threadCount, 1u, std::max(bucketCount, 1u));
+    const uint32 workers =
+        std::min(threadsWorth(itemCount, scatteredItems, threadCount), std::max(bucketCount, 1u));
     const auto firstBucket = [&](uint64 w) { return static_cast<uint32>(uint64{bucketCount} * w / workers); };
     Array<uint32> next(bucketCount);
     std::vector<uint32> before(std::size_t{workers} + 1, 0);

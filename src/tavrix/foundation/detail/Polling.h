@@ -8,6 +8,7 @@
 #include <thread>
 
 #include <tavrix/foundation/CancelCallback.h>
+#include <tavrix/platform/Export.h>
 #include <tavrix/platform/Types.h>
 
 namespace tavrix::detail
@@ -100,13 +101,20 @@ private:
 bool polledFor(Polling& polling, uint64 itemCount, uint32 threadCount,
                const std::function<void(uint32 worker, uint64 begin, uint64 end)>& task);
 
+/// As many of the threads as are worth their start: each has a quarter of a piece of the work to do, where a
+/// piece takes some milliseconds, and one does it all where there is less.
+TX_GEOMETRY_API uint32 threadsWorth(uint64 itemCount, uint64 itemsPerPiece, uint32 threadCount);
+
+/// For tests, whose inputs are small: whether threadsWorth leaves every thread that has an item.
+TX_GEOMETRY_API void countThreadsAsWorth(bool always);
+
 /// polledFor with a poll after every so many items: task(worker, begin, end) is called for pieces of the
-/// worker's run, in order. Without a callback a run is one piece.
+/// worker's run, in order. Without a callback a run is one piece. No more threads start than are worth it.
 template <class Task>
 bool inPieces(Polling& polling, uint64 itemCount, uint64 itemsPerPiece, uint32 threadCount, Task task)
 {
     const uint64 each = polling.hasCallback() ? std::max<uint64>(itemsPerPiece, 1) : itemCount;
-    return polledFor(polling, itemCount, threadCount,
+    return polledFor(polling, itemCount, threadsWorth(itemCount, itemsPerPiece, threadCount),
                      [&](uint32 worker, uint64 begin, uint64 end)
                      {
                          while (begin < end)

@@ -64,7 +64,7 @@ bool sortByDigit(const Array<uint64>& from, Array<uint64>& to, uint32 shift, std
 void radixSortByUpperHalf(Array<uint64>& items, uint32 threadCount, Polling& polling)
 {
     if (items.size() < 2) return;
-    std::vector<Histogram> counts(std::clamp(threadCount, 1u, items.size() / digitCount + 1));
+    std::vector<Histogram> counts(threadsWorth(items.size(), scatteredItems, threadCount));
     Array<uint64> other(items.size());
     for (uint32 shift = 32; shift < 64 && !polling.isStopped(); shift += digitBits)
         if (sortByDigit(items, other, shift, counts, polling)) items.swap(other);

@@ -150,7 +150,11 @@ template <class T>
 bool lowerAll(const DistanceTarget<T>& target, const MeshFaces& mesh, const Array<FaceReach>& reaches,
               uint32 threadCount, Polling& polling)
 {
-    std::vector<Slab<T>> slabs = makeSlabs(target, reaches, threadCount, polling);
+    double visits = 0;
+    for (const FaceReach& reach : reaches) visits += double{reach.visits};
+    const uint32 threads = threadsWorth(static_cast<uint64>(std::min(visits, 1e18)),
+                                        static_cast<uint64>(visitsPerRound), threadCount);
+    std::vector<Slab<T>> slabs = makeSlabs(target, reaches, threads, polling);
     if (polling.isStopped()) return false;
     const LongStep step(polling, target.size[0]);
     return polledFor(polling, slabs.size(), static_cast<uint32>(slabs.size()),

@@ -27,7 +27,8 @@ public:
     Array<CrossedCell> findCells(const CellRange& cells, uint32 threadCount, Polling& polling) const
     {
         const uint64 planes = cells.high.a - cells.low.a,
-                     workers = std::clamp<uint64>(threadCount, 1, planes);
+                     workers = std::min<uint64>(
+                         planes, threadsWorth(_field.heldCount(), scatteredItems, threadCount));
         std::vector<std::vector<CrossedCell>> found(workers);
         polledFor(polling, workers, threadCount,
                   [&](uint32, uint64 first, uint64 last)

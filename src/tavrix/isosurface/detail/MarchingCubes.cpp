@@ -60,7 +60,7 @@ bool Builder::forEachRow(Work work)
 bool Builder::countSlabs()
 {
     slabs.assign(std::size_t{slabCount()} + 1, {0, 0});
-    return polledFor(polling, slabCount(), threadCount,
+    return polledFor(polling, slabCount(), threadsWorth(grid.size, nodesPerPoll, threadCount),
                      [&](uint32, uint64 begin, uint64 end)
                      {
                          for (uint64 s = begin; s < end; ++s)
@@ -215,7 +215,7 @@ void Builder::fillSlabRange(uint32 begin, uint32 end)
 
 bool Builder::fillSlabs()
 {
-    return polledFor(polling, slabCount(), threadCount,
+    return polledFor(polling, slabCount(), threadsWorth(grid.size, nodesPerPoll, threadCount),
                      [this](uint32, uint64 begin, uint64 end)
                      { fillSlabRange(static_cast<uint32>(begin), static_cast<uint32>(end)); });
 }

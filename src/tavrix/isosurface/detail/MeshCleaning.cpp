@@ -21,7 +21,7 @@ template <class Change>
 std::vector<uint32> findCollapsedFaces(const Array<Index3>& faces, uint32 threadCount, Polling& polling,
                                        Change change)
 {
-    const uint32 workers = std::clamp(threadCount, 1u, faces.size() / 4096 + 1);
+    const uint32 workers = threadsWorth(faces.size(), scatteredItems, threadCount);
     std::vector<std::vector<uint32>> found(workers);
     polledFor(polling, workers, workers,
               [&](uint32, uint64 w, uint64)

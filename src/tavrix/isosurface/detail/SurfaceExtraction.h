@@ -110,7 +110,8 @@ bool classifySamples(const Source& source, const ExtractionOptions& options, Pol
                      SignRows& signs)
 {
     const CellRange& cells = options.cells;
-    return polledFor(polling, cells.high.a - cells.low.a + 1, options.threadCount,
+    return polledFor(polling, cells.high.a - cells.low.a + 1,
+                     threadsWorth(source.grid().size, nodesPerPoll, options.threadCount),
                      [&](uint32, uint64 begin, uint64 end)
                      {
                          PollCounter nodes(polling, nodesPerPoll);

@@ -81,7 +81,8 @@ Array<CrossedCell> TiledSource<T>::findCells(const CellRange& cells, uint32 thre
 {
     const std::vector<uint32> tiles = listTiles(polling);
     std::vector<std::vector<CrossedCell>> found(std::max(threadCount, 1u));
-    if (!polledFor(polling, tiles.size(), threadCount,
+    const uint64 nodeCount = tiles.size() * _field.getTileGrid().valuesPerTile();
+    if (!polledFor(polling, tiles.size(), threadsWorth(nodeCount, nodesPerPoll, threadCount),
                    [&](uint32 worker, uint64 begin, uint64 end)
                    {
                        TileVisitor visitor(*this, cells);

@@ -221,7 +221,7 @@ public:
                  Array<uint32>* openers, const Rank& rank)
         : _positions(positions),
           _tolerance(tolerance),
-          _workers(std::clamp(threadCount, 1u, positions.size() / 4096 + 1)),
+          _workers(threadsWorth(positions.size(), scatteredItems, threadCount)),
           _polling(polling),
           _openers(openers),
           _rank(rank)

@@ -4,6 +4,7 @@
 #include <numeric>
 #include <vector>
 
+#include <tavrix/foundation/detail/Polling.h>
 #include <tavrix/foundation/ParallelFor.h>
 
 namespace tavrix::detail
@@ -22,7 +23,7 @@ Array<uint32> numbersUpTo(uint32 count)
 /// The numbers of the faces with a corner that is marked, ascending.
 Array<uint32> facesAtMarked(const Array<Index3>& faces, const Array<uint8>& isMarked, uint32 threadCount)
 {
-    const uint32 workers = std::clamp(threadCount, 1u, faces.size() / 4096 + 1);
+    const uint32 workers = threadsWorth(faces.size(), scatteredItems, threadCount);
     std::vector<Array<uint32>> found(workers);
     parallelFor(workers, workers,
                 [&](uint32, uint64 w, uint64)

@@ -40,7 +40,7 @@ template <class Holds>
 std::vector<uint32> itemsWhere(uint32 itemCount, uint64 itemsPerPiece, uint32 threadCount, Polling& polling,
                                Holds holds)
 {
-    const uint32 runCount = std::max(threadCount, 1u);
+    const uint32 runCount = threadsWorth(itemCount, itemsPerPiece, threadCount);
     std::vector<std::vector<uint32>> runs(runCount);
     inTurns(polling, runCount, runCount,
             [&](uint32, uint64 r)

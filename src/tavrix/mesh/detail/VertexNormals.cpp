@@ -334,6 +334,7 @@ bool normalise(Vector3F* normals, uint64 count)
 bool calculateNormals(const NormalArrays& arrays, uint32 threadCount, Polling& polling)
 {
     const auto blockCount = static_cast<uint32>((uint64{arrays.faceCount} + blockSize - 1) / blockSize);
+    threadCount = threadsWorth(blockCount, blocksPerPiece, threadCount);
     if (arrays.nor)
         inPieces(polling, arrays.norCount, lightItems, threadCount,
                  [&](uint32, uint64 begin, uint64 end) {

@@ -47,7 +47,7 @@ std::vector<Sums> MeshParts::sumOver(uint32 threadCount, Polling& polling, Add a
     for (uint32 part = 0; part < count(); ++part)
         for (uint32 begin = _starts[part]; begin < _starts[part + 1]; begin += length)
             runs.push_back({part, begin, std::min(begin + length, _starts[part + 1])});
-    inTurns(polling, runs.size(), threadCount,
+    inTurns(polling, runs.size(), threadsWorth(_sorted.size(), scatteredItems, threadCount),
             [&](uint32, uint64 r)
             {
                 Sums sums{};

@@ -87,7 +87,8 @@ VertexRings::VertexRings(uint32 vertexCount, const Array<Index3>& faces, uint32 
 void VertexRings::collectCorners(const Array<Index3>& faces, uint32 threadCount, Polling& polling)
 {
     const FaceBatches batches(faces, threadCount, polling);
-    const uint32 vertexCount = _isOpen.size(), ranges = std::max(std::min(threadCount, vertexCount), 1u);
+    const uint32 vertexCount = _isOpen.size(),
+                 ranges = threadsWorth(vertexCount, scatteredItems, threadCount);
     const auto forEachRange = [&](auto task)
     {
         polledFor(polling, ranges, ranges,

@@ -16,7 +16,7 @@ inline constexpr uint32 pointsPerPoll = 1 << 11;
 template <class Task>
 bool forEachCell(const NeighbourGrid& grid, uint32 threadCount, Polling& polling, Task task)
 {
-    return polledFor(polling, grid.cellCount(), threadCount,
+    return polledFor(polling, grid.cellCount(), threadsWorth(grid.size(), pointsPerPoll, threadCount),
                      [&](uint32 worker, uint64 begin, uint64 end)
                      {
                          PollCounter points(polling, pointsPerPoll);

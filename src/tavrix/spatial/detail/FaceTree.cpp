@@ -3,7 +3,7 @@
 #include <atomic>
 #include <bit>
 
-#include <tavrix/foundation/ParallelFor.h>
+#include <tavrix/foundation/detail/Polling.h>
 #include <tavrix/spatial/BoxQueries.h>
 #include <tavrix/spatial/detail/TriangleBox.h>
 #include <tavrix/spatial/detail/WideTreeBuilder.h>
@@ -106,22 +106,27 @@ void setBox(WideNode& node, uint32 child, const Box3F& box)
 
 }  // namespace
 
-FaceTree::FaceTree(const MeshFaces& faces, uint32 threadCount)
+FaceTree::FaceTree(const MeshFaces& faces, uint32 threadCount, Polling& polling)
 {
-    WideTopology topology = buildWideTree(faces, threadCount);
+    WideTopology topology = buildWideTree(faces, threadCount, polling);
+    if (polling.isStopped()) return;
     _faces.resize(topology.order.size());
-    for (uint32 slot = 0; slot < _faces.size(); ++slot) _faces[slot].number = topology.order[slot];
     _nodes.resize(topology.nodes.size());
-    parallelFor(_nodes.size(), threadCount,
-                [&](uint32, uint64 begin, uint64 end)
-                {
-                    for (uint64 n = begin; n < end; ++n)
-                        std::copy(topology.nodes[n].begin(), topology.nodes[n].end(), _nodes[n].children);
-                });
-    refit(faces, 0, threadCount);
+    const auto takeFaces = [&](uint32, uint64 begin, uint64 end)
+    {
+        for (uint64 slot = begin; slot < end; ++slot) _faces[slot].number = topology.order[slot];
+    };
+    const auto takeNodes = [&](uint32, uint64 begin, uint64 end)
+    {
+        for (uint64 n = begin; n < end; ++n)
+            std::copy(topology.nodes[n].begin(), topology.nodes[n].end(), _nodes[n].children);
+    };
+    if (inPieces(polling, _faces.size(), scatteredItems, threadCount, takeFaces) &&
+        inPieces(polling, _nodes.size(), scatteredItems, threadCount, takeNodes))
+        refit(faces, 0, threadCount, polling);
 }
 
-void FaceTree::refit(const MeshFaces& faces, float margin, uint32 threadCount)
+void FaceTree::refit(const MeshFaces& faces, float margin, uint32 threadCount, Polling& polling)
 {
     constexpr float infinity = std::numeric_limits<float>::infinity();
     constexpr Box3F nothing{{infinity, infinity, infinity}, {-infinity, -infinity, -infinity}};
@@ -141,19 +146,24 @@ void FaceTree::refit(const MeshFaces& faces, float margin, uint32 threadCount)
             }
         return marks;
     };
-    parallelFor(_nodes.size(), threadCount,
-                [&](uint32, uint64 begin, uint64 end)
-                {
-                    uint64 marks = 0;
-                    for (uint64 n = begin; n < end; ++n) marks += fitToFaces(_nodes[n]);
-                    openEdges += marks;
-                });
+    constexpr uint64 nodesPerPiece = scatteredItems / 8;  // of some eight faces
+    inPieces(polling, _nodes.size(), nodesPerPiece, threadCount,
+             [&](uint32, uint64 begin, uint64 end)
+             {
+                 uint64 marks = 0;
+                 for (uint64 n = begin; n < end; ++n) marks += fitToFaces(_nodes[n]);
+                 openEdges += marks;
+             });
     _isClosed = openEdges == 0;
     // nodes come before those below them
-    for (uint32 n = _nodes.size(); n-- > 0;)
-        for (uint32 child = 0; child < WideNode::width; ++child)
-            if (const uint32 link = _nodes[n].children[child]; !WideNode::isFace(link))
-                setBox(_nodes[n], child, boxOf(_nodes[link]));
+    inPieces(polling, _nodes.size(), scatteredItems,
+             [&](uint64 begin, uint64 end)
+             {
+                 for (uint64 n = _nodes.size() - begin; n-- > _nodes.size() - end;)
+                     for (uint32 child = 0; child < WideNode::width; ++child)
+                         if (const uint32 link = _nodes[n].children[child]; !WideNode::isFace(link))
+                             setBox(_nodes[n], child, boxOf(_nodes[link]));
+             });
     _box = _nodes.empty() ? Box3F::empty() : boxOf(_nodes[0]);
     for (uint32 axis = 0; axis < 3; ++axis)
     {

@@ -16,11 +16,12 @@ namespace tavrix::detail
 class FaceTree
 {
 public:
-    FaceTree(const MeshFaces& faces, uint32 threadCount);
+    /// The tree means nothing once the polling has stopped.
+    FaceTree(const MeshFaces& faces, uint32 threadCount, Polling& polling);
 
     /// Takes the corners that the same faces have now, and widens boxes by `margin` as
     /// GeometryTree::recalculateMesh does.
-    void refit(const MeshFaces& faces, float margin, uint32 threadCount);
+    void refit(const MeshFaces& faces, float margin, uint32 threadCount, Polling& polling);
 
     uint32 faceCount() const { return _faces.size(); }
     /// Three corners a face, by the faces' numbers.

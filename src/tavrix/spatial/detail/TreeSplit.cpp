@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <vector>
 
+#include <tavrix/foundation/detail/Polling.h>
 #include <tavrix/foundation/ParallelFor.h>
 
 namespace tavrix::detail
@@ -87,7 +88,7 @@ bool distributeInBlocksIteration(Array<IntegratingEntry>& entries, Array<Integra
     for (uint32 b = 0; b < blocks.size(); ++b)
         if (blocks[b].count > largestBlock) large.push_back(b);
     std::vector<uint32> cuts(large.size());
-    parallelFor(large.size(), threadCount,
+    parallelFor(large.size(), threadsWorth(entries.size(), scatteredItems, threadCount),
                 [&](uint32, uint64 begin, uint64 end)
                 {
                     for (uint64 n = begin; n < end; ++n)

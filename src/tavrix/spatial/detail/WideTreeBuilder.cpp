@@ -7,9 +7,6 @@
 #include <stdexcept>
 #include <vector>
 
-#include <tavrix/foundation/detail/Polling.h>
-#include <tavrix/foundation/ParallelFor.h>
-
 namespace tavrix::detail
 {
 
@@ -225,17 +222,22 @@ private:
 class WideTreeBuilder
 {
 public:
-    WideTreeBuilder(Item* items, uint32 threadCount) : _items(items), _threadCount(threadCount) {}
+    /// Once the polling has stopped, runs hold any items.
+    WideTreeBuilder(Item* items, uint32 threadCount, Polling& polling)
+        : _items(items), _threadCount(threadCount), _polling(polling)
+    {
+    }
 
     /// The run of some items.
     Run runOf(uint32 begin, uint32 end) const
     {
         Run run{begin, end, 0, FourBox::empty(), FourBox::empty()};
-        for (uint32 n = begin; n < end; ++n)
-        {
-            run.box.extend(_items[n].box());
-            run.places.extend(_items[n].place());
-        }
+        forEach(run,
+                [&](uint32 n)
+                {
+                    run.box.extend(_items[n].box());
+                    run.places.extend(_items[n].place());
+                });
         return run;
     }
 
@@ -257,6 +259,20 @@ public:
     }
 
 private:
+    /// Calls each(n) for the items of a run, and polls in between. For none once it has stopped: boxes that
+    /// lack items then meet no items that they lack.
+    template <class Each>
+    void forEach(const Run& run, Each each) const
+    {
+        for (uint32 begin = run.begin; begin < run.end && !_polling.isStopped();)
+        {
+            const uint32 end = begin + std::min<uint32>(scatteredItems, run.end - begin);
+            for (uint32 n = begin; n < end; ++n) each(n);
+            if (end - begin == scatteredItems) _polling.goOn();
+            begin = end;
+        }
+    }
+
     /// Leaves the low half, and returns the high one.
     Run halve(Run& run) const
     {
@@ -268,15 +284,16 @@ private:
         // a swap for every item costs less than a guess whether one is needed
         FourBox places[2] = {FourBox::empty(), FourBox::empty()};
         uint32 middle = run.begin;
-        for (uint32 n = run.begin; n < run.end; ++n)
-        {
-            const Item item = _items[n];
-            const bool isHigh = slices.sliceOf(item, cut.axis) >= cut.slice;
-            places[isHigh].extend(item.place());
-            _items[n] = _items[middle];
-            _items[middle] = item;
-            middle += !isHigh;
-        }
+        forEach(run,
+                [&](uint32 n)
+                {
+                    const Item item = _items[n];
+                    const bool isHigh = slices.sliceOf(item, cut.axis) >= cut.slice;
+                    places[isHigh].extend(item.place());
+                    _items[n] = _items[middle];
+                    _items[middle] = item;
+                    middle += !isHigh;
+                });
         const Run high{middle, run.end, run.depth, cut.high, places[1]};
         run = {run.begin, middle, run.depth, cut.low, places[0]};
         return high;
@@ -297,27 +314,26 @@ private:
         const uint32 threads = std::min(_threadCount, run.size() / itemsOfThread);
         if (threads < 2)
         {
-            for (uint32 n = run.begin; n < run.end; ++n) slices.add(_items[n]);
+            forEach(run, [&](uint32 n) { slices.add(_items[n]); });
             return;
         }
         std::vector<Slices> parts(threads, slices);
-        parallelFor(threads, threads,
-                    [&](uint32, uint64 begin, uint64 end)
-                    {
-                        for (uint64 part = begin; part < end; ++part)
-                        {
-                            const uint64 first = run.begin + run.size() * part / threads,
-                                         last = run.begin + run.size() * (part + 1) / threads;
-                            Slices own = slices;
-                            for (uint64 n = first; n < last; ++n) own.add(_items[n]);
-                            parts[part] = own;
-                        }
-                    });
+        polledFor(_polling, threads, threads,
+                  [&](uint32, uint64 part, uint64)
+                  {
+                      Run share = run;
+                      share.begin = static_cast<uint32>(run.begin + uint64{run.size()} * part / threads);
+                      share.end = static_cast<uint32>(run.begin + uint64{run.size()} * (part + 1) / threads);
+                      Slices own = slices;
+                      forEach(share, [&](uint32 n) { own.add(_items[n]); });
+                      parts[part] = own;
+                  });
         for (const Slices& part : parts) slices.add(part);
     }
 
     Item* _items;
     uint32 _threadCount;
+    Polling& _polling;
 };
 
 WideLinks noLinks()
@@ -357,10 +373,11 @@ struct Branch
 constexpr uint32 itemsOfBranch = 1 << 14;
 
 /// Builds the nodes above the branches, which it returns.
-std::vector<Branch> buildTop(const WideTreeBuilder& builder, const Run& all, std::vector<WideLinks>& nodes)
+std::vector<Branch> buildTop(const WideTreeBuilder& builder, const Run& all, Polling& polling,
+                             std::vector<WideLinks>& nodes)
 {
     std::vector<Branch> open{{all, noIndex, 0}}, branches;
-    while (!open.empty())
+    while (!open.empty() && !polling.isStopped())
     {
         const Branch branch = open.back();
         open.pop_back();
@@ -381,7 +398,8 @@ std::vector<Branch> buildTop(const WideTreeBuilder& builder, const Run& all, std
 
 /// The nodes of the top, then those of one branch after the other.
 Array<WideLinks> joined(std::vector<WideLinks>& top, const std::vector<Branch>& branches,
-                        const std::vector<std::vector<WideLinks>>& below, uint32 threadCount)
+                        const std::vector<std::vector<WideLinks>>& below, uint32 threadCount,
+                        Polling& polling)
 {
     std::vector<uint32> first;
     std::size_t count = top.size();
@@ -393,38 +411,40 @@ Array<WideLinks> joined(std::vector<WideLinks>& top, const std::vector<Branch>& 
     }
     Array<WideLinks> nodes(Array<WideLinks>::checkedSize(count));
     std::copy(top.begin(), top.end(), nodes.begin());
-    parallelFor(branches.size(), threadCount,
-                [&](uint32, uint64 begin, uint64 end)
-                {
-                    for (uint64 b = begin; b < end; ++b)
-                    {
-                        WideLinks* to = nodes.data() + first[b];
-                        for (const WideLinks& links : below[b])
-                        {
-                            *to = links;
-                            for (uint32& child : *to++)
-                                if (!WideNode::isFace(child)) child += first[b];
-                        }
-                    }
-                });
+    polledFor(polling, branches.size(), threadsWorth(count, scatteredItems, threadCount),
+              [&](uint32, uint64 begin, uint64 end)
+              {
+                  PollCounter copied(polling, scatteredItems);
+                  for (uint64 b = begin; b < end && copied.add(below[b].size()); ++b)
+                  {
+                      WideLinks* to = nodes.data() + first[b];
+                      for (const WideLinks& links : below[b])
+                      {
+                          *to = links;
+                          for (uint32& child : *to++)
+                              if (!WideNode::isFace(child)) child += first[b];
+                      }
+                  }
+              });
     return nodes;
 }
 
-Array<WideLinks> buildNodes(Array<Item>& items, uint32 threadCount)
+Array<WideLinks> buildNodes(Array<Item>& items, uint32 threadCount, Polling& polling)
 {
-    const WideTreeBuilder together(items.data(), threadCount), alone(items.data(), 1);
+    const WideTreeBuilder together(items.data(), threadCount, polling), alone(items.data(), 1, polling);
     std::vector<WideLinks> top;
-    const std::vector<Branch> branches = buildTop(together, together.runOf(0, items.size()), top);
+    const std::vector<Branch> branches = buildTop(together, together.runOf(0, items.size()), polling, top);
+    if (polling.isStopped()) return {};
     std::vector<std::vector<WideLinks>> below(branches.size());
-    Polling none(nullptr);
-    inTurns(none, branches.size(), threadCount,
-            [&](uint32, uint64 b) { buildBelow(alone, branches[b].run, below[b]); });
-    return joined(top, branches, below, threadCount);
+    if (!inTurns(polling, branches.size(), threadCount,
+                 [&](uint32, uint64 b) { buildBelow(alone, branches[b].run, below[b]); }))
+        return {};
+    return joined(top, branches, below, threadCount, polling);
 }
 
 }  // namespace
 
-WideTopology buildWideTree(const MeshFaces& faces, uint32 threadCount)
+WideTopology buildWideTree(const MeshFaces& faces, uint32 threadCount, Polling& polling)
 {
     if (faces.faceCount > Item::mostFaces) throw std::length_error("tavrix::MeshCollider: too many faces");
     WideTopology tree;
@@ -432,14 +452,15 @@ WideTopology buildWideTree(const MeshFaces& faces, uint32 threadCount)
     Array<Item> items(faces.faceCount);
     const auto forAll = [&](auto each)
     {
-        parallelFor(items.size(), threadCount,
-                    [&](uint32, uint64 begin, uint64 end)
-                    {
-                        for (uint64 n = begin; n < end; ++n) each(static_cast<uint32>(n));
-                    });
+        return inPieces(polling, items.size(), scatteredItems, threadCount,
+                        [&](uint32, uint64 begin, uint64 end)
+                        {
+                            for (uint64 n = begin; n < end; ++n) each(static_cast<uint32>(n));
+                        });
     };
-    forAll([&](uint32 n) { items[n] = Item(faces.box(n), n); });
-    tree.nodes = buildNodes(items, threadCount);
+    if (!forAll([&](uint32 n) { items[n] = Item(faces.box(n), n); })) return tree;
+    tree.nodes = buildNodes(items, threadCount, polling);
+    if (polling.isStopped()) return tree;
     tree.order.resize(items.size());
     forAll([&](uint32 n) { tree.order[n] = items[n].face(); });
     return tree;

@@ -3,6 +3,7 @@
 #include <array>
 
 #include <tavrix/foundation/Array.h>
+#include <tavrix/foundation/detail/Polling.h>
 #include <tavrix/mesh/detail/MeshFaces.h>
 #include <tavrix/spatial/detail/WideNode.h>
 
@@ -25,7 +26,7 @@ struct WideTopology
 /// Construction of SAH-based Bounding Volume Hierarchies, Symposium on Interactive Ray Tracing 2007), the run
 /// of the largest surface in a node first, until there are eight or all have eight faces at most. O(n log n);
 /// the same for every thread count. Sides that are not finite count as far away. More than 2^30 faces throw
-/// std::length_error.
-WideTopology buildWideTree(const MeshFaces& faces, uint32 threadCount);
+/// std::length_error. What it returns means nothing once the polling has stopped.
+WideTopology buildWideTree(const MeshFaces& faces, uint32 threadCount, Polling& polling);
 
 }  // namespace tavrix::detail
