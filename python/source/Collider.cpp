@@ -54,13 +54,14 @@ Hits hitsOf(Array<MeshPoint>&& points)
     return {viewOf(reinterpret_cast<const uint8*>(kept->data()), bytes, owner, true)};
 }
 
-std::unique_ptr<ColliderObject> makeCollider(const MeshObject& mesh, const Threads& threads)
+std::unique_ptr<ColliderObject> makeCollider(const MeshObject& mesh, const Threads& threads,
+                                             const py::object& progress)
 {
     const uint32 count = threadsOf(threads);
     auto made = std::make_unique<ColliderObject>();
     const Reading reading(mesh);
-    const py::gil_scoped_release release;
-    made->collider.create(mesh.mesh, count);
+    longStage(progress, "tree",
+              [&](CancelCallback callback) { made->collider.create(mesh.mesh, count, callback); });
     return made;
 }
 
@@ -201,7 +202,8 @@ void bindCollider(py::module_& module)
     >>> tavrix.Collider(tavrix.Mesh.sphere()).contains([[0, 0, 0], [2, 0, 0]]).tolist()
     [True, False]
     )")
-        .def(py::init(&makeCollider), py::arg("mesh"), py::kw_only(), py::arg("threads") = py::none())
+        .def(py::init(&makeCollider), py::arg("mesh"), py::kw_only(), py::arg("threads") = py::none(),
+             py::arg("progress") = py::none())
         .def(
             "cast_rays", &castRays, py::arg("origins"), py::arg("directions"), py::kw_only(),
             py::arg("limit") = infinity, py::arg("threads") = py::none(), py::arg("progress") = py::none(),

@@ -230,10 +230,8 @@ py::array gradientsOf(const FieldObject& self, const Threads& threads)
         [&]<class Value>(const ScalarField3<Value, double>& field)
         {
             Vector3Field3<Value, double> gradients;
-            {
-                const py::gil_scoped_release release;
-                field.gradient(gradients, count);
-            }
+            longStage(py::none(), "gradients",
+                      [&](CancelCallback callback) { field.gradient(gradients, count, callback); });
             const auto shape = std::vector<py::ssize_t>{field.sizeX(), field.sizeY(), field.sizeZ(), 3};
             return py::array(givenAway(std::move(gradients.refArrVectors())).reshape(shape));
         });
@@ -241,7 +239,7 @@ py::array gradientsOf(const FieldObject& self, const Threads& threads)
 
 std::unique_ptr<FieldObject> diffused(const FieldObject& self, double amount, double dissipation,
                                       const std::string& mode, double low, double high,
-                                      const Threads& threads)
+                                      const Threads& threads, const py::object& progress)
 {
     if (!(amount >= 0) || !std::isfinite(amount))
         throw py::value_error("amount: expected a finite number of 0 and more");
@@ -256,13 +254,15 @@ std::unique_ptr<FieldObject> diffused(const FieldObject& self, double amount, do
                 {{"explicit", Field::TX_FIELD_DIFFUSE_EXPLICIT},
                  {"implicit", Field::TX_FIELD_DIFFUSE_IMPLICIT}});
             auto copy = std::make_unique<Field>();
-            {
-                const py::gil_scoped_release release;
-                *copy = field;
-                const auto perNode = static_cast<Value>(amount / static_cast<double>(field.size()));
-                copy->diffuse_dissipate(1, perNode, static_cast<Value>(dissipation), count, solver,
-                                        static_cast<Value>(low), static_cast<Value>(high));
-            }
+            longStage(progress, "diffuse",
+                      [&](CancelCallback callback)
+                      {
+                          *copy = field;
+                          const auto perNode = static_cast<Value>(amount / static_cast<double>(field.size()));
+                          copy->diffuse_dissipate(1, perNode, static_cast<Value>(dissipation), count, solver,
+                                                  static_cast<Value>(low), static_cast<Value>(high),
+                                                  callback);
+                      });
             return objectOf(std::move(copy));
         });
 }
@@ -321,6 +321,7 @@ void bindQueries(py::class_<FieldObject>& type)
         .def("diffuse", &diffused, py::arg("amount"), py::kw_only(), py::arg("dissipation") = 0.0,
              py::arg("mode") = "implicit", py::arg("low") = -std::numeric_limits<double>::infinity(),
              py::arg("high") = std::numeric_limits<double>::infinity(), py::arg("threads") = py::none(),
+             py::arg("progress") = py::none(),
              R"(The field blurred and faded.
 
     amount: of diffusion, in node spacings squared; mode 'explicit' makes one step, stable up to 1/6, and 'implicit'

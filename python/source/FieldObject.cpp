@@ -2,7 +2,11 @@
 
 #include <limits>
 
+#include <algorithm>
+
 #include <tavrix/foundation/ParallelFor.h>
+
+#include "LongCall.h"
 
 namespace tavrix::python
 {
@@ -37,14 +41,18 @@ py::array answersAt(py::handle points, const std::optional<py::ssize_t>& threads
     const ArrayIn<Vector3D> in(points, "points");
     const uint32 count = in.size() < pointsForThreads ? 1 : threadsOf(threads);
     Array<Result> results(in.size());
-    {
-        const py::gil_scoped_release release;
-        parallelFor(in.size(), count,
-                    [&](uint32, uint64 begin, uint64 end)
-                    {
-                        for (uint64 n = begin; n < end; ++n) results[n] = answer(in.array()[n]);
-                    });
-    }
+    longStage(py::none(), "points",
+              [&](CancelCallback callback)
+              {
+                  const uint64 each = uint64{count} << 17;  // some 20 ms
+                  for (uint64 done = 0; done < in.size() && callback() == 0; done += each)
+                      parallelFor(std::min(each, in.size() - done), count,
+                                  [&](uint32, uint64 begin, uint64 end)
+                                  {
+                                      for (uint64 n = done + begin; n < done + end; ++n)
+                                          results[n] = answer(in.array()[n]);
+                                  });
+              });
     return givenAway(std::move(results));
 }
 

@@ -115,12 +115,16 @@ Made changedCopy(const LevelSetObject& self, const py::object& progress, const C
     return copy;
 }
 
-/// Makes room on the grid, and distances far enough, for what reaches outwards and inwards.
-void makeRoom(LevelSet& surface, const LevelSetExtent& extent, uint32 threads, CancelCallback callback)
+/// Makes room on the grid, and distances far enough, for what reaches outwards and inwards; false when
+/// stopped.
+bool makeRoom(LevelSet& surface, const LevelSetExtent& extent, uint32 threads, CancelCallback callback)
 {
     const double nodes = std::ceil(extent.outermost / extent.spacing);
+    if (callback() != 0) return false;
     if (nodes > 0) surface = grownGrid(surface, static_cast<uint32>(nodes));
+    if (callback() != 0) return false;
     widenBandTo(surface, bandFor(extent, surface.getField().getGrid().box), threads, callback);
+    return callback() == 0;
 }
 
 void confirmGrowth(const LevelSetObject& self, double distance)
@@ -138,13 +142,13 @@ Made grown(const LevelSetObject& self, double distance, const Threads& threads, 
     if (!std::isfinite(distance)) throw py::value_error("distance: expected a finite number");
     confirmGrowth(self, distance);
     const uint32 count = threadsOf(threads);
-    return changedCopy(self, progress,
-                       [&](LevelSet& surface, CancelCallback callback)
-                       {
-                           makeRoom(surface, LevelSetExtent::forOffset(self.spacing(), distance), count,
-                                    callback);
-                           offsetOutwards(surface, distance);
-                       });
+    return changedCopy(
+        self, progress,
+        [&](LevelSet& surface, CancelCallback callback)
+        {
+            if (makeRoom(surface, LevelSetExtent::forOffset(self.spacing(), distance), count, callback))
+                offsetOutwards(surface, distance);
+        });
 }
 
 Made hollowed(const LevelSetObject& self, double thickness, const Threads& threads,
@@ -152,13 +156,13 @@ Made hollowed(const LevelSetObject& self, double thickness, const Threads& threa
 {
     positive(thickness, "thickness");
     const uint32 count = threadsOf(threads);
-    return changedCopy(self, progress,
-                       [&](LevelSet& surface, CancelCallback callback)
-                       {
-                           makeRoom(surface, LevelSetExtent::forOffset(self.spacing(), 0, thickness), count,
-                                    callback);
-                           hollowOut(surface, thickness);
-                       });
+    return changedCopy(
+        self, progress,
+        [&](LevelSet& surface, CancelCallback callback)
+        {
+            if (makeRoom(surface, LevelSetExtent::forOffset(self.spacing(), 0, thickness), count, callback))
+                hollowOut(surface, thickness);
+        });
 }
 
 Made redistanced(const LevelSetObject& self, const std::optional<double>& band, const Threads& threads,

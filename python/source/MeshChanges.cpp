@@ -79,8 +79,9 @@ py::object welded(const MeshObject& self, const std::vector<double>& tolerances,
                   mesh.setName(self.mesh.getName());
                   mesh.refPos() = self.mesh.pos();
                   mesh.refTrindexPos() = self.mesh.trindexPos();
-                  weldVertices(mesh.refPos(), mesh.refTrindexPos(), tolerances, dropThin);
-                  separateSheets(mesh, joinsEqualOnly ? BackToBack::Keep : BackToBack::Drop);
+                  if (!weldVertices(mesh.refPos(), mesh.refTrindexPos(), tolerances, dropThin, callback))
+                      return;
+                  separateSheets(mesh, joinsEqualOnly ? BackToBack::Keep : BackToBack::Drop, callback);
                   dropUnusedPositions(mesh);
                   renewNormals(mesh, !self.mesh.nor().empty(), count, callback);
               });
@@ -115,8 +116,8 @@ py::object repaired(const MeshObject& self, const py::object& progress)
                            const bool had = !mesh.nor().empty();
                            dropNormals(mesh);
                            dropInfiniteFaces(mesh);
-                           joinEqualPositions(mesh);
-                           orientMixedParts(mesh);
+                           joinEqualPositions(mesh, callback);
+                           orientMixedParts(mesh, callback);
                            dropUnusedPositions(mesh);
                            renewNormals(mesh, had, 1, callback);
                        });
@@ -134,12 +135,15 @@ py::object flipped(const MeshObject& self)
 
 py::object withoutCavities(const MeshObject& self, const py::object& progress)
 {
-    return changedCopy(self, progress, "cavities", [&](Mesh& mesh, CancelCallback) { fillCavities(mesh); });
+    return changedCopy(self, progress, "cavities",
+                       [&](Mesh& mesh, CancelCallback callback) { fillCavities(mesh, callback); });
 }
 
 py::object withSeparateSheets(const MeshObject& self, const py::object& progress)
 {
-    return changedCopy(self, progress, "sheets", [&](Mesh& mesh, CancelCallback) { separateSheets(mesh); });
+    return changedCopy(self, progress, "sheets",
+                       [&](Mesh& mesh, CancelCallback callback)
+                       { separateSheets(mesh, BackToBack::Drop, callback); });
 }
 
 /// Raises what says why there is no reshaped solid.

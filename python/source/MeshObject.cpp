@@ -234,6 +234,16 @@ auto computed(const MeshObject& self, const Compute& compute)
     return compute(self.mesh);
 }
 
+/// The same for what takes a callback and may take long.
+template <class Result>
+Result examined(const MeshObject& self, const char* stage, Result (*examine)(const Mesh&, CancelCallback))
+{
+    const Reading reading(self);
+    Result result{};
+    longStage(py::none(), stage, [&](CancelCallback callback) { result = examine(self.mesh, callback); });
+    return result;
+}
+
 py::array faceNormals(const MeshObject& self)
 {
     Array<Wector3F> normals;
@@ -419,7 +429,7 @@ void bindMeasures(py::class_<MeshObject>& type)
     6.0
     )")
         .def_property_readonly(
-            "topology", [](const MeshObject& self) { return computed(self, computeTopology); },
+            "topology", [](const MeshObject& self) { return examined(self, "topology", computeTopology); },
             R"(How the faces hang together: counts of edges, borders and the like.
 
     >>> tavrix.Mesh.sphere().topology.boundary_edges
@@ -427,14 +437,15 @@ void bindMeasures(py::class_<MeshObject>& type)
     )")
         .def_property_readonly(
             "is_closed",
-            [](const MeshObject& self) { return computed(self, computeEdgeTopology).isClosed(); },
+            [](const MeshObject& self) { return examined(self, "topology", computeEdgeTopology).isClosed(); },
             R"(Whether there are faces, and every edge is of two or more.
 
     >>> tavrix.Mesh([[0, 0, 0], [1, 0, 0], [0, 1, 0]], [[0, 1, 2]]).is_closed
     False
     )")
         .def_property_readonly(
-            "part_count", [](const MeshObject& self) { return computed(self, countPartsAndCavities).parts; },
+            "part_count",
+            [](const MeshObject& self) { return examined(self, "parts", countPartsAndCavities).parts; },
             R"(How many parts the mesh has that share no vertex; cavities count.
 
     >>> tavrix.Mesh.sphere().part_count
@@ -442,7 +453,7 @@ void bindMeasures(py::class_<MeshObject>& type)
     )")
         .def_property_readonly(
             "cavity_count",
-            [](const MeshObject& self) { return computed(self, countPartsAndCavities).cavities; },
+            [](const MeshObject& self) { return examined(self, "parts", countPartsAndCavities).cavities; },
             R"(How many of the parts are sealed hollows in others.
 
     >>> tavrix.Mesh.sphere().cavity_count

@@ -66,11 +66,12 @@ py::array neighbourCounts(const py::object& positions, double radius, const Thre
     positive(radius, "radius");
     const uint32 count = threadsOf(threads);
     Array<uint32> counts;
-    {
-        const py::gil_scoped_release release;
-        const NeighbourGrid grid(in.array(), radius / 2, count);
-        counts = countNeighbours(grid, in.array(), radius, count);
-    }
+    longStage(py::none(), "neighbours",
+              [&](CancelCallback callback)
+              {
+                  const NeighbourGrid grid(in.array(), radius / 2, count);
+                  counts = countNeighbours(grid, in.array(), radius, count, noIndex, callback);
+              });
     return givenAway(std::move(counts));
 }
 
@@ -80,10 +81,9 @@ py::array strays(const py::object& positions, double radius, uint32 least, const
     positive(radius, "radius");
     const uint32 count = threadsOf(threads);
     Array<uint32> numbers;
-    {
-        const py::gil_scoped_release release;
-        numbers = findStrays(in.array(), radius, least, count);
-    }
+    longStage(py::none(), "strays",
+              [&](CancelCallback callback)
+              { numbers = findStrays(in.array(), radius, least, count, callback); });
     return givenAway(std::move(numbers));
 }
 

@@ -330,6 +330,7 @@ class Field:
         low: float = ...,
         high: float = ...,
         threads: Optional[int] = None,
+        progress: _Progress = None,
     ) -> Field: ...
     def extract(
         self,
@@ -415,7 +416,7 @@ class Hits:
     def __len__(self) -> int: ...
 
 class Collider:
-    def __init__(self, mesh: Mesh, *, threads: Optional[int] = None) -> None: ...
+    def __init__(self, mesh: Mesh, *, threads: Optional[int] = None, progress: _Progress = None) -> None: ...
     def cast_rays(
         self,
         origins: ArrayLike,

@@ -42,6 +42,13 @@ def test_a_bar_goes_to_standard_error_and_away(capfd):
 BIG = numpy.random.default_rng(1).random((250, 250, 250), "f4")
 
 
+def chained(mesh):
+    """Calls that only together take long enough."""
+    while True:
+        mesh.repair().weld(1e-6).separate_sheets().fill_cavities().topology
+        tavrix.Collider(mesh)
+
+
 @pytest.mark.parametrize(
     "work",
     [
@@ -49,8 +56,10 @@ BIG = numpy.random.default_rng(1).random((250, 250, 250), "f4")
         lambda: tavrix.marching_cubes(BIG, 0.5),
         lambda: tavrix.Mesh.sphere().offset(0.1, 0.004),
         lambda: tavrix.Field.from_particles(scene(), 1.0, 0.1),
+        lambda: tavrix.Field(BIG).diffuse(1),
+        lambda: chained(tavrix.marching_cubes(BIG[:100, :100, :100], 0.5)),
     ],
-    ids=["reconstruct", "marching_cubes", "offset", "from_particles"],
+    ids=["reconstruct", "marching_cubes", "offset", "from_particles", "diffuse", "mesh operations"],
 )
 def test_ctrl_c_stops_a_long_call(work):
     signal.signal(signal.SIGINT, signal.default_int_handler)  # what runs in the background may ignore it

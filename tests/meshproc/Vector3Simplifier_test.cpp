@@ -1,5 +1,6 @@
 #include <tavrix/meshproc/Vector3Simplifier.h>
 
+#include <array>
 #include <cstring>
 #include <functional>
 #include <limits>
@@ -7,10 +8,13 @@
 
 #include <gtest/gtest.h>
 
+#include <tavrix/meshproc/VertexWelding.h>
+
 #if !defined(_WIN32)
 #include "FailingAllocations.h"
 #endif
 #include "meshproc/SimplifierOracle.h"
+#include "Polls.h"
 
 using namespace tavrix;
 
@@ -277,6 +281,27 @@ TEST(PolyParam, HoldsSoManyAndNoMore)
     EXPECT_THROW(params.push_back(3.0f), std::length_error);
     EXPECT_EQ(params.size(), 2u);
     EXPECT_EQ(params.back(), 2.0f);
+}
+
+TEST(Vector3Simplifier, EveryPollCanStopAWelding)
+{
+    std::mt19937 random(5);
+    const auto coordinate = [&] { return static_cast<double>(random() % 50) / 10; };
+    Points points;
+    Triangles faces;
+    for (uint32 n = 0; n < 300'000; ++n) points.push_back({coordinate(), coordinate(), coordinate()});
+    for (uint32 n = 0; n < 100'000; ++n) faces.push_back({3 * n, 3 * n + 1, 3 * n + 2});
+    Points welded;
+    Triangles left;
+    const auto weld = [&](CancelCallback callback)
+    {
+        welded = points;
+        left = faces;
+        return weldVertices(welded, left, std::array{0.0, 0.15}, false, callback);
+    };
+    EXPECT_GE(test::stopAtPolls(8, weld, [&] { EXPECT_TRUE(welded == points && left == faces); }), 8);
+    EXPECT_TRUE(weld(nullptr));
+    EXPECT_LT(welded.size(), points.size());
 }
 
 #if !defined(_WIN32)

@@ -110,10 +110,10 @@ public:
     /// Gauss-Seidel passes, in monoindex order and in place, of v = (a (sum of the six neighbours) + f0) /
     /// (6a + 1), f0 the field before the call. Neighbours beyond a face are the face's node itself. Each new
     /// value becomes v - v d, clamped to [minValue, maxValue]. Another mode changes nothing. Both modes give
-    /// the same bytes for every thread count.
+    /// the same bytes for every thread count. Some samples are changed when the callback stopped it.
     void diffuse_dissipate(Value timeStep, Value diffusion, Value dissipation, uint32 threadCount,
-                           typename Base::DiffuseDissipateSolverMode mode, Value minValue,
-                           Value maxValue) requires std::floating_point<Value>;
+                           typename Base::DiffuseDissipateSolverMode mode, Value minValue, Value maxValue,
+                           CancelCallback callback = nullptr) requires std::floating_point<Value>;
 
 protected:
     bool applyParticles(const detail::ParticleChange<Value, Coord>& change) override;

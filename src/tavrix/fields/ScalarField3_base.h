@@ -294,9 +294,10 @@ public:
         const Vector3<Coord>& point, const GradTypes& types,
         Value threshold) const requires std::floating_point<Value>;
 
-    /// Gives the vector field this field's grid, place included, and every node (gradx, grady, gradz).
-    void gradient(Vector3Field3<Value, Coord>& out,
-                  uint32 threadCount = 1) const requires std::floating_point<Value>;
+    /// Gives the vector field this field's grid, place included, and every node (gradx, grady, gradz), until
+    /// the callback stops it.
+    void gradient(Vector3Field3<Value, Coord>& out, uint32 threadCount = 1,
+                  CancelCallback callback = nullptr) const requires std::floating_point<Value>;
     /// Gives every mesh vertex the unit gradient at its position as normal: the direction in which the field
     /// grows, as the faces wind that the surface extractor makes. "Nor" gets one normal a position and
     /// "TrindexNor" the position triples. Vertices outside the box by less than 2^-13 separations count as on

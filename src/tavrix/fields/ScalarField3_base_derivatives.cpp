@@ -1,3 +1,5 @@
+#include <algorithm>
+
 #include <tavrix/fields/detail/NodeDerivatives.h>
 #include <tavrix/fields/detail/NodeSamples.h>
 #include <tavrix/fields/ScalarField3_base.h>
@@ -226,18 +228,21 @@ Tuple2<bool, Vector3<Value>> ScalarField3_base<Value, Coord>::evalGradSafe_useTh
 }
 
 template <class Value, class Coord>
-void ScalarField3_base<Value, Coord>::gradient(Vector3Field3<Value, Coord>& out,
-                                               uint32 threadCount) const requires std::floating_point<Value>
+void ScalarField3_base<Value, Coord>::gradient(
+    Vector3Field3<Value, Coord>& out, uint32 threadCount,
+    CancelCallback callback) const requires std::floating_point<Value>
 {
     out.reset(_grid);
     if (_grid.size == 0) return;
+    detail::Polling polling(callback);
+    const uint64 planesPerPiece = detail::lightItems / std::max(_grid.sizeYZ, 1u) + 1;
     detail::withSamples(
         *this,
         [&](const auto& samples)
         {
-            parallelFor(_grid.sizeX, detail::threadsWorth(_grid.size, detail::lightItems, threadCount),
-                        [&](uint32, uint64 begin, uint64 end)
-                        { gradientOfPlanes(_grid, samples, begin, end, out.refArrVectors().data()); });
+            inPieces(polling, _grid.sizeX, planesPerPiece, threadCount,
+                     [&](uint32, uint64 begin, uint64 end)
+                     { gradientOfPlanes(_grid, samples, begin, end, out.refArrVectors().data()); });
         });
 }
 
@@ -305,7 +310,8 @@ void ScalarField3_base<Value, Coord>::computeFieldNormals(
         const Vector3<Coord>&, const GradTypes&) const;                                                     \
     template Tuple2<bool, Vector3<Value>> ScalarField3_base<Value, Coord>::evalGradSafe_useThreshold(       \
         const Vector3<Coord>&, const GradTypes&, Value) const;                                              \
-    template void ScalarField3_base<Value, Coord>::gradient(Vector3Field3<Value, Coord>&, uint32) const;    \
+    template void ScalarField3_base<Value, Coord>::gradient(Vector3Field3<Value, Coord>&, uint32,           \
+                                                            CancelCallback) const;                          \
     template void ScalarField3_base<Value, Coord>::computeFieldNormals(Mesh&, uint32) const;
 TX_FOR_EACH_REAL_SCALAR_FIELD(TX_INSTANTIATE)
 #undef TX_INSTANTIATE

@@ -54,9 +54,9 @@ public:
     {
     }
 
-    void run(const detail::DiffusionStep<Value>& step)
+    void run(const detail::DiffusionStep<Value>& step, detail::Polling& polling)
     {
-        for (uint32 i = _begin; i < _end; ++i)
+        for (uint32 i = _begin; i < _end && polling.goOn(); ++i)
         {
             Value* plane = _samples + i * _plane;
             std::copy_n(plane, _plane, _current.begin());
@@ -92,7 +92,7 @@ private:
 
 template <class Value, class Coord>
 void diffuseExplicitly(const GridDescription3<Coord>& grid, Value* samples,
-                       const detail::DiffusionStep<Value>& step, uint32 threadCount)
+                       const detail::DiffusionStep<Value>& step, uint32 threadCount, detail::Polling& polling)
 {
     const uint32 workers =
         std::min(detail::threadsWorth(grid.size, 4 * detail::lightItems, threadCount), grid.sizeX);
@@ -101,7 +101,7 @@ void diffuseExplicitly(const GridDescription3<Coord>& grid, Value* samples,
         slabs.emplace_back(samples, grid.sizeX, grid.sizeY, grid.sizeZ,
                            static_cast<uint32>(w * grid.sizeX / workers),
                            static_cast<uint32>((w + 1) * grid.sizeX / workers));
-    parallelFor(workers, workers, [&](uint32, uint64 w, uint64) { slabs[w].run(step); });
+    polledFor(polling, workers, workers, [&](uint32, uint64 w, uint64) { slabs[w].run(step, polling); });
 }
 
 /// Relaxes a few rows that follow each other in y. Each row starts one node behind the one before it, so
@@ -150,13 +150,13 @@ void relaxPlane(const GridDescription3<Coord>& grid, Value* samples, const Value
 /// and the result is that of one pass after the other.
 template <class Value, class Coord>
 void diffuseImplicitly(const GridDescription3<Coord>& grid, Array<Value>& samples,
-                       const detail::DiffusionStep<Value>& step, uint32 threadCount)
+                       const detail::DiffusionStep<Value>& step, uint32 threadCount, detail::Polling& polling)
 {
     constexpr uint32 passCount = 20;
     const Array<Value> source(samples);
     const uint32 threads =
         detail::threadsWorth(uint64{passCount} * grid.sizeYZ, detail::lightItems, threadCount);
-    for (uint32 t = 0; t < grid.sizeX + 2 * (passCount - 1); ++t)
+    for (uint32 t = 0; t < grid.sizeX + 2 * (passCount - 1) && polling.goOn(); ++t)
     {
         const uint32 first = t < grid.sizeX ? 0 : (t - grid.sizeX) / 2 + 1;
         const uint32 end = std::min(t / 2 + 1, passCount);
@@ -173,18 +173,18 @@ void diffuseImplicitly(const GridDescription3<Coord>& grid, Array<Value>& sample
 }  // namespace
 
 template <class Value, class Coord>
-void ScalarField3<Value, Coord>::diffuse_dissipate(Value timeStep, Value diffusion, Value dissipation,
-                                                   uint32 threadCount,
-                                                   typename Base::DiffuseDissipateSolverMode mode,
-                                                   Value minValue,
-                                                   Value maxValue) requires std::floating_point<Value>
+void ScalarField3<Value, Coord>::diffuse_dissipate(
+    Value timeStep, Value diffusion, Value dissipation, uint32 threadCount,
+    typename Base::DiffuseDissipateSolverMode mode, Value minValue, Value maxValue,
+    CancelCallback callback) requires std::floating_point<Value>
 {
     if (_samples.empty()) return;
     const auto step = detail::diffusionStep(_grid.size, timeStep, diffusion, dissipation, minValue, maxValue);
+    detail::Polling polling(callback);
     if (mode == Base::TX_FIELD_DIFFUSE_EXPLICIT)
-        diffuseExplicitly(_grid, _samples.data(), step, threadCount);
+        diffuseExplicitly(_grid, _samples.data(), step, threadCount, polling);
     else if (mode == Base::TX_FIELD_DIFFUSE_IMPLICIT)
-        diffuseImplicitly(_grid, _samples, step, threadCount);
+        diffuseImplicitly(_grid, _samples, step, threadCount, polling);
     else
         return;
     _flags |= Base::flagChanged;
@@ -193,7 +193,7 @@ void ScalarField3<Value, Coord>::diffuse_dissipate(Value timeStep, Value diffusi
 #define TX_INSTANTIATE(Value, Coord)                                                                       \
     template void ScalarField3<Value, Coord>::diffuse_dissipate(                                           \
         Value, Value, Value, uint32, typename ScalarField3_base<Value, Coord>::DiffuseDissipateSolverMode, \
-        Value, Value);
+        Value, Value, CancelCallback);
 TX_FOR_EACH_REAL_SCALAR_FIELD(TX_INSTANTIATE)
 #undef TX_INSTANTIATE
 

@@ -16,6 +16,9 @@ namespace tavrix
 namespace
 {
 
+using detail::PolledNumbers;
+using detail::Polling;
+
 struct Part
 {
     Vector3D origin;    ///< one of its positions
@@ -34,34 +37,46 @@ struct Parts
     uint32 of(const Index3& face) const { return ofPosition[face.a]; }
 };
 
-Array<uint32> rootsOf(const Mesh& mesh)
+PolledNumbers facesOf(const Mesh& mesh, Polling& polling)
 {
-    detail::UnionFind sets(mesh.getPosSize());
-    for (const Index3& face : mesh.trindexPos())
+    return {mesh.getFacesSize(), detail::scatteredItems, polling};
+}
+
+PolledNumbers positionsOf(const Mesh& mesh, Polling& polling)
+{
+    return {mesh.getPosSize(), detail::scatteredItems, polling};
+}
+
+Array<uint32> rootsOf(const Mesh& mesh, Polling& polling)
+{
+    detail::UnionFind sets(mesh.getPosSize(), polling);
+    for (const uint32 f : facesOf(mesh, polling))
     {
+        const Index3& face = mesh.trindexPos()[f];
         sets.unite(face.a, face.b);
         sets.unite(face.a, face.c);
     }
     Array<uint32> roots(mesh.getPosSize());
-    for (uint32 n = 0; n < roots.size(); ++n) roots[n] = sets.find(n);
+    for (const uint32 n : positionsOf(mesh, polling)) roots[n] = sets.find(n);
     return roots;
 }
 
-Parts findParts(const Mesh& mesh)
+Parts findParts(const Mesh& mesh, Polling& polling)
 {
     const Array<Vector3D>& pos = mesh.pos();
-    Parts parts{rootsOf(mesh), {}};
+    Parts parts{rootsOf(mesh, polling), {}};
     Array<uint8> isUsed(pos.size(), uint8{0});
-    for (const Index3& face : mesh.trindexPos()) isUsed[face.a] = isUsed[face.b] = isUsed[face.c] = 1;
+    for (const uint32 f : facesOf(mesh, polling))
+        for (uint32 c = 0; c < 3; ++c) isUsed[mesh.trindexPos()[f][c]] = 1;
     Array<uint32> numbers(pos.size(), noIndex);
-    for (uint32 n = 0; n < pos.size(); ++n)
+    for (const uint32 n : positionsOf(mesh, polling))
         if (isUsed[n] && numbers[parts.ofPosition[n]] == noIndex)
         {
             numbers[parts.ofPosition[n]] = static_cast<uint32>(parts.all.size());
             parts.all.push_back({pos[parts.ofPosition[n]], 0, noIndex});
         }
-    for (uint32& part : parts.ofPosition) part = numbers[part];
-    for (uint32 f = 0; f < mesh.getFacesSize(); ++f)
+    for (const uint32 n : positionsOf(mesh, polling)) parts.ofPosition[n] = numbers[parts.ofPosition[n]];
+    for (const uint32 f : facesOf(mesh, polling))
     {
         const Index3& face = mesh.trindexPos()[f];
         Part& part = parts.all[parts.of(face)];
@@ -82,14 +97,14 @@ bool someLookInwards(const Parts& parts)
 }
 
 /// Marks the parts with edges along which their faces do not run equally often in both directions.
-void findOpenParts(const Mesh& mesh, Parts& parts)
+void findOpenParts(const Mesh& mesh, Parts& parts, Polling& polling)
 {
     const Array<Index3>& faces = mesh.trindexPos();
-    const detail::EdgeTable edges(faces, mesh.getPosSize());
+    const detail::EdgeTable edges(faces, mesh.getPosSize(), polling);
     Array<int32> balances(edges.edgeCount, 0);
     const auto forEachUse = [&](auto visit)
     {
-        for (uint32 h = 0; h < edges.edgeOfHalfEdge.size(); ++h)
+        for (const uint32 h : PolledNumbers(edges.edgeOfHalfEdge.size(), detail::scatteredItems, polling))
             if (edges.edgeOfHalfEdge[h] != noIndex) visit(h, edges.edgeOfHalfEdge[h]);
     };
     forEachUse([&](uint32 h, uint32 edge)
@@ -160,7 +175,7 @@ struct Winding
 };
 
 /// For every part, how the others wind around the middle of its probe face.
-std::vector<std::vector<Winding>> windingsAround(const Mesh& mesh, const Parts& parts)
+std::vector<std::vector<Winding>> windingsAround(const Mesh& mesh, const Parts& parts, Polling& polling)
 {
     const Array<Vector3D>& pos = mesh.pos();
     const Array<Index3>& faces = mesh.trindexPos();
@@ -173,8 +188,9 @@ std::vector<std::vector<Winding>> windingsAround(const Mesh& mesh, const Parts& 
     }
     const PointGrid grid(probes);
     std::vector<std::vector<Winding>> windings(probes.size());
-    for (const Index3& face : faces)
+    for (const uint32 f : facesOf(mesh, polling))
     {
+        const Index3& face = faces[f];
         Box3D box = Box3D::empty();
         for (uint32 c = 0; c < 3; ++c) box.extend(pos[face[c]]);
         const uint32 part = parts.of(face);
@@ -206,12 +222,12 @@ struct Cavities
     std::vector<bool> goes;      ///< a cavity, or within one
 };
 
-Cavities findCavities(const Mesh& mesh, Parts& parts)
+Cavities findCavities(const Mesh& mesh, Parts& parts, Polling& polling)
 {
     Cavities cavities{0, std::vector<bool>(parts.all.size()), std::vector<bool>(parts.all.size())};
-    if (!someLookInwards(parts)) return cavities;
-    findOpenParts(mesh, parts);
-    const auto windings = windingsAround(mesh, parts);
+    if (polling.isStopped() || !someLookInwards(parts)) return cavities;
+    findOpenParts(mesh, parts, polling);
+    const auto windings = windingsAround(mesh, parts, polling);
     for (std::size_t n = 0; n < parts.all.size(); ++n)
     {
         int32 twice = 0;
@@ -229,16 +245,21 @@ Cavities findCavities(const Mesh& mesh, Parts& parts)
 
 }  // namespace
 
-PartCounts countPartsAndCavities(const Mesh& mesh)
+PartCounts countPartsAndCavities(const Mesh& mesh, CancelCallback callback)
 {
-    Parts parts = findParts(mesh);
-    return {static_cast<uint32>(parts.all.size()), findCavities(mesh, parts).count};
+    Polling polling(callback);
+    Parts parts = findParts(mesh, polling);
+    const uint32 cavities = findCavities(mesh, parts, polling).count;
+    return polling.isStopped() ? PartCounts{0, 0}
+                               : PartCounts{static_cast<uint32>(parts.all.size()), cavities};
 }
 
-PartCounts fillCavities(Mesh& mesh)
+PartCounts fillCavities(Mesh& mesh, CancelCallback callback)
 {
-    Parts parts = findParts(mesh);
-    const Cavities cavities = findCavities(mesh, parts);
+    Polling polling(callback);
+    Parts parts = findParts(mesh, polling);
+    const Cavities cavities = findCavities(mesh, parts, polling);
+    if (polling.isStopped()) return {0, 0};
     if (cavities.count > 0)
     {
         std::vector<uint32> inside;

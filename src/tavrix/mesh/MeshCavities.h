@@ -17,13 +17,14 @@ struct PartCounts
 /// solid of the other parts, which wind around them. Exact where surfaces do not cross, by how lines along x
 /// cut the faces. A mesh that is inside out has no cavities, but those of its hollows that are parts inside
 /// of other parts. O(positions + faces), and where a part looks inwards a few times as much. The indices must
-/// be valid.
-TX_GEOMETRY_API PartCounts countPartsAndCavities(const Mesh& mesh);
+/// be valid. None when the callback stopped it.
+TX_GEOMETRY_API PartCounts countPartsAndCavities(const Mesh& mesh, CancelCallback callback = nullptr);
 
 /// Fills the cavities: removes them, and every part that floats within one, a drop in a bubble, say. Faces
 /// and positions that stay keep their order, and what the mesh holds for them follows; normals follow when
 /// their triples are those of the positions. Returns the parts that are left and the cavities that were
-/// filled. The cost of counting; some 45 bytes a face where a part looks inwards.
-TX_GEOMETRY_API PartCounts fillCavities(Mesh& mesh);
+/// filled. The cost of counting; some 45 bytes a face where a part looks inwards. Stopped by the callback, it
+/// leaves the mesh as it was.
+TX_GEOMETRY_API PartCounts fillCavities(Mesh& mesh, CancelCallback callback = nullptr);
 
 }  // namespace tavrix

@@ -1,13 +1,11 @@
 #include <tavrix/mesh/MeshRepair.h>
 
-#include <algorithm>
-#include <bit>
-#include <numeric>
-#include <tuple>
 #include <utility>
 #include <vector>
 
 #include <tavrix/mesh/detail/CarriedArrays.h>
+#include <tavrix/mesh/detail/EdgeTable.h>
+#include <tavrix/mesh/detail/EqualPoints.h>
 
 namespace tavrix
 {
@@ -15,59 +13,34 @@ namespace tavrix
 namespace
 {
 
-/// Coordinates as a key that orders any values, NaN as well; -0 is 0.
-std::tuple<uint64, uint64, uint64> keyOf(const Vector3D& p)
+/// The faces' neighbours across edges of exactly two faces.
+class FaceNeighbours
 {
-    return {std::bit_cast<uint64>(p.x + 0.0), std::bit_cast<uint64>(p.y + 0.0),
-            std::bit_cast<uint64>(p.z + 0.0)};
-}
+public:
+    FaceNeighbours(const Array<Index3>& faces, uint32 positionCount, detail::Polling& polling)
+        : _faces(faces),
+          _facedges(
+              facedgeNeighbours(detail::EdgeTable(faces, positionCount, polling), faces.size(), polling))
+    {
+    }
 
-/// A face's edge from one position to another, as others run along it too.
-struct FaceEdge
-{
-    uint32 low, high, face;
-    bool isUpwards;  ///< from low to high
-
-    auto ends() const { return std::pair(low, high); }
-};
-
-std::vector<FaceEdge> sortedEdges(const Array<Index3>& faces)
-{
-    std::vector<FaceEdge> edges;
-    for (uint32 f = 0; f < faces.size(); ++f)
+    /// Calls visit(neighbour, windsAlike) for each neighbour of a face.
+    template <class Visit>
+    void forEach(uint32 face, Visit visit) const
+    {
         for (uint32 c = 0; c < 3; ++c)
         {
-            const uint32 from = faces[f][c], to = faces[f][(c + 1) % 3];
-            edges.push_back({std::min(from, to), std::max(from, to), f, from < to});
+            const IndexFacedge other = _facedges[face][c];
+            if (other.isNone()) continue;
+            const uint32 ownStart = _faces[face][c], otherStart = _faces[other.face()][other.edge()];
+            visit(other.face(), ownStart != otherStart);
         }
-    std::stable_sort(edges.begin(), edges.end(),
-                     [](const FaceEdge& a, const FaceEdge& b) { return a.ends() < b.ends(); });
-    return edges;
-}
-
-/// A face that shares an edge with another one.
-struct Neighbour
-{
-    uint32 face;
-    bool windsAlike;
-};
-
-/// The neighbours of every face across edges of exactly two faces.
-std::vector<std::vector<Neighbour>> neighboursOf(const Array<Index3>& faces)
-{
-    const std::vector<FaceEdge> edges = sortedEdges(faces);
-    std::vector<std::vector<Neighbour>> neighbours(faces.size());
-    for (std::size_t n = 0, end; n < edges.size(); n = end)
-    {
-        end = n + 1;
-        while (end < edges.size() && edges[end].ends() == edges[n].ends()) ++end;
-        if (end - n != 2 || edges[n].face == edges[n + 1].face) continue;
-        const bool windsAlike = edges[n].isUpwards != edges[n + 1].isUpwards;
-        neighbours[edges[n].face].push_back({edges[n + 1].face, windsAlike});
-        neighbours[edges[n + 1].face].push_back({edges[n].face, windsAlike});
     }
-    return neighbours;
-}
+
+private:
+    const Array<Index3>& _faces;
+    Array<FacedgeTriple> _facedges;
+};
 
 struct FaceMarks
 {
@@ -82,19 +55,21 @@ struct MeshPart
 };
 
 /// The faces that hang together with the start, breadth first.
-MeshPart partAround(uint32 start, const std::vector<std::vector<Neighbour>>& neighbours, FaceMarks& marks)
+MeshPart partAround(uint32 start, const FaceNeighbours& neighbours, FaceMarks& marks,
+                    detail::PollCounter& polls)
 {
     MeshPart part{{start}, false};
     marks.isReached[start] = true;
-    for (std::size_t n = 0; n < part.faces.size(); ++n)
-        for (const Neighbour& next : neighbours[part.faces[n]])
-        {
-            part.isMixed = part.isMixed || !next.windsAlike;
-            if (marks.isReached[next.face]) continue;
-            marks.isReached[next.face] = true;
-            marks.isTurned[next.face] = marks.isTurned[part.faces[n]] == next.windsAlike;
-            part.faces.push_back(next.face);
-        }
+    for (std::size_t n = 0; n < part.faces.size() && polls.add(1); ++n)
+        neighbours.forEach(part.faces[n],
+                           [&, face = part.faces[n]](uint32 next, bool windsAlike)
+                           {
+                               part.isMixed = part.isMixed || !windsAlike;
+                               if (marks.isReached[next]) return;
+                               marks.isReached[next] = true;
+                               marks.isTurned[next] = marks.isTurned[face] == windsAlike;
+                               part.faces.push_back(next);
+                           });
     return part;
 }
 
@@ -103,6 +78,29 @@ double spannedVolume(const Mesh& mesh, const Index3& face, const Vector3D& origi
 {
     const Array<Vector3D>& pos = mesh.pos();
     return dot(pos[face.a] - origin, cross(pos[face.b] - origin, pos[face.c] - origin));
+}
+
+/// Those that orientMixedParts reverses; some of them when stopped.
+std::vector<uint32> facesToTurn(const Mesh& mesh, detail::Polling& polling)
+{
+    const Array<Index3>& faces = mesh.trindexPos();
+    const FaceNeighbours neighbours(faces, mesh.getPosSize(), polling);
+    FaceMarks marks{std::vector<bool>(faces.size(), false), std::vector<bool>(faces.size(), false)};
+    std::vector<uint32> turned;
+    detail::PollCounter polls(polling, detail::scatteredItems);
+    for (uint32 start = 0; start < faces.size() && !polling.isStopped(); ++start)
+    {
+        if (marks.isReached[start]) continue;
+        const MeshPart part = partAround(start, neighbours, marks, polls);
+        if (!part.isMixed) continue;
+        double volume = 0;
+        for (const uint32 f : part.faces)
+            volume +=
+                spannedVolume(mesh, faces[f], mesh.pos()[faces[start].a]) * (marks.isTurned[f] ? -1 : 1);
+        for (const uint32 f : part.faces)
+            if (marks.isTurned[f] != (volume < 0)) turned.push_back(f);
+    }
+    return turned;
 }
 
 /// Leaves the elements of these ascending numbers.
@@ -115,22 +113,13 @@ void gather(Array<T>& elements, const Array<uint32>& numbers)
 
 }  // namespace
 
-uint32 joinEqualPositions(Mesh& mesh)
+uint32 joinEqualPositions(Mesh& mesh, CancelCallback callback)
 {
-    const Array<Vector3D>& positions = mesh.pos();
-    std::vector<uint32> order(positions.size());
-    std::iota(order.begin(), order.end(), 0u);
-    std::sort(order.begin(), order.end(),
-              [&](uint32 a, uint32 b)
-              { return std::tuple(keyOf(positions[a]), a) < std::tuple(keyOf(positions[b]), b); });
-    std::vector<uint32> first(positions.size());
+    detail::Polling polling(callback);
+    const Array<uint32> first = detail::firstEqualPoints(mesh.pos(), polling);
+    if (polling.isStopped()) return 0;
     uint32 repeated = 0;
-    for (std::size_t n = 0; n < order.size(); ++n)
-    {
-        const bool isNew = n == 0 || keyOf(positions[order[n]]) != keyOf(positions[order[n - 1]]);
-        first[order[n]] = isNew ? order[n] : first[order[n - 1]];
-        repeated += isNew ? 0 : 1;
-    }
+    for (uint32 n = 0; n < first.size(); ++n) repeated += first[n] != n;
     for (Index3& face : mesh.refTrindexPos()) face = {first[face.a], first[face.b], first[face.c]};
     mesh.invalidateConnectivity();
     return repeated;
@@ -193,34 +182,15 @@ uint32 dropUnusedPositions(Mesh& mesh)
     return before - kept.size();
 }
 
-uint32 orientMixedParts(Mesh& mesh)
+uint32 orientMixedParts(Mesh& mesh, CancelCallback callback)
 {
-    Array<Index3>& faces = mesh.refTrindexPos();
-    const auto neighbours = neighboursOf(faces);
-    FaceMarks marks{std::vector<bool>(faces.size(), false), std::vector<bool>(faces.size(), false)};
-    uint32 turned = 0;
-    for (uint32 start = 0; start < faces.size(); ++start)
-    {
-        if (marks.isReached[start]) continue;
-        const MeshPart part = partAround(start, neighbours, marks);
-        if (!part.isMixed) continue;
-        double volume = 0;
-        for (const uint32 f : part.faces)
-            volume +=
-                spannedVolume(mesh, faces[f], mesh.pos()[faces[start].a]) * (marks.isTurned[f] ? -1 : 1);
-        for (const uint32 f : part.faces)
-        {
-            if (marks.isTurned[f] == (volume < 0)) continue;
-            std::swap(faces[f].b, faces[f].c);
-            ++turned;
-        }
-    }
-    if (turned > 0)
-    {
-        dropNormals(mesh);
-        mesh.invalidateConnectivity();
-    }
-    return turned;
+    detail::Polling polling(callback);
+    const std::vector<uint32> turned = facesToTurn(mesh, polling);
+    if (polling.isStopped() || turned.empty()) return 0;
+    for (const uint32 f : turned) std::swap(mesh.refTrindexPos()[f].b, mesh.refTrindexPos()[f].c);
+    dropNormals(mesh);
+    mesh.invalidateConnectivity();
+    return static_cast<uint32>(turned.size());
 }
 
 Mesh joinMeshes(const ArrayOfPtr<Mesh>& meshes)

@@ -2,11 +2,12 @@
 
 #include <algorithm>
 #include <numeric>
-#include <tuple>
+#include <utility>
 #include <vector>
 
 #include <tavrix/mesh/detail/CornerFans.h>
 #include <tavrix/mesh/detail/EdgeTable.h>
+#include <tavrix/mesh/detail/EqualPoints.h>
 #include <tavrix/mesh/detail/MeshFaces.h>
 
 namespace tavrix
@@ -21,40 +22,44 @@ bool runsUpwards(const Array<Index3>& faces, uint32 halfEdge)
     return t[halfEdge % 3] < t[(halfEdge + 1) % 3];
 }
 
-/// For every edge, the uses upwards minus the uses downwards.
-Array<int32> directionBalances(const detail::EdgeTable& edges, const Array<Index3>& faces)
+/// What computeTopology looks at, once for all counts. Counts mean nothing once the polling has stopped.
+struct Examined
 {
-    Array<int32> balances(edges.edgeCount, 0);
-    for (uint32 h = 0; h < edges.edgeOfHalfEdge.size(); ++h)
-        if (edges.edgeOfHalfEdge[h] != noIndex)
-            balances[edges.edgeOfHalfEdge[h]] += runsUpwards(faces, h) ? 1 : -1;
-    return balances;
-}
+    Examined(const Mesh& mesh, detail::Polling& polling)
+        : positions(mesh.pos()),
+          faces(mesh.trindexPos()),
+          polling(polling),
+          edges(faces, positions.size(), polling),
+          isUsed(positions.size(), uint8{0})
+    {
+        for (const uint32 h : halfEdges())
+            if (edges.edgeOfHalfEdge[h] != noIndex) isUsed[faces[h / 3][h % 3]] = 1;
+    }
 
-/// Which positions the counted faces use.
-Array<uint8> usedPositions(const detail::EdgeTable& edges, const Array<Index3>& faces, uint32 positionCount)
-{
-    Array<uint8> used(positionCount, uint8{0});
-    for (uint32 h = 0; h < edges.edgeOfHalfEdge.size(); ++h)
-        if (edges.edgeOfHalfEdge[h] != noIndex) used[faces[h / 3][h % 3]] = 1;
-    return used;
-}
+    detail::PolledNumbers numbers(uint32 count) const { return {count, detail::scatteredItems, polling}; }
+    detail::PolledNumbers halfEdges() const { return numbers(edges.edgeOfHalfEdge.size()); }
+
+    const Array<Vector3D>& positions;
+    const Array<Index3>& faces;
+    detail::Polling& polling;
+    const detail::EdgeTable edges;
+    Array<uint8> isUsed;  ///< positions of counted faces
+};
 
 uint32 countUsed(const Array<uint8>& used)
 {
     return static_cast<uint32>(std::count(used.begin(), used.end(), uint8{1}));
 }
 
-uint32 countNonManifoldVertices(const detail::EdgeTable& edges, const Array<Index3>& faces,
-                                uint32 positionCount)
+uint32 countNonManifoldVertices(const Examined& of)
 {
-    detail::CornerFans fans(faces, facedgeNeighbours(edges, faces.size()));
-    Array<uint32> firstFan(positionCount, noIndex);
-    Array<uint8> hasSeveral(positionCount, uint8{0});
-    for (uint32 corner = 0; corner < edges.edgeOfHalfEdge.size(); ++corner)
+    detail::CornerFans fans(of.faces, facedgeNeighbours(of.edges, of.faces.size(), of.polling), of.polling);
+    Array<uint32> firstFan(of.positions.size(), noIndex);
+    Array<uint8> hasSeveral(of.positions.size(), uint8{0});
+    for (const uint32 corner : of.halfEdges())
     {
-        if (edges.edgeOfHalfEdge[corner] == noIndex) continue;
-        const uint32 position = detail::vertexAt(faces, corner), fan = fans.fanOf(corner);
+        if (of.edges.edgeOfHalfEdge[corner] == noIndex) continue;
+        const uint32 position = detail::vertexAt(of.faces, corner), fan = fans.fanOf(corner);
         if (firstFan[position] == noIndex) firstFan[position] = fan;
         hasSeveral[position] |= firstFan[position] != fan;
     }
@@ -62,21 +67,23 @@ uint32 countNonManifoldVertices(const detail::EdgeTable& edges, const Array<Inde
 }
 
 /// The used positions that edges of length 0 do not join, less the different places of them.
-uint32 countSelfContacts(const Array<Vector3D>& positions, const Array<Index3>& faces,
-                         const Array<uint8>& used)
+uint32 countSelfContacts(const Examined& of)
 {
-    detail::UnionFind joined(positions.size());
-    for (const Index3& face : faces)
+    const Array<Vector3D>& positions = of.positions;
+    detail::UnionFind joined(positions.size(), of.polling);
+    for (const uint32 f : of.numbers(of.faces.size()))
         for (uint32 c = 0; c < 3; ++c)
-            if (positions[face[c]] == positions[face[(c + 1) % 3]]) joined.unite(face[c], face[(c + 1) % 3]);
-    std::vector<Vector3D> places;
-    for (uint32 n = 0; n < positions.size(); ++n)
-        if (used[n] && isFinite(positions[n]) && joined.find(n) == n) places.push_back(positions[n]);
-    std::sort(places.begin(), places.end(),
-              [](const Vector3D& a, const Vector3D& b)
-              { return std::tie(a.x, a.y, a.z) < std::tie(b.x, b.y, b.z); });
-    const auto different = std::unique(places.begin(), places.end());
-    return static_cast<uint32>(places.end() - different);
+        {
+            const uint32 from = of.faces[f][c], to = of.faces[f][(c + 1) % 3];
+            if (positions[from] == positions[to]) joined.unite(from, to);
+        }
+    const Array<uint32> firsts = detail::firstEqualPoints(positions, of.polling);
+    Array<uint8> isTaken(positions.size(), uint8{0});
+    uint32 contacts = 0;
+    for (const uint32 n : of.numbers(positions.size()))
+        if (of.isUsed[n] && isFinite(positions[n]) && joined.find(n) == n)
+            contacts += std::exchange(isTaken[firsts[n]], uint8{1});
+    return contacts;
 }
 
 bool hasArea(const Array<Vector3D>& positions, const Index3& face)
@@ -92,48 +99,64 @@ bool isBelow(const Array<Index3>& triples, uint32 size)
                        [size](const Index3& t) { return t.a < size && t.b < size && t.c < size; });
 }
 
-MeshTopology edgeTopology(const Mesh& mesh, const detail::EdgeTable& edges, const Array<uint8>& used)
+void countFaces(const Examined& of, MeshTopology& topology)
 {
-    const Array<Index3>& faces = mesh.trindexPos();
-    const Array<uint32> uses = edges.useCounts();
-    const Array<int32> balances = directionBalances(edges, faces);
-    MeshTopology topology{};
-    topology.positionCount = countUsed(used);
-    topology.edgeCount = edges.edgeCount;
-    for (uint32 f = 0; f < faces.size(); ++f)
+    for (const uint32 f : of.numbers(of.faces.size()))
     {
-        const bool isCounted = edges.edgeOfHalfEdge[uint64{3} * f] != noIndex;
+        const bool isCounted = of.edges.edgeOfHalfEdge[uint64{3} * f] != noIndex;
         ++(isCounted ? topology.faceCount : topology.collapsedFaceCount);
-        topology.flatFaceCount += isCounted && !hasArea(mesh.pos(), faces[f]);
+        topology.flatFaceCount += isCounted && !hasArea(of.positions, of.faces[f]);
     }
-    for (uint32 e = 0; e < edges.edgeCount; ++e)
+}
+
+void countEdges(const Examined& of, MeshTopology& topology)
+{
+    Array<uint32> uses(of.edges.edgeCount, 0u);
+    Array<int32> balances(of.edges.edgeCount, 0);  // the uses upwards minus those downwards
+    for (const uint32 h : of.halfEdges())
+    {
+        const uint32 edge = of.edges.edgeOfHalfEdge[h];
+        if (edge == noIndex) continue;
+        ++uses[edge];
+        balances[edge] += runsUpwards(of.faces, h) ? 1 : -1;
+    }
+    topology.edgeCount = of.edges.edgeCount;
+    for (const uint32 e : of.numbers(of.edges.edgeCount))
     {
         topology.boundaryEdgeCount += uses[e] == 1;
         topology.nonManifoldEdgeCount += uses[e] > 2;
         topology.inconsistentEdgeCount += uses[e] > 1 && balances[e] != 0;
     }
-    topology.nonFiniteCount = static_cast<uint32>(
-        std::count_if(mesh.pos().begin(), mesh.pos().end(), [](const Vector3D& p) { return !isFinite(p); }));
+}
+
+MeshTopology edgeTopology(const Examined& of)
+{
+    MeshTopology topology{};
+    countFaces(of, topology);
+    countEdges(of, topology);
+    topology.positionCount = countUsed(of.isUsed);
+    topology.nonFiniteCount = static_cast<uint32>(std::count_if(
+        of.positions.begin(), of.positions.end(), [](const Vector3D& p) { return !isFinite(p); }));
     return topology;
 }
 
 }  // namespace
 
-MeshTopology computeTopology(const Mesh& mesh)
+MeshTopology computeTopology(const Mesh& mesh, CancelCallback callback)
 {
-    const Array<Index3>& faces = mesh.trindexPos();
-    const detail::EdgeTable edges(faces, mesh.getPosSize());
-    const Array<uint8> used = usedPositions(edges, faces, mesh.getPosSize());
-    MeshTopology topology = edgeTopology(mesh, edges, used);
-    topology.nonManifoldVertexCount = countNonManifoldVertices(edges, faces, mesh.getPosSize());
-    topology.selfContactCount = countSelfContacts(mesh.pos(), faces, used);
-    return topology;
+    detail::Polling polling(callback);
+    const Examined of(mesh, polling);
+    MeshTopology topology = edgeTopology(of);
+    topology.nonManifoldVertexCount = countNonManifoldVertices(of);
+    topology.selfContactCount = countSelfContacts(of);
+    return polling.isStopped() ? MeshTopology{} : topology;
 }
 
-MeshTopology computeEdgeTopology(const Mesh& mesh)
+MeshTopology computeEdgeTopology(const Mesh& mesh, CancelCallback callback)
 {
-    const detail::EdgeTable edges(mesh.trindexPos(), mesh.getPosSize());
-    return edgeTopology(mesh, edges, usedPositions(edges, mesh.trindexPos(), mesh.getPosSize()));
+    detail::Polling polling(callback);
+    const MeshTopology topology = edgeTopology(Examined(mesh, polling));
+    return polling.isStopped() ? MeshTopology{} : topology;
 }
 
 uint32 countParts(const Mesh& mesh)

@@ -33,12 +33,12 @@ struct MeshTopology
     int64 eulerCharacteristic() const { return int64{positionCount} - edgeCount + faceCount; }
 };
 
-/// Counts edges, borders and the like of a mesh. O(faces + positions log positions). The indices must be
-/// valid.
-TX_GEOMETRY_API MeshTopology computeTopology(const Mesh& mesh);
+/// Counts edges, borders and the like of a mesh; nothing when the callback stopped it. O(faces + positions).
+/// The indices must be valid.
+TX_GEOMETRY_API MeshTopology computeTopology(const Mesh& mesh, CancelCallback callback = nullptr);
 
 /// The same but for vertices of several fans and self-contacts, which it leaves at 0: in a third of the time.
-TX_GEOMETRY_API MeshTopology computeEdgeTopology(const Mesh& mesh);
+TX_GEOMETRY_API MeshTopology computeEdgeTopology(const Mesh& mesh, CancelCallback callback = nullptr);
 
 /// The number of parts of the mesh that share no position; positions without a face are none. O(positions +
 /// faces). The indices must be valid.

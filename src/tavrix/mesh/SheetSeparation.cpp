@@ -85,21 +85,23 @@ SheetSeparation apply(Mesh& mesh, const detail::FaceRegion& region, detail::Shee
 
 }  // namespace
 
-SheetSeparation separateSheets(Mesh& mesh, BackToBack backToBack)
+SheetSeparation separateSheets(Mesh& mesh, BackToBack backToBack, CancelCallback callback)
 {
+    detail::Polling polling(callback);
     const detail::FaceRegion region = detail::wholeMesh(mesh);
-    detail::Sheets sheets(mesh.pos(), region, backToBack == BackToBack::Drop);
-    return apply(mesh, region, sheets);
+    detail::Sheets sheets(mesh.pos(), region, backToBack == BackToBack::Drop, polling);
+    return polling.isStopped() || sheets.areApart() ? SheetSeparation{} : apply(mesh, region, sheets);
 }
 
 SheetSeparation separateSheets(Mesh& mesh, std::span<const uint32> suspects, uint32 threadCount)
 {
     if (suspects.empty()) return {};
+    detail::Polling none(nullptr);
     const detail::FaceRegion near = detail::regionAround(mesh, suspects, threadCount);
-    if (detail::Sheets(mesh.pos(), near, true).areApart()) return {};
+    if (detail::Sheets(mesh.pos(), near, true, none).areApart()) return {};
     const std::span<const uint32> around(near.vertexNumbers.data(), near.vertexNumbers.size());
     const detail::FaceRegion region = detail::regionAround(mesh, around, threadCount);
-    detail::Sheets sheets(mesh.pos(), region, true);
+    detail::Sheets sheets(mesh.pos(), region, true, none);
     return apply(mesh, region, sheets);
 }
 

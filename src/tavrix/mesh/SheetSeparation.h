@@ -35,8 +35,9 @@ enum class BackToBack
 /// What is closed stays closed, faces keep their orientation, no position moves; those without a face stay.
 /// Arrays per position and per face follow, normals too. An edge whose only two faces run along it in the
 /// same direction counts as none to be cut, and around it some sheets may stay joined. Indices must be valid.
-/// O(positions + faces), in 65 bytes a face.
-TX_GEOMETRY_API SheetSeparation separateSheets(Mesh& mesh, BackToBack backToBack = BackToBack::Drop);
+/// Stopped by the callback, it does nothing. O(positions + faces), in 65 bytes a face.
+TX_GEOMETRY_API SheetSeparation separateSheets(Mesh& mesh, BackToBack backToBack = BackToBack::Drop,
+                                               CancelCallback callback = nullptr);
 
 /// The same where only the suspects, vertices in any order, and their neighbours need a look, such as those
 /// that were joined: the mesh is manifold elsewhere. A few passes over the faces, or one when nothing is to

@@ -131,7 +131,7 @@ private:
         Array<Index3> faces;
         faces.reserve(_mesh.getFacesSize());
         _faceNumbers.clear();
-        for (uint32 f = 0; f < _mesh.getFacesSize(); ++f)
+        for (const uint32 f : detail::PolledNumbers(_mesh.getFacesSize(), detail::scatteredItems, _polling))
         {
             const Index3& t = _mesh.trindexPos()[f];
             const Index3 face{pointOf[t.a], pointOf[t.b], pointOf[t.c]};
@@ -140,8 +140,9 @@ private:
             _faceNumbers.push_back(f);
         }
         if (!_polling.goOn()) return false;
-        _collapsing.emplace(_firstPosition.size(), std::move(faces));
-        for (uint32 p = 0; p < _firstPosition.size(); ++p)
+        _collapsing.emplace(_firstPosition.size(), std::move(faces), _polling);
+        if (_polling.isStopped()) return false;
+        for (const uint32 p : detail::PolledNumbers(_firstPosition.size(), detail::lightItems, _polling))
             _collapsing->points[p].place = _frame.inside(_mesh.pos()[_firstPosition[p]]);
         if (!_arrays.empty()) nameVertices(pointOf);
         return detail::findPointKinds(*_collapsing, _vertices, _threadCount, _polling);

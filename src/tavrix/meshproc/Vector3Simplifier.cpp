@@ -34,6 +34,11 @@ struct FamilyKey
     }
 };
 
+/// Ends the pass that the callback stops.
+struct Stopped
+{
+};
+
 /// Gives a value back to a variable at the end of a scope.
 template <class V>
 class Restored
@@ -79,9 +84,21 @@ bool Vector3Simplifier<T>::simplifyConst(const Positions& posIn, const Params& p
         const Positions own = std::exchange(_arrPosOut, {});
         return simplifyConst(own, params, mode);
     }
+    _isStopped = false;
     bool merged = simplifyConst_protected(posIn, params.empty() ? T(0) : static_cast<T>(params[0]), mode);
-    if (params.size() > 1) mergeFurther(params, mode, merged);
-    return merged;
+    if (params.size() > 1 && !_isStopped) mergeFurther(params, mode, merged);
+    return _isStopped ? resetUnmerged(posIn) : merged;
+}
+
+/// Polls after so many points more.
+template <std::floating_point T>
+void Vector3Simplifier<T>::worked(uint32 points) const
+{
+    constexpr uint32 pointsPerPoll = 1 << 16;
+    _workSincePoll += points;
+    if (_workSincePoll < pointsPerPoll || !_callback) return;
+    _workSincePoll = 0;
+    if (_callback() != 0) throw Stopped();
 }
 
 /// The passes after the first, each over the output of the one before.
@@ -92,7 +109,7 @@ void Vector3Simplifier<T>::mergeFurther(const Params& params, V3S_SIMP_MODE mode
     Indices carried;
     if (_arrFamily) carryFamilies(carried);
     Indices kept = std::exchange(_arrPosDict, {});
-    for (uint32 n = 1; n < params.size(); ++n)
+    for (uint32 n = 1; n < params.size() && !_isStopped; ++n)
     {
         const Positions previous = std::exchange(_arrPosOut, {});
         if (!simplifyConst_protected(previous, static_cast<T>(params[n]), mode)) continue;
@@ -120,14 +137,22 @@ bool Vector3Simplifier<T>::simplifyConst_protected(const Positions& pos, T toler
     begin(pos, tolerance, mode);
     if (pos.empty()) return false;
     if (!(tolerance > 0)) return resetUnmerged(pos);
-    fillWork();
-    const Block all{0, _work.size()};
-    if (_arrFamily)
-        forEachFamily(all);
-    else if (pos.size() == 1)
-        simplify_1(0);
-    else
-        simplify_loopX(all);
+    try
+    {
+        fillWork();
+        const Block all{0, _work.size()};
+        if (_arrFamily)
+            forEachFamily(all);
+        else if (pos.size() == 1)
+            simplify_1(0);
+        else
+            simplify_loopX(all);
+    }
+    catch (const Stopped&)
+    {
+        _isStopped = true;
+        return resetUnmerged(pos);
+    }
     if (_arrPosOut.size() == pos.size()) return resetUnmerged(pos);
     for (uint32 i = 0; i < pos.size(); ++i)
         if (_twins[i] < i) _arrPosDict[i] = _arrPosDict[_twins[i]];
@@ -167,11 +192,13 @@ void Vector3Simplifier<T>::fillWork() const
                                     { return !_arrFamily || familyOf(i) == familyOf(earlier); });
     uint32 repeated = 0;
     for (uint32 i = 0; i < count; ++i) repeated += _twins[i] < i;
+    worked(count);
     resizeWork(count - repeated);
     if (_arrPosOut.capacity() < _work.size()) _arrPosOut.reserve(_work.size(), false);
     Pair* next = _work.data();
     for (uint32 i = 0; i < count; ++i)
         if (_twins[i] >= i) *next++ = {(*_pos)[i].x, i};
+    worked(count);
 }
 
 /// Resizes the work array to `count` unspecified pairs.
@@ -197,7 +224,8 @@ template <std::floating_point T>
 void Vector3Simplifier<T>::forEachFamily(const Block& all) const
 {
     for (Pair& pair : _work) refFamily(pair) = familyOf(pair.b);
-    detail::sortByKey(_work.data(), _work.size(), _scratch.data(), FamilyKey<T>{});
+    detail::sortByKey(_work.data(), _work.size(), _scratch.data(), FamilyKey<T>{},
+                      [this](uint32 points) { worked(points); });
     for (Block run = all; run.start < all.count; run.start += run.count)
     {
         run.count = getSubBlockRepeatedSize_family({run.start, all.count - run.start});
@@ -251,7 +279,9 @@ void Vector3Simplifier<T>::sortAlong(T Vector3<T>::*axis, const Block& block) co
         if (n + prefetchDistance < block.count) detail::prefetch(points + pairs[n + prefetchDistance].b);
         pairs[n].a = points[pairs[n].b].*axis;
     }
-    detail::sortByKey(pairs, block.count, _scratch.data(), CoordKey<T>{});
+    detail::sortByKey(pairs, block.count, _scratch.data(), CoordKey<T>{},
+                      [this](uint32 points) { worked(points); });
+    worked(block.count);
 }
 
 /// Walks the runs of a sorted block: those of one point are emitted, the others handed on.

@@ -4,6 +4,7 @@
 
 #include <tavrix/foundation/Array.h>
 #include <tavrix/foundation/BlockDesc.h>
+#include <tavrix/foundation/CancelCallback.h>
 #include <tavrix/foundation/PolyParam.h>
 #include <tavrix/foundation/Tuple.h>
 #include <tavrix/foundation/Vector3.h>
@@ -96,6 +97,12 @@ public:
     /// @{
     void setArrFamily(const Indices& families) { _arrFamily = &families; }
     void clearArrFamily() { _arrFamily = nullptr; }
+    /// @}
+
+    /// Is asked every few milliseconds by operations; what it stops changes nothing, and is false.
+    /// @{
+    void setCallback(CancelCallback callback) { _callback = callback; }
+    bool isStopped() const { return _isStopped; }
     /// @}
 
     /// The output points of the last simplifyConst, in sweep order.
@@ -193,6 +200,7 @@ private:
     void mergeFurther(const Params& params, V3S_SIMP_MODE mode, bool& merged) const;
     void carryFamilies(Indices& carried) const;
     void trimOutput() const;
+    void worked(uint32 points) const;
     void handOver(Positions& pos) const noexcept;
     const Vector3<T>& pointAt(uint32 place) const { return (*_pos)[_work[place].b]; }
     Index3 translated(const Index3& tri) const;
@@ -203,6 +211,9 @@ private:
     bool translateHighFaces(const Triangles& trisIn, Triangles& trisOut, Indices* triDict,
                             const Params& params) const;
 
+    CancelCallback _callback = nullptr;
+    mutable bool _isStopped = false;  ///< the last operation
+    mutable uint32 _workSincePoll = 0;
     mutable const Positions* _pos = nullptr;
     mutable const Indices* _arrFamily = nullptr;
     mutable T _tolerance = 0;

@@ -62,6 +62,7 @@ bool Vector3Simplifier<T>::mergeAndDrop(Positions& pos, const Params& params, V3
                                         Drop drop) const
 {
     const bool merged = simplifyConst(pos, params, mode);
+    if (_isStopped) return false;
     if (merged) trimOutput();
     const bool dropped = drop();
     if (merged) handOver(pos);

@@ -28,19 +28,22 @@ void dropUnusedPositions(Array<Vector3D>& positions, Array<Index3>& faces)
 
 }  // namespace
 
-void weldVertices(Array<Vector3D>& positions, Array<Index3>& faces, std::span<const double> tolerances,
-                  bool dropThinFaces)
+bool weldVertices(Array<Vector3D>& positions, Array<Index3>& faces, std::span<const double> tolerances,
+                  bool dropThinFaces, CancelCallback callback)
 {
     using Simplifier = Vector3Simplifier<double>;
     constexpr double smallest = std::numeric_limits<float>::denorm_min();
     Simplifier::Params params;
     for (const double t : tolerances) params.push_back(static_cast<float>(std::max(t, smallest)));
-    const Simplifier simplifier;
+    Simplifier simplifier;
+    simplifier.setCallback(callback);
     if (dropThinFaces)
         simplifier.simplifyRemovingDegenerateFaces(positions, faces, params, V3S_SIMP_MODE::center);
     else
         simplifier.simplifyRemovingDegenerateTrindices(positions, faces, params, V3S_SIMP_MODE::center);
+    if (simplifier.isStopped()) return false;
     dropUnusedPositions(positions, faces);
+    return true;
 }
 
 }  // namespace tavrix

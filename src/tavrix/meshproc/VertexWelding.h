@@ -3,6 +3,7 @@
 #include <span>
 
 #include <tavrix/foundation/Array.h>
+#include <tavrix/foundation/CancelCallback.h>
 #include <tavrix/foundation/Tuple.h>
 #include <tavrix/foundation/Vector3.h>
 #include <tavrix/platform/Export.h>
@@ -16,8 +17,9 @@ namespace tavrix
 /// higher than the last tolerance, and then the positions that no face names; the others keep their order.
 ///
 /// faces: corners as indices of positions, which must be valid. Throws std::length_error for more than eight
-/// tolerances. O(n log n).
-TX_GEOMETRY_API void weldVertices(Array<Vector3D>& positions, Array<Index3>& faces,
-                                  std::span<const double> tolerances, bool dropThinFaces = false);
+/// tolerances. False, and nothing done, when the callback stopped it. O(n log n).
+TX_GEOMETRY_API bool weldVertices(Array<Vector3D>& positions, Array<Index3>& faces,
+                                  std::span<const double> tolerances, bool dropThinFaces = false,
+                                  CancelCallback callback = nullptr);
 
 }  // namespace tavrix

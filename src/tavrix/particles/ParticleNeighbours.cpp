@@ -36,6 +36,28 @@ uint32 countWithin(const NeighbourGrid& grid, const std::vector<NeighbourGrid::R
     return count;
 }
 
+/// countNeighbours as one step of an operation.
+Array<uint32> countNeighbours(const NeighbourGrid& grid, const Array<Vector3F>& positions, double radius,
+                              uint32 threadCount, uint32 most, detail::Polling& polling)
+{
+    Array<uint32> counts(positions.size(), 0u);
+    if (polling.isStopped()) return counts;
+    std::vector<std::vector<NeighbourGrid::Run>> scratch(std::max(threadCount, 1u));
+    const auto countInCell = [&](uint32 worker, uint32 cell)
+    {
+        std::vector<NeighbourGrid::Run>& runs = scratch[worker];
+        grid.findRunsOfCell(cell, radius, runs);
+        for (uint32 n = grid.cell(cell).begin; n < grid.cell(cell).end; ++n)
+        {
+            const Vector3D place = convert<double>(positions[grid.order()[n]]);
+            const uint32 count = countWithin(grid, runs, place, radius, most);
+            counts[grid.order()[n]] = count == 0 ? 0 : std::min(count - 1, most);  // less itself
+        }
+    };
+    detail::forEachCell(grid, threadCount, polling, countInCell);
+    return counts;
+}
+
 Array<Vector3F> toSingle(const Array<Vector3D>& places, detail::Polling& polling)
 {
     Array<Vector3F> single(places.size());
@@ -88,33 +110,22 @@ private:
 }  // namespace
 
 Array<uint32> countNeighbours(const NeighbourGrid& grid, const Array<Vector3F>& positions, double radius,
-                              uint32 threadCount, uint32 most)
+                              uint32 threadCount, uint32 most, CancelCallback callback)
 {
-    Array<uint32> counts(positions.size(), 0u);
-    std::vector<std::vector<NeighbourGrid::Run>> scratch(std::max(threadCount, 1u));
-    const auto countInCell = [&](uint32 worker, uint32 cell)
-    {
-        std::vector<NeighbourGrid::Run>& runs = scratch[worker];
-        grid.findRunsOfCell(cell, radius, runs);
-        for (uint32 n = grid.cell(cell).begin; n < grid.cell(cell).end; ++n)
-        {
-            const Vector3D place = convert<double>(positions[grid.order()[n]]);
-            const uint32 count = countWithin(grid, runs, place, radius, most);
-            counts[grid.order()[n]] = count == 0 ? 0 : std::min(count - 1, most);  // less itself
-        }
-    };
-    detail::Polling none(nullptr);
-    detail::forEachCell(grid, threadCount, none, countInCell);
-    return counts;
+    detail::Polling polling(callback);
+    return countNeighbours(grid, positions, radius, threadCount, most, polling);
 }
 
-Array<uint32> findStrays(const Array<Vector3F>& positions, double radius, uint32 least, uint32 threadCount)
+Array<uint32> findStrays(const Array<Vector3F>& positions, double radius, uint32 least, uint32 threadCount,
+                         CancelCallback callback)
 {
+    detail::Polling polling(callback);
     Array<uint32> strays;
     if (least > 0)
     {
-        const NeighbourGrid grid(positions, radius, threadCount);
-        const Array<uint32> counts = countNeighbours(grid, positions, radius, threadCount, least);
+        const NeighbourGrid grid(positions, radius, threadCount, polling);
+        const Array<uint32> counts = countNeighbours(grid, positions, radius, threadCount, least, polling);
+        if (polling.isStopped()) return strays;
         for (uint32 n = 0; n < counts.size(); ++n)
             if (counts[n] < least) strays.push_back(n);
     }

@@ -4,6 +4,7 @@
 #include <atomic>
 #include <condition_variable>
 #include <functional>
+#include <iterator>
 #include <mutex>
 #include <thread>
 
@@ -107,6 +108,54 @@ TX_GEOMETRY_API uint32 threadsWorth(uint64 itemCount, uint64 itemsPerPiece, uint
 
 /// For tests, whose inputs are small: whether threadsWorth leaves every thread that has an item.
 TX_GEOMETRY_API void countThreadsAsWorth(bool always);
+
+/// The numbers below a count, for a plain loop that polls after every so many of them:
+/// `for (const uint32 n : PolledNumbers(count, scatteredItems, polling))`. The loop ends early once the
+/// polling has stopped, and what it made means nothing then. Without a callback it is one piece.
+class PolledNumbers
+{
+public:
+    PolledNumbers(uint32 count, uint64 itemsPerPiece, Polling& polling)
+        : _count(count),
+          _piece(static_cast<uint32>(polling.hasCallback() ? std::min<uint64>(itemsPerPiece, count) : count)),
+          _polling(polling)
+    {
+    }
+
+    class Iterator
+    {
+    public:
+        explicit Iterator(const PolledNumbers& numbers)
+            : _numbers(numbers), _pieceEnd(numbers._polling.isStopped() ? 0 : numbers._piece)
+        {
+        }
+        uint32 operator*() const { return _number; }
+        Iterator& operator++()
+        {
+            ++_number;
+            return *this;
+        }
+        bool operator!=(std::default_sentinel_t) { return _number != _pieceEnd || beginPiece(); }
+
+    private:
+        bool beginPiece()
+        {
+            if (_number == _numbers._count || !_numbers._polling.goOn()) return false;
+            _pieceEnd += std::min(_numbers._piece, _numbers._count - _number);
+            return _number != _pieceEnd;
+        }
+
+        const PolledNumbers& _numbers;
+        uint32 _number = 0;
+        uint32 _pieceEnd;
+    };
+    Iterator begin() const { return Iterator(*this); }
+    std::default_sentinel_t end() const { return {}; }
+
+private:
+    uint32 _count, _piece;
+    Polling& _polling;
+};
 
 /// polledFor with a poll after every so many items: task(worker, begin, end) is called for pieces of the
 /// worker's run, in order. Without a callback a run is one piece. No more threads start than are worth it.

@@ -99,9 +99,10 @@ bool mergeSort(Record* records, std::ptrdiff_t count, std::ptrdiff_t width, Reco
     return mergeRuns(from, from + count, from, from, records, less, piece, worked);
 }
 
-/// Sorts by the unsigned key keyOf(record), a digit after the other from the lowest; linear.
-template <class Record, class KeyOf>
-void radixSort(Record* records, uint32 count, Record* scratch, KeyOf keyOf)
+/// Sorts by the unsigned key keyOf(record), a digit after the other from the lowest; linear. Calls
+/// worked(count) after every pass; when that throws, the records are lost.
+template <class Record, class KeyOf, class Worked>
+void radixSort(Record* records, uint32 count, Record* scratch, KeyOf keyOf, Worked worked)
 {
     using Key = decltype(keyOf(*records));
     constexpr uint32 digitBits = 11, digitValues = 1u << digitBits;
@@ -124,20 +125,27 @@ void radixSort(Record* records, uint32 count, Record* scratch, KeyOf keyOf)
         for (uint32& next : places) place += std::exchange(next, place);
         for (uint32 r = 0; r < count; ++r) to[places[digit(keyOf(from[r]), n)]++] = from[r];
         std::swap(from, to);
+        worked(count);
     }
     if (from != records) std::copy(from, from + count, records);
 }
 
+/// For sorts of which nobody is told.
+struct NoWorked
+{
+    void operator()(uint32) const {}
+};
+
 /// Sorts by the unsigned key keyOf(record), by what is the fastest for so many. `scratch` has room for as
-/// many records; its contents are lost.
-template <class Record, class KeyOf>
-void sortByKey(Record* records, uint32 count, Record* scratch, KeyOf keyOf)
+/// many records; its contents are lost. Calls worked(count) as radixSort does.
+template <class Record, class KeyOf, class Worked = NoWorked>
+void sortByKey(Record* records, uint32 count, Record* scratch, KeyOf keyOf, Worked worked = {})
 {
     constexpr uint32 fewRecords = 24, manyRecords = 1024;
     const auto less = [keyOf](const Record& a, const Record& b) { return keyOf(a) < keyOf(b); };
     if (count <= fewRecords) return insertionSort(records, records + count, less);
     if (std::is_sorted(records, records + count, less)) return;
-    if (count >= manyRecords) return radixSort(records, count, scratch, keyOf);
+    if (count >= manyRecords) return radixSort(records, count, scratch, keyOf, worked);
     for (uint32 low = 0; low < count; low += fewRecords)
         insertionSort(records + low, records + std::min(low + fewRecords, count), less);
     mergeSort(records, count, fewRecords, scratch, less, anyNumber, [](std::ptrdiff_t) { return true; });

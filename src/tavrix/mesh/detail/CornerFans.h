@@ -19,10 +19,12 @@ class CornerFans
 public:
     /// Every corner is a fan.
     explicit CornerFans(uint32 faceCount) : _sets(3 * faceCount) {}
-    /// Neighbours as facedgeNeighbours gives them, or some other choice.
-    CornerFans(const Array<Index3>& faces, const Array<FacedgeTriple>& neighbours) : CornerFans(faces.size())
+    /// Neighbours as facedgeNeighbours gives them, or some other choice. Means nothing once the polling has
+    /// stopped.
+    CornerFans(const Array<Index3>& faces, const Array<FacedgeTriple>& neighbours, Polling& polling)
+        : _sets(3 * faces.size(), polling)
     {
-        for (uint32 h = 0; h < 3 * faces.size(); ++h)
+        for (const uint32 h : PolledNumbers(3 * faces.size(), scatteredItems, polling))
         {
             const IndexFacedge other = neighbours[h / 3][h % 3];
             if (other.isNone()) continue;

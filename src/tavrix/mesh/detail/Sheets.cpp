@@ -5,12 +5,14 @@
 namespace tavrix::detail
 {
 
-Sheets::Sheets(const Array<Vector3D>& positions, const FaceRegion& region, bool dropsBackToBack)
+Sheets::Sheets(const Array<Vector3D>& positions, const FaceRegion& region, bool dropsBackToBack,
+               Polling& polling)
     : _positions(positions),
       _region(region),
       _faces(region.faces),
-      _edges(_faces, region.vertexNumbers.size()),
-      _neighbours(facedgeNeighbours(_edges, _faces.size())),
+      _polling(polling),
+      _edges(_faces, region.vertexNumbers.size(), polling),
+      _neighbours(facedgeNeighbours(_edges, _faces.size(), polling)),
       _isDropped(_faces.size(), uint8{0}),
       _fans(0),
       _vertexOfFan(3 * _faces.size(), noIndex)
@@ -26,9 +28,11 @@ Sheets::Sheets(const Array<Vector3D>& positions, const FaceRegion& region, bool 
 /// Half-edges of edges of more than two faces, by edge, then ascending.
 std::vector<uint32> Sheets::usesOfCrowdedEdges() const
 {
-    const Array<uint32> counts = _edges.useCounts();
+    Array<uint32> counts(_edges.edgeCount, 0u);
+    for (const uint32 h : halfEdges())
+        if (_edges.edgeOfHalfEdge[h] != noIndex) ++counts[_edges.edgeOfHalfEdge[h]];
     std::vector<uint32> uses;
-    for (uint32 h = 0; h < _edges.edgeOfHalfEdge.size(); ++h)
+    for (const uint32 h : halfEdges())
         if (_edges.edgeOfHalfEdge[h] != noIndex && counts[_edges.edgeOfHalfEdge[h]] > 2) uses.push_back(h);
     std::stable_sort(uses.begin(), uses.end(),
                      [&](uint32 g, uint32 h) { return _edges.edgeOfHalfEdge[g] < _edges.edgeOfHalfEdge[h]; });
@@ -49,7 +53,7 @@ void Sheets::forEachEdge(const std::vector<uint32>& uses, Visit visit) const
 
 void Sheets::dropCollapsedFaces()
 {
-    for (uint32 f = 0; f < _faces.size(); ++f)
+    for (const uint32 f : PolledNumbers(_faces.size(), lightItems, _polling))
         if (_edges.edgeOfHalfEdge[uint64{3} * f] == noIndex) _isDropped[f] = 1;
 }
 
@@ -57,7 +61,7 @@ void Sheets::dropCollapsedFaces()
 /// another.
 void Sheets::dropOppositeFaces(const std::vector<uint32>& crowded)
 {
-    for (uint32 h = 0; h < 3 * _faces.size(); ++h)
+    for (const uint32 h : halfEdges())
     {
         const IndexFacedge other = _neighbours[h / 3][h % 3];
         if (other.isNone()) continue;
@@ -180,8 +184,8 @@ void Sheets::unlink(const Strand& strand)
 void Sheets::untangle()
 {
     constexpr uint32 mostRounds = 256;
-    _fans = CornerFans(_faces, _neighbours);
-    for (uint32 round = 0; round < mostRounds; ++round)
+    _fans = CornerFans(_faces, _neighbours, _polling);
+    for (uint32 round = 0; round < mostRounds && !_polling.isStopped(); ++round)
     {
         std::vector<std::vector<Strand>> tangles;
         std::vector<uint8> isTouched(_region.vertexNumbers.size());
@@ -226,9 +230,9 @@ void Sheets::pairAnew(const std::vector<std::vector<Strand>>& tangles)
 {
     for (const auto& tangle : tangles)
         for (const Strand& strand : tangle) unlink(strand);
-    _fans = CornerFans(_faces, _neighbours);
+    _fans = CornerFans(_faces, _neighbours, _polling);
     for (const auto& tangle : tangles) pairByFans(tangle);
-    _fans = CornerFans(_faces, _neighbours);
+    _fans = CornerFans(_faces, _neighbours, _polling);
 }
 
 /// Links the half-edges of strands that are in one fan at the low end now, and then the rest.
@@ -260,7 +264,7 @@ void Sheets::numberFans()
 {
     const uint32 vertexCount = _region.vertexNumbers.size();
     Array<uint8> isTaken(vertexCount, uint8{0});
-    for (uint32 h = 0; h < 3 * _faces.size(); ++h)
+    for (const uint32 h : halfEdges())
     {
         uint32& vertex = _vertexOfFan[_fans.fanOf(h)];
         if (vertex != noIndex || isDropped(h / 3)) continue;

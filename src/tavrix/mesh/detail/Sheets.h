@@ -33,8 +33,9 @@ struct CrowdedEdge
 class Sheets
 {
 public:
-    /// Both must outlive it.
-    Sheets(const Array<Vector3D>& positions, const FaceRegion& region, bool dropsBackToBack);
+    /// What comes by reference must outlive it. It means nothing once the polling has stopped.
+    Sheets(const Array<Vector3D>& positions, const FaceRegion& region, bool dropsBackToBack,
+           Polling& polling);
 
     bool isDropped(uint32 face) const { return _isDropped[face] != 0; }
     /// Edges of more than two faces at a whole vertex, with what was dropped away.
@@ -51,6 +52,7 @@ public:
     const Array<uint32>& added() const { return _added; }
 
 private:
+    PolledNumbers halfEdges() const { return {3 * _faces.size(), scatteredItems, _polling}; }
     uint32 thirdCorner(uint32 h) const { return vertexAt(_faces, nextCorner(nextCorner(h))); }
     bool runsUp(uint32 h) const { return vertexAt(_faces, h) < vertexAt(_faces, nextCorner(h)); }
     const Vector3D& positionOf(uint32 vertex) const { return _positions[_region.vertexNumbers[vertex]]; }
@@ -77,6 +79,7 @@ private:
     const Array<Vector3D>& _positions;
     const FaceRegion& _region;
     const Array<Index3>& _faces;
+    Polling& _polling;
     EdgeTable _edges;
     Array<FacedgeTriple> _neighbours;
     Array<uint8> _isDropped;

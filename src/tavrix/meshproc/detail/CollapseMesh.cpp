@@ -9,26 +9,30 @@
 namespace tavrix::detail
 {
 
-CollapseMesh::CollapseMesh(uint32 pointCount, Array<Index3> facesGiven)
-    : points(pointCount),
-      kinds(pointCount, PointKind::Fixed),
-      faces(std::move(facesGiven)),
-      faceCount(faces.size())
+CollapseMesh::CollapseMesh(uint32 pointCount, Array<Index3> facesGiven, Polling& polling)
+    : kinds(pointCount, PointKind::Fixed), faces(std::move(facesGiven)), faceCount(faces.size())
 {
     if (faces.size() > noIndex / 6) throw std::length_error("tavrix: too many faces to decimate");
-    for (CollapsePoint& p : points) p = {Vector3D{0, 0, 0}, Quadric::zero(), BestEdge::none(), 0, 0, 0};
-    for (const Index3& face : faces)
-        for (uint32 c = 0; c < 3; ++c) ++points[face[c]].cornerCount;
+    const PolledNumbers pointNumbers(pointCount, scatteredItems, polling),
+        faceNumbers(faces.size(), scatteredItems, polling);
+    points.reserve(pointCount);
+    for ([[maybe_unused]] const uint32 n : pointNumbers)
+        points.push_back({Vector3D{0, 0, 0}, Quadric::zero(), BestEdge::none(), 0, 0, 0});
+    if (polling.isStopped()) return;
+    for (const uint32 f : faceNumbers)
+        for (uint32 c = 0; c < 3; ++c) ++points[faces[f][c]].cornerCount;
     uint32 first = 0;
-    for (CollapsePoint& p : points)
+    for (const uint32 n : pointNumbers)
     {
+        CollapsePoint& p = points[n];
         p.firstCorner = first;
         first += std::exchange(p.cornerCount, 0u);
     }
+    if (polling.isStopped()) return;
     // room for the lists of joined points; when it is full, what is left takes less than half of it
     _corners.reserve(6 * faces.size() + 2 * Star::largestSize);
     _corners.resize(first);
-    for (uint32 f = 0; f < faces.size(); ++f)
+    for (const uint32 f : faceNumbers)
         for (uint32 c = 0; c < 3; ++c)
         {
             CollapsePoint& p = points[faces[f][c]];

@@ -5,6 +5,7 @@
 #include <limits>
 
 #include <tavrix/foundation/Array.h>
+#include <tavrix/foundation/detail/Polling.h>
 #include <tavrix/foundation/Tuple.h>
 #include <tavrix/foundation/Vector3.h>
 #include <tavrix/meshproc/Quadric.h>
@@ -110,7 +111,8 @@ class CollapseMesh
 {
 public:
     /// Takes faces whose corners are three different points; where these lie is the caller's to say.
-    CollapseMesh(uint32 pointCount, Array<Index3> faces);
+    /// Means nothing once the polling has stopped.
+    CollapseMesh(uint32 pointCount, Array<Index3> faces, Polling& polling);
 
     uint32 pointCount() const { return points.size(); }
     bool isAlive(uint32 point) const { return points[point].cornerCount > 0; }

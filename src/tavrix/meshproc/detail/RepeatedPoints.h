@@ -6,7 +6,7 @@
 #include <cstring>
 
 #include <tavrix/foundation/Array.h>
-#include <tavrix/foundation/detail/BitsOf.h>
+#include <tavrix/foundation/detail/PointHash.h>
 #include <tavrix/foundation/Vector3.h>
 #include <tavrix/platform/detail/Prefetch.h>
 
@@ -33,7 +33,7 @@ public:
             const uint32 count = std::min(batch, points.size() - start);
             for (uint32 n = 0; n < count; ++n)
             {
-                slots[n] = static_cast<uint32>(hash(points[start + n]) >> (64 - tableBits));
+                slots[n] = static_cast<uint32>(hashOf(points[start + n]) >> (64 - tableBits));
                 prefetch(lastOf.data() + slots[n]);
             }
             for (uint32 n = 0; n < count; ++n) prefetch(points.data() + lastOf[slots[n]]);
@@ -56,15 +56,6 @@ public:
 
 private:
     static constexpr uint32 batch = 32;
-
-    /// Products with odd constants of well-mixed bits: the golden ratio's and those of Collet's xxHash.
-    static uint64 hash(const Vector3<T>& p)
-    {
-        const auto bits = [](T number) { return uint64{std::bit_cast<BitsOf<T>>(number)}; };
-        const uint64 mixed = bits(p.x) * 0x9E3779B97F4A7C15u + bits(p.y) * 0xC2B2AE3D27D4EB4Fu +
-                             bits(p.z) * 0x165667B19E3779F9u;
-        return (mixed ^ (mixed >> 32)) * 0xD6E8FEB86659FD93u;
-    }
 
     static bool haveSameBits(const Vector3<T>& a, const Vector3<T>& b)
     {
