@@ -517,6 +517,7 @@ void bindMesh(py::module_& module)
     bindMeasures(type);
     bindMeshChanges(type);
     bindMeshFiles(type);
+    bindMeshSlices(type);
 }
 
 }  // namespace tavrix::python

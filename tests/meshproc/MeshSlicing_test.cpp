@@ -15,10 +15,14 @@
 #include <tavrix/foundation/ElementaryFunctions.h>
 #include <tavrix/mesh/MeshRepair.h>
 #include <tavrix/mesh/MeshTopology.h>
+#include <tavrix/meshio/Mesh_OBJ_FileParser.h>
+#include <tavrix/meshio/MeshFileParser.h>
+#include <tavrix/meshio/MeshSTLFileParser.h>
 #include <tavrix/meshproc/SphereTriangulated.h>
 #include <tavrix/meshproc/VertexWelding.h>
 
 #include "Polls.h"
+#include "TestFolder.h"
 
 using namespace tavrix;
 
@@ -103,8 +107,9 @@ std::vector<double> middles(double low, double high, uint32 count)
 
 double layeredVolume(const Mesh& mesh, uint32 axis, uint32 count)
 {
-    const double low = mesh.getBox().min[axis], high = mesh.getBox().max[axis];
-    const MeshSlices slices = sliceMesh(mesh, SliceFrame::alongAxis(axis), middles(low, high, count));
+    const SliceFrame frame = SliceFrame::alongAxis(axis);
+    const auto [low, high] = heightsOf(mesh, frame);
+    const MeshSlices slices = sliceMesh(mesh, frame, middles(low, high, count));
     expectClosed(slices);
     const std::vector<double> areas = areasOf(slices);
     return std::accumulate(areas.begin(), areas.end(), 0.0) * (high - low) / count;
@@ -243,6 +248,42 @@ TEST(MeshSlicing, ClosesAtTheHeightsOfVertices)
             for (std::size_t n = 0; n < heights.size(); ++n)
                 EXPECT_EQ(simple.slices[n].polygons.size(), slices.slices[n].polygons.size());
         }
+}
+
+// What CAD programs write; cracks in it are closed by joining what lies within a hundred-thousandth of its
+// size.
+TEST(MeshSlicing, ClosesRealMeshesAtTheHeightsOfTheirVertices)
+{
+    if (test::testData().empty()) GTEST_SKIP() << "TAVRIX_TEST_DATA is not set";
+    uint32 meshes = 0;
+    for (const auto& entry : std::filesystem::directory_iterator(test::testData() + "/meshes"))
+    {
+        const std::string name = entry.path().string(), kind = entry.path().extension().string();
+        const auto& stl = MeshFileParser<MeshSTLFileParser>::instance();
+        ArrayOfPtr<Mesh> read;
+        if (kind == ".obj")
+            MeshFileParser<Mesh_OBJ_FileParser>::instance().read(name.c_str(), read);
+        else if (stl.read(name.c_str(), read);
+                 read.empty() || read[0]->isEmpty())  // binary, but begins as text
+            stl.read(name.c_str(), read, MeshSTLFileParser::Encoding::binary);
+        if (read.empty()) continue;
+        Mesh mesh = joinMeshes(read);
+        joinEqualPositions(mesh);
+        const Box3D box = boxOfFaces(mesh);
+        if (!computeTopology(mesh).isClosed())
+            weldVertices(mesh.refPos(), mesh.refTrindexPos(), std::array{1e-5 * length(box.max - box.min)});
+        ASSERT_TRUE(computeTopology(mesh).isClosed()) << name;
+        ++meshes;
+        for (uint32 axis = 0; axis < 3; ++axis)
+        {
+            SCOPED_TRACE(name + ", axis " + std::to_string(axis));
+            expectClosed(sliceMesh(mesh, SliceFrame::alongAxis(axis), heightsOfVertices(mesh, axis)));
+            const double volume = signedVolume(mesh);
+            if (!computeTopology(mesh).isConsistentlyOriented()) continue;
+            EXPECT_NEAR(layeredVolume(mesh, axis, 2000) / volume, 1, 2e-3);
+        }
+    }
+    EXPECT_GE(meshes, 8u);
 }
 
 // Faces that share no vertices, that wind as they like, or that are missing.

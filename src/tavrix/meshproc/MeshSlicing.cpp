@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 #include <utility>
 
 #include <tavrix/foundation/detail/Polling.h>
@@ -362,6 +363,21 @@ SliceFrame SliceFrame::along(const Vector3D& direction)
     y[across] += 1;
     y = y * (1 / length(y));
     return {cross(y, up), y, up};
+}
+
+HeightRange heightsOf(const Mesh& mesh, const SliceFrame& frame)
+{
+    constexpr double big = std::numeric_limits<double>::max();
+    HeightRange range{big, -big};
+    for (const Index3& face : mesh.trindexPos())
+        for (uint32 c = 0; c < 3; ++c)
+        {
+            const double height = dot(frame.up, mesh.pos()[face[c]]);
+            if (!std::isfinite(height)) continue;
+            range.low = std::min(range.low, height);
+            range.high = std::max(range.high, height);
+        }
+    return range;
 }
 
 MeshSlices sliceMesh(const Mesh& mesh, const SliceFrame& frame, std::span<const double> heights,

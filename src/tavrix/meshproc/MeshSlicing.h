@@ -29,6 +29,18 @@ struct SliceFrame
     TX_GEOMETRY_API static SliceFrame along(const Vector3D& direction);
 };
 
+/// From where to where a mesh reaches.
+struct HeightRange
+{
+    double low, high;
+
+    /// Whether there is a height.
+    bool isEmpty() const { return !(low <= high); }
+};
+
+/// The heights of the faces' corners that are finite; empty without any. Indices must be valid. Linear.
+TX_GEOMETRY_API HeightRange heightsOf(const Mesh& mesh, const SliceFrame& frame);
+
 /// How a mesh is sliced.
 struct SliceSettings
 {
