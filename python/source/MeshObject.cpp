@@ -528,6 +528,7 @@ void bindMesh(py::module_& module)
     bindMeasures(type);
     bindMeshChanges(type);
     bindMeshFiles(type);
+    bindMeshSlices(type);
 }
 
 }  // namespace tavrix::python

@@ -130,6 +130,30 @@ class Mesh:
         threads: Optional[int] = None,
         progress: _Progress = None,
     ) -> Mesh: ...
+    @overload
+    def slice(
+        self,
+        heights: ArrayLike,
+        axis: Union[int, ArrayLike] = 2,
+        *,
+        simplify: float = 0.0,
+        gap: float = 0.0,
+        open: Literal[False] = False,
+        threads: Optional[int] = None,
+        progress: _Progress = None,
+    ) -> list[list[_Doubles]]: ...
+    @overload
+    def slice(
+        self,
+        heights: ArrayLike,
+        axis: Union[int, ArrayLike] = 2,
+        *,
+        simplify: float = 0.0,
+        gap: float = 0.0,
+        open: Literal[True],
+        threads: Optional[int] = None,
+        progress: _Progress = None,
+    ) -> tuple[list[list[_Doubles]], list[list[_Doubles]]]: ...
     def decimate(
         self,
         *,

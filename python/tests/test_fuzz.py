@@ -106,6 +106,8 @@ def test_any_mesh_survives_any_operation(mesh, data):
         lambda: mesh.weld(number()),
         lambda: mesh.decimate(ratio=number(), error=number()),
         lambda: mesh.clip(data.draw(ANYTHING), (1, 1, 1), closed=True),
+        lambda: (mesh.slice(data.draw(ANYTHING), data.draw(ANYTHING)), None)[1],
+        lambda: (mesh.slice([0, data.draw(some.floats(-1, 2))], (0, 1, number()), open=True), None)[1],
         lambda: mesh.clip((-1, -1, -1), (1, 1, data.draw(some.floats(-1, 2))), closed=True),
         lambda: mesh.repair(),
         lambda: mesh.flip(),

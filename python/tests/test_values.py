@@ -52,6 +52,26 @@ def test_solids_are_the_programs_to_the_byte(program):
     assert same_file("program.bin", "package.bin")
 
 
+def test_slices_are_the_programs_to_the_digit(program):
+    tavrix.Mesh.sphere(500, 2).write("ball.obj", digits="exact")
+    ball = tavrix.Mesh.read("ball.obj")
+    for heights, axis in [([1.5, 0, -0.25], 2), ([0.5, 0.75], (1, 2, 0.5))]:
+        direction = "z" if axis == 2 else ",".join(map(str, axis))
+        program("slice", "ball.obj", "-o", "cuts.csv", "--axis", direction, "--at=" + ",".join(map(str, heights)))
+        table = numpy.genfromtxt("cuts.csv", delimiter=",", names=True, dtype=None, encoding="utf-8")
+        layers = ball.slice(heights, axis)
+        for layer, loops in enumerate(layers):
+            assert len(loops) == 1
+            rows = table[table["layer"] == layer]
+            assert numpy.array_equal(loops[0], numpy.column_stack([rows["x"], rows["y"]]))
+            x, y = loops[0].T
+            area = (x * numpy.roll(y, -1) - y * numpy.roll(x, -1)).sum() / 2
+            assert area == pytest.approx(numpy.pi * (4 - heights[layer] ** 2), rel=0.05)
+    shell = tavrix.Mesh(ball.vertices, ball.faces[:-40])
+    loops, chains = shell.slice(numpy.linspace(-1.9, 1.9, 30), open=True)
+    assert len(loops) == len(chains) == 30 and any(chains) and any(loops)
+
+
 def test_an_array_becomes_a_ball():
     x, y, z = numpy.ogrid[-1.2:1.2:49j, -1.2:1.2:49j, -1.2:1.2:49j]
     distance = numpy.sqrt(x * x + y * y + z * z)

@@ -26,6 +26,7 @@
 #include <tavrix/foundation/ArrayOfPtr.h>
 #include <tavrix/foundation/BitArray.h>
 #include <tavrix/foundation/BlockDesc.h>
+#include <tavrix/foundation/Box2.h>
 #include <tavrix/foundation/Box3.h>
 #include <tavrix/foundation/CancelCallback.h>
 #include <tavrix/foundation/Color4.h>
@@ -69,6 +70,10 @@
 #include <tavrix/meshproc/MeshClipping.h>
 #include <tavrix/meshproc/MeshDecimation.h>
 #include <tavrix/meshproc/MeshFairing.h>
+#include <tavrix/meshproc/MeshSlicing.h>
+#include <tavrix/meshproc/Polygons.h>
+#include <tavrix/meshproc/Polygonum.h>
+#include <tavrix/meshproc/polylinetools.h>
 #include <tavrix/meshproc/Quadric.h>
 #include <tavrix/meshproc/SphereTriangulated.h>
 #include <tavrix/meshproc/Vector3Simplifier.h>

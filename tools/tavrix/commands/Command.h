@@ -48,6 +48,9 @@ void addInfoCommand(CLI::App& app, Command& command);
 /// Adds `tavrix preview`: mesh and particle files in, a picture out.
 void addPreviewCommand(CLI::App& app, Command& command);
 
+/// Adds `tavrix slice`: a mesh file in, its cuts with parallel planes as polygons out.
+void addSliceCommand(CLI::App& app, Command& command);
+
 /// Adds `tavrix query`: where rays hit a mesh, and what of it is nearest to points.
 void addQueryCommand(CLI::App& app, Command& command);
 
