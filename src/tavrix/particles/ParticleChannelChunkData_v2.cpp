@@ -44,8 +44,7 @@ void ParticleChannelChunkDataModel_v2<T>::reorder(std::span<const uint16> remap)
         reordered = _values;
     }
     Array<T>& target = inPlace ? _values : reordered;
-    for (std::size_t i = 0; i < remap.size(); ++i)
-        if (remap[i] != i) target[i] = _values[remap[i]];
+    for (std::size_t i = 0; i < remap.size(); ++i) target[i] = _values[remap[i]];
     if (!inPlace) _values.swap(reordered);
 }
 

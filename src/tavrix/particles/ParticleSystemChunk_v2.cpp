@@ -35,6 +35,7 @@ void ParticleSystemChunk_v2::destroy() noexcept
     _freeCount = capacity;
     _minId = ~uint64{0};
     _maxId = 0;
+    _isRun = false;
 }
 
 template <class T>
@@ -77,6 +78,7 @@ Particle_v2 ParticleSystemChunk_v2::addParticle(uint64 id) noexcept
     _entries[position].released = 0;
     noteOrder(position);
     _sortedById = false;
+    _isRun = false;
     --_freeCount;
     _minId = std::min(_minId, id);
     _maxId = std::max(_maxId, id);
@@ -141,6 +143,10 @@ uint32 ParticleSystemChunk_v2::lowerBound(uint64 id) const noexcept
     const uint64 first = _entries[0].id, last = _entries[count - 1].id;
     if (id <= first) return 0;
     if (id > last) return count;
+    // In a run without gaps it is where it would be.
+    const uint64 offset = id - first;
+    if (offset < count && _entries[offset].id == id && _entries[offset - 1].id < id)
+        return static_cast<uint32>(offset);
     const double share = static_cast<double>(id - first) / static_cast<double>(last - first);
     const uint32 guess = std::min(static_cast<uint32>(share * (count - 1)), count - 1);
 
@@ -169,8 +175,18 @@ uint32 ParticleSystemChunk_v2::lowerBound(uint64 id) const noexcept
 void ParticleSystemChunk_v2::releaseEntry(uint32 position) noexcept
 {
     _entries[position].released = 1;
+    _isRun = false;
     _firstReleased = std::min(_firstReleased, position);
     ++_freeCount;
+}
+
+/// Whether the sorted entries are a run, of which each tells where all others are.
+bool ParticleSystemChunk_v2::hasRun() const noexcept
+{
+    bool isRun = true;
+    for (uint32 i = 0; i < _entries.size(); ++i)
+        isRun &= _entries[i].id == _entries[0].id + i && _entries[i].slot == i && !_entries[i].released;
+    return isRun;
 }
 
 void ParticleSystemChunk_v2::sortChunkById()
@@ -194,6 +210,7 @@ void ParticleSystemChunk_v2::sortChunkById()
         _liveEnd = _entries.size();
         _sortedById = true;
         _slotOrdered = false;
+        _isRun = hasRun();
     }
     while (_firstLive < _liveEnd && _entries[_firstLive].released) ++_firstLive;
     while (_firstLive < _liveEnd && _entries[_liveEnd - 1].released) --_liveEnd;
@@ -207,18 +224,25 @@ void ParticleSystemChunk_v2::compactChunk() noexcept
     if (_slotOrdered) return;
     orderBySlot();
 
-    // Every hole among the first `size` slots takes the next particle from behind them.
+    // Every hole among the first `size` slots takes the next particle from behind them. Listed first, without
+    // branches: where particles were removed at random, none could be foretold.
     const uint32 size = getSize();
-    uint32 next = size;
-    std::array<uint16, capacity> remap;
+    std::array<uint16, capacity + 1> remap, holes, movers;
+    uint32 holeCount = 0, moverCount = 0;
     for (uint32 slot = 0; slot < size; ++slot)
     {
-        if (_entries[slot].released)
-        {
-            while (_entries[next].released) ++next;
-            std::swap(_entries[slot], _entries[next]);
-        }
-        remap[slot] = _entries[slot].slot;
+        remap[slot] = holes[holeCount] = static_cast<uint16>(slot);
+        holeCount += _entries[slot].released;
+    }
+    for (uint32 slot = size; slot < _entries.size(); ++slot)
+    {
+        movers[moverCount] = static_cast<uint16>(slot);
+        moverCount += 1u - _entries[slot].released;
+    }
+    for (uint32 n = 0; n < holeCount; ++n)
+    {
+        std::swap(_entries[holes[n]], _entries[movers[n]]);
+        remap[holes[n]] = movers[n];
     }
     for (const auto& channel : _channels)
         if (channel) channel->getData()->reorder({remap.data(), size});
@@ -229,6 +253,7 @@ void ParticleSystemChunk_v2::compactChunk() noexcept
     _firstReleased = size;
     _sortedById = false;
     _slotOrdered = true;
+    _isRun = false;
 }
 
 /// Puts each entry at the position of its slot: the slots are a permutation of the positions.

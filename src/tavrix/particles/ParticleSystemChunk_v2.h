@@ -87,6 +87,7 @@ public:
     /// The handle on the particle at a position among the entries.
     Particle_v2 getParticle(uint32 position) const noexcept
     {
+        if (_isRun) return {_minId + position, static_cast<uint16>(position), &_channels};
         return {_entries[position].id, _entries[position].slot, &_channels};
     }
     /// The chunk's array of T (one of the twelve channel types) for the channel; null when there is none.
@@ -107,7 +108,11 @@ public:
     Particle_v2 addParticle(uint64 id) noexcept;
     /// The position of a live entry of that id, -1 without one. An id between min and max id sorts the chunk.
     /// O(log n) when it is sorted.
-    int32 findInChunk(uint64 id) { return mayContain(id) ? findSorted(id) : -1; }
+    int32 findInChunk(uint64 id)
+    {
+        if (!mayContain(id)) return -1;
+        return _isRun ? static_cast<int32>(id - _minId) : findSorted(id);
+    }
     /// Marks a live entry released. O(1).
     void releaseEntry(uint32 position) noexcept;
     /// Sorts the entries by id unless they are sorted, and makes min and max id exact.
@@ -137,6 +142,7 @@ private:
     uint32 takeReleasedEntry() noexcept;
     void noteOrder(uint32 position) noexcept;
     uint32 lowerBound(uint64 id) const noexcept;
+    bool hasRun() const noexcept;
     void orderBySlot() noexcept;
 
     uint64 _minId = ~uint64{0};
@@ -151,6 +157,7 @@ private:
     uint16 _freeCount = capacity;
     bool _sortedById = false;
     bool _slotOrdered = true;
+    bool _isRun = false;  ///< while sorted: the ids have no gaps, and each its position as slot; all are live
 };
 
 }  // namespace tavrix

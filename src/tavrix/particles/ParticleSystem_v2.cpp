@@ -61,6 +61,7 @@ Particle_v2 ParticleSystem_v2::addParticle(uint64 id)
     ParticleSystemChunk_v2* chunk = getChunkWithFreeEntries();
     if (!chunk) chunk = &*createChunk()->value;
     const Particle_v2 particle = chunk->addParticle(id);
+    _storage->index.outdate();
     ++_storage->particleCount;
     ++_storage->revision;
     if (chunk->getFreeCount() == 0) updateMapChunksWithFreeEntries(false, *chunk);
@@ -88,8 +89,9 @@ ParticleSystem_v2::ChunkNode* ParticleSystem_v2::createChunk()
 
 Particle_v2 ParticleSystem_v2::find(uint64 id)
 {
-    for (ParticleSystemChunk_v2& chunk : _storage->chunks)
+    for (ChunkNode* node = _storage->index.firstFor(_storage->chunks, id); node; node = node->next)
     {
+        ParticleSystemChunk_v2& chunk = *node->value;
         const int32 position = chunk.findInChunk(id);
         if (position >= 0) return chunk.getParticle(static_cast<uint32>(position));
     }
@@ -98,7 +100,7 @@ Particle_v2 ParticleSystem_v2::find(uint64 id)
 
 bool ParticleSystem_v2::remove(uint64 id)
 {
-    for (ChunkNode* node = _storage->chunks.head(); node; node = node->next)
+    for (ChunkNode* node = _storage->index.firstFor(_storage->chunks, id); node; node = node->next)
     {
         ParticleSystemChunk_v2& chunk = *node->value;
         const int32 position = chunk.findInChunk(id);
@@ -130,6 +132,7 @@ void ParticleSystem_v2::clear()
 /// The node keeps the emptied chunk until it is used again, so that handles and iterators on it stay safe.
 void ParticleSystem_v2::destroyChunk(ChunkNode* node) noexcept
 {
+    _storage->index.outdate();
     removeChunkWithFreeEntries(node->value->getId());
     node->value->destroy();
     _storage->chunks.erase(node);

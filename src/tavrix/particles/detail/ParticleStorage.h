@@ -6,6 +6,7 @@
 
 #include <tavrix/foundation/ArrayOfPtr.h>
 #include <tavrix/foundation/List.h>
+#include <tavrix/particles/detail/ChunkIndex.h>
 #include <tavrix/particles/ParticleChannel_v2.h>
 #include <tavrix/particles/ParticleSystemChunk_v2.h>
 
@@ -19,6 +20,7 @@ struct ParticleStorage
     /// By chunk id. Ids may come twice; an entry never outlives its chunk, as each chunk that dies takes away
     /// the entry of its id.
     std::map<uint32, ParticleSystemChunk_v2*> chunksWithFreeEntries;
+    ChunkIndex index;
     uint64 greatestParticleId = 0;
     uint32 nextChannelId = 0;
     uint32 particleCount = 0;
