@@ -1,3 +1,5 @@
+#include <bit>
+#include <charconv>
 #include <clocale>
 #include <limits>
 #include <random>
@@ -125,6 +127,20 @@ TEST(NumberText, PrintsTheShortestTextOfAFloat)
                                                   {16777216.0f, "16777216"},
                                                   {-std::numeric_limits<float>::min(), "-1.1754944e-38"}};
     for (const auto& [value, expected] : rows) EXPECT_EQ(test::shortest(value), expected);
+    // the sizes that meshes have, among them powers of two, whose neighbours lie unevenly, and short decimals
+    std::mt19937 random(2);
+    for (int n = 0; n < 400'000; ++n)
+    {
+        const uint32 bits = 0x38000000u + static_cast<uint32>(random() % 0x14000000u);
+        const auto few = static_cast<float>(random() % 100'000) / static_cast<float>(1u << random() % 20);
+        for (const float value : {std::bit_cast<float>(bits), -std::bit_cast<float>(bits & 0xFF800000), few,
+                                  static_cast<float>(random() % 100'000) / 1000.0f})
+        {
+            char text[32];
+            const auto end = std::to_chars(text, text + sizeof text, value).ptr;
+            ASSERT_EQ(test::shortest(value), std::string(text, end));
+        }
+    }
 }
 
 TEST(NumberText, KnowsNoLocale)

@@ -345,27 +345,31 @@ const char* parseMagnitude(const char* first, const char* last, float& value)
     return number.end;
 }
 
-/// "00", "01", ... "99" in a row.
-constexpr auto digitPairs = []
+/// The eight digits of a number below 10^8, the first in the lowest byte: halves, pairs, then digits, side by
+/// side in one word.
+uint64 eightDigits(uint32 value)
 {
-    std::array<char, 200> pairs{};
-    for (std::size_t i = 0; i < 100; ++i)
-    {
-        pairs[2 * i] = static_cast<char>('0' + i / 10);
-        pairs[2 * i + 1] = static_cast<char>('0' + i % 10);
-    }
-    return pairs;
-}();
+    constexpr uint64 lowOfHalves = 0x0000007F0000007F, lowOfPairs = 0x000F000F000F000F;
+    uint64 word = value / 10000 | uint64{value % 10000} << 32;
+    const uint64 hundreds = word * 10486 >> 20 & lowOfHalves;  // a hundredth of each half, exact below 10^4
+    word = hundreds | (word - 100 * hundreds) << 16;
+    const uint64 tens = word * 103 >> 10 & lowOfPairs;
+    return tens | (word - 10 * tens) << 8;
+}
 
-void printPair(char* out, uint64 belowHundred) { std::memcpy(out, digitPairs.data() + 2 * belowHundred, 2); }
-
-/// Writes exactly six digits.
-char* printSixDigits(char* out, uint32 value)
+/// Writes the word's bytes as digits, eight characters of which `count` count.
+char* storeDigits(char* out, uint64 word, uint32 count)
 {
-    printPair(out, value / 10000);
-    printPair(out + 2, value / 100 % 100);
-    printPair(out + 4, value % 100);
-    return out + 6;
+    word |= 0x3030303030303030;
+    if constexpr (std::endian::native == std::endian::big) convertByteOrder(&word, 1, ByteOrder::little);
+    std::memcpy(out, &word, sizeof word);
+    return out + count;
+}
+
+/// Writes exactly so many digits, 1 to 8, of a number that has no more; touches eight characters.
+char* printDigits(char* out, uint32 value, uint32 count)
+{
+    return storeDigits(out, eightDigits(value) >> (64 - 8 * count), count);
 }
 
 #if defined(__SIZEOF_INT128__)
@@ -400,6 +404,109 @@ bool scaleToMillionths(double value, uint64& millionths)
 bool scaleToMillionths(double, uint64&) { return false; }
 
 #endif
+
+/// whole + fraction / 10^decimals, of at most nine digits.
+struct ShortDecimal
+{
+    uint64 whole = 0, fraction = 0;
+    uint32 decimals = 0;
+};
+
+constexpr uint64 powersOfTen[] = {
+    1,         10,         100,         1'000,         10'000,         100'000,
+    1'000'000, 10'000'000, 100'000'000, 1'000'000'000, 10'000'000'000, 100'000'000'000};
+
+/// Whether a number is written with a point, or as a whole one, and not with an exponent, which is shorter
+/// for a single digit far from the point.
+bool hasPoint(const ShortDecimal& number)
+{
+    constexpr uint64 shorterWithExponent = 100'000;
+    if (number.decimals == 0) return number.whole % shorterWithExponent != 0;
+    return number.whole > 0 || number.fraction > 9 || number.decimals < 4;
+}
+
+/// The shortest decimal number that reads as the float, and of these the nearest to it, for floats of
+/// everyday size that are written with a point. An ulp is wider than 10^-p, but not than 10^(1-p), of which
+/// one multiple at most reads as the float; if none does, the nearest multiple of 10^-p is it (as in
+/// Giulietti, The Schubfach way to render doubles, 2020). False for other floats.
+bool findShortest(float value, ShortDecimal& number)
+{
+    constexpr uint32 implicitBit = 1u << 23;
+    const auto bits = std::bit_cast<uint32>(value);
+    const uint32 shift = 127 + 23 - (bits >> 23);  // value = mantissa / 2^shift
+    if (shift - 1 > 35) return false;              // below 2^-13, or 2^23 and more
+    const uint64 mantissa = (bits & (implicitBit - 1)) | implicitBit;
+    const uint32 p = (shift * 1233 >> 12) + 1;
+
+    // All in quarters of an ulp. The ends of the range read as the float when its mantissa is even.
+    const uint64 middle = 4 * mantissa, odd = mantissa & 1;
+    const uint32 quarters = shift + 2;
+    const uint64 half = uint64{1} << (quarters - 1);
+    const auto readsAsValue = [&](uint64 digits, uint64 power)
+    {
+        const auto above = static_cast<int64>((digits << quarters) - middle * power);
+        const auto upwards = static_cast<int64>(2 * power - odd);
+        return above <= upwards && above >= (mantissa == implicitBit ? -static_cast<int64>(power) : -upwards);
+    };
+    const auto make = [&](uint64 digits, uint32 decimals)
+    {
+        const auto whole = static_cast<uint64>(value);
+        const uint64 fraction = digits - whole * powersOfTen[decimals];
+        const bool isRoundedUp = fraction == powersOfTen[decimals];
+        number = {isRoundedUp ? whole + 1 : whole, isRoundedUp ? 0 : fraction, decimals};
+    };
+    const uint64 coarse = powersOfTen[p - 1], nearest = (middle * coarse + half) >> quarters;
+    if (readsAsValue(nearest, coarse))
+    {
+        make(nearest, p - 1);
+        if (number.fraction == 0) number.decimals = 0;
+        for (; number.decimals > 0 && number.fraction % 10 == 0; --number.decimals) number.fraction /= 10;
+        return hasPoint(number);
+    }
+    const uint64 fine = powersOfTen[p], scaled = middle * fine, rounded = (scaled + half) >> quarters;
+    const uint64 isTie = ((scaled + half) & ((uint64{1} << quarters) - 1)) == 0 ? 1 : 0;
+    const uint64 digits = rounded - (isTie & rounded);
+    make(readsAsValue(digits, fine) ? digits : digits + 1, p);
+    return true;
+}
+
+/// What stands before the point, a single digit mostly.
+char* printWhole(char* out, uint64 value)
+{
+    if (value >= 10) return printUInt(out, value);
+    *out = static_cast<char>('0' + value);
+    return out + 1;
+}
+
+/// Writes it with a point where it has decimals; touches up to eight characters behind its end.
+char* printPoint(char* out, const ShortDecimal& number)
+{
+    constexpr uint64 eightDigitsEnd = 100'000'000;
+    out = printWhole(out, number.whole);
+    if (number.decimals == 0) return out;
+    *out++ = '.';
+    if (number.decimals <= 8) return printDigits(out, static_cast<uint32>(number.fraction), number.decimals);
+    out = printDigits(out, static_cast<uint32>(number.fraction / eightDigitsEnd), number.decimals - 8);
+    return printDigits(out, static_cast<uint32>(number.fraction % eightDigitsEnd), 8);
+}
+
+/// Copies [from, end), at most 16 characters, without a call and without touching others.
+char* copyShort(char* out, const char* from, const char* end)
+{
+    const auto length = static_cast<std::size_t>(end - from);
+    const auto copyEnds = [&](std::size_t size)
+    {
+        std::memcpy(out, from, size);
+        std::memcpy(out + length - size, end - size, size);
+    };
+    if (length >= 8)
+        copyEnds(8);
+    else if (length >= 4)
+        copyEnds(4);
+    else
+        for (std::size_t n = 0; n < length; ++n) out[n] = from[n];
+    return out + length;
+}
 
 char* printWord(char* out, const char* word, std::size_t length)
 {
@@ -440,38 +547,27 @@ const char* parseInt(const char* first, const char* last, int32& value) noexcept
 
 char* printUInt(char* out, uint64 value) noexcept
 {
-    char digits[maxUIntLength];
-    char* const end = digits + sizeof digits;
-    char* p = end;
-    while (value >= 100)
-    {
-        p -= 2;
-        printPair(p, value % 100);
-        value /= 100;
-    }
-    if (value >= 10)
-    {
-        p -= 2;
-        printPair(p, value);
-    }
-    else
-        *--p = static_cast<char>('0' + value);
-    const auto length = static_cast<std::size_t>(end - p);
-    std::memcpy(out, p, length);
-    return out + length;
+    constexpr uint64 eightDigitsEnd = 100'000'000;
+    if (value >= eightDigitsEnd)
+        return storeDigits(printUInt(out, value / eightDigitsEnd),
+                           eightDigits(static_cast<uint32>(value % eightDigitsEnd)), 8);
+    const uint64 word = eightDigits(static_cast<uint32>(value));
+    const auto zeros = static_cast<uint32>(std::countr_zero(word | uint64{1} << 56)) / 8;
+    return storeDigits(out, word >> (8 * zeros), 8 - zeros);
 }
 
 char* printFixed6(char* out, double value) noexcept
 {
-    if (std::signbit(value)) *out++ = '-';
+    *out = '-';
+    out += std::signbit(value) ? 1 : 0;
     if (std::isnan(value)) return printWord(out, "nan", 3);
     if (std::isinf(value)) return printWord(out, "inf", 3);
     uint64 millionths = 0;
     if (!scaleToMillionths(value, millionths))
         return std::to_chars(out, out + maxFixed6Length, std::fabs(value), std::chars_format::fixed, 6).ptr;
-    out = printUInt(out, millionths / 1'000'000);
+    out = printWhole(out, millionths / 1'000'000);
     *out++ = '.';
-    return printSixDigits(out, static_cast<uint32>(millionths % 1'000'000));
+    return printDigits(out, static_cast<uint32>(millionths % 1'000'000), 6);
 }
 
 char* printFixed(char* out, double value, int decimals) noexcept
@@ -486,6 +582,14 @@ char* printFixed(char* out, double value, int decimals) noexcept
 char* printFloat(char* out, float value) noexcept
 {
     if (!std::isfinite(value)) return printFixed6(out, static_cast<double>(value));
+    const bool isNegative = std::signbit(value);
+    if (ShortDecimal number; findShortest(isNegative ? -value : value, number))
+    {
+        char text[32];
+        text[0] = '-';
+        const char* const end = printPoint(text + 1, number);
+        return copyShort(out, text + (isNegative ? 0 : 1), end);
+    }
     return std::to_chars(out, out + maxFloatLength, value).ptr;
 }
 

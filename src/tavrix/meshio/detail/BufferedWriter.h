@@ -56,11 +56,6 @@ public:
         }
         return *this;
     }
-    BufferedWriter& operator<<(double value)
-    {
-        _next = printFixed6(room(maxFixed6Length), value);
-        return *this;
-    }
     BufferedWriter& operator<<(uint64 value)
     {
         _next = printUInt(room(maxUIntLength), value);
@@ -72,24 +67,13 @@ public:
     template <class Put>
     void writeItems(uint32 count, std::size_t itemSize, const Put& put)
     {
-        inRuns(count,
-               [&](uint32 first, uint32 end)
-               {
-                   char* out = room((end - first) * itemSize);
-                   for (; first < end; ++first) out = put(first, out);
-                   advance(out);
-               });
-    }
-    /// Hands write(first, end) runs of the items until isWell() is false.
-    template <class Write>
-    void inRuns(uint32 count, const Write& write)
-    {
-        constexpr uint32 perRun = 512;
+        const auto perRun = static_cast<uint32>(std::clamp<std::size_t>(maxRoom / 4 / itemSize, 1, 512));
         for (uint32 first = 0; first < count && isWell();)
         {
             const uint32 end = first + std::min(count - first, perRun);
-            write(first, end);
-            first = end;
+            char* out = room((end - first) * itemSize);
+            for (; first < end; ++first) out = put(first, out);
+            advance(out);
         }
     }
 

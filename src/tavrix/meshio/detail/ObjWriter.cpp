@@ -1,5 +1,7 @@
 #include <tavrix/meshio/detail/ObjWriter.h>
 
+#include <algorithm>
+#include <cstring>
 #include <string_view>
 
 #include <tavrix/meshio/detail/BufferedWriter.h>
@@ -26,25 +28,18 @@ public:
     explicit NumberPrinter(const ObjNumbers& numbers) : _numbers(numbers) {}
 
     template <class T>
-    void print(BufferedWriter& out, T value) const
+    char* put(char* out, T value) const
     {
-        if (_numbers.areShortest)
-            printShortest(out, value);
-        else if (_numbers.decimals == 6)
-            out << static_cast<double>(value);
-        else
-            out.advance(printFixed(out.room(maxFixedLength), static_cast<double>(value), _numbers.decimals));
+        if (_numbers.areShortest) return putShortest(out, value);
+        if (_numbers.decimals == 6) return printFixed6(out, static_cast<double>(value));
+        return printFixed(out, static_cast<double>(value), _numbers.decimals);
     }
 
+    static constexpr std::size_t maxLength = std::max(maxFixed6Length, maxFixedLength);
+
 private:
-    static void printShortest(BufferedWriter& out, float value)
-    {
-        out.advance(printFloat(out.room(maxFloatLength), value));
-    }
-    static void printShortest(BufferedWriter& out, double value)
-    {
-        out.advance(printDouble(out.room(maxDoubleLength), value));
-    }
+    static char* putShortest(char* out, float value) { return printFloat(out, value); }
+    static char* putShortest(char* out, double value) { return printDouble(out, value); }
 
     ObjNumbers _numbers;
 };
@@ -54,20 +49,29 @@ template <class T>
 void writeVectors(BufferedWriter& out, std::string_view keyword, const Array<Vector3<T>>& vectors,
                   uint32 count, const NumberPrinter& numbers)
 {
-    out.inRuns(vectors.size(),
-               [&](uint32 first, uint32 end)
-               {
-                   for (; first < end; ++first)
+    out.writeItems(vectors.size(), 4 + 3 * (NumberPrinter::maxLength + 1),
+                   [&](uint32 n, char* to)
                    {
-                       out << keyword;
+                       to = std::copy(keyword.begin(), keyword.end(), to);
                        for (uint32 axis = 0; axis < count; ++axis)
                        {
-                           out << ' ';
-                           numbers.print(out, vectors[first][axis]);
+                           *to++ = ' ';
+                           to = numbers.put(to, vectors[n][axis]);
                        }
-                       out << '\n';
-                   }
-               });
+                       *to++ = '\n';
+                       return to;
+                   });
+}
+
+/// A slash and the number, whose digits are at hand where it is that of the position.
+char* putIndex(char* out, uint64 number, uint64 position, const char* digits, std::size_t length)
+{
+    *out++ = '/';
+    if (number != position) return printUInt(out, number);
+    char copied[maxUIntLength];  // the two places overlap
+    std::memcpy(copied, digits, maxUIntLength);
+    std::memcpy(out, copied, maxUIntLength);
+    return out + length;
 }
 
 template <bool withTextures, bool withNormals>
@@ -75,24 +79,28 @@ void writeFaces(BufferedWriter& out, const Mesh& mesh, const Offsets& offsets)
 {
     const Array<Index3>& positions = mesh.trindexPos();
     const Array<Index3>& normals = mesh.trindexNor();
-    const auto writeFace = [&](uint32 f)
+    const auto putCorner = [&](char* to, uint32 f, uint32 corner)
     {
-        out << 'f';
-        for (uint32 corner = 0; corner < 3; ++corner)
-        {
-            out << ' ' << offsets.position + positions[f][corner];
-            if constexpr (withTextures) out << '/' << offsets.texture + positions[f][corner];
-            if constexpr (withNormals)
-                out << (withTextures ? std::string_view("/") : std::string_view("//"))
-                    << offsets.normal + normals[f][corner];
-        }
-        out << '\n';
+        *to++ = ' ';
+        const uint64 position = offsets.position + positions[f][corner];
+        const char* const digits = to;
+        to = printUInt(to, position);
+        const auto length = static_cast<std::size_t>(to - digits);
+        if constexpr (withTextures)
+            to = putIndex(to, offsets.texture + positions[f][corner], position, digits, length);
+        if constexpr (withNormals && !withTextures) *to++ = '/';
+        if constexpr (withNormals)
+            to = putIndex(to, offsets.normal + normals[f][corner], position, digits, length);
+        return to;
     };
-    out.inRuns(positions.size(),
-               [&](uint32 first, uint32 end)
-               {
-                   for (; first < end; ++first) writeFace(first);
-               });
+    out.writeItems(positions.size(), 8 + 9 * (maxUIntLength + 2),
+                   [&](uint32 f, char* to)
+                   {
+                       *to++ = 'f';
+                       for (uint32 corner = 0; corner < 3; ++corner) to = putCorner(to, f, corner);
+                       *to++ = '\n';
+                       return to;
+                   });
 }
 
 void writeGroup(BufferedWriter& out, const Mesh& mesh, bool withTextures, const NumberPrinter& numbers,

@@ -1,6 +1,7 @@
 #include <tavrix/meshio/detail/StlWriter.h>
 
 #include <cmath>
+#include <vector>
 
 #include <tavrix/meshio/detail/BufferedWriter.h>
 #include <tavrix/meshio/detail/MeshChannels.h>
@@ -38,15 +39,41 @@ char* putLine(char* out, std::string_view keyword, const Vector3F& v)
     return out;
 }
 
-char* putFacet(char* out, const Vector3D (&corners)[3])
+/// The lines of vertices. The faces around one mostly follow each other closely: texts are kept for a while,
+/// each in a place that its number says.
+class VertexLines
 {
-    out = putLine(out, "  facet normal", unitNormal(corners));
-    out = putText(out, "    outer loop\n");
-    for (const Vector3D& corner : corners) out = putLine(out, "      vertex", convert<float>(corner));
-    return putText(out, "    endloop\n  endfacet\n");
-}
+public:
+    explicit VertexLines(const Vector3D* positions) : _positions(positions), _lines(places) {}
 
-constexpr std::size_t maxFacetLength = 128 + 12 * (maxFloatLength + 1);
+    char* put(char* out, uint32 vertex)
+    {
+        Line& line = _lines[vertex % places];
+        if (line.vertex != vertex)
+        {
+            const char* const end = putLine(line.text, "      vertex", convert<float>(_positions[vertex]));
+            line.length = static_cast<uint32>(end - line.text);
+            line.vertex = vertex;
+        }
+        std::memcpy(out, line.text, sizeof line.text);
+        return out + line.length;
+    }
+
+    static constexpr std::size_t maxLength = 13 + 3 * (maxFloatLength + 1);
+
+private:
+    struct Line
+    {
+        uint32 vertex = noIndex, length = 0;
+        char text[maxLength];
+    };
+    static constexpr uint32 places = 1u << 13;
+
+    const Vector3D* _positions;
+    std::vector<Line> _lines;
+};
+
+constexpr std::size_t maxFacetLength = 160 + 3 * (maxFloatLength + 1) + 3 * VertexLines::maxLength;
 
 }  // namespace
 
@@ -59,13 +86,18 @@ int writeStlText(const TX_String& fileName, const Mesh& mesh, CancelCallback cal
     const Index3* faces = mesh.trindexPos().data();
     const uint32 positionCount = mesh.getPosSize();
     out << "solid" << name << '\n';
-    out.writeItems(mesh.getFacesSize(), maxFacetLength,
-                   [=](uint32 i, char* to)
-                   {
-                       const Index3 face = faces[i];
-                       if (!isInRange(face, positionCount)) return to;
-                       return putFacet(to, {pos[face.a], pos[face.b], pos[face.c]});
-                   });
+    VertexLines lines(pos);
+    out.writeItems(
+        mesh.getFacesSize(), maxFacetLength,
+        [&](uint32 i, char* to)
+        {
+            const Index3 face = faces[i];
+            if (!isInRange(face, positionCount)) return to;
+            to = putLine(to, "  facet normal", unitNormal({pos[face.a], pos[face.b], pos[face.c]}));
+            to = putText(to, "    outer loop\n");
+            for (uint32 corner = 0; corner < 3; ++corner) to = lines.put(to, face[corner]);
+            return putText(to, "    endloop\n  endfacet\n");
+        });
     out << "endsolid" << name << '\n';
     return out.close();
 }
