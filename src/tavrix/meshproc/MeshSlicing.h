@@ -32,7 +32,8 @@ struct SliceFrame
 /// From where to where a mesh reaches.
 struct HeightRange
 {
-    double low, high;
+    double low;   ///< of the lowest corner
+    double high;  ///< of the highest
 
     /// Whether there is a height.
     bool isEmpty() const { return !(low <= high); }
@@ -52,8 +53,8 @@ struct SliceSettings
 /// What a plane cuts out of a mesh.
 struct MeshSlice
 {
-    double height;
-    Polygons polygons;
+    double height;                     ///< of the plane, as it was asked for
+    Polygons polygons;                 ///< what the cuts that close enclose
     std::vector<Polyline> openChains;  ///< cuts that end at borders of the mesh, and enclose nothing
 };
 
