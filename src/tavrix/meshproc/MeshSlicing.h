@@ -77,8 +77,8 @@ struct MeshSlices
 ///
 /// Points lie on the edges that are cut, exactly at vertices on the plane, and do not depend on the direction
 /// in which a face uses an edge; repeated points and spikes are dropped. Indices must be valid. The same
-/// bytes for every thread count. Linear in faces and output, but for O(n log n) of points a slice; 24 bytes a
-/// face, 4 a thread and face, and 4 a vertex besides the output.
+/// bytes for every thread count. Linear in faces and output, but for O(n log n) of the points of a slice;
+/// about 40 bytes a face, 4 a face and thread, and 4 a vertex besides the output.
 TX_GEOMETRY_API MeshSlices sliceMesh(const Mesh& mesh, const SliceFrame& frame,
                                      std::span<const double> heights, const SliceSettings& settings = {},
                                      CancelCallback callback = nullptr);
