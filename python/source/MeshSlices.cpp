@@ -97,7 +97,7 @@ void bindMeshSlices(py::class_<MeshObject>& type)
     origin; points then have the two axes that follow it (x, y along z), or, for a direction, such as lie
     across it. The last point of a loop is joined to its first. Outer loops run counter-clockwise, holes,
     which lie in an odd number of others, clockwise. Vertices at one place count as one, so that cuts of
-    closed meshes close; a vertex on a plane counts as above it.
+    closed meshes close; a vertex on a plane counts as above it. Faces that are not finite are left out.
 
     simplify: leaves points out where loops move by no more than this; none come to cross. gap: joins ends of
     cuts no further apart. open: returns (loops, chains), with the cuts that end at borders of the mesh.

@@ -32,7 +32,8 @@ struct SliceFrame
 /// From where to where a mesh reaches.
 struct HeightRange
 {
-    double low, high;
+    double low;   ///< of the lowest corner
+    double high;  ///< of the highest
 
     /// Whether there is a height.
     bool isEmpty() const { return !(low <= high); }
@@ -52,8 +53,8 @@ struct SliceSettings
 /// What a plane cuts out of a mesh.
 struct MeshSlice
 {
-    double height;
-    Polygons polygons;
+    double height;                     ///< of the plane, as it was asked for
+    Polygons polygons;                 ///< what the cuts that close enclose
     std::vector<Polyline> openChains;  ///< cuts that end at borders of the mesh, and enclose nothing
 };
 
@@ -76,8 +77,8 @@ struct MeshSlices
 ///
 /// Points lie on the edges that are cut, exactly at vertices on the plane, and do not depend on the direction
 /// in which a face uses an edge; repeated points and spikes are dropped. Indices must be valid. The same
-/// bytes for every thread count. Linear in faces and output, but for O(n log n) of points a slice; 24 bytes a
-/// face, 4 a thread and face, and 4 a vertex besides the output.
+/// bytes for every thread count. Linear in faces and output, but for O(n log n) of the points of a slice;
+/// about 40 bytes a face, 4 a face and thread, and 4 a vertex besides the output.
 TX_GEOMETRY_API MeshSlices sliceMesh(const Mesh& mesh, const SliceFrame& frame,
                                      std::span<const double> heights, const SliceSettings& settings = {},
                                      CancelCallback callback = nullptr);

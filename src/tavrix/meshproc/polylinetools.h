@@ -14,6 +14,7 @@ namespace tavrix
 /// not repeated at the end.
 using Polyline = Array<Vector2D>;
 
+/// Operations on polylines.
 namespace polylinetools
 {
 

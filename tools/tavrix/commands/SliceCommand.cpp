@@ -203,6 +203,9 @@ std::string sliceOne(const Options& options)
         progress.note(
             options.input + ": " +
             formatted("no plane meets the mesh, which reaches from %.6g to %.6g", range.low, range.high));
+    if (made.unusableFaces > 0)
+        progress.note(options.input + ": " +
+                      formatted("%u faces left out, whose corners are not finite", made.unusableFaces));
     progress.begin("write");
     writeLayers(options, made.slices, totals.box, progress);
     progress.end();
