@@ -10,6 +10,8 @@
 
 #include <tavrix/tavrix.h>
 
+#include "Rows.h"
+
 using namespace tavrix;
 
 namespace
@@ -65,6 +67,7 @@ void measure(const char* what, const Mesh& mesh, const Box3D& box, ClipCut cut)
         faces = copy.getFacesSize();
     }
     std::sort(times.begin(), times.end());
+    benchmark::row(std::string("clipping of a million faces, ") + what, times[2]);
     std::printf("%-28s %7.1f ms  %7u of %7u faces, %u cut, %u in caps of %u loops\n", what, times[2], faces,
                 mesh.getFacesSize(), report.facesCut, report.facesOfCaps, report.loops);
 }

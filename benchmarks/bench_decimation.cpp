@@ -15,6 +15,7 @@
 
 #include <tavrix/tavrix.h>
 
+#include "Rows.h"
 #if defined(TAVRIX_WITH_MESHOPTIMIZER)
 #include "DecimationPeer.h"
 #endif
@@ -166,6 +167,10 @@ void compare(const Mesh& given, double ratio)
         });
     [[maybe_unused]] const Result own = report("tavrix", given, collider, made, time);
 #if defined(TAVRIX_WITH_MESHOPTIMIZER)
+    const std::string part = std::to_string(static_cast<int>(100 * ratio)) + " % of the faces";
+    benchmark::row("decimation to " + part, own.milliseconds, {"meshoptimizer", other.milliseconds, 0});
+    benchmark::row("its mean distance, nanodiagonals, " + part, own.distances.mean() * 1e9,
+                   {"meshoptimizer", other.distances.mean() * 1e9, 0});
     std::printf(
         "    ours over its: time %.2f, mean %.2f, largest %.2f%s\n", own.milliseconds / other.milliseconds,
         own.distances.mean() / other.distances.mean(), own.distances.largest / other.distances.largest,

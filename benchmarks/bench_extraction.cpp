@@ -11,6 +11,7 @@
 
 #include "Gyroid.h"
 #include "Measure.h"
+#include "Rows.h"
 
 #if defined(TAVRIX_WITH_VTK)
 #include "VtkPeer.h"
@@ -18,6 +19,7 @@
 
 using namespace tavrix;
 using tavrix::benchmark::medianMilliseconds;
+using tavrix::benchmark::onThreads;
 
 namespace
 {
@@ -65,6 +67,7 @@ int main(int count, char** arguments)
     Mesh mesh;
     IsosurfaceExtractor3::extractMesh(field, mesh, 0.0f, 0, 0, 0, 0, 0, 0, false);
     std::printf("gyroid %u^3: %u vertices, %u faces\n", size, mesh.getPosSize(), mesh.getFacesSize());
+    double onOne = 0;
     for (const uint32 threads : {1u, 2u})
     {
         std::printf("%u thread%s\n", threads, threads == 1 ? "" : "s");
@@ -73,10 +76,22 @@ int main(int count, char** arguments)
         std::printf("  extraction        %8.1f ms\n", extraction);
         std::printf("  with clean-up     %8.1f ms  (clean-up %.2f of the extraction)\n", cleaned,
                     (cleaned - extraction) / extraction);
-        std::printf("  normals           %8.1f ms\n", normalsTime(field, threads));
+        const double normals = normalsTime(field, threads);
+        std::printf("  normals           %8.1f ms\n", normals);
+        benchmark::row(onThreads("normals of its mesh", threads), normals);
+        benchmark::row(onThreads("clean-up after it", threads), cleaned - extraction,
+                       {"the extraction", extraction, 0.35});
+        if (threads == 1) onOne = extraction;
+        if (threads == 2)
+            benchmark::row("extraction of 256^3 nodes on two threads", extraction,
+                           {"on one", onOne, benchmark::onTwoThreads});
 #if defined(TAVRIX_WITH_VTK)
         const double peer = flyingEdgesTime(field, threads);
         std::printf("  extraction / vtkFlyingEdges3D = %.2f\n", extraction / peer);
+        benchmark::row(onThreads("extraction of 256^3 nodes", threads), extraction,
+                       {"vtkFlyingEdges3D", peer, 1});
+#else
+        benchmark::row(onThreads("extraction of 256^3 nodes", threads), extraction);
 #endif
     }
     return 0;

@@ -15,6 +15,7 @@
 #include <tavrix/mesh/Mesh.h>
 
 #include "Measure.h"
+#include "Rows.h"
 
 #if defined(TAVRIX_WITH_OPENVDB)
 #include "VdbPeer.h"
@@ -22,6 +23,7 @@
 
 using namespace tavrix;
 using tavrix::benchmark::medianMilliseconds;
+using tavrix::benchmark::onThreads;
 
 namespace
 {
@@ -76,6 +78,10 @@ void benchSampling(uint32 threads)
     std::printf("  meshToLevelSet   %8.1f ms  (%lld active voxels, largest difference %.2g nodes)\n",
                 times[3], peer.activeVoxels, peer.largestDifference);
     std::printf("  meshToLevelSet / init = %.1f\n", times[3] / ours);
+    benchmark::row(onThreads("level set of a mesh, 128^3", threads), ours,
+                   {"OpenVDB's meshToLevelSet", times[3], 1});
+#else
+    benchmark::row(onThreads("level set of a mesh, 128^3", threads), ours);
 #endif
 }
 
@@ -115,6 +121,10 @@ void benchSweeping(uint32 threads)
     std::printf("  sdfToSdf         %8.1f ms  (1 iteration, mean error %.2f nodes)\n", peer.seconds * 1e3,
                 peer.meanError / separation);
     std::printf("  sdfToSdf / fastSweeping = %.1f\n", peer.seconds * 1e3 / times[2]);
+    benchmark::row(onThreads("redistancing of 256^3 nodes", threads), times[2],
+                   {"OpenVDB's sdfToSdf", peer.seconds * 1e3, 1});
+#else
+    benchmark::row(onThreads("redistancing of 256^3 nodes", threads), times[2]);
 #endif
 }
 
@@ -149,14 +159,17 @@ void benchDiffusion(uint32 threads)
         Field::DiffuseDissipateSolverMode mode;
         double traffic;  ///< arrays that are read or written at least
         int runs;
-    } modes[] = {{"explicit", Field::TX_FIELD_DIFFUSE_EXPLICIT, 2, 7},
-                 {"implicit", Field::TX_FIELD_DIFFUSE_IMPLICIT, 20 * 3, 3}};
+        double goal;  ///< of the triad's bandwidth
+    } modes[] = {{"explicit", Field::TX_FIELD_DIFFUSE_EXPLICIT, 2, 7, 0.7},
+                 {"implicit", Field::TX_FIELD_DIFFUSE_IMPLICIT, 20 * 3, 3, 0.35}};
     for (const auto& m : modes)
     {
         const double time = medianMilliseconds(
             [&] { field.diffuse_dissipate(1, diffusion, 0, threads, m.mode, -farValue, farValue); }, m.runs);
         std::printf("  %s         %8.1f ms  (%.0f %% of the triad's bandwidth)\n", m.name, time,
                     100 * m.traffic * bytes / time / 1e6 / bandwidth);
+        benchmark::row(onThreads(std::string("diffusion of 256^3 samples, ") + m.name, threads), time,
+                       {"a triad of as many bytes", m.traffic * bytes / bandwidth / 1e6, 1 / m.goal});
     }
 }
 

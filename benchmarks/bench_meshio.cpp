@@ -12,6 +12,7 @@
 #include "Gyroid.h"
 #include "Measure.h"
 #include "MeshPeers.h"
+#include "Rows.h"
 
 using namespace tavrix;
 
@@ -83,6 +84,7 @@ void compare(const Format& format, const std::string& folder, const Mesh& mesh)
     {
         const double peer = report("tinyobjloader", path, [&] { return tinyobjRead(path.c_str()) > 0; });
         std::printf("  tinyobjloader / tavrix = %.1f\n", peer / reading);
+        benchmark::row("OBJ read", reading, {"tinyobjloader", peer, 1});
     }
 #endif
 #if defined(TAVRIX_WITH_ASSIMP)
@@ -90,6 +92,7 @@ void compare(const Format& format, const std::string& folder, const Mesh& mesh)
     {
         const double peer = report("assimp", path, [&] { return assimpRead(path.c_str()) > 0; });
         std::printf("  assimp / tavrix = %.1f\n", peer / reading);
+        benchmark::row(std::string(format.name) + " read", reading, {"assimp", peer, 1});
     }
 #endif
     std::printf(" writing\n");
@@ -101,11 +104,13 @@ void compare(const Format& format, const std::string& folder, const Mesh& mesh)
         const double peer =
             report("assimp", path, [&] { return assimpWrite(peerPath.c_str(), format.assimpName); });
         std::printf("  assimp / tavrix = %.1f\n", peer / writing);
+        benchmark::row(std::string(format.name) + " written", writing, {"assimp", peer, 1});
         std::filesystem::remove(peerPath);
         std::filesystem::remove(std::filesystem::path(peerPath).replace_extension(".mtl"));
     }
 #endif
-    static_cast<void>(reading + writing);  // without peers nothing to compare them with
+    benchmark::row(std::string(format.name) + " mesh read", reading);
+    benchmark::row(std::string(format.name) + " mesh written", writing);
     std::filesystem::remove(path);
 }
 

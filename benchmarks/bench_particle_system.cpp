@@ -18,6 +18,8 @@
 #include <tavrix/platform/Hardware.h>
 #include <tavrix/platform/Timer.h>
 
+#include "Rows.h"
+
 using namespace tavrix;
 
 namespace
@@ -176,8 +178,11 @@ Figures least(const Workload& work, Figures (*run)(const Workload&))
     return best;
 }
 
-void printRow(const char* name, double ours, double theirs)
+void printRow(const char* name, double ours, double theirs, double goal = 0)
 {
+    if (goal > 0)
+        benchmark::row(std::string("particle container, ") + name, ours,
+                       {"std::unordered_map", theirs, goal});
     std::printf("%-42s %10.2f %10.2f %8.2f\n", name, ours, theirs, theirs / ours);
 }
 
@@ -189,12 +194,12 @@ int main(int count, char** arguments)
     const Figures ours = least(work, runContainer);
     const Figures theirs = least(work, runMap);
     std::printf("%u particles, milliseconds %17s %10s %8s\n", work.count, "container", "map", "ratio");
-    printRow("add", ours.add, theirs.add);
+    printRow("add", ours.add, theirs.add, 1);
     printRow("find at random, sorting on the way", ours.findFirst, theirs.findFirst);
-    printRow("find at random", ours.find, theirs.find);
-    printRow("remove half at random", ours.remove, theirs.remove);
-    printRow("walk over the rest, compacting first", ours.walkFirst, theirs.walkFirst);
-    printRow("walk over the rest", ours.walk, theirs.walk);
+    printRow("find at random", ours.find, theirs.find, 1);
+    printRow("remove half at random", ours.remove, theirs.remove, 1);
+    printRow("walk over the rest, compacting first", ours.walkFirst, theirs.walkFirst, 1.5);
+    printRow("walk over the rest", ours.walk, theirs.walk, 1);
     printRow("bytes a particle", ours.bytes / work.count, theirs.bytes / work.count);
     std::printf("bytes a particle by which the process grew %9.2f\n", ours.processBytes / work.count);
     if (ours.sum != theirs.sum) std::puts("THE SUMS DIFFER");

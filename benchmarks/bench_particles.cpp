@@ -12,6 +12,8 @@
 #include <tavrix/platform/Hardware.h>
 #include <tavrix/platform/Timer.h>
 
+#include "Rows.h"
+
 using namespace tavrix;
 
 namespace
@@ -82,6 +84,10 @@ void surface(Kind kind, uint32 threads, const Array<Vector3F>& positions)
     const double extraction = run(
         "extraction", [&]
         { IsosurfaceExtractor3::extractMesh(field, mesh, level, 0, 0, 0, 0, 0, 0, threads, nullptr, true); });
+    benchmark::row(
+        benchmark::onThreads(std::string("field of a million particles, ") + names[static_cast<int>(kind)],
+                             threads),
+        fieldTime * 1e3);
     const double normals = run("normals", [&] { mesh.recalculateNormalsParallelized(threads); });
     std::printf("  together     %7.3f s   %u faces\n", fieldTime + extraction + normals, mesh.getFacesSize());
 }

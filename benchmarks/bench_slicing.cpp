@@ -9,6 +9,7 @@
 #include <tavrix/tavrix.h>
 
 #include "Measure.h"
+#include "Rows.h"
 #include "SlicingPeer.h"
 
 using namespace tavrix;
@@ -51,6 +52,7 @@ void compare(const Mesh& mesh, uint32 axis, uint32 count)
     const SliceFrame frame = SliceFrame::alongAxis(axis);
     const auto [low, high] = heightsOf(mesh, frame);
     for (uint32 n = 0; n < count; ++n) heights.push_back(low + (high - low) * (n + 0.5) / count);
+    const std::string what = std::to_string(count) + " along " + "xyz"[axis];
     std::printf("%u heights along %c\n", count, "xyz"[axis]);
     double unit = 0;
     for (const uint32 threads : {1u, 2u})
@@ -59,6 +61,8 @@ void compare(const Mesh& mesh, uint32 axis, uint32 count)
         const auto slice = [&] { sums = sumsOf(sliceMesh(mesh, frame, heights, {.threadCount = threads})); };
         const double time = benchmark::medianMilliseconds(slice, 5);
         if (threads == 1) unit = time;
+        if (threads == 2)
+            benchmark::row("slices on two threads, " + what, time, {"on one", unit, benchmark::onTwoThreads});
         std::printf("  tavrix, %u thread%s %9.1f ms  %5.2f  %llu loops of %llu points\n", threads,
                     threads == 1 ? " " : "s", time, time / unit, static_cast<unsigned long long>(sums.loops),
                     static_cast<unsigned long long>(sums.points));
@@ -69,6 +73,7 @@ void compare(const Mesh& mesh, uint32 axis, uint32 count)
     const double time = benchmark::medianMilliseconds([&] { sums = peer.slice(axis, heights); }, 3);
     std::printf("  CGAL, 1 thread    %9.1f ms  %5.2f  %lld loops of %lld points\n", time, time / unit,
                 sums.loops, sums.points);
+    benchmark::row("slices of a million faces, " + what, unit, {"CGAL", time, 1});
 #else
     std::printf("  built without CGAL\n");
 #endif

@@ -10,6 +10,7 @@
 #include <tavrix/platform/Hardware.h>
 
 #include "Measure.h"
+#include "Rows.h"
 
 using namespace tavrix;
 using tavrix::benchmark::medianMilliseconds;
@@ -73,6 +74,8 @@ int main(int count, char** arguments)
                 static_cast<double>(dense.getMemoryUsage()) / 1048576);
     ScalarField3<float, double> copy(dense);
     copy.copyScalars(tiled);
+    benchmark::row("tiled field of a sheet filled, " + std::to_string(threads) + " threads", tiledTime,
+                   {"a dense one", denseTime, 1});
     const bool isSame = copy.getArrScalars() == dense.getArrScalars();
     std::printf("  tiled / dense: time %.2f, memory %.3f, samples %s\n", tiledTime / denseTime,
                 static_cast<double>(tiled.getMemoryUsage()) / static_cast<double>(dense.getMemoryUsage()),

@@ -12,6 +12,7 @@
 #include <tavrix/spatial/MeshCollider.h>
 
 #include "Measure.h"
+#include "Rows.h"
 #include "SurfaceAreaTree.h"
 #if defined(TAVRIX_WITH_EMBREE)
 #include "EmbreePeer.h"
@@ -142,8 +143,14 @@ Rates measureRates(const std::vector<Question>& questions, const Single& single,
             rateOf([&] { batch(1); }), rateOf([&] { batch(2); })};
 }
 
-void print(const char* what, const Rates& rates)
+/// The table has rows of the largest mesh alone, in milliseconds for a million queries.
+bool isInTable(const Mesh& mesh) { return mesh.getFacesSize() > 900'000; }
+
+void print(const char* what, const Rates& rates, const MeshCollider& collider)
 {
+    if (isInTable(collider.getMesh()))
+        benchmark::row(std::string("batches on two threads, ") + what, 1e3 / rates.onTwo,
+                       {"on one", 1e3 / rates.batch, benchmark::onTwoThreads});
     std::printf("  %-22s %6.2f million/s, in a batch %6.2f, on two threads %6.2f (%.2f times)", what,
                 rates.single, rates.batch, rates.onTwo, rates.onTwo / rates.batch);
 }
@@ -166,9 +173,10 @@ EmbreePeer makePeer(const Mesh& mesh)
     return {points.data(), mesh.getPosSize(), &mesh.trindexPos().data()->a, mesh.getFacesSize()};
 }
 
-/// Embree's rate, the median of three runs, and how many answers are others than ours, -1 for none.
-void compare(double ownRate, const std::vector<float>& own, const std::vector<float>& numbers, bool isRays,
-             const EmbreePeer& peer)
+/// Prints and returns Embree's rate, the median of three runs; prints how many answers are others than ours,
+/// -1 for none.
+double compare(double ownRate, const std::vector<float>& own, const std::vector<float>& numbers, bool isRays,
+               const EmbreePeer& peer)
 {
     std::vector<float> distances(own.size());
     std::vector<double> seconds;
@@ -181,6 +189,7 @@ void compare(double ownRate, const std::vector<float>& own, const std::vector<fl
     const double rate = static_cast<double>(own.size()) / seconds[1] * 1e-6;
     std::printf("; Embree %.2f, of which one by one is %.2f; %u of %zu differ", rate, ownRate / rate,
                 different, own.size());
+    return rate;
 }
 #endif
 
@@ -192,14 +201,17 @@ void measureRays(const char* what, const MeshCollider& collider, const std::vect
     const Rates rates = measureRates(
         rays, [&](const Ray3D& ray) { hitCount += collider.castRay(ray).has_value(); },
         [&](uint32 threads) { collider.castRays(rays, hits, 1e300, threads); });
-    print(what, rates);
+    print(what, rates, collider);
 #if defined(TAVRIX_WITH_EMBREE)
     std::vector<float> own, numbers;
     for (const MeshPoint& hit : hits)
         own.push_back(hit.face == noIndex ? -1 : static_cast<float>(hit.distance));
     for (const Ray3D& ray : rays)
         for (const float number : floatsOf(ray.origin, ray.direction)) numbers.push_back(number);
-    compare(rates.single, own, numbers, true, *peer);
+    const double embree = compare(rates.single, own, numbers, true, *peer);
+    if (isInTable(collider.getMesh()))
+        benchmark::row(std::string(what) + ", a million", 1e3 / rates.single,
+                       {"Embree", 1e3 / embree, 1 / 0.8});
 #endif
     std::printf("\n");
 }
@@ -212,13 +224,16 @@ void measurePoints(const char* what, const MeshCollider& collider, const std::ve
     const Rates rates = measureRates(
         points, [&](const Vector3D& point) { sum += collider.nearestPoint(point)->distance; },
         [&](uint32 threads) { collider.nearestPoints(points, nearest, 1e300, threads); });
-    print(what, rates);
+    print(what, rates, collider);
 #if defined(TAVRIX_WITH_EMBREE)
     std::vector<float> own, numbers;
     for (const MeshPoint& point : nearest) own.push_back(static_cast<float>(point.distance));
     for (const Vector3D& point : points)
         for (const float number : floatsOf(point)) numbers.push_back(number);
-    compare(rates.single, own, numbers, false, *peer);
+    const double embree = compare(rates.single, own, numbers, false, *peer);
+    if (isInTable(collider.getMesh()))
+        benchmark::row(std::string(what) + ", a million", 1e3 / rates.single,
+                       {"Embree", 1e3 / embree, 1 / 1.2});
 #endif
     std::printf("\n");
 }
@@ -227,9 +242,11 @@ void measureInside(const MeshCollider& collider, const std::vector<Vector3D>& po
 {
     Array<uint8> inside;
     uint32 insideCount = 0;
-    print("inside", measureRates(
-                        points, [&](const Vector3D& point) { insideCount += collider.isInside(point); },
-                        [&](uint32 threads) { collider.areInside(points, inside, threads); }));
+    const Rates rates = measureRates(
+        points, [&](const Vector3D& point) { insideCount += collider.isInside(point); },
+        [&](uint32 threads) { collider.areInside(points, inside, threads); });
+    print("inside", rates, collider);
+    if (isInTable(collider.getMesh())) benchmark::row("inside, a million", 1e3 / rates.single);
     std::printf("; %.0f%% are\n", 100.0 / 3 * insideCount / static_cast<double>(points.size()));
 }
 
@@ -271,6 +288,8 @@ void measureCollider(const Mesh& mesh)
             3);
     };
     const double one = create(1), two = create(2);
+    if (isInTable(mesh))
+        benchmark::row("MeshCollider::create on two threads", two, {"on one", one, benchmark::onTwoThreads});
     std::printf("  collider: %.1f ms on one thread, %.1f ms on two (%.2f times)", one, two, one / two);
 #if defined(TAVRIX_WITH_EMBREE)
     std::vector<double> builds;
@@ -279,6 +298,8 @@ void measureCollider(const Mesh& mesh)
     const EmbreePeer embree = makePeer(mesh);
     const EmbreePeer* const peer = &embree;
     std::printf("; Embree %.1f ms, of which one thread takes %.2f", builds[1], one / builds[1]);
+    if (isInTable(mesh))
+        benchmark::row("MeshCollider::create, a million faces", one, {"Embree", builds[1], 1.2});
 #else
     const int* const peer = nullptr;
 #endif

@@ -16,6 +16,7 @@
 
 #include "Gyroid.h"
 #include "Measure.h"
+#include "Rows.h"
 #include "WeldPeers.h"
 
 using namespace tavrix;
@@ -61,7 +62,7 @@ long long weld(const Array<Vector3<T>>& soup, float tolerance)
     return points.size();
 }
 
-void compare(const Soup& soup)
+void compare(const Soup& soup, [[maybe_unused]] const std::string& what)
 {
     Array<Vector3D> doubles(soup.size());
     std::transform(soup.begin(), soup.end(), doubles.begin(), convert<double, float>);
@@ -72,15 +73,18 @@ void compare(const Soup& soup)
     [[maybe_unused]] const float* coordinates = &soup[0].x;
 #if defined(TAVRIX_WITH_VTK)
     report("vtkCleanPolyData, equal", unit, [&] { return vtkWeld(coordinates, soup.size()); });
-    report("vtkStaticCleanPolyData, equal", unit,
-           [&] { return vtkStaticWeld(coordinates, soup.size(), 0, 1); });
+    const double vtk = report("vtkStaticCleanPolyData, equal", unit,
+                              [&] { return vtkStaticWeld(coordinates, soup.size(), 0, 1); });
+    benchmark::row("equal corners of " + what + " joined", unit, {"vtkStaticCleanPolyData", vtk, 1});
     report("vtkStaticCleanPolyData, 0.001", unit,
            [&] { return vtkStaticWeld(coordinates, soup.size(), 1e-3, 1); });
 #else
     std::printf("  built without VTK\n");
 #endif
 #if defined(TAVRIX_WITH_MESHOPTIMIZER)
-    report("meshoptimizer, equal", unit, [&] { return meshoptimizerWeld(coordinates, soup.size()); });
+    const double remap =
+        report("meshoptimizer, equal", unit, [&] { return meshoptimizerWeld(coordinates, soup.size()); });
+    benchmark::row("equal corners of " + what + " joined", unit, {"meshoptimizer", remap, 1});
 #else
     std::printf("  built without meshoptimizer\n");
 #endif
@@ -94,7 +98,7 @@ int main()
     {
         const Soup soup = makeSoup(135, isShuffled);
         std::printf("%u corners of %s\n", soup.size(), isShuffled ? "shuffled faces" : "faces in order");
-        compare(soup);
+        compare(soup, isShuffled ? "shuffled faces" : "faces");
     }
     return 0;
 }
