@@ -1,6 +1,7 @@
 #include "commands/Command.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstdio>
 #include <memory>
@@ -11,6 +12,7 @@
 #include <tavrix/mesh/MeshRepair.h>
 #include <tavrix/mesh/MeshTopology.h>
 #include <tavrix/meshproc/MeshSlicing.h>
+#include <tavrix/meshproc/VertexWelding.h>
 
 #include "arguments/SharedArguments.h"
 #include "arguments/Validators.h"
@@ -87,7 +89,8 @@ std::vector<double> evenHeights(const Options& options, const HeightRange& mesh)
 Mesh wholeMesh(formats::MeshFile& file)
 {
     Mesh mesh = file.meshes.size() == 1 ? std::move(*file.meshes[0]) : joinMeshes(file.meshes);
-    joinEqualPositions(mesh);
+    weldVertices(mesh.refPos(), mesh.refTrindexPos(), std::array{0.0});
+    mesh.invalidateBox();
     return mesh;
 }
 
