@@ -122,6 +122,15 @@ TEST(Polygonum, MeasuresBothWaysAround)
     shape.reverse();
     EXPECT_EQ(shape.signedArea(), -6);
     EXPECT_EQ(shape[0], (Vector2D{0, 0}));
+    std::mt19937 random(1);
+    for (uint32 n = 0; n < 200; ++n)
+    {
+        Polygonum sliver(Polyline{
+            {0.1, 0.1}, {upTo(9, random), 0}, {upTo(9, random), 0}, {upTo(9, random), 1e-16}, {3, 0}});
+        const double area = sliver.signedArea();
+        sliver.reverse();
+        EXPECT_EQ(sliver.signedArea(), -area);
+    }
     EXPECT_EQ(Polygonum().signedArea(), 0);
     EXPECT_TRUE(Polygonum().box().isEmpty());
     EXPECT_EQ(Polygonum().locate({0, 0}), PointPlace::Outside);
