@@ -1,7 +1,11 @@
+#include <algorithm>
+#include <array>
+#include <cmath>
+
 #include <pybind11/stl.h>
 
-#include <tavrix/mesh/MeshRepair.h>
 #include <tavrix/meshproc/MeshSlicing.h>
+#include <tavrix/meshproc/VertexWelding.h>
 
 #include "MeshObject.h"
 
@@ -71,7 +75,7 @@ py::object sliced(const MeshObject& self, py::handle heights, py::handle axis, d
                   Mesh mesh;
                   mesh.refPos() = self.mesh.pos();
                   mesh.refTrindexPos() = self.mesh.trindexPos();
-                  joinEqualPositions(mesh);
+                  weldVertices(mesh.refPos(), mesh.refTrindexPos(), std::array{0.0});
                   made = sliceMesh(mesh, frame, planes.span(), settings, callback);
               });
     py::list layers, open;

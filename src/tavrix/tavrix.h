@@ -28,6 +28,7 @@
 #include <tavrix/foundation/BlockDesc.h>
 #include <tavrix/foundation/Box2.h>
 #include <tavrix/foundation/Box3.h>
+#include <tavrix/foundation/Camera.h>
 #include <tavrix/foundation/CancelCallback.h>
 #include <tavrix/foundation/Color4.h>
 #include <tavrix/foundation/Divisor.h>

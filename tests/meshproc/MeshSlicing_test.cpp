@@ -183,8 +183,29 @@ TEST(MeshSlicing, AreasSumUpToVolumes)
     }
 }
 
+/// How many groups there are of marked cells of a square that share sides.
+uint32 countGroups(std::vector<std::vector<bool>> cells)
+{
+    uint32 groups = 0;
+    const auto clear = [&](const auto& self, std::size_t i, std::size_t k) -> bool
+    {
+        if (i >= cells.size() || k >= cells.size() || !cells[i][k]) return false;
+        cells[i][k] = false;
+        for (const std::size_t step : {std::size_t{1}, ~std::size_t{0}})
+        {
+            self(self, i + step, k);
+            self(self, i, k + step);
+        }
+        return true;
+    };
+    for (std::size_t i = 0; i < cells.size(); ++i)
+        for (std::size_t k = 0; k < cells.size(); ++k) groups += clear(clear, i, k) ? 1 : 0;
+    return groups;
+}
+
 // Planes through vertices, along edges and faces: coordinates are whole numbers, so that many lie on planes,
-// sheets touch and edges have four faces; each answer is a count of cells.
+// sheets touch and edges have four faces; each answer is a count of cells, or of groups of them, which do not
+// hang together where they touch at edges.
 TEST(MeshSlicing, ClosesCutsOfLatticeCubesAndCountsTheirCells)
 {
     constexpr int32 size = 6;
@@ -206,7 +227,8 @@ TEST(MeshSlicing, ClosesCutsOfLatticeCubesAndCountsTheirCells)
             expectClosed(slices);
             for (const MeshSlice& slice : slices.slices)
             {
-                uint32 cells = 0, insides = 0;
+                uint32 cells = 0, outers = 0;
+                std::vector<std::vector<bool>> marked(size, std::vector<bool>(size));
                 const auto level = static_cast<int32>(std::ceil(slice.height)) - 1;
                 for (int32 i = 0; i < size; ++i)
                     for (int32 k = 0; k < size; ++k)
@@ -217,10 +239,12 @@ TEST(MeshSlicing, ClosesCutsOfLatticeCubesAndCountsTheirCells)
                         cells += isCell ? 1 : 0;
                         const bool isInside =
                             slice.polygons.locate({i + 0.5, k + 0.25}) == PointPlace::Inside;
-                        insides += isInside ? 1 : 0;
+                        marked[uint32(i)][uint32(k)] = isCell;
                         ASSERT_EQ(isInside, isCell) << seed << ", " << axis << ", " << slice.height;
                     }
                 EXPECT_EQ(slice.polygons.area(), cells);
+                for (uint32 n = 0; n < slice.polygons.size(); ++n) outers += slice.polygons.isHole(n) ? 0 : 1;
+                EXPECT_EQ(outers, countGroups(marked)) << seed << ", " << axis << ", " << slice.height;
             }
         }
     }
@@ -248,6 +272,24 @@ TEST(MeshSlicing, ClosesAtTheHeightsOfVertices)
             for (std::size_t n = 0; n < heights.size(); ++n)
                 EXPECT_EQ(simple.slices[n].polygons.size(), slices.slices[n].polygons.size());
         }
+}
+
+TEST(MeshSlicing, GoesExactlyThroughVertices)
+{
+    const Mesh torus = makeTorus(24);
+    for (const Vector3D& vertex : torus.pos())
+    {
+        const MeshSlices slices = sliceMesh(torus, alongZ, std::array{vertex.z});
+        bool isThere = vertex.z == -1;  // where nothing lies below
+        for (const Polygonum& loop : slices.slices[0].polygons)
+            for (const Vector2D& p : loop)
+            {
+                const Vector2D apart = p - Vector2D{vertex.x, vertex.y};
+                isThere |= apart == Vector2D{0, 0};
+                EXPECT_TRUE(apart == (Vector2D{0, 0}) || length(apart) > 1e-9) << "beside a vertex";
+            }
+        EXPECT_TRUE(isThere) << vertex.x << ", " << vertex.y << ", " << vertex.z;
+    }
 }
 
 // What CAD programs write; cracks in it are closed by joining what lies within a hundred-thousandth of its

@@ -86,6 +86,31 @@ class Pictures(PreviewTest):
         self.assertGreater(len(sphere), 1000)
         self.assertLess(len(sphere ^ mesh), 0.1 * len(sphere))
 
+    def test_a_camera_stands_where_it_is_told(self):
+        """Ten before a side of length 2, with half an angle of 13 degrees, sees it 2 / 20 / tan 13 degrees wide."""
+        self.write("in.obj", cuboid((2, 2, 2)))
+        self.write("up.obj", cuboid((2, 2, 2), (5, 0, 0)))
+        for name, arguments, half in (("in.obj", "--camera=0,0,11,0,0,0", 43.3),
+                                      ("in.obj", "--camera=-11,0,0,0,0,0,26 --up z", 43.3),
+                                      ("in.obj", "--camera=0,0,3,0,0,0,90", 50.0), ("up.obj", "--camera=5,11,0,5,0,0", 43.3)):
+            xs, ys = zip(*subject(self.preview(name, "--size", "200x200", *arguments.split())))
+            for low, high in ((min(xs), max(xs)), (min(ys), max(ys))):
+                self.assertLess(abs(low - (100 - half)) + abs(high + 1 - (100 + half)), 2.5, (name, arguments))
+        told = self.run_program("preview", "in.obj", "-o", "out.png", "--size", "60x60", "--camera=0,0,9,0,0,20")
+        self.assert_one_line("tavrix: " + told.stderr, "nothing of the scene is before the camera")
+
+    def test_a_turntable_goes_once_around(self):
+        self.write("slab.obj", cuboid((4, 1, 1), (1, 2, 3)))
+        self.succeed(*"preview slab.obj -o turn_{}.png --turntable 12 --size 60x40 -q".split())
+        names = sorted(path.name for path in self.folder.glob("turn_*"))
+        self.assertEqual(names, [f"turn_{n:02}.png" for n in range(12)])
+        drawn = [subject(Png(self.folder / name)) for name in names]
+        for n, places in enumerate(drawn):
+            xs, ys = zip(*places)
+            self.assertTrue(0 < min(xs) <= max(xs) < 59 and 0 < min(ys) <= max(ys) < 39)
+            self.assertLess(len(places ^ drawn[(n + 6) % 12]), 12, "half a turn changes nothing of a slab")
+            self.assertGreater(len(places ^ drawn[(n + 3) % 12]), 100)
+
     def test_faces_that_cannot_be_drawn_are_left_out(self):
         points = [(0, 0, 0), (1, 0, 0), (0, 1, 0), (nan, 0, 0), (0, -inf, 0)]
         self.write("good.obj", obj_file(points[:3], [(0, 1, 2)]))
@@ -108,4 +133,8 @@ class Failures(PreviewTest):
             ("one.bin", "--particle-radius"), ("strange.bin", "BIN"), (".", "folder"))])
         self.assert_all_refused("preview", [(arguments, 2, word, "tavrix preview --help") for arguments, word in (
             ("in.obj", "--output"), ("-o out.png", "FILE"), ("in.obj -o out.jpg", ".png"),
-            ("in.obj -o out.png --size 60x9999999999", "--size"), ("in.obj -o out.png --up x", "--up"))])
+            ("in.obj -o out.png --size 60x9999999999", "--size"), ("in.obj -o out.png --up x", "--up"),
+            ("in.obj -o out.png --camera 1,2,3,4,5", "1,2,3,4,5"), ("in.obj -o out.png --camera 1,2,3,1,2,3", "another place"),
+            ("in.obj -o out.png --camera 1,2,3,0,0,0,180", "angle"), ("in.obj -o out.png --turntable 4", "{}"),
+            ("in.obj -o out_{}.png --turntable 1", "--turntable"), ("in.obj -o out_{}.png", "{}"),
+            ("in{}.obj -o out_{}.png --turntable 4", "--turntable"))])

@@ -77,7 +77,8 @@ public:
         const double size = std::max(width, height) > 0 ? std::max(width, height) : 1;
         const double margin = size / 50;
         // a ten millionth of the page
-        for (double step = 1e7; step > size && _decimals < maxDecimals; step /= 10) ++_decimals;
+        double steps = size;
+        for (; steps < 1e7 && _decimals < maxDecimals; ++_decimals) steps *= 10;
         _file.put(
             "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<svg xmlns=\"http://www.w3.org/2000/svg\" "
             "xmlns:inkscape=\"http://www.inkscape.org/namespaces/inkscape\" version=\"1.1\"");

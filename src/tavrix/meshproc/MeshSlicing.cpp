@@ -313,6 +313,7 @@ private:
         const std::size_t before = loops.size();
         std::erase_if(loops, [](const Polyline& loop) { return loop.size() < 3; });
         std::vector<Polygonum> polygons;
+        polygons.reserve(loops.size());
         for (Polyline& loop : loops) polygons.emplace_back(std::move(loop));
         std::erase_if(polygons, [](const Polygonum& polygon) { return polygon.signedArea() == 0; });
         const auto flat = static_cast<uint32>(before - polygons.size());

@@ -9,13 +9,19 @@ namespace tavrix
 
 double Polygonum::signedArea() const
 {
-    double twice = 0;
-    for (uint32 n = 2; n < size(); ++n)
+    const auto twiceOf = [&](uint32 n)
     {
         const Vector2D a = _points[n - 1] - _points[0], b = _points[n] - _points[0];
-        twice += a.x * b.y - a.y * b.x;
+        return a.x * b.y - a.y * b.x;
+    };
+    // summed from both ends, so that a loop that is turned around gets the opposite to the last bit
+    double forwards = 0, backwards = 0;
+    for (uint32 n = 2; n < size(); ++n)
+    {
+        forwards += twiceOf(n);
+        backwards += twiceOf(size() + 1 - n);
     }
-    return twice / 2;
+    return (forwards + backwards) / 4;
 }
 
 Box2D Polygonum::box() const

@@ -35,7 +35,7 @@ public:
     /// @}
 
     /// The area, above 0 for a loop that runs counter-clockwise: the sum of the triangles from the first
-    /// point, in the order of the points, so that a loop turned around has about the opposite.
+    /// point. The loop turned around has exactly the opposite.
     double signedArea() const;
     /// Whether the signed area is above 0.
     bool isCounterClockwise() const { return signedArea() > 0; }

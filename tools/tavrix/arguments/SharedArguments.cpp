@@ -33,6 +33,20 @@ std::string takeSize(const std::string& text, PreviewOptions& options)
     return "";
 }
 
+/// Takes "3,2,4,1,0,0,40" into the options; the message of what is wrong with it, or none.
+std::string takeCamera(const std::string& text, PreviewOptions& options)
+{
+    constexpr double defaultAngle = 26, widest = 170;
+    std::vector<double> n = parseNumbers(text);
+    if (n.size() == 6) n.push_back(defaultAngle);
+    if (n.size() != 7) return "must be six finite numbers or seven: " + text;
+    const CameraPlace place{{n[0], n[1], n[2]}, {n[3], n[4], n[5]}, n[6]};
+    if (place.eye == place.target) return "must look at another place than its own: " + text;
+    if (!(place.angle > 0 && place.angle <= widest)) return "must have an angle above 0, up to 170: " + text;
+    options.camera = place;
+    return "";
+}
+
 /// The extensions of mesh files, with those of the import library.
 std::string meshNames()
 {
@@ -154,6 +168,19 @@ void addPictureArguments(CLI::App& command, const std::string& sizeName, Preview
             "Width and height of each picture, in pixels")
         ->option_text("WxH [1600x1000]")
         ->group("Picture");
+    command
+        .add_option_function<std::string>(
+            "--camera",
+            [&options](const std::string& text)
+            {
+                const std::string wrong = takeCamera(text, options);
+                if (!wrong.empty()) throw CLI::ValidationError("--camera", wrong);
+            },
+            "Where the camera stands, what it looks at, and its angle of view in degrees; when absent, it "
+            "sees "
+            "everything")
+        ->option_text("X,Y,Z,TX,TY,TZ[,ANGLE]")
+        ->group("Picture");
     addUp(command, options.up);
 }
 
@@ -255,7 +282,7 @@ void checkFrames(const CLI::App& command, const FrameFiles& files)
 
 void refusePictureOptions(const CLI::App& command, bool hasPicture)
 {
-    for (const char* option : {"--preview-size", "--preview-particles"})
+    for (const char* option : {"--preview-size", "--preview-particles", "--camera"})
         refuse(command, option, !hasPicture, "is for a picture; name one with --preview");
 }
 

@@ -94,21 +94,27 @@ inline const auto frameNumber = CLI::Validator(
     },
     "NUMBER");
 
+/// Finite numbers with commas between them; none when one is no such number.
+inline std::vector<double> parseNumbers(const std::string& text)
+{
+    std::vector<double> numbers;
+    if (text.ends_with(',')) return numbers;
+    for (const std::string& part : CLI::detail::split(text, ','))
+    {
+        double value = 0;
+        if (!CLI::detail::lexical_cast(part, value) || !(value > -1e30 && value < 1e30)) return {};
+        numbers.push_back(value);
+    }
+    return numbers;
+}
+
 /// Six numbers with commas between them as a box; nothing when they are none, or the second corner does not
 /// lie beyond the first.
 inline std::optional<Box3D> parseBox(const std::string& text)
 {
-    const std::vector<std::string> parts = CLI::detail::split(text, ',');
-    Box3D box{};
-    if (parts.size() != 6) return std::nullopt;
-    for (uint32 n = 0; n < 6; ++n)
-    {
-        double& value = n < 3 ? box.min[n] : box.max[n - 3];
-        if (!CLI::detail::lexical_cast(parts[n], value) || !(value > -1e30 && value < 1e30))
-            return std::nullopt;
-    }
-    const bool isBox = box.min.x < box.max.x && box.min.y < box.max.y && box.min.z < box.max.z;
-    return isBox ? std::optional(box) : std::nullopt;
+    const std::vector<double> n = parseNumbers(text);
+    if (n.size() != 6 || !(n[0] < n[3] && n[1] < n[4] && n[2] < n[5])) return std::nullopt;
+    return Box3D{{n[0], n[1], n[2]}, {n[3], n[4], n[5]}};
 }
 
 inline const auto boxCorners = CLI::Validator(

@@ -40,6 +40,8 @@ struct Options : RunOptions
     PreviewOptions picture;
     bool strict = false;
 
+    bool isTurntable() const { return picture.turns > 1; }
+
     std::vector<std::string*> inputs()
     {
         std::vector<std::string*> names;
@@ -106,11 +108,9 @@ Box3D boxOf(const std::vector<Subject>& subjects)
     return box;
 }
 
-Picture drawAll(const std::vector<Subject>& subjects, const Options& options, Progress& progress)
+Picture drawAll(const std::vector<Subject>& subjects, const View& view, const PreviewOptions& picture,
+                Progress& progress)
 {
-    PreviewOptions picture = options.picture;
-    picture.threads = threadsFor(picture.threads, options);
-    const View view = viewOf(options.viewBox ? *options.viewBox : boxOf(subjects), picture);
     std::vector<Picture> pictures;
     pictures.reserve(subjects.size());
     for (const Subject& subject : subjects)
@@ -121,17 +121,38 @@ Picture drawAll(const std::vector<Subject>& subjects, const Options& options, Pr
     return sideBySide(pictures);
 }
 
+/// Draws the subjects as they are seen on the way around them, or once.
+void drawTurns(const std::vector<Subject>& subjects, const Options& options, Progress& progress)
+{
+    PreviewOptions picture = options.picture;
+    picture.threads = threadsFor(picture.threads, options);
+    const Box3D box = options.viewBox ? *options.viewBox : boxOf(subjects);
+    for (picture.turn = 0; picture.turn < picture.turns; ++picture.turn)
+    {
+        const View view = viewOf(box, picture);
+        if (!maySee(view, box)) progress.note(options.output + ": nothing of the scene is before the camera");
+        const std::string name = options.isTurntable()
+                                     ? fillPattern(options.output, paddedNumber(picture.turn, picture.turns))
+                                     : options.output;
+        if (options.isTurntable()) confirmOutputs({options.files, {name}});
+        const Picture whole = drawAll(subjects, view, picture, progress);
+        progress.begin("write");
+        savePng(whole, name);
+    }
+}
+
 std::string previewOne(const Options& options)
 {
-    Progress progress(2 + options.files.size(), options.quiet, options.label, options.bar());
+    Progress progress(1 + (1 + options.files.size()) * options.picture.turns, options.quiet, options.label,
+                      options.bar());
     progress.begin("read");
-    const Picture whole = drawAll(subjectsOf(options, progress), options, progress);
-    progress.begin("write");
-    savePng(whole, options.output);
+    drawTurns(subjectsOf(options, progress), options, progress);
     progress.end();
     if (options.isFrame) return writtenText(filesOf(options), progress.totalSeconds());
     if (options.quiet) return {};
-    std::printf("picture    %u x %u pixels -> %s\n", whole.width, whole.height, options.output.c_str());
+    const auto width = static_cast<uint32>(options.picture.width * options.files.size());
+    std::printf("%s %u x %u pixels -> %s\n", options.isTurntable() ? "pictures  " : "picture   ", width,
+                options.picture.height, options.output.c_str());
     printCosts(progress, threadsFor(options.picture.threads, options));
     return {};
 }
@@ -177,7 +198,17 @@ std::string settleView(Options& options, const std::vector<Options>& frames)
 /// Rejects what has no effect.
 void checkTogether(const CLI::App& preview, const Options& options)
 {
-    checkFrames(preview, filesOf(options));
+    FrameFiles files = filesOf(options);
+    if (options.isTurntable())
+    {
+        if (isSequence(files))
+            throw CLI::ValidationError("--turntable", "goes around one scene, and the input is a sequence");
+        if (!isPattern(options.output))
+            throw CLI::ValidationError("--output",
+                                       "must have a {} for the number of each picture of --turntable");
+        files.outputs.clear();
+    }
+    checkFrames(preview, files);
     const auto& extensions = formats::particleExtensions();
     const auto mayBeParticles = [&](const std::string& file)
     { return std::count(extensions.begin(), extensions.end(), formats::extensionOf(file)) > 0; };
@@ -207,6 +238,14 @@ void addPreviewCommand(CLI::App& app, Command& command)
         ->check(positiveNumber)
         ->option_text("NUMBER")
         ->group("Picture");
+    preview
+        ->add_option(
+            "--turntable", options->picture.turns,
+            "Draw so many pictures, evenly on the way around the scene; the {} of the output gets their "
+            "numbers")
+        ->check(wholeNumber(2, 100000))
+        ->option_text("COUNT")
+        ->group("Picture");
     addThreads(*preview, options->picture.threads)->group("Run");
     addStrict(*preview, options->strict);
     addQuiet(*preview, options->quiet)->group("Run");
@@ -215,7 +254,9 @@ void addPreviewCommand(CLI::App& app, Command& command)
         "\nExamples:\n"
         "  tavrix preview water.obj -o water.png\n"
         "  tavrix preview frame_0035.bin water_0035.obj -o both.png --size 900x900\n"
-        "  tavrix preview part.stl -o part.png --up z");
+        "  tavrix preview part.stl -o part.png --up z\n"
+        "  tavrix preview part.stl -o turn_{}.png --turntable 36\n"
+        "  tavrix preview water.obj -o near.png --camera 3,2,4,1,0.5,0.5,40");
     preview->callback(
         [preview, options, &command]
         {

@@ -1,6 +1,7 @@
 #include "commands/Command.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstdio>
 #include <memory>
@@ -11,6 +12,7 @@
 #include <tavrix/mesh/MeshRepair.h>
 #include <tavrix/mesh/MeshTopology.h>
 #include <tavrix/meshproc/MeshSlicing.h>
+#include <tavrix/meshproc/VertexWelding.h>
 
 #include "arguments/SharedArguments.h"
 #include "arguments/Validators.h"
@@ -43,20 +45,6 @@ struct Options : RunOptions
     /// Whether each layer gets a file of its own.
     bool isFileEach() const { return !isFrame && isPattern(output) && !isPattern(input); }
 };
-
-/// Numbers with commas between them; none when one is no finite number.
-std::vector<double> parseNumbers(const std::string& text)
-{
-    std::vector<double> numbers;
-    if (text.ends_with(',')) return numbers;
-    for (const std::string& part : CLI::detail::split(text, ','))
-    {
-        double value = 0;
-        if (!CLI::detail::lexical_cast(part, value) || !(std::abs(value) < 1e30)) return {};
-        numbers.push_back(value);
-    }
-    return numbers;
-}
 
 /// The direction of an axis by its letter, or of three numbers; none when they are none.
 std::optional<Vector3D> parseAxis(const std::string& text)
@@ -101,7 +89,8 @@ std::vector<double> evenHeights(const Options& options, const HeightRange& mesh)
 Mesh wholeMesh(formats::MeshFile& file)
 {
     Mesh mesh = file.meshes.size() == 1 ? std::move(*file.meshes[0]) : joinMeshes(file.meshes);
-    joinEqualPositions(mesh);
+    weldVertices(mesh.refPos(), mesh.refTrindexPos(), std::array{0.0});
+    mesh.invalidateBox();
     return mesh;
 }
 
@@ -134,13 +123,6 @@ Totals totalsOf(const std::vector<MeshSlice>& slices)
     return totals;
 }
 
-/// The number with zeros before it, as many digits as the last one has.
-std::string digitsOf(std::size_t number, std::size_t count)
-{
-    const std::string digits = std::to_string(number);
-    return std::string(std::to_string(count - 1).size() - digits.size(), '0') + digits;
-}
-
 /// Writes all layers into the output, or each into one of its own.
 void writeLayers(const Options& options, const std::vector<MeshSlice>& slices, const Box2D& box,
                  Progress& progress)
@@ -149,7 +131,7 @@ void writeLayers(const Options& options, const std::vector<MeshSlice>& slices, c
     if (!options.isFileEach()) return formats::writeSlices(options.output, slices, 0, sheet);
     std::vector<std::string> names;
     for (std::size_t n = 0; n < slices.size(); ++n)
-        names.push_back(fillPattern(options.output, digitsOf(n, slices.size())));
+        names.push_back(fillPattern(options.output, paddedNumber(n, slices.size())));
     for (const std::string& name : names) confirmOutputs({{options.input}, {name}});
     for (std::size_t n = 0; n < slices.size(); ++n)
     {

@@ -66,8 +66,8 @@ LightOfPixel smoothed(const std::vector<Pixel>& pixels, int width, int height, i
 void filterLight(std::vector<Pixel>& pixels, uint32 width, uint32 height, const View& view, uint32 threads)
 {
     std::vector<LightOfPixel> lights(pixels.size());
-    const Vector3F eye = convert<float>(view.eye), forward = convert<float>(view.forward);
-    const auto pixelAngle = static_cast<float>(2 * view.tangentX / width);
+    const Vector3F eye = convert<float>(view.camera.eye), forward = convert<float>(view.camera.forward);
+    const auto pixelAngle = static_cast<float>(2 * view.camera.tangentX / width);
     for (const int step : {1, 2, 4, 8})
     {
         const auto smoothRow = [&](uint64 y)

@@ -31,14 +31,19 @@ float smoothStep(float from, float to, float x)
 
 Vector3F directionOfKey(const View& view)
 {
-    const auto [sinA, cosA] = sineCosine(view.azimuth + keyTurn * piValue / 180);
+    const auto [sinTurn, cosTurn] = sineCosine(keyTurn * piValue / 180);
+    // the camera is upright, so that its right says which way around the stage it stands
+    const double sinCamera = -view.camera.right.z, cosCamera = view.camera.right.x;
+    const double sinA = sinCamera * cosTurn + cosCamera * sinTurn,
+                 cosA = cosCamera * cosTurn - sinCamera * sinTurn;
     const auto [sinE, cosE] = sineCosine(keyElevation * piValue / 180);
     return convert<float>(Vector3D{sinA * cosE, sinE, cosA * cosE});
 }
 
 Vector3F directionOfBrightSide(const View& view)
 {
-    const Vector3F side = convert<float>(view.right * 0.85 - view.forward * 0.1) + Vector3F{0, 0.45f, 0};
+    const Vector3F side =
+        convert<float>(view.camera.right * 0.85 - view.camera.forward * 0.1) + Vector3F{0, 0.45f, 0};
     return side * (1 / length(side));
 }
 
@@ -58,7 +63,7 @@ Vector3F mirroredColor(const Vector3F& direction, const Vector3F& brightSide)
 
 Vector3F paperColor(float x, float y, const View& view)
 {
-    const auto aspect = static_cast<float>(view.tangentX / view.tangentY);
+    const auto aspect = static_cast<float>(view.camera.tangentX / view.camera.tangentY);
     const float fromMiddle = y + 0.15f;
     const float square =
         x * x * std::min(aspect, 1.0f) + fromMiddle * fromMiddle * std::min(1 / aspect, 1.0f);

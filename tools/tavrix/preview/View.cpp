@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <vector>
 
 #include <tavrix/foundation/ElementaryFunctions.h>
 
@@ -16,44 +17,48 @@ constexpr double azimuthOfCamera = 32 * degrees;
 constexpr double elevationOfCamera = 21 * degrees;
 constexpr double halfAngleOfView = 13 * degrees;  ///< of the frame's shorter side
 constexpr double border = 0.07;                   ///< share of half the frame
-constexpr double smallestSize = 1e-300;           ///< what is smaller counts as a point
+constexpr Vector3D upwards{0, 1, 0};
+constexpr double smallestSize = 1e-300;  ///< what is smaller counts as a point
 
 /// Turns a scene whose up axis is z so that y is up and what was in front (-y) still is (+z).
 Vector3D turned(const Vector3D& v, UpAxis up) { return up == UpAxis::Y ? v : Vector3D{v.x, v.z, -v.y}; }
 
-/// The foremost distance along the line of sight from which all points lie within the tangent: a camera at
-/// (across, along) sees a point when |point across - across| <= tangent (point along - along), on each side a
-/// half-plane a point, and the foremost camera in all of them is where the outermost two borders meet.
-double foremost(const Box3Points_ex<double>& corners, const Vector3D& across, const Vector3D& forward,
-                double tangent)
+/// The corners of the box around the origin, as they come by on its way around the vertical axis.
+std::vector<Vector3D> cornersAround(const Vector3D& half, uint32 turns)
 {
-    double low = -1e300, high = 1e300;
-    for (const Vector3D& p : corners.points)
+    std::vector<Vector3D> points;
+    points.reserve(std::size_t{8} * turns);
+    for (uint32 n = 0; n < turns; ++n)
     {
-        low = std::max(low, dot(p, across) - tangent * dot(p, forward));
-        high = std::min(high, dot(p, across) + tangent * dot(p, forward));
+        const auto [sine, cosine] = sineCosine(2 * piValue * n / turns);
+        for (const Vector3D& p : Box3Points_ex<double>(Box3D{-half, half}).points)
+            points.push_back({cosine * p.x + sine * p.z, p.y, cosine * p.z - sine * p.x});
     }
-    return (high - low) / (2 * tangent);
+    return points;
 }
 
-/// The middle of the places across the line of sight that see all points from the given distance.
-double middle(const Box3Points_ex<double>& corners, const Vector3D& across, const Vector3D& forward,
-              double tangent, double along)
+/// The camera that sees the box from the front.
+Camera cameraInFront(const Vector3D& half, double aspect, uint32 turns)
 {
-    double low = -1e300, high = 1e300;
-    for (const Vector3D& p : corners.points)
-    {
-        low = std::max(low, dot(p, across) - tangent * (dot(p, forward) - along));
-        high = std::min(high, dot(p, across) + tangent * (dot(p, forward) - along));
-    }
-    return (low + high) / 2;
+    const double azimuth = half.x >= half.z ? azimuthOfCamera : piValue / 2 - azimuthOfCamera;
+    const auto [sinA, cosA] = sineCosine(azimuth);
+    const auto [sinE, cosE] = sineCosine(elevationOfCamera);
+    const Camera camera =
+        Camera::lookingAt({sinA * cosE, sinE, cosA * cosE}, {0, 0, 0}, upwards, 2 * halfAngleOfView, aspect);
+    return camera.fitted(cornersAround(half, turns), border);
 }
 
 }  // namespace
 
-Vector3F View::toStage(const Vector3D& p) const
+Vector3D View::onStage(const Vector3D& p) const { return turned((p - boxCenter) * scale, up); }
+
+Vector3F View::toStage(const Vector3D& p) const { return convert<float>(onStage(p)); }
+
+bool maySee(const View& view, const Box3D& box)
 {
-    return convert<float>(turned((p - boxCenter) * scale, up));
+    Box3D onStage = Box3D::empty();
+    for (const Vector3D& p : Box3Points_ex<double>(box).points) onStage.extend(view.onStage(p));
+    return view.camera.maySee(onStage);
 }
 
 View viewOf(const Box3D& box, const PreviewOptions& options)
@@ -63,30 +68,22 @@ View viewOf(const Box3D& box, const PreviewOptions& options)
     const bool hasSize = longest > smallestSize && std::isfinite(longest);
     const double scale = hasSize ? 1 / longest / length(half / longest) : 1;
     const Vector3D center = box.isEmpty() ? Vector3D{0, 0, 0} : box.min * 0.5 + box.max * 0.5;
-
-    View view{center, scale, options.up, 0, {}, {}, {}, {}, 0, 0, 0};
     const Vector3D turnedHalf = turned(hasSize ? half * scale : Vector3D{0.5, 0.5, 0.5}, options.up);
     const Vector3D h{turnedHalf.x, turnedHalf.y, std::fabs(turnedHalf.z)};
-    view.ground = -h.y;
-    view.azimuth = h.x >= h.z ? azimuthOfCamera : piValue / 2 - azimuthOfCamera;
-
-    const auto [sinA, cosA] = sineCosine(view.azimuth);
-    const auto [sinE, cosE] = sineCosine(elevationOfCamera);
-    view.forward = {-sinA * cosE, -sinE, -cosA * cosE};
-    view.right = {cosA, 0, -sinA};
-    view.upward = cross(view.right, view.forward);
-
-    const auto [sinHalf, cosHalf] = sineCosine(halfAngleOfView);
     const double aspect = static_cast<double>(options.width) / options.height;
-    view.tangentX = sinHalf / cosHalf * std::max(aspect, 1.0);
-    view.tangentY = sinHalf / cosHalf * std::max(1 / aspect, 1.0);
-    const double innerX = view.tangentX * (1 - border), innerY = view.tangentY * (1 - border);
 
-    const Box3Points_ex<double> corners(Box3D{-h, h});
-    const double along = std::min(foremost(corners, view.right, view.forward, innerX),
-                                  foremost(corners, view.upward, view.forward, innerY));
-    view.eye = view.forward * along + view.right * middle(corners, view.right, view.forward, innerX, along) +
-               view.upward * middle(corners, view.upward, view.forward, innerY, along);
+    View view{center, scale, options.up, -h.y, {}};
+    Vector3D middle{0, 0, 0};
+    if (const auto& place = options.camera)
+    {
+        middle = view.onStage(place->target);
+        view.camera =
+            Camera::lookingAt(view.onStage(place->eye), middle, upwards, place->angle * degrees, aspect);
+    }
+    else
+        view.camera = cameraInFront(h, aspect, options.turns);
+    if (options.turn > 0)
+        view.camera = view.camera.orbited(middle, upwards, 2 * piValue * options.turn / options.turns);
     return view;
 }
 

@@ -138,9 +138,18 @@ StageScope::StageScope(Progress& progress, const std::string& name)
 
 void printCosts(const Progress& progress, uint32 threads)
 {
-    std::printf("time      ");
+    std::vector<Progress::Stage> sums;
     for (const Progress::Stage& stage : progress.stages())
-        std::printf(" %s %.3f s,", stage.name.c_str(), stage.seconds);
+    {
+        const auto same = std::find_if(sums.begin(), sums.end(),
+                                       [&](const Progress::Stage& sum) { return sum.name == stage.name; });
+        if (same == sums.end())
+            sums.push_back(stage);
+        else
+            same->seconds += stage.seconds;
+    }
+    std::printf("time      ");
+    for (const Progress::Stage& stage : sums) std::printf(" %s %.3f s,", stage.name.c_str(), stage.seconds);
     std::printf(" in all %.3f s on %u thread%s\n", progress.totalSeconds(), threads, threads == 1 ? "" : "s");
     std::printf("memory     %.0f MiB at most\n", Hardware::getMemoryInfo().processPeak);
 }

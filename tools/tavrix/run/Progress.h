@@ -84,7 +84,8 @@ private:
     ProgressScope _scope;
 };
 
-/// Prints what a command took: the seconds of each stage and the memory, two lines of its summary.
+/// Prints what a command took: the seconds of each stage, those of one name summed up, and the memory, two
+/// lines of its summary.
 void printCosts(const Progress& progress, uint32 threads);
 
 }  // namespace tavrix::tool

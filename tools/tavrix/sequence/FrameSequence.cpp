@@ -55,6 +55,12 @@ std::string fillPattern(const std::string& pattern, const std::string& text)
     return filled;
 }
 
+std::string paddedNumber(std::size_t number, std::size_t count)
+{
+    const std::string digits = std::to_string(number);
+    return std::string(std::to_string(count - 1).size() - digits.size(), '0') + digits;
+}
+
 std::vector<Frame> framesNamed(const std::string& pattern)
 {
     const fs::path path = formats::pathOf(pattern);

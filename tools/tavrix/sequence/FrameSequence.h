@@ -16,6 +16,9 @@ bool isPattern(const std::string& name);
 /// The pattern with the text in place of its {}.
 std::string fillPattern(const std::string& pattern, const std::string& text);
 
+/// A number with zeros before it, as many digits as the last one of so many, from 0 on, has.
+std::string paddedNumber(std::size_t number, std::size_t count);
+
 struct Frame
 {
     std::string digits;  ///< as they stand in the name
