@@ -52,6 +52,8 @@ struct BlockMeshPlan
     /// What the caller takes for the finished mesh, besides its positions and faces.
     double bytesPerVertex, bytesPerFace;
     uint32 threadCount;
+    /// Whether the first of many ranks comes to have all of it; else each its part, and copies around it.
+    bool isGathered = false;
 
     /// Bytes of a surface, the work on it included, beside `before` bytes of the scene.
     double bytesOf(const SurfaceSize& size, double before) const

@@ -5,9 +5,9 @@
 #include <tavrix/foundation/detail/RankExchange.h>
 #include <tavrix/reconstruction/detail/BlockMesh.h>
 #include <tavrix/reconstruction/detail/BlockOwners.h>
+#include <tavrix/reconstruction/detail/PartAssembly.h>
 #include <tavrix/reconstruction/detail/ParticleBlocks.h>
 #include <tavrix/reconstruction/detail/RanksAround.h>
-#include <tavrix/reconstruction/detail/SurfaceGathering.h>
 
 namespace tavrix::detail
 {
@@ -49,10 +49,11 @@ public:
     {
         if (_ranks) extendOver(*_ranks, extent);
     }
-    void gather(std::vector<BlockSurface>& surfaces) const
-    {
-        if (_ranks) gatherSurfaces(*_ranks, surfaces);
-    }
+    /// What this rank comes to have of a surface of which its blocks have that.
+    SurfaceSize partOf(const SurfaceSize& own, const SurfaceSize& all, bool isGathered) const;
+    /// Makes the mesh of the blocks' surfaces, or of this rank's blocks its part.
+    BlockRoadEnd assemble(const BlockLattice& lattice, std::vector<BlockSurface>& surfaces,
+                          const BlockMeshPlan& plan, Polling& polling, MeshPart& part) const;
 
     /// The own blocks that any particle may reach, ascending. This rank's particles are those that reach its
     /// blocks, and some more.
@@ -68,6 +69,22 @@ private:
     RankGroup* _ranks = nullptr;
     const BlockOwners* _owners = nullptr;
 };
+
+inline SurfaceSize BlockShare::partOf(const SurfaceSize& own, const SurfaceSize& all, bool isGathered) const
+{
+    constexpr double withCopies = 1.1;
+    if (!_ranks || (isGathered && isFirst())) return all;
+    SurfaceSize part = own;
+    return _ranks->size() == 1 ? part : part *= withCopies;
+}
+
+inline BlockRoadEnd BlockShare::assemble(const BlockLattice& lattice, std::vector<BlockSurface>& surfaces,
+                                         const BlockMeshPlan& plan, Polling& polling, MeshPart& part) const
+{
+    if (!_ranks) return assembleByPlan(surfaces, plan, polling, part.mesh);
+    assemblePart(*_ranks, lattice, *_owners, surfaces, plan.joinsAtNodes, part);
+    return part.faceCount == 0 ? BlockRoadEnd::NoSurface : BlockRoadEnd::Done;
+}
 
 template <class Kernel>
 std::vector<BlockIndex> BlockShare::ownBlocks(const ParticleBlocks<Kernel>& particles) const

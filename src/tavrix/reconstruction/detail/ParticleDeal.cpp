@@ -55,11 +55,6 @@ LatticeExtent extentOf(const ParticleShare& share, double spacing, double margin
     return extent;
 }
 
-RanksAround::Cell cellAt(const BlockLattice& lattice, const Vector3F& p)
-{
-    return {lattice.cellAlong(0, p.x), lattice.cellAlong(1, p.y), lattice.cellAlong(2, p.z)};
-}
-
 std::vector<BlockLoad> countByBlock(const ParticleShare& share, const BlockLattice& lattice)
 {
     std::vector<BlockLoad> loads;
