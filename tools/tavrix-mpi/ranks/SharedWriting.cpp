@@ -16,7 +16,7 @@ using formats::FileSection;
 using formats::RecordBytes;
 using formats::RecordsOf;
 
-/// Bytes that a rank has ready before all write.
+/// Bytes that a rank has ready before it writes.
 constexpr std::size_t blockBytes = std::size_t{8} << 20;
 
 /// Bytes at their places in a file, ascending, until they are written.
@@ -32,36 +32,35 @@ public:
             _sizes.back() += static_cast<int>(size);
         else
         {
-            _places.push_back(static_cast<MPI_Aint>(place));
+            _places.push_back(static_cast<MPI_Offset>(place));
             _sizes.push_back(static_cast<int>(size));
         }
         _bytes.resize(_bytes.size() + size);
         return _bytes.data() + _bytes.size() - size;
     }
-    /// Writes what all ranks have; false when this rank's could not be written.
+    /// Writes what is there; false when some could not be written. Each rank for itself: where one meets a
+    /// full disk in a collective call, implementations let the others wait for ever.
     bool write(MPI_File file)
     {
-        MPI_Datatype view = MPI_BYTE;
-        if (!_places.empty())
+        bool isWell = true;
+        const char* from = _bytes.data();
+        for (std::size_t n = 0; n < _places.size() && isWell; ++n)
         {
-            MPI_Type_create_hindexed(static_cast<int>(_places.size()), _sizes.data(), _places.data(),
-                                     MPI_BYTE, &view);
-            MPI_Type_commit(&view);
+            MPI_Status status;
+            int written = 0;
+            isWell = MPI_File_write_at(file, _places[n], from, _sizes[n], MPI_BYTE, &status) == MPI_SUCCESS &&
+                     MPI_Get_count(&status, MPI_BYTE, &written) == MPI_SUCCESS && written == _sizes[n];
+            from += _sizes[n];
         }
-        MPI_Status status;
-        const int viewed = MPI_File_set_view(file, 0, MPI_BYTE, view, "native", MPI_INFO_NULL);
-        const int written =
-            MPI_File_write_all(file, _bytes.data(), static_cast<int>(_bytes.size()), MPI_BYTE, &status);
-        if (view != MPI_BYTE) MPI_Type_free(&view);
         _places.clear();
         _sizes.clear();
         _bytes.clear();
-        return viewed == MPI_SUCCESS && written == MPI_SUCCESS;
+        return isWell;
     }
 
 private:
     std::vector<char> _bytes;
-    std::vector<MPI_Aint> _places;
+    std::vector<MPI_Offset> _places;
     std::vector<int> _sizes;
 };
 
