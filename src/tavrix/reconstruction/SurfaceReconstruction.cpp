@@ -241,27 +241,42 @@ private:
 
     double grantedBytes() const { return static_cast<double>(report.settings.memory.value_or(~uint64{0})); }
 
-    /// What the steps after the extraction take at most, for each vertex.
-    double bytesPerVertex() const
+    /// Bytes that the steps on a part of the mesh take for each vertex, beside its positions and faces; and
+    /// those on the whole. One process has no part, and takes all of these.
+    double bytesPerVertex(bool ofPart, bool ofWhole) const
     {
         constexpr double normal = sizeof(Vector3F), smoothing = 140, welding = 40, filling = 14,
                          decimating = 240, interpolating = 44;
         const ReconstructionSettings& s = report.settings;
-        double inPassing = *s.smoothing > 0 ? smoothing : 0;
-        if (s.weldTolerance) inPassing = std::max(inPassing, welding);
-        if (s.fillCavities) inPassing = std::max(inPassing, filling);
-        if (s.decimation) inPassing = std::max(inPassing, decimating);
+        double inPassing = *s.smoothing > 0 && ofPart ? smoothing : 0;
+        if (s.weldTolerance && ofWhole) inPassing = std::max(inPassing, welding);
+        if (s.fillCavities && ofWhole) inPassing = std::max(inPassing, filling);
+        if (s.decimation && ofWhole) inPassing = std::max(inPassing, decimating);
         const double kept = (s.normals ? normal : 0) + static_cast<double>(_attributes.size()) * normal;
         return std::max(inPassing, kept + (_attributes.empty() ? 0 : interpolating));
     }
 
     /// And for each face.
-    double bytesPerFace() const
+    double bytesPerFace(bool ofWhole) const
     {
         constexpr double separating = 65, filling = 45;
         const ReconstructionSettings& s = report.settings;
-        return std::max({s.weldTolerance ? separating : 0, s.fillCavities ? filling : 0,
+        return std::max({s.weldTolerance && ofWhole ? separating : 0, s.fillCavities && ofWhole ? filling : 0,
                          s.normals ? double{sizeof(Index3)} : 0});
+    }
+
+    detail::BlockMeshPlan meshPlan() const
+    {
+        const ReconstructionSettings& s = report.settings;
+        detail::BlockMeshPlan plan{s.cleanUp,
+                                   false,
+                                   static_cast<double>(s.memory.value_or(~uint64{0})),
+                                   bytesPerVertex(true, !_ranks),
+                                   bytesPerFace(!_ranks),
+                                   s.threadCount};
+        if (_ranks && (_isGathered || needsWhole()))
+            plan.bytesOfWhole = Tuple2<double, double>{bytesPerVertex(false, true), bytesPerFace(true)};
+        return plan;
     }
 
     /// The particles are what make(n) gives, from so many bytes, until prepare(sorted) frees these; it is
@@ -272,12 +287,8 @@ private:
     {
         const ReconstructionSettings& s = report.settings;
         detail::BlockRoad<Kernel> road(
-            {kernel,
-             *s.spacing,
-             static_cast<float>(s.level) * s.valueAtLevelOne(),
-             {s.cleanUp, false, static_cast<double>(s.memory.value_or(~uint64{0})), bytesPerVertex(),
-              bytesPerFace(), s.threadCount, _isGathered || needsWhole()}},
-            polling, blockShare());
+            {kernel, *s.spacing, static_cast<float>(s.level) * s.valueAtLevelOne(), meshPlan()}, polling,
+            blockShare());
         BlockRoadEnd end = road.sort(count, make, held);
         if (_ranks) _kept.reserve(0);
         if (end == BlockRoadEnd::Done) end = road.goOn(prepare(road.sorted()));

@@ -186,9 +186,9 @@ BlockRoadEnd BlockRoad<Kernel>::extract(MeshPart& part)
         const auto end = goOn(true);
         return end == BlockRoadEnd::Done ? BlockRoadEnd::NoSurface : end;
     }
-    const SurfaceSize size = _share.partOf(own, all, _plan.mesh.isGathered);
-    fits(_plan.mesh.bytesOf(size, before));
-    const bool areFew = _plan.mesh.fits(size, before) && all.isIndexable();
+    const SurfaceSize size = _share.withCopies(own);
+    bool areFew = fits(_plan.mesh.bytesOf(size, before)) && size.isIndexable() && all.isIndexable();
+    if (_plan.mesh.bytesOfWhole && _share.isFirst()) areFew &= fits(_plan.mesh.bytesOfGathered(all, size));
     const auto end = _share.worst(areFew ? BlockRoadEnd::Done : BlockRoadEnd::TooLarge);
     if (end != BlockRoadEnd::Done) return end;
     const BlockLattice lattice = _particles.lattice;

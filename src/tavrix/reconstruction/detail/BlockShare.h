@@ -49,8 +49,8 @@ public:
     {
         if (_ranks) extendOver(*_ranks, extent);
     }
-    /// What this rank comes to have of a surface of which its blocks have that.
-    SurfaceSize partOf(const SurfaceSize& own, const SurfaceSize& all, bool isGathered) const;
+    /// What this rank comes to have of a surface, with copies, where its blocks have that.
+    SurfaceSize withCopies(const SurfaceSize& own) const;
     /// Makes the mesh of the blocks' surfaces, or of this rank's blocks its part.
     BlockRoadEnd assemble(const BlockLattice& lattice, std::vector<BlockSurface>& surfaces,
                           const BlockMeshPlan& plan, Polling& polling, MeshPart& part) const;
@@ -70,12 +70,11 @@ private:
     const BlockOwners* _owners = nullptr;
 };
 
-inline SurfaceSize BlockShare::partOf(const SurfaceSize& own, const SurfaceSize& all, bool isGathered) const
+inline SurfaceSize BlockShare::withCopies(const SurfaceSize& own) const
 {
-    constexpr double withCopies = 1.1;
-    if (!_ranks || (isGathered && isFirst())) return all;
+    constexpr double factor = 1.05;
     SurfaceSize part = own;
-    return _ranks->size() == 1 ? part : part *= withCopies;
+    return _ranks && _ranks->size() > 1 ? part *= factor : part;
 }
 
 inline BlockRoadEnd BlockShare::assemble(const BlockLattice& lattice, std::vector<BlockSurface>& surfaces,
