@@ -52,10 +52,10 @@ Mesh surfaceByBlocks(const Kernel& kernel, uint32 count, Make make, float level,
 {
     Polling none(nullptr);
     BlockRoad<Kernel> road({kernel, spacing, level, {joins, false, 1e12, 0, 0, threadCount}}, none);
-    Mesh mesh;
+    MeshPart made;
     EXPECT_EQ(road.sort(count, make), BlockRoadEnd::Done);
-    EXPECT_EQ(road.extract(mesh), BlockRoadEnd::Done);
-    return mesh;
+    EXPECT_EQ(road.extract(made), BlockRoadEnd::Done);
+    return std::move(made.mesh);
 }
 
 /// The dense road: a field on the same lattice that set(field, margin) fills, and its surface.
@@ -209,10 +209,12 @@ TEST(BlockRoad, SaysBeforehandWhatItTakes)
     const Scene s = randomScene(7, {});
     const auto run = [&](double bytes, Mesh& mesh)
     {
+        MeshPart made;
         Polling none(nullptr);
         BlockRoad<BallKernel> road({metaball, spacing, 1, {true, false, bytes, 12, 12, 2}}, none);
         BlockRoadEnd end = road.sort(s.positions.size(), ballsOf(s));
-        if (end == BlockRoadEnd::Done) end = road.extract(mesh);
+        if (end == BlockRoadEnd::Done) end = road.extract(made);
+        mesh = std::move(made.mesh);
         return std::pair(end, road.bytes());
     };
     Mesh mesh;

@@ -311,18 +311,18 @@ TEST(RankReconstruction, NoOwnershipOfBlocksShows)
     const auto ball = [&](uint32 n) {
         return detail::Particle{positions[n].x, positions[n].y, positions[n].z, 0.06f};
     };
-    const auto makeMesh = [&](const detail::BlockShare& share, Mesh& mesh)
+    const auto makePart = [&](const detail::BlockShare& share, detail::MeshPart& part)
     {
         detail::Polling none(nullptr);
         detail::BlockRoad<detail::BallKernel> road(
             {detail::metaballKernel(60), 0.021, 0.8f, {true, false, 1e12, 0, 0, 1}}, none, share);
         ASSERT_EQ(road.sort(positions.size(), ball), detail::BlockRoadEnd::Done);
         ASSERT_EQ(road.matchVolume(3.0), detail::BlockRoadEnd::Done);
-        ASSERT_EQ(road.extract(mesh), detail::BlockRoadEnd::Done);
+        ASSERT_EQ(road.extract(part), detail::BlockRoadEnd::Done);
     };
-    Mesh alone;
-    makeMesh({}, alone);
-    ASSERT_GT(alone.getFacesSize(), 10000u);
+    detail::MeshPart alone;
+    makePart({}, alone);
+    ASSERT_GT(alone.mesh.getFacesSize(), 10000u);
     for (const uint32 ranks : {2u, 5u, 11u})
     {
         Mesh mesh;
@@ -330,9 +330,11 @@ TEST(RankReconstruction, NoOwnershipOfBlocksShows)
                          [&](RankGroup& group)
                          {
                              const AnyOwner owners(ranks, 77 * ranks);
-                             Mesh none;
-                             makeMesh({group, owners}, group.rank() == 0 ? mesh : none);
+                             detail::MeshPart part;
+                             makePart({group, owners}, part);
+                             Mesh whole = gatherMesh(group, std::move(part));
+                             if (group.rank() == 0) mesh = std::move(whole);
                          });
-        expectSameMesh(mesh, alone);
+        expectSameMesh(mesh, alone.mesh);
     }
 }

@@ -3,8 +3,8 @@
 #include <cmath>
 #include <limits>
 
-#include "formats/BlockWriter.h"
 #include "formats/Failure.h"
+#include "formats/MeshLayout.h"
 #include "formats/MeshWriters.h"
 
 namespace tavrix::formats
@@ -32,30 +32,25 @@ std::vector<std::string> propertyNames(const VertexAttribute& attribute)
     return {name + "_x", name + "_y", name + "_z"};
 }
 
-std::string headerOf(const JoinedStreams& streams)
+std::string headerOf(const MeshOutline& outline)
 {
     std::string header = "ply\nformat binary_little_endian 1.0\ncomment written by tavrix\nelement vertex " +
-                         std::to_string(streams.vertexCount) + "\n";
+                         std::to_string(outline.vertexCount) + "\n";
     const auto add = [&](const std::vector<std::string>& names, const char* type)
     {
         for (const std::string& name : names) header += std::string("property ") + type + " " + name + "\n";
     };
     add({"x", "y", "z"}, "float");
-    if (streams.haveNormals) add({"nx", "ny", "nz"}, "float");
-    for (const VertexAttribute& attribute : streams.attributes)
+    if (outline.haveNormals) add({"nx", "ny", "nz"}, "float");
+    for (const VertexAttribute& attribute : outline.attributes)
         add(propertyNames(attribute), isColor(attribute) ? "uchar" : "float");
-    return header + "element face " + std::to_string(streams.triangleCount) +
+    return header + "element face " + std::to_string(outline.triangleCount) +
            "\nproperty list uchar int vertex_indices\nend_header\n";
 }
 
 uint8 colorByte(float value) { return static_cast<uint8>(std::lround(std::clamp(value, 0.0f, 1.0f) * 255)); }
 
-void putVector(BlockWriter& out, const Vector3F& v)
-{
-    for (const float component : {v.x, v.y, v.z}) out.put(component);
-}
-
-void putAttribute(BlockWriter& out, const VertexAttribute& attribute, uint32 position)
+void putAttribute(RecordBytes& to, const VertexAttribute& attribute, uint32 position)
 {
     static constexpr std::array<float, 3> zeros{};
     const float* values =
@@ -63,46 +58,49 @@ void putAttribute(BlockWriter& out, const VertexAttribute& attribute, uint32 pos
     const uint32 count = isTexture(attribute) ? 2 : attribute.components;
     for (uint32 n = 0; n < count; ++n)
         if (isColor(attribute))
-            out.put(colorByte(values[n]));
+            to.put(colorByte(values[n]));
         else
-            out.put(values[n]);
+            to.put(values[n]);
 }
 
-void putVertices(BlockWriter& out, const VertexStreams& part, const JoinedStreams& streams)
+std::size_t vertexBytes(const MeshOutline& outline)
 {
-    std::vector<VertexAttribute> attributes;
-    for (const VertexAttribute& attribute : streams.attributes)
-        attributes.push_back(JoinedStreams::attributeOf(part, attribute));
-    for (uint32 vertex = 0; vertex < part.size() && out.isWell(); ++vertex)
-    {
-        putVector(out, convert<float>(part.position(vertex)));
-        if (streams.haveNormals) putVector(out, part.normal(vertex));
-        for (const VertexAttribute& attribute : attributes)
-            putAttribute(out, attribute, part.positionIndex(vertex));
-    }
+    std::size_t bytes = outline.haveNormals ? 24 : 12;
+    for (const VertexAttribute& attribute : outline.attributes)
+        bytes += propertyNames(attribute).size() * (isColor(attribute) ? 1 : sizeof(float));
+    return bytes;
 }
 
 }  // namespace
 
+FileLayout plyLayout(const MeshOutline& outline, const std::string& target)
+{
+    if (outline.vertexCount > std::numeric_limits<int32>::max())
+        throw Failure(target + ": PLY files hold 2147483647 vertices at most; write a .vtp file");
+    constexpr std::size_t faceBytes = 13;
+    const auto putVertex =
+        [haveNormals = outline.haveNormals](RecordBytes& to, const NumberedMesh& mesh, uint32 n, uint64)
+    {
+        to.put(convert<float>(mesh.streams.position(n)));
+        if (haveNormals) to.put(mesh.streams.normal(n));
+        for (const VertexAttribute& attribute : mesh.attributes)
+            putAttribute(to, attribute, mesh.streams.positionIndex(n));
+    };
+    const auto putFace = [](RecordBytes& to, const NumberedMesh& mesh, uint32 n, uint64)
+    {
+        const Index3& face = mesh.streams.triangles()[n];
+        to.put(uint8{3});
+        for (uint32 c = 0; c < 3; ++c) to.put(static_cast<int32>(mesh.numberOf(face[c])));
+    };
+    return {{{headerOf(outline), RecordsOf::Vertices, vertexBytes(outline), putVertex},
+             {{}, RecordsOf::Faces, faceBytes, putFace}},
+            {}};
+}
+
 int writePly(const std::string& path, const ArrayOfPtr<Mesh>& meshes, const std::string& target)
 {
     const JoinedStreams streams(meshes);
-    if (streams.vertexCount > std::numeric_limits<int32>::max())
-        throw Failure(target + ": PLY files hold 2147483647 vertices at most; write a .vtp file");
-    BlockWriter out(path);
-    out.put(headerOf(streams));
-    for (const VertexStreams& part : streams.parts) putVertices(out, part, streams);
-    uint32 first = 0;
-    for (const VertexStreams& part : streams.parts)
-    {
-        for (const Index3& face : part.triangles())
-        {
-            out.put(uint8{3});
-            for (uint32 n = 0; n < 3; ++n) out.put(static_cast<int32>(first + face[n]));
-        }
-        first += part.size();
-    }
-    return out.close();
+    return writeLayout(path, plyLayout(outlineOf(streams), target), streams);
 }
 
 }  // namespace tavrix::formats

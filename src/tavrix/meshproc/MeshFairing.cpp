@@ -5,6 +5,8 @@
 #include <limits>
 
 #include <tavrix/meshproc/detail/MeshParts.h>
+#include <tavrix/meshproc/detail/PartFairing.h>
+#include <tavrix/meshproc/detail/PartMeasures.h>
 #include <tavrix/meshproc/detail/RingFilter.h>
 
 namespace tavrix
@@ -15,6 +17,9 @@ namespace
 
 using detail::Coefficients;
 using detail::FilterOutput;
+using detail::MeshBorder;
+using detail::PartMeasures;
+using detail::PartSums;
 using detail::PassResponse;
 using detail::VertexRings;
 
@@ -34,128 +39,76 @@ constexpr double bendPasses = 0.3;
 /// Volumes are restored to that part of them.
 constexpr double volumeTolerance = 1e-7;
 
-/// Measures of a part.
-struct PartSums
-{
-    double area = 0, volume = 0, squaredEdges = 0;
-    uint64 edges = 0;
-    bool isOpen = false;
-
-    PartSums& operator+=(const PartSums& other)
-    {
-        area += other.area;
-        volume += other.volume;
-        squaredEdges += other.squaredEdges;
-        edges += other.edges;
-        isOpen |= other.isOpen;
-        return *this;
-    }
-    /// That of a ball with as much volume for its area; none bounds a part that is open.
-    double radius() const
-    {
-        return isOpen ? std::numeric_limits<double>::infinity() : 3 * std::fabs(volume) / area;
-    }
-    double squaredEdge() const { return edges == 0 ? 0 : squaredEdges / static_cast<double>(edges); }
-};
-
-/// One call of fairPositions. Steps are false when the polling stopped them.
+/// One call of fairPositions. Steps are false, on all ranks, when the polling stopped them.
 class Fairing
 {
 public:
-    Fairing(const Array<Vector3D>& positions, const Array<Index3>& faces, const FairingSettings& settings,
-            detail::Polling& polling)
+    Fairing(const Array<Vector3D>& positions, const Array<Index3>& faces, const MeshBorder& border,
+            const FairingSettings& settings, detail::Polling& polling)
         : _settings(settings),
           _polling(polling),
+          _border(border),
           _positions(positions),
           _rings(positions.size(), faces, settings.threadCount, polling),
-          _parts(_rings, settings.threadCount, polling)
+          _parts(_rings, border, settings.threadCount, polling),
+          _measures(_positions, _rings, _parts, settings.threadCount, polling)
     {
     }
 
     bool run()
     {
-        const std::vector<PartSums> before = measure();
-        return !_polling.isStopped() && smooth(before) && restoreVolumes(before);
+        if (!goesOn()) return false;
+        const std::vector<PartSums> before = _measures.measure();
+        return goesOn() && smooth(before) && restoreVolumes(before);
     }
 
     Array<Vector3D>& positions() { return _positions; }
 
 private:
-    template <class Task>
-    bool forEachVertex(Task task)
+    bool goesOn() const { return _border.all(!_polling.isStopped()); }
+
+    /// Gives every vertex a value: value(v) where it is owned.
+    template <class T, class Value>
+    void fill(Array<T>& values, Value value)
     {
-        return inPieces(_polling, _rings.size(), detail::scatteredItems, _settings.threadCount,
-                        [&](uint32, uint64 begin, uint64 end)
-                        {
-                            for (auto v = static_cast<uint32>(begin); v < end; ++v) task(v);
-                        });
+        values.resize(_rings.size());
+        inPieces(_polling, _rings.size(), detail::scatteredItems, _settings.threadCount,
+                 [&](uint32, uint64 begin, uint64 end)
+                 {
+                     for (auto v = static_cast<uint32>(begin); v < end; ++v)
+                         if (!_border.isCopy(v)) values[v] = value(v);
+                 });
+        _border.update(values);
     }
 
-    /// The sum of the area vectors of the faces at a vertex.
-    Vector3D areaVectorAt(uint32 v) const
-    {
-        const VertexRings::Ring ring = _rings[v];
-        Vector3D sum{0, 0, 0};
-        if (ring.size == 0) return sum;
-        Vector3D last = _positions[ring.first[ring.size - 1]] - _positions[v];
-        for (const uint32 n : ring)
-        {
-            const Vector3D next = _positions[n] - _positions[v];
-            sum += cross(last, next);
-            last = next;
-        }
-        return sum * 0.5;
-    }
-
-    std::vector<PartSums> measure() const;
     bool smooth(const std::vector<PartSums>& parts);
     FilterOutput assign(uint32 passes, uint32 terms, const std::vector<PartSums>& parts) const;
-    bool findGentle(const FilterOutput& narrow, const std::vector<PartSums>& parts, Array<float>& share);
+    bool findGentle(FilterOutput& narrow, const std::vector<PartSums>& parts, Array<float>& share);
     bool restoreVolumes(const std::vector<PartSums>& before);
     void findUmbrella();
     Wector3F meanOf(uint32 v, const Array<Wector3F>& values) const;
 
     const FairingSettings& _settings;
     detail::Polling& _polling;
+    const MeshBorder& _border;
     Array<Vector3D> _positions;
     const VertexRings _rings;
     const detail::MeshParts _parts;
+    const PartMeasures _measures;
     Array<Wector3F> _umbrella;  ///< from each vertex to the mean of its neighbours
 };
 
-std::vector<PartSums> Fairing::measure() const
-{
-    return _parts.sumOver<PartSums>(_settings.threadCount, _polling,
-                                    [&](PartSums& sums, uint32 v)
-                                    {
-                                        const VertexRings::Ring ring = _rings[v];
-                                        if (ring.size == 0) sums.isOpen = true;
-                                        const Vector3D area = areaVectorAt(v);
-                                        const Vector3D origin =
-                                            _positions[_parts.firstVertexOf(_parts.partOf(v))];
-                                        sums.area += length(area) / 3;
-                                        sums.volume += dot(_positions[v] - origin, area) / 9;
-                                        for (const uint32 n : ring)
-                                        {
-                                            const Vector3D edge = _positions[n] - _positions[v];
-                                            sums.squaredEdges += dot(edge, edge);
-                                        }
-                                        sums.edges += ring.size;
-                                    });
-}
-
 void Fairing::findUmbrella()
 {
-    _umbrella.resize(_rings.size());
-    forEachVertex(
-        [&](uint32 v)
-        {
-            Vector3D sum{0, 0, 0};
-            for (const uint32 n : _rings[v]) sum += _positions[n] - _positions[v];
-            const double share = 1.0 / std::max(_rings[v].size, 1u);
-            _umbrella[v] = {static_cast<float>(sum.x * share), static_cast<float>(sum.y * share),
-                            static_cast<float>(sum.z * share), 0};
-        });
+    fill(_umbrella,
+         [&](uint32 v)
+         {
+             Vector3D sum{0, 0, 0};
+             for (const uint32 n : _rings[v]) sum += _positions[n] - _positions[v];
+             const double share = 1.0 / std::max(_rings[v].size, 1u);
+             return Wector3F{static_cast<float>(sum.x * share), static_cast<float>(sum.y * share),
+                             static_cast<float>(sum.z * share), 0};
+         });
 }
 
 /// The response to so many passes, and to fewer in parts that are small or thin. A Gaussian of n passes has
@@ -202,38 +155,40 @@ Wector3F Fairing::meanOf(uint32 v, const Array<Wector3F>& values) const
 
 /// How far each vertex may be smoothed by more than the narrow filter: 1 where the surface that this leaves
 /// bends gently, 0 where it bends sharply.
-bool Fairing::findGentle(const FilterOutput& narrow, const std::vector<PartSums>& parts, Array<float>& share)
+bool Fairing::findGentle(FilterOutput& narrow, const std::vector<PartSums>& parts, Array<float>& share)
 {
     // the umbrella vector is the sum of the principal curvatures times a quarter of the squared edge
     const auto widthAt = [&](uint32 v)
     { return std::sqrt(parts[_parts.partOf(v)].squaredEdge() * *_settings.passesAtBends) / 2; };
-    Array<Wector3F> bends(_rings.size()), umbrella(_rings.size());
-    forEachVertex(
-        [&](uint32 v)
-        {
-            const Wector3F mean = meanOf(v, narrow.values), own = narrow.values[v], &u = _umbrella[v];
-            const double scale = 4 * widthAt(v) / parts[_parts.partOf(v)].squaredEdge();
-            const double x = scale * (u.x + mean.x - own.x), y = scale * (u.y + mean.y - own.y),
-                         z = scale * (u.z + mean.z - own.z);
-            bends[v] = {static_cast<float>(x * x + y * y + z * z), 0, 0, 0};
-        });
-    forEachVertex([&](uint32 v) { umbrella[v] = {meanOf(v, bends).x - bends[v].x, 0, 0, 0}; });
-    if (_polling.isStopped()) return false;
+    _border.update(narrow.values);
+    Array<Wector3F> bends, umbrella;
+    fill(bends,
+         [&](uint32 v)
+         {
+             const Wector3F mean = meanOf(v, narrow.values), own = narrow.values[v], &u = _umbrella[v];
+             const double scale = 4 * widthAt(v) / parts[_parts.partOf(v)].squaredEdge();
+             const double x = scale * (u.x + mean.x - own.x), y = scale * (u.y + mean.y - own.y),
+                          z = scale * (u.z + mean.z - own.z);
+             return Wector3F{static_cast<float>(x * x + y * y + z * z), 0, 0, 0};
+         });
+    fill(umbrella, [&](uint32 v) { return Wector3F{meanOf(v, bends).x - bends[v].x, 0, 0, 0}; });
+    if (!goesOn()) return false;
     const auto passes = static_cast<uint32>(std::lround(bendPasses * *_settings.passesAtBends));
     FilterOutput even{{detail::responseOf(passes, PassResponse::Plain, detail::termsFor(passes))},
                       Array<uint8>(_rings.size(), uint8{0}),
                       {}};
-    if (!filterRings(_rings, umbrella, detail::termsFor(passes), {&even}, _settings.threadCount, _polling))
+    if (!filterRings(_rings, _border, umbrella, detail::termsFor(passes), {&even}, _settings.threadCount,
+                     _polling))
         return false;
-    share.resize(_rings.size());
-    return forEachVertex(
-        [&](uint32 v)
-        {
-            const double ofBall = 2 * widthAt(v) / parts[_parts.partOf(v)].radius();
-            const double bend = std::sqrt(std::max(bends[v].x + even.values[v].x, 0.0f)) - ofBall;
-            const double t = std::clamp((bend - gentleBend) / (sharpBend - gentleBend), 0.0, 1.0);
-            share[v] = static_cast<float>(1 - t * t * (3 - 2 * t));
-        });
+    fill(share,
+         [&](uint32 v)
+         {
+             const double ofBall = 2 * widthAt(v) / parts[_parts.partOf(v)].radius();
+             const double bend = std::sqrt(std::max(bends[v].x + even.values[v].x, 0.0f)) - ofBall;
+             const double t = std::clamp((bend - gentleBend) / (sharpBend - gentleBend), 0.0, 1.0);
+             return static_cast<float>(1 - t * t * (3 - 2 * t));
+         });
+    return goesOn();
 }
 
 bool Fairing::smooth(const std::vector<PartSums>& parts)
@@ -248,23 +203,25 @@ bool Fairing::smooth(const std::vector<PartSums>& parts)
         narrow = assign(*_settings.passesAtBends, terms, parts);
         outputs.push_back(&narrow);
     }
-    if (!filterRings(_rings, _umbrella, terms, outputs, _settings.threadCount, _polling)) return false;
+    if (!filterRings(_rings, _border, _umbrella, terms, outputs, _settings.threadCount, _polling))
+        return false;
     Array<float> share;
     if (isNarrowed && !findGentle(narrow, parts, share)) return false;
-    return forEachVertex(
-        [&](uint32 v)
-        {
-            const Wector3F& w = wide.values[v];
-            Vector3D way{w.x, w.y, w.z};
-            if (isNarrowed)
-            {
-                const Vector3D least{narrow.values[v].x, narrow.values[v].y, narrow.values[v].z};
-                way = least + (way - least) * double{share[v]};
-            }
-            const double far = length(way);
-            if (_settings.farthest && far > *_settings.farthest) way *= *_settings.farthest / far;
-            if (isFinite(way)) _positions[v] += way;
-        });
+    fill(_positions,
+         [&](uint32 v)
+         {
+             const Wector3F& w = wide.values[v];
+             Vector3D way{w.x, w.y, w.z};
+             if (isNarrowed)
+             {
+                 const Vector3D least{narrow.values[v].x, narrow.values[v].y, narrow.values[v].z};
+                 way = least + (way - least) * double{share[v]};
+             }
+             const double far = length(way);
+             if (_settings.farthest && far > *_settings.farthest) way *= *_settings.farthest / far;
+             return isFinite(way) ? _positions[v] + way : _positions[v];
+         });
+    return goesOn();
 }
 
 /// Moves each closed part along its normals until it has its volume again, by Newton's method: the volume
@@ -273,10 +230,10 @@ bool Fairing::restoreVolumes(const std::vector<PartSums>& before)
 {
     constexpr uint32 mostSteps = 5;
     std::vector<double> ways(before.size());
-    Array<Vector3D> moved(_positions.size());
+    Array<Vector3D> moved;
     for (uint32 step = 0; step < mostSteps; ++step)
     {
-        const std::vector<PartSums> now = measure();
+        const std::vector<PartSums> now = _measures.measure();
         bool areRestored = true;
         for (std::size_t p = 0; p < ways.size(); ++p)
         {
@@ -286,15 +243,16 @@ bool Fairing::restoreVolumes(const std::vector<PartSums>& before)
             ways[p] = isOff ? std::clamp(missing / now[p].area, -farthest, farthest) : 0;
             areRestored &= !isOff;
         }
-        if (_polling.isStopped()) return false;
-        if (areRestored) return true;
-        if (!forEachVertex(
-                [&](uint32 v)
-                {
-                    const double way = ways[_parts.partOf(v)];
-                    moved[v] = way == 0 ? _positions[v] : _positions[v] + unitOrZero(areaVectorAt(v)) * way;
-                }))
-            return false;
+        if (!goesOn()) return false;
+        if (_border.all(areRestored)) return true;
+        fill(moved,
+             [&](uint32 v)
+             {
+                 const double way = ways[_parts.partOf(v)];
+                 return way == 0 ? _positions[v]
+                                 : _positions[v] + unitOrZero(_measures.areaVectorAt(v)) * way;
+             });
+        if (!goesOn()) return false;
         _positions.swap(moved);
     }
     return true;
@@ -302,16 +260,27 @@ bool Fairing::restoreVolumes(const std::vector<PartSums>& before)
 
 }  // namespace
 
+namespace detail
+{
+
+bool fairPart(Array<Vector3D>& positions, const Array<Index3>& faces, const MeshBorder& border,
+              const FairingSettings& settings, CancelCallback callback)
+{
+    Polling polling(callback);
+    if (!border.all(polling.goOn())) return false;
+    if (settings.passes == 0 || border.all(positions.empty())) return true;
+    Fairing fairing(positions, faces, border, settings, polling);
+    if (!fairing.run()) return false;
+    positions.swap(fairing.positions());
+    return true;
+}
+
+}  // namespace detail
+
 bool fairPositions(Array<Vector3D>& positions, const Array<Index3>& faces, const FairingSettings& settings,
                    CancelCallback callback)
 {
-    detail::Polling polling(callback);
-    if (!polling.goOn()) return false;
-    if (settings.passes == 0 || positions.empty()) return true;
-    Fairing fairing(positions, faces, settings, polling);
-    if (polling.isStopped() || !fairing.run()) return false;
-    positions.swap(fairing.positions());
-    return true;
+    return detail::fairPart(positions, faces, {}, settings, callback);
 }
 
 }  // namespace tavrix

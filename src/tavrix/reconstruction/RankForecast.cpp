@@ -69,9 +69,15 @@ double countVertices(const Blocks<Kernel>& particles, const std::vector<BlockInd
 }
 
 template <class Kernel>
-uint32 particlesOf(const Blocks<Kernel>& particles, std::size_t home)
+detail::BlockFilling fillingOf(const Blocks<Kernel>& particles, std::size_t home)
 {
-    return particles.firstOf(home + 1) - particles.firstOf(home);
+    detail::BlockFilling filling{{}, particles.firstOf(home + 1) - particles.firstOf(home), 0};
+    for (uint32 b = particles.homes[home].firstBucket; b < particles.homes[home + 1].firstBucket; ++b)
+    {
+        const uint8(&low)[3] = particles.buckets[b].low;
+        filling.buckets |= detail::bucketBit(low[0], low[1], low[2]);
+    }
+    return filling;
 }
 
 /// How far particles are dealt beyond the blocks in which they lie, in cells.
@@ -96,7 +102,7 @@ RankLoads loadsOf(uint32 rankCount, const Blocks<Kernel>& particles, const std::
     std::vector<detail::BlockLoad> loads;
     for (std::size_t h = 0; h < particles.homeCount(); ++h)
         loads.push_back({placeOf(particles.lattice, particles.homes[h].block),
-                         detail::workOf(particlesOf(particles, h))});
+                         detail::workOf(fillingOf(particles, h), margin)});
     BlockIndex last{0, 0, 0};
     for (const BlockIndex& block : blocks)
         for (uint32 axis = 0; axis < 3; ++axis) last[axis] = std::max(last[axis], block[axis]);

@@ -140,9 +140,11 @@ SolidReport uniteSpheres(const Array<Vector3F>& centers, double radius, Mesh& me
                                                 static_cast<float>(level),
                                                 meshPlanOf(settings, false)},
                                                polling);
+    detail::MeshPart made;
     BlockRoadEnd end = road.sort(centers.size(), ball);
     if (end == BlockRoadEnd::Done)
-        end = progress.begin("surface") ? road.extract(mesh) : BlockRoadEnd::Stopped;
+        end = progress.begin("surface") ? road.extract(made) : BlockRoadEnd::Stopped;
+    mesh = std::move(made.mesh);
     return {statusOf(end), road.blockCount(), road.bytes()};
 }
 

@@ -1,20 +1,21 @@
 #include <tavrix/reconstruction/SurfaceReconstruction.h>
 
 #include <algorithm>
+#include <numeric>
 
 #include <tavrix/fields/detail/AnisotropicKernels.h>
 #include <tavrix/mesh/Mesh.h>
 #include <tavrix/mesh/MeshRepair.h>
 #include <tavrix/mesh/SheetSeparation.h>
+#include <tavrix/meshproc/detail/PartFairing.h>
 #include <tavrix/meshproc/MeshDecimation.h>
-#include <tavrix/meshproc/MeshFairing.h>
 #include <tavrix/meshproc/VertexWelding.h>
 #include <tavrix/particles/ParticleNeighbours.h>
 #include <tavrix/particles/ParticleSpacing.h>
 #include <tavrix/reconstruction/detail/BlockRoad.h>
 #include <tavrix/reconstruction/detail/ParticleDeal.h>
 #include <tavrix/reconstruction/detail/ParticleWeights.h>
-#include <tavrix/reconstruction/detail/SurfaceParticles.h>
+#include <tavrix/reconstruction/detail/ValuesAtPlaces.h>
 
 namespace tavrix
 {
@@ -23,6 +24,7 @@ namespace
 {
 
 using detail::BlockRoadEnd;
+using detail::MeshPart;
 using Status = ReconstructionStatus;
 
 /// The values without those of the numbers, which ascend.
@@ -40,26 +42,31 @@ Array<T> without(const Array<T>& values, const Array<uint32>& numbers)
 }
 
 /// One call of reconstructSurface, without ranks or as one of them. Steps return the status that ends it, or
-/// Done to go on; those of other ranks than the first have nothing to do once the mesh is made.
+/// Done to go on.
 class Reconstruction
 {
 public:
-    Reconstruction(const Array<Vector3F>& positions, RankGroup* ranks,
+    Reconstruction(const Array<Vector3F>& positions, RankGroup* ranks, bool isGathered,
                    const std::vector<ParticleAttribute>& attributes, const ReconstructionSettings& settings,
                    ProgressScope& progress)
-        : _all(positions), _ranks(ranks), _attributes(attributes), _progress(progress)
+        : _all(positions),
+          _ranks(ranks),
+          _isGathered(isGathered),
+          _attributes(attributes),
+          _progress(progress)
     {
         report.settings = settings;
     }
 
-    Status run(Mesh& mesh)
+    Status run(MeshPart& part)
     {
         for (const auto step :
              {&Reconstruction::settle, &Reconstruction::leaveOutStrays, &Reconstruction::makeSurface,
-              &Reconstruction::smooth, &Reconstruction::weld, &Reconstruction::fillHollows,
-              &Reconstruction::decimate, &Reconstruction::computeNormals, &Reconstruction::carryAttributes})
+              &Reconstruction::smooth, &Reconstruction::gatherForSteps, &Reconstruction::weld,
+              &Reconstruction::fillHollows, &Reconstruction::decimate, &Reconstruction::computeNormals,
+              &Reconstruction::carryAttributes, &Reconstruction::handOver})
         {
-            Status status = (this->*step)(mesh);
+            Status status = (this->*step)(part);
             if (status == Status::Done && _progress.isStopped()) status = Status::Stopped;
             if (const Status all = worst(status); all != Status::Done) return all;
         }
@@ -74,6 +81,16 @@ private:
     detail::ParticleShare share() const { return {_all, report.leftOut, _firstNumber}; }
 
     bool isFirst() const { return !_ranks || _ranks->rank() == 0; }
+    /// Whether steps are to be taken that need the whole mesh.
+    bool needsWhole() const
+    {
+        return report.settings.weldTolerance || report.settings.fillCavities || report.settings.decimation;
+    }
+    /// Begins a stage that all ranks take part in; `Done` to go on.
+    Status begin(const char* stage) const
+    {
+        return worst(_progress.begin(stage) ? Status::Done : Status::Stopped);
+    }
     Status worst(Status status) const
     {
         return _ranks ? static_cast<Status>(
@@ -92,7 +109,7 @@ private:
         if (!report.leftOut.empty() && !_ranks) _kept = without(_all, report.leftOut);
     }
 
-    Status settle(Mesh&)
+    Status settle(MeshPart&)
     {
         if (_ranks)
         {
@@ -110,7 +127,7 @@ private:
         return report.settings.radius ? Status::Done : Status::NoRadius;
     }
 
-    Status leaveOutStrays(Mesh&)
+    Status leaveOutStrays(MeshPart&)
     {
         const ReconstructionSettings& s = report.settings;
         if (s.leastNeighbours == 0) return Status::Done;
@@ -122,9 +139,9 @@ private:
         return report.particles == 0 ? Status::AllAreStrays : Status::Done;
     }
 
-    Status makeSurface(Mesh& mesh)
+    Status makeSurface(MeshPart& part)
     {
-        const Status status = worst(_progress.begin("field") ? Status::Done : Status::Stopped);
+        const Status status = begin("field");
         if (status != Status::Done) return status;
         report.box = boxOfAll();
         const ReconstructionSettings& s = report.settings;
@@ -139,12 +156,12 @@ private:
         switch (s.kernel)
         {
             case SurfaceKernel::Distance:
-                return extract(detail::distanceKernel, positions().size(), ball, polling, mesh, 0,
+                return extract(detail::distanceKernel, positions().size(), ball, polling, part, 0,
                                [](auto&) { return true; });
             case SurfaceKernel::Metaball:
-                return extractMetaballs(polling, mesh);
+                return extractMetaballs(polling, part);
             default:
-                return extractAnisotropic(polling, mesh);
+                return extractAnisotropic(polling, part);
         }
     }
 
@@ -173,7 +190,7 @@ private:
         return _ranks ? detail::BlockShare(*_ranks, _deal->owners) : detail::BlockShare();
     }
 
-    Status extractMetaballs(detail::Polling& polling, Mesh& mesh)
+    Status extractMetaballs(detail::Polling& polling, MeshPart& part)
     {
         const ReconstructionSettings& s = report.settings;
         const detail::EvenFilling filling(s.reach() / *s.particleSpacing);
@@ -183,10 +200,10 @@ private:
         };
         const auto weigh = [&](detail::ParticleBlocks<detail::WeightedBallKernel>& sorted)
         { return weighParticles(sorted, kernel, filling, blockShare(), s.threadCount, polling); };
-        return extract(kernel, positions().size(), ball, polling, mesh, 0, weigh);
+        return extract(kernel, positions().size(), ball, polling, part, 0, weigh);
     }
 
-    Status extractAnisotropic(detail::Polling& polling, Mesh& mesh)
+    Status extractAnisotropic(detail::Polling& polling, MeshPart& part)
     {
         const ReconstructionSettings& s = report.settings;
         constexpr double fitting = 150;  // bytes a particle
@@ -213,7 +230,7 @@ private:
         }
         const auto ellipsoid = [&](uint32 n) { return ellipsoids[n]; };
         const uint32 count = ellipsoids.size();
-        return extract(detail::EllipsoidKernel{detail::SplatMerge::Sum}, count, ellipsoid, polling, mesh,
+        return extract(detail::EllipsoidKernel{detail::SplatMerge::Sum}, count, ellipsoid, polling, part,
                        static_cast<double>(count) * sizeof(detail::Ellipsoid),
                        [&](auto&)
                        {
@@ -224,42 +241,54 @@ private:
 
     double grantedBytes() const { return static_cast<double>(report.settings.memory.value_or(~uint64{0})); }
 
-    /// What the steps after the extraction take at most, for each vertex.
-    double bytesPerVertex() const
+    /// Bytes that the steps on a part of the mesh take for each vertex, beside its positions and faces; and
+    /// those on the whole. One process has no part, and takes all of these.
+    double bytesPerVertex(bool ofPart, bool ofWhole) const
     {
         constexpr double normal = sizeof(Vector3F), smoothing = 140, welding = 40, filling = 14,
                          decimating = 240, interpolating = 44;
         const ReconstructionSettings& s = report.settings;
-        double inPassing = *s.smoothing > 0 ? smoothing : 0;
-        if (s.weldTolerance) inPassing = std::max(inPassing, welding);
-        if (s.fillCavities) inPassing = std::max(inPassing, filling);
-        if (s.decimation) inPassing = std::max(inPassing, decimating);
+        double inPassing = *s.smoothing > 0 && ofPart ? smoothing : 0;
+        if (s.weldTolerance && ofWhole) inPassing = std::max(inPassing, welding);
+        if (s.fillCavities && ofWhole) inPassing = std::max(inPassing, filling);
+        if (s.decimation && ofWhole) inPassing = std::max(inPassing, decimating);
         const double kept = (s.normals ? normal : 0) + static_cast<double>(_attributes.size()) * normal;
         return std::max(inPassing, kept + (_attributes.empty() ? 0 : interpolating));
     }
 
     /// And for each face.
-    double bytesPerFace() const
+    double bytesPerFace(bool ofWhole) const
     {
         constexpr double separating = 65, filling = 45;
         const ReconstructionSettings& s = report.settings;
-        return std::max({s.weldTolerance ? separating : 0, s.fillCavities ? filling : 0,
+        return std::max({s.weldTolerance && ofWhole ? separating : 0, s.fillCavities && ofWhole ? filling : 0,
                          s.normals ? double{sizeof(Index3)} : 0});
+    }
+
+    detail::BlockMeshPlan meshPlan() const
+    {
+        const ReconstructionSettings& s = report.settings;
+        detail::BlockMeshPlan plan{s.cleanUp,
+                                   false,
+                                   static_cast<double>(s.memory.value_or(~uint64{0})),
+                                   bytesPerVertex(true, !_ranks),
+                                   bytesPerFace(!_ranks),
+                                   s.threadCount};
+        if (_ranks && (_isGathered || needsWhole()))
+            plan.bytesOfWhole = Tuple2<double, double>{bytesPerVertex(false, true), bytesPerFace(true)};
+        return plan;
     }
 
     /// The particles are what make(n) gives, from so many bytes, until prepare(sorted) frees these; it is
     /// false when it was stopped.
     template <class Kernel, class Make, class Prepare>
-    Status extract(const Kernel& kernel, uint32 count, Make make, detail::Polling& polling, Mesh& mesh,
+    Status extract(const Kernel& kernel, uint32 count, Make make, detail::Polling& polling, MeshPart& part,
                    double held, Prepare prepare)
     {
         const ReconstructionSettings& s = report.settings;
-        detail::BlockRoad<Kernel> road({kernel,
-                                        *s.spacing,
-                                        static_cast<float>(s.level) * s.valueAtLevelOne(),
-                                        {s.cleanUp, false, static_cast<double>(s.memory.value_or(~uint64{0})),
-                                         bytesPerVertex(), bytesPerFace(), s.threadCount}},
-                                       polling, blockShare());
+        detail::BlockRoad<Kernel> road(
+            {kernel, *s.spacing, static_cast<float>(s.level) * s.valueAtLevelOne(), meshPlan()}, polling,
+            blockShare());
         BlockRoadEnd end = road.sort(count, make, held);
         if (_ranks) _kept.reserve(0);
         if (end == BlockRoadEnd::Done) end = road.goOn(prepare(road.sorted()));
@@ -270,7 +299,7 @@ private:
             report.settings.level = road.level() / s.valueAtLevelOne();
         }
         if (end == BlockRoadEnd::Done) end = road.goOn(_progress.begin("surface"));
-        if (end == BlockRoadEnd::Done) end = road.extract(mesh);
+        if (end == BlockRoadEnd::Done) end = road.extract(part);
         report.blocks = road.blockCount();
         report.bytes = std::max(report.bytes, road.bytes());
         if (_ranks) report.bytes = detail::largestOf(*_ranks, report.bytes);
@@ -290,22 +319,38 @@ private:
         }
     }
 
-    Status smooth(Mesh& mesh)
+    Status smooth(MeshPart& part)
     {
         const ReconstructionSettings& s = report.settings;
-        if (*s.smoothing == 0 || !isFirst()) return Status::Done;
-        if (!_progress.begin("smooth")) return Status::Stopped;
+        if (*s.smoothing == 0) return Status::Done;
+        if (const Status status = begin("smooth"); status != Status::Done) return status;
         const FairingSettings fairing{*s.smoothing, s.passesAtBends(), *s.particleSpacing / 2, s.threadCount};
-        if (!fairPositions(mesh.refPos(), mesh.refTrindexPos(), fairing, ProgressScope::poll))
+        if (!detail::fairPart(part.mesh.refPos(), part.mesh.trindexPos(), part.border, fairing,
+                              ProgressScope::poll))
             return Status::Stopped;
-        mesh.invalidateBox();
+        part.mesh.invalidateBox();
         return Status::Done;
     }
 
-    Status weld(Mesh& mesh)
+    Status gatherForSteps(MeshPart& part)
+    {
+        if (_ranks && needsWhole()) gather(part);
+        return Status::Done;
+    }
+
+    /// Brings the mesh to the first rank.
+    void gather(MeshPart& part)
+    {
+        Mesh whole = gatherMesh(*_ranks, std::move(part));
+        part = {};
+        part.mesh = std::move(whole);
+    }
+
+    Status weld(MeshPart& part)
     {
         if (!report.settings.weldTolerance || !isFirst()) return Status::Done;
         if (!_progress.begin("weld")) return Status::Stopped;
+        Mesh& mesh = part.mesh;
         dropNormals(mesh);
         weldVertices(mesh.refPos(), mesh.refTrindexPos(), {&*report.settings.weldTolerance, 1});
         mesh.invalidateBox();
@@ -314,74 +359,71 @@ private:
         return mesh.getFacesSize() == 0 ? Status::NothingIsLeft : Status::Done;
     }
 
-    Status fillHollows(Mesh& mesh)
+    Status fillHollows(MeshPart& part)
     {
         if (!report.settings.fillCavities || !isFirst()) return Status::Done;
         if (!_progress.begin("cavities")) return Status::Stopped;
-        report.counts = fillCavities(mesh);
+        report.counts = fillCavities(part.mesh);
         return Status::Done;
     }
 
-    Status decimate(Mesh& mesh)
+    Status decimate(MeshPart& part)
     {
         if (!report.settings.decimation || !isFirst()) return Status::Done;
         if (!_progress.begin("decimate")) return Status::Stopped;
-        dropNormals(mesh);
-        decimateMesh(mesh, {.ratio = report.settings.decimation, .threadCount = report.settings.threadCount},
+        dropNormals(part.mesh);
+        decimateMesh(part.mesh,
+                     {.ratio = report.settings.decimation, .threadCount = report.settings.threadCount},
                      ProgressScope::poll);
         return Status::Done;
     }
 
-    Status computeNormals(Mesh& mesh)
+    /// Of the vertices that this process has: every one has all its faces here.
+    Status computeNormals(MeshPart& part)
     {
-        if (!isFirst()) return Status::Done;
         if (!report.settings.normals)
         {
-            dropNormals(mesh);
+            dropNormals(part.mesh);
             return Status::Done;
         }
         if (!_progress.begin("normals")) return Status::Stopped;
-        mesh.recalculateVertexesNormals(report.settings.threadCount, ProgressScope::poll);
+        part.mesh.recalculateVertexesNormals(report.settings.threadCount, ProgressScope::poll);
         return Status::Done;
     }
 
-    Status carryAttributes(Mesh& mesh)
+    Status carryAttributes(MeshPart& part)
     {
         if (_attributes.empty()) return Status::Done;
-        const Status status = worst(_progress.begin("attributes") ? Status::Done : Status::Stopped);
-        if (status != Status::Done) return status;
-        if (!_ranks) return carry(_attributes, positions(), report.leftOut, mesh);
-        const detail::SurfaceParticles near(*_ranks, share(), mesh.pos(), report.settings.reach());
-        const Array<Vector3F> positions = near.gather(_all);
-        std::vector<std::variant<Array<Vector3F>, Array<float>>> gathered;
-        for (const ParticleAttribute& attribute : _attributes)
-            std::visit([&](const auto* values) { gathered.emplace_back(near.gather(*values)); },
-                       attribute.values);
-        std::vector<ParticleAttribute> attributes;
-        for (std::size_t n = 0; n < gathered.size(); ++n)
-            std::visit(
-                [&](const auto& values) {
-                    attributes.push_back({_attributes[n].name, &values});
-                },
-                gathered[n]);
-        return isFirst() ? carry(attributes, positions, {}, mesh) : Status::Done;
-    }
-
-    /// Carries attributes of the particles over, of which those that take part lie at the positions.
-    Status carry(const std::vector<ParticleAttribute>& attributes, const Array<Vector3F>& positions,
-                 const Array<uint32>& leftOut, Mesh& mesh) const
-    {
+        if (const Status status = begin("attributes"); status != Status::Done) return status;
         const double reach = report.settings.reach();
         const uint32 threads = report.settings.threadCount;
-        const NeighbourGrid grid(positions, reach / 2, threads);
-        const auto interpolate = [&](const Array<Vector3F>& values)
+        const Array<Vector3D>& places = part.mesh.pos();
+        if (_ranks)
         {
-            const Array<Vector3F> kept = leftOut.empty() ? Array<Vector3F>() : without(values, leftOut);
-            return interpolateAtPlaces(grid, leftOut.empty() ? values : kept, mesh.refPos(), reach, threads,
-                                       ProgressScope::poll);
-        };
+            const detail::ValuesAtPlaces around(*_ranks, *_deal, share(), places, reach, threads);
+            carry(part.mesh, [&](const Array<Vector3F>& values)
+                  { return around.interpolate(values, ProgressScope::poll); });
+            return Status::Done;
+        }
+        const Array<uint32>& leftOut = report.leftOut;
+        const NeighbourGrid grid(positions(), reach / 2, threads);
+        carry(part.mesh,
+              [&](const Array<Vector3F>& values)
+              {
+                  const Array<Vector3F> kept = leftOut.empty() ? Array<Vector3F>() : without(values, leftOut);
+                  return interpolateAtPlaces(grid, leftOut.empty() ? values : kept, places, reach, threads,
+                                             ProgressScope::poll);
+              });
+        return Status::Done;
+    }
+
+    /// Gives the mesh the attributes, with what interpolate(values of all particles) makes of them at its
+    /// vertices.
+    template <class Interpolate>
+    void carry(Mesh& mesh, const Interpolate& interpolate) const
+    {
         std::vector<Scalar> scalars;
-        for (const ParticleAttribute& attribute : attributes)
+        for (const ParticleAttribute& attribute : _attributes)
         {
             if (const auto* vectors = std::get_if<const Array<Vector3F>*>(&attribute.values))
             {
@@ -393,6 +435,22 @@ private:
                                    mesh.addArray<float>(TX_String(attribute.name))});
         }
         carryScalars(scalars, interpolate);
+    }
+
+    /// Leaves the mesh where it is to be: with the first rank, or in parts, of which the first has all where
+    /// steps needed that.
+    Status handOver(MeshPart& part)
+    {
+        if (!_ranks) return Status::Done;
+        if (_isGathered && !needsWhole()) gather(part);
+        if (_isGathered || !needsWhole()) return Status::Done;
+        const uint32 vertices = part.mesh.getPosSize(), faces = part.mesh.getFacesSize();
+        part.numbers.resize(vertices);
+        std::iota(part.numbers.begin(), part.numbers.end(), 0u);
+        part.vertexRuns = {{0, vertices, 0}};
+        part.faceRuns = {{0, faces, 0}};
+        part.vertexCount = static_cast<uint32>(sum(vertices));
+        part.faceCount = static_cast<uint32>(sum(faces));
         return Status::Done;
     }
 
@@ -426,7 +484,8 @@ private:
     }
 
     const Array<Vector3F>& _all;
-    RankGroup* _ranks;  ///< none: this process has all particles
+    RankGroup* _ranks;       ///< none: this process has all particles
+    const bool _isGathered;  ///< the first rank is to get the whole mesh
     const std::vector<ParticleAttribute>& _attributes;
     ProgressScope& _progress;
     uint32 _firstNumber = 0;               ///< of this rank's particles among all
@@ -434,17 +493,17 @@ private:
     Array<Vector3F> _kept;                 ///< when some are left out, or dealt
 };
 
-ReconstructionReport reconstruct(const Array<Vector3F>& positions, RankGroup* ranks, Mesh& mesh,
-                                 const ReconstructionSettings& settings,
+/// What is made of the particles; an empty mesh unless it is done.
+ReconstructionReport reconstruct(const Array<Vector3F>& positions, RankGroup* ranks, bool isGathered,
+                                 MeshPart& made, const ReconstructionSettings& settings,
                                  const std::vector<ParticleAttribute>& attributes,
                                  const ProgressCallback& progress)
 {
     ProgressScope scope(progress);
-    Reconstruction reconstruction(positions, ranks, attributes, settings, scope);
-    Mesh made;
-    made.setName("surface");
+    Reconstruction reconstruction(positions, ranks, isGathered, attributes, settings, scope);
+    made.mesh.setName("surface");
     reconstruction.report.status = reconstruction.run(made);
-    mesh = reconstruction.report.status == ReconstructionStatus::Done ? std::move(made) : Mesh();
+    if (reconstruction.report.status != ReconstructionStatus::Done) made = {};
     return std::move(reconstruction.report);
 }
 
@@ -455,7 +514,10 @@ ReconstructionReport reconstructSurface(const Array<Vector3F>& positions, Mesh& 
                                         const std::vector<ParticleAttribute>& attributes,
                                         const ProgressCallback& progress)
 {
-    return reconstruct(positions, nullptr, mesh, settings, attributes, progress);
+    MeshPart made;
+    ReconstructionReport report = reconstruct(positions, nullptr, true, made, settings, attributes, progress);
+    mesh = std::move(made.mesh);
+    return report;
 }
 
 ReconstructionReport reconstructSurface(const Array<Vector3F>& positions, RankGroup& ranks, Mesh& mesh,
@@ -463,7 +525,21 @@ ReconstructionReport reconstructSurface(const Array<Vector3F>& positions, RankGr
                                         const std::vector<ParticleAttribute>& attributes,
                                         const ProgressCallback& progress)
 {
-    return reconstruct(positions, &ranks, mesh, settings, attributes, progress);
+    MeshPart made;
+    ReconstructionReport report = reconstruct(positions, &ranks, true, made, settings, attributes, progress);
+    mesh = std::move(made.mesh);
+    return report;
+}
+
+ReconstructionReport reconstructSurface(const Array<Vector3F>& positions, RankGroup& ranks, RankMesh& part,
+                                        const ReconstructionSettings& settings,
+                                        const std::vector<ParticleAttribute>& attributes,
+                                        const ProgressCallback& progress)
+{
+    MeshPart made;
+    ReconstructionReport report = reconstruct(positions, &ranks, false, made, settings, attributes, progress);
+    part = std::move(made);
+    return report;
 }
 
 }  // namespace tavrix

@@ -6,8 +6,8 @@
 
 #include <tavrix/foundation/Box3.h>
 #include <tavrix/foundation/ProgressCallback.h>
-#include <tavrix/foundation/RankGroup.h>
 #include <tavrix/mesh/MeshCavities.h>
+#include <tavrix/reconstruction/RankMesh.h>
 #include <tavrix/reconstruction/ReconstructionSettings.h>
 
 namespace tavrix
@@ -78,16 +78,24 @@ TX_GEOMETRY_API ReconstructionReport reconstructSurface(const Array<Vector3F>& p
                                                         const ProgressCallback& progress = {});
 
 /// The same of particles of which every rank has a share: those of the first rank come before those of the
-/// second, as if one had them all. The first rank gets the mesh, to the byte the one that reconstructSurface
-/// makes of all particles, whatever the shares; the others get none. (Where scenes spread over more than 2^62
-/// cells, as NeighbourGrid sorts them, ellipsoids and attributes may differ in the last bits.)
+/// second, as if one had them all. Each rank gets its part of the mesh that reconstructSurface makes of all
+/// particles, to the byte, whatever the shares. (Where scenes spread over more than 2^62 cells, as
+/// NeighbourGrid sorts them, ellipsoids and attributes may differ in the last bits.)
 ///
 /// Ranks share the lattice's blocks out by equal work, and hold the particles of their blocks and some
-/// around. The first joins the blocks' surfaces and finishes the mesh, so that it holds all of that, and of
-/// the particles those near the surface for the attributes, which all ranks must name alike. Settings are the
-/// same on all ranks but for threadCount and memory, which is each rank's own. Reports are of all particles,
-/// but leftOut has numbers of the rank's own share, and bytes are the most that a rank takes. A rank that is
-/// stopped stops all. Collective; see RankGroup.
+/// around, and the mesh that is made there: vertices and faces stay where they were made. Welding, the
+/// filling of cavities and decimation alone need all of it: with these the first rank gets it all, and the
+/// others' parts are empty. All ranks must name the attributes alike. Settings are the same on all ranks but
+/// for threadCount and memory, which is each rank's own. Reports are of all particles, but leftOut has
+/// numbers of the rank's own share, and bytes are the most that a rank takes. A rank that is stopped stops
+/// all. Collective; see RankGroup.
+TX_GEOMETRY_API ReconstructionReport reconstructSurface(const Array<Vector3F>& positions, RankGroup& ranks,
+                                                        RankMesh& part,
+                                                        const ReconstructionSettings& settings = {},
+                                                        const std::vector<ParticleAttribute>& attributes = {},
+                                                        const ProgressCallback& progress = {});
+
+/// The same, and the first rank gets the mesh, which it then holds as a whole; the others get none.
 TX_GEOMETRY_API ReconstructionReport reconstructSurface(const Array<Vector3F>& positions, RankGroup& ranks,
                                                         Mesh& mesh,
                                                         const ReconstructionSettings& settings = {},

@@ -15,6 +15,7 @@
 #include "run/Failure.h"
 #include "run/Progress.h"
 #include "run/Text.h"
+#include "surface/PartWriting.h"
 #include "surface/ShareReading.h"
 #include "surface/SurfaceFrame.h"
 #include "surface/SurfaceRun.h"
@@ -123,6 +124,8 @@ private:
         formats::ParticleFile particles = readShare(options, ranks);
         std::vector<ParticleAttribute> attributes;
         ranks.together([&] { attributes = wantedAttributes(options, particles); });
+        if (isWrittenInParts(options, ranks))
+            return makeInParts(options, ranks, particles, attributes, progress);
         Mesh mesh;
         ReconstructionReport report = reconstructSurface(
             particles.positions, ranks, mesh, settingsOf(options), attributes, progressTo(progress));
@@ -137,6 +140,23 @@ private:
                 line = tellFrame(options, made, progress);
             });
         return line;
+    }
+
+    /// Makes one frame whose mesh stays with the ranks that made it, also while it is written.
+    std::string makeInParts(const SurfaceOptions& options, MpiRanks& ranks,
+                            const formats::ParticleFile& particles,
+                            const std::vector<ParticleAttribute>& attributes, Progress& progress) const
+    {
+        RankMesh part;
+        ReconstructionReport report = reconstructSurface(
+            particles.positions, ranks, part, settingsOf(options), attributes, progressTo(progress));
+        confirmDone(report, options.input, "use more ranks, or ");
+        progress.begin("write");
+        writeParts(options, ranks, part);
+        progress.end();
+        const bool moves = part.mesh.findArray<Vector3F>("Velocity") != nullptr;
+        const FrameReport made{std::move(report), particles.leftOut, part.vertexCount, part.faceCount, moves};
+        return ranks.isFirst() ? tellFrame(options, made, progress) : std::string();
     }
 
     /// Memory is each rank's; what the machine has left they share.

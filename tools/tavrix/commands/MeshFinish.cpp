@@ -156,6 +156,13 @@ void checkMeshFinish(const CLI::App& command, const std::string& output)
            "has no effect on " + output + ", whose format has no vertex normals");
 }
 
+void turnAndScale(Mesh& mesh, const MeshFinish& finish)
+{
+    if (finish.outputUp && *finish.outputUp != finish.up) turn(mesh, *finish.outputUp);
+    if (finish.scale != 1) scale(mesh, finish.scale);
+    mesh.invalidateBox();
+}
+
 void finishAndWrite(ArrayOfPtr<Mesh>& meshes, const MeshFinish& finish, const std::string& output,
                     Progress& progress)
 {
@@ -163,9 +170,7 @@ void finishAndWrite(ArrayOfPtr<Mesh>& meshes, const MeshFinish& finish, const st
     {
         if (finish.crease && formats::holdsNormals(output))
             mesh->createNormals(*finish.crease * piValue / 180);
-        if (finish.outputUp && *finish.outputUp != finish.up) turn(*mesh, *finish.outputUp);
-        if (finish.scale != 1) scale(*mesh, finish.scale);
-        mesh->invalidateBox();
+        turnAndScale(*mesh, finish);
     }
     noteMerged(meshes, finish, output, progress);
     formats::writeMeshes(output, meshes, {finish.asciiStl, finish.numbers});

@@ -35,9 +35,12 @@ void addMeshFinish(CLI::App& command, MeshFinish& finish);
 /// Rejects what has no effect on a file of that name.
 void checkMeshFinish(const CLI::App& command, const std::string& output);
 
+/// Turns and scales positions, normals, and of what the vertices carry the vectors, of which velocities are
+/// scaled as well, while colours and texture coordinates stay.
+void turnAndScale(Mesh& mesh, const MeshFinish& finish);
+
 /// Finishes the meshes and writes them (formats::writeMeshes): makes normals with edges, where they go into
-/// the file; turns and scales positions, normals, and of what the vertices carry the vectors, of which
-/// velocities are scaled as well, while colours and texture coordinates stay. Notes when the decimals of an
+/// the file; turns and scales (turnAndScale). Notes when the decimals of an
 /// OBJ file are too few to keep the ends of edges apart. Throws Failure.
 void finishAndWrite(ArrayOfPtr<Mesh>& meshes, const MeshFinish& finish, const std::string& output,
                     Progress& progress);

@@ -49,6 +49,33 @@ Incoming<T> exchangeRecords(RankGroup& ranks, ForEach forEach)
     return incoming;
 }
 
+/// Answers the records that came in: each rank gets answer(record, rank) for what it sent, in the order in
+/// which it did.
+template <class A, class T, class Answer>
+Incoming<A> answerRecords(RankGroup& ranks, const Incoming<T>& told, Answer answer)
+{
+    return exchangeRecords<A>(ranks,
+                              [&](const auto& send)
+                              {
+                                  const T* next = told.records.data();
+                                  for (uint32 r = 0; r < ranks.size(); ++r)
+                                      for (uint32 n = 0; n < told.counts[r]; ++n) send(r, answer(*next++, r));
+                              });
+}
+
+/// Sends records to all ranks; forEach as for exchangeRecords.
+template <class T, class ForEach>
+Array<T> shareRecords(RankGroup& ranks, ForEach forEach)
+{
+    return exchangeRecords<T>(ranks,
+                              [&](const auto& send)
+                              {
+                                  for (uint32 r = 0; r < ranks.size(); ++r)
+                                      forEach([&](const T& record) { send(r, record); });
+                              })
+        .records;
+}
+
 inline int64 sumOver(RankGroup& ranks, int64 number)
 {
     ranks.sum({&number, 1});

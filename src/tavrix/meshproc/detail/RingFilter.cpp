@@ -80,8 +80,9 @@ Coefficients responseOf(uint32 passes, PassResponse response, uint32 terms)
     return coefficients;
 }
 
-bool filterRings(const VertexRings& rings, const Array<Wector3F>& umbrella, uint32 terms,
-                 const std::vector<FilterOutput*>& outputs, uint32 threadCount, Polling& polling)
+bool filterRings(const VertexRings& rings, const MeshBorder& border, const Array<Wector3F>& umbrella,
+                 uint32 terms, const std::vector<FilterOutput*>& outputs, uint32 threadCount,
+                 Polling& polling)
 {
     // with T_k the Chebyshev polynomials and d_k = T_k(A) v - v: d_0 = 0, d_1 = A v - v, and
     // d_k+1 = 2 (A v - v) + 2 A d_k - d_k-1
@@ -105,7 +106,7 @@ bool filterRings(const VertexRings& rings, const Array<Wector3F>& umbrella, uint
                                    if (terms > 1) addTerm(v, 1, at[v]);
                                }
                            });
-    for (uint32 k = 2; isDone && k < terms; ++k)
+    for (uint32 k = 2; border.all(isDone) && k < terms; ++k)
     {
         isDone = inPieces(polling, count, scatteredItems, threadCount,
                           [&](uint32, uint64 begin, uint64 end)
@@ -122,9 +123,10 @@ bool filterRings(const VertexRings& rings, const Array<Wector3F>& umbrella, uint
                                   addTerm(v, k, next);
                               }
                           });
+        border.update(before);
         before.swap(at);
     }
-    return isDone;
+    return border.all(isDone);
 }
 
 }  // namespace tavrix::detail

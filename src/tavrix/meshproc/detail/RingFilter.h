@@ -4,6 +4,7 @@
 
 #include <tavrix/foundation/Array.h>
 #include <tavrix/foundation/Wector3.h>
+#include <tavrix/mesh/detail/MeshBorder.h>
 #include <tavrix/meshproc/detail/VertexRings.h>
 
 namespace tavrix::detail
@@ -35,9 +36,10 @@ struct FilterOutput
 /// Filters values at the vertices, given by what one pass of the umbrella operator A adds to them, A v - v;
 /// several responses at once. Vertices without a ring keep their value. All responses
 /// that are assigned have so many terms. By the Chebyshev recurrence on what is
-/// added, for which single precision suffices. Linear in vertices and terms. False when the polling stopped
-/// it.
-bool filterRings(const VertexRings& rings, const Array<Wector3F>& umbrella, uint32 terms,
-                 const std::vector<FilterOutput*>& outputs, uint32 threadCount, Polling& polling);
+/// added, for which single precision suffices. Copies have what their owners add, but the output means
+/// nothing for them. Linear in vertices and terms. False, on all ranks, when the polling stopped one.
+bool filterRings(const VertexRings& rings, const MeshBorder& border, const Array<Wector3F>& umbrella,
+                 uint32 terms, const std::vector<FilterOutput*>& outputs, uint32 threadCount,
+                 Polling& polling);
 
 }  // namespace tavrix::detail

@@ -52,6 +52,8 @@ struct BlockMeshPlan
     /// What the caller takes for the finished mesh, besides its positions and faces.
     double bytesPerVertex, bytesPerFace;
     uint32 threadCount;
+    /// Where the first of many ranks comes to have the whole surface: what it then takes for it, besides.
+    Optional<Tuple2<double, double>> bytesOfWhole = {};
 
     /// Bytes of a surface, the work on it included, beside `before` bytes of the scene.
     double bytesOf(const SurfaceSize& size, double before) const
@@ -59,6 +61,13 @@ struct BlockMeshPlan
         const auto surface = static_cast<double>(size.bytes());
         return surface + std::max(before, static_cast<double>(size.vertices) * bytesPerVertex +
                                               static_cast<double>(size.faces) * bytesPerFace);
+    }
+    /// Bytes of the whole that the first rank gathers, beside its part.
+    double bytesOfGathered(const SurfaceSize& all, const SurfaceSize& part) const
+    {
+        return static_cast<double>(part.bytes() + all.bytes()) +
+               static_cast<double>(all.vertices) * bytesOfWhole->a +
+               static_cast<double>(all.faces) * bytesOfWhole->b;
     }
     bool fits(const SurfaceSize& size, double before) const
     {

@@ -34,6 +34,35 @@ void toCurve(uint32 (&index)[3], uint32 bits)
     for (uint32& i : index) i ^= flips;
 }
 
+/// Buckets along an axis, and one below another: along x, y and z.
+constexpr uint32 bucketsAlong = 4, bucketSteps[] = {16, 4, 1};
+
+/// The buckets of a coarser size that hold one of these: two, or four, of these along each axis.
+uint64 coarsened(uint64 buckets, uint32 size)
+{
+    uint64 coarse = 0;
+    for (uint32 b = 0; b < 64; ++b)
+        if (buckets >> b & 1)
+            for (uint32 c = 0; c < 64; ++c)
+            {
+                const auto isSame = [&](uint32 shift)
+                { return (b >> shift & 3) / size == (c >> shift & 3) / size; };
+                if (isSame(4) && isSame(2) && isSame(0)) coarse |= uint64{1} << c;
+            }
+    return coarse;
+}
+
+/// The sides at which full buckets lie beside empty ones, within the block.
+uint32 countSides(uint64 buckets)
+{
+    uint32 sides = 0;
+    for (uint32 b = 0; b < 64; ++b)
+        for (const uint32 step : bucketSteps)
+            if (b / step % bucketsAlong + 1 < bucketsAlong)
+                sides += (buckets >> b & 1) != (buckets >> (b + step) & 1) ? 1 : 0;
+    return sides;
+}
+
 }  // namespace
 
 void extendOver(RankGroup& ranks, LatticeExtent& extent)
@@ -54,25 +83,33 @@ void extendOver(RankGroup& ranks, LatticeExtent& extent)
     }
 }
 
-int64 workOf(uint64 particles)
+std::vector<BlockFilling> putTogether(std::vector<BlockFilling> fillings)
 {
-    // what a block costs besides: its samples are there for one particle, too
-    constexpr int64 blockLoad = 100;
-    return static_cast<int64>(particles) + blockLoad;
+    std::sort(fillings.begin(), fillings.end(),
+              [](const BlockFilling& a, const BlockFilling& b) { return a.block < b.block; });
+    std::size_t count = 0;
+    for (const BlockFilling& filling : fillings)
+        if (count > 0 && fillings[count - 1].block == filling.block)
+        {
+            fillings[count - 1].particles += filling.particles;
+            fillings[count - 1].buckets |= filling.buckets;
+        }
+        else
+            fillings[count++] = filling;
+    fillings.resize(count);
+    return fillings;
 }
 
-std::vector<BlockLoad> addedUp(std::vector<BlockLoad> loads)
+int64 workOf(const BlockFilling& filling, double reach)
 {
-    std::sort(loads.begin(), loads.end(),
-              [](const BlockLoad& a, const BlockLoad& b) { return a.block < b.block; });
-    std::size_t count = 0;
-    for (const BlockLoad& load : loads)
-        if (count > 0 && loads[count - 1].block == load.block)
-            loads[count - 1].load += load.load;
-        else
-            loads[count++] = load;
-    loads.resize(count);
-    return loads;
+    // in particles' work: what a block costs besides, for its samples are there for one particle, too; and
+    // the surface at the side of a bucket, of which single drops have fewer than sides
+    constexpr int64 blockLoad = 100, sideLoad = 100;
+    constexpr double bucketCells = 8;
+    const uint32 size = reach <= 2 * bucketCells ? 1 : reach <= 4 * bucketCells ? 2 : 4;
+    const uint32 full = static_cast<uint32>(std::popcount(filling.buckets));
+    const uint32 sides = countSides(size == 1 ? filling.buckets : coarsened(filling.buckets, size));
+    return filling.particles + blockLoad + sideLoad * std::min(sides, 2 * full);
 }
 
 CurveOwners::CurveOwners(RankGroup& ranks, const BlockLattice& lattice, const BlockIndex& last,
@@ -118,18 +155,21 @@ uint32 CurveOwners::ownerOf(const BlockPlace& block) const
 }
 
 CurveOwners shareOut(RankGroup& ranks, const BlockLattice& lattice, const BlockIndex& last,
-                     const std::vector<BlockLoad>& particles)
+                     const std::vector<BlockFilling>& fillings, double reach)
 {
-    // several shares may hold particles of a block: what it costs is known where they are added up
-    const CurveOwners byParticles(ranks, lattice, last, particles);
-    const auto told = exchangeRecords<BlockLoad>(ranks,
-                                                 [&](const auto& send)
-                                                 {
-                                                     for (const BlockLoad& load : particles)
-                                                         send(byParticles.ownerOf(load.block), load);
-                                                 });
-    std::vector<BlockLoad> loads = addedUp({told.records.begin(), told.records.end()});
-    for (BlockLoad& load : loads) load.load = workOf(static_cast<uint64>(load.load));
+    // several shares may hold particles of a block: what it costs is known where they are put together
+    std::vector<BlockLoad> loads;
+    for (const BlockFilling& filling : fillings) loads.push_back({filling.block, filling.particles});
+    const CurveOwners byParticles(ranks, lattice, last, loads);
+    const auto told = exchangeRecords<BlockFilling>(ranks,
+                                                    [&](const auto& send)
+                                                    {
+                                                        for (const BlockFilling& filling : fillings)
+                                                            send(byParticles.ownerOf(filling.block), filling);
+                                                    });
+    loads.clear();
+    for (const BlockFilling& filling : putTogether({told.records.begin(), told.records.end()}))
+        loads.push_back({filling.block, workOf(filling, reach)});
     return {ranks, lattice, last, loads};
 }
 

@@ -33,18 +33,34 @@ public:
     virtual uint32 ownerOf(const BlockPlace& block) const = 0;
 };
 
-/// A block with the number of particles in it, or the work that it makes.
+/// A block with the work that it makes.
 struct BlockLoad
 {
     BlockPlace block;
     int64 load;
 };
 
-/// The work that a block makes with so many particles in it.
-int64 workOf(uint64 particles);
+/// What is known of a block before its surface is made: how many particles lie in it, and in which of its 64
+/// buckets of eight cells a side, a bit each, z fastest.
+struct BlockFilling
+{
+    BlockPlace block;
+    int64 particles;
+    uint64 buckets;
+};
 
-/// Adds up the loads of each block; ascending.
-std::vector<BlockLoad> addedUp(std::vector<BlockLoad> loads);
+/// The bit of the bucket in which a cell of a block lies; by the cell's last five bits.
+inline uint64 bucketBit(uint32 i, uint32 j, uint32 k)
+{
+    return uint64{1} << ((i >> 3 & 3) << 4 | (j >> 3 & 3) << 2 | (k >> 3 & 3));
+}
+
+/// Puts together what is known of each block; ascending.
+std::vector<BlockFilling> putTogether(std::vector<BlockFilling> fillings);
+
+/// The work that a block makes, where particles reach so many cells: that of its particles, and of the
+/// surface that is likely where buckets are full beside empty ones.
+int64 workOf(const BlockFilling& filling, double reach);
 
 /// Blocks along a Hilbert curve (Hilbert 1891; the index by Skilling, Programming the Hilbert Curve, 2004),
 /// cut into runs, one a rank, whose loads are as equal as whole blocks allow. Neighbours on the curve touch,
@@ -67,9 +83,9 @@ private:
     std::vector<WideKey> _cuts;  ///< where the runs of ranks 1, 2, … begin
 };
 
-/// The owners that have about the same work each, by the particles of every rank's share, counted by block.
+/// The owners that have about the same work each, by what every rank's share puts into the blocks.
 /// Collective.
 CurveOwners shareOut(RankGroup& ranks, const BlockLattice& lattice, const BlockIndex& last,
-                     const std::vector<BlockLoad>& particles);
+                     const std::vector<BlockFilling>& fillings, double reach);
 
 }  // namespace tavrix::detail

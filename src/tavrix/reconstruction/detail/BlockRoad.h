@@ -3,7 +3,6 @@
 #include <tavrix/reconstruction/detail/BlockExtraction.h>
 #include <tavrix/reconstruction/detail/BlockShare.h>
 #include <tavrix/reconstruction/detail/ParticleFinder.h>
-#include <tavrix/reconstruction/detail/SurfaceGathering.h>
 #include <tavrix/reconstruction/detail/VolumeFinder.h>
 
 // Particles to the surface of their field, block by block; the field is never there as a whole. The particles
@@ -12,8 +11,8 @@
 // follow the particles and the surface.
 //
 // Ranks take the road together: each has the particles that reach the blocks that it owns, in the same order
-// as all of them would have, makes the surfaces of these blocks, and the first joins them. Steps are
-// collective, and end for all ranks as for the one that fares worst.
+// as all of them would have, and makes the surfaces of these blocks and of them its part of the mesh. Steps
+// are collective, and end for all ranks as for the one that fares worst.
 
 namespace tavrix::detail
 {
@@ -29,7 +28,7 @@ struct BlockRoadPlan
 };
 
 /// One way from particles to a mesh: sort, then extract. The same bytes for every thread count, and however
-/// blocks are shared out among ranks; the mesh is empty unless Done, and that of other ranks than the first.
+/// blocks are shared out among ranks; the mesh is empty unless Done.
 template <class Kernel>
 class BlockRoad
 {
@@ -53,8 +52,8 @@ public:
     /// Replaces the level by the one, at most a few times lower or higher, whose surface holds the volume; as
     /// far as the lattice tells. Samples the field once; twice where it is not near.
     BlockRoadEnd matchVolume(double volume);
-    /// Makes the surface of the sorted particles, which it uses up.
-    BlockRoadEnd extract(Mesh& mesh);
+    /// Makes the surface of the sorted particles, which it uses up; of many ranks each its part.
+    BlockRoadEnd extract(MeshPart& part);
 
     /// Bytes that the work takes; all of it only when it ended as Done or TooLarge.
     double bytes() const { return _bytes; }
@@ -78,7 +77,6 @@ private:
     {
         return _particles.bytes() + countBlocksReached(_particles) * sizeof(BlockIndex);
     }
-    BlockRoadEnd assemble(std::vector<BlockSurface>& surfaces, Mesh& mesh);
     LevelVolumes volumesBetween(float lowest, float highest, const std::vector<BlockIndex>& blocks);
     std::vector<ParticleFinder<Kernel>> makeFinders();
     void findHighestValue(const std::vector<BlockIndex>& blocks);
@@ -170,7 +168,7 @@ BlockRoadEnd BlockRoad<Kernel>::matchVolume(double volume)
 }
 
 template <class Kernel>
-BlockRoadEnd BlockRoad<Kernel>::extract(Mesh& mesh)
+BlockRoadEnd BlockRoad<Kernel>::extract(MeshPart& part)
 {
     const double before = bytesBefore();
     if (const auto end = fitting(before); end != BlockRoadEnd::Done) return end;
@@ -180,29 +178,22 @@ BlockRoadEnd BlockRoad<Kernel>::extract(Mesh& mesh)
     // where the level is at most 0 all is inside, out to infinity
     const bool isDone = _level <= 0 || extraction.run(blocks, _plan.mesh.bytes - before);
     if (const auto end = goOn(isDone); end != BlockRoadEnd::Done) return end;
-    SurfaceSize size{_share.sum(extraction.size().vertices), _share.sum(extraction.size().faces)};
-    if (size.faces == 0)
+    const SurfaceSize own = extraction.size();
+    const SurfaceSize all{_share.sum(own.vertices), _share.sum(own.faces)};
+    if (all.faces == 0)
     {
         findHighestValue(blocks);
         const auto end = goOn(true);
         return end == BlockRoadEnd::Done ? BlockRoadEnd::NoSurface : end;
     }
-    // the first rank joins them all
-    if (!_share.isFirst()) size = extraction.size();
-    fits(_plan.mesh.bytesOf(size, before));
-    const auto end =
-        _share.worst(_plan.mesh.fits(size, before) ? BlockRoadEnd::Done : BlockRoadEnd::TooLarge);
+    const SurfaceSize size = _share.withCopies(own);
+    bool areFew = fits(_plan.mesh.bytesOf(size, before)) && size.isIndexable() && all.isIndexable();
+    if (_plan.mesh.bytesOfWhole && _share.isFirst()) areFew &= fits(_plan.mesh.bytesOfGathered(all, size));
+    const auto end = _share.worst(areFew ? BlockRoadEnd::Done : BlockRoadEnd::TooLarge);
     if (end != BlockRoadEnd::Done) return end;
+    const BlockLattice lattice = _particles.lattice;
     _particles = {};
-    return assemble(extraction.surfaces(), mesh);
-}
-
-template <class Kernel>
-BlockRoadEnd BlockRoad<Kernel>::assemble(std::vector<BlockSurface>& surfaces, Mesh& mesh)
-{
-    _share.gather(surfaces);
-    return _share.worst(_share.isFirst() ? assembleByPlan(surfaces, _plan.mesh, _polling, mesh)
-                                         : BlockRoadEnd::Done);
+    return _share.worst(_share.assemble(lattice, extraction.surfaces(), _plan.mesh, _polling, part));
 }
 
 }  // namespace tavrix::detail

@@ -5,9 +5,9 @@
 #include <tavrix/foundation/detail/RankExchange.h>
 #include <tavrix/reconstruction/detail/BlockMesh.h>
 #include <tavrix/reconstruction/detail/BlockOwners.h>
+#include <tavrix/reconstruction/detail/PartAssembly.h>
 #include <tavrix/reconstruction/detail/ParticleBlocks.h>
 #include <tavrix/reconstruction/detail/RanksAround.h>
-#include <tavrix/reconstruction/detail/SurfaceGathering.h>
 
 namespace tavrix::detail
 {
@@ -49,10 +49,11 @@ public:
     {
         if (_ranks) extendOver(*_ranks, extent);
     }
-    void gather(std::vector<BlockSurface>& surfaces) const
-    {
-        if (_ranks) gatherSurfaces(*_ranks, surfaces);
-    }
+    /// What this rank comes to have of a surface, with copies, where its blocks have that.
+    SurfaceSize withCopies(const SurfaceSize& own) const;
+    /// Makes the mesh of the blocks' surfaces, or of this rank's blocks its part.
+    BlockRoadEnd assemble(const BlockLattice& lattice, std::vector<BlockSurface>& surfaces,
+                          const BlockMeshPlan& plan, Polling& polling, MeshPart& part) const;
 
     /// The own blocks that any particle may reach, ascending. This rank's particles are those that reach its
     /// blocks, and some more.
@@ -68,6 +69,21 @@ private:
     RankGroup* _ranks = nullptr;
     const BlockOwners* _owners = nullptr;
 };
+
+inline SurfaceSize BlockShare::withCopies(const SurfaceSize& own) const
+{
+    constexpr double factor = 1.05;
+    SurfaceSize part = own;
+    return _ranks && _ranks->size() > 1 ? part *= factor : part;
+}
+
+inline BlockRoadEnd BlockShare::assemble(const BlockLattice& lattice, std::vector<BlockSurface>& surfaces,
+                                         const BlockMeshPlan& plan, Polling& polling, MeshPart& part) const
+{
+    if (!_ranks) return assembleByPlan(surfaces, plan, polling, part.mesh);
+    assemblePart(*_ranks, lattice, *_owners, surfaces, plan.joinsAtNodes, part);
+    return part.faceCount == 0 ? BlockRoadEnd::NoSurface : BlockRoadEnd::Done;
+}
 
 template <class Kernel>
 std::vector<BlockIndex> BlockShare::ownBlocks(const ParticleBlocks<Kernel>& particles) const

@@ -4,6 +4,7 @@
 #include <atomic>
 
 #include <tavrix/isosurface/detail/MeshCleaning.h>
+#include <tavrix/reconstruction/detail/SharedEdges.h>
 
 namespace tavrix::detail
 {
@@ -48,36 +49,20 @@ public:
 private:
     static constexpr std::size_t notLookedUp = ~std::size_t{0}, noSurface = notLookedUp - 1;
 
-    uint32 find(const BlockIndex& block, BlockEdge edge)
+    uint32 find(const BlockIndex& block, BlockEdge foreign)
     {
-        const uint32 axis = edge % 3, node = edge / 3;
-        uint32 at[] = {node / (blockNodes * blockNodes), node / blockNodes % blockNodes, node % blockNodes};
-        uint32 sides = 0;
-        BlockIndex owner = block;
-        for (uint32 across = 0; across < 3; ++across)
-            if (across != axis && at[across] == 0)
-            {
-                at[across] = blockEdge;
-                --owner[across];
-                sides |= 1u << across;
-            }
-        std::size_t& surface = _owners[sides];
-        if (surface == notLookedUp) surface = surfaceOf(owner);
+        const OwnedEdge edge = ownedEdge(block, foreign);
+        std::size_t& surface = _owners[edge.sides];
+        if (surface == notLookedUp) surface = surfaceOf(edge.block);
         if (surface == noSurface) return noIndex;
-        const StoredRun<SharedVertex>& shared = _surfaces[surface].sharedVertices;
-        const BlockEdge wanted = blockEdgeAt(at[0], at[1], at[2], axis);
-        const SharedVertex* found = std::lower_bound(shared.begin(), shared.end(), SharedVertex{wanted, 0});
-        if (found == shared.end() || found->edge != wanted) return noIndex;
-        return _places.vertices[surface] + found->vertex;
+        const uint32 vertex = vertexAt(_surfaces[surface], edge.edge);
+        return vertex == noIndex ? noIndex : _places.vertices[surface] + vertex;
     }
 
     std::size_t surfaceOf(const BlockIndex& block) const
     {
-        const auto found = std::lower_bound(_surfaces.begin(), _surfaces.end(), block,
-                                            [](const BlockSurface& surface, const BlockIndex& b)
-                                            { return surface.block < b; });
-        const bool isThere = found != _surfaces.end() && found->block == block;
-        return isThere ? static_cast<std::size_t>(found - _surfaces.begin()) : noSurface;
+        const BlockSurface* surface = surfaceAt(_surfaces, block);
+        return surface ? static_cast<std::size_t>(surface - _surfaces.data()) : noSurface;
     }
 
     const std::vector<BlockSurface>& _surfaces;
@@ -129,13 +114,7 @@ std::vector<NodeVertex> listNodeVertices(const std::vector<BlockSurface>& surfac
     uint32 first = 0;
     for (const BlockSurface& surface : surfaces)
     {
-        for (const VertexAtNode& v : surface.verticesAtNodes)
-        {
-            NodeVertex at{{}, first + v.vertex};
-            for (uint32 axis = 0; axis < 3; ++axis)
-                at.node[axis] = surface.block[axis] * blockEdge + v.node[axis];
-            vertices.push_back(at);
-        }
+        forEachNodeVertex(surface, first, [&](const NodeVertex& v) { vertices.push_back(v); });
         first += surface.vertices.count;
     }
     std::sort(vertices.begin(), vertices.end());

@@ -29,6 +29,19 @@ struct NodeVertex
 };
 std::vector<NodeVertex> listNodeVertices(const std::vector<BlockSurface>& surfaces);
 
+/// Calls use(node vertex) for those of a surface whose vertices are numbered from `first` on.
+template <class Use>
+void forEachNodeVertex(const BlockSurface& surface, uint32 first, const Use& use)
+{
+    for (const VertexAtNode& v : surface.verticesAtNodes)
+    {
+        NodeVertex at{{}, first + v.vertex};
+        for (uint32 axis = 0; axis < 3; ++axis)
+            at.node[axis] = surface.block[axis] * blockEdge + v.node[axis];
+        use(at);
+    }
+}
+
 /// Joins the vertices of each node into the first of them, where it stays, and drops the faces that lose a
 /// corner. The other vertices and faces keep their order. Returns the vertices into which others were joined,
 /// ascending: sheets may touch there. Linear where vertices are joined, else their number alone counts.

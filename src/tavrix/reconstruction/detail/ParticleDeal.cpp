@@ -55,26 +55,20 @@ LatticeExtent extentOf(const ParticleShare& share, double spacing, double margin
     return extent;
 }
 
-RanksAround::Cell cellAt(const BlockLattice& lattice, const Vector3F& p)
+std::vector<BlockFilling> fillingsOf(const ParticleShare& share, const BlockLattice& lattice)
 {
-    return {lattice.cellAlong(0, p.x), lattice.cellAlong(1, p.y), lattice.cellAlong(2, p.z)};
-}
-
-std::vector<BlockLoad> countByBlock(const ParticleShare& share, const BlockLattice& lattice)
-{
-    std::vector<BlockLoad> loads;
+    std::vector<BlockFilling> fillings;
     forEachKept(
         share.positions.size(), share.leftOut,
         [&](uint32 n)
         {
             const auto [i, j, k] = cellAt(lattice, share.positions[n]);
             const BlockPlace block = placeOf(lattice, {i >> blockShift, j >> blockShift, k >> blockShift});
-            if (!loads.empty() && loads.back().block == block)
-                ++loads.back().load;
-            else
-                loads.push_back({block, 1});
+            if (fillings.empty() || fillings.back().block != block) fillings.push_back({block, 0, 0});
+            ++fillings.back().particles;
+            fillings.back().buckets |= bucketBit(i, j, k);
         });
-    return addedUp(std::move(loads));
+    return putTogether(std::move(fillings));
 }
 
 /// The spacing, or a wider one whose lattice covers the extent.
@@ -106,7 +100,7 @@ Optional<ParticleDeal> dealOut(RankGroup& ranks, const ParticleShare& share, dou
     const BlockLattice lattice = latticeOver(stepsOf(spacing), extent);
     const auto cells = static_cast<uint32>(margin / spacing + 1);
     const CurveOwners owners =
-        shareOut(ranks, lattice, lastBlockOf(lattice, extent), countByBlock(share, lattice));
+        shareOut(ranks, lattice, lastBlockOf(lattice, extent), fillingsOf(share, lattice), margin / spacing);
     RanksAround around(lattice, owners, {cells, cells, cells});
     auto dealt = exchangeRecords<DealtParticle>(
         ranks,

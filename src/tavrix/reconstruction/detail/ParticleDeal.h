@@ -29,6 +29,12 @@ void forEachKept(uint32 count, const Array<uint32>& leftOut, Use use)
             use(n);
 }
 
+/// The cell of a lattice in which a particle lies that it covers.
+inline std::array<uint32, 3> cellAt(const BlockLattice& lattice, const Vector3F& p)
+{
+    return {lattice.cellAlong(0, p.x), lattice.cellAlong(1, p.y), lattice.cellAlong(2, p.z)};
+}
+
 /// Particles dealt out among the ranks, and who owns which blocks since.
 struct ParticleDeal
 {
