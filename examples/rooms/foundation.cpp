@@ -1,4 +1,4 @@
-// A loop over all processors, each worker writing only what is its own.
+// A loop over all processors, each worker writing only what is its own, and where a camera sees a point.
 #include <tavrix/tavrix.h>
 
 using namespace tavrix;
@@ -12,5 +12,8 @@ int main()
         for (uint64 n = begin; n < end; ++n) lengths[n] = length(points[n]);
     };
     parallelFor(points.size(), 4, measure);
-    return lengths[999] == 3 ? 0 : 1;
+    const Camera camera = Camera::lookingAt({0, 0, 9}, {0, 0, 0}, {0, 1, 0}, 0.5, 1.5);
+    const Optional<Vector2D> place = camera.project({1, 2, 2});
+    const bool isUpperRight = place && place->x > 0 && place->y > 0 && !camera.project({0, 0, 10});
+    return lengths[999] == 3 && isUpperRight ? 0 : 1;
 }

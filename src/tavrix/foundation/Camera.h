@@ -16,9 +16,15 @@ namespace tavrix
 /// radians, and results the same on every system.
 struct Camera
 {
-    Vector3D eye;                     ///< where it stands
-    Vector3D right, upward, forward;  ///< unit vectors across one another; forward is the line of sight
-    double tangentX, tangentY;        ///< of half the angles of view
+    Vector3D eye;  ///< where it stands
+    /// Unit vectors across one another; forward is the line of sight.
+    /// @{
+    Vector3D right, upward, forward;
+    /// @}
+    /// Of half the angles of view.
+    /// @{
+    double tangentX, tangentY;
+    /// @}
 
     /// A camera that looks from a place to another one, with `up` upwards in the picture; where that is the
     /// line of sight, -z is, or y when z is nearer to it. The angle of view, below pi, is that of the shorter
