@@ -42,7 +42,7 @@ void gatherExtra(RankGroup& ranks, const RankMesh& part, uint32 n, Mesh& whole)
 {
     const ArraySet<MeshArrayInf>& arrays = part.mesh.getArraySet();
     const auto* values = TX_ArrayServer::instance().get<Array<T>>(arrays.handle(n));
-    if (!values || values->size() != part.mesh.getPosSize()) return;
+    if (!values || values->size() != part.numbers.size()) return;
     Array<T> gathered =
         gatherRuns<T>(ranks, part.vertexRuns, part.vertexCount, [&](uint32 v) { return (*values)[v]; });
     if (ranks.rank() == 0) whole.addArray<T>(arrays.inf(n).name).swap(gathered);
@@ -66,6 +66,7 @@ Mesh gatherMesh(RankGroup& ranks, RankMesh part)
     Array<Vector3D> positions = gatherRuns<Vector3D>(ranks, part.vertexRuns, part.vertexCount,
                                                      [&](uint32 v) { return part.mesh.pos()[v]; });
     whole.refPos().swap(positions);
+    part.mesh.refPos().reserve(0);
     Array<Index3> faces =
         gatherRuns<Index3>(ranks, part.faceRuns, part.faceCount,
                            [&](uint32 n)
@@ -74,6 +75,8 @@ Mesh gatherMesh(RankGroup& ranks, RankMesh part)
                                return Index3{part.numbers[f.a], part.numbers[f.b], part.numbers[f.c]};
                            });
     whole.refTrindexPos().swap(faces);
+    part.mesh.refTrindexPos().reserve(0);
+    part.mesh.refTrindexNor().reserve(0);
     if (hasNormals)
     {
         Array<Vector3F> normals = gatherRuns<Vector3F>(ranks, part.vertexRuns, part.vertexCount,

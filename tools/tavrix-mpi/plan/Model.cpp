@@ -19,6 +19,10 @@ constexpr double reading = 60, share = 28;
 constexpr double travelling = 16, sorting = 36, ball = 20, ellipsoid = 56, fitting = 150;
 /// A vertex of a block's surface, with its faces; of the mesh, and while this is finished.
 constexpr double surface = 64, mesh = 48, finishing = 140;
+/// A vertex of the whole on its way to the first rank, and its normal.
+constexpr double gathering = 48;
+/// What comes with a copy of another rank's vertex, and with each term of the smoothing.
+constexpr double copying = 300, smoothing = 16;
 
 // Seconds, of one thread.
 
@@ -33,14 +37,20 @@ constexpr double perRootOfPasses = 0.12e-6, perFinished = 0.3e-6;  // a vertex o
 constexpr double bandwidth = 1e9, latency = 2e-6;
 constexpr double collectives = 400, exchanges = 25;
 
-/// What all ranks' agreement takes, whatever they work on.
-double agreementSeconds(uint32 ranks)
+/// Copies that a rank with so many vertices has of others': they lie along the rim of its surface.
+double copiesOf(double vertices) { return 5 * std::sqrt(vertices); }
+
+/// The terms of the series by which so many passes are made at once.
+double termsOf(double passes) { return passes > 0 ? std::min(std::sqrt(8 * passes) + 8, 2 * passes + 1) : 0; }
+
+/// What all ranks' agreement takes, whatever they work on, with so many terms of the smoothing.
+double agreementSeconds(uint32 ranks, double terms)
 {
     if (ranks == 1) return 0;
     const double rounds = std::log2(static_cast<double>(ranks));
     // cuts of the curve: a number a rank, twice, for some thirty bits
     const double cuts = 60 * ranks * (8 / bandwidth + 60e-9);
-    return collectives * latency * rounds + exchanges * latency * ranks / 4 + cuts;
+    return (collectives + terms) * latency * rounds + (exchanges + terms) * latency * ranks / 4 + cuts;
 }
 
 }  // namespace
@@ -61,21 +71,22 @@ RankCosts costsOf(const RankForecast& forecast, const RankLoads& loads, uint32 t
     const double dealing = travelling * (all / ranks + dealt);
     const double field = dealt * (isAnisotropic ? fitting + 12 : sorting);
     const double made = dealt * (isAnisotropic ? ellipsoid : ball) + surface * ownVertices;
-    costs.bytes = std::max(process + reading * own, held + std::max({dealing, field, made}));
-    const double joining = (surface + mesh) * vertices;
-    const double finished = (mesh + (*s.smoothing > 0 ? finishing : 12)) * vertices;
-    costs.bytesAtFirst = std::max(costs.bytes, held + std::max(joining, finished));
+    const double passes = *s.smoothing, terms = termsOf(passes);
+    const double copies = loads.ranks == 1 ? 0 : copiesOf(ownVertices);
+    const double work = passes > 0 ? finishing : 24;
+    const double finished = (mesh + work) * (ownVertices + copies);
+    costs.bytes = std::max(process + reading * own, held + std::max({dealing, field, made, finished}));
+    const double whole = mesh * ownVertices + (mesh + gathering) * vertices;
+    costs.bytesGathered = std::max(costs.bytes, held + whole);
 
-    costs.sent = others * (travelling * all + surface * vertices) +
-                 (isAnisotropic ? 68 * (all - forecast.particles) * 0.5 : 4 * (all - forecast.particles));
+    costs.sent = others * travelling * all + (isAnisotropic ? 34 : 4) * (all - forecast.particles) +
+                 ranks * copies * (copying + smoothing * terms);
 
-    const double parallel = dealt * (isAnisotropic ? perEllipsoid : perBall) + ownVertices * perVertex +
+    const double parallel = dealt * (isAnisotropic ? perEllipsoid : perBall) +
+                            ownVertices * (perVertex + perFinished + perRootOfPasses * std::sqrt(passes)) +
                             (*s.matchVolume ? static_cast<double>(loads.mostBlocks) * perBlockVolume : 0);
-    const double atFirst =
-        vertices * (perFinished + perRootOfPasses * std::sqrt(static_cast<double>(*s.smoothing)));
-    costs.seconds = own * perReading + all / ranks * perDealing + (parallel + atFirst) / threads +
-                    (travelling * all / ranks + surface * vertices * others) / bandwidth +
-                    agreementSeconds(loads.ranks);
+    costs.seconds = own * perReading + all / ranks * perDealing + parallel / threads +
+                    costs.sent / ranks / bandwidth + agreementSeconds(loads.ranks, terms);
     return costs;
 }
 

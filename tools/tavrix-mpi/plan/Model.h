@@ -8,12 +8,10 @@ namespace tavrix::tool
 /// What a run is likely to take; docs/machines.md has the model, and where its numbers come from.
 struct RankCosts
 {
-    double bytes;         ///< of the rank that takes the most, but the first
-    double bytesAtFirst;  ///< of the first rank, which joins the mesh and finishes it
-    double sent;          ///< bytes between all ranks
-    double seconds;       ///< on processors and a network like those of the model
-
-    double mostBytes() const { return bytes > bytesAtFirst ? bytes : bytesAtFirst; }
+    double bytes;          ///< of the rank that takes the most
+    double bytesGathered;  ///< of the first rank, where that is to get the whole mesh
+    double sent;           ///< bytes between all ranks, while the mesh stays in parts
+    double seconds;        ///< on processors and a network like those of the model
 };
 
 /// The costs with so many threads a rank.

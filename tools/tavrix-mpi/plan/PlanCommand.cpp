@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <limits>
 #include <memory>
 
 #include <CLI/CLI.hpp>
@@ -43,20 +44,22 @@ std::string sizeText(double bytes)
 }
 
 /// From which number of ranks on the memory of each would do.
-std::string memoryText(const std::vector<uint32>& ranks, const std::vector<RankCosts>& costs, double memory)
+std::string memoryText(const std::vector<uint32>& ranks, const std::vector<RankCosts>& costs, double memory,
+                       bool isGathered)
 {
-    double atFirst = costs[0].bytesAtFirst;
+    double least = std::numeric_limits<double>::infinity();
     for (std::size_t n = 0; n < ranks.size(); ++n)
     {
-        if (costs[n].mostBytes() <= memory)
+        const double bytes = isGathered ? costs[n].bytesGathered : costs[n].bytes;
+        if (bytes <= memory)
             return formatted("memory     %s a rank are enough for %u ranks", sizeText(memory).c_str(),
                              ranks[n]);
-        atFirst = std::min(atFirst, costs[n].bytesAtFirst);
+        least = std::min(least, bytes);
     }
-    return formatted(
-        "memory     %s a rank are too little; the first takes %s, for it joins the mesh: try a larger "
-        "--spacing",
-        sizeText(memory).c_str(), sizeText(atFirst).c_str());
+    return formatted("memory     %s a rank are too little; one takes %s: ", sizeText(memory).c_str(),
+                     sizeText(least).c_str()) +
+           (isGathered ? "the first gathers the mesh, try a larger --spacing"
+                       : "try more ranks or a larger --spacing");
 }
 
 void runPlan(PlanOptions options)
@@ -76,7 +79,7 @@ void runPlan(PlanOptions options)
                 given.radius ? "" : " (estimated from their spacing)");
     std::fputs(latticeText(*s.spacing, forecast->blocks).c_str(), stdout);
     std::printf("mesh       about %.2g vertices, %.2g faces\n\n", forecast->vertices, 2 * forecast->vertices);
-    std::printf("%9s %12s %12s %12s %10s %10s\n", "ranks", "a rank", "the first", "sent", "seconds",
+    std::printf("%9s %12s %12s %12s %10s %10s\n", "ranks", "a rank", "gathered", "sent", "seconds",
                 "imbalance");
     std::vector<RankCosts> costs;
     for (const RankLoads& loads : forecast->loads)
@@ -84,10 +87,14 @@ void runPlan(PlanOptions options)
         costs.push_back(costsOf(*forecast, loads, threads));
         const RankCosts& c = costs.back();
         std::printf("%9u %12s %12s %12s %10.3g %10.2f\n", loads.ranks, sizeText(c.bytes).c_str(),
-                    sizeText(c.bytesAtFirst).c_str(), sizeText(c.sent).c_str(), c.seconds, loads.imbalance);
+                    sizeText(c.bytesGathered).c_str(), sizeText(c.sent).c_str(), c.seconds, loads.imbalance);
     }
     if (given.memory)
-        std::printf("\n%s\n", memoryText(options.ranks, costs, static_cast<double>(*given.memory)).c_str());
+    {
+        const bool isGathered = given.weldTolerance || given.fillCavities || given.decimation;
+        const auto memory = static_cast<double>(*given.memory);
+        std::printf("\n%s\n", memoryText(options.ranks, costs, memory, isGathered).c_str());
+    }
 }
 
 }  // namespace
