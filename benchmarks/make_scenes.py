@@ -33,6 +33,13 @@ def spray(clusters=2000, particles=100, size=60, deviation=0.08):
     return places
 
 
+def pool(size=(120, 12, 120), apart=0.05, jitter=0.01):
+    """A shallow lattice whose particles are moved by up to the jitter."""
+    def moved(n):
+        return apart * n + random.uniform(-jitter, jitter)
+    return [(moved(i), moved(j), moved(k)) for i in range(size[0]) for j in range(size[1]) for k in range(size[2])]
+
+
 def pair(apart=10000):
     """Two cubes of some 20,000 particles."""
     return lattice(27) + lattice(27, origin=(apart, 0, 0))
@@ -44,6 +51,7 @@ SCENES = {
     "cube50": lambda: lattice(50),
     "cube100": lambda: lattice(100),
     "cube160": lambda: lattice(160),
+    "lopsided": lambda: pool() + spray(600, 60, 40),
     "stray": lambda: lattice(50) + [(1e6, 1e6, 1e6)],
 }
 

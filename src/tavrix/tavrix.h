@@ -68,6 +68,7 @@
 #include <tavrix/mesh/PolygonTriangulation.h>
 #include <tavrix/mesh/SheetSeparation.h>
 
+#include <tavrix/meshproc/FairingSettings.h>
 #include <tavrix/meshproc/MeshClipping.h>
 #include <tavrix/meshproc/MeshDecimation.h>
 #include <tavrix/meshproc/MeshFairing.h>
@@ -122,6 +123,7 @@
 #include <tavrix/meshio/ObjReadingMode.h>
 
 #include <tavrix/reconstruction/RankForecast.h>
+#include <tavrix/reconstruction/RankMesh.h>
 #include <tavrix/reconstruction/ReconstructionSettings.h>
 #include <tavrix/reconstruction/SolidSurface.h>
 #include <tavrix/reconstruction/SurfaceReconstruction.h>

@@ -8,10 +8,12 @@
 namespace tavrix
 {
 
-/// Elements in a row: where they are in a rank's part of a mesh, and the number of their first in the whole.
+/// Elements in a row.
 struct MeshRun
 {
-    uint32 first, count, number;
+    uint32 first;   ///< where they are in a rank's part of a mesh
+    uint32 count;   ///< how many
+    uint32 number;  ///< that the first has in the whole mesh
 };
 
 /// The part of a mesh that one of many ranks has. Every vertex and every face belongs to one rank; the runs
@@ -19,7 +21,7 @@ struct MeshRun
 /// around own vertices. Numbers of vertices and faces are those of the mesh that one process would have.
 struct RankMesh
 {
-    Mesh mesh;
+    Mesh mesh;              ///< what is here, copies included
     Array<uint32> numbers;  ///< of the vertices in the whole mesh, ascending
     /// Own vertices and faces, ascending.
     /// @{

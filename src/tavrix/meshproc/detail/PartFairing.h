@@ -1,7 +1,10 @@
 #pragma once
 
+#include <tavrix/foundation/CancelCallback.h>
+#include <tavrix/foundation/Tuple.h>
+#include <tavrix/foundation/Vector3.h>
 #include <tavrix/mesh/detail/MeshBorder.h>
-#include <tavrix/meshproc/MeshFairing.h>
+#include <tavrix/meshproc/FairingSettings.h>
 
 namespace tavrix::detail
 {

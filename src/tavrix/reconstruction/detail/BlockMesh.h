@@ -62,8 +62,8 @@ struct BlockMeshPlan
         return surface + std::max(before, static_cast<double>(size.vertices) * bytesPerVertex +
                                               static_cast<double>(size.faces) * bytesPerFace);
     }
-    /// Bytes of the whole that the first rank gathers, beside its part; positions and faces come one after the
-    /// other, and are there twice for a moment.
+    /// Bytes of the whole that the first rank gathers, beside its part; positions and faces come one after
+    /// the other, and are there twice for a moment.
     double bytesOfGathered(const SurfaceSize& all, const SurfaceSize& part) const
     {
         return static_cast<double>(part.bytes() + all.bytes() + all.bytes() / 2) +

@@ -20,7 +20,7 @@ struct StoredRun
 
     const T* begin() const { return elements.get(); }
     const T* end() const { return elements.get() + count; }
-    const T& operator[](std::size_t n) const { return elements[n]; }
+    const T& operator[](std::size_t n) const { return elements.get()[n]; }
 };
 
 /// Keeps copies of runs of elements, in large pieces of memory. A piece goes back to the system with the last
