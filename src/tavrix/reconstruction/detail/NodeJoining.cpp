@@ -17,6 +17,7 @@ struct NamedAtNode
     std::array<uint32, 3> node;
     VertexName name;
 
+    // NOLINTNEXTLINE(modernize-use-nullptr): there is no pointer
     friend auto operator<=>(const NamedAtNode&, const NamedAtNode&) = default;
 };
 

@@ -13,6 +13,7 @@ struct VertexName
 {
     uint32 number, owner;
 
+    // NOLINTNEXTLINE(modernize-use-nullptr): there is no pointer
     friend auto operator<=>(const VertexName&, const VertexName&) = default;
 };
 
