@@ -104,13 +104,13 @@ TEST(MeshRepair, OrientsPartsOutwards)
 
 TEST(MeshRepair, EveryPollCanStopIt)
 {
-    const Mesh torus = makeTorus(300, 1);
+    const Mesh torus = makeTorus(220, 1);
     Mesh crossed = asSoup(torus);
     for (uint32 f = 0; f < crossed.getFacesSize(); f += 3)
         std::swap(crossed.refTrindexPos()[f].a, crossed.refTrindexPos()[f].b);
     Mesh joined = crossed;
     joinEqualPositions(joined);
-    Mesh hollow = torus, inner = makeTorus(300, 0.5);
+    Mesh hollow = torus, inner = makeTorus(220, 0.5);
     turnFaces(inner);
     hollow.addMesh(inner);
     Mesh touching = joined;
@@ -128,7 +128,7 @@ TEST(MeshRepair, EveryPollCanStopIt)
             EXPECT_EQ(mesh.trindexPos(), before.trindexPos());
             EXPECT_EQ(mesh.getPosSize(), before.getPosSize());
         };
-        EXPECT_GE(test::stopAtPolls(10, run, isUnchanged), least);
+        EXPECT_GE(test::stopAtPolls(5, run, isUnchanged), least);
         EXPECT_TRUE(run(nullptr));
     };
     expectStops(crossed, 10, [](Mesh& m, CancelCallback stop) { return joinEqualPositions(m, stop) > 0; });
