@@ -16,6 +16,7 @@
 #include <tavrix/tavrix.h>
 
 #include "Rows.h"
+#include "Torus.h"
 #if defined(TAVRIX_WITH_MESHOPTIMIZER)
 #include "DecimationPeer.h"
 #endif
@@ -24,23 +25,6 @@ using namespace tavrix;
 
 namespace
 {
-
-Mesh makeBumpyTorus(uint32 n)
-{
-    Mesh mesh;
-    const double step = 2 * std::acos(-1.0) / n;
-    for (uint32 i = 0; i < n; ++i)
-        for (uint32 k = 0; k < n; ++k)
-        {
-            const double u = i * step, v = k * step, r = 1 + 0.1 * std::sin(7 * u) * std::cos(9 * v);
-            const double around = 3 + r * std::cos(v);
-            mesh.refPos().push_back({around * std::cos(u), around * std::sin(u), r * std::sin(v)});
-            const uint32 j = (i + 1) % n, l = (k + 1) % n;
-            mesh.refTrindexPos().push_back({i * n + k, j * n + k, j * n + l});
-            mesh.refTrindexPos().push_back({i * n + k, j * n + l, i * n + l});
-        }
-    return mesh;
-}
 
 /// A file's meshes as one, with its vertices joined where they are equal and rounded to single precision,
 /// which is the peer's.
@@ -198,6 +182,6 @@ int main(int count, char** arguments)
         const Mesh mesh = readMesh(arguments[n]);
         if (!mesh.isEmpty()) compare(arguments[n], mesh);
     }
-    compare("bumpy torus", makeBumpyTorus(707));
+    compare("bumpy torus", benchmark::bumpyTorus(707));
     return 0;
 }

@@ -11,26 +11,22 @@
 #include "Measure.h"
 #include "Rows.h"
 #include "SlicingPeer.h"
+#include "Torus.h"
 
 using namespace tavrix;
 
 namespace
 {
 
+/// Of tube radius 1, whose middle lies 2 away, give or take a wave.
 Mesh makeTorus(uint32 n)
 {
-    Mesh mesh;
-    const double step = 2 * std::acos(-1.0) / n;
-    for (uint32 i = 0; i < n; ++i)
-        for (uint32 k = 0; k < n; ++k)
-        {
-            const double u = i * step, v = k * step, r = 2 + std::cos(v) + 0.1 * std::cos(20 * u);
-            mesh.refPos().push_back({r * std::cos(u), r * std::sin(u), std::sin(v)});
-            const uint32 j = (i + 1) % n, l = (k + 1) % n;
-            mesh.refTrindexPos().push_back({i * n + k, j * n + k, j * n + l});
-            mesh.refTrindexPos().push_back({i * n + k, j * n + l, i * n + l});
-        }
-    return mesh;
+    return benchmark::wrappedGrid(n,
+                                  [](double u, double v)
+                                  {
+                                      const double r = 2 + std::cos(v) + 0.1 * std::cos(20 * u);
+                                      return Vector3D{r * std::cos(u), r * std::sin(u), std::sin(v)};
+                                  });
 }
 
 struct Sums

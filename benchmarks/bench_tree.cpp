@@ -14,6 +14,7 @@
 #include "Measure.h"
 #include "Rows.h"
 #include "SurfaceAreaTree.h"
+#include "Torus.h"
 #if defined(TAVRIX_WITH_EMBREE)
 #include "EmbreePeer.h"
 #endif
@@ -25,28 +26,6 @@ namespace
 {
 
 using Node = GeometryNode<Box3F>;
-
-Mesh makeBumpyTorus(uint32 n)
-{
-    Mesh mesh;
-    const double step = 2 * std::acos(-1.0) / n;
-    for (uint32 i = 0; i < n; ++i)
-        for (uint32 k = 0; k < n; ++k)
-        {
-            const double u = i * step, v = k * step;
-            const double r = 1 + 0.1 * std::sin(7 * u) * std::cos(9 * v);
-            const double around = 3 + r * std::cos(v);
-            mesh.refPos().push_back({around * std::cos(u), around * std::sin(u), r * std::sin(v)});
-        }
-    for (uint32 i = 0; i < n; ++i)
-        for (uint32 k = 0; k < n; ++k)
-        {
-            const uint32 j = (i + 1) % n, l = (k + 1) % n;
-            mesh.refTrindexPos().push_back({i * n + k, j * n + k, j * n + l});
-            mesh.refTrindexPos().push_back({i * n + k, j * n + l, i * n + l});
-        }
-    return mesh;
-}
 
 /// Rays from a ball around the torus to points near it; most hit. The numbers are floats.
 std::vector<Ray3D> makeRays(uint32 count)
@@ -319,7 +298,7 @@ int main()
 {
     for (const uint32 n : {71u, 224u, 707u})
     {
-        const Mesh mesh = makeBumpyTorus(n);
+        const Mesh mesh = benchmark::bumpyTorus(n);
         std::printf("%u faces\n", mesh.getFacesSize());
         measureCollider(mesh);
         measurePublicTree(mesh);
