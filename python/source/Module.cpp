@@ -1,6 +1,7 @@
 #include <string>
 
 #include "MeshObject.h"
+#include "Ranks.h"
 
 // The module tavrix._core, which the package shows as its own.
 
@@ -12,6 +13,7 @@ PYBIND11_MODULE(_core, module)
     module.attr("__version__") = TAVRIX_VERSION;
     bindMesh(module);
     bindReconstruction(module);
+    bindRanks(module);
     bindParticles(module);
     bindField(module);
     bindLevelSet(module);

@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <cmath>
 
 #include <pybind11/stl.h>
@@ -7,6 +8,7 @@
 #include "Choice.h"
 #include "Memory.h"
 #include "MeshObject.h"
+#include "Ranks.h"
 
 namespace tavrix::python
 {
@@ -149,20 +151,74 @@ ReconstructionSettings settingsOf(const Options& options)
     return settings;
 }
 
+/// The arguments as the kernel takes them.
+struct Input
+{
+    Input(const py::object& given, const Options& options, const py::dict& carried)
+        : positions(given, "positions"), attributes(carried, positions.size()), settings(settingsOf(options))
+    {
+    }
+
+    /// Of which types the attributes are, one bit each.
+    uint64 attributeTypes() const
+    {
+        uint64 types = 1;
+        for (const ParticleAttribute& attribute : attributes.all())
+            types = (2 * types + attribute.values.index()) % (uint64{1} << 50);
+        return types;
+    }
+
+    ArrayIn<Vector3F> positions;
+    AttributesIn attributes;
+    ReconstructionSettings settings;
+};
+
+py::object withReport(const py::object& made, std::unique_ptr<Report> report, bool returnReport)
+{
+    if (!returnReport) return made;
+    return py::make_tuple(made, py::cast(std::move(report)));
+}
+
 py::object reconstruct(const py::object& positions, const Options& options, const py::dict& attributes,
                        const py::object& progress, bool returnReport)
 {
-    const ArrayIn<Vector3F> in(positions, "positions");
-    const AttributesIn carried(attributes, in.size());
-    const ReconstructionSettings settings = settingsOf(options);
+    const Input in(positions, options, attributes);
     Mesh mesh;
     auto report = std::make_unique<Report>();
-    longCall(progress, [&](const ProgressCallback& callback)
-             { report->kernel = reconstructSurface(in.array(), mesh, settings, carried.all(), callback); });
+    longCall(progress,
+             [&](const ProgressCallback& callback)
+             {
+                 report->kernel = reconstructSurface(in.positions.array(), mesh, in.settings,
+                                                     in.attributes.all(), callback);
+             });
     confirmDone(report->kernel);
-    py::object made = objectOf(std::move(mesh));
-    if (!returnReport) return made;
-    return py::make_tuple(made, py::cast(std::move(report)));
+    return withReport(objectOf(std::move(mesh)), std::move(report), returnReport);
+}
+
+/// The same of a rank's share; what goes wrong before the work, on any rank, is raised on all.
+py::object reconstructPart(const py::object& over, const py::object& positions, const Options& options,
+                           const py::dict& attributes, const py::object& progress, bool returnReport)
+{
+    PythonRanks ranks(over);
+    std::optional<Input> in;
+    ranks.together([&] { in.emplace(positions, options, attributes); });
+    ranks.confirmAlike(py::cast<uint64>(over.attr("digest")), "settings and the names of attributes");
+    ranks.confirmAlike(in->attributeTypes(), "shapes of attributes");
+    if (!options.threads) in->settings.threadCount = std::max(in->settings.threadCount / ranks.here(), 1u);
+    if (!options.memory) in->settings.memory = availableMemory() / ranks.here();
+
+    RankMesh part;
+    auto report = std::make_unique<Report>();
+    longCall(progress,
+             [&](const ProgressCallback& callback)
+             {
+                 report->kernel = reconstructSurface(in->positions.array(), ranks, part, in->settings,
+                                                     in->attributes.all(), callback);
+             });
+    confirmDone(report->kernel);
+    if (report->kernel.status == ReconstructionStatus::Stopped)
+        throw std::runtime_error("the call was stopped on another rank");
+    return withReport(objectOf(std::move(part), over), std::move(report), returnReport);
 }
 
 py::array boundsOf(const Box3D& box)
@@ -215,11 +271,13 @@ void bindReconstruction(py::module_& module)
                          bool clean, bool fillCavities, std::optional<double> simplify,
                          std::optional<double> decimate, bool normals, const py::dict& attributes,
                          const std::optional<py::ssize_t>& threads, std::optional<uint64> memory,
-                         const py::object& progress, bool returnReport)
+                         const py::object& progress, bool returnReport, const py::object& ranks)
     {
         const Options options{radius, spacing,      particleSpacing, influence,   simplify, decimate,
                               field,  quality,      level,           matchVolume, smooth,   minNeighbours,
                               clean,  fillCavities, normals,         threads,     memory};
+        if (!ranks.is_none())
+            return reconstructPart(ranks, positions, options, attributes, progress, returnReport);
         return reconstruct(positions, options, attributes, progress, returnReport);
     };
     module.def(
@@ -230,7 +288,7 @@ void bindReconstruction(py::module_& module)
         py::arg("min_neighbours") = 0, py::arg("clean") = true, py::arg("fill_cavities") = false,
         py::arg("simplify") = py::none(), py::arg("decimate") = py::none(), py::arg("normals") = true,
         py::arg("attributes") = py::dict(), py::arg("threads") = py::none(), py::arg("memory") = py::none(),
-        py::arg("progress") = py::none(), py::arg("return_report") = false,
+        py::arg("progress") = py::none(), py::arg("return_report") = false, py::arg("_ranks") = py::none(),
         R"(The surface of particles as a closed mesh, faces outwards, which encloses their volume.
 
     positions: shape (n, 3), any real dtype; float32 is read where it lies. attributes: quantities of the particles
