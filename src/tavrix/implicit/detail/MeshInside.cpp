@@ -136,7 +136,7 @@ private:
                     static_cast<uint32>(std::min<uint64>(low + together, end)));
         };
         const uint64 nodes = uint64{_lattice.size[0]} * _lattice.size[1] * _lattice.size[2];
-        const uint32 threads = threadsWorth(nodes + 16 * _faces.faceCount, lightItems, _threadCount);
+        const uint32 threads = threadsWorth(nodes + uint64{16} * _faces.faceCount, lightItems, _threadCount);
         if (!polledFor(_polling, _lattice.size[axis], threads, addPlanes)) return false;
         for (const Workspace& space : spaces) _isOpen |= space.isOpen;
         return true;

@@ -16,6 +16,7 @@ struct Pair
 {
     uint32 a, b;
 
+    // NOLINTNEXTLINE(modernize-use-nullptr): there is no pointer
     friend auto operator<=>(const Pair&, const Pair&) = default;
 };
 

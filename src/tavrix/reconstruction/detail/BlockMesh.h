@@ -66,7 +66,7 @@ struct BlockMeshPlan
     /// the other, and are there twice for a moment.
     double bytesOfGathered(const SurfaceSize& all, const SurfaceSize& part) const
     {
-        return static_cast<double>(part.bytes() + all.bytes() + all.bytes() / 2) +
+        return static_cast<double>(part.bytes()) + 1.5 * static_cast<double>(all.bytes()) +
                static_cast<double>(all.vertices) * bytesOfWhole->a +
                static_cast<double>(all.faces) * bytesOfWhole->b;
     }

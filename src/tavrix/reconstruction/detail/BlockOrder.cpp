@@ -43,6 +43,7 @@ WideKey keyOf(const BlockIndex& block, uint32 bits)
 std::vector<WideKey> cutsOf(RankGroup& ranks, const std::vector<BlockIndex>& blocks, uint32 bits)
 {
     std::vector<KeyPlace> items;
+    items.reserve(blocks.size() + 1);
     for (const BlockIndex& block : blocks)
         items.push_back({keyOf(block, bits), static_cast<int64>(items.size())});
     items.push_back({{}, static_cast<int64>(blocks.size())});

@@ -159,6 +159,7 @@ CurveOwners shareOut(RankGroup& ranks, const BlockLattice& lattice, const BlockI
 {
     // several shares may hold particles of a block: what it costs is known where they are put together
     std::vector<BlockLoad> loads;
+    loads.reserve(fillings.size());
     for (const BlockFilling& filling : fillings) loads.push_back({filling.block, filling.particles});
     const CurveOwners byParticles(ranks, lattice, last, loads);
     const auto told = exchangeRecords<BlockFilling>(ranks,
