@@ -31,7 +31,7 @@ struct PartObject
 };
 
 /// The places of runs' elements in the part, or their numbers in the whole mesh.
-py::array spread(const std::vector<MeshRun>& runs, uint32 MeshRun::* first)
+py::array spread(const std::vector<MeshRun>& runs, uint32 MeshRun::*first)
 {
     uint32 count = 0;
     for (const MeshRun& run : runs) count += run.count;

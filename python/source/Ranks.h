@@ -12,10 +12,10 @@ namespace tavrix::python
 
 namespace py = pybind11;
 
-/// Ranks whose messages Python carries: an object with rank, size, here (the ranks on this machine) and digest
-/// (a number below 2^32 of what all ranks must give alike); and with sum(int64s), largest(float64s) and
-/// exchange(outgoing, counts, incoming, counts, record_size), which are given numpy's arrays over the kernel's
-/// memory. What it raises ends the call.
+/// Ranks whose messages Python carries: an object with rank, size, here (the ranks on this machine) and
+/// digest (a number below 2^32 of what all ranks must give alike); and with sum(int64s), largest(float64s)
+/// and exchange(outgoing, counts, incoming, counts, record_size), which are given numpy's arrays over the
+/// kernel's memory. What it raises ends the call.
 class PythonRanks : public RankGroup
 {
 public:
