@@ -79,14 +79,20 @@ void compare(const Format& format, const std::string& folder, const Mesh& mesh)
                                       ArrayOfPtr<Mesh> meshes;
                                       return format.read(path, meshes) && meshes[0]->getFacesSize() > 0;
                                   });
-#if defined(TAVRIX_WITH_TINYOBJ)
     if (std::string(format.extension) == "obj")
     {
+        const auto readByTwo = [&]
+        {
+            ArrayOfPtr<Mesh> meshes;
+            return objParser.read(path, meshes, ObjReadingMode::groupByName, 2) == 0;
+        };
+        benchmark::row("OBJ mesh read, 2 threads", report("2 threads", path, readByTwo));
+#if defined(TAVRIX_WITH_TINYOBJ)
         const double peer = report("tinyobjloader", path, [&] { return tinyobjRead(path.c_str()) > 0; });
         std::printf("  tinyobjloader / tavrix = %.1f\n", peer / reading);
         benchmark::row("OBJ read", reading, {"tinyobjloader", peer, 1});
-    }
 #endif
+    }
 #if defined(TAVRIX_WITH_ASSIMP)
     if (format.assimpName)
     {

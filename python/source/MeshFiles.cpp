@@ -29,7 +29,7 @@ void tellLeftOut(const MeshReadingReport& report, bool strict, const std::string
 formats::MeshFile readWhole(const std::string& path, bool strict)
 {
     formats::MeshFile file;
-    readFile(path, [&] { file = formats::readMeshes(path); });
+    readFile(path, [&] { file = formats::readMeshes(path, threadsOf(std::nullopt)); });
     tellLeftOut(file.report, strict, path);
     for (const Mesh* mesh : file.meshes)
         if (!hasValidIndices(*mesh)) throw py::value_error(path + ": a face names what is not there");

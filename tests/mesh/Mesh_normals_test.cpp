@@ -86,7 +86,7 @@ TEST(MeshNormals, EverySystemThreadCountAndFormGivesTheSameBytes)
         EXPECT_EQ(test::checksum(nor, faceNor), serial);
         mesh.refNor().assign(nor.size(), Vector3F{0, 0, 0});
         mesh.refFaceNor().clear();
-        mesh.recalculateFaceNormals();
+        mesh.recalculateFaceNormals(3);
         mesh.recalculateVertexesNormals();
         EXPECT_EQ(checksum(mesh), serial);
     }

@@ -30,14 +30,22 @@ std::string describe(const ArrayOfPtr<Mesh>& meshes, const MeshReadingReport& re
     return std::string(text.view());
 }
 
+/// However many threads read it.
 std::string readObj(const std::string& text)
 {
     const TestFolder folder;
-    ArrayOfPtr<Mesh> meshes;
-    MeshReadingReport report;
-    const int result = MeshFileParser<Mesh_OBJ_FileParser>::instance().readLeniently(
-        folder.write("f.obj", text), meshes, ObjReadingMode::groupByName, report);
-    return result == 0 ? describe(meshes, report) : "error " + std::to_string(result);
+    const TX_String path = folder.write("f.obj", text);
+    const auto readBy = [&](uint32 threads)
+    {
+        ArrayOfPtr<Mesh> meshes;
+        MeshReadingReport report;
+        const int result = MeshFileParser<Mesh_OBJ_FileParser>::instance().readLeniently(
+            path, meshes, ObjReadingMode::groupByName, report, threads);
+        return result == 0 ? describe(meshes, report) : "error " + std::to_string(result);
+    };
+    const std::string all = readBy(1);
+    for (const uint32 threads : {2u, 5u}) EXPECT_EQ(readBy(threads), all) << threads << " threads";
+    return all;
 }
 
 std::string readStl(const std::string& bytes, MeshSTLFileParser::Encoding encoding)

@@ -38,15 +38,22 @@ std::string describe(const Mesh& mesh)
     return std::string(text.view());
 }
 
-/// What `describe` says of all meshes of a file with this text, one line each.
+/// What `describe` says of all meshes of a file with this text, one line each, however many threads read it.
 std::string readText(const std::string& text, Mode mode = Mode::groupByName,
                      std::string (*one)(const Mesh&) = describe)
 {
     const TestFolder folder;
-    ArrayOfPtr<Mesh> meshes;
-    const int result = parser().read(folder.write("f.obj", text), meshes, mode);
-    std::string all = result == 0 ? "" : "error " + std::to_string(result);
-    for (const Mesh* mesh : meshes) all += one(*mesh) + '\n';
+    const TX_String path = folder.write("f.obj", text);
+    const auto readBy = [&](uint32 threads)
+    {
+        ArrayOfPtr<Mesh> meshes;
+        const int result = parser().read(path, meshes, mode, threads);
+        std::string all = result == 0 ? "" : "error " + std::to_string(result);
+        for (const Mesh* mesh : meshes) all += one(*mesh) + '\n';
+        return all;
+    };
+    const std::string all = readBy(1);
+    for (const uint32 threads : {2u, 5u}) EXPECT_EQ(readBy(threads), all) << threads << " threads";
     return all;
 }
 

@@ -101,17 +101,17 @@ int readBin(const std::string& path, MeshFile& file)
 }
 
 /// Reads a file by a parser of the library, which needs it on the disk.
-int parse(FileKind kind, const std::string& path, MeshFile& file)
+int parse(FileKind kind, const std::string& path, MeshFile& file, uint32 threadCount)
 {
     const TX_String name(path);
     if (kind == FileKind::MeshBin) return readBin(path, file);
     if (kind == FileKind::Stl) return readStl(path, file);
     if (kind == FileKind::Ase) return parser<MeshImporter>().read_ASE(name, file.meshes);
     return parser<Mesh_OBJ_FileParser>().readLeniently(name, file.meshes, ObjReadingMode::groupByName,
-                                                       file.report);
+                                                       file.report, threadCount);
 }
 
-void readAs(FileKind kind, const std::string& path, MeshFile& file)
+void readAs(FileKind kind, const std::string& path, MeshFile& file, uint32 threadCount)
 {
     switch (kind)
     {
@@ -119,7 +119,7 @@ void readAs(FileKind kind, const std::string& path, MeshFile& file)
         case FileKind::MeshBin:
         case FileKind::Stl:
         case FileKind::Ase:
-            return refuseFailedRead(path, parse(kind, PlainFile(path).path(), file));
+            return refuseFailedRead(path, parse(kind, PlainFile(path).path(), file, threadCount));
         case FileKind::Ply:
         case FileKind::VtkLegacy:
         case FileKind::VtkXml:
@@ -162,10 +162,10 @@ std::string leftOutText(const MeshReadingReport& report)
     return text;
 }
 
-MeshFile readMeshes(const std::string& path)
+MeshFile readMeshes(const std::string& path, uint32 threadCount)
 {
     MeshFile file;
-    readAs(kindOfFile(path), path, file);
+    readAs(kindOfFile(path), path, file, threadCount);
     uint32 faces = 0;
     for (const Mesh* mesh : file.meshes) faces += mesh->getFacesSize();
     if (faces == 0) throw Failure(path + ": holds no faces; give a file that does");

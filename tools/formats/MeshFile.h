@@ -29,8 +29,9 @@ std::string leftOutText(const MeshReadingReport& report);
 
 /// Reads a mesh file of any format, compressed by gzip or not. Binary STL files are known by their size, and
 /// normals that an STL file leaves out are calculated. Faces of more than three corners become triangles.
-/// Throws Failure when the file cannot be read, is of another kind or holds no face.
-MeshFile readMeshes(const std::string& path);
+/// Threads are of use
+/// for OBJ files. Throws Failure when the file cannot be read, is of another kind or holds no face.
+MeshFile readMeshes(const std::string& path, uint32 threadCount = 1);
 
 /// Whether velocities, and whether attributes of any name, go into a file of that name.
 /// @{

@@ -319,7 +319,7 @@ public:
     /// The same bytes with the work spread over threads.
     bool recalculateNormalsParallelized(uint32 threadCount = 1, CancelCallback callback = nullptr);
     /// "FaceNor" alone.
-    void recalculateFaceNormals();
+    void recalculateFaceNormals(uint32 threadCount = 1);
     /// "Nor" alone; "FaceNor" is neither read nor written. The same bytes for every thread count; false when
     /// the callback stopped the work, and some of them mean nothing.
     bool recalculateVertexesNormals(uint32 threadCount = 1, CancelCallback callback = nullptr);

@@ -129,7 +129,11 @@ bool Mesh::recalculateNormals(uint32 threadCount, Polling& polling)
            (getArrNorSurface().isNone() || calculateVerticesSurfaceNormal(threadCount, polling));
 }
 
-void Mesh::recalculateFaceNormals() { staticCalculateNormals(pos(), trindexPos(), refFaceNor()); }
+void Mesh::recalculateFaceNormals(uint32 threadCount)
+{
+    Polling none(nullptr);
+    faceNormals(pos(), trindexPos(), refFaceNor(), threadCount, none);
+}
 
 bool Mesh::recalculateVertexesNormals(uint32 threadCount, CancelCallback callback)
 {

@@ -5,8 +5,6 @@
 #include <tavrix/meshio/detail/MeshChannels.h>
 #include <tavrix/meshio/detail/ObjReader.h>
 #include <tavrix/meshio/detail/ObjWriter.h>
-#include <tavrix/meshio/detail/StatementLines.h>
-#include <tavrix/meshio/detail/TextLines.h>
 
 namespace tavrix
 {
@@ -14,33 +12,13 @@ namespace tavrix
 namespace
 {
 
-constexpr std::size_t lineBufferSize = 256;
-
-int readObj(const TX_String& fileName, bool withTextures, ArrayOfPtr<Mesh>& meshes,
-            Mesh_OBJ_FileParser::ReadingMode mode)
+int readObj(const TX_String& fileName, bool withTextures, ArrayOfPtr<Mesh>& meshes, ObjReadingMode mode,
+            uint32 threadCount, MeshReadingReport* report = nullptr)
 {
-    detail::TextLines lines(lineBufferSize - 1);
-    if (const FileStatus status = lines.open(fileName); status != FileStatus::ok)
+    detail::ObjReader reader(mode, threadCount, report);
+    if (const FileStatus status = reader.read(fileName); status != FileStatus::ok)
         return meshFileResult(status);
-    detail::ObjReader reader(mode);
-    reader.ObjFirstPass(lines);
-    if (lines.status() != FileStatus::ok) return meshFileResult(lines.status());
     reader.BuildObjects(withTextures, meshes);
-    return 0;
-}
-
-int readObjLeniently(const TX_String& fileName, ArrayOfPtr<Mesh>& meshes, ObjReadingMode mode,
-                     MeshReadingReport& report)
-{
-    report = {};
-    detail::StatementLines lines;
-    if (const FileStatus status = lines.open(fileName); status != FileStatus::ok)
-        return meshFileResult(status);
-    detail::ObjReader reader(mode, &report);
-    reader.ObjFirstPass(lines);
-    if (lines.status() != FileStatus::ok) return meshFileResult(lines.status());
-    report.isCut = lines.lacksEnd() && !reader.endsWhole();
-    reader.BuildObjects(true, meshes);
     return 0;
 }
 
@@ -53,21 +31,23 @@ Mesh_OBJ_FileParser& MeshFileParser<Mesh_OBJ_FileParser>::instance()
     return parser;
 }
 
-int Mesh_OBJ_FileParser::read(const TX_String& fileName, ArrayOfPtr<Mesh>& meshes, ReadingMode mode) const
+int Mesh_OBJ_FileParser::read(const TX_String& fileName, ArrayOfPtr<Mesh>& meshes, ReadingMode mode,
+                              uint32 threadCount) const
 {
-    return readObj(fileName, true, meshes, mode);
+    return readObj(fileName, true, meshes, mode, threadCount);
 }
 
 int Mesh_OBJ_FileParser::read(const TX_String& fileName, const Array<TX_String>& channelNames,
-                              ArrayOfPtr<Mesh>& meshes, ReadingMode mode) const
+                              ArrayOfPtr<Mesh>& meshes, ReadingMode mode, uint32 threadCount) const
 {
-    return readObj(fileName, detail::hasChannel(channelNames, "uv"), meshes, mode);
+    return readObj(fileName, detail::hasChannel(channelNames, "uv"), meshes, mode, threadCount);
 }
 
 int Mesh_OBJ_FileParser::readLeniently(const TX_String& fileName, ArrayOfPtr<Mesh>& meshes, ReadingMode mode,
-                                       MeshReadingReport& report) const
+                                       MeshReadingReport& report, uint32 threadCount) const
 {
-    return readObjLeniently(fileName, meshes, mode, report);
+    report = {};
+    return readObj(fileName, true, meshes, mode, threadCount, &report);
 }
 
 int Mesh_OBJ_FileParser::write(const TX_String& fileName, const ArrayOfPtr<Mesh>& meshes, uint32,

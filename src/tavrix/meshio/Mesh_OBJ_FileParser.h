@@ -27,7 +27,8 @@ public:
     /// Reads a file and appends one mesh per group that has faces to `meshes`, in the order in which the
     /// groups first appear, named as the group: what stands behind the "g", blanks inside included. Faces
     /// before the first "g" line, and those behind a "g" without a name, belong to "default". Returns 0, or a
-    /// MeshFileError after which `meshes` is as it was. O(file), a few times its numbers in memory.
+    /// MeshFileError after which `meshes` is as it was. O(file), a few times its numbers in memory; the same
+    /// for every number of threads, which each read a part of the file.
     ///
     /// Coordinates are read in single precision; one that is missing is 0. A mesh has the positions that its
     /// faces use, in file order; a position used with several texture coordinates becomes one position for
@@ -40,11 +41,11 @@ public:
     /// than four corners, and faces with a position that the file does not have; a texture coordinate or
     /// normal that it does not have counts as missing. Of a line, the first 255 characters count, up to a
     /// zero byte.
-    int read(const TX_String& fileName, ArrayOfPtr<Mesh>& meshes,
-             ReadingMode mode = ReadingMode::groupByName) const;
+    int read(const TX_String& fileName, ArrayOfPtr<Mesh>& meshes, ReadingMode mode = ReadingMode::groupByName,
+             uint32 threadCount = 1) const;
     /// The same with a choice of channels: texture coordinates are read when `channelNames` has "uv".
     int read(const TX_String& fileName, const Array<TX_String>& channelNames, ArrayOfPtr<Mesh>& meshes,
-             ReadingMode mode = ReadingMode::groupByName) const;
+             ReadingMode mode = ReadingMode::groupByName, uint32 threadCount = 1) const;
 
     /// Reads a file as most programs mean it, and tells what it left out. Faces may have any number of
     /// corners, and are cut as triangulatePolygon does; of a concave quad that is the other diagonal. Lines
@@ -53,7 +54,7 @@ public:
     /// over. All else is as `read` has it. The report's corners are indices without an element; it is cut
     /// when the last line has no end and lacks something. Results as those of `read`.
     int readLeniently(const TX_String& fileName, ArrayOfPtr<Mesh>& meshes, ReadingMode mode,
-                      MeshReadingReport& report) const;
+                      MeshReadingReport& report, uint32 threadCount = 1) const;
 
     /// Writes the meshes into one file, each as a group of its name; null pointers are skipped. Returns 0 or
     /// a MeshFileError; only after 0 is the file whole. Numbers have six decimals. Faces refer to normals

@@ -41,7 +41,7 @@ std::string convertOne(const Options& options)
 {
     Progress progress(2, options.quiet, options.label, options.bar());
     progress.begin("read");
-    formats::MeshFile file = readMeshes(options.input, options.strict, progress);
+    formats::MeshFile file = readMeshes(options.input, options.strict, progress, threadsFor(0, options));
     SheetSeparation separated;
     if (options.weld)
         separated =

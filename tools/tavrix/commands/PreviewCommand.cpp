@@ -61,7 +61,8 @@ struct Subject
 
 Subject meshSubject(const std::string& file, const Options& options, Progress& progress)
 {
-    const formats::MeshFile content = readMeshes(file, options.strict, progress);
+    const formats::MeshFile content =
+        readMeshes(file, options.strict, progress, threadsFor(options.picture.threads, options));
     const auto smooth =
         formats::kindOfFile(file) == formats::FileKind::Stl ? smoothSeparateFaces : confirmSmoothNormals;
     for (Mesh* mesh : content.meshes) smooth(*mesh);

@@ -106,8 +106,8 @@ std::string queryOne(const Options& options)
     Progress progress(3, options.quiet, options.label, options.bar());
     progress.begin("read");
     const std::vector<Query> queries = askedQueries(options);
-    const formats::MeshFile file = readMeshes(options.input, options.strict, progress);
     const uint32 threads = threadsFor(options.threads, options);
+    const formats::MeshFile file = readMeshes(options.input, options.strict, progress, threads);
     progress.begin("tree");
     MeshCollider collider;
     collider.create(file.meshes.size() == 1 ? *file.meshes[0] : joinMeshes(file.meshes), threads);

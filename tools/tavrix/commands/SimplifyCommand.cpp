@@ -87,7 +87,8 @@ std::string simplifyOne(const Options& options)
 {
     Progress progress(3, options.quiet, options.label, options.bar());
     progress.begin("read");
-    formats::MeshFile file = readMeshes(options.input, options.strict, progress);
+    formats::MeshFile file = readMeshes(options.input, options.strict, progress,
+                                        threadsFor(options.decimation.threadCount, options));
     const MeshCounts before = countsOf(file.meshes);
     WeldOptions weld = options.weld;
     // the faces of STL files share no corners

@@ -167,7 +167,8 @@ std::string sliceOne(const Options& options)
 {
     Progress progress(3, options.quiet, options.label, options.bar());
     progress.begin("read");
-    formats::MeshFile file = readMeshes(options.input, options.strict, progress);
+    formats::MeshFile file =
+        readMeshes(options.input, options.strict, progress, threadsFor(options.slicing.threadCount, options));
     const Mesh mesh = wholeMesh(file);
     const SliceFrame frame = SliceFrame::along(*parseAxis(options.axis));
     const HeightRange range = heightsOf(mesh, frame);

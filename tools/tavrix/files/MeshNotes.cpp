@@ -7,9 +7,9 @@
 namespace tavrix::tool
 {
 
-formats::MeshFile readMeshes(const std::string& path, bool isStrict, Progress& progress)
+formats::MeshFile readMeshes(const std::string& path, bool isStrict, Progress& progress, uint32 threadCount)
 {
-    formats::MeshFile file = formats::readMeshes(path);
+    formats::MeshFile file = formats::readMeshes(path, threadCount);
     if (file.report.isWhole()) return file;
     const std::string text = path + ": " + formats::leftOutText(file.report);
     if (isStrict) throw Failure(text + "; export it again, or leave out --strict");

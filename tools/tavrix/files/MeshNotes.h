@@ -13,7 +13,8 @@ namespace tavrix::tool
 {
 
 /// formats::readMeshes, which notes what was left out; with `isStrict` it throws Failure instead.
-formats::MeshFile readMeshes(const std::string& path, bool isStrict, Progress& progress);
+formats::MeshFile readMeshes(const std::string& path, bool isStrict, Progress& progress,
+                             uint32 threadCount = 1);
 
 struct MeshCounts
 {

@@ -1,6 +1,14 @@
 #include <tavrix/meshio/detail/ObjReader.h>
-#include <tavrix/meshio/detail/TrimmedText.h>
-#include <tavrix/platform/NumberText.h>
+
+#include <algorithm>
+#include <atomic>
+#include <numeric>
+
+#include <tavrix/foundation/detail/Polling.h>
+#include <tavrix/foundation/ParallelFor.h>
+#include <tavrix/meshio/detail/StatementLines.h>
+#include <tavrix/meshio/detail/TextLines.h>
+#include <tavrix/platform/FileBufferIn.h>
 
 namespace tavrix::detail
 {
@@ -8,176 +16,102 @@ namespace tavrix::detail
 namespace
 {
 
-using ReadingMode = ObjReadingMode;
+constexpr std::size_t lineBufferSize = 256;
 
-/// An index that no file has an element for, and that does not mean "none".
-constexpr uint32 badIndex = noIndex - 1;
-
-bool isSpace(char c) { return c == ' ' || ('\t' <= c && c <= '\r'); }
-
-const char* skipSpaces(const char* p, const char* end)
+/// Into how many pieces the file is cut: some for each thread, since they take different times, and so small
+/// that the arrays of one, as they grow, find room in what those of others left.
+uint32 piecesOf(const TX_String& path, uint32 threadCount)
 {
-    while (p != end && isSpace(*p)) ++p;
-    return p;
-}
-
-const char* skipToken(const char* p, const char* end)
-{
-    while (p != end && !isSpace(*p)) ++p;
-    return p;
-}
-
-/// The text before a comment.
-std::string_view beforeComment(std::string_view line) { return line.substr(0, line.find('#')); }
-
-/// The 0-based index for one in the file, which counts from 1, or back from the latest of `count` elements.
-uint32 resolve(int32 index, std::size_t count)
-{
-    const int64 zeroBased = index > 0 ? index - int64{1} : static_cast<int64>(count) + index;
-    return index == 0 || zeroBased < 0 ? badIndex : static_cast<uint32>(zeroBased);
-}
-
-/// Appends a triple to those of a kind that corners need not have.
-void addOptional(std::vector<Index3>& triples, std::size_t before, const Index3& triple)
-{
-    if (triples.empty() && triple == Index3{noIndex, noIndex, noIndex}) return;
-    if (triples.empty()) triples.resize(before, {noIndex, noIndex, noIndex});
-    triples.push_back(triple);
+    constexpr uint64 bytesPerThread = 0x400000, bytesPerPiece = 0x100000;
+    constexpr uint32 smallBuffer = 1, piecesPerThread = 8;
+    FileBufferIn file;
+    if (threadCount < 2 || file.open(path, "rb", smallBuffer) != FileStatus::ok || file.size() < 0) return 1;
+    const auto bytes = static_cast<uint64>(file.size());
+    const uint32 threads = threadsWorth(bytes, bytesPerThread, threadCount);
+    return threads < 2 ? 1 : std::max(piecesPerThread * threads, static_cast<uint32>(bytes / bytesPerPiece));
 }
 
 }  // namespace
 
-void ObjGroup::addTriangle(const ObjCorner& a, const ObjCorner& b, const ObjCorner& c)
-{
-    addOptional(textures, positions.size(), {a.texture, b.texture, c.texture});
-    addOptional(normals, positions.size(), {a.normal, b.normal, c.normal});
-    positions.push_back({a.position, b.position, c.position});
-}
-
-ObjReader::ObjReader(ReadingMode mode, MeshReadingReport* report)
-    : _mode(mode), _report(report), _current(addGroup("default"))
+ObjReader::ObjReader(ObjReadingMode mode, uint32 threadCount, MeshReadingReport* report)
+    : _mode(mode), _threadCount(threadCount), _report(report)
 {
 }
 
-void ObjReader::countLeftOut(uint64 MeshReadingReport::*what, uint64 count)
+FileStatus ObjReader::read(const TX_String& path)
 {
-    if (!_report || count == 0) return;
-    _report->*what += count;
-    _isWhole = false;
+    const std::vector<FileRange> ranges = lineRanges(path, piecesOf(path, _threadCount));
+    if (ranges.size() == 1) _threadCount = 1;
+    _readings.resize(ranges.size());
+    _before.resize(ranges.size());
+    std::vector<uint32> all(ranges.size());
+    std::iota(all.begin(), all.end(), 0u);
+    readPieces(path, ranges, all);
+    countElements();
+    readPieces(path, ranges, countingBack());
+    if (_report && _readings.back().piece) _report->isCut = _readings.back().isCut;
+    return firstFailure();
 }
 
-ObjGroup* ObjReader::addGroup(std::string name)
+/// Each worker takes the next piece that none has.
+void ObjReader::readPieces(const TX_String& path, const std::vector<FileRange>& ranges,
+                           const std::vector<uint32>& which)
 {
-    _groups.push_back(std::make_unique<ObjGroup>());
-    ObjGroup* group = _groups.back().get();
-    group->name = std::move(name);
-    _groupByName.emplace(group->name, group);
-    return group;
+    const auto workers = static_cast<uint32>(std::min<std::size_t>(_threadCount, which.size()));
+    std::atomic<std::size_t> next = 0;
+    parallelFor(workers, workers,
+                [&](uint32, uint64, uint64)
+                {
+                    for (std::size_t i = next++; i < which.size(); i = next++)
+                        _readings[which[i]] = readPiece(path, ranges[which[i]], _before[which[i]]);
+                });
 }
 
-ObjGroup* ObjReader::GetGroupByName(const std::string& name) const
+ObjReader::Reading ObjReader::readPiece(const TX_String& path, const FileRange& range,
+                                        const ObjCounts& before) const
 {
-    const auto found = _groupByName.find(name);
-    return found == _groupByName.end() ? nullptr : found->second;
-}
-
-void ObjReader::readStatement(std::string_view line)
-{
-    _isWhole = true;
-    const std::string_view statement = _report ? beforeComment(line) : line;
-    const char* const end = statement.data() + statement.size();
-    const char* const begin = skipSpaces(line.data(), end);
-    const char* const rest = skipToken(begin, end);
-    const std::string_view keyword(begin, static_cast<std::size_t>(rest - begin));
-    if (keyword == "v")
-        _positions.push_back(readVector(rest, end, 3));
-    else if (keyword == "f")
-        readFace(rest, end);
-    else if (keyword == "vn")
-        _normals.push_back(readVector(rest, end, 3));
-    else if (keyword == "vt")
-        _textures.push_back(readVector(rest, end, 1));
-    else if (keyword == "g")
-        switchGroup(trimmed(line.substr(static_cast<std::size_t>(rest - line.data()))));
-}
-
-/// Up to three numbers, of which the file should have as many as are needed; what does not follow as a number
-/// is 0.
-Vector3F ObjReader::readVector(const char* p, const char* end, uint32 needed)
-{
-    Vector3F v{0.0f, 0.0f, 0.0f};
-    uint32 count = 0;
-    for (; count < 3; ++count)
+    Reading reading;
+    reading.piece = std::make_unique<ObjPiece>(_mode, _report != nullptr, before);
+    if (_report)
     {
-        const char* number = skipSpaces(p, end);
-        p = parseFloat(number, end, v[count]);
-        if (p == number) break;
+        StatementLines lines;
+        if (lines.open(path, range) == FileStatus::ok) reading.piece->ObjFirstPass(lines);
+        reading.status = lines.status();
+        reading.isCut = lines.lacksEnd() && !reading.piece->endsWhole();
     }
-    const bool isFollowed = count < 3 ? skipSpaces(p, end) != end : p != end && !isSpace(*p);
-    if (count < needed)
-        countLeftOut(&MeshReadingReport::numbers, needed - count);
-    else if (isFollowed)
-        countLeftOut(&MeshReadingReport::numbers, 1);
-    return v;
+    else
+    {
+        TextLines lines(lineBufferSize - 1);
+        if (lines.open(path, range) == FileStatus::ok) reading.piece->ObjFirstPass(lines);
+        reading.status = lines.status();
+    }
+    return reading;
 }
 
-void ObjReader::switchGroup(std::string_view name)
+FileStatus ObjReader::firstFailure() const
 {
-    if (_mode == ReadingMode::oneGroup) return;
-    std::string groupName(name.empty() ? "default" : name);
-    if (_mode == ReadingMode::groupByLine)
-    {
-        _current = addGroup(groupName + '_' + std::to_string(_groupLines++));
-        return;
-    }
-    ObjGroup* group = GetGroupByName(groupName);
-    _current = group ? group : addGroup(std::move(groupName));
+    for (const Reading& reading : _readings)
+        if (reading.status != FileStatus::ok) return reading.status;
+    return FileStatus::ok;
 }
 
-/// The longest of p/t/n, p//n, p/t and p that the text begins with; moves behind the whole token.
-bool ObjReader::readCorner(const char*& p, const char* end, ObjCorner& corner) const
+void ObjReader::countElements()
 {
-    const auto readIndex = [end](const char*& text, std::size_t count, uint32& index)
+    for (std::size_t i = 0; i + 1 < _readings.size(); ++i)
     {
-        int32 number = 0;
-        const char* after = parseInt(text, end, number);
-        if (after == text) return false;
-        text = after;
-        index = resolve(number, count);
-        return true;
-    };
-    const auto readSlash = [end](const char*& text)
-    {
-        if (text == end || *text != '/') return false;
-        ++text;
-        return true;
-    };
-    const bool found = readIndex(p, _positions.size(), corner.position);
-    if (found && readSlash(p))
-    {
-        const bool noTexture = readSlash(p);
-        if (noTexture || (readIndex(p, _textures.size(), corner.texture) && readSlash(p)))
-            readIndex(p, _normals.size(), corner.normal);
+        const ObjCounts here = _readings[i].piece->counts();
+        _before[i + 1] = {_before[i].positions + here.positions, _before[i].textures + here.textures,
+                          _before[i].normals + here.normals};
     }
-    p = skipToken(p, end);
+}
+
+/// The pieces behind the first whose indices count back.
+std::vector<uint32> ObjReader::countingBack() const
+{
+    std::vector<uint32> found;
+    for (uint32 i = 1; i < _readings.size(); ++i)
+        if (_readings[i].piece->countsBack()) found.push_back(i);
     return found;
-}
-
-void ObjReader::readFace(const char* p, const char* end)
-{
-    const std::size_t mostCorners = _report ? noIndex : 4;
-    bool isGood = true;
-    _corners.clear();
-    for (p = skipSpaces(p, end); p != end && isGood; p = skipSpaces(p, end))
-    {
-        isGood = _corners.size() < mostCorners && readCorner(p, end, _corners.emplace_back());
-    }
-    if (!isGood || _corners.size() < 3) return countLeftOut(&MeshReadingReport::faces, 1);
-    const auto triangles = static_cast<uint32>(_corners.size() - 2);
-    if (triangles > 1)
-        _current->polygons.push_back({Array<Index3>::checkedSize(_current->positions.size()), triangles});
-    for (uint32 i = 0; i < triangles; ++i)
-        _current->addTriangle(_corners[0], _corners[i + 1], _corners[i + 2]);
 }
 
 }  // namespace tavrix::detail

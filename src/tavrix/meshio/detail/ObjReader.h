@@ -1,93 +1,67 @@
 #pragma once
 
-#include <memory>
-#include <string>
-#include <string_view>
-#include <unordered_map>
-#include <vector>
+#include <span>
 
 #include <tavrix/foundation/ArrayOfPtr.h>
-#include <tavrix/foundation/Tuple.h>
-#include <tavrix/foundation/Vector3.h>
-#include <tavrix/mesh/Mesh.h>
-#include <tavrix/meshio/MeshReadingReport.h>
-#include <tavrix/meshio/ObjReadingMode.h>
+#include <tavrix/meshio/detail/FileRange.h>
+#include <tavrix/meshio/detail/ObjPiece.h>
+#include <tavrix/platform/FileStatus.h>
 
 namespace tavrix::detail
 {
 
-/// A corner of a face as 0-based indices; noIndex where the corner has no such element.
-struct ObjCorner
-{
-    uint32 position = noIndex;
-    uint32 texture = noIndex;
-    uint32 normal = noIndex;
-};
-
-/// A face of more than three corners: where its triangles begin, and how many they are. Triangle i has the
-/// corners 0, i + 1 and i + 2 of the face.
-struct ObjPolygon
-{
-    uint32 first, count;
-};
-
-/// One group of a file: its name and the corner indices of its triangles. The texture and normal triples are
-/// as many as the triangles, or none as long as no corner had such an index.
-struct ObjGroup
+/// All faces of one name: those of groups of several pieces, in the file's order.
+struct ObjObject
 {
     std::string name;
-    std::vector<Index3> positions;
-    std::vector<Index3> textures;
-    std::vector<Index3> normals;
-    /// The faces of more than one triangle, in their order.
-    std::vector<ObjPolygon> polygons;
-
-    void addTriangle(const ObjCorner& a, const ObjCorner& b, const ObjCorner& c);
+    std::vector<ObjGroup*> groups;
 };
 
-/// A file's elements as they stand in it, read by ObjFirstPass and turned into meshes by BuildObjects.
+/// A file's elements, read piece by piece, several at a time, and turned into meshes.
 class ObjReader
 {
 public:
-    /// With a report, faces of any number of corners are taken, comments may stand behind statements, and
-    /// what is left out is counted.
-    explicit ObjReader(ObjReadingMode mode, MeshReadingReport* report = nullptr);
+    /// With a report, lines and faces are what most programs take them for, and what is left out is counted.
+    ObjReader(ObjReadingMode mode, uint32 threadCount, MeshReadingReport* report = nullptr);
 
-    /// Reads every line and collects elements, and faces by group.
-    template <class Lines>
-    void ObjFirstPass(Lines& lines)
-    {
-        for (std::string_view line; lines.ReadLine(line);) readStatement(line);
-    }
-    /// Whether the last statement that was read had all that it needs.
-    bool endsWhole() const { return _isWhole; }
+    /// Reads the file. Pieces whose indices count back are read once more when it is known from where.
+    FileStatus read(const TX_String& path);
 
-    /// Appends one mesh per group that has faces. A position index without an element drops its face, another
-    /// index without one counts as none.
+    /// Appends one mesh per object that has faces. A position index without an element drops its face,
+    /// another index without one counts as none.
     void BuildObjects(bool withTextures, ArrayOfPtr<Mesh>& meshes);
 
 private:
-    void readStatement(std::string_view line);
-    void switchGroup(std::string_view name);
-    void readFace(const char* p, const char* end);
-    void countLeftOut(uint64 MeshReadingReport::*what, uint64 count);
-    void countFaults(const ObjGroup& group);
+    /// A piece that was read, and how its last line ended.
+    struct Reading
+    {
+        std::unique_ptr<ObjPiece> piece;
+        FileStatus status = FileStatus::ok;
+        bool isCut = false;
+    };
+
+    void readPieces(const TX_String& path, const std::vector<FileRange>& ranges,
+                    const std::vector<uint32>& which);
+    Reading readPiece(const TX_String& path, const FileRange& range, const ObjCounts& before) const;
+    FileStatus firstFailure() const;
+    std::vector<uint32> countingBack() const;
+    void countElements();
+
+    template <class Elements>
+    std::span<const Vector3F> join(const Elements& elements, Array<Vector3F>& storage) const;
+    std::vector<ObjObject> collectObjects() const;
+    void mendGroups();
+    MeshReadingReport countFaults(const ObjGroup& group) const;
     void triangulate(ObjGroup& group) const;
-    Vector3F readVector(const char* p, const char* end, uint32 needed);
-    bool readCorner(const char*& p, const char* end, ObjCorner& corner) const;
-    ObjGroup* GetGroupByName(const std::string& name) const;
-    ObjGroup* addGroup(std::string name);
     void dropFacesWithoutPosition(ObjGroup& group) const;
 
     ObjReadingMode _mode;
+    uint32 _threadCount;
     MeshReadingReport* _report;
-    bool _isWhole = true;
-    std::vector<Vector3F> _positions, _textures, _normals;
-    std::vector<ObjCorner> _corners;  ///< of the face that is being read
-    std::vector<std::unique_ptr<ObjGroup>> _groups;
-    std::unordered_map<std::string, ObjGroup*> _groupByName;
-    ObjGroup* _current = nullptr;
-    uint32 _groupLines = 0;
+    std::vector<Reading> _readings;
+    std::vector<ObjCounts> _before;  ///< the elements before each piece
+    Array<Vector3F> _joinedPositions, _joinedTextures, _joinedNormals;
+    std::span<const Vector3F> _positions, _textures, _normals;
 };
 
 }  // namespace tavrix::detail

@@ -1,5 +1,6 @@
 #include <tavrix/meshio/detail/StatementLines.h>
 
+#include <algorithm>
 #include <cstring>
 
 namespace tavrix::detail
@@ -17,17 +18,20 @@ bool isContinued(std::string_view line)
 
 }  // namespace
 
-FileStatus StatementLines::open(const TX_String& path)
+FileStatus StatementLines::open(const TX_String& path, const FileRange& range)
 {
     // the window is the buffer: reads as large as this pass the file's own
     constexpr uint32 noBuffer = 1;
     constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
     _status = _file.open(path, "rb", noBuffer);
-    _window.resize(windowSize);
+    if (_status == FileStatus::ok && range.begin > 0 && !_file.seek(range.begin, 0))
+        _status = FileStatus::failed;
+    _left = range.end - range.begin;
+    _window.resize(static_cast<std::size_t>(std::clamp<int64>(_left, 2, windowSize)));
     _next = _end = 0;
     _lineFeed = notSought;
     _lacksEnd = false;
-    if (_status == FileStatus::ok && refill() &&
+    if (_status == FileStatus::ok && range.begin == 0 && refill() &&
         std::string_view(_window.data(), _end).starts_with(byteOrderMark))
         _next = byteOrderMark.size();
     return _status;
@@ -93,7 +97,10 @@ bool StatementLines::refill()
     const std::size_t kept = _end - _next;
     if (kept > _window.size() / 2) _window.resize(2 * _window.size());
     std::memmove(_window.data(), _window.data() + _next, kept);
-    const std::size_t got = _file.readBuffer(_window.data() + kept, _window.size() - kept);
+    const auto wanted =
+        static_cast<std::size_t>(std::min<int64>(static_cast<int64>(_window.size() - kept), _left));
+    const std::size_t got = _file.readBuffer(_window.data() + kept, wanted);
+    _left -= static_cast<int64>(got);
     if (_file.status() == FileStatus::failed) _status = FileStatus::failed;
     _next = 0;
     _end = kept + got;

@@ -5,6 +5,7 @@
 #include <string_view>
 #include <vector>
 
+#include <tavrix/meshio/detail/FileRange.h>
 #include <tavrix/platform/FileBufferIn.h>
 
 namespace tavrix::detail
@@ -16,7 +17,8 @@ namespace tavrix::detail
 class StatementLines
 {
 public:
-    FileStatus open(const TX_String& path);
+    /// Opens a file, of which lines are read that begin in the range; it begins and ends where lines do.
+    FileStatus open(const TX_String& path, const FileRange& range = {});
 
     /// The next line without its end, valid until the next call; false at the end of the file.
     bool ReadLine(std::string_view& line);
@@ -32,6 +34,7 @@ private:
     bool refill();
 
     FileBufferIn _file;
+    int64 _left = 0;  ///< bytes of the range that were not read yet
     std::vector<char> _window;
     std::size_t _next = 0;      ///< first character not handed out
     std::size_t _end = 0;       ///< end of the characters in the window

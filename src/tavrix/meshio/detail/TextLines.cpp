@@ -22,11 +22,14 @@ const char* find(const char* begin, const char* end, char c)
 
 TextLines::TextLines(std::size_t maxLength) : _maxLength(maxLength) {}
 
-FileStatus TextLines::open(const TX_String& path)
+FileStatus TextLines::open(const TX_String& path, const FileRange& range)
 {
     // the window is the buffer: reads as large as this pass the file's own
     constexpr uint32 noBuffer = 1;
     _status = _file.open(path, "rb", noBuffer);
+    if (_status == FileStatus::ok && range.begin > 0 && !_file.seek(range.begin, 0))
+        _status = FileStatus::failed;
+    _left = range.end - range.begin;
     _window.reset(new char[_maxLength + windowSize]);
     _next = _end = _window.get();
     _hasZero = false;
@@ -39,7 +42,9 @@ bool TextLines::refill()
 {
     const auto kept = static_cast<std::size_t>(_end - _next);
     std::memmove(_window.get(), _next, kept);
-    const std::size_t got = _file.readBuffer(_window.get() + kept, windowSize);
+    const auto wanted = static_cast<std::size_t>(std::min<int64>(windowSize, _left));
+    const std::size_t got = _file.readBuffer(_window.get() + kept, wanted);
+    _left -= static_cast<int64>(got);
     if (_file.status() == FileStatus::failed) _status = FileStatus::failed;
     _next = _window.get();
     _end = _next + kept + got;

@@ -4,6 +4,7 @@
 #include <memory>
 #include <string_view>
 
+#include <tavrix/meshio/detail/FileRange.h>
 #include <tavrix/platform/FileBufferIn.h>
 
 namespace tavrix::detail
@@ -16,7 +17,8 @@ public:
     /// Of each line, the characters behind the first `maxLength`, and those behind a zero byte, are cut off.
     explicit TextLines(std::size_t maxLength);
 
-    FileStatus open(const TX_String& path);
+    /// Opens a file, of which lines are read that begin in the range; it begins and ends where lines do.
+    FileStatus open(const TX_String& path, const FileRange& range = {});
 
     /// The next line without its line feed, valid until the next call; false at the end of the file. A
     /// carriage return before the line feed stays. A last line needs no line feed.
@@ -31,6 +33,7 @@ private:
 
     std::size_t _maxLength;
     FileBufferIn _file;
+    int64 _left = 0;  ///< bytes of the range that were not read yet
     std::unique_ptr<char[]> _window;
     const char* _next = nullptr;  ///< first character not handed out
     const char* _end = nullptr;   ///< end of the characters in the window

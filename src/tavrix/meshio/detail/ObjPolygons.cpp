@@ -41,10 +41,10 @@ bool isFan(const Array<Index3>& triangles)
 
 }  // namespace
 
-void ObjReader::countFaults(const ObjGroup& group)
+MeshReadingReport ObjReader::countFaults(const ObjGroup& group) const
 {
     auto polygon = group.polygons.begin();
-    uint64 faces = 0, corners = 0;
+    MeshReadingReport faults;
     bool isFaceBad = false;
     for (uint32 f = 0; f < group.positions.size(); ++f)
     {
@@ -53,14 +53,15 @@ void ObjReader::countFaults(const ObjGroup& group)
         const bool isFirst = polygon == group.polygons.end() || f <= polygon->first;
         const uint32 missing = countMissing(group.positions[f], isFirst, _positions.size());
         if (isFirst) isFaceBad = false;
-        if (missing > 0 && !isFaceBad) ++faces;
+        if (missing > 0 && !isFaceBad) ++faults.faces;
         isFaceBad |= missing > 0;
-        corners += missing;
-        if (!group.textures.empty()) corners += countMissing(group.textures[f], isFirst, _textures.size());
-        if (!group.normals.empty()) corners += countMissing(group.normals[f], isFirst, _normals.size());
+        faults.corners += missing;
+        if (!group.textures.empty())
+            faults.corners += countMissing(group.textures[f], isFirst, _textures.size());
+        if (!group.normals.empty())
+            faults.corners += countMissing(group.normals[f], isFirst, _normals.size());
     }
-    countLeftOut(&MeshReadingReport::faces, faces);
-    countLeftOut(&MeshReadingReport::corners, corners);
+    return faults;
 }
 
 void ObjReader::triangulate(ObjGroup& group) const
