@@ -1,5 +1,6 @@
 #pragma once
 
+#include <tavrix/foundation/ElementaryFunctions.h>
 #include <tavrix/platform/Types.h>
 
 namespace tavrix::detail
@@ -14,7 +15,7 @@ struct DiffusionStep
     Value d;  ///< share that is lost
     Value min, max;
 
-    Value finish(Value v) const
+    TX_ALWAYS_INLINE Value finish(Value v) const
     {
         v = v - v * d;
         v = v < min ? min : v;
@@ -22,14 +23,16 @@ struct DiffusionStep
     }
 
     /// One explicit step of a sample, given its neighbours.
-    Value diffuse(Value own, Value lowX, Value highX, Value lowY, Value highY, Value lowZ, Value highZ) const
+    TX_ALWAYS_INLINE Value diffuse(Value own, Value lowX, Value highX, Value lowY, Value highY, Value lowZ,
+                                   Value highZ) const
     {
         const Value twice = 2 * own;
         return finish(own + a * ((highX + lowX - twice) + (highY + lowY - twice) + (highZ + lowZ - twice)));
     }
 
     /// One relaxation of a sample. The lower z neighbour, which is relaxed just before, comes last.
-    Value relax(Value source, Value lowX, Value highX, Value lowY, Value highY, Value lowZ, Value highZ) const
+    TX_ALWAYS_INLINE Value relax(Value source, Value lowX, Value highX, Value lowY, Value highY, Value lowZ,
+                                 Value highZ) const
     {
         return finish((a * (((lowX + highX) + (lowY + highY)) + highZ + lowZ) + source) / (6 * a + 1));
     }
