@@ -154,23 +154,81 @@ void readSamples(const TileStore<Value, Coord>& field, const NodeBox& box, const
                               block.samples + block.placeOf({i, j, box.low[2]}));
 }
 
-/// Calls visit(row of the block, place of the row in the tile, length) for the rows along z of the nodes of a
-/// tile that lie in the box.
-template <class Value, class Coord, class Visit>
-void forEachRowOfTile(const TileGrid3<Coord>& tileGrid, const uint32 (&tile)[3], const NodeBox& box,
-                      const Block<Value>& block, Visit visit)
+/// The rows along z of the nodes of a tile that lie in a box.
+template <class Value, class Coord>
+class TileRows
 {
-    uint32 origin[3], low[3], high[3];
-    for (uint32 axis = 0; axis < 3; ++axis)
+public:
+    TileRows(const TileGrid3<Coord>& tileGrid, const uint32 (&tile)[3], const NodeBox& box)
+        : _tileGrid(tileGrid)
     {
-        origin[axis] = tile[axis] * tileGrid.step();
-        low[axis] = std::max(box.low[axis], origin[axis]);
-        high[axis] = std::min(box.high[axis] - origin[axis], tileGrid.edge) + origin[axis];
+        for (uint32 axis = 0; axis < 3; ++axis)
+        {
+            _origin[axis] = tile[axis] * tileGrid.step();
+            _low[axis] = std::max(box.low[axis], _origin[axis]);
+            _high[axis] = std::min(box.high[axis] - _origin[axis], tileGrid.edge) + _origin[axis];
+        }
     }
-    for (uint32 i = low[0]; i < high[0]; ++i)
-        for (uint32 j = low[1]; j < high[1]; ++j)
-            visit(block.samples + block.placeOf({i, j, low[2]}),
-                  tileGrid.valueAt(i - origin[0], j - origin[1], low[2] - origin[2]), high[2] - low[2]);
+
+    /// Whether they are all of the tile's.
+    bool areAll() const
+    {
+        bool are = true;
+        for (uint32 axis = 0; axis < 3; ++axis) are &= _high[axis] - _low[axis] == _tileGrid.edge;
+        return are;
+    }
+
+    /// Calls visit(row of the block, place of the row in the tile, length) until one returns false.
+    template <class Visit>
+    bool forEach(const Block<Value>& block, Visit visit) const
+    {
+        for (uint32 i = _low[0]; i < _high[0]; ++i)
+            for (uint32 j = _low[1]; j < _high[1]; ++j)
+                if (!visit(block.samples + block.placeOf({i, j, _low[2]}),
+                           _tileGrid.valueAt(i - _origin[0], j - _origin[1], _low[2] - _origin[2]),
+                           _high[2] - _low[2]))
+                    return false;
+        return true;
+    }
+
+private:
+    const TileGrid3<Coord>& _tileGrid;
+    uint32 _origin[3], _low[3], _high[3];
+};
+
+/// Whether none of a tile's rows differs in the block from what it was; null for the default value.
+template <class Value, class Coord>
+bool isUnchanged(const TileRows<Value, Coord>& rows, const Block<Value>& block, const Array<Value>* before,
+                 Value defaultValue)
+{
+    return rows.forEach(block,
+                        [&](const Value* row, uint32 place, uint32 length)
+                        {
+                            const Value* old = before ? before->data() + place : nullptr;
+                            bool differs = false;  // not left early, so that the loop vectorises
+                            for (uint32 n = 0; n < length; ++n)
+                                differs |= row[n] != (old ? old[n] : defaultValue);
+                            return !differs;
+                        });
+}
+
+/// A tile's new values: those of the block, and around them what it was.
+template <class Value, class Coord>
+Array<Value> changedTile(const TileRows<Value, Coord>& rows, const Block<Value>& block,
+                         const Array<Value>* before, uint32 count, Value defaultValue)
+{
+    Array<Value> values(count);
+    if (!rows.areAll() && before)
+        values = *before;
+    else if (!rows.areAll())
+        values.assign(count, defaultValue);
+    rows.forEach(block,
+                 [&](const Value* row, uint32 place, uint32 length)
+                 {
+                     std::copy_n(row, length, values.data() + place);
+                     return true;
+                 });
+    return values;
 }
 
 /// Collects the tiles of a brick in which the block's samples are no longer the field's.
@@ -179,6 +237,7 @@ void collectChanges(const TileStore<Value, Coord>& field, const NodeBox& tiles, 
                     const Block<Value>& block, std::vector<TileChange<Value>>& changes)
 {
     const TileGrid3<Coord>& tileGrid = field.getTileGrid();
+    const Value defaultValue = field.getDefaultValue();
     uint32 tile[3];
     for (tile[0] = tiles.low[0]; tile[0] < tiles.high[0]; ++tile[0])
         for (tile[1] = tiles.low[1]; tile[1] < tiles.high[1]; ++tile[1])
@@ -186,21 +245,10 @@ void collectChanges(const TileStore<Value, Coord>& field, const NodeBox& tiles, 
             {
                 const uint32 monoindex = tileGrid.tiles.getMonoindex(tile[0], tile[1], tile[2]);
                 const Array<Value>* before = field.getTile(monoindex);
-                const Value defaultValue = field.getDefaultValue();
-                bool isChanged = false;
-                forEachRowOfTile(tileGrid, tile, box, block,
-                                 [&](const Value* row, uint32 place, uint32 length)
-                                 {
-                                     const Value* old = before ? before->data() + place : nullptr;
-                                     for (uint32 n = 0; n < length; ++n)
-                                         isChanged |= row[n] != (old ? old[n] : defaultValue);
-                                 });
-                if (!isChanged) continue;
-                Array<Value> values = before ? *before : Array<Value>(tileGrid.valuesPerTile(), defaultValue);
-                forEachRowOfTile(tileGrid, tile, box, block,
-                                 [&](const Value* row, uint32 place, uint32 length)
-                                 { std::copy_n(row, length, values.data() + place); });
-                changes.push_back({monoindex, std::move(values)});
+                const TileRows<Value, Coord> rows(tileGrid, tile, box);
+                if (isUnchanged(rows, block, before, defaultValue)) continue;
+                changes.push_back(
+                    {monoindex, changedTile(rows, block, before, tileGrid.valuesPerTile(), defaultValue)});
             }
 }
 
