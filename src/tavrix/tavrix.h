@@ -112,6 +112,7 @@
 #include <tavrix/implicit/ImplicitSurface3StrategyInterface.h>
 #include <tavrix/implicit/LevelSetExtraction.h>
 #include <tavrix/implicit/LevelSetSampling.h>
+#include <tavrix/implicit/SolidCombination.h>
 
 #include <tavrix/meshio/Mesh_BIN_FileParser.h>
 #include <tavrix/meshio/Mesh_OBJ_FileParser.h>
