@@ -1,8 +1,10 @@
 #include <cmath>
+#include <cstring>
 #include <limits>
 
 #include <pybind11/stl.h>
 
+#include <tavrix/implicit/LevelSetAdvection.h>
 #include <tavrix/implicit/LevelSetExtraction.h>
 #include <tavrix/implicit/LevelSetSampling.h>
 #include <tavrix/implicit/SolidCombination.h>
@@ -197,6 +199,34 @@ Made combinedBy(const LevelSetObject& self, const LevelSetObject& other, const T
     return combined(self, other, operation, threads, progress);
 }
 
+/// Velocities at the nodes of a level set as a field.
+Vector3Field3<float, double> velocitiesOf(py::handle object, const GridDescription3<double>& grid)
+{
+    const py::array array = numbersIn(object, "velocities");
+    confirmShape(array, {grid.sizeX, grid.sizeY, grid.sizeZ, 3}, "velocities", "the shape of samples, and 3");
+    const auto block = contiguous<float>(array);
+    Vector3Field3<float, double> field;
+    field.reset(grid);
+    std::memcpy(field.refArrVectors().data(), block.data(), sizeof(float) * 3 * grid.size);
+    return field;
+}
+
+Made advected(const LevelSetObject& self, const py::object& velocities, double duration,
+              const Threads& threads, const py::object& progress)
+{
+    if (!std::isfinite(duration)) throw py::value_error("duration: expected a finite number");
+    confirmMemory(self.grid().size * 24.0);
+    const auto field = velocitiesOf(velocities, self.grid());
+    LevelSetAdvectionSettings settings;
+    settings.threadCount = threadsOf(threads);
+    return changedCopy(self, progress,
+                       [&](LevelSet& surface, CancelCallback callback)
+                       {
+                           settings.callback = callback;
+                           advect(surface, steadyVelocity(field), 0, duration, settings);
+                       });
+}
+
 Made inverted(const LevelSetObject& self)
 {
     return changedCopy(self, py::none(), [](LevelSet& surface, CancelCallback) { surface.invert(); });
@@ -348,6 +378,18 @@ void bindChanging(py::class_<LevelSetObject>& type)
     >>> ball = tavrix.LevelSet(x*x + y*y + z*z - 1, 0.1, (-2, -2, -2)).redistance(band=0.5)
     >>> round(float(ball.evaluate([[1.3, 0, 0]])[0]), 1)
     0.3
+    )")
+        .def(
+            "advect", &advected, py::arg("velocities"), py::arg("duration"), py::kw_only(),
+            py::arg("threads") = py::none(), py::arg("progress") = py::none(),
+            R"(The solid carried along with a flow for a time, on its grid; backwards where the time is below 0.
+
+    velocities: a vector a node, shape (nx, ny, nz, 3); they stay the same.
+
+    >>> ball = tavrix.LevelSet.from_mesh(tavrix.Mesh.sphere(), 0.1, margin=0.5)
+    >>> moved = ball.advect(numpy.broadcast_to((1, 0, 0), (*ball.shape, 3)), 0.4)
+    >>> round(float(moved.extract().vertices[:, 0].max()), 1)
+    1.4
     )")
         .def("invert", &inverted, R"(The level set with inside and outside exchanged.
 

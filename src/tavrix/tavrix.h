@@ -93,7 +93,9 @@
 #include <tavrix/particles/ParticleSystemChunk_v2.h>
 #include <tavrix/particles/ParticleSystemIterator_v2.h>
 
+#include <tavrix/fields/AdvectionSettings.h>
 #include <tavrix/fields/AnisotropySettings.h>
+#include <tavrix/fields/FieldAdvection.h>
 #include <tavrix/fields/GridDescription3.h>
 #include <tavrix/fields/GridFit.h>
 #include <tavrix/fields/ScalarField3.h>
@@ -110,6 +112,7 @@
 #include <tavrix/implicit/ImplicitSurface3Regular.h>
 #include <tavrix/implicit/ImplicitSurface3Sparse.h>
 #include <tavrix/implicit/ImplicitSurface3StrategyInterface.h>
+#include <tavrix/implicit/LevelSetAdvection.h>
 #include <tavrix/implicit/LevelSetExtraction.h>
 #include <tavrix/implicit/LevelSetSampling.h>
 #include <tavrix/implicit/SolidCombination.h>

@@ -117,7 +117,7 @@ std::vector<OtherSolid> othersOf(const CLI::App& levelset)
     std::vector<OtherSolid> others;
     for (const auto& [name, file] : orderedValues(levelset))
         for (const CombiningOption& combining : combiningOptions)
-            if (name == combining.name) others.push_back({combining.operation, file});
+            if (name == combining.name) others.push_back(OtherSolid{combining.operation, file});
     return others;
 }
 
