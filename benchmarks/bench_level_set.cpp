@@ -2,8 +2,8 @@
 // redistancing 256^3 nodes from the exact band of a sphere, and diffusing 256^3 samples in both modes; at one
 // and two threads, the medians of a few runs. Beside OpenVDB's meshToLevelSet and sdfToSdf, with as many
 // threads, where it is installed, and a triad a = b + 3 c on arrays as large, which shows the memory's
-// bandwidth. `bench_level_set advection` is Enright's deformation test alone, which takes minutes: its time,
-// and the volume lost, beside OpenVDB's LevelSetAdvection.
+// bandwidth. `bench_level_set advection [100|200]` is Enright's deformation test alone, which takes minutes:
+// its time, and the volume lost, beside OpenVDB's LevelSetAdvection.
 
 #include <algorithm>
 #include <cmath>
@@ -249,9 +249,10 @@ void benchAdvection(uint32 size, uint32 threads)
 
 int main(int count, char** arguments)
 {
-    if (count == 2 && std::strcmp(arguments[1], "advection") == 0)
+    if (count >= 2 && std::strcmp(arguments[1], "advection") == 0)
     {
-        for (const uint32 size : {100u, 200u}) benchAdvection(size, 2);
+        for (const uint32 size : {100u, 200u})
+            if (count == 2 || std::to_string(size) == arguments[2]) benchAdvection(size, 2);
         return 0;
     }
     for (const uint32 threads : {1u, 2u})

@@ -96,14 +96,19 @@
 #include <tavrix/fields/AdvectionSettings.h>
 #include <tavrix/fields/AnisotropySettings.h>
 #include <tavrix/fields/FieldAdvection.h>
+#include <tavrix/fields/FieldDerivatives.h>
+#include <tavrix/fields/GridDescription2.h>
 #include <tavrix/fields/GridDescription3.h>
 #include <tavrix/fields/GridFit.h>
+#include <tavrix/fields/PlaneAdvection.h>
+#include <tavrix/fields/ScalarField2.h>
 #include <tavrix/fields/ScalarField3.h>
 #include <tavrix/fields/ScalarField3_base.h>
 #include <tavrix/fields/ScalarField3_SG.h>
 #include <tavrix/fields/ScalarField3Parent.h>
 #include <tavrix/fields/ScalarFieldModes.h>
 #include <tavrix/fields/TileGrid3.h>
+#include <tavrix/fields/Vector2Field2.h>
 #include <tavrix/fields/Vector3Field3.h>
 
 #include <tavrix/isosurface/GridEdgeKey.h>
