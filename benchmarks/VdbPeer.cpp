@@ -8,7 +8,9 @@
 #include <openvdb/openvdb.h>
 #include <openvdb/tools/Dense.h>
 #include <openvdb/tools/FastSweeping.h>
+#include <openvdb/tools/LevelSetAdvect.h>
 #include <openvdb/tools/MeshToVolume.h>
+#include <openvdb/tools/VelocityFields.h>
 #include <tbb/global_control.h>
 
 namespace
@@ -82,4 +84,33 @@ VdbSweeping sdfToSdf(const float* samples, const float* exact, int size, double 
         sweeping.meanError += std::fabs(*value - exact[place(value.getCoord())]);
     sweeping.meanError /= std::pow(size, 3);
     return sweeping;
+}
+
+VdbAdvection advectInEnrightField(float* samples, int size, int threads)
+{
+    openvdb::initialize();
+    const tbb::global_control limit(tbb::global_control::max_allowed_parallelism, threads);
+    const double voxelSize = 1.0 / (size - 1);
+    const auto band = static_cast<float>(3 * voxelSize);
+    const auto grid = openvdb::FloatGrid::create(band);
+    grid->setTransform(openvdb::math::Transform::createLinearTransform(voxelSize));
+    grid->setGridClass(openvdb::GRID_LEVEL_SET);
+    openvdb::tools::Dense<float, openvdb::tools::LayoutZYX> dense(
+        openvdb::CoordBBox({0, 0, 0}, openvdb::Coord(size - 1)), samples);
+    openvdb::tools::copyFromDense(dense, *grid, 0.0f);
+    for (auto value = grid->beginValueOn(); value; ++value)
+        if (std::fabs(*value) >= band)
+        {
+            value.setValue(*value < 0 ? -band : band);
+            value.setValueOff();
+        }
+    openvdb::tools::EnrightField<float> field;
+    openvdb::tools::LevelSetAdvection<openvdb::FloatGrid, openvdb::tools::EnrightField<float>> advection(
+        *grid, field);
+    advection.setSpatialScheme(openvdb::math::HJWENO5_BIAS);
+    advection.setTemporalScheme(openvdb::math::TVD_RK3);
+    VdbAdvection result{};
+    result.seconds = secondsOf([&] { result.steps = static_cast<int>(advection.advect(0, 3)); });
+    openvdb::tools::copyToDense(*grid, dense);
+    return result;
 }

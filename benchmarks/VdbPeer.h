@@ -25,3 +25,14 @@ struct VdbSweeping
 /// tools::sdfToSdf with so many iterations of sweeping on size^3 samples, z fastest, all of them active.
 VdbSweeping sdfToSdf(const float* samples, const float* exact, int size, double voxelSize, int iterations,
                      int threads);
+
+struct VdbAdvection
+{
+    double seconds;  ///< of the advection alone
+    int steps;
+};
+
+/// tools::LevelSetAdvection with fifth-order WENO and third-order Runge-Kutta from time 0 to 3 in Enright's
+/// deformation field over the unit cube. The samples are size^3 distances, z fastest, 1 / (size - 1) apart,
+/// of which those within three separations are active; they become those of the result.
+VdbAdvection advectInEnrightField(float* samples, int size, int threads);

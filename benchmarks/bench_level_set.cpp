@@ -2,17 +2,25 @@
 // redistancing 256^3 nodes from the exact band of a sphere, and diffusing 256^3 samples in both modes; at one
 // and two threads, the medians of a few runs. Beside OpenVDB's meshToLevelSet and sdfToSdf, with as many
 // threads, where it is installed, and a triad a = b + 3 c on arrays as large, which shows the memory's
-// bandwidth.
+// bandwidth. `bench_level_set advection [100|200]` is Enright's deformation test alone, which takes minutes:
+// its time, and the volume lost, beside OpenVDB's LevelSetAdvection.
 
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <cstring>
+#include <numbers>
+#include <string>
 #include <vector>
 
 #include <tavrix/fields/ScalarField3.h>
 #include <tavrix/foundation/ParallelFor.h>
 #include <tavrix/implicit/ImplicitSurface3Regular.h>
+#include <tavrix/implicit/LevelSetAdvection.h>
+#include <tavrix/implicit/LevelSetExtraction.h>
 #include <tavrix/isosurface/IsosurfaceExtractor3.h>
 #include <tavrix/mesh/Mesh.h>
+#include <tavrix/mesh/MeshTopology.h>
 
 #include "Measure.h"
 #include "Rows.h"
@@ -173,10 +181,80 @@ void benchDiffusion(uint32 threads)
     }
 }
 
+/// Enright's deformation in single precision, as the peer's field has it.
+Vector3D enrightVelocity(const Vector3D& point, double time)
+{
+    constexpr float pi = std::numbers::pi_v<float>;
+    const float x = pi * static_cast<float>(point.x), y = pi * static_cast<float>(point.y),
+                z = pi * static_cast<float>(point.z);
+    const float now = std::cos(static_cast<float>(time) * (pi / 3));
+    const float a = std::sin(2 * y), b = -std::sin(2 * x), c = std::sin(2 * z);
+    const auto squaredSine = [](float v) { return std::sin(v) * std::sin(v); };
+    return {now * 2 * squaredSine(x) * a * c, now * b * squaredSine(y) * c, now * b * a * squaredSine(z)};
+}
+
+/// A ball as distances in the unit cube.
+Surface enrightBall(uint32 size)
+{
+    const double separation = 1.0 / (size - 1), band = 3 * separation;
+    Surface surface;
+    surface.reset(size, size, size, separation);
+    surface.moveTo({0.5, 0.5, 0.5});
+    surface.setBand(static_cast<float>(band));
+    for (uint32 m = 0; m < surface.getArraySize(); ++m)
+    {
+        const double d = length(surface.getField().getPoint(m) - Vector3D{0.35, 0.35, 0.35}) - 0.15;
+        surface.set(m, static_cast<float>(std::clamp(d, -band, band)));
+    }
+    return surface;
+}
+
+double volumeOf(const Surface& surface)
+{
+    Mesh mesh;
+    extractClosed(surface, mesh, 2);
+    return signedVolume(mesh);
+}
+
+/// Enright's test: a ball is drawn out into a thin sheet, and back again.
+void benchAdvection(uint32 size, uint32 threads)
+{
+    const Surface start = enrightBall(size);
+    const double volume = volumeOf(start);
+    const auto lost = [&](const Surface& surface) { return 100 * (1 - volumeOf(surface) / volume); };
+    Surface surface = start;
+    LevelSetAdvectionSettings settings;
+    settings.threadCount = threads;
+    AdvectionReport report;
+    const double ours =
+        medianMilliseconds([&] { report = advect(surface, enrightVelocity, 0, 3, settings); }, 1);
+    std::printf(
+        "Enright's test on %u^3 nodes\n  advect           %8.1f ms  (%u steps, %.2f %% of the volume lost)\n",
+        size, ours, report.steps, lost(surface));
+    const std::string work = onThreads("Enright's test, " + std::to_string(size) + "^3", threads);
+#if defined(TAVRIX_WITH_OPENVDB)
+    surface = start;
+    const VdbAdvection peer = advectInEnrightField(surface.refField().refArrScalars().data(),
+                                                   static_cast<int>(size), static_cast<int>(threads));
+    std::printf("  LevelSetAdvection %7.1f ms  (%d steps, %.2f %% of the volume lost)\n", peer.seconds * 1e3,
+                peer.steps, lost(surface));
+    std::printf("  LevelSetAdvection / advect = %.1f\n", peer.seconds * 1e3 / ours);
+    benchmark::row(work, ours, {"OpenVDB's LevelSetAdvection", peer.seconds * 1e3, 0.5});
+#else
+    benchmark::row(work, ours);
+#endif
+}
+
 }  // namespace
 
-int main()
+int main(int count, char** arguments)
 {
+    if (count >= 2 && std::strcmp(arguments[1], "advection") == 0)
+    {
+        for (const uint32 size : {100u, 200u})
+            if (count == 2 || std::to_string(size) == arguments[2]) benchAdvection(size, 2);
+        return 0;
+    }
     for (const uint32 threads : {1u, 2u})
     {
         std::printf("%u thread%s\n", threads, threads == 1 ? "" : "s");

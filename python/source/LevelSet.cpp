@@ -1,10 +1,13 @@
 #include <cmath>
+#include <cstring>
 #include <limits>
 
 #include <pybind11/stl.h>
 
+#include <tavrix/implicit/LevelSetAdvection.h>
 #include <tavrix/implicit/LevelSetExtraction.h>
 #include <tavrix/implicit/LevelSetSampling.h>
+#include <tavrix/implicit/SolidCombination.h>
 #include <tavrix/mesh/MeshRepair.h>
 #include <tavrix/mesh/MeshTopology.h>
 
@@ -176,6 +179,54 @@ Made redistanced(const LevelSetObject& self, const std::optional<double>& band, 
                        { redistanceBand(surface, separations, count, callback); });
 }
 
+/// Combines a copy with another solid.
+Made combined(const LevelSetObject& self, const LevelSetObject& other, SolidOperation operation,
+              const Threads& threads, const py::object& progress)
+{
+    const GridFit grid = combinedGrid(self.surface, other.surface, operation);
+    if (!grid.isIndexable()) throw py::value_error("other: the grid would have more than 2^32 - 1 nodes");
+    confirmMemory(grid.nodeCount() * 10);
+    const uint32 count = threadsOf(threads);
+    return changedCopy(self, progress,
+                       [&](LevelSet& surface, CancelCallback callback)
+                       { combine(surface, other.surface, operation, count, callback); });
+}
+
+template <SolidOperation operation>
+Made combinedBy(const LevelSetObject& self, const LevelSetObject& other, const Threads& threads,
+                const py::object& progress)
+{
+    return combined(self, other, operation, threads, progress);
+}
+
+/// Velocities at the nodes of a level set as a field.
+Vector3Field3<float, double> velocitiesOf(py::handle object, const GridDescription3<double>& grid)
+{
+    const py::array array = numbersIn(object, "velocities");
+    confirmShape(array, {grid.sizeX, grid.sizeY, grid.sizeZ, 3}, "velocities", "the shape of samples, and 3");
+    const auto block = contiguous<float>(array);
+    Vector3Field3<float, double> field;
+    field.reset(grid);
+    std::memcpy(field.refArrVectors().data(), block.data(), sizeof(float) * 3 * grid.size);
+    return field;
+}
+
+Made advected(const LevelSetObject& self, const py::object& velocities, double duration,
+              const Threads& threads, const py::object& progress)
+{
+    if (!std::isfinite(duration)) throw py::value_error("duration: expected a finite number");
+    confirmMemory(self.grid().size * 24.0);
+    const auto field = velocitiesOf(velocities, self.grid());
+    LevelSetAdvectionSettings settings;
+    settings.threadCount = threadsOf(threads);
+    return changedCopy(self, progress,
+                       [&](LevelSet& surface, CancelCallback callback)
+                       {
+                           settings.callback = callback;
+                           advect(surface, steadyVelocity(field), 0, duration, settings);
+                       });
+}
+
 Made inverted(const LevelSetObject& self)
 {
     return changedCopy(self, py::none(), [](LevelSet& surface, CancelCallback) { surface.invert(); });
@@ -271,6 +322,37 @@ void bindMaking(py::class_<LevelSetObject>& type)
     )");
 }
 
+void bindCombining(py::class_<LevelSetObject>& type)
+{
+    type.def(
+            "union", &combinedBy<SolidOperation::Union>, py::arg("other"), py::kw_only(),
+            py::arg("threads") = py::none(), py::arg("progress") = py::none(),
+            R"(The solid and another one. The other may lie on any grid; the nodes are those of this one, continued.
+
+    >>> ball, box = tavrix.Mesh.sphere(), tavrix.Mesh.box((0, 0, 0), (1, 1, 1))
+    >>> a, b = (tavrix.LevelSet.from_mesh(mesh, 0.05) for mesh in (ball, box))
+    >>> round(a.union(b).extract().volume - a.subtract(b).extract().volume, 1)
+    1.0
+    )")
+        .def("intersect", &combinedBy<SolidOperation::Intersection>, py::arg("other"), py::kw_only(),
+             py::arg("threads") = py::none(), py::arg("progress") = py::none(),
+             R"(What the solid and another one share.
+
+    >>> a = tavrix.LevelSet.from_mesh(tavrix.Mesh.box((0, 0, 0), (1, 1, 1)), 0.05)
+    >>> b = tavrix.LevelSet.from_mesh(tavrix.Mesh.box((0.5, 0, 0), (2, 1, 1)), 0.1)
+    >>> round(a.intersect(b).extract().volume, 1)
+    0.5
+    )")
+        .def("subtract", &combinedBy<SolidOperation::Difference>, py::arg("other"), py::kw_only(),
+             py::arg("threads") = py::none(), py::arg("progress") = py::none(),
+             R"(The solid without another one.
+
+    >>> ball = tavrix.LevelSet.from_mesh(tavrix.Mesh.sphere(), 0.1)
+    >>> ball.subtract(ball.offset(-0.4)).extract().cavity_count
+    1
+    )");
+}
+
 void bindChanging(py::class_<LevelSetObject>& type)
 {
     type.def("offset", &grown, py::arg("distance"), py::kw_only(), py::arg("threads") = py::none(),
@@ -297,6 +379,18 @@ void bindChanging(py::class_<LevelSetObject>& type)
     >>> round(float(ball.evaluate([[1.3, 0, 0]])[0]), 1)
     0.3
     )")
+        .def(
+            "advect", &advected, py::arg("velocities"), py::arg("duration"), py::kw_only(),
+            py::arg("threads") = py::none(), py::arg("progress") = py::none(),
+            R"(The solid carried along with a flow for a time, on its grid; backwards where the time is below 0.
+
+    velocities: a vector a node, shape (nx, ny, nz, 3); they stay the same.
+
+    >>> ball = tavrix.LevelSet.from_mesh(tavrix.Mesh.sphere(), 0.1, margin=0.5)
+    >>> moved = ball.advect(numpy.broadcast_to((1, 0, 0), (*ball.shape, 3)), 0.4)
+    >>> round(float(moved.extract().vertices[:, 0].max()), 1)
+    1.4
+    )")
         .def("invert", &inverted, R"(The level set with inside and outside exchanged.
 
     >>> bool(tavrix.LevelSet.from_mesh(tavrix.Mesh.sphere(), 0.1).invert().evaluate([[0, 0, 0]])[0] > 0)
@@ -310,7 +404,7 @@ void bindLevelSet(py::module_& module)
 {
     py::class_<LevelSetObject> type(
         module, "LevelSet",
-        R"(Distances from a surface on a regular grid, negative inside: solids to be grown, shrunk and hollowed.
+        R"(Distances from a surface on a regular grid, negative inside: solids to be grown, shrunk, hollowed and combined.
 
     samples: shape (nx, ny, nz), kept as float32. spacing: of the nodes, above 0. origin: the first node. band: how
     far distances go; the largest sample when None. Operations return another level set.
@@ -322,6 +416,7 @@ void bindLevelSet(py::module_& module)
     )");
     bindMaking(type);
     bindChanging(type);
+    bindCombining(type);
     type.def("extract", &extractSolid, py::kw_only(), py::arg("normals") = false,
              py::arg("threads") = py::none(), py::arg("progress") = py::none(),
              R"(The surface as a closed mesh, faces outwards; closed at the grid's border as well.

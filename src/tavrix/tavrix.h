@@ -93,15 +93,22 @@
 #include <tavrix/particles/ParticleSystemChunk_v2.h>
 #include <tavrix/particles/ParticleSystemIterator_v2.h>
 
+#include <tavrix/fields/AdvectionSettings.h>
 #include <tavrix/fields/AnisotropySettings.h>
+#include <tavrix/fields/FieldAdvection.h>
+#include <tavrix/fields/FieldDerivatives.h>
+#include <tavrix/fields/GridDescription2.h>
 #include <tavrix/fields/GridDescription3.h>
 #include <tavrix/fields/GridFit.h>
+#include <tavrix/fields/PlaneAdvection.h>
+#include <tavrix/fields/ScalarField2.h>
 #include <tavrix/fields/ScalarField3.h>
 #include <tavrix/fields/ScalarField3_base.h>
 #include <tavrix/fields/ScalarField3_SG.h>
 #include <tavrix/fields/ScalarField3Parent.h>
 #include <tavrix/fields/ScalarFieldModes.h>
 #include <tavrix/fields/TileGrid3.h>
+#include <tavrix/fields/Vector2Field2.h>
 #include <tavrix/fields/Vector3Field3.h>
 
 #include <tavrix/isosurface/GridEdgeKey.h>
@@ -110,8 +117,10 @@
 #include <tavrix/implicit/ImplicitSurface3Regular.h>
 #include <tavrix/implicit/ImplicitSurface3Sparse.h>
 #include <tavrix/implicit/ImplicitSurface3StrategyInterface.h>
+#include <tavrix/implicit/LevelSetAdvection.h>
 #include <tavrix/implicit/LevelSetExtraction.h>
 #include <tavrix/implicit/LevelSetSampling.h>
+#include <tavrix/implicit/SolidCombination.h>
 
 #include <tavrix/meshio/Mesh_BIN_FileParser.h>
 #include <tavrix/meshio/Mesh_OBJ_FileParser.h>

@@ -8,6 +8,7 @@
 #include <random>
 #include <vector>
 
+#include <tavrix/fields/detail/AdvectionKernel.h>
 #include <tavrix/fields/detail/BallSplat.h>
 #include <tavrix/fields/detail/EllipsoidSplat.h>
 #include <tavrix/fields/detail/NeighbourMomentsKernel.h>
@@ -52,6 +53,37 @@ std::vector<Value> splatted(Splat splat)
 }
 
 }  // namespace
+
+TEST(Kernels, AdvectedSamplesAreTheSame)
+{
+    if (!hasAvx2()) GTEST_SKIP() << "this processor has no AVX2";
+    constexpr uint32 length = 71;
+    std::vector<float> rows(16 * length);
+    for (float& v : rows) v = engine() % 3 == 0 ? 0.5f : 2 * unit() - 1;  // with constant stretches
+    const auto row = [&](uint32 n) { return rows.data() + std::size_t{n} * length + 8; };
+    for (const uint32 count : {8u, 13u, 40u, 55u})
+    {
+        AdvectionRun run{.count = count,
+                         .start = row(12),
+                         .z = row(13),
+                         .x = {},
+                         .y = {},
+                         .speedX = row(14),
+                         .speedY = row(15),
+                         .speedZ = row(2)};
+        for (uint32 n = 0; n < 2 * advectionReach; ++n) run.x[n] = row(n), run.y[n] = row(n + 6);
+        std::vector<float> a(count), b(count);
+        plain::advectRun(run, 0.75f, 0.3f, a.data());
+        avx2::advectRun(run, 0.75f, 0.3f, b.data());
+        EXPECT_EQ(std::memcmp(a.data(), b.data(), count * sizeof(float)), 0) << count;
+        std::vector<uint8> u(count), v(count);
+        const float* const beside[4] = {row(1), row(2), row(3), row(4)};
+        plain::findVarying(row(0), beside, count, 0.7f, u.data());
+        avx2::findVarying(row(0), beside, count, 0.7f, v.data());
+        EXPECT_EQ(u, v);
+        EXPECT_NE(std::count(u.begin(), u.end(), 1), 0);
+    }
+}
 
 TEST(Kernels, SplatsAreTheSame)
 {

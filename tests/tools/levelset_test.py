@@ -68,6 +68,44 @@ class Shapes(LevelSetTest):
                      "-o", "out.obj")
         self.assertTrue(self.info("out.obj")["closed"])
 
+    def test_solids_are_combined_in_their_order(self):
+        """A cube, another one in a corner of it, and a small one in the middle of that."""
+        def cube(low, high):
+            return obj_file([tuple(low + (high - low) * c / 2 for c in p) for p in CUBE_POINTS], CUBE_FACES)
+
+        self.write("half.obj", cube(1, 3))
+        self.write("corner.obj", cube(1.5, 2.5))
+        both, corner = 8 + 8 - 1, 1 - 1 / 8
+        for arguments, volume in ((("--union", "half.obj"), both), (("--intersect", "half.obj"), 1),
+                                  (("--subtract", "half.obj"), 7),
+                                  (("--subtract", "half.obj", "--union", "corner.obj"), 7 + 1),
+                                  (("--union", "corner.obj", "--subtract", "half.obj"), 7),
+                                  (("--union", "half.obj", "--offset", -0.25), 2 * 1.5**3 - 0.5**3),
+                                  (("--intersect", "half.obj", "--subtract", "corner.obj", "--union=half.obj"), 8)):
+            self.make("cube.stl", *arguments, "--save-config", "job.toml")
+            self.assert_solid("out.obj", volume, 0.025)
+            first = (self.folder / "out.obj").read_bytes()
+            self.succeed("--config", "job.toml", "-o", "again.obj")
+            self.assertEqual((self.folder / "again.obj").read_bytes(), first)
+        self.assertIn("combination = [ { intersect = 'half.obj' }, { subtract = 'corner.obj' }, { union = 'half.obj' } ]",
+                      (self.folder / "job.toml").read_text())
+        self.succeed("--config", "job.toml", "-o", "again.obj", "--subtract", "half.obj")  # instead of the file's
+        self.assert_solid("again.obj", 7)
+        self.write("job.toml", b'command = "levelset"\ncombination = [{offset = 1}]\n')
+        self.assert_all_refused("--config job.toml", [("", 1, "combination", "offset")])
+
+        self.succeed("levelset", "half.obj", "-s", SPACING / 2, "--save-field", "half.field")
+        self.write("drop.bin", particle_file([(0, 0, 0)]))
+        volume = 8 - 1 - 0.8**3 * pi / 6
+        self.make("cube.stl", "--subtract", "half.field", "--subtract", "drop.bin", "--radius", 0.8)
+        self.assert_solid("out.obj", volume)
+        self.assert_one_answer("levelset", "cube.stl", "--union", "half.obj", "--shell", 0.2, "-s", 0.05)
+        self.assert_all_refused("levelset", (
+            ("cube.stl -s 0.1 --subtract cube.stl -o o.obj", 1, "cube.stl", "--subtract leaves nothing"),
+            ("cube.stl -s 0.1 --union none.stl -o o.obj", 1, "none.stl"),
+            ("cube.stl -s 0.1 --union half.obj -o ./half.obj", 1, "input"),
+            ("cube.stl -s 0.1 --union half.obj --unsigned --offset 1 -o o.obj", 2, "--unsigned")))
+
     def test_meshes_of_all_kinds(self):
         lines = CUBE_TEXT.decode().splitlines()
         cut, last = obj_file(CUBE_POINTS, CUBE_FACES[:-1]), CUBE_FACES[-1]

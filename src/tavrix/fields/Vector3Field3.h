@@ -55,6 +55,21 @@ public:
     /// vector, outside the closed box.
     Tuple2<bool, Vector3<Value>> evalSafe(const Vector3<Coord>& point) const;
 
+    /// The derivatives of the vectors along x, y and z at a node: central differences, one-sided ones at
+    /// borders, and zero along an axis of one node.
+    Tuple3<Vector3<Value>, Vector3<Value>, Vector3<Value>> gradient(const Index3& node) const;
+    /// Gives the vector field this one's grid and the curl at every node, by `gradient`. Not itself. The same
+    /// bytes for every thread count.
+    void curl(Vector3Field3& out, uint32 threadCount = 1) const;
+
+    /// Sets every node to the mean of the vectors of particles in the cells around it, weighted as points are
+    /// interpolated, and to zero where there are none: the transfer from particles to the grid that evalSafe
+    /// reverses. Particles outside the box are left out. `weights`, if there are any, get the sum of weights
+    /// of every node. As many vectors as positions; sums go in the order of the particles, so the bytes are
+    /// the same for every thread count. Linear in particles and nodes.
+    void splat(const Array<Vector3<Value>>& positions, const Array<Vector3<Value>>& vectors,
+               Array<Value>* weights = nullptr, uint32 threadCount = 1);
+
 private:
     Array<Vector3<Value>> _vectors;  ///< before the grid, so that a copy that fails leaves as many as nodes
     GridDescription3<Coord> _grid{};

@@ -10,6 +10,7 @@
 #include <CLI/CLI.hpp>
 
 #include "arguments/NearMiss.h"
+#include "arguments/OrderedOptions.h"
 #include "formats/FileName.h"
 #include "formats/OutputFile.h"
 #include "run/Failure.h"
@@ -28,12 +29,17 @@ const std::set<std::string>& optionsAside()
     return names;
 }
 
+bool isOrdered(const CLI::Option* option) { return option->get_group() == orderedGroup; }
+
 std::string smallLetters(std::string text)
 {
     for (char& c : text)
         if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
     return text;
 }
+
+/// The key of the options whose order counts.
+std::string orderedKey() { return smallLetters(orderedGroup); }
 
 /// The keys that stand for an option: its long names, or the positional's in small letters.
 std::vector<std::string> keysOf(const CLI::Option& option)
@@ -168,6 +174,29 @@ const CLI::Option& optionOf(const CLI::App& command, const std::string& key, con
                   (near.empty() ? "" : "; did you mean " + near + "?"));
 }
 
+/// The arguments of options whose order counts; none of the file's where the arguments give some.
+void appendOrdered(std::vector<std::string>& arguments, const CLI::App& command, const toml::node* list,
+                   const std::set<const CLI::Option*>& given, const std::string& path)
+{
+    if (!list) return;
+    const std::string where = path + ": " + orderedKey();
+    const toml::array* const steps = list->as_array();
+    if (!steps) throw Failure(where + " must be an array of tables, as in [{union = \"b.stl\"}]");
+    const bool isGiven = std::any_of(given.begin(), given.end(), isOrdered);
+    for (const toml::node& step : *steps)
+    {
+        const toml::table* const table = step.as_table();
+        if (!table || table->size() != 1)
+            throw Failure(where + " must hold tables of one option each, as in {union = \"b.stl\"}");
+        const auto entry = table->begin();
+        const std::string key(entry->first.str());
+        const CLI::Option& option = optionOf(command, key, path);
+        const std::string place = formatted("%s: %s", where.c_str(), key.c_str());
+        if (!isOrdered(&option)) throw Failure(place + " is none of these options");
+        if (!isGiven) append(arguments, option, key, entry->second, place);
+    }
+}
+
 toml::array resultsOf(const CLI::Option& option)
 {
     toml::array values;
@@ -201,8 +230,10 @@ std::vector<std::string> withJobFile(CLI::App& app, std::vector<std::string> arg
         for (const std::string& key : keysOf(*option))
             if (const toml::node* value = job.get(key); value && given.count(option) == 0)
                 append(arguments, optionOf(command, key, *path), key, *value, *path + ": " + key);
+    appendOrdered(arguments, command, job.get(orderedKey()), given, *path);
     for (const auto& [key, value] : job)
-        if (key.str() != "command") optionOf(command, std::string(key.str()), *path);
+        if (key.str() != "command" && key.str() != orderedKey())
+            optionOf(command, std::string(key.str()), *path);
     return arguments;
 }
 
@@ -212,7 +243,8 @@ void saveJobFile(const CLI::App& command, const std::string& path)
     text << "command = " << toml::value<std::string>(command.get_name()) << "\n";
     for (const CLI::Option* option : command.get_options())
     {
-        if (option->count() == 0 || optionsAside().count(keysOf(*option).front()) > 0) continue;
+        if (option->count() == 0 || isOrdered(option) || optionsAside().count(keysOf(*option).front()) > 0)
+            continue;
         const bool isFlag = option->get_expected_max() == 0 || option->get_type_size_max() == 0;
         const toml::array values = resultsOf(*option);
         text << keysOf(*option).front() << " = ";
@@ -223,6 +255,12 @@ void saveJobFile(const CLI::App& command, const std::string& path)
         else
             text << values;
         text << "\n";
+    }
+    if (const auto ordered = orderedValues(command); !ordered.empty())
+    {
+        toml::array steps;
+        for (const auto& [name, value] : ordered) steps.push_back(toml::table{{{name.substr(2), value}}});
+        text << orderedKey() << " = " << steps << "\n";
     }
     formats::writeFileWhole(path,
                             [&](const std::string& name)

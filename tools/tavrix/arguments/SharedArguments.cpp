@@ -5,6 +5,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include "arguments/OrderedOptions.h"
 #include "arguments/Validators.h"
 #include "formats/FileKind.h"
 #include "formats/FileName.h"
@@ -237,11 +238,14 @@ std::string settingsText(const CLI::App& command)
     for (const CLI::Option* option : command.get_options())
     {
         const std::string name = option->get_name();
-        if (option->count() == 0 || option->get_positional() || aside.count(name) > 0) continue;
+        if (option->count() == 0 || option->get_positional() || aside.count(name) > 0 ||
+            option->get_group() == orderedGroup)
+            continue;
         text += name;
         for (const std::string& value : option->results()) text += " " + value;
         text += "\n";
     }
+    for (const auto& [name, value] : orderedValues(command)) text += name + " " + value + "\n";
     return text;
 }
 

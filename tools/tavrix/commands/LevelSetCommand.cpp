@@ -5,6 +5,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include "arguments/OrderedOptions.h"
 #include "arguments/SharedArguments.h"
 #include "arguments/Validators.h"
 #include "commands/MeshClip.h"
@@ -83,6 +84,43 @@ void addShape(CLI::App& levelset, LevelSetOptions& options)
         ->group("Shape");
 }
 
+/// The options that combine solids, by their names.
+struct CombiningOption
+{
+    const char* name;
+    SolidOperation operation;
+    const char* description;
+};
+constexpr CombiningOption combiningOptions[] = {
+    {"--union", SolidOperation::Union,
+     "Add another solid: a mesh, particles or a field file (.field). Such options are taken in the order in "
+     "which they stand, before --offset and --shell"},
+    {"--subtract", SolidOperation::Difference, "Cut another solid away"},
+    {"--intersect", SolidOperation::Intersection, "Keep what lies in another solid as well"}};
+
+void addCombination(CLI::App& levelset)
+{
+    std::vector<std::string> extensions = inputExtensions();
+    extensions.push_back("field");
+    for (const CombiningOption& combining : combiningOptions)
+        levelset.add_option(combining.name, combining.description)
+            ->check(anyFile(extensions))
+            ->take_all()
+            ->allow_extra_args(false)
+            ->option_text("FILE")
+            ->group(orderedGroup);
+}
+
+/// The solids of these options in the order of the command line.
+std::vector<OtherSolid> othersOf(const CLI::App& levelset)
+{
+    std::vector<OtherSolid> others;
+    for (const auto& [name, file] : orderedValues(levelset))
+        for (const CombiningOption& combining : combiningOptions)
+            if (name == combining.name) others.push_back(OtherSolid{combining.operation, file});
+    return others;
+}
+
 void addFields(CLI::App& levelset, LevelSetOptions& options)
 {
     levelset.add_option("--save-field", options.saveField, "Write the distances into a file as well")
@@ -134,6 +172,9 @@ void checkTogether(const CLI::App& levelset, const LevelSetOptions& options)
            "would fill the hollow that --shell makes; give one of them");
     demand(!options.isUnsigned || options.offset > 0, "--unsigned",
            "has no inside, so it needs an --offset above 0: the surface is a wall that far around the sheet");
+    demand(!options.isUnsigned || options.others.empty(), "--unsigned",
+           "has no inside, which --union, --subtract and --intersect need; make the wall first, then combine "
+           "it");
     checkFrames(levelset, filesOf(options));
     refusePictureOptions(levelset, !options.preview.empty());
     if (!options.output.empty())
@@ -161,6 +202,7 @@ void addLevelSetCommand(CLI::App& app, Command& command)
         app.add_subcommand("levelset", "Grow, shrink, hollow and remesh solids by their distances");
     addFiles(*levelset, *options);
     addDistances(*levelset, *options);
+    addCombination(*levelset);
     addShape(*levelset, *options);
     addFields(*levelset, *options);
     addSequence(*levelset, options->sequence, false);
@@ -171,10 +213,13 @@ void addLevelSetCommand(CLI::App& app, Command& command)
         "leave out. Fields from elsewhere need --redistance when they are no distances. Where the\n"
         "inside of a field reaches the border of its grid, the mesh is closed half a spacing\n"
         "beyond.\n\n"
+        "Solids are combined at one spacing, on whole grids. --offset and --shell then go on\n"
+        "from distances that are calculated anew.\n\n"
         "Examples:\n"
         "  tavrix levelset part.stl -o larger.stl --offset 0.5\n"
         "  tavrix levelset part.stl -o hollow.stl --shell 2 --spacing 0.25\n"
         "  tavrix levelset sheet.obj -o wall.obj --unsigned --offset 1\n"
+        "  tavrix levelset part.stl -o fitted.stl --union boss.stl --subtract hole.stl\n"
         "  tavrix levelset water.bin -o water.obj --radius 0.04 --save-field water.field\n"
         "  tavrix levelset --load-field water.field -o smaller.obj --offset -0.01");
     levelset->callback(
@@ -182,6 +227,7 @@ void addLevelSetCommand(CLI::App& app, Command& command)
         {
             if (!options->output.empty())
                 nameInFolder(*levelset, options->source(), options->output, options->folder);
+            options->others = othersOf(*levelset);
             options->settings = settingsText(*levelset);
             options->finish.up = options->picture.up;
             checkTogether(*levelset, *options);

@@ -59,7 +59,7 @@ bool goesByBlocks(const LevelSetInput& input, const LevelSetOptions& options)
 {
     constexpr double smallGrid = 1 << 29;  // bytes; sampled in a second or two, several times sooner
     const bool hasSides = !input.isMesh() || input.isClosed || options.isUnsigned;
-    return hasSides && options.saveField.empty() && !options.redistance &&
+    return hasSides && options.others.empty() && options.saveField.empty() && !options.redistance &&
            gridBytesOf(input, options) > smallGrid;
 }
 

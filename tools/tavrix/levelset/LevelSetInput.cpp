@@ -76,7 +76,7 @@ double spacingFor(const Box3D& box, const LevelSetOptions& options)
 
 LevelSetInput readMesh(const LevelSetOptions& options, Progress& progress)
 {
-    if (options.radius)
+    if (options.radius && options.others.empty())
         throw Failure(options.input + ": is a mesh, and --radius is for particles; leave it out");
     if (options.crop)
         throw Failure(options.input +

@@ -17,6 +17,7 @@
 #include "formats/FileName.h"
 #include "formats/MeshFile.h"
 #include "levelset/LevelSetBlocks.h"
+#include "levelset/LevelSetCombination.h"
 #include "levelset/LevelSetInput.h"
 #include "levelset/LevelSetNotes.h"
 #include "levelset/LevelSetSource.h"
@@ -52,7 +53,7 @@ bool wantsNormals(const LevelSetOptions& options)
 
 std::size_t stageCount(const LevelSetOptions& options)
 {
-    std::size_t count = 2;
+    std::size_t count = options.others.empty() ? 2 : 3 + 3 * options.others.size();
     for (const bool isTaken :
          {options.reshapes() || options.redistance, wantsMesh(options) && options.fillCavities,
           wantsMesh(options), wantsNormals(options), !options.output.empty(), !options.saveField.empty(),
@@ -185,23 +186,29 @@ std::string takeField(LevelSetSource& source, MadeMesh& made, const LevelSetOpti
     return source.summary;
 }
 
+/// The distances of what was read, or of the field file.
+LevelSetSource makeSource(const LevelSetInput& input, const LevelSetOptions& options, uint32 threads,
+                          Progress& progress)
+{
+    return options.loadField.empty() ? sampleInput(input, options, threads, progress)
+                                     : loadSource(options, threads, progress);
+}
+
 /// Makes the mesh, and the field file when it is wanted. Returns the lines that tell from what.
 std::string makeSurface(MadeMesh& made, const LevelSetOptions& options, uint32 threads, Progress& progress)
 {
-    if (!options.loadField.empty())
-    {
-        LevelSetSource source = loadSource(options, threads, progress);
-        return takeField(source, made, options, threads, progress);
-    }
-    const LevelSetInput input = readInput(options, progress);
-    if (goesByBlocks(input, options))
+    const LevelSetInput input = options.loadField.empty() ? readInput(options, progress) : LevelSetInput();
+    if (options.loadField.empty() && goesByBlocks(input, options))
     {
         noteThinWalls(options, input.spacing, progress);
         const MadeByBlocks byBlocks = meshByBlocks(input, made.mesh, options, threads, progress);
         made.filled = byBlocks.filled;
         return input.summary + byBlocks.summary;
     }
-    LevelSetSource source = sampleInput(input, options, threads, progress);
+    const bool isAlone = options.others.empty();
+    LevelSetSource source =
+        makeSource(input, isAlone ? options : withoutReshaping(options), threads, progress);
+    if (!isAlone) combineWithOthers(source, options, threads, progress);
     return takeField(source, made, options, threads, progress);
 }
 

@@ -47,11 +47,27 @@ void makeRoom(LevelSet& surface, const LevelSetOptions& options)
     const auto& grid = surface.getField().getGrid();
     const double nodes = std::ceil(options.offset / grid.largestSeparation);
     const double count = (grid.sizeX + 2 * nodes) * (grid.sizeY + 2 * nodes) * (grid.sizeZ + 2 * nodes);
-    confirmFits(count, bytesPerGrownNode, options.loadField + ": grown by --offset");
+    confirmFits(count, bytesPerGrownNode, options.source() + ": grown by --offset");
     surface = grownGrid(surface, static_cast<uint32>(nodes));
 }
 
 }  // namespace
+
+void fitReshaping(LevelSetSource& source, const LevelSetOptions& options, bool isAnew, uint32 threads)
+{
+    LevelSet& surface = source.surface;
+    if (options.offset > 0) makeRoom(surface, options);
+    const auto& grid = surface.getField().getGrid();
+    const double band = bandFor(extentOf(options, grid.largestSeparation), grid.box);
+    const GridFit fit{
+        {double(grid.sizeX), double(grid.sizeY), double(grid.sizeZ)}, {0, 0, 0}, grid.largestSeparation};
+    source.summary += "grid       " + gridText(fit) + "\n" + formatted("band       %.4g spacings\n", band);
+    if (isAnew)
+        redistanceBand(surface, band, threads, StageScope::poll);
+    else if (options.reshapes())
+        widenBandTo(surface, band, threads, StageScope::poll);
+    stopIfInterrupted();
+}
 
 double gridBytesOf(const LevelSetInput& input, const LevelSetOptions& options)
 {
@@ -82,23 +98,11 @@ LevelSetSource loadSource(const LevelSetOptions& options, uint32 threads, Progre
     progress.begin("read");
     const auto confirm = [&](uint32 nodes)
     { confirmFits(nodes, LevelSetPlan::bytesPerNode, options.loadField); };
-    LevelSetSource source{formats::readField(options.loadField, options.layout, confirm), ""};
-    LevelSet& surface = source.surface;
+    LevelSetSource source{formats::readField(options.loadField, options.layout, confirm),
+                          "input      a field\n"};
     stopIfInterrupted();
-
     const StageScope stage(progress, "distances");
-    if (options.offset > 0) makeRoom(surface, options);
-    const auto& grid = surface.getField().getGrid();
-    const double spacing = grid.largestSeparation;
-    const double band = bandFor(extentOf(options, spacing), grid.box);
-    const GridFit fit{{double(grid.sizeX), double(grid.sizeY), double(grid.sizeZ)}, {0, 0, 0}, spacing};
-    source.summary = "input      a field\ngrid       " + gridText(fit) + "\n" +
-                     formatted("band       %.4g spacings\n", band);
-    if (options.redistance)
-        redistanceBand(surface, band, threads, StageScope::poll);
-    else if (options.reshapes())
-        widenBandTo(surface, band, threads, StageScope::poll);
-    stopIfInterrupted();
+    fitReshaping(source, options, options.redistance, threads);
     return source;
 }
 

@@ -28,4 +28,8 @@ LevelSetSource sampleInput(const LevelSetInput& input, const LevelSetOptions& op
 /// The same from the field file that the options name; "read" comes before.
 LevelSetSource loadSource(const LevelSetOptions& options, uint32 threads, Progress& progress);
 
+/// Makes room on the grid for what the options ask for, and distances as far as that needs: anew, or from
+/// those that are there. Adds lines to the summary. Throws Failure.
+void fitReshaping(LevelSetSource& source, const LevelSetOptions& options, bool isAnew, uint32 threads);
+
 }  // namespace tavrix::tool
