@@ -73,6 +73,7 @@
 #include <tavrix/meshproc/MeshDecimation.h>
 #include <tavrix/meshproc/MeshFairing.h>
 #include <tavrix/meshproc/MeshSlicing.h>
+#include <tavrix/meshproc/MeshTessellator.h>
 #include <tavrix/meshproc/Polygons.h>
 #include <tavrix/meshproc/Polygonum.h>
 #include <tavrix/meshproc/polylinetools.h>

@@ -85,6 +85,7 @@ void describe(CLI::App& app, Command& command)
     addPreviewCommand(app, command);
     addConvertCommand(app, command);
     addSimplifyCommand(app, command);
+    addSubdivideCommand(app, command);
     addSphereCommand(app, command);
     addSliceCommand(app, command);
     addQueryCommand(app, command);

@@ -39,6 +39,9 @@ void addConvertCommand(CLI::App& app, Command& command);
 /// Adds `tavrix simplify`: a mesh file in, the same with fewer faces or with near vertices joined out.
 void addSimplifyCommand(CLI::App& app, Command& command);
 
+/// Adds `tavrix subdivide`: a mesh file in, the same with more faces out.
+void addSubdivideCommand(CLI::App& app, Command& command);
+
 /// Adds `tavrix sphere`: a triangulated sphere out.
 void addSphereCommand(CLI::App& app, Command& command);
 
