@@ -1,9 +1,12 @@
 #include <cmath>
+#include <span>
 #include <stdexcept>
+#include <string>
 
 #include <pybind11/stl.h>
 
 #include <tavrix/foundation/ElementaryFunctions.h>
+#include <tavrix/meshproc/MeshDisplacement.h>
 #include <tavrix/meshproc/MeshTessellator.h>
 #include <tavrix/platform/Hardware.h>
 
@@ -63,6 +66,23 @@ py::object withSplitEdges(const MeshObject& self, double longest, const Threads&
                        { confirmSize(MeshTessellator(count, callback).splitEdges(mesh, longest)); });
 }
 
+py::object displaced(const MeshObject& self, const py::object& heights, const Threads& threads,
+                     const py::object& progress)
+{
+    const uint32 count = threadsOf(threads);
+    const bool isOne = py::isinstance<py::float_>(heights) || py::isinstance<py::int_>(heights);
+    const Array<double> same(isOne ? self.mesh.getPosSize() : 0, isOne ? heights.cast<double>() : 0);
+    std::optional<ArrayIn<double>> each;
+    if (!isOne) each.emplace(heights, "heights");
+    const std::span<const double> values = isOne ? std::span(same.data(), same.size()) : each->span();
+    if (values.size() != self.mesh.getPosSize())
+        throw py::value_error("heights: expected one for each of the " +
+                              std::to_string(self.mesh.getPosSize()) + " vertices");
+    return changedCopy(self, progress, "displace",
+                       [&](Mesh& mesh, CancelCallback callback)
+                       { MeshDisplacement(count, callback).byHeights(mesh, values); });
+}
+
 }  // namespace
 
 void bindMeshRefinement(py::class_<MeshObject>& type)
@@ -88,6 +108,17 @@ void bindMeshRefinement(py::class_<MeshObject>& type)
     Normals and attributes are carried along. No vertex lies on another face's edge.
 
     >>> tavrix.Mesh.box((0, 0, 0), (1, 1, 1)).split_edges(0.5).is_closed
+    True
+    )")
+        .def("displace", &displaced, py::arg("heights"), py::kw_only(), py::arg("threads") = py::none(),
+             py::arg("progress") = py::none(),
+             R"(The mesh with its vertices moved along their normals, outwards for heights above 0.
+
+    heights: one for each vertex, such as samples of a field or a picture, or one for all. Vertices at one place
+    along a seam move together. Normals are made anew, if there were some.
+
+    >>> ball = tavrix.Mesh.sphere(500).split_edges(0.05)
+    >>> bool(ball.displace(0.1 * ball.vertices[:, 2]).volume > ball.volume)
     True
     )");
 }

@@ -172,6 +172,9 @@ class Mesh:
         threads: Optional[int] = None,
         progress: _Progress = None,
     ) -> Mesh: ...
+    def displace(
+        self, heights: ArrayLike, *, threads: Optional[int] = None, progress: _Progress = None
+    ) -> Mesh: ...
     def split_edges(
         self, longest: float, *, threads: Optional[int] = None, progress: _Progress = None
     ) -> Mesh: ...

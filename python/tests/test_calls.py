@@ -138,6 +138,7 @@ def test_many_threads_may_call_at_once():
         (lambda: tavrix.Mesh.sphere().decimate(), ValueError, "give faces, ratio or error"),
         (lambda: tavrix.Mesh.sphere().subdivide(15), ValueError, "0 to 14"),
         (lambda: tavrix.Mesh.sphere().split_edges(1e-9), MemoryError, "longer edge"),
+        (lambda: tavrix.Mesh.sphere().displace([1, 2]), ValueError, "each of the 252 vertices"),
         (lambda: tavrix.Mesh.sphere().slice([0], 3), ValueError, "0, 1, 2 or a direction"),
         (lambda: tavrix.Mesh.sphere().slice([0], (0, 0, 0)), ValueError, "direction"),
         (lambda: tavrix.Mesh.sphere().slice([[0]]), ValueError, "heights"),

@@ -111,6 +111,7 @@ def test_any_mesh_survives_any_operation(mesh, data):
         lambda: mesh.clip((-1, -1, -1), (1, 1, data.draw(some.floats(-1, 2))), closed=True),
         lambda: mesh.subdivide(data.draw(some.integers(0, 2)), sharp=number()),
         lambda: mesh.split_edges(data.draw(some.floats(0.2, 3))),
+        lambda: mesh.displace(data.draw(some.one_of(NUMBERS, ANYTHING))),
         lambda: mesh.repair(),
         lambda: mesh.flip(),
         lambda: mesh.fill_cavities(),

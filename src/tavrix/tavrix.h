@@ -40,6 +40,7 @@
 #include <tavrix/foundation/FileStreamRaw.h>
 #include <tavrix/foundation/FileStreamRawBuffered.h>
 #include <tavrix/foundation/GeometryTree_RL.h>
+#include <tavrix/foundation/GradientNoise.h>
 #include <tavrix/foundation/List.h>
 #include <tavrix/foundation/Matrix4.h>
 #include <tavrix/foundation/Mesh_RL.h>
@@ -69,8 +70,10 @@
 #include <tavrix/mesh/SheetSeparation.h>
 
 #include <tavrix/meshproc/FairingSettings.h>
+#include <tavrix/meshproc/HeightPicture.h>
 #include <tavrix/meshproc/MeshClipping.h>
 #include <tavrix/meshproc/MeshDecimation.h>
+#include <tavrix/meshproc/MeshDisplacement.h>
 #include <tavrix/meshproc/MeshFairing.h>
 #include <tavrix/meshproc/MeshSlicing.h>
 #include <tavrix/meshproc/MeshTessellator.h>

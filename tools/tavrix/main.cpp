@@ -86,6 +86,7 @@ void describe(CLI::App& app, Command& command)
     addConvertCommand(app, command);
     addSimplifyCommand(app, command);
     addSubdivideCommand(app, command);
+    addDisplaceCommand(app, command);
     addSphereCommand(app, command);
     addSliceCommand(app, command);
     addQueryCommand(app, command);

@@ -42,6 +42,9 @@ void addSimplifyCommand(CLI::App& app, Command& command);
 /// Adds `tavrix subdivide`: a mesh file in, the same with more faces out.
 void addSubdivideCommand(CLI::App& app, Command& command);
 
+/// Adds `tavrix displace`: a mesh file in, the same with its vertices moved along their normals out.
+void addDisplaceCommand(CLI::App& app, Command& command);
+
 /// Adds `tavrix sphere`: a triangulated sphere out.
 void addSphereCommand(CLI::App& app, Command& command);
 

@@ -6,6 +6,8 @@
 
 #include <CLI/CLI.hpp>
 
+#include <tavrix/meshproc/MeshTessellator.h>
+
 #include "arguments/SharedArguments.h"
 #include "arguments/Validators.h"
 #include "commands/GridMemory.h"
@@ -84,6 +86,14 @@ std::string changeMeshes(const MeshChangeOptions& options, const std::string& st
     tell();
     printCosts(progress, threads);
     return {};
+}
+
+void confirmSplittingFits(const Mesh& mesh, double longest, const std::string& file)
+{
+    const double least = MeshTessellator::leastFaces(mesh, longest);
+    if (least > MeshTessellator::mostFaces)
+        throw Failure(file + ": would have more than 2^30 faces; give a longer --edge");
+    confirmFacesFit(3 * least, 150, file, "give a longer --edge");
 }
 
 void confirmFacesFit(double faces, double bytesPerFace, const std::string& file, const std::string& cure)

@@ -38,6 +38,9 @@ std::string changeMeshes(const MeshChangeOptions& options, const std::string& st
                          const std::function<void(Mesh& mesh, uint32 threads)>& change,
                          const std::function<void()>& tell);
 
+/// Throws Failure when splitting the edges of a mesh to such a length (MeshTessellator) would not fit.
+void confirmSplittingFits(const Mesh& mesh, double longest, const std::string& file);
+
 /// Throws Failure when work on so many faces takes more memory than the machine has left; `cure` says what to
 /// give instead.
 void confirmFacesFit(double faces, double bytesPerFace, const std::string& file, const std::string& cure);

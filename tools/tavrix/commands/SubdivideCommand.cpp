@@ -42,8 +42,7 @@ void confirmDone(const TessellationReport& report, const Options& options)
 
 TessellationReport split(Mesh& mesh, const Options& options, uint32 threads)
 {
-    confirmFacesFit(3 * MeshTessellator::leastFaces(mesh, *options.edge), bytesPerFace, options.input,
-                    "give a longer --edge");
+    confirmSplittingFits(mesh, *options.edge, options.input);
     return MeshTessellator(threads, StageScope::poll).splitEdges(mesh, *options.edge);
 }
 
