@@ -9,6 +9,7 @@
 #include <tavrix/meshproc/MeshDisplacement.h>
 #include <tavrix/meshproc/MeshTessellator.h>
 #include <tavrix/platform/Hardware.h>
+#include <tavrix/spatial/MeshRemeshing.h>
 
 #include "MeshObject.h"
 
@@ -83,6 +84,24 @@ py::object displaced(const MeshObject& self, const py::object& heights, const Th
                        { MeshDisplacement(count, callback).byHeights(mesh, values); });
 }
 
+py::object remeshed(const MeshObject& self, double edge, double sharp, uint32 rounds, const Threads& threads,
+                    const py::object& progress)
+{
+    RemeshingSettings settings{positive(edge, "edge")};
+    if (!(sharp >= 0 && sharp <= 180)) throw py::value_error("sharp: expected 0 to 180 degrees");
+    settings.sharpAngle = sharp * piValue / 180;
+    settings.rounds = rounds;
+    settings.threadCount = threadsOf(threads);
+    confirmFit(3 * MeshTessellator::leastFaces(self.mesh, edge * 4 / 3), "give a longer edge");
+    return changedCopy(self, progress, "remesh",
+                       [&](Mesh& mesh, CancelCallback callback)
+                       {
+                           const RemeshingReport report = remeshIsotropically(mesh, settings, callback);
+                           if (report.status == RemeshingStatus::TooLarge)
+                               throw std::length_error("the mesh would have too many faces");
+                       });
+}
+
 }  // namespace
 
 void bindMeshRefinement(py::class_<MeshObject>& type)
@@ -120,6 +139,16 @@ void bindMeshRefinement(py::class_<MeshObject>& type)
     >>> ball = tavrix.Mesh.sphere(500).split_edges(0.05)
     >>> bool(ball.displace(0.1 * ball.vertices[:, 2]).volume > ball.volume)
     True
+    )")
+        .def("remesh", &remeshed, py::arg("edge"), py::kw_only(), py::arg("sharp") = 40.0,
+             py::arg("rounds") = 8, py::arg("threads") = py::none(), py::arg("progress") = py::none(),
+             R"(The mesh with even faces on the same surface, whose edges have about one length.
+
+    sharp: in degrees; edges where faces meet at more than that stay, and vertices where such an edge or a border
+    turns by more. rounds: how often to go over it. Attributes are lost, and normals made anew if there were some.
+
+    >>> round(tavrix.Mesh.box((0, 0, 0), (1, 1, 1)).remesh(0.2).volume, 9)
+    1.0
     )");
 }
 

@@ -175,6 +175,15 @@ class Mesh:
     def displace(
         self, heights: ArrayLike, *, threads: Optional[int] = None, progress: _Progress = None
     ) -> Mesh: ...
+    def remesh(
+        self,
+        edge: float,
+        *,
+        sharp: float = 40,
+        rounds: int = 8,
+        threads: Optional[int] = None,
+        progress: _Progress = None,
+    ) -> Mesh: ...
     def split_edges(
         self, longest: float, *, threads: Optional[int] = None, progress: _Progress = None
     ) -> Mesh: ...

@@ -112,6 +112,7 @@ def test_any_mesh_survives_any_operation(mesh, data):
         lambda: mesh.subdivide(data.draw(some.integers(0, 2)), sharp=number()),
         lambda: mesh.split_edges(data.draw(some.floats(0.2, 3))),
         lambda: mesh.displace(data.draw(some.one_of(NUMBERS, ANYTHING))),
+        lambda: mesh.remesh(data.draw(some.floats(0.2, 3)), sharp=number(), rounds=2),
         lambda: mesh.repair(),
         lambda: mesh.flip(),
         lambda: mesh.fill_cavities(),

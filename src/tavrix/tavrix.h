@@ -138,3 +138,4 @@
 #include <tavrix/spatial/GeometryTree.h>
 #include <tavrix/spatial/MeshCollider.h>
 #include <tavrix/spatial/MeshPoint.h>
+#include <tavrix/spatial/MeshRemeshing.h>

@@ -1,4 +1,4 @@
-"""Tests of `tavrix subdivide` and `tavrix displace`, from outside."""
+"""Tests of `tavrix subdivide`, `tavrix displace` and `tavrix remesh`, from outside."""
 
 import struct
 import zlib
@@ -108,6 +108,18 @@ class Refine(ProgramTest):
         self.assertNotEqual(found["volume"], other["volume"])
         self.assert_one_answer(*"displace cube.stl --noise 0.5 --amount 0.2 --edge 0.05".split())
 
+    def test_meshes_are_remeshed(self):
+        cube = self.info("cube.stl")
+        text, found = self.made(*"remesh cube.stl -o out.obj --edge 0.2".split())
+        self.assertTrue(found["closed"] and found["oriented"] and found["manifold"])
+        self.assertAlmostEqual(found["volume"] / cube["volume"], 1, delta=1e-4)
+        # equilateral faces of that length
+        self.assertAlmostEqual(found["faces"] * 3 ** 0.5 / 4 * 0.04 / cube["area"], 1, delta=0.3)
+        self.assertRegex(text, r"distance +faces' middles at most \d")
+        round_cube = self.made(*"remesh cube.stl -o out.obj --edge 0.2 --sharp 180 --rounds 3".split())[1]
+        self.assertLess(round_cube["volume"], cube["volume"] - 1e-3)
+        self.assert_one_answer(*"remesh cube.stl --edge 0.1".split())
+
     def test_what_cannot_be(self):
         self.write("white.png", png(1, 1, 8, 0, [b"\xff"]))
         self.assert_all_refused("", (
@@ -117,6 +129,9 @@ class Refine(ProgramTest):
             ("subdivide cube.obj -o out.obj --edge 1 --levels 1", 2, "--levels"),
             ("subdivide cube.obj -o out.obj --edge 1 --sharp 30", 2, "--sharp"),
             ("subdivide cube.obj -o out.obj --edge 0", 2, "--edge"),
+            ("remesh cube.obj -o out.obj", 2, "--edge"), ("remesh cube.obj -o out.obj --edge -1", 2, "--edge"),
+            ("remesh cube.obj -o out.obj --edge 1e-5", 1, "longer --edge"),
+            ("remesh cube.obj -o out.obj --edge 1 --rounds 0", 2, "--rounds"),
             ("displace cube.obj -o out.obj --amount 1", 2, "--noise"),
             ("displace cube.obj -o out.obj --noise 1", 2, "--amount"),
             ("displace cube.obj -o out.obj --noise 1 --amount 1 --middle 0.5", 2, "--height"),

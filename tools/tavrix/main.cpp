@@ -87,6 +87,7 @@ void describe(CLI::App& app, Command& command)
     addSimplifyCommand(app, command);
     addSubdivideCommand(app, command);
     addDisplaceCommand(app, command);
+    addRemeshCommand(app, command);
     addSphereCommand(app, command);
     addSliceCommand(app, command);
     addQueryCommand(app, command);

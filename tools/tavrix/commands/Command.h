@@ -45,6 +45,9 @@ void addSubdivideCommand(CLI::App& app, Command& command);
 /// Adds `tavrix displace`: a mesh file in, the same with its vertices moved along their normals out.
 void addDisplaceCommand(CLI::App& app, Command& command);
 
+/// Adds `tavrix remesh`: a mesh file in, the same surface with even faces out.
+void addRemeshCommand(CLI::App& app, Command& command);
+
 /// Adds `tavrix sphere`: a triangulated sphere out.
 void addSphereCommand(CLI::App& app, Command& command);
 
