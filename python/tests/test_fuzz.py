@@ -113,6 +113,7 @@ def test_any_mesh_survives_any_operation(mesh, data):
         lambda: mesh.split_edges(data.draw(some.floats(0.2, 3))),
         lambda: mesh.displace(data.draw(some.one_of(NUMBERS, ANYTHING))),
         lambda: mesh.remesh(data.draw(some.floats(0.2, 3)), sharp=number(), rounds=2),
+        lambda: mesh.fill_holes(data.draw(some.integers(0, 50))),
         lambda: mesh.repair(),
         lambda: mesh.flip(),
         lambda: mesh.fill_cavities(),

@@ -71,6 +71,7 @@
 
 #include <tavrix/meshproc/FairingSettings.h>
 #include <tavrix/meshproc/HeightPicture.h>
+#include <tavrix/meshproc/HoleFilling.h>
 #include <tavrix/meshproc/MeshClipping.h>
 #include <tavrix/meshproc/MeshDecimation.h>
 #include <tavrix/meshproc/MeshDisplacement.h>

@@ -1,4 +1,4 @@
-"""Tests of `tavrix subdivide`, `tavrix displace` and `tavrix remesh`, from outside."""
+"""Tests of `tavrix subdivide`, `displace`, `remesh` and `fill`, from outside."""
 
 import struct
 import zlib
@@ -120,6 +120,16 @@ class Refine(ProgramTest):
         self.assertLess(round_cube["volume"], cube["volume"] - 1e-3)
         self.assert_one_answer(*"remesh cube.stl --edge 0.1".split())
 
+    def test_holes_are_filled(self):
+        self.write("open.obj", obj_file(CUBE_POINTS, CUBE_FACES[2:]))
+        text, found = self.made(*"fill open.obj -o out.obj".split())
+        self.assertIn("1 filled with 2 faces", text)
+        self.assertTrue(found["closed"] and found["oriented"])
+        self.assertAlmostEqual(found["volume"], self.info("cube.obj")["volume"])
+        text, found = self.made(*"fill open.obj -o out.obj --edges 3".split())
+        self.assertIn("1, the longest of 4 edges", text)
+        self.assertEqual(found["faces"], 10)
+
     def test_what_cannot_be(self):
         self.write("white.png", png(1, 1, 8, 0, [b"\xff"]))
         self.assert_all_refused("", (
@@ -129,7 +139,7 @@ class Refine(ProgramTest):
             ("subdivide cube.obj -o out.obj --edge 1 --levels 1", 2, "--levels"),
             ("subdivide cube.obj -o out.obj --edge 1 --sharp 30", 2, "--sharp"),
             ("subdivide cube.obj -o out.obj --edge 0", 2, "--edge"),
-            ("remesh cube.obj -o out.obj", 2, "--edge"), ("remesh cube.obj -o out.obj --edge -1", 2, "--edge"),
+            ("fill cube.obj -o out.obj --edges 2", 2, "--edges"), ("remesh cube.obj -o out.obj", 2, "--edge"), ("remesh cube.obj -o out.obj --edge -1", 2, "--edge"),
             ("remesh cube.obj -o out.obj --edge 1e-5", 1, "longer --edge"),
             ("remesh cube.obj -o out.obj --edge 1 --rounds 0", 2, "--rounds"),
             ("displace cube.obj -o out.obj --amount 1", 2, "--noise"),

@@ -88,6 +88,7 @@ void describe(CLI::App& app, Command& command)
     addSubdivideCommand(app, command);
     addDisplaceCommand(app, command);
     addRemeshCommand(app, command);
+    addFillCommand(app, command);
     addSphereCommand(app, command);
     addSliceCommand(app, command);
     addQueryCommand(app, command);

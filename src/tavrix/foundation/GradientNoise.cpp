@@ -58,11 +58,13 @@ double GradientNoise::fractal(const Vector3D& p, uint32 octaves) const
 {
     const uint32 count = std::clamp(octaves, 1u, 32u);
     double sum = 0, weights = 0, weight = 1, scale = 1;
-    for (uint32 n = 0; n < count; ++n, weight /= 2, scale *= 2)
+    for (uint32 n = 0; n < count; ++n)
     {
         // octaves by seeds of their own, so that their zeros do not lie on each other's
         sum += weight * GradientNoise(_seed + n * 0x9E3779B9u).at(p * scale);
         weights += weight;
+        weight /= 2;
+        scale *= 2;
     }
     return sum / weights;
 }

@@ -125,8 +125,12 @@ private:
     bool split()
     {
         const double limit = longest() * longest();
-        for (double square = largestSquare(); square > limit && !_polling.isStopped(); square *= 0.81)
-            splitAbove(std::max(0.81 * square, limit));
+        double square = largestSquare();
+        while (square > limit && !_polling.isStopped())
+        {
+            square = std::max(0.81 * square, limit);
+            splitAbove(square);
+        }
         return _polling.goOn();
     }
 
@@ -391,7 +395,7 @@ RemeshingReport remeshIsotropically(Mesh& mesh, const RemeshingSettings& setting
         report.status = RemeshingStatus::BadIndices;
     else if (!(settings.edge > 0) || !std::isfinite(settings.edge))
         report.status = RemeshingStatus::BadEdge;
-    else if (MeshTessellator::leastFaces(mesh, settings.edge * 4 / 3) > MeshTessellator::mostFaces / 4)
+    else if (MeshTessellator::leastFaces(mesh, settings.edge * 4 / 3) > 0.25 * MeshTessellator::mostFaces)
         report.status = RemeshingStatus::TooLarge;
     else if (report.faces > 0 && !Remeshing(mesh, settings, callback).run(report))
         report = {RemeshingStatus::Stopped, mesh.getFacesSize(), 0};

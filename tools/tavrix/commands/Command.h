@@ -48,6 +48,9 @@ void addDisplaceCommand(CLI::App& app, Command& command);
 /// Adds `tavrix remesh`: a mesh file in, the same surface with even faces out.
 void addRemeshCommand(CLI::App& app, Command& command);
 
+/// Adds `tavrix fill`: a mesh file in, the same with its holes closed out.
+void addFillCommand(CLI::App& app, Command& command);
+
 /// Adds `tavrix sphere`: a triangulated sphere out.
 void addSphereCommand(CLI::App& app, Command& command);
 

@@ -35,7 +35,7 @@ bool RefinedFaces::refine(uint32 threadCount, Polling& polling)
     {
         const Index3 &corners = _faces[f], &sides = _edgeNumbers[f];
         const auto middle = [&](uint32 c) { return _itemCount + sides[c % 3]; };
-        faces[4 * f + 3] = {middle(0), middle(1), middle(2)};
+        faces[std::size_t{4} * f + 3] = {middle(0), middle(1), middle(2)};
         for (uint32 c = 0; c < 3; ++c)
         {
             const uint32 child = 4 * f + c, after = (c + 1) % 3, before = (c + 2) % 3;
@@ -49,7 +49,7 @@ bool RefinedFaces::refine(uint32 threadCount, Polling& polling)
             numbers[child][after] = inner;
             numbers[child][before] = 2 * sides[before] + (isBeforeAlong ? 1 : 0);
             // between the middles of the edges before and after the corner, which ends edge c - 1
-            numbers[4 * f + 3][before] = inner;
+            numbers[std::size_t{4} * f + 3][before] = inner;
             edges[inner] = {middle(c), middle(before), 3 * child + after, 3 * (4 * f + 3) + before};
         }
     };
@@ -57,10 +57,10 @@ bool RefinedFaces::refine(uint32 threadCount, Polling& polling)
     {
         const FaceEdge& edge = _edges[e];
         const bool hasSecond = edge.second != noIndex;
-        edges[2 * e] = {edge.a, _itemCount + e, firstHalf(edge.first),
-                        hasSecond ? secondHalf(edge.second) : noIndex};
-        edges[2 * e + 1] = {_itemCount + e, edge.b, secondHalf(edge.first),
-                            hasSecond ? firstHalf(edge.second) : noIndex};
+        edges[std::size_t{2} * e] = {edge.a, _itemCount + e, firstHalf(edge.first),
+                                     hasSecond ? secondHalf(edge.second) : noIndex};
+        edges[std::size_t{2} * e + 1] = {_itemCount + e, edge.b, secondHalf(edge.first),
+                                         hasSecond ? firstHalf(edge.second) : noIndex};
     };
     const auto forEach = [&](uint32 count, const auto& divide)
     {
