@@ -7,6 +7,7 @@
 #include <tavrix/mesh/MeshRepair.h>
 #include <tavrix/mesh/MeshTopology.h>
 #include <tavrix/mesh/SheetSeparation.h>
+#include <tavrix/meshproc/HoleFilling.h>
 #include <tavrix/meshproc/MeshClipping.h>
 #include <tavrix/meshproc/MeshDecimation.h>
 #include <tavrix/meshproc/MeshFairing.h>
@@ -137,6 +138,13 @@ py::object withoutCavities(const MeshObject& self, const py::object& progress)
 {
     return changedCopy(self, progress, "cavities",
                        [&](Mesh& mesh, CancelCallback callback) { fillCavities(mesh, callback); });
+}
+
+py::object withFilledHoles(const MeshObject& self, uint32 mostEdges, const py::object& progress)
+{
+    if (mostEdges > 5000) throw py::value_error("most_edges: expected 0 to 5000");
+    return changedCopy(self, progress, "holes",
+                       [&](Mesh& mesh, CancelCallback callback) { fillHoles(mesh, mostEdges, callback); });
 }
 
 py::object withSeparateSheets(const MeshObject& self, const py::object& progress)
@@ -291,6 +299,16 @@ void bindMeshChanges(py::class_<MeshObject>& type)
 
     >>> tavrix.Mesh.sphere().fill_cavities().part_count
     1
+    )")
+        .def("fill_holes", &withFilledHoles, py::arg("most_edges") = 300, py::kw_only(),
+             py::arg("progress") = py::none(),
+             R"(The mesh with its holes closed, each by the faces over its vertices that bend least.
+
+    most_edges: holes with more edges around them stay. Normals and attributes follow.
+
+    >>> ball = tavrix.Mesh.sphere()
+    >>> tavrix.Mesh(ball.vertices, ball.faces[5:]).fill_holes().is_closed
+    True
     )")
         .def("separate_sheets", &withSeparateSheets, py::kw_only(), py::arg("progress") = py::none(),
              R"(The mesh cut apart where sheets share edges or vertices, so that it is 2-manifold.

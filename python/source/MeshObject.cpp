@@ -528,6 +528,7 @@ void bindMesh(py::module_& module)
     bindMeasures(type);
     bindMeshChanges(type);
     bindMeshFiles(type);
+    bindMeshRefinement(type);
     bindMeshSlices(type);
 }
 

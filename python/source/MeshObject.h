@@ -61,6 +61,7 @@ py::object changedCopy(const MeshObject& self, const py::object& progress, const
 void bindMesh(py::module_& module);
 void bindMeshChanges(py::class_<MeshObject>& type);
 void bindMeshFiles(py::class_<MeshObject>& type);
+void bindMeshRefinement(py::class_<MeshObject>& type);
 void bindMeshSlices(py::class_<MeshObject>& type);
 void bindReconstruction(py::module_& module);
 void bindParticles(py::module_& module);

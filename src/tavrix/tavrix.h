@@ -40,6 +40,7 @@
 #include <tavrix/foundation/FileStreamRaw.h>
 #include <tavrix/foundation/FileStreamRawBuffered.h>
 #include <tavrix/foundation/GeometryTree_RL.h>
+#include <tavrix/foundation/GradientNoise.h>
 #include <tavrix/foundation/List.h>
 #include <tavrix/foundation/Matrix4.h>
 #include <tavrix/foundation/Mesh_RL.h>
@@ -69,10 +70,14 @@
 #include <tavrix/mesh/SheetSeparation.h>
 
 #include <tavrix/meshproc/FairingSettings.h>
+#include <tavrix/meshproc/HeightPicture.h>
+#include <tavrix/meshproc/HoleFilling.h>
 #include <tavrix/meshproc/MeshClipping.h>
 #include <tavrix/meshproc/MeshDecimation.h>
+#include <tavrix/meshproc/MeshDisplacement.h>
 #include <tavrix/meshproc/MeshFairing.h>
 #include <tavrix/meshproc/MeshSlicing.h>
+#include <tavrix/meshproc/MeshTessellator.h>
 #include <tavrix/meshproc/Polygons.h>
 #include <tavrix/meshproc/Polygonum.h>
 #include <tavrix/meshproc/polylinetools.h>
@@ -143,3 +148,4 @@
 #include <tavrix/spatial/GeometryTree.h>
 #include <tavrix/spatial/MeshCollider.h>
 #include <tavrix/spatial/MeshPoint.h>
+#include <tavrix/spatial/MeshRemeshing.h>

@@ -188,7 +188,17 @@ def formats_mesh():
            b'property float t\nelement face 1\nproperty list uchar int vertex_indices\nend_header\n0 0 0 0 0\n1 0 0 1 0\n0 1 0 0 1\n3 0 1 2\n')
 
 
-for seed in (ase, bin_mesh, formats, formats_mesh, level_set, mesh_record, mesh_sequence, number_text, obj, particle_bin, stl):
+def png_heights():
+    def chunk(kind, data):
+        return struct.pack('>I', len(data)) + kind + data + struct.pack('>I', zlib.crc32(kind + data))
+
+    for bits, colours, channels in ((1, 0, 1), (16, 0, 1), (8, 2, 3), (2, 3, 1), (8, 4, 2), (16, 6, 4)):
+        raw = b''.join(bytes([n % 5]) + bytes(range((5 * channels * bits + 7) // 8)) for n in range(6))
+        yield (b'\x89PNG\r\n\x1a\n' + chunk(b'IHDR', struct.pack('>2I5B', 5, 6, bits, colours, 0, 0, 0)) +
+               chunk(b'PLTE', bytes(range(12))) + chunk(b'IDAT', zlib.compress(raw)) + chunk(b'IEND', b''))
+
+
+for seed in (ase, bin_mesh, formats, formats_mesh, level_set, mesh_record, mesh_sequence, number_text, obj, particle_bin, png_heights, stl):
     folder = pathlib.Path(sys.argv[1], seed.__name__)
     folder.mkdir(parents=True, exist_ok=True)
     for number, content in enumerate(seed()):

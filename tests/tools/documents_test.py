@@ -8,7 +8,7 @@ import unittest
 from particle_file import block, particle_file
 from program import PROGRAM, ProgramTest, on_linux
 
-COMMANDS = ("surface", "levelset", "preview", "convert", "simplify", "sphere", "slice", "query", "info")
+COMMANDS = ("surface", "levelset", "preview", "convert", "simplify", "subdivide", "displace", "remesh", "fill", "sphere", "slice", "query", "info")
 
 
 class DocumentsTest(ProgramTest):

@@ -85,6 +85,10 @@ void describe(CLI::App& app, Command& command)
     addPreviewCommand(app, command);
     addConvertCommand(app, command);
     addSimplifyCommand(app, command);
+    addSubdivideCommand(app, command);
+    addDisplaceCommand(app, command);
+    addRemeshCommand(app, command);
+    addFillCommand(app, command);
     addSphereCommand(app, command);
     addSliceCommand(app, command);
     addQueryCommand(app, command);

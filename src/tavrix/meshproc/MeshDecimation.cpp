@@ -12,9 +12,9 @@
 #include <tavrix/mesh/Mesh.h>
 #include <tavrix/mesh/MeshTopology.h>
 #include <tavrix/meshproc/detail/EdgeCollapses.h>
+#include <tavrix/meshproc/detail/NewMesh.h>
 #include <tavrix/meshproc/detail/PointKinds.h>
 #include <tavrix/meshproc/detail/SeamPoints.h>
-#include <tavrix/meshproc/detail/VertexArrays.h>
 #include <tavrix/platform/Hardware.h>
 
 namespace tavrix
@@ -93,9 +93,9 @@ public:
                                         _polling);
         if (!collapses.run() || !gather(collapses.origins())) return false;
         report.withoutEdges = report.facesBefore - _faceNumbers.size();
-        report.faces = _faces.size();
+        report.faces = _made.faces.size();
         report.error = _frame.lengthOutside(collapses.error());
-        handOver();
+        detail::handOver(_mesh, _made, _arrays);
         return true;
     }
 
@@ -184,18 +184,18 @@ private:
     {
         const bool hasTriples = _mesh.trindexNor().size() == _mesh.getFacesSize();
         if (_mesh.nor().empty() || (!hasTriples && _mesh.nor().size() < _mesh.getPosSize())) return true;
-        _normals = _mesh.nor();
+        _made.normals = _mesh.nor();
         Array<Index3>& ofFace = _normalItems.ofFace;
         ofFace = facesOf(hasTriples ? _mesh.trindexNor() : _mesh.trindexPos());
         _normalItems.blend = [this](uint32 kept, uint32 gone, double t)
         {
             const Vector3F mean =
-                _normals[kept] * static_cast<float>(1 - t) + _normals[gone] * static_cast<float>(t);
+                _made.normals[kept] * static_cast<float>(1 - t) + _made.normals[gone] * static_cast<float>(t);
             const Vector3F unit = unitOrZero(mean);
-            if (!(unit == Vector3F{0, 0, 0})) _normals[kept] = unit;
+            if (!(unit == Vector3F{0, 0, 0})) _made.normals[kept] = unit;
         };
         const Array<Index3>& faces = _collapsing->faces;
-        Array<uint32> owners(_normals.size(), noIndex);
+        Array<uint32> owners(_made.normals.size(), noIndex);
         bool isShared = false;
         for (uint32 f = 0; f < faces.size(); ++f)
             for (uint32 c = 0; c < 3; ++c)
@@ -229,8 +229,8 @@ private:
             const Corner& corner = corners[n];
             const bool isNew =
                 n == 0 || corner.point != corners[n - 1].point || corner.normal != corners[n - 1].normal;
-            if (isNew) _normals.push_back(Vector3F(_normals[corner.normal]));
-            _normalItems.ofFace[corner.corner / 3][corner.corner % 3] = _normals.size() - 1;
+            if (isNew) _made.normals.push_back(Vector3F(_made.normals[corner.normal]));
+            _normalItems.ofFace[corner.corner / 3][corner.corner % 3] = _made.normals.size() - 1;
         }
         return _polling.goOn();
     }
@@ -252,9 +252,9 @@ private:
                 face[c] = _vertices.empty() ? _firstPosition[point] : _vertices.ofFace[f][c];
                 place[face[c]] = point;
             }
-            _faces.push_back(face);
+            _made.faces.push_back(face);
             faceNumbers.push_back(_faceNumbers[f]);
-            if (!_normalItems.empty()) _normalTriples.push_back(_normalItems.ofFace[f]);
+            if (!_normalItems.empty()) _made.normalTriples.push_back(_normalItems.ofFace[f]);
         }
         Array<uint32> vertices;
         for (uint32 v = 0; v < place.size(); ++v)
@@ -264,46 +264,27 @@ private:
             place[v] = vertices.size();
             vertices.push_back(v);
             const uint32 origin = origins[point];
-            _positions.push_back(origin == noIndex ? _frame.outside(_collapsing->points[point].place)
-                                                   : _mesh.pos()[_firstPosition[origin]]);
+            _made.positions.push_back(origin == noIndex ? _frame.outside(_collapsing->points[point].place)
+                                                        : _mesh.pos()[_firstPosition[origin]]);
         }
-        for (Index3& t : _faces) t = {place[t.a], place[t.b], place[t.c]};
+        for (Index3& t : _made.faces) t = {place[t.a], place[t.b], place[t.c]};
         packNormals();
         return _polling.goOn() && _arrays.gather(vertices, faceNumbers, _polling);
     }
 
     void packNormals()
     {
-        Array<uint32> place(_normals.size(), noIndex);
-        for (const Index3& t : _normalTriples) place[t.a] = place[t.b] = place[t.c] = 0;
+        Array<uint32> place(_made.normals.size(), noIndex);
+        for (const Index3& t : _made.normalTriples) place[t.a] = place[t.b] = place[t.c] = 0;
         uint32 kept = 0;
         for (uint32 n = 0; n < place.size(); ++n)
         {
             if (place[n] == noIndex) continue;
             place[n] = kept;
-            _normals[kept++] = _normals[n];
+            _made.normals[kept++] = _made.normals[n];
         }
-        _normals.resize(kept);
-        for (Index3& t : _normalTriples) t = {place[t.a], place[t.b], place[t.c]};
-    }
-
-    void handOver()
-    {
-        Array<Wector3F> faceNormals;
-        if (!_mesh.faceNor().empty()) Mesh::staticCalculateNormals(_positions, _faces, faceNormals);
-        Array<Vector3F>* const smoothed =
-            TX_ArrayServer::instance().get<Array<Vector3F>>(_mesh.getArrNorSurface());
-        Array<Vector3F> smooth(smoothed && !smoothed->empty() ? _positions.size() : 0);
-        if (!smooth.empty()) Mesh::staticCalculateNormals(_positions, _faces, smooth);
-        _arrays.handOver();
-        if (smoothed) smoothed->swap(smooth);
-        _mesh.refFaceNor().swap(faceNormals);
-        _mesh.refPos().swap(_positions);
-        _mesh.refTrindexPos().swap(_faces);
-        _mesh.refNor().swap(_normals);
-        _mesh.refTrindexNor().swap(_normalTriples);
-        _mesh.invalidateBox();
-        _mesh.invalidateConnectivity();
+        _made.normals.resize(kept);
+        for (Index3& t : _made.normalTriples) t = {place[t.a], place[t.b], place[t.c]};
     }
 
     Mesh& _mesh;
@@ -316,9 +297,7 @@ private:
     Array<uint32> _firstPosition;  ///< of every point
     Array<uint32> _faceNumbers;    ///< in the mesh, of those that take part
     detail::CornerItems _vertices, _normalItems;
-    Array<Vector3F> _normals;
-    Array<Vector3D> _positions;  ///< what is left, from here on
-    Array<Index3> _faces, _normalTriples;
+    detail::NewMesh _made;  ///< what is left; its normals at first all of them
 };
 
 }  // namespace

@@ -39,6 +39,18 @@ void addConvertCommand(CLI::App& app, Command& command);
 /// Adds `tavrix simplify`: a mesh file in, the same with fewer faces or with near vertices joined out.
 void addSimplifyCommand(CLI::App& app, Command& command);
 
+/// Adds `tavrix subdivide`: a mesh file in, the same with more faces out.
+void addSubdivideCommand(CLI::App& app, Command& command);
+
+/// Adds `tavrix displace`: a mesh file in, the same with its vertices moved along their normals out.
+void addDisplaceCommand(CLI::App& app, Command& command);
+
+/// Adds `tavrix remesh`: a mesh file in, the same surface with even faces out.
+void addRemeshCommand(CLI::App& app, Command& command);
+
+/// Adds `tavrix fill`: a mesh file in, the same with its holes closed out.
+void addFillCommand(CLI::App& app, Command& command);
+
 /// Adds `tavrix sphere`: a triangulated sphere out.
 void addSphereCommand(CLI::App& app, Command& command);
 

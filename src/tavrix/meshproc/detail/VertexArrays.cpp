@@ -64,6 +64,14 @@ bool VertexArrays::view(Copy& copy, Number* Copy::*numbers)
     return true;
 }
 
+void VertexArrays::findNumbers(Copy& copy)
+{
+    (void)(view<float, float>(copy, &Copy::floats) || view<float, Vector2F>(copy, &Copy::floats) ||
+           view<float, Vector3F>(copy, &Copy::floats) || view<float, Wector3F>(copy, &Copy::floats) ||
+           view<float, Color4F>(copy, &Copy::floats) || view<double, double>(copy, &Copy::doubles) ||
+           view<double, Vector3D>(copy, &Copy::doubles));
+}
+
 void VertexArrays::add(const Mesh& mesh, uint32 flag, uint32 count, std::vector<Copy>& copies)
 {
     TX_ArrayServer& server = TX_ArrayServer::instance();
@@ -76,10 +84,7 @@ void VertexArrays::add(const Mesh& mesh, uint32 flag, uint32 count, std::vector<
             continue;
         copies.reserve(copies.size() + 1);
         Copy copy{array, server.copy(array), size / count, nullptr, nullptr, 0};
-        (void)(view<float, float>(copy, &Copy::floats) || view<float, Vector2F>(copy, &Copy::floats) ||
-               view<float, Vector3F>(copy, &Copy::floats) || view<float, Wector3F>(copy, &Copy::floats) ||
-               view<float, Color4F>(copy, &Copy::floats) || view<double, double>(copy, &Copy::doubles) ||
-               view<double, Vector3D>(copy, &Copy::doubles));
+        findNumbers(copy);
         copies.push_back(copy);
     }
 }
@@ -131,6 +136,7 @@ bool VertexArrays::gather(std::vector<Copy>& copies, const Array<uint32>& number
         if (polling.isStopped()) return false;
         if (gathered.isNone()) continue;
         server.release(std::exchange(copy.values, gathered));
+        findNumbers(copy);
     }
     return true;
 }
@@ -138,6 +144,30 @@ bool VertexArrays::gather(std::vector<Copy>& copies, const Array<uint32>& number
 bool VertexArrays::gather(const Array<uint32>& vertices, const Array<uint32>& faces, Polling& polling)
 {
     return gather(_perPosition, vertices, polling) && gather(_perFace, faces, polling);
+}
+
+bool VertexArrays::addMiddles(const Array<Tuple2<uint32, uint32>>& ends, const Array<uint32>& faces,
+                              Polling& polling)
+{
+    if (empty()) return gather(_perFace, faces, polling);
+    const uint32 first = _sources.size();
+    for (const auto& [a, b] : ends) _sources.push_back(uint32(_sources[a]));
+    if (!gather(_sources, faces, polling)) return false;
+    for (const uint32 n : PolledNumbers(ends.size(), scatteredItems, polling))
+        for (const Copy& copy : _perPosition)
+        {
+            const std::size_t count = copy.numbersAVertex;
+            const auto setMiddle = [&](auto* numbers)
+            {
+                std::copy_n(numbers + count * ends[n].a, count, numbers + count * (first + n));
+                blendNumbers(numbers + count * (first + n), numbers + count * ends[n].b, copy.numbersAVertex,
+                             0.5);
+            };
+            if (copy.floats) setMiddle(copy.floats);
+            if (copy.doubles) setMiddle(copy.doubles);
+        }
+    std::iota(_sources.begin(), _sources.end(), 0u);
+    return polling.goOn();
 }
 
 void VertexArrays::handOver()

@@ -4,6 +4,7 @@
 
 #include <tavrix/foundation/Array.h>
 #include <tavrix/foundation/detail/Polling.h>
+#include <tavrix/foundation/Tuple.h>
 #include <tavrix/mesh/Mesh.h>
 
 namespace tavrix::detail
@@ -27,6 +28,9 @@ public:
 
     /// Takes the values of these vertices and faces, in their order; false when stopped.
     bool gather(const Array<uint32>& vertices, const Array<uint32>& faces, Polling& polling);
+    /// Adds vertices in the middle between two each, which may have been added before them, and takes the
+    /// values of these faces, in their order; false when stopped.
+    bool addMiddles(const Array<Tuple2<uint32, uint32>>& ends, const Array<uint32>& faces, Polling& polling);
     /// Exchanges them with the mesh's.
     void handOver();
 
@@ -43,6 +47,7 @@ private:
     };
     template <class Number, class Element>
     static bool view(Copy& copy, Number* Copy::*numbers);
+    static void findNumbers(Copy& copy);
     void add(const Mesh& mesh, uint32 flag, uint32 count, std::vector<Copy>& copies);
     bool gather(std::vector<Copy>& copies, const Array<uint32>& numbers, Polling& polling);
 
