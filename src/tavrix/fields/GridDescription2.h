@@ -53,7 +53,10 @@ struct GridDescription2
         /// @{
         uint32 i, j, iHigh, jHigh;
         /// @}
-        double x, y;  ///< from the lower nodes
+        /// How far the point is from the lower nodes, in separations.
+        /// @{
+        double x, y;
+        /// @}
     };
     /// The cell around a point.
     Cell getCell(const Vector2D& point) const

@@ -245,7 +245,8 @@ std::string settingsText(const CLI::App& command)
         for (const std::string& value : option->results()) text += " " + value;
         text += "\n";
     }
-    for (const auto& [name, value] : orderedValues(command)) text += name + " " + value + "\n";
+    for (const auto& [name, value] : orderedValues(command))
+        text.append(name).append(" ").append(value).append("\n");
     return text;
 }
 

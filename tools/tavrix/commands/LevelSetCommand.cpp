@@ -101,7 +101,7 @@ constexpr CombiningOption combiningOptions[] = {
 void addCombination(CLI::App& levelset)
 {
     std::vector<std::string> extensions = inputExtensions();
-    extensions.push_back("field");
+    extensions.emplace_back("field");
     for (const CombiningOption& combining : combiningOptions)
         levelset.add_option(combining.name, combining.description)
             ->check(anyFile(extensions))
@@ -117,7 +117,7 @@ std::vector<OtherSolid> othersOf(const CLI::App& levelset)
     std::vector<OtherSolid> others;
     for (const auto& [name, file] : orderedValues(levelset))
         for (const CombiningOption& combining : combiningOptions)
-            if (name == combining.name) others.push_back(OtherSolid{combining.operation, file});
+            if (name == combining.name) others.push_back({combining.operation, file});
     return others;
 }
 
