@@ -14,6 +14,7 @@ namespace tavrix
 class TX_GEOMETRY_API GradientNoise
 {
 public:
+    /// The noise of a seed.
     explicit GradientNoise(uint32 seed = 0) : _seed(seed) {}
 
     /// The noise at a point, from about -1 to 1, with continuous second derivatives.

@@ -79,8 +79,8 @@ public:
             if (k - i < 2) continue;
             const uint32 m = _middles[at(i, k)];
             triangles.push_back({i, m, k});
-            pieces.push_back({i, m});
-            pieces.push_back({m, k});
+            pieces.emplace_back(i, m);
+            pieces.emplace_back(m, k);
         }
         return true;
     }

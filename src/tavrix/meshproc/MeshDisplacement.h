@@ -31,6 +31,7 @@ public:
     /// The height at a vertex, by its place and unit normal. Several threads call it at once.
     using Height = std::function<double(const Vector3D& place, const Vector3D& normal)>;
 
+    /// With so many threads, polling the callback.
     explicit MeshDisplacement(uint32 threadCount = 1, CancelCallback callback = nullptr)
         : _threadCount(threadCount), _callback(callback)
     {

@@ -57,6 +57,7 @@ public:
     /// What a mesh may have at most.
     static constexpr uint32 mostFaces = 1u << 30;
 
+    /// With so many threads, polling the callback.
     explicit MeshTessellator(uint32 threadCount = 1, CancelCallback callback = nullptr)
         : _threadCount(threadCount), _callback(callback)
     {
