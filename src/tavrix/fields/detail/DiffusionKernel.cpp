@@ -31,7 +31,7 @@ inline void relaxPlaces(const Value* source, const Value* lowX, const Value* hig
 {
     const Value* const before = own - stride;
     const Value* const behind = own + stride;
-#pragma GCC ivdep
+    TX_INDEPENDENT_ITERATIONS
     for (uint32 r = first; r < end; ++r)
         own[r] = step.relax(source[r], lowX[r], highX[r], before[r - std::size_t{1}], behind[r + 1],
                             before[r], behind[r]);

@@ -36,6 +36,14 @@
 #define TX_RUN_KERNEL(function, ...) tavrix::detail::plain::function(__VA_ARGS__)
 #endif
 
+/// Before a loop none of whose iterations reads or writes what another one writes, so that the compiler need
+/// not check. Clang checks; told not to, it complains wherever it cannot vectorise.
+#if defined(__GNUC__) && !defined(__clang__)
+#define TX_INDEPENDENT_ITERATIONS _Pragma("GCC ivdep")
+#else
+#define TX_INDEPENDENT_ITERATIONS
+#endif
+
 namespace tavrix::detail
 {
 
