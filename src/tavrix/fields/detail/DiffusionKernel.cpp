@@ -29,12 +29,13 @@ template <class Value>
 inline void relaxPlaces(const Value* source, const Value* lowX, const Value* highX, Value* own,
                         std::size_t stride, uint32 first, uint32 end, const DiffusionStep<Value>& step)
 {
-    const Value* const before = own - stride;
-    const Value* const behind = own + stride;
+    const Value* const lowZ = own - stride;
+    const Value* const highZ = own + stride;
+    const Value* const lowY = lowZ - 1;
+    const Value* const highY = highZ + 1;
     TX_INDEPENDENT_ITERATIONS
     for (uint32 r = first; r < end; ++r)
-        own[r] = step.relax(source[r], lowX[r], highX[r], before[r - std::size_t{1}], behind[r + 1],
-                            before[r], behind[r]);
+        own[r] = step.relax(source[r], lowX[r], highX[r], lowY[r], highY[r], lowZ[r], highZ[r]);
 }
 
 template <class Value>
