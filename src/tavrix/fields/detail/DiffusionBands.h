@@ -23,7 +23,7 @@ public:
           _bands((sizeY + _rows - 1) / _rows),
           _stride(_rows + 2),
           _bandSize(_stride * (sizeZ + _rows + 1)),
-          _values(std::make_unique_for_overwrite<Value[]>(_bandSize * _bands * sizeX))
+          _values(new Value[_bandSize * _bands * sizeX])
     {
         adviseHugePages(_values.get(), sizeof(Value) * _bandSize * _bands * sizeX);
     }
