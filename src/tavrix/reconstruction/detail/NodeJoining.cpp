@@ -1,6 +1,7 @@
 #include <tavrix/reconstruction/detail/NodeJoining.h>
 
 #include <algorithm>
+#include <tuple>
 
 #include <tavrix/foundation/detail/RankExchange.h>
 #include <tavrix/reconstruction/detail/MeshAssembly.h>
@@ -17,8 +18,10 @@ struct NamedAtNode
     std::array<uint32, 3> node;
     VertexName name;
 
-    // NOLINTNEXTLINE(modernize-use-nullptr): there is no pointer
-    friend auto operator<=>(const NamedAtNode&, const NamedAtNode&) = default;
+    friend bool operator<(const NamedAtNode& a, const NamedAtNode& b)
+    {
+        return std::tie(a.node, a.name) < std::tie(b.node, b.name);
+    }
 };
 
 std::vector<NamedAtNode> sortedByNode(const Incoming<NodeVertex>& told)
