@@ -61,7 +61,7 @@ std::string changeMeshes(const MeshChangeOptions& options, const std::string& st
     const uint32 threads = threadsFor(options.threads, options);
     Progress progress(3, options.quiet, options.label, options.bar());
     progress.begin("read");
-    formats::MeshFile file = readMeshes(options.input, options.strict, progress);
+    formats::MeshFile file = readMeshes(options.input, options.strict, progress, threads);
     const MeshCounts before = countsOf(file.meshes);
     std::optional<StageScope> stage(std::in_place, progress, stageName);
     if (formats::kindOfFile(options.input) == formats::FileKind::Stl)
