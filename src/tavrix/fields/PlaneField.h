@@ -56,7 +56,7 @@ public:
 
 protected:
     Array<Sample> _samples;  ///< before the grid, so that a copy that fails leaves as many as nodes
-    GridDescription2 _grid{};
+    GridDescription2 _grid{};  ///< where the nodes are
 };
 
 TX_GEOMETRY_INSTANCE(PlaneField<float, float>);
