@@ -106,7 +106,6 @@
 #include <tavrix/fields/GridDescription3.h>
 #include <tavrix/fields/GridFit.h>
 #include <tavrix/fields/PlaneAdvection.h>
-#include <tavrix/fields/PlaneField.h>
 #include <tavrix/fields/ScalarField2.h>
 #include <tavrix/fields/ScalarField3.h>
 #include <tavrix/fields/ScalarField3_base.h>
