@@ -39,6 +39,8 @@ class BuildWithCMake(build_ext):
             "-DTAVRIX_BUILD_EXAMPLES=OFF",
             "-DTAVRIX_BUILD_TESTS=OFF",
             "-DTAVRIX_WITH_ASSIMP=OFF",
+            "-DCMAKE_UNITY_BUILD=ON",
+            "-DCMAKE_UNITY_BUILD_BATCH_SIZE=16",
             f"-DPython_EXECUTABLE={sys.executable}",
             *(["-GNinja"] if shutil.which("ninja") else []),
             *pybind11_folder(),

@@ -46,7 +46,7 @@ struct FieldObject
 };
 
 template <class Value>
-std::unique_ptr<FieldObject> objectOf(std::unique_ptr<ScalarField3<Value, double>> field)
+std::unique_ptr<FieldObject> fieldObjectOf(std::unique_ptr<ScalarField3<Value, double>> field)
 {
     auto object = std::make_unique<FieldObject>();
     FieldObject::put(object, std::move(field));
@@ -66,7 +66,7 @@ std::unique_ptr<FieldObject> fieldOf(const py::array& samples, const GridDescrip
     auto field = std::make_unique<ScalarField3<Value, double>>();
     Array<Value> copy(std::span<const Value>(block.data(), grid.size));
     field->adopt(grid, std::move(copy));
-    return objectOf(std::move(field));
+    return fieldObjectOf(std::move(field));
 }
 
 std::unique_ptr<FieldObject> makeField(py::handle object, py::handle spacing, py::handle origin)
@@ -215,10 +215,10 @@ std::unique_ptr<FieldObject> fromParticles(const py::object& positions, const py
                       field->setAnisotropyDistanceField(in.array(), radii, reach, AnisotropySettings{}, count,
                                                         callback);
               });
-    return objectOf(std::move(field));
+    return fieldObjectOf(std::move(field));
 }
 
-py::array samplesOf(const py::object& self)
+py::array fieldSamples(const py::object& self)
 {
     return self.cast<FieldObject&>().visit([&](const auto& field) { return samplesView(field, self, true); });
 }
@@ -263,24 +263,13 @@ std::unique_ptr<FieldObject> diffused(const FieldObject& self, double amount, do
                                                   static_cast<Value>(low), static_cast<Value>(high),
                                                   callback);
                       });
-            return objectOf(std::move(copy));
+            return fieldObjectOf(std::move(copy));
         });
 }
 
-py::array boundsOf(const GridDescription3<double>& grid)
+py::object copyOfField(const py::object& self)
 {
-    py::array_t<double> bounds({2, 3});
-    for (uint32 axis = 0; axis < 3; ++axis)
-    {
-        bounds.mutable_at(0, axis) = grid.box.min[axis];
-        bounds.mutable_at(1, axis) = grid.box.max[axis];
-    }
-    return bounds;
-}
-
-py::object copyOf(const py::object& self)
-{
-    return py::type::of(self)(samplesOf(self), self.attr("spacing"), self.attr("origin"));
+    return py::type::of(self)(fieldSamples(self), self.attr("spacing"), self.attr("origin"));
 }
 
 void bindQueries(py::class_<FieldObject>& type)
@@ -387,7 +376,8 @@ void bindField(py::module_& module)
     >>> round(float(field.samples.max()), 3)
     1.0
     )")
-        .def_property_readonly("samples", &samplesOf, R"(The samples: a writeable view of shape (nx, ny, nz).
+        .def_property_readonly("samples", &fieldSamples,
+                               R"(The samples: a writeable view of shape (nx, ny, nz).
 
     >>> field = tavrix.Field(numpy.zeros((2, 2, 2)))
     >>> field.samples[0, 0, 0] = 5
@@ -398,7 +388,7 @@ void bindField(py::module_& module)
             "__array__",
             [](const py::object& self, const py::object& dtype)
             {
-                const py::array samples = samplesOf(self);
+                const py::array samples = fieldSamples(self);
                 return dtype.is_none() ? py::object(samples)
                                        : samples.attr("astype")(dtype, py::arg("copy") = false);
             },
@@ -419,15 +409,15 @@ void bindField(py::module_& module)
         .def_property_readonly(
             "origin", [](const FieldObject& self) { return tupleOf(self.grid().box.min); }, "The first node.")
         .def_property_readonly(
-            "bounds", [](const FieldObject& self) { return boundsOf(self.grid()); },
+            "bounds", [](const FieldObject& self) { return boundsOf(self.grid().box); },
             "The first and the last node, shape (2, 3).")
-        .def("copy", &copyOf, R"(A field with samples of its own.
+        .def("copy", &copyOfField, R"(A field with samples of its own.
 
     >>> tavrix.Field(numpy.zeros((2, 2, 2))).copy().shape
     (2, 2, 2)
     )")
-        .def("__copy__", &copyOf)
-        .def("__deepcopy__", [](const py::object& self, const py::dict&) { return copyOf(self); })
+        .def("__copy__", &copyOfField)
+        .def("__deepcopy__", [](const py::object& self, const py::dict&) { return copyOfField(self); })
         .def("__repr__",
              [](const FieldObject& self)
              {
@@ -436,14 +426,14 @@ void bindField(py::module_& module)
                         std::to_string(grid.sizeY) + " x " + std::to_string(grid.sizeZ) +
                         (self.singles ? " float32" : " float64") + " samples>";
              })
-        .def(
-            py::pickle([](const py::object& self)
-                       { return py::make_tuple(samplesOf(self), self.attr("spacing"), self.attr("origin")); },
-                       [](const py::tuple& state)
-                       {
-                           if (state.size() != 3) throw py::value_error("the pickled state is not a field's");
-                           return makeField(state[0], state[1], state[2]);
-                       }));
+        .def(py::pickle(
+            [](const py::object& self)
+            { return py::make_tuple(fieldSamples(self), self.attr("spacing"), self.attr("origin")); },
+            [](const py::tuple& state)
+            {
+                if (state.size() != 3) throw py::value_error("the pickled state is not a field's");
+                return makeField(state[0], state[1], state[2]);
+            }));
     bindQueries(type);
     module.def("marching_cubes", &marchingCubes, py::arg("samples"), py::arg("level"),
                py::arg("spacing") = 1.0, py::arg("origin") = py::make_tuple(0, 0, 0), py::kw_only(),

@@ -66,8 +66,8 @@ Made fromMesh(const MeshObject& mesh, double spacing, double margin, double band
     return made;
 }
 
-Made fromParticles(const py::object& positions, double radius, double spacing, double margin, double band,
-                   const Threads& threads, const py::object& progress)
+Made levelSetFromParticles(const py::object& positions, double radius, double spacing, double margin,
+                           double band, const Threads& threads, const py::object& progress)
 {
     const ArrayIn<Vector3F> in(positions, "positions");
     positive(radius, "radius");
@@ -272,14 +272,15 @@ void writeLevelSet(const LevelSetObject& self, const py::object& target, bool sp
         });
 }
 
-py::array samplesOf(const py::object& self)
+py::array levelSetSamples(const py::object& self)
 {
     return samplesView(self.cast<LevelSetObject&>().surface.refField(), self, true);
 }
 
-py::object copyOf(const py::object& self)
+py::object copyOfLevelSet(const py::object& self)
 {
-    return py::type::of(self)(samplesOf(self), self.attr("spacing"), self.attr("origin"), self.attr("band"));
+    return py::type::of(self)(levelSetSamples(self), self.attr("spacing"), self.attr("origin"),
+                              self.attr("band"));
 }
 
 void bindMaking(py::class_<LevelSetObject>& type)
@@ -298,7 +299,7 @@ void bindMaking(py::class_<LevelSetObject>& type)
     >>> bool(solid.evaluate([[0, 0, 0.9]])[0] < 0)
     True
     )")
-        .def_static("from_particles", &fromParticles, py::arg("positions"), py::arg("radius"),
+        .def_static("from_particles", &levelSetFromParticles, py::arg("positions"), py::arg("radius"),
                     py::arg("spacing"), py::kw_only(), py::arg("margin") = 0.0, py::arg("band") = 0.0,
                     py::arg("threads") = py::none(), py::arg("progress") = py::none(),
                     R"(The distances from the union of spheres of one radius around positions of shape (n, 3).
@@ -444,13 +445,13 @@ void bindLevelSet(py::module_& module)
     >>> tavrix.LevelSet.from_mesh(tavrix.Mesh.sphere(), 0.1).gradient([[0, 0, 1]]).shape
     (1, 3)
     )")
-        .def_property_readonly("samples", &samplesOf,
+        .def_property_readonly("samples", &levelSetSamples,
                                "The samples: a writeable view of shape (nx, ny, nz), float32.")
         .def(
             "__array__",
             [](const py::object& self, const py::object& dtype)
             {
-                const py::array samples = samplesOf(self);
+                const py::array samples = levelSetSamples(self);
                 return dtype.is_none() ? py::object(samples)
                                        : samples.attr("astype")(dtype, py::arg("copy") = false);
             },
@@ -467,13 +468,13 @@ void bindLevelSet(py::module_& module)
         .def_property_readonly(
             "band", [](const LevelSetObject& self) { return double{self.surface.getDefaultValue()}; },
             "How far distances go.")
-        .def("copy", &copyOf, R"(A level set with samples of its own.
+        .def("copy", &copyOfLevelSet, R"(A level set with samples of its own.
 
     >>> tavrix.LevelSet(numpy.ones((2, 2, 2))).copy().shape
     (2, 2, 2)
     )")
-        .def("__copy__", &copyOf)
-        .def("__deepcopy__", [](const py::object& self, const py::dict&) { return copyOf(self); })
+        .def("__copy__", &copyOfLevelSet)
+        .def("__deepcopy__", [](const py::object& self, const py::dict&) { return copyOfLevelSet(self); })
         .def("__repr__",
              [](const LevelSetObject& self)
              {
@@ -482,8 +483,9 @@ void bindLevelSet(py::module_& module)
                         std::to_string(grid.sizeY) + " x " + std::to_string(grid.sizeZ) + " samples>";
              })
         .def(py::pickle(
-            [](const py::object& self) {
-                return py::make_tuple(samplesOf(self), self.attr("spacing"), self.attr("origin"),
+            [](const py::object& self)
+            {
+                return py::make_tuple(levelSetSamples(self), self.attr("spacing"), self.attr("origin"),
                                       self.attr("band"));
             },
             [](const py::tuple& state)

@@ -212,18 +212,12 @@ py::tuple stateOf(const py::object& self)
                           hasNormals ? py::object(self.attr("normal_faces")) : py::none());
 }
 
-py::object boundsOf(const MeshObject& self)
+py::object boundsOfMesh(const MeshObject& self)
 {
     self.mesh.invalidateBox();
     const Box3D box = self.mesh.getBox();
     if (self.mesh.getPosSize() == 0) return py::none();
-    py::array_t<double> bounds({2, 3});
-    for (uint32 axis = 0; axis < 3; ++axis)
-    {
-        bounds.mutable_at(0, axis) = box.min[axis];
-        bounds.mutable_at(1, axis) = box.max[axis];
-    }
-    return bounds;
+    return boundsOf(box);
 }
 
 template <class Compute>
@@ -408,7 +402,7 @@ void bindArrays(py::class_<MeshObject>& type)
 
 void bindMeasures(py::class_<MeshObject>& type)
 {
-    type.def_property_readonly("bounds", &boundsOf,
+    type.def_property_readonly("bounds", &boundsOfMesh,
                                R"(The lowest and the highest corner, shape (2, 3), or None without vertices.
 
     >>> tavrix.Mesh.box((0, 0, 0), (1, 2, 3)).bounds.tolist()

@@ -74,6 +74,17 @@ double positive(double value, const char* name)
     return value;
 }
 
+py::array boundsOf(const Box3D& box)
+{
+    py::array_t<double> bounds({2, 3});
+    for (uint32 axis = 0; axis < 3; ++axis)
+    {
+        bounds.mutable_at(0, axis) = box.min[axis];
+        bounds.mutable_at(1, axis) = box.max[axis];
+    }
+    return bounds;
+}
+
 uint32 threadsOf(const std::optional<py::ssize_t>& threads)
 {
     if (!threads) return Hardware::getThreadCount();

@@ -159,4 +159,7 @@ py::array givenAway(Array<T>&& numbers)
     return viewOf(kept->data(), kept->size(), owner, true);
 }
 
+/// The lowest and the highest corner, shape (2, 3).
+py::array boundsOf(const Box3D& box);
+
 }  // namespace tavrix::python

@@ -221,17 +221,6 @@ py::object reconstructPart(const py::object& over, const py::object& positions, 
     return withReport(objectOf(std::move(part), over), std::move(report), returnReport);
 }
 
-py::array boundsOf(const Box3D& box)
-{
-    py::array_t<double> bounds({2, 3});
-    for (uint32 axis = 0; axis < 3; ++axis)
-    {
-        bounds.mutable_at(0, axis) = box.min[axis];
-        bounds.mutable_at(1, axis) = box.max[axis];
-    }
-    return bounds;
-}
-
 void bindReport(py::module_& module)
 {
     py::class_<Report>(module, "ReconstructionReport", R"(What a reconstruction did, and with what.

@@ -29,9 +29,9 @@ constexpr Table makeTable()
     return table;
 }
 
-constexpr Table table = makeTable();
+constexpr Table worths = makeTable();
 
-uint32 worth(char c, std::size_t place) { return table[place][static_cast<unsigned char>(c)]; }
+uint32 worth(char c, std::size_t place) { return worths[place][static_cast<unsigned char>(c)]; }
 
 void put(uint32 group, char* out)
 {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <stdexcept>
+#include <string>
 
 namespace tavrix::formats
 {
@@ -11,5 +12,11 @@ class Failure : public std::runtime_error
 public:
     using std::runtime_error::runtime_error;
 };
+
+/// Throws the Failure that the file ends too early.
+[[noreturn]] inline void refuseCut(const std::string& path)
+{
+    throw Failure(path + ": is cut off; write or copy it again");
+}
 
 }  // namespace tavrix::formats

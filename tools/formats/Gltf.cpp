@@ -19,13 +19,6 @@ enum class Mode : uint64
     Fan = 6
 };
 
-const Json& member(const Json& object, const char* key)
-{
-    static const Json null;
-    const bool isThere = object.is_object() && object.contains(key);
-    return isThere ? object.at(key) : null;
-}
-
 /// The numbers of an array; false, and those before, unless it is one of so many.
 bool takeNumbers(const Json& array, std::size_t count, double* numbers)
 {

@@ -30,14 +30,6 @@ const Json& none()
     return null;
 }
 
-/// The member of an object; null when there is none.
-const Json& member(const Json& object, const char* key)
-{
-    if (!object.is_object()) return none();
-    const auto found = object.find(key);
-    return found == object.end() ? none() : *found;
-}
-
 std::string textOf(const Json& value) { return value.is_string() ? value.get<std::string>() : std::string(); }
 
 std::size_t componentsOf(const std::string& type)
@@ -79,6 +71,13 @@ bool staysWithin(const std::string& name)
 }
 
 }  // namespace
+
+const Json& member(const Json& object, const char* key)
+{
+    if (!object.is_object()) return none();
+    const auto found = object.find(key);
+    return found == object.end() ? none() : *found;
+}
 
 void GltfFile::refuse(const std::string& what) const { throw Failure(_path + ": " + what); }
 

@@ -14,6 +14,9 @@ namespace tavrix::formats
 
 using Json = nlohmann::json;
 
+/// The member of an object; null when there is none.
+const Json& member(const Json& object, const char* key);
+
 /// The elements of an accessor; the column looks at bytes that the file, or the storage, keeps.
 struct GltfElements
 {

@@ -37,7 +37,7 @@ Parser& parser()
 void refuseFailedRead(const std::string& path, int result)
 {
     if (result == meshFileCannotOpen) refuseUnopened(path);
-    if (result == meshFileEndsTooEarly) throw Failure(path + ": is cut off; write or copy it again");
+    if (result == meshFileEndsTooEarly) refuseCut(path);
     if (result < 0) throw Failure(path + ": is damaged, or no mesh file of its kind; export the mesh again");
 }
 

@@ -18,12 +18,6 @@ namespace tavrix::formats
 namespace
 {
 
-template <class Parser>
-Parser& parser()
-{
-    return MeshFileParser<Parser>::instance();
-}
-
 /// The name as the header of a binary STL file: one that fits into it, and without the words by which readers
 /// tell ASCII files.
 std::string stlHeader(const Mesh& mesh)
@@ -42,8 +36,8 @@ std::string stlHeader(const Mesh& mesh)
 int writeStl(const TX_String& path, const Mesh& mesh, bool ascii)
 {
     using Encoding = MeshSTLFileParser::Encoding;
-    const int result =
-        parser<MeshSTLFileParser>().write(path, mesh, ascii ? Encoding::ascii : Encoding::binary);
+    const int result = MeshFileParser<MeshSTLFileParser>::instance().write(
+        path, mesh, ascii ? Encoding::ascii : Encoding::binary);
     return result == 1 ? 0 : result;
 }
 
@@ -79,11 +73,13 @@ void writeMeshes(const std::string& path, const ArrayOfPtr<Mesh>& meshes, const 
     const auto write = [&](const std::string& name)
     {
         if (extension == "stl") return writeStl(TX_String(name), meshes, options.asciiStl);
-        if (extension == "bin") return parser<Mesh_BIN_FileParser>().write(TX_String(name), meshes);
+        if (extension == "bin")
+            return MeshFileParser<Mesh_BIN_FileParser>::instance().write(TX_String(name), meshes);
         if (extension == "ply") return writePly(name, meshes, path);
         if (extension == "vtp") return writeVtp(name, meshes);
         if (extension == "glb") return writeGlb(name, meshes, path);
-        return parser<Mesh_OBJ_FileParser>().write(TX_String(name), meshes, options.objNumbers);
+        return MeshFileParser<Mesh_OBJ_FileParser>::instance().write(TX_String(name), meshes,
+                                                                     options.objNumbers);
     };
     writeFileWhole(path, write);
 }

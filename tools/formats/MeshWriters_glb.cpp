@@ -23,11 +23,6 @@ std::string semanticOf(const VertexAttribute& attribute)
     return isColor(attribute) ? "COLOR_0" : "_" + attribute.name;
 }
 
-uint32 componentsOf(const VertexAttribute& attribute)
-{
-    return isTexture(attribute) ? 2 : attribute.components;
-}
-
 Json vectorJson(const Vector3F& v) { return Json::array({v.x, v.y, v.z}); }
 
 /// The part of the file before its numbers, and how many bytes these take.

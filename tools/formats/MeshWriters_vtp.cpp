@@ -37,12 +37,6 @@ std::string sizeText(uint64 bytes)
     return text;
 }
 
-/// Texture coordinates have two components here.
-uint32 componentsOf(const VertexAttribute& attribute)
-{
-    return isTexture(attribute) ? 2 : attribute.components;
-}
-
 std::string headOf(const MeshOutline& outline, const std::string& index, std::size_t indexBytes)
 {
     const uint64 points = outline.vertexCount, triangles = outline.triangleCount;

@@ -23,7 +23,7 @@ struct Field
 };
 
 /// What the header says.
-struct Header
+struct NpyHeader
 {
     std::vector<Field> fields;
     std::vector<uint64> shape;
@@ -37,7 +37,7 @@ class HeaderReader
 public:
     HeaderReader(std::string_view text, const std::string& path) : _text(text), _path(path) {}
 
-    Header read()
+    NpyHeader read()
     {
         expect('{');
         while (!accept('}'))
@@ -165,7 +165,7 @@ private:
 
     std::string_view _text;
     const std::string& _path;
-    Header _header;
+    NpyHeader _header;
 };
 
 /// The names of the columns of a plain table: x, y, z, and then their numbers.
@@ -181,12 +181,7 @@ std::string columnName(std::size_t n)
                   ": is no array of points; save one of the shape (count, 3), or of records with x, y and z");
 }
 
-[[noreturn]] void refuseCut(const std::string& path)
-{
-    throw Failure(path + ": is cut off; write or copy it again");
-}
-
-void addTable(PointTable& table, const Header& header, const std::string& path, std::string_view data)
+void addTable(PointTable& table, const NpyHeader& header, const std::string& path, std::string_view data)
 {
     const Field& field = header.fields[0];
     if (header.shape.size() != 2 || !field.type || header.shape[1] < 2) refuseShape(path);
@@ -203,7 +198,7 @@ void addTable(PointTable& table, const Header& header, const std::string& path, 
     }
 }
 
-void addRecords(PointTable& table, const Header& header, const std::string& path, std::string_view data)
+void addRecords(PointTable& table, const NpyHeader& header, const std::string& path, std::string_view data)
 {
     std::size_t stride = 0;
     for (const Field& field : header.fields) stride += field.size * field.components;
@@ -231,7 +226,7 @@ PointTable readNpy(const Bytes& bytes, const std::string& path)
     const std::size_t start = isWide ? 12 : 10;
     const std::size_t size = byte(8) | byte(9) << 8 | (isWide ? byte(10) << 16 | byte(11) << 24 : 0);
     if (size > file.size() - start) refuseCut(path);
-    const Header header = HeaderReader(file.substr(start, size), path).read();
+    const NpyHeader header = HeaderReader(file.substr(start, size), path).read();
     if (header.fields.empty()) refuseShape(path);
     PointTable table;
     (header.hasNames ? addRecords : addTable)(table, header, path, file.substr(start + size));

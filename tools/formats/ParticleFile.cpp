@@ -37,7 +37,7 @@ std::optional<uint32> statedCount(const TX_String& path)
 }
 
 /// Throws the Failure that fewer records are there than stated.
-void refuseCut(const std::string& path, const std::optional<uint32>& stated, uint32 read)
+void refuseFewer(const std::string& path, const std::optional<uint32>& stated, uint32 read)
 {
     if (read == 0 && !stated) throw Failure(path + ": is cut off in its header; write or copy it again");
     if (read < stated.value_or(0))
@@ -65,7 +65,7 @@ PointData readBin(const std::string& path)
     ParticleSystem_v3 particles;
     const int read = particles.load_BIN(TX_String(file.path()));
     if (read < 0) throw Failure(path + ": cannot be read; look for what is wrong with the disk");
-    refuseCut(path, statedCount(TX_String(file.path())), static_cast<uint32>(read));
+    refuseFewer(path, statedCount(TX_String(file.path())), static_cast<uint32>(read));
     return pointsOf(particles);
 }
 
@@ -170,7 +170,7 @@ std::optional<uint32> statedParticles(const std::string& path)
     const PlainFile file(path);
     if (file.path() != path) return std::nullopt;
     const auto stated = statedCount(TX_String(path));
-    refuseCut(path, stated, stated.value_or(0));
+    refuseFewer(path, stated, stated.value_or(0));
     return stated;
 }
 
@@ -183,7 +183,7 @@ ParticleFile readParticleShare(const std::string& path, uint32 share, uint32 sha
     const int read = particles.load_BIN(TX_String(path), first, count);
     if (read < 0) throw Failure(path + ": cannot be read; look for what is wrong with the disk");
     if (static_cast<uint32>(read) < count)
-        refuseCut(path, static_cast<uint32>(stated), first + static_cast<uint32>(read));
+        refuseFewer(path, static_cast<uint32>(stated), first + static_cast<uint32>(read));
     return fileOf(pointsOf(particles));
 }
 

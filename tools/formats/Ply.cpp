@@ -40,7 +40,7 @@ enum class Format
     BigEndian,
 };
 
-struct Header
+struct PlyHeader
 {
     Format format = Format::Ascii;
     std::vector<Element> elements;
@@ -49,11 +49,6 @@ struct Header
 [[noreturn]] void refuse(const std::string& path, const std::string& what)
 {
     throw Failure(path + ": is a damaged PLY file: " + what + "; export it again");
-}
-
-[[noreturn]] void refuseCut(const std::string& path)
-{
-    throw Failure(path + ": is cut off; write or copy it again");
 }
 
 std::optional<Number> typeOf(std::string_view name)
@@ -92,9 +87,9 @@ Property propertyIn(TextReader& line, const std::string& path)
 }
 
 /// Reads the header, and leaves the text at the first element.
-Header readHeader(TextReader& text, const std::string& path)
+PlyHeader readHeader(TextReader& text, const std::string& path)
 {
-    Header header;
+    PlyHeader header;
     text.line();
     while (!text.isAtEnd())
     {
@@ -331,7 +326,7 @@ bool isPolygons(const Element& element) { return element.name == "face" || eleme
 PlyData readPly(const Bytes& bytes, const std::string& path, bool withPolygons)
 {
     TextReader text(bytes.view());
-    const Header header = readHeader(text, path);
+    const PlyHeader header = readHeader(text, path);
     ValueReader values(text, header.format, path);
     PlyData data;
     for (const Element& element : header.elements)
@@ -355,7 +350,7 @@ PlyData readPly(const Bytes& bytes, const std::string& path, bool withPolygons)
 bool plyHoldsPolygons(std::string_view file, const std::string& path)
 {
     TextReader text(file);
-    const Header header = readHeader(text, path);
+    const PlyHeader header = readHeader(text, path);
     return std::any_of(header.elements.begin(), header.elements.end(),
                        [](const Element& element) { return isPolygons(element) && element.count > 0; });
 }

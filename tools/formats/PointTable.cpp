@@ -236,7 +236,7 @@ std::string lower(std::string_view text)
     return small;
 }
 
-bool isOneOf(std::string_view text, std::initializer_list<std::string_view> texts)
+bool isIn(std::string_view text, std::initializer_list<std::string_view> texts)
 {
     return std::find(texts.begin(), texts.end(), text) != texts.end();
 }
@@ -277,7 +277,7 @@ AxisName splitName(std::string_view given)
     if (axis > 2) return {"", 3};
     const std::string_view stem = name.substr(0, name.size() - 1);
     if (stem.empty() && !isDigit) return {"position", axis};
-    if (isOneOf(lower(stem), {"v", "n", "p"}) && !isDigit)
+    if (isIn(lower(stem), {"v", "n", "p"}) && !isDigit)
         return {stem == "v" || stem == "V"   ? "velocity"
                 : stem == "n" || stem == "N" ? "normal"
                                              : "position",
@@ -343,8 +343,8 @@ Column vectorOf(const Gathered& gathered, std::vector<Column>& columns)
 
 bool isPositionName(std::string_view name)
 {
-    return isOneOf(lower(name), {"position", "positions", "pos", "p", "point", "points", "coordinate",
-                                 "coordinates", "coord", "coords", "xyz", "location", ""});
+    return isIn(lower(name), {"position", "positions", "pos", "p", "point", "points", "coordinate",
+                              "coordinates", "coord", "coords", "xyz", "location", ""});
 }
 
 std::size_t sizeOf(Number type)

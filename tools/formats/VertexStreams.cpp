@@ -56,6 +56,11 @@ bool isTexture(const VertexAttribute& attribute) { return isNamed(attribute, "uv
 bool isColor(const VertexAttribute& attribute) { return isNamed(attribute, "color", 3); }
 bool isVelocity(const VertexAttribute& attribute) { return isNamed(attribute, "velocity", 3); }
 
+uint32 componentsOf(const VertexAttribute& attribute)
+{
+    return isTexture(attribute) ? 2 : attribute.components;
+}
+
 VertexStreams::VertexStreams(const Mesh& mesh)
     : _mesh(&mesh), _hasNormals(!mesh.nor().empty() && mesh.trindexNor().size() == mesh.getFacesSize())
 {

@@ -30,6 +30,9 @@ bool isColor(const VertexAttribute& attribute);
 bool isVelocity(const VertexAttribute& attribute);
 /// @}
 
+/// The numbers of an element in a file: texture coordinates have two there.
+uint32 componentsOf(const VertexAttribute& attribute);
+
 /// The vertices of a mesh for formats that give each one normal: a position with several normals becomes
 /// several vertices, the first in its place and the others behind all. Faces with a corner that is not there
 /// are left out. The mesh must stay as it is meanwhile. O(positions + faces).

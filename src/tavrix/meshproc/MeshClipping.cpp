@@ -6,6 +6,7 @@
 
 #include <tavrix/foundation/Color4.h>
 #include <tavrix/foundation/detail/Polling.h>
+#include <tavrix/foundation/detail/SortOnce.h>
 #include <tavrix/mesh/detail/CarriedArrays.h>
 #include <tavrix/mesh/Mesh.h>
 #include <tavrix/mesh/SheetSeparation.h>
@@ -338,8 +339,7 @@ private:
                 found.push_back(edges[k].first);
                 found.push_back(edges[k].second);
             }
-        std::sort(found.begin(), found.end());
-        found.erase(std::unique(found.begin(), found.end()), found.end());
+        detail::sortOnce(found);
         Array<uint32> places;
         for (const uint32 vertex : found)
         {

@@ -25,7 +25,7 @@ namespace tavrix::tool
 namespace
 {
 
-struct Options : RunOptions
+struct ConvertOptions : RunOptions
 {
     std::string input, output;
     std::optional<double> weld;
@@ -37,7 +37,7 @@ struct Options : RunOptions
     std::vector<std::string*> outputs() { return {&output}; }
 };
 
-std::string convertOne(const Options& options)
+std::string convertOne(const ConvertOptions& options)
 {
     Progress progress(2, options.quiet, options.label, options.bar());
     progress.begin("read");
@@ -63,7 +63,7 @@ std::string convertOne(const Options& options)
 
 void addConvertCommand(CLI::App& app, Command& command)
 {
-    const auto options = std::make_shared<Options>();
+    const auto options = std::make_shared<ConvertOptions>();
     CLI::App* convert = app.add_subcommand("convert", "Write a mesh file in another format");
     convert->add_option("IN", options->input, meshFileText())
         ->required()

@@ -25,7 +25,7 @@ namespace tavrix::tool
 namespace
 {
 
-struct Options : MeshChangeOptions
+struct DisplaceOptions : MeshChangeOptions
 {
     double amount = 0, middle = 0;
     std::string picture;
@@ -45,14 +45,14 @@ void confirmTexture(const Mesh& mesh, const std::string& file)
                       "another program, or use --noise");
 }
 
-void splitEdges(Mesh& mesh, const Options& options, uint32 threads)
+void splitEdges(Mesh& mesh, const DisplaceOptions& options, uint32 threads)
 {
     confirmSplittingFits(mesh, *options.edge, options.input);
     MeshTessellator(threads, StageScope::poll).splitEdges(mesh, *options.edge);
     stopIfInterrupted();
 }
 
-void displace(Mesh& mesh, const Options& options, const HeightPicture& picture, uint32 threads)
+void displace(Mesh& mesh, const DisplaceOptions& options, const HeightPicture& picture, uint32 threads)
 {
     if (!options.noise) confirmTexture(mesh, options.input);
     if (options.edge) splitEdges(mesh, options, threads);
@@ -67,7 +67,7 @@ void displace(Mesh& mesh, const Options& options, const HeightPicture& picture, 
                             { return options.amount * noise.fractal(p / *options.noise, options.octaves); });
 }
 
-std::string displaceOne(const Options& options)
+std::string displaceOne(const DisplaceOptions& options)
 {
     HeightPicture picture;
     if (!options.noise) picture = formats::readPngHeights(options.picture);
@@ -81,7 +81,7 @@ std::string displaceOne(const Options& options)
 }
 
 /// Rejects contradictory options.
-void checkTogether(const CLI::App& displace, const Options& options)
+void checkTogether(const CLI::App& displace, const DisplaceOptions& options)
 {
     if (options.picture.empty() && !options.noise)
         throw CLI::ValidationError("displace", "needs --height or --noise");
@@ -90,7 +90,7 @@ void checkTogether(const CLI::App& displace, const Options& options)
     for (const char* name : {"--octaves", "--seed"}) refuse(displace, name, !options.noise, "needs --noise");
 }
 
-void addPicture(CLI::App& displace, Options& options)
+void addPicture(CLI::App& displace, DisplaceOptions& options)
 {
     displace
         .add_option(
@@ -109,7 +109,7 @@ void addPicture(CLI::App& displace, Options& options)
         ->group("Picture of heights");
 }
 
-void addNoise(CLI::App& displace, Options& options)
+void addNoise(CLI::App& displace, DisplaceOptions& options)
 {
     displace
         .add_option("--noise", options.noise, "Noise instead of a picture, with hills of about this size")
@@ -133,7 +133,7 @@ void addNoise(CLI::App& displace, Options& options)
 
 void addDisplaceCommand(CLI::App& app, Command& command)
 {
-    const auto options = std::make_shared<Options>();
+    const auto options = std::make_shared<DisplaceOptions>();
     CLI::App* displace =
         app.add_subcommand("displace", "Move a mesh along its normals by a picture of heights or by noise");
     addMeshChangeFiles(*displace, *options);

@@ -18,12 +18,12 @@ namespace tavrix::tool
 namespace
 {
 
-struct Options : MeshChangeOptions
+struct FillOptions : MeshChangeOptions
 {
     uint32 mostEdges = 300;
 };
 
-std::string fillOne(const Options& options)
+std::string fillOne(const FillOptions& options)
 {
     HoleFillingReport all;
     return changeMeshes(
@@ -49,7 +49,7 @@ std::string fillOne(const Options& options)
 
 void addFillCommand(CLI::App& app, Command& command)
 {
-    const auto options = std::make_shared<Options>();
+    const auto options = std::make_shared<FillOptions>();
     CLI::App* fill = app.add_subcommand("fill", "Close the holes of a mesh");
     addMeshChangeFiles(*fill, *options);
     fill->add_option("--edges", options->mostEdges, "Leave holes with more edges around them open")

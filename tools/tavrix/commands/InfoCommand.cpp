@@ -22,7 +22,7 @@ namespace
 
 using Json = nlohmann::ordered_json;
 
-struct Options
+struct InfoOptions
 {
     std::vector<std::string> inputs;
     bool json = false;
@@ -276,7 +276,7 @@ Json fileJson(const std::string& path, const FileInfo& info)
     return object;
 }
 
-int runInfo(const Options& options)
+int runInfo(const InfoOptions& options)
 {
     Json all = Json::array();
     int status = 0;
@@ -302,7 +302,7 @@ int runInfo(const Options& options)
 
 void addInfoCommand(CLI::App& app, Command& command)
 {
-    const auto options = std::make_shared<Options>();
+    const auto options = std::make_shared<InfoOptions>();
     CLI::App* info = app.add_subcommand("info", "Tell what particle and mesh files hold");
     info->add_option("FILE", options->inputs, anyFileText())
         ->required()

@@ -31,7 +31,7 @@ namespace tavrix::tool
 namespace
 {
 
-struct Options : RunOptions
+struct PreviewRunOptions : RunOptions
 {
     std::vector<std::string> files;
     std::string output;
@@ -59,7 +59,7 @@ struct Subject
     Box3D box;
 };
 
-Subject meshSubject(const std::string& file, const Options& options, Progress& progress)
+Subject meshSubject(const std::string& file, const PreviewRunOptions& options, Progress& progress)
 {
     const formats::MeshFile content =
         readMeshes(file, options.strict, progress, threadsFor(options.picture.threads, options));
@@ -82,7 +82,7 @@ Subject particleSubject(const std::string& file, const std::optional<double>& ra
     return {std::move(positions), static_cast<float>(used), {box.min - reach, box.max + reach}};
 }
 
-Subject subjectOf(const std::string& file, const Options& options, Progress& progress)
+Subject subjectOf(const std::string& file, const PreviewRunOptions& options, Progress& progress)
 {
     return formats::holdsMesh(file) ? meshSubject(file, options, progress)
                                     : particleSubject(file, options.particleRadius);
@@ -95,7 +95,7 @@ Picture draw(const Subject& subject, const View& view, const PreviewOptions& opt
     return renderMesh(std::get<Mesh>(subject.matter), view, options);
 }
 
-std::vector<Subject> subjectsOf(const Options& options, Progress& progress)
+std::vector<Subject> subjectsOf(const PreviewRunOptions& options, Progress& progress)
 {
     std::vector<Subject> subjects;
     for (const std::string& file : options.files) subjects.push_back(subjectOf(file, options, progress));
@@ -123,7 +123,7 @@ Picture drawAll(const std::vector<Subject>& subjects, const View& view, const Pr
 }
 
 /// Draws the subjects as they are seen on the way around them, or once.
-void drawTurns(const std::vector<Subject>& subjects, const Options& options, Progress& progress)
+void drawTurns(const std::vector<Subject>& subjects, const PreviewRunOptions& options, Progress& progress)
 {
     PreviewOptions picture = options.picture;
     picture.threads = threadsFor(picture.threads, options);
@@ -142,7 +142,7 @@ void drawTurns(const std::vector<Subject>& subjects, const Options& options, Pro
     }
 }
 
-std::string previewOne(const Options& options)
+std::string previewOne(const PreviewRunOptions& options)
 {
     Progress progress(1 + (1 + options.files.size()) * options.picture.turns, options.quiet, options.label,
                       options.bar());
@@ -159,11 +159,11 @@ std::string previewOne(const Options& options)
 }
 
 /// The largest radius of particles in the first frame that can be read; 0 without particles.
-float radiusOfFirst(const std::vector<Options>& frames)
+float radiusOfFirst(const std::vector<PreviewRunOptions>& frames)
 {
     Progress silent(1, true);
     return ofFirstReadable(frames,
-                           [&](const Options& frame)
+                           [&](const PreviewRunOptions& frame)
                            {
                                float radius = 0;
                                for (const Subject& subject : subjectsOf(frame, silent))
@@ -173,7 +173,7 @@ float radiusOfFirst(const std::vector<Options>& frames)
 }
 
 /// One camera and one radius of particles for all frames.
-std::string settleView(Options& options, const std::vector<Options>& frames)
+std::string settleView(PreviewRunOptions& options, const std::vector<PreviewRunOptions>& frames)
 {
     std::string text;
     if (const float radius = options.particleRadius ? 0 : radiusOfFirst(frames); radius > 0)
@@ -183,10 +183,10 @@ std::string settleView(Options& options, const std::vector<Options>& frames)
     }
     Progress silent(1, true);
     Box3D whole = Box3D::empty();
-    for (Options frame : frames)
+    for (PreviewRunOptions frame : frames)
     {
         frame.particleRadius = options.particleRadius;
-        const auto box = ofFirstReadable(std::vector{frame}, [&](const Options& one)
+        const auto box = ofFirstReadable(std::vector{frame}, [&](const PreviewRunOptions& one)
                                          { return std::optional(boxOf(subjectsOf(one, silent))); });
         if (box) whole.extend(*box);
     }
@@ -197,7 +197,7 @@ std::string settleView(Options& options, const std::vector<Options>& frames)
 }
 
 /// Rejects what has no effect.
-void checkTogether(const CLI::App& preview, const Options& options)
+void checkTogether(const CLI::App& preview, const PreviewRunOptions& options)
 {
     FrameFiles files = filesOf(options);
     if (options.isTurntable())
@@ -222,7 +222,7 @@ void checkTogether(const CLI::App& preview, const Options& options)
 
 void addPreviewCommand(CLI::App& app, Command& command)
 {
-    const auto options = std::make_shared<Options>();
+    const auto options = std::make_shared<PreviewRunOptions>();
     CLI::App* preview = app.add_subcommand("preview", "Draw a picture of mesh or particle files");
     preview->add_option("FILE", options->files, anyFileText("several stand side by side, seen by one camera"))
         ->required()

@@ -26,7 +26,7 @@ namespace tavrix::tool
 namespace
 {
 
-struct Options : RunOptions
+struct QueryOptions : RunOptions
 {
     std::string input, output, points;
     std::vector<std::string> rays, nearest;
@@ -50,7 +50,7 @@ CLI::Validator numbers(bool isRay)
     return CLI::Validator(check, "", "");
 }
 
-std::vector<Query> askedQueries(const Options& options)
+std::vector<Query> askedQueries(const QueryOptions& options)
 {
     std::vector<Query> queries;
     for (const auto* texts : {&options.rays, &options.nearest})
@@ -101,7 +101,7 @@ void writeText(const std::string& path, const std::string& text)
                             });
 }
 
-std::string queryOne(const Options& options)
+std::string queryOne(const QueryOptions& options)
 {
     Progress progress(3, options.quiet, options.label, options.bar());
     progress.begin("read");
@@ -132,7 +132,7 @@ std::string queryOne(const Options& options)
 
 void addQueryCommand(CLI::App& app, Command& command)
 {
-    const auto options = std::make_shared<Options>();
+    const auto options = std::make_shared<QueryOptions>();
     CLI::App* query = app.add_subcommand("query", "Tell where rays hit a mesh, and what is near or inside");
     query->add_option("MESH", options->input, meshFileText())
         ->required()

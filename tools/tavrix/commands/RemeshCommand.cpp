@@ -21,13 +21,13 @@ namespace tavrix::tool
 namespace
 {
 
-struct Options : MeshChangeOptions
+struct RemeshOptions : MeshChangeOptions
 {
     RemeshingSettings remeshing;
     double sharp = 40;
 };
 
-std::string remeshOne(const Options& options)
+std::string remeshOne(const RemeshOptions& options)
 {
     double distance = 0;
     return changeMeshes(
@@ -50,7 +50,7 @@ std::string remeshOne(const Options& options)
 
 void addRemeshCommand(CLI::App& app, Command& command)
 {
-    const auto options = std::make_shared<Options>();
+    const auto options = std::make_shared<RemeshOptions>();
     CLI::App* remesh = app.add_subcommand("remesh", "Give a mesh even faces with edges of about one length");
     addMeshChangeFiles(*remesh, *options);
     remesh->add_option("--edge", options->remeshing.edge, "How long edges are to be, within a third or so")

@@ -29,7 +29,7 @@ namespace tavrix::tool
 namespace
 {
 
-struct Options : RunOptions
+struct SimplifyOptions : RunOptions
 {
     std::string input, output;
     WeldOptions weld;
@@ -83,7 +83,7 @@ void tellOutcome(const Outcome& outcome, const DecimationSettings& settings)
             outcome.target);
 }
 
-std::string simplifyOne(const Options& options)
+std::string simplifyOne(const SimplifyOptions& options)
 {
     Progress progress(3, options.quiet, options.label, options.bar());
     progress.begin("read");
@@ -166,7 +166,7 @@ void addDecimation(CLI::App& simplify, DecimationSettings& decimation)
 }
 
 /// Rejects contradictory options.
-void checkTogether(const CLI::App& simplify, const Options& options)
+void checkTogether(const CLI::App& simplify, const SimplifyOptions& options)
 {
     checkFrames(simplify, filesOf(options));
     refuseFormatOptions(simplify, options.output);
@@ -185,7 +185,7 @@ void checkTogether(const CLI::App& simplify, const Options& options)
 
 void addSimplifyCommand(CLI::App& app, Command& command)
 {
-    const auto options = std::make_shared<Options>();
+    const auto options = std::make_shared<SimplifyOptions>();
     CLI::App* simplify = app.add_subcommand("simplify", "Make a mesh of fewer faces, or join near vertices");
     simplify->add_option("IN", options->input, meshFileText())
         ->required()

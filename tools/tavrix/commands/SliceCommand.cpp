@@ -32,7 +32,7 @@ namespace tavrix::tool
 namespace
 {
 
-struct Options : RunOptions
+struct SliceOptions : RunOptions
 {
     std::string input, output, at, axis = "z", unit = "mm";
     std::optional<double> every, from, to;
@@ -64,7 +64,7 @@ std::optional<Vector3D> parseAxis(const std::string& text)
 }
 
 /// Layers of the same thickness, each cut in its middle unless the first plane was given.
-std::vector<double> evenHeights(const Options& options, const HeightRange& mesh)
+std::vector<double> evenHeights(const SliceOptions& options, const HeightRange& mesh)
 {
     constexpr double mostLayers = 1e6;
     const double step = *options.every, first = options.from.value_or(mesh.low + step / 2);
@@ -124,7 +124,7 @@ Totals totalsOf(const std::vector<MeshSlice>& slices)
 }
 
 /// Writes all layers into the output, or each into one of its own.
-void writeLayers(const Options& options, const std::vector<MeshSlice>& slices, const Box2D& box,
+void writeLayers(const SliceOptions& options, const std::vector<MeshSlice>& slices, const Box2D& box,
                  Progress& progress)
 {
     const formats::SliceSheet sheet{box, options.unit};
@@ -142,7 +142,7 @@ void writeLayers(const Options& options, const std::vector<MeshSlice>& slices, c
 }
 
 /// Prints what was made of the mesh.
-void tell(const Options& options, const Mesh& mesh, const MeshSlices& made, const Totals& totals)
+void tell(const SliceOptions& options, const Mesh& mesh, const MeshSlices& made, const Totals& totals)
 {
     const auto& slices = made.slices;
     const auto [low, high] = std::minmax_element(
@@ -163,7 +163,7 @@ void tell(const Options& options, const Mesh& mesh, const MeshSlices& made, cons
     std::printf("slices     -> %s\n", options.output.c_str());
 }
 
-std::string sliceOne(const Options& options)
+std::string sliceOne(const SliceOptions& options)
 {
     Progress progress(3, options.quiet, options.label, options.bar());
     progress.begin("read");
@@ -201,7 +201,7 @@ std::string sliceOne(const Options& options)
     return {};
 }
 
-void addPlanes(CLI::App& slice, Options& options)
+void addPlanes(CLI::App& slice, SliceOptions& options)
 {
     const auto check = [](auto parses, const char* message)
     {
@@ -236,7 +236,7 @@ void addPlanes(CLI::App& slice, Options& options)
         ->option_text("AXIS [z]");
 }
 
-void addPolygons(CLI::App& slice, Options& options)
+void addPolygons(CLI::App& slice, SliceOptions& options)
 {
     slice
         .add_option("--simplify", options.slicing.tolerance,
@@ -254,7 +254,7 @@ void addPolygons(CLI::App& slice, Options& options)
 }
 
 /// Rejects options that contradict each other or have no effect.
-void checkTogether(const CLI::App& slice, const Options& options)
+void checkTogether(const CLI::App& slice, const SliceOptions& options)
 {
     if (!options.every && options.at.empty())
         throw CLI::ValidationError("slice", "needs --every or --at, for the planes to cut at");
@@ -269,7 +269,7 @@ void checkTogether(const CLI::App& slice, const Options& options)
 
 void addSliceCommand(CLI::App& app, Command& command)
 {
-    const auto options = std::make_shared<Options>();
+    const auto options = std::make_shared<SliceOptions>();
     CLI::App* slice = app.add_subcommand("slice", "Cut a mesh with parallel planes into polygons");
     slice->add_option("MESH", options->input, meshFileText())
         ->required()

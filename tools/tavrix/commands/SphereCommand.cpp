@@ -19,7 +19,7 @@ namespace tavrix::tool
 namespace
 {
 
-struct Options
+struct SphereOptions
 {
     std::string output, folder;
     uint32 faces = 0;
@@ -28,7 +28,7 @@ struct Options
     bool quiet = false;
 };
 
-void runSphere(const Options& options)
+void runSphere(const SphereOptions& options)
 {
     makeFolder(options.folder);
     const SphereTriangulated<double> sphere(options.faces, options.radius);
@@ -48,7 +48,7 @@ void runSphere(const Options& options)
 
 void addSphereCommand(CLI::App& app, Command& command)
 {
-    const auto options = std::make_shared<Options>();
+    const auto options = std::make_shared<SphereOptions>();
     CLI::App* sphere = app.add_subcommand("sphere", "Write a sphere of 20 or 500 faces around the origin");
     sphere
         ->add_option("FACES", options->faces, "20: an icosahedron, its poles on the z axis; 500: poles on y")

@@ -23,7 +23,7 @@ namespace tavrix::tool
 namespace
 {
 
-struct Options : MeshChangeOptions
+struct SubdivideOptions : MeshChangeOptions
 {
     std::optional<uint32> levels;
     std::optional<double> edge, sharp;
@@ -32,7 +32,7 @@ struct Options : MeshChangeOptions
 
 constexpr double bytesPerFace = 150;
 
-void confirmDone(const TessellationReport& report, const Options& options)
+void confirmDone(const TessellationReport& report, const SubdivideOptions& options)
 {
     if (report.status == TessellationStatus::TooLarge)
         throw Failure(options.input + (options.edge
@@ -40,13 +40,13 @@ void confirmDone(const TessellationReport& report, const Options& options)
                                            : ": would have more than 2^30 faces; give fewer --levels"));
 }
 
-TessellationReport split(Mesh& mesh, const Options& options, uint32 threads)
+TessellationReport split(Mesh& mesh, const SubdivideOptions& options, uint32 threads)
 {
     confirmSplittingFits(mesh, *options.edge, options.input);
     return MeshTessellator(threads, StageScope::poll).splitEdges(mesh, *options.edge);
 }
 
-TessellationReport smooth(Mesh& mesh, const Options& options, uint32 threads)
+TessellationReport smooth(Mesh& mesh, const SubdivideOptions& options, uint32 threads)
 {
     SubdivisionSettings settings;
     settings.levels = *options.levels;
@@ -58,7 +58,7 @@ TessellationReport smooth(Mesh& mesh, const Options& options, uint32 threads)
     return MeshTessellator(threads, StageScope::poll).subdivide(mesh, settings);
 }
 
-std::string subdivideOne(const Options& options)
+std::string subdivideOne(const SubdivideOptions& options)
 {
     uint32 creases = 0;
     return changeMeshes(
@@ -80,7 +80,7 @@ std::string subdivideOne(const Options& options)
 
 void addSubdivideCommand(CLI::App& app, Command& command)
 {
-    const auto options = std::make_shared<Options>();
+    const auto options = std::make_shared<SubdivideOptions>();
     CLI::App* subdivide = app.add_subcommand("subdivide", "Make a mesh of more faces, smoother or the same");
     addMeshChangeFiles(*subdivide, *options);
     CLI::Option* const levels =

@@ -94,7 +94,7 @@ private:
     Vector3F _eye, _right, _upward, _forward;
     Vector3F _brightSide;
     float _tangentX, _tangentY, _ground;
-    Frame _key;  ///< its axis leads to the key light
+    LocalFrame _key;  ///< its axis leads to the key light
 };
 
 template <class Shapes>
@@ -157,7 +157,7 @@ Vector3F Tracer<Shapes>::fillLightAt(const Vector3F& place, const Vector3F& norm
                                      const Sample& sample) const
 {
     const auto [x, y] = _disk.point(hash(sample.random) ^ sample.light);
-    const Frame frame(normal);
+    const LocalFrame frame(normal);
     const float height = std::sqrt(std::max(1 - x * x - y * y, 0.0f));
     const Vector3F direction = frame.side * x + frame.other * y + normal * height;
     const float toGround = direction.y < 0 ? (_ground - place.y) / direction.y : infinite;

@@ -21,10 +21,10 @@ inline uint32 hash(uint32 x)
 inline Vector3F unit(const Vector3F& v) { return v * (1 / length(v)); }
 
 /// Two unit vectors that form a right angle with the unit vector and with each other.
-struct Frame
+struct LocalFrame
 {
     Vector3F axis, side, other;
-    explicit Frame(const Vector3F& n) : axis(n)
+    explicit LocalFrame(const Vector3F& n) : axis(n)
     {
         side = unit(std::fabs(n.x) < 0.7f ? cross(n, {1, 0, 0}) : cross(n, {0, 1, 0}));
         other = cross(n, side);

@@ -11,7 +11,7 @@ namespace
 {
 
 constexpr uint32 groupSize = 8;
-constexpr uint64 runsPerPiece = 4096;
+constexpr uint64 runsPerVaryingPiece = 4096;
 
 /// Eight bytes of 0 or 1 as the bits of one.
 uint8 packed(const uint8* flags, uint32 count)
@@ -82,7 +82,7 @@ bool VaryingNodes::find(const float* samples, Polling& polling)
 bool VaryingNodes::follow(const float* samples, Polling& polling)
 {
     std::fill(_varying.begin(), _varying.end(), uint8{0});
-    inPieces(polling, _runs.size(), runsPerPiece, _threadCount,
+    inPieces(polling, _runs.size(), runsPerVaryingPiece, _threadCount,
              [&](uint32, uint64 begin, uint64 end)
              {
                  Scratch scratch;

@@ -4,6 +4,7 @@
 #include <vector>
 
 #include <tavrix/fields/ScalarField3_SG.h>
+#include <tavrix/foundation/detail/SortOnce.h>
 #include <tavrix/isosurface/detail/LookupSource.h>
 
 namespace tavrix::detail
@@ -70,8 +71,7 @@ std::vector<uint32> TiledSource<T>::listTiles(Polling& polling) const
                      }
                  }
              });
-    std::sort(list.begin(), list.end());
-    list.erase(std::unique(list.begin(), list.end()), list.end());
+    sortOnce(list);
     return list;
 }
 

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include <tavrix/foundation/detail/Polling.h>
+#include <tavrix/foundation/detail/SortOnce.h>
 #include <tavrix/foundation/ParallelFor.h>
 
 namespace tavrix::detail
@@ -58,8 +59,7 @@ FaceRegion regionAround(const Mesh& mesh, std::span<const uint32> vertices, uint
     std::vector<uint32> corners;
     for (const uint32 f : region.faceNumbers)
         corners.insert(corners.end(), {faces[f].a, faces[f].b, faces[f].c});
-    std::sort(corners.begin(), corners.end());
-    corners.erase(std::unique(corners.begin(), corners.end()), corners.end());
+    sortOnce(corners);
     for (const uint32 v : corners)
     {
         region.vertexNumbers.push_back(v);

@@ -12,8 +12,6 @@ namespace
 {
 
 constexpr double everythingSmooth = 3.141592653589793;
-constexpr std::size_t tripleSize = 12;
-
 FileStatus readMarker(FileBufferIn& file, uint32 expected)
 {
     uint32 marker = 0;
@@ -51,9 +49,9 @@ FileStatus readTriples(FileBufferIn& file, uint32 count, Array<T>& array, const 
     const auto decodeBlock = [&](const unsigned char* bytes, uint32 first, uint32 number)
     {
         T* to = array.data() + first;
-        for (uint32 i = 0; i < number; ++i, bytes += tripleSize) to[i] = decodeOne(bytes);
+        for (uint32 i = 0; i < number; ++i, bytes += binTripleSize) to[i] = decodeOne(bytes);
     };
-    array.resize(readRecords(file, count, tripleSize, tripleSize, resize, decodeBlock));
+    array.resize(readRecords(file, count, binTripleSize, binTripleSize, resize, decodeBlock));
     return file.status();
 }
 
@@ -171,7 +169,7 @@ FileStatus readTextures(FileBufferIn& file, uint32 version, bool keep, Mesh& mes
     if (weightCount > 0) return WeightedTextures(file, static_cast<uint32>(weightCount)).read(keep, mesh);
     if (keep) return readChannel(file, mesh, "UV_MAP_0", decodeTexture);
     const auto nothing = [](auto...) {};
-    readRecords(file, mesh.getPosSize(), tripleSize, tripleSize, nothing, nothing);
+    readRecords(file, mesh.getPosSize(), binTripleSize, binTripleSize, nothing, nothing);
     return file.status();
 }
 

@@ -13,8 +13,6 @@ namespace tavrix::detail
 namespace
 {
 
-constexpr std::size_t tripleSize = 12;
-
 using Meshes = std::vector<const Mesh*>;
 
 bool anyHas(const Meshes& meshes, const char* channel)
@@ -31,7 +29,7 @@ void writeNumbers(BufferedWriter& out, std::initializer_list<uint32> numbers)
 void writePositions(BufferedWriter& out, const Mesh& mesh, double scale)
 {
     const Vector3D* pos = mesh.pos().data();
-    out.writeItems(mesh.getPosSize(), tripleSize,
+    out.writeItems(mesh.getPosSize(), binTripleSize,
                    [=](uint32 i, char* to) { return putVector(to, pos[i] * scale); });
 }
 
@@ -39,7 +37,7 @@ void writeFaces(BufferedWriter& out, const Mesh& mesh, uint32 offset)
 {
     const Index3* faces = mesh.trindexPos().data();
     const uint32 positionCount = mesh.getPosSize();
-    out.writeItems(mesh.getFacesSize(), tripleSize,
+    out.writeItems(mesh.getFacesSize(), binTripleSize,
                    [=](uint32 i, char* to)
                    {
                        const Index3 face = faces[i];
@@ -54,7 +52,7 @@ void writeTextures(BufferedWriter& out, const Mesh& mesh, bool chosen)
 {
     constexpr float filler = 1.0f;
     const Array<Vector3F>* uv = chosen ? findPerPosition(mesh, "UV_MAP_0") : nullptr;
-    out.writeItems(mesh.getPosSize(), tripleSize,
+    out.writeItems(mesh.getPosSize(), binTripleSize,
                    [=](uint32 i, char* to)
                    {
                        const Vector3F texture = uv ? (*uv)[i] : Vector3F{0, 0, 0};
@@ -65,7 +63,7 @@ void writeTextures(BufferedWriter& out, const Mesh& mesh, bool chosen)
 void writeVelocities(BufferedWriter& out, const Mesh& mesh, float scale)
 {
     const Array<Vector3F>* velocities = findPerPosition(mesh, "Velocity");
-    out.writeItems(mesh.getPosSize(), tripleSize,
+    out.writeItems(mesh.getPosSize(), binTripleSize,
                    [=](uint32 i, char* to) {
                        return putVector(to, velocities ? (*velocities)[i] * scale : Vector3F{0, 0, 0});
                    });

@@ -2,6 +2,7 @@
 #include <span>
 
 #include <tavrix/foundation/detail/Polling.h>
+#include <tavrix/foundation/detail/SortOnce.h>
 #include <tavrix/foundation/ParallelFor.h>
 #include <tavrix/meshio/detail/ObjReader.h>
 
@@ -139,8 +140,7 @@ private:
 
     void sortSeams()
     {
-        std::sort(_seams.begin(), _seams.end());
-        _seams.erase(std::unique(_seams.begin(), _seams.end()), _seams.end());
+        sortOnce(_seams);
         _seamIndex.resize(_seams.size());
     }
 

@@ -1,5 +1,5 @@
 #include <tavrix/meshio/detail/ObjPiece.h>
-#include <tavrix/meshio/detail/TrimmedText.h>
+#include <tavrix/meshio/detail/WhiteSpace.h>
 #include <tavrix/platform/NumberText.h>
 
 namespace tavrix::detail
@@ -12,8 +12,6 @@ using ReadingMode = ObjReadingMode;
 
 /// An index that no file has an element for, and that does not mean "none".
 constexpr uint32 badIndex = noIndex - 1;
-
-bool isSpace(char c) { return c == ' ' || ('\t' <= c && c <= '\r'); }
 
 const char* skipSpaces(const char* p, const char* end)
 {

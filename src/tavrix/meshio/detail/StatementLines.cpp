@@ -9,7 +9,7 @@ namespace tavrix::detail
 namespace
 {
 
-constexpr std::size_t windowSize = 0x40000, notSought = std::string_view::npos;
+constexpr std::size_t statementWindowSize = 0x40000, notSought = std::string_view::npos;
 
 bool isContinued(std::string_view line)
 {
@@ -27,7 +27,7 @@ FileStatus StatementLines::open(const TX_String& path, const FileRange& range)
     if (_status == FileStatus::ok && range.begin > 0 && !_file.seek(range.begin, 0))
         _status = FileStatus::failed;
     _left = range.end - range.begin;
-    _window.resize(static_cast<std::size_t>(std::clamp<int64>(_left, 2, windowSize)));
+    _window.resize(static_cast<std::size_t>(std::clamp<int64>(_left, 2, statementWindowSize)));
     _next = _end = 0;
     _lineFeed = notSought;
     _lacksEnd = false;

@@ -3,7 +3,7 @@
 #include <string_view>
 
 #include <tavrix/mesh/Mesh.h>
-#include <tavrix/meshio/detail/TrimmedText.h>
+#include <tavrix/meshio/detail/WhiteSpace.h>
 
 namespace tavrix::detail
 {

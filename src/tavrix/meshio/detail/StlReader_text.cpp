@@ -5,6 +5,7 @@
 
 #include <tavrix/meshio/detail/StlMesh.h>
 #include <tavrix/meshio/detail/StlReader.h>
+#include <tavrix/meshio/detail/WhiteSpace.h>
 #include <tavrix/platform/ByteOrder.h>
 #include <tavrix/platform/NumberText.h>
 
@@ -14,13 +15,12 @@ namespace tavrix::detail
 namespace
 {
 
-constexpr std::size_t windowSize = 0x80000;
+constexpr std::size_t textWindowSize = 0x80000;
 /// Of one statement, the characters that count.
 constexpr std::ptrdiff_t maxStatement = 1024;
 
 bool isBlank(char c) { return c == ' ' || c == '\t'; }
 bool isLineEnd(char c) { return c == '\n' || c == '\r'; }
-bool isSpace(char c) { return c == ' ' || ('\t' <= c && c <= '\r'); }
 char toLower(char c) { return 'A' <= c && c <= 'Z' ? static_cast<char>(c | 0x20) : c; }
 
 const char* skipBlanks(const char* p, const char* end)
@@ -247,7 +247,7 @@ private:
     {
         const auto kept = static_cast<std::size_t>(_end - _next);
         std::memmove(_window.get(), _next, kept);
-        const std::size_t got = _file.readBuffer(_window.get() + kept, windowSize);
+        const std::size_t got = _file.readBuffer(_window.get() + kept, textWindowSize);
         _next = _window.get();
         _end = _next + kept + got;
         return got > 0;
@@ -256,7 +256,7 @@ private:
     FileBufferIn& _file;
     StlMesh _facets;
     MeshReadingReport& _report;
-    std::unique_ptr<char[]> _window{new char[windowSize + maxStatement]};
+    std::unique_ptr<char[]> _window{new char[textWindowSize + maxStatement]};
     const char* _next = _window.get();  ///< first character not taken
     const char* _end = _window.get();   ///< end of the characters in the window
     Vector3D _corners[3];
@@ -285,17 +285,17 @@ bool beginsAsStlText(FileBufferIn& file)
     constexpr uint32 stretches = 8;
     constexpr std::size_t longestKeyword = 12;
     // a keyword may lie across two windows: what could be the start of one is looked at again
-    const std::unique_ptr<char[]> window(new char[longestKeyword + windowSize]);
+    const std::unique_ptr<char[]> window(new char[longestKeyword + textWindowSize]);
     std::size_t kept = 0;
     for (uint32 ends = 0; ends < stretches;)
     {
-        const std::size_t got = file.readBuffer(window.get() + kept, windowSize);
+        const std::size_t got = file.readBuffer(window.get() + kept, textWindowSize);
         const char* const first = window.get() + kept;
         const char* last = first;
         for (; last != first + got && ends < stretches; ++last) ends += *last == '\r' ? 1 : 0;
         const std::string_view text(window.get(), static_cast<std::size_t>(last - window.get()));
         if (holdsKeyword(text)) return true;
-        if (got < windowSize) return false;
+        if (got < textWindowSize) return false;
         kept = std::min(text.size(), longestKeyword - 1);
         std::memmove(window.get(), text.data() + text.size() - kept, kept);
     }

@@ -1,5 +1,7 @@
 #include <tavrix/meshproc/detail/CutMesh.h>
 
+#include <tavrix/foundation/detail/SortOnce.h>
+
 #include <algorithm>
 #include <cmath>
 #include <tuple>
@@ -80,8 +82,7 @@ bool CutMesh::findCrossings(Polling& polling)
         for (const RimEdge& edge : rim.edges)
             if (sideOf(edge.from) * sideOf(edge.to) < 0)
                 _crossings.push_back(crossingOf(edge.from, edge.to, noIndex, noIndex));
-    std::sort(_crossings.begin(), _crossings.end());
-    _crossings.erase(std::unique(_crossings.begin(), _crossings.end()), _crossings.end());
+    sortOnce(_crossings);
     return polling.goOn();
 }
 

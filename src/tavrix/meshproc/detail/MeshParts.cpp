@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include <tavrix/foundation/detail/RankExchange.h>
+#include <tavrix/foundation/detail/SortOnce.h>
 #include <tavrix/foundation/detail/UnionFind.h>
 
 namespace tavrix::detail
@@ -19,13 +20,6 @@ struct Pair
     // NOLINTNEXTLINE(modernize-use-nullptr): there is no pointer
     friend auto operator<=>(const Pair&, const Pair&) = default;
 };
-
-template <class T>
-void sortOnce(std::vector<T>& items)
-{
-    std::sort(items.begin(), items.end());
-    items.erase(std::unique(items.begin(), items.end()), items.end());
-}
 
 /// Joins the numbers [0, count) of all ranks by pairs of which each rank has some. Returns the number of the
 /// set of each of the rank's own, which start at starts[rank]. The first rank joins them.

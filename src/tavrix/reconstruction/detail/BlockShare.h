@@ -3,6 +3,7 @@
 #include <vector>
 
 #include <tavrix/foundation/detail/RankExchange.h>
+#include <tavrix/foundation/detail/SortOnce.h>
 #include <tavrix/reconstruction/detail/BlockMesh.h>
 #include <tavrix/reconstruction/detail/BlockOwners.h>
 #include <tavrix/reconstruction/detail/PartAssembly.h>
@@ -99,8 +100,7 @@ std::vector<BlockIndex> BlockShare::ownBlocks(const ParticleBlocks<Kernel>& part
                                             send(_owners->ownerOf(placeOf(particles.lattice, block)), block);
                                     });
     std::vector<BlockIndex> own(told.records.begin(), told.records.end());
-    std::sort(own.begin(), own.end());
-    own.erase(std::unique(own.begin(), own.end()), own.end());
+    sortOnce(own);
     return own;
 }
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <atomic>
 
+#include <tavrix/foundation/detail/SortOnce.h>
 #include <tavrix/isosurface/detail/MeshCleaning.h>
 #include <tavrix/reconstruction/detail/SharedEdges.h>
 
@@ -176,8 +177,7 @@ Optional<std::vector<uint32>> joinAtNodes(const std::vector<NodeVertex>& vertice
     std::vector<uint32> into;
     into.reserve(joined.size());
     for (const Joined& j : joined) into.push_back(numbers[j.to]);
-    std::sort(into.begin(), into.end());
-    into.erase(std::unique(into.begin(), into.end()), into.end());
+    sortOnce(into);
     return into;
 }
 

@@ -4,6 +4,7 @@
 #include <numeric>
 
 #include <tavrix/foundation/detail/RankExchange.h>
+#include <tavrix/foundation/detail/SortOnce.h>
 
 namespace tavrix::detail
 {
@@ -42,13 +43,6 @@ void forEachForeignEdge(const std::vector<BlockSurface>& surfaces, const BlockLa
             use(edge, owner);
         }
     }
-}
-
-template <class T>
-void sortOnce(std::vector<T>& items)
-{
-    std::sort(items.begin(), items.end());
-    items.erase(std::unique(items.begin(), items.end()), items.end());
 }
 
 }  // namespace

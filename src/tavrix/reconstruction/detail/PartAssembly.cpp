@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include <tavrix/foundation/detail/RankExchange.h>
+#include <tavrix/foundation/detail/SortOnce.h>
 #include <tavrix/reconstruction/detail/PartSeparation.h>
 
 namespace tavrix::detail
@@ -167,8 +168,7 @@ void PartAssembly::collectCopies()
                     _copies.push_back({f[c], owner});
             }
         }
-    std::sort(_copies.begin(), _copies.end());
-    _copies.erase(std::unique(_copies.begin(), _copies.end()), _copies.end());
+    sortOnce(_copies);
 }
 
 /// Lists the names of all vertices that the part has, ascending.

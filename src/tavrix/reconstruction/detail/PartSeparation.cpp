@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include <tavrix/foundation/detail/RankExchange.h>
+#include <tavrix/foundation/detail/SortOnce.h>
 #include <tavrix/mesh/SheetSeparation.h>
 
 namespace tavrix::detail
@@ -27,8 +28,7 @@ struct PlacedVertex
 std::vector<uint32> sortedOnce(const Array<uint32>& numbers)
 {
     std::vector<uint32> sorted(numbers.begin(), numbers.end());
-    std::sort(sorted.begin(), sorted.end());
-    sorted.erase(std::unique(sorted.begin(), sorted.end()), sorted.end());
+    sortOnce(sorted);
     return sorted;
 }
 

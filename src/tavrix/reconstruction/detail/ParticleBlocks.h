@@ -6,6 +6,7 @@
 #include <vector>
 
 #include <tavrix/foundation/detail/RadixSort.h>
+#include <tavrix/foundation/detail/SortOnce.h>
 #include <tavrix/foundation/Vector3.h>
 #include <tavrix/reconstruction/detail/BlockLattice.h>
 
@@ -275,8 +276,7 @@ std::vector<BlockIndex> blocksReached(const ParticleBlocks<Kernel>& particles, C
             for (uint32 j = first[1]; j <= last[1]; ++j)
                 for (uint32 k = first[2]; k <= last[2]; ++k) reached.push_back({i, j, k});
     }
-    std::sort(reached.begin(), reached.end());
-    reached.erase(std::unique(reached.begin(), reached.end()), reached.end());
+    sortOnce(reached);
     return reached;
 }
 /// Those that any particle may reach.

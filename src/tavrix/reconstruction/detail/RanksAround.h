@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <vector>
 
+#include <tavrix/foundation/detail/SortOnce.h>
 #include <tavrix/reconstruction/detail/BlockOwners.h>
 
 namespace tavrix::detail
@@ -41,8 +42,7 @@ public:
         for (uint32 i = first[0]; i <= last[0]; ++i)
             for (uint32 j = first[1]; j <= last[1]; ++j)
                 for (uint32 k = first[2]; k <= last[2]; ++k) _ranks.push_back(ownerOf({i, j, k}));
-        std::sort(_ranks.begin(), _ranks.end());
-        _ranks.erase(std::unique(_ranks.begin(), _ranks.end()), _ranks.end());
+        sortOnce(_ranks);
         return _ranks;
     }
 

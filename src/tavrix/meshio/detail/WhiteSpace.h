@@ -7,6 +7,8 @@
 namespace tavrix::detail
 {
 
+inline bool isSpace(char c) { return c == ' ' || ('\t' <= c && c <= '\r'); }
+
 /// The text without the white space around it.
 inline std::string_view trimmed(std::string_view text)
 {
