@@ -2,6 +2,7 @@
 
 #include <pybind11/stl.h>
 
+#include <tavrix/spatial/AdaptiveDistance.h>
 #include <tavrix/spatial/MeshCollider.h>
 
 #include "MeshObject.h"
@@ -138,22 +139,20 @@ py::array windings(const ColliderObject& self, py::handle points, const Threads&
     return givenAway(std::move(numbers));
 }
 
-py::array signedDistances(const ColliderObject& self, py::handle points, const Threads& threads,
-                          const py::object& progress)
+py::array signedDistancesOf(const ColliderObject& self, py::handle points, std::optional<double> tolerance,
+                            const Threads& threads, const py::object& progress)
 {
     const ArrayIn<Vector3D> in(points, "points");
     const uint32 count = threadsOf(threads);
-    Array<MeshPoint> hits;
-    Array<uint8> inside;
-    Array<double> distances(in.size());
+    const double bound = tolerance ? positive(*tolerance, "tolerance") : 0;
+    Array<double> distances;
     longStage(progress, "distances",
               [&](CancelCallback callback)
               {
-                  if (!self.collider.nearestPoints(in.span(), hits, infinity, count, callback)) return;
-                  if (!self.collider.areInside(in.span(), inside, count, callback)) return;
-                  for (uint32 n = 0; n < in.size(); ++n)
-                      distances[n] =
-                          hits[n].face == noIndex ? infinity : hits[n].distance * (inside[n] ? -1 : 1);
+                  if (tolerance)
+                      signedDistances(self.collider, in.span(), bound, distances, count, callback);
+                  else
+                      self.collider.signedDistances(in.span(), distances, count, callback);
               });
     return givenAway(std::move(distances));
 }
@@ -238,9 +237,12 @@ void bindCollider(py::module_& module)
     [1.0]
     )")
         .def(
-            "signed_distance", &signedDistances, py::arg("points"), py::kw_only(),
-            py::arg("threads") = py::none(), py::arg("progress") = py::none(),
+            "signed_distance", &signedDistancesOf, py::arg("points"), py::kw_only(),
+            py::arg("tolerance") = py::none(), py::arg("threads") = py::none(),
+            py::arg("progress") = py::none(),
             R"(The distances of points of shape (n, 3) from the surface, negative inside: shape (n,), float64.
+
+    tolerance: what they may be wrong by; of a closed mesh, many points are then answered in a fraction of the time.
 
     >>> box = tavrix.Collider(tavrix.Mesh.box((-1, -1, -1), (1, 1, 1)))
     >>> box.signed_distance([[0, 0, 3], [0, 0, 0.5]]).tolist()

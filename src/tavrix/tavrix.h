@@ -110,6 +110,7 @@
 #include <tavrix/fields/ScalarField3.h>
 #include <tavrix/fields/ScalarField3_base.h>
 #include <tavrix/fields/ScalarField3_SG.h>
+#include <tavrix/fields/ScalarField3Octree.h>
 #include <tavrix/fields/ScalarField3Parent.h>
 #include <tavrix/fields/ScalarFieldModes.h>
 #include <tavrix/fields/TileGrid3.h>
@@ -142,6 +143,7 @@
 #include <tavrix/reconstruction/SolidSurface.h>
 #include <tavrix/reconstruction/SurfaceReconstruction.h>
 
+#include <tavrix/spatial/AdaptiveDistance.h>
 #include <tavrix/spatial/BoxQueries.h>
 #include <tavrix/spatial/GeometryNode.h>
 #include <tavrix/spatial/GeometryNodeEx.h>

@@ -52,10 +52,24 @@ class Query(ProgramTest):
         self.assertEqual(self.succeed("query", "cube.ase", "--points", "asked.csv", "-o", "out.csv", "-q"), "")
         self.assertIn("ASE mesh", self.succeed("info", "cube.ase"))
 
+    def test_signed_distances(self):
+        self.assertEqual(self.succeed("query", "cube.obj", "--distance", "--nearest", "1,1,1.75", "--nearest", "-3,1,0.5"),
+                         "x,y,z,distance\n1,1,1.75,-0.25\n-3,1,0.5,3\n")
+        grid = [(x / 20, y / 20, z / 20) for x in range(-10, 50) for y in range(-10, 50) for z in range(-10, 50, 4)]
+        self.write("grid.csv", "".join(f"{x},{y},{z}\n" for x, y, z in grid).encode())
+        self.write("cube.stl", binary_stl(CUBE_POINTS, CUBE_FACES))
+        exact, within = ([float(row["distance"]) for row in csv.DictReader(io.StringIO(self.succeed(
+            "query", name, "--distance", "--points", "grid.csv", *more)))]
+            for name, more in (("cube.obj", ()), ("cube.stl", ("--tolerance", "0.1"))))
+        self.assertEqual(len(exact), len(grid))
+        self.assertLess(max(abs(a - b) for a, b in zip(exact, within)), 0.1)
+        self.assertNotEqual(exact, within)
+
     def test_failures_leave_nothing_behind(self):
         self.write("bad.csv", b"x,y,z\n1,2,3\n1,2,nan\n")
         self.write("long.csv", b"1,2,3,4,5,6,7\n")
         self.write("gap.csv", b"1,2,,3\n")
+        self.write("rays.csv", b"0,0,9,0,0,-1\n")
         self.write("bad.ase", b"*MESH {\n")
         self.assert_all_refused("query", (
             ("cube.obj --points bad.csv -o out.csv", 1, "bad.csv:3"), ("cube.obj --points long.csv", 1, "long.csv:1"),
@@ -63,4 +77,6 @@ class Query(ProgramTest):
             ("cube.obj --nearest 1,2,+-3", 2, "+-3"),
             ("cube.obj --points missing.csv", 1, "missing.csv"), ("bad.ase --nearest 1,2,3", 1, "bad.ase"),
             ("missing.obj --nearest 1,2,3", 1, "missing.obj"), ("cube.obj --nearest 1,2", 2, "1,2"),
-            ("cube.obj --nearest 1,2,3 -o missing/out.csv", 1, "missing/out.csv"), ("cube.obj", 2, "--points")))
+            ("cube.obj --nearest 1,2,3 -o missing/out.csv", 1, "missing/out.csv"), ("cube.obj", 2, "--points"),
+            ("cube.obj --distance --ray 0,0,9,0,0,-1", 2, "--ray"), ("cube.obj --nearest 0,0,0 --tolerance 1", 2, "--tolerance"),
+            ("cube.obj --points rays.csv --distance", 1, "rays.csv")))

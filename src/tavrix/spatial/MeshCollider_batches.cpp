@@ -139,4 +139,11 @@ bool MeshCollider::areInside(std::span<const Vector3D> points, Array<uint8>& ins
                      [&](const Vector3D& point) -> uint8 { return isInside(point) ? 1 : 0; });
 }
 
+bool MeshCollider::signedDistances(std::span<const Vector3D> points, Array<double>& distances,
+                                   uint32 threadCount, CancelCallback callback) const
+{
+    return answerAll(points, distances, _faces.get(), threadCount, callback,
+                     [&](const Vector3D& point) { return signedDistance(point); });
+}
+
 }  // namespace tavrix

@@ -168,6 +168,13 @@ int32 MeshCollider::windingChange(const Vector3D& from, uint32 axis, double to) 
 
 bool MeshCollider::isInside(const Vector3D& point) const { return std::abs(windingNumber(point)) > 0.5; }
 
+double MeshCollider::signedDistance(const Vector3D& point) const
+{
+    const auto nearest = nearestPoint(point);
+    if (!nearest) return std::numeric_limits<double>::infinity();
+    return isInside(point) ? -nearest->distance : nearest->distance;
+}
+
 void MeshCollider::findOverlapping(const Box3D& box, Array<uint32>& faces) const
 {
     faces.clear();

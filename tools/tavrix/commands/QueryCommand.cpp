@@ -6,6 +6,7 @@
 
 #include <tavrix/mesh/MeshRepair.h>
 #include <tavrix/platform/FileBufferOut.h>
+#include <tavrix/spatial/AdaptiveDistance.h>
 #include <tavrix/spatial/MeshCollider.h>
 #include <CLI/CLI.hpp>
 
@@ -30,8 +31,9 @@ struct QueryOptions : RunOptions
 {
     std::string input, output, points;
     std::vector<std::string> rays, nearest;
+    std::optional<double> tolerance;
     uint32 threads = 0;
-    bool strict = false;
+    bool distance = false, strict = false;
 
     std::vector<std::string*> inputs() { return {&input, &points}; }
     std::vector<std::string*> outputs() { return {&output}; }
@@ -89,6 +91,24 @@ std::vector<Answer> answerAll(const MeshCollider& collider, const std::vector<Qu
     return answers;
 }
 
+std::string distancesOf(const QueryOptions& options, const MeshCollider& collider,
+                        const std::vector<Query>& queries, uint32 threads)
+{
+    std::vector<Vector3D> points;
+    points.reserve(queries.size());
+    for (const Query& query : queries)
+    {
+        if (query.direction) throw Failure(options.points + ": has rays, which --distance does not answer");
+        points.push_back(query.origin);
+    }
+    Array<double> distances;
+    if (options.tolerance)
+        signedDistances(collider, points, *options.tolerance, distances, threads);
+    else
+        collider.signedDistances(points, distances, threads);
+    return distanceTable(queries, {distances.data(), distances.size()});
+}
+
 void writeText(const std::string& path, const std::string& text)
 {
     formats::writeFileWhole(path,
@@ -112,7 +132,8 @@ std::string queryOne(const QueryOptions& options)
     MeshCollider collider;
     collider.create(file.meshes.size() == 1 ? *file.meshes[0] : joinMeshes(file.meshes), threads);
     progress.begin("answer");
-    const std::string table = answerTable(queries, answerAll(collider, queries, threads));
+    const std::string table = options.distance ? distancesOf(options, collider, queries, threads)
+                                               : answerTable(queries, answerAll(collider, queries, threads));
     if (options.output.empty())
     {
         progress.end();
@@ -151,6 +172,13 @@ void addQueryCommand(CLI::App& app, Command& command)
                      "Text file (CSV) with a query in each line: three numbers are a point, six a ray")
         ->check(anyFile())
         ->option_text("FILE");
+    query->add_flag("--distance", options->distance,
+                    "Tell the signed distances of the points alone: negative inside");
+    query
+        ->add_option("--tolerance", options->tolerance,
+                     "What --distance may be wrong by: many points are answered in a fraction of the time")
+        ->check(positiveNumber)
+        ->option_text("LENGTH");
     query->add_option("-o,--output", options->output, "CSV file to write; standard output when absent")
         ->check(anyFile())
         ->option_text("FILE");
@@ -164,15 +192,18 @@ void addQueryCommand(CLI::App& app, Command& command)
         "mesh; x, y, z is the place on the mesh, face its number from 0 on (in a file of\n"
         "several groups they count on), and a, b, c are the weights of its corners. Inside\n"
         "is 1 for points that the faces wind around. A ray that misses leaves its fields\n"
-        "empty.\n\n"
+        "empty. With --distance it has the points and their distances, negative inside.\n\n"
         "Examples:\n"
         "  tavrix query part.stl --ray 0,0,10,0,0,-1 --nearest 1,2,3\n"
-        "  tavrix query water.obj --points probes.csv -o answers.csv");
+        "  tavrix query water.obj --points probes.csv -o answers.csv\n"
+        "  tavrix query part.stl --points grid.csv --distance --tolerance 0.01 -o distances.csv");
     query->callback(
         [query, options, &command]
         {
             if (options->rays.empty() && options->nearest.empty() && options->points.empty())
                 throw CLI::ValidationError("nothing is asked; give --ray, --nearest or --points");
+            refuse(*query, "--ray", options->distance, "--distance is of points");
+            refuse(*query, "--tolerance", !options->distance, "only --distance may be less exact");
             if (options->output.empty() && isPattern(options->input))
                 throw CLI::ValidationError("--output",
                                            "is needed for a sequence, with a {} where the input has it");

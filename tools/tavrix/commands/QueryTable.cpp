@@ -118,4 +118,19 @@ std::string answerTable(const std::vector<Query>& queries, const std::vector<Ans
     return text;
 }
 
+std::string distanceTable(const std::vector<Query>& points, std::span<const double> distances)
+{
+    std::string text = "x,y,z,distance\n";
+    for (std::size_t n = 0; n < points.size(); ++n)
+    {
+        const Vector3D& p = points[n].origin;
+        text += formatted("%.12g", p.x + 0.0);
+        append(text, p.y);
+        append(text, p.z);
+        append(text, distances[n]);
+        text += '\n';
+    }
+    return text;
+}
+
 }  // namespace tavrix::tool

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -35,5 +36,8 @@ std::vector<Query> readQueries(const std::string& path);
 /// The table of answers as CSV with a line of names, one line a query; what a query has no answer to is
 /// empty.
 std::string answerTable(const std::vector<Query>& queries, const std::vector<Answer>& answers);
+
+/// The table of points and their distances as CSV with a line of names.
+std::string distanceTable(const std::vector<Query>& points, std::span<const double> distances);
 
 }  // namespace tavrix::tool
