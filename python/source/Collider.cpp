@@ -4,6 +4,7 @@
 
 #include <tavrix/spatial/AdaptiveDistance.h>
 #include <tavrix/spatial/MeshCollider.h>
+#include <tavrix/spatial/MeshThickness.h>
 
 #include "MeshObject.h"
 
@@ -157,6 +158,15 @@ py::array signedDistancesOf(const ColliderObject& self, py::handle points, std::
     return givenAway(std::move(distances));
 }
 
+py::array thicknesses(const ColliderObject& self, const Threads& threads, const py::object& progress)
+{
+    const uint32 count = threadsOf(threads);
+    Array<double> found;
+    longStage(progress, "thickness",
+              [&](CancelCallback callback) { measureThickness(self.collider, found, count, callback); });
+    return givenAway(std::move(found));
+}
+
 void bindHits(py::module_& module)
 {
     py::class_<Hits>(module, "Hits",
@@ -247,6 +257,16 @@ void bindCollider(py::module_& module)
     >>> box = tavrix.Collider(tavrix.Mesh.box((-1, -1, -1), (1, 1, 1)))
     >>> box.signed_distance([[0, 0, 3], [0, 0, 0.5]]).tolist()
     [2.0, -0.5]
+    )")
+        .def(
+            "thickness", &thicknesses, py::kw_only(), py::arg("threads") = py::none(),
+            py::arg("progress") = py::none(),
+            R"(How thick the solid is under each face, straight through to the other side: shape (n,), float64.
+
+    Infinite where there is no other side.
+
+    >>> tavrix.Collider(tavrix.Mesh.box((0, 0, 0), (4, 4, 0.5))).thickness().min().round(6)
+    0.5
     )")
         .def(
             "overlapping",

@@ -524,6 +524,7 @@ void bindMesh(py::module_& module)
     bindMeshFiles(type);
     bindMeshRefinement(type);
     bindMeshSlices(type);
+    bindMeshVoxels(type);
 }
 
 }  // namespace tavrix::python

@@ -63,6 +63,7 @@ void bindMeshChanges(py::class_<MeshObject>& type);
 void bindMeshFiles(py::class_<MeshObject>& type);
 void bindMeshRefinement(py::class_<MeshObject>& type);
 void bindMeshSlices(py::class_<MeshObject>& type);
+void bindMeshVoxels(py::class_<MeshObject>& type);
 void bindReconstruction(py::module_& module);
 void bindParticles(py::module_& module);
 void bindField(py::module_& module);

@@ -126,6 +126,7 @@
 #include <tavrix/implicit/LevelSetAdvection.h>
 #include <tavrix/implicit/LevelSetExtraction.h>
 #include <tavrix/implicit/LevelSetSampling.h>
+#include <tavrix/implicit/MeshVoxels.h>
 #include <tavrix/implicit/SolidCombination.h>
 
 #include <tavrix/meshio/Mesh_BIN_FileParser.h>
@@ -151,3 +152,4 @@
 #include <tavrix/spatial/MeshCollider.h>
 #include <tavrix/spatial/MeshPoint.h>
 #include <tavrix/spatial/MeshRemeshing.h>
+#include <tavrix/spatial/MeshThickness.h>

@@ -6,6 +6,9 @@
 
 #include <spatial/TestSolids.h>
 #include <tavrix/implicit/detail/MeshDistance.h>
+#include <tavrix/implicit/MeshVoxels.h>
+
+#include "Polls.h"
 
 using namespace tavrix;
 using namespace tavrix::detail;
@@ -117,6 +120,45 @@ TEST(MeshInside, DoesNotDependOnTheThreadCount)
     const Mesh mesh = without(makeTorus(1, 0.5), [&](uint32) { return random() % 9 == 0; });
     const std::vector<float> one = sampled(mesh, 1);
     for (const uint32 threads : {2u, 3u, 7u, 60u}) EXPECT_EQ(one, sampled(mesh, threads)) << threads;
+}
+
+TEST(MeshVoxels, AreTheNodesInsideInRunsApart)
+{
+    std::vector<Solid> solids = closedSolids();
+    const Mesh torus = makeTorus(1, 0.5);
+    const Shape inTorus = [](const Vector3D& p) { return test::torus(p, 1, 0.5); };
+    solids.push_back({"torus inside out", flipped(torus), inTorus, 0.01});
+    solids.push_back({"torus with a hole", without(torus, [](uint32 f) { return f == 700; }), inTorus, 0.02});
+    for (const Solid& solid : solids)
+    {
+        SCOPED_TRACE(solid.name);
+        const auto grid = makeGrid();
+        MeshVoxels voxels, again;
+        ASSERT_TRUE(voxelize(solid.mesh, grid, voxels));
+        ASSERT_TRUE(voxelize(solid.mesh, grid, again, 5));
+        EXPECT_EQ(again.spans, voxels.spans);
+        Array<uint8> nodes;
+        voxels.fill(nodes);
+        uint64 count = 0;
+        for (uint32 m = 0; m < grid.size; ++m)
+        {
+            const Index3 n = grid.getIndexes(m);
+            const double d = solid.shape(grid.getPoint(n.a, n.b, n.c));
+            count += nodes[m];
+            ASSERT_TRUE(std::fabs(d) <= solid.tolerance || (d < 0) == (nodes[m] == 1)) << m;
+        }
+        EXPECT_EQ(voxels.count(), count);
+        ASSERT_EQ(voxels.rows.size(), grid.sizeX * grid.sizeY + 1);
+        for (uint32 row = 0; row + 1 < voxels.rows.size(); ++row)
+            for (uint32 s = voxels.rows[row]; s + 1 < voxels.rows[row + 1]; ++s)
+                EXPECT_LT(voxels.spans[s].end, voxels.spans[s + 1].begin);
+    }
+    MeshVoxels voxels;
+    const auto run = [&](CancelCallback callback)
+    { return voxelize(torus, makeGrid(), voxels, 1, callback); };
+    EXPECT_GT(stopAtPolls(3, run, [&] { EXPECT_TRUE(voxels.spans.empty()); }), 3);
+    ASSERT_TRUE(voxelize(torus, GridDescription3<double>::centered(0, 0, 0, {1, 1, 1}), voxels));
+    EXPECT_EQ(voxels.count(), 0u);
 }
 
 }  // namespace

@@ -83,6 +83,16 @@ class Convert(FilesTest):
             self.convert("two.obj", joined)
             self.assertEqual([g["faces"] for g in self.info(joined)["groups"]], [12])
 
+    def test_thickness_is_told_of_closed_meshes(self):
+        self.write("cube.obj", obj_file(CUBE_POINTS, CUBE_FACES))
+        self.write("open.obj", obj_file(CUBE_POINTS, CUBE_FACES[1:]))
+        found = self.info("cube.obj", "--thickness")["thickness"]
+        for key in ("min", "median", "max"):
+            self.assertAlmostEqual(found[key], 2, 5)
+        self.assertIn("thinner than 2", self.succeed("info", "cube.obj", "--thickness"))
+        self.assertIsNone(self.info("open.obj", "--thickness")["thickness"])
+        self.assertIsNone(self.info("cube.obj")["thickness"])
+
     def test_binary_and_ascii_stl_are_not_mistaken_for_each_other(self):
         self.write("lying.stl", binary_stl(CUBE_POINTS, CUBE_FACES, b"solid facet normal\r\nvertex\r\n"))
         self.assertAlmostEqual(self.info("lying.stl")["volume"], 8)

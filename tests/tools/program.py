@@ -61,9 +61,9 @@ class ProgramTest(unittest.TestCase):
         self.assertEqual((result.returncode, result.stderr), (0, ""))
         return result.stdout
 
-    def info(self, name):
+    def info(self, name, *options):
         """What `tavrix info`, whose tests measure meshes made by hand, tells of a file."""
-        return json.loads(self.succeed("info", "--json", name))[0]
+        return json.loads(self.succeed("info", "--json", name, *options))[0]
 
     def assert_solid(self, name, volume, error=0.015):
         """The mesh is closed, looks outwards and has about that volume; what is told of it."""

@@ -27,6 +27,7 @@ struct InfoOptions
     std::vector<std::string> inputs;
     bool json = false;
     bool strict = false;
+    bool thickness = false;
 };
 
 // Text for people
@@ -171,6 +172,11 @@ void print(const MeshInfo& info)
                                 : ""));
     printLine("area", number(info.area));
     printLine("volume", number(info.volume) + (topology.isClosed() ? "" : " (of the open surface)"));
+    if (!info.thickness) return;
+    printLine("thickness", "from " + number(info.thickness->least) + ", at " +
+                               vectorText(info.thickness->thinnest) + ", to " +
+                               number(info.thickness->greatest));
+    printLine("", "half of the area is thinner than " + number(info.thickness->median));
 }
 
 std::string particleText(const ParticleInfo& info)
@@ -237,6 +243,12 @@ Json json(const MeshInfo& info)
     Json attributes = Json::array();
     for (const AttributeRange& attribute : info.attributes) attributes.push_back(json(attribute));
     const MeshTopology& topology = info.topology;
+    Json thickness = nullptr;
+    if (info.thickness)
+        thickness = {{"min", info.thickness->least},
+                     {"max", info.thickness->greatest},
+                     {"median", info.thickness->median},
+                     {"thinnest", vectorJson(info.thickness->thinnest)}};
     return {{"kind", "mesh"},
             {"format", info.format},
             {"groups", groups},
@@ -266,7 +278,8 @@ Json json(const MeshInfo& info)
             {"parts", info.components.parts},
             {"cavities", info.components.cavities},
             {"area", info.area},
-            {"volume", info.volume}};
+            {"volume", info.volume},
+            {"thickness", thickness}};
 }
 
 Json fileJson(const std::string& path, const FileInfo& info)
@@ -282,7 +295,7 @@ int runInfo(const InfoOptions& options)
     int status = 0;
     for (const std::string& path : options.inputs) try
         {
-            const FileInfo info = inspect(path, options.strict);
+            const FileInfo info = inspect(path, options.strict, options.thickness);
             if (options.json)
                 all.push_back(fileJson(path, info));
             else
@@ -310,6 +323,8 @@ void addInfoCommand(CLI::App& app, Command& command)
         ->option_text("...");
     addStrict(*info, options->strict);
     info->add_flag("--json", options->json, "Print an array of objects, one a file, for other programs");
+    info->add_flag("--thickness", options->thickness,
+                   "Measure how thick the walls of closed meshes are: through each face to the other side");
     info->footer(
         "Edges, parts and the like are counted as the file has them when it is closed, else\n"
         "with vertices at one place joined, for not every format can say that faces share them.\n"

@@ -6,6 +6,9 @@
 #include <tavrix/mesh/MeshRepair.h>
 #include <tavrix/particles/ParticleSpacing.h>
 #include <tavrix/platform/FileBufferIn.h>
+#include <tavrix/platform/Hardware.h>
+#include <tavrix/spatial/MeshCollider.h>
+#include <tavrix/spatial/MeshThickness.h>
 
 #include "files/MeshNotes.h"
 #include "formats/Bytes.h"
@@ -119,7 +122,21 @@ std::vector<AttributeRange> rangesOf(const ArrayOfPtr<Mesh>& meshes)
     return ranges;
 }
 
-MeshInfo inspectMesh(formats::FileKind kind, const std::string& path, bool isStrict)
+std::optional<MeshInfo::Thickness> thicknessOf(const Mesh& mesh)
+{
+    const uint32 threads = Hardware::getThreadCount();
+    MeshCollider collider;
+    collider.create(mesh, threads);
+    Array<double> thicknesses;
+    measureThickness(collider, thicknesses, threads);
+    const ThicknessSummary summary = summarizeThickness(collider, thicknesses);
+    if (summary.thinnest == noIndex) return std::nullopt;
+    const Index3& face = mesh.trindexPos()[summary.thinnest];
+    const Vector3D middle = (mesh.pos()[face.a] + mesh.pos()[face.b] + mesh.pos()[face.c]) * (1.0 / 3);
+    return MeshInfo::Thickness{summary.least, summary.greatest, summary.median, middle};
+}
+
+MeshInfo inspectMesh(formats::FileKind kind, const std::string& path, bool isStrict, bool measuresThickness)
 {
     Progress silent(1, true);  // the report tells it all
     const formats::MeshFile file = readMeshes(path, isStrict, silent);
@@ -154,16 +171,17 @@ MeshInfo inspectMesh(formats::FileKind kind, const std::string& path, bool isStr
     info.components = countPartsAndCavities(all);
     info.area = surfaceArea(all);
     info.volume = signedVolume(all);
+    if (measuresThickness && info.topology.isClosed()) info.thickness = thicknessOf(all);
     return info;
 }
 
 }  // namespace
 
-FileInfo inspect(const std::string& path, bool isStrict)
+FileInfo inspect(const std::string& path, bool isStrict, bool measuresThickness)
 {
     const formats::FileKind kind = formats::kindOfFile(path);
     const std::size_t bytes = formats::sizeOfFile(path);
-    if (formats::holdsMesh(path)) return {bytes, inspectMesh(kind, path, isStrict)};
+    if (formats::holdsMesh(path)) return {bytes, inspectMesh(kind, path, isStrict, measuresThickness)};
     return {bytes, inspectParticles(kind, path)};
 }
 

@@ -61,6 +61,13 @@ struct MeshInfo
     MeshTopology topology;
     PartCounts components;
     double area, volume;
+
+    struct Thickness
+    {
+        double least, greatest, median;
+        Vector3D thinnest;  ///< the middle of the face where it is the least
+    };
+    std::optional<Thickness> thickness;  ///< of a closed mesh, where it was asked for
 };
 
 struct FileInfo
@@ -70,7 +77,7 @@ struct FileInfo
 };
 
 /// Reads a particle or mesh file and measures what is in it. With `isStrict` a mesh file must be whole.
-/// Throws Failure.
-FileInfo inspect(const std::string& path, bool isStrict);
+/// With `measuresThickness` that of closed meshes is measured, by all processors. Throws Failure.
+FileInfo inspect(const std::string& path, bool isStrict, bool measuresThickness);
 
 }  // namespace tavrix::tool
