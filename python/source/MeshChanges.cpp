@@ -5,6 +5,7 @@
 #include <tavrix/foundation/ElementaryFunctions.h>
 #include <tavrix/mesh/MeshCavities.h>
 #include <tavrix/mesh/MeshRepair.h>
+#include <tavrix/mesh/MeshSplitting.h>
 #include <tavrix/mesh/MeshTopology.h>
 #include <tavrix/mesh/SheetSeparation.h>
 #include <tavrix/meshproc/HoleFilling.h>
@@ -179,6 +180,17 @@ void confirmDone(const SolidReport& report)
     }
 }
 
+py::list splitIntoParts(const MeshObject& self, uint32 leastFaces, const py::object& progress)
+{
+    const Reading reading(self);
+    ArrayOfPtr<Mesh> parts;
+    longStage(progress, "parts",
+              [&](CancelCallback callback) { parts = splitParts(self.mesh, leastFaces, callback); });
+    py::list meshes;
+    for (Mesh* part : parts) meshes.append(objectOf(std::move(*part)));
+    return meshes;
+}
+
 py::object reshaped(const MeshObject& self, double distance, std::optional<double> spacing,
                     std::optional<double> shell, bool sheet, bool fill, bool normals, const Threads& threads,
                     std::optional<uint64> memory, const py::object& progress)
@@ -238,6 +250,17 @@ void bindMeshChanges(py::class_<MeshObject>& type)
     >>> ball = tavrix.Mesh.sphere()
     >>> abs(ball.smooth(20).volume / ball.volume - 1) < 1e-3
     True
+    )")
+        .def(
+            "parts", &splitIntoParts, py::arg("least_faces") = 1, py::kw_only(),
+            py::arg("progress") = py::none(),
+            R"(The parts that share no vertex, each as a mesh with its normals and attributes: a list, by their first faces.
+
+    least_faces: parts of fewer are left out.
+
+    >>> corners = [[0, 0, 0], [1, 0, 0], [0, 1, 0], [5, 0, 0], [6, 0, 0], [5, 1, 0]]
+    >>> [part.faces.tolist() for part in tavrix.Mesh(corners, [[0, 1, 2], [3, 4, 5]]).parts()]
+    [[[0, 1, 2]], [[0, 1, 2]]]
     )")
         .def(
             "weld",

@@ -65,6 +65,7 @@
 #include <tavrix/mesh/MeshArrayInf.h>
 #include <tavrix/mesh/MeshCavities.h>
 #include <tavrix/mesh/MeshRepair.h>
+#include <tavrix/mesh/MeshSplitting.h>
 #include <tavrix/mesh/MeshTopology.h>
 #include <tavrix/mesh/PolygonTriangulation.h>
 #include <tavrix/mesh/SheetSeparation.h>

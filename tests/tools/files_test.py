@@ -83,6 +83,19 @@ class Convert(FilesTest):
             self.convert("two.obj", joined)
             self.assertEqual([g["faces"] for g in self.info(joined)["groups"]], [12])
 
+    def test_parts_become_groups_and_debris_goes(self):
+        far = [(x + 9, y, z) for x, y, z in CUBE_POINTS]
+        faces = list(CUBE_FACES) + [[n + 8 for n in face] for face in CUBE_FACES[:4]]
+        self.write("two.obj", obj_file(CUBE_POINTS + far, faces))
+        self.write("two.stl", binary_stl(CUBE_POINTS + far, faces))
+        for name in ("two.obj", "two.stl"):
+            self.convert(name, "parts.obj", "--parts")
+            self.assertEqual([g["faces"] for g in self.info("parts.obj")["groups"]], [12, 4], name)
+            self.convert(name, "clean.obj", "--parts", "--least-faces", "5")
+            self.assertTrue(self.info("clean.obj")["closed"])
+        self.assert_all_refused("convert two.obj no.obj", (("--parts --least-faces 99", 1, "two.obj: no part has 99 faces"),
+                                                           ("--least-faces 9", 2, "--least-faces")))
+
     def test_thickness_is_told_of_closed_meshes(self):
         self.write("cube.obj", obj_file(CUBE_POINTS, CUBE_FACES))
         self.write("open.obj", obj_file(CUBE_POINTS, CUBE_FACES[1:]))

@@ -159,6 +159,8 @@ public:
     /// @}
     /// The handle in any slot; none when the slot holds no array.
     const ArrayHandle& handleOf(Slot slot) const { return _handles[static_cast<uint32>(slot)]; }
+    /// Whether the array is in one of the slots: not one that a host added.
+    bool isInSlot(ArrayHandle handle) const;
     /// Every registered array, those in slots and the extra ones, with flags and name.
     const ArraySet<MeshArrayInf>& getArraySet() const { return _arraySet; }
 
@@ -424,7 +426,6 @@ private:
     bool recalculateVertexesNormals(uint32 threadCount, detail::Polling& polling);
     bool groupNormals(double angle, uint32& normalCount, detail::Polling& polling);
     bool calculateVerticesSurfaceNormal(uint32 threadCount, detail::Polling& polling);
-    bool isInSlot(ArrayHandle handle) const;
     bool substitute(ArrayHandle& dst, ArrayHandle fresh, const Mesh& other, ArrayHandle src);
     /// The array of a slot for writing, created when the slot holds none.
     template <class T>

@@ -4,6 +4,7 @@
 #include <memory>
 #include <optional>
 
+#include <tavrix/mesh/MeshSplitting.h>
 #include <CLI/CLI.hpp>
 
 #include "arguments/SharedArguments.h"
@@ -15,6 +16,7 @@
 #include "formats/FileKind.h"
 #include "formats/FileName.h"
 #include "formats/MeshFile.h"
+#include "run/Failure.h"
 #include "run/Progress.h"
 #include "run/Text.h"
 #include "sequence/FrameByFrame.h"
@@ -31,11 +33,29 @@ struct ConvertOptions : RunOptions
     std::optional<double> weld;
     MeshClip clip;
     MeshFinish finish;
-    bool strict = false;
+    uint32 leastFaces = 1;
+    bool parts = false, strict = false;
 
     std::vector<std::string*> inputs() { return {&input}; }
     std::vector<std::string*> outputs() { return {&output}; }
 };
+
+/// Makes every part a mesh of its own, named after what it was part of.
+void splitMeshes(formats::MeshFile& file, uint32 leastFaces, const std::string& path)
+{
+    ArrayOfPtr<Mesh> all;
+    for (const Mesh* mesh : file.meshes)
+    {
+        const std::string name = mesh->getName().empty() ? "part" : mesh->getName().c_str();
+        for (Mesh* part : splitParts(*mesh, leastFaces))
+        {
+            all.push_back(new Mesh(std::move(*part)));
+            all.back()->setName((name + "_" + std::to_string(all.size())).c_str());
+        }
+    }
+    if (all.empty()) throw Failure(path + ": no part has " + std::to_string(leastFaces) + " faces");
+    file.meshes = std::move(all);
+}
 
 std::string convertOne(const ConvertOptions& options)
 {
@@ -46,6 +66,9 @@ std::string convertOne(const ConvertOptions& options)
     if (options.weld)
         separated =
             weldMeshes(file.meshes, {{*options.weld}}, formats::holdsNormals(options.output), options.input);
+    else if (options.parts && formats::kindOfFile(options.input) == formats::FileKind::Stl)
+        weldMeshes(file.meshes, {{0}, false}, false, options.input);
+    if (options.parts) splitMeshes(file, options.leastFaces, options.input);
     clipMeshes(file.meshes, options.clip, options.input, progress);
     progress.begin("write");
     finishAndWrite(file.meshes, options.finish, options.output, progress);
@@ -84,6 +107,11 @@ void addConvertCommand(CLI::App& app, Command& command)
             "the corners of STL triangles")
         ->check(weldTolerance)
         ->option_text("NUMBER");
+    convert->add_flag("--parts", options->parts,
+                      "Make every part, which shares no vertex with others, a group of its own");
+    convert->add_option("--least-faces", options->leastFaces, "With --parts: leave out parts of fewer faces")
+        ->check(wholeNumber(1, 4294967295))
+        ->option_text("COUNT");
     addStrict(*convert, options->strict);
     addUp(*convert, options->finish.up);
     addClip(*convert, options->clip);
@@ -100,6 +128,7 @@ void addConvertCommand(CLI::App& app, Command& command)
         "Examples:\n"
         "  tavrix convert part.stl part.obj --weld 0\n"
         "  tavrix convert scan.glb scan.obj --digits exact\n"
+        "  tavrix convert scan.ply clean.obj --parts --least-faces 100\n"
         "  tavrix convert water.obj water.stl --ascii");
     convert->callback(
         [convert, options, &command]
@@ -110,6 +139,7 @@ void addConvertCommand(CLI::App& app, Command& command)
             refuseFormatOptions(*convert, options->output);
             checkMeshFinish(*convert, options->output);
             checkClip(*convert, options->clip);
+            refuse(*convert, "--least-faces", !options->parts, "is of --parts");
             options->quiet |= formats::isStandardOutput(options->output);
             command = {[options] { return runFrameByFrame(*options, settleNothing, convertOne); },
                        options->input, options->output};

@@ -6,13 +6,6 @@ namespace tavrix::detail
 namespace
 {
 
-bool isInSlot(const Mesh& mesh, ArrayHandle array)
-{
-    for (uint32 slot = 0; slot < meshSlotCount; ++slot)
-        if (mesh.handleOf(static_cast<Mesh::Slot>(slot)) == array) return true;
-    return false;
-}
-
 /// The arrays outside the slots that carry the flag, and the smoothed normals, one a position.
 std::vector<ArrayHandle> arraysOf(const Mesh& mesh, MeshArrayInf::Flag kind)
 {
@@ -20,7 +13,7 @@ std::vector<ArrayHandle> arraysOf(const Mesh& mesh, MeshArrayInf::Flag kind)
     const ArraySet<MeshArrayInf>& arrays = mesh.getArraySet();
     for (uint32 i = 0; i < arrays.size(); ++i)
     {
-        const bool inSlot = isInSlot(mesh, arrays.handle(i));
+        const bool inSlot = mesh.isInSlot(arrays.handle(i));
         if (!inSlot && (arrays.inf(i).flags & kind) != 0) found.push_back(arrays.handle(i));
     }
     if (kind == MeshArrayInf::PER_POSITION && !mesh.getArrNorSurface().isNone())
