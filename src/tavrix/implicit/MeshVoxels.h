@@ -7,10 +7,13 @@
 namespace tavrix
 {
 
-/// Nodes of a row along z: those from `begin` to before `end`.
+/// Nodes of a row along z.
 struct VoxelSpan
 {
+    /// The first one, and the one after the last.
+    /// @{
     uint32 begin, end;
+    /// @}
     /// The same nodes.
     friend bool operator==(const VoxelSpan&, const VoxelSpan&) = default;
 };
@@ -18,7 +21,7 @@ struct VoxelSpan
 /// The nodes of a grid that are inside a mesh, as runs along z: what a mesh of many voxels is kept as.
 struct MeshVoxels
 {
-    GridDescription3<double> grid;
+    GridDescription3<double> grid;  ///< where the nodes are
     Array<uint32> rows;      ///< where the spans of row (i, j), number i * sizeY + j, begin; all at the end
     Array<VoxelSpan> spans;  ///< of all rows; ascending in each, and apart
 

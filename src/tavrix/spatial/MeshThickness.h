@@ -23,9 +23,12 @@ TX_GEOMETRY_API bool measureThickness(const MeshCollider& mesh, Array<double>& t
 /// What the thicknesses of a mesh have in common.
 struct ThicknessSummary
 {
-    double least, greatest;  ///< of all faces that have a thickness
-    double median;           ///< half of their area is thinner
-    uint32 thinnest;         ///< the face of the least; noIndex without any
+    /// Of all faces that have a thickness.
+    /// @{
+    double least, greatest;
+    /// @}
+    double median;    ///< half of their area is thinner
+    uint32 thinnest;  ///< the face of the least; noIndex without any
 };
 
 /// Sums up what measureThickness found; zeros where no face has a thickness. O(faces log faces).
