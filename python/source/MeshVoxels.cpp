@@ -61,7 +61,7 @@ void bindMeshVoxels(py::class_<MeshObject>& type)
 
     >>> solid, origin = tavrix.Mesh.box((0.5, 0.5, 0.5), (3.5, 2.5, 1.5)).voxelize(1)
     >>> int(solid.sum()), solid.shape, origin
-    (6, (6, 5, 4), (-1.0, -1.0, -1.0))
+    (6, (7, 6, 5), (-1.0, -1.0, -1.0))
     )");
 }
 

@@ -85,7 +85,7 @@ class Convert(FilesTest):
 
     def test_parts_become_groups_and_debris_goes(self):
         far = [(x + 9, y, z) for x, y, z in CUBE_POINTS]
-        faces = list(CUBE_FACES) + [[n + 8 for n in face] for face in CUBE_FACES[:4]]
+        faces = list(CUBE_FACES) + [[n + 8 for n in face] for face in CUBE_FACES[:2] + CUBE_FACES[4:6]]
         self.write("two.obj", obj_file(CUBE_POINTS + far, faces))
         self.write("two.stl", binary_stl(CUBE_POINTS + far, faces))
         for name in ("two.obj", "two.stl"):
