@@ -86,10 +86,10 @@ ThicknessSummary summarizeThickness(const MeshCollider& mesh, const Array<double
     const double half = std::accumulate(faces.begin(), faces.end(), 0.0,
                                         [&](double sum, uint32 f) { return sum + area(f); }) /
                         2;
-    auto middle = faces.begin();
-    for (double thinner = area(*middle); thinner < half && middle + 1 != faces.end();
-         thinner += area(*middle))
-        ++middle;
+    double thinner = 0;
+    auto middle =
+        std::find_if(faces.begin(), faces.end(), [&](uint32 f) { return (thinner += area(f)) >= half; });
+    if (middle == faces.end()) --middle;  // where rounding has it
     return {thicknesses[faces.front()], thicknesses[faces.back()], thicknesses[*middle], faces.front()};
 }
 
