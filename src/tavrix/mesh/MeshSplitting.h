@@ -9,10 +9,10 @@ namespace tavrix
 /// The parts of a mesh, which share no position, each as a mesh of its own, in the order of their first
 /// faces.
 ///
-/// Positions and faces keep their order within a part, and with them go their normals and what else the mesh
-/// holds for each position or face. Every part has the mesh's name. Parts of fewer faces than `leastFaces`,
-/// debris of scans, say, are left out; positions without a face belong to none. Indices must be valid.
-/// O(positions + faces); no parts when the callback stopped it.
+/// Positions and faces keep their order within a part, and with them go vertex normals and the arrays that
+/// hosts gave the mesh, of positions or of faces. Every part has the mesh's name. Parts of fewer faces than
+/// `leastFaces`, debris of scans, say, are left out; positions without a face belong to none. Indices must be
+/// valid. O(positions + faces); no parts when the callback stopped it.
 TX_GEOMETRY_API ArrayOfPtr<Mesh> splitParts(const Mesh& mesh, uint32 leastFaces = 1,
                                             CancelCallback callback = nullptr);
 

@@ -34,19 +34,28 @@ public:
 
     bool operator()(const Box3D& cell, const Corners& corners) const
     {
-        const Vector3D up = direction(corners), middle = cell.center();
-        const double known = distanceAt(middle);
+        const Middle middle = middleOf(cell, corners);
         double mean = 0;
         for (const float corner : corners) mean += corner / 8.0;
-        if (std::fabs(known - mean) > _tolerance || !(dot(up, up) > 0)) return false;
-        return isBounded(cell, corners, middle, up, known, 1) &&
-               isBounded(cell, corners, middle, up, known, -1);
+        if (std::fabs(middle.distance - mean) > _tolerance || !(dot(middle.up, middle.up) > 0)) return false;
+        return isBounded(cell, corners, middle, 1) && isBounded(cell, corners, middle, -1);
     }
 
 private:
-    double distanceAt(const Vector3D& point) const
+    /// What is known of the middle of a cell.
+    struct Middle
     {
-        return _isSigned ? _mesh.signedDistance(point) : _mesh.nearestPoint(point)->distance;
+        Vector3D point, nearest;
+        double distance;
+        Vector3D up;  ///< where distances grow
+    };
+
+    Middle middleOf(const Box3D& cell, const Corners& corners) const
+    {
+        const Vector3D point = cell.center();
+        const MeshPoint nearest = *_mesh.nearestPoint(point);
+        const bool isInside = _isSigned && _mesh.isInside(point);
+        return {point, nearest.position, isInside ? -nearest.distance : nearest.distance, direction(corners)};
     }
 
     /// Where distances grow, as the corners tell; zero where they do not.
@@ -61,26 +70,26 @@ private:
     }
 
     /// Whether distances, times the sign, are nowhere too far above what the corners tell.
-    bool isBounded(const Box3D& cell, const Corners& corners, const Vector3D& middle, const Vector3D& up,
-                   double known, int32 sign) const
+    bool isBounded(const Box3D& cell, const Corners& corners, const Middle& middle, int32 sign) const
     {
         const double edge = cell.max.x - cell.min.x;
         // from so far a sphere around the point looks flat within a quarter of the tolerance
         const double away = std::max(edge * edge / _tolerance, edge);
-        const double toSurface = sign * known;
+        const double toSurface = sign * middle.distance;
         // away from the surface distances bend upwards by no more than those from a point do
-        const double least = std::fabs(known) - edge * halfDiagonal;
+        const double least = std::fabs(middle.distance) - edge * halfDiagonal;
         if (toSurface < 0 && 3 * edge * edge / 8 <= _tolerance * least) return true;
         if (toSurface > 0 && toSurface < away)
         {
-            const double excess = excessAt(cell, corners, _mesh.nearestPoint(middle)->position, 0, sign);
+            const double excess = excessAt(cell, corners, middle.nearest, 0, sign);
             if (excess <= _tolerance) return true;
             if (excess <= ridgeExcess * _tolerance && isRidgeBounded(cell, corners, sign)) return true;
         }
         for (const double distance : {away, away / 4})
         {
-            const Vector3D point = middle - up * (sign * distance);
-            if (excessAt(cell, corners, point, sign * signedFrom(known, distance, point), sign) <= _tolerance)
+            const Vector3D point = middle.point - middle.up * (sign * distance);
+            if (excessAt(cell, corners, point, sign * signedFrom(middle.distance, distance, point), sign) <=
+                _tolerance)
                 return true;
         }
         return false;

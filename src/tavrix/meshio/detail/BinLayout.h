@@ -13,7 +13,7 @@ inline constexpr uint32 binVersion = 4;
 inline constexpr uint32 binVertexMarker = 0xCCCCCCCC;
 inline constexpr uint32 binTextureMarker = 0xCCCCCC00;
 inline constexpr uint32 binVelocityMarker = 0xCCCCCC11;
-/// Bytes of three floats or three indices, which all of its records are.
+/// Bytes of a record of three floats or three indices.
 inline constexpr std::size_t binTripleSize = 12;
 
 /// The optional channels of a BIN mesh file that are read or written.

@@ -12,6 +12,7 @@ namespace
 {
 
 constexpr double everythingSmooth = 3.141592653589793;
+
 FileStatus readMarker(FileBufferIn& file, uint32 expected)
 {
     uint32 marker = 0;
