@@ -1,12 +1,17 @@
 # What every target of the project shares: warnings, reproducible arithmetic, and where Windows finds its DLLs.
 
+# Joined sources look like headers to GCC, in which nothing without linkage belongs.
+if(CMAKE_CXX_COMPILER_ID STREQUAL GNU)
+    set(TAVRIX_JOINED -Wno-subobject-linkage)
+endif()
+
 # Warnings and the arithmetic rules of the project: no contraction of a*b+c, so that every compiler and every
 # instruction set computes the same bytes.
 function(tavrix_compile_options target)
     if(CMAKE_CXX_COMPILER_ID MATCHES "GNU|Clang")
         target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic -Wconversion -ffp-contract=off)
-        if((CMAKE_UNITY_BUILD OR TAVRIX_JOIN_SOURCES) AND CMAKE_CXX_COMPILER_ID STREQUAL GNU)
-            target_compile_options(${target} PRIVATE -Wno-subobject-linkage)  # joined sources look like headers to it
+        if(CMAKE_UNITY_BUILD)
+            target_compile_options(${target} PRIVATE ${TAVRIX_JOINED})
         endif()
         if(TAVRIX_WERROR)
             target_compile_options(${target} PRIVATE -Werror)
@@ -31,14 +36,15 @@ endif()
 function(tavrix_join_sources target)
     if(TAVRIX_JOIN_SOURCES)
         set_target_properties(${target} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 12)
+        target_compile_options(${target} PRIVATE ${TAVRIX_JOINED})
     endif()
 endfunction()
 
-# Has the targets of one kind read large headers once: `owner`, which comes first, keeps them, and the others take its.
+# Has the programs of one kind read a large header once: `owner`, which comes first, keeps it, and the others take its.
 # They share their compile options.
-function(tavrix_precompile target owner)
+function(tavrix_precompile target owner header)
     if(target STREQUAL owner)
-        target_precompile_headers(${target} PRIVATE ${ARGN})
+        target_precompile_headers(${target} PRIVATE ${header})
     else()
         target_precompile_headers(${target} REUSE_FROM ${owner})
     endif()
