@@ -35,10 +35,10 @@ private:
 };
 
 /// Runs work(callback) without the interpreter's lock; the callback is a ProgressCallback.
+/// @{
 template <class Work>
-void longCall(const py::object& progress, const Work& work)
+void longCall(Watch& watch, const Work& work)
 {
-    Watch watch(progress);
     {
         const py::gil_scoped_release release;
         const ProgressCallback callback = [&](const char* stage, double done) { return watch(stage, done); };
@@ -46,6 +46,13 @@ void longCall(const py::object& progress, const Work& work)
     }
     watch.end();
 }
+template <class Work>
+void longCall(const py::object& progress, const Work& work)
+{
+    Watch watch(progress);
+    longCall(watch, work);
+}
+/// @}
 
 /// The same for work of one stage that takes a CancelCallback.
 template <class Work>

@@ -201,7 +201,13 @@ py::object reconstructPart(const py::object& over, const py::object& positions, 
 {
     PythonRanks ranks(over);
     std::optional<Input> in;
-    ranks.together([&] { in.emplace(positions, options, attributes); });
+    std::optional<Watch> watch;
+    ranks.together(
+        [&]
+        {
+            in.emplace(positions, options, attributes);
+            watch.emplace(progress);
+        });
     ranks.confirmAlike(py::cast<uint64>(over.attr("digest")), "settings and the names of attributes");
     ranks.confirmAlike(in->attributeTypes(), "shapes of attributes");
     if (!options.threads) in->settings.threadCount = std::max(in->settings.threadCount / ranks.here(), 1u);
@@ -209,7 +215,7 @@ py::object reconstructPart(const py::object& over, const py::object& positions, 
 
     RankMesh part;
     auto report = std::make_unique<Report>();
-    longCall(progress,
+    longCall(*watch,
              [&](const ProgressCallback& callback)
              {
                  report->kernel = reconstructSurface(in->positions.array(), ranks, part, in->settings,

@@ -29,7 +29,8 @@ def reconstruct(comm, positions, radius=None, *, attributes={}, threads=None, me
     those of tavrix.reconstruct. threads and memory are each rank's; by default ranks on one machine share it evenly.
     With simplify, fill_cavities and decimate the first rank gets the whole mesh, and the others none of it.
 
-    What is refused on one rank raises on all; where that is on another, it is a RuntimeError.
+    What is refused on one rank raises on all; where that is on another, it is a RuntimeError. What one rank alone meets
+    while all work, such as too little memory, leaves the others waiting: `python3 -m mpi4py script.py` then ends the job.
 
     >>> grid = numpy.stack(numpy.meshgrid(*[numpy.arange(9.0)] * 3), axis=-1).reshape(-1, 3)
     >>> part = tavrix.mpi.reconstruct(MPI.COMM_WORLD, grid, attributes={"height": grid[:, 2]})

@@ -73,6 +73,7 @@ def stop(stage, done):
 
 assert refused(grid[:, :2] if first else grid).startswith(
     "ValueError: positions" if first else "RuntimeError: the call failed on another"), "shape"
+assert refused(grid, progress=1 if first else None).startswith("TypeError" if first else "RuntimeError"), "progress"
 assert "same on all ranks" in refused(grid, 0.5 if first else 0.4), "radius"
 assert "same on all ranks" in refused(grid, attributes={"a": grid[:, 0] if first else grid}), "attribute"
 assert refused(grid, progress=stop if first else None) == (

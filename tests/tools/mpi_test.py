@@ -124,6 +124,8 @@ class OneFile(MpiTest):
                  ("in.bin -o out.obj --memory 31270K", "2744 particles take", "use 10 ranks"),
                  ("in.bin -o out.obj --preview a.png", "--preview is for tavrix preview"),
                  ("in.bin -o out.obj --jobs 2", "--jobs"),
+                 ("in.bin -o out.obj --save-config no/job.toml", "no/job.toml: the folder no does not exist"),
+                 ("in.bin -o out.obj --config no/job.toml", "no/job.toml: cannot be opened"),
                  ("in.bin -o out.obj --radius -1", "--radius")]
         for arguments, *words in cases:
             with self.subTest(arguments):

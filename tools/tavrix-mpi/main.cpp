@@ -76,7 +76,7 @@ void describe(CLI::App& app, Command& command, MpiRanks& world)
 }
 
 /// The exit status; on all ranks the same.
-int run(const Command& command, const CLI::App& app, const MpiRanks& world)
+int run(const Command& command, const CLI::App& app, MpiRanks& world)
 {
     try
     {
@@ -84,9 +84,12 @@ int run(const Command& command, const CLI::App& app, const MpiRanks& world)
                           [&]
                           {
                               const CLI::App& chosen = *app.get_subcommands().front();
-                              if (const std::string jobFile = jobFileOf(chosen);
-                                  !jobFile.empty() && world.isFirst())
-                                  saveJobFile(chosen, jobFile);
+                              const std::string jobFile = jobFileOf(chosen);
+                              world.together(
+                                  [&]
+                                  {
+                                      if (!jobFile.empty() && world.isFirst()) saveJobFile(chosen, jobFile);
+                                  });
                               return command.run();
                           });
     }
@@ -106,7 +109,7 @@ int runProgram(int argc, char** argv)
     std::vector<std::string> arguments = utf8Arguments(argc, argv);
     try
     {
-        arguments = withJobFile(app, std::move(arguments));
+        world.together([&] { arguments = withJobFile(app, std::move(arguments)); });
         std::reverse(arguments.begin(), arguments.end());
         app.parse(arguments);
         refuseUnfit(*app.get_subcommands().front());

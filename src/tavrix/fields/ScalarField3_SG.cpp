@@ -428,12 +428,10 @@ public:
     Value getDefaultValue() const override { return _field.getDefaultValue(); }
     const Array<Value>* getTile(uint32 tile) const override { return _field.getTile(tile); }
     void setTile(uint32 tile, Array<Value>&& values) override { _field.setTile(tile, std::move(values)); }
+    bool isEmpty() const override { return _field.getStoredTileSize() == 0; }
     void copySamples(uint32 first, uint32 count, Value* out) const override
     {
-        if (_field.getStoredTileSize() == 0)
-            std::fill_n(out, count, getDefaultValue());
-        else
-            _field.copySamples(first, count, out);
+        _field.copySamples(first, count, out);
     }
 
 private:

@@ -71,7 +71,8 @@ double countVertices(const Blocks<Kernel>& particles, const std::vector<BlockInd
 template <class Kernel>
 detail::BlockFilling fillingOf(const Blocks<Kernel>& particles, std::size_t home)
 {
-    detail::BlockFilling filling{{}, particles.firstOf(home + 1) - particles.firstOf(home), 0};
+    detail::BlockFilling filling{placeOf(particles.lattice, particles.homes[home].block),
+                                 particles.firstOf(home + 1) - particles.firstOf(home), 0};
     for (uint32 b = particles.homes[home].firstBucket; b < particles.homes[home + 1].firstBucket; ++b)
     {
         const uint8(&low)[3] = particles.buckets[b].low;
@@ -94,22 +95,34 @@ Number most(const std::vector<Number>& numbers)
     return *std::max_element(numbers.begin(), numbers.end());
 }
 
+/// The largest part of their sum.
+double mostOfAll(const std::vector<int64>& numbers)
+{
+    return static_cast<double>(most(numbers)) /
+           static_cast<double>(std::accumulate(numbers.begin(), numbers.end(), int64{0}));
+}
+
 template <class Kernel>
 RankLoads loadsOf(uint32 rankCount, const Blocks<Kernel>& particles, const std::vector<BlockIndex>& blocks,
                   uint32 margin)
 {
     SupposedRanks ranks(rankCount);
-    std::vector<detail::BlockLoad> loads;
-    for (std::size_t h = 0; h < particles.homeCount(); ++h)
-        loads.push_back({placeOf(particles.lattice, particles.homes[h].block),
-                         detail::workOf(fillingOf(particles, h), margin)});
+    std::vector<detail::BlockFilling> fillings;
+    fillings.reserve(particles.homeCount());
+    for (std::size_t h = 0; h < particles.homeCount(); ++h) fillings.push_back(fillingOf(particles, h));
+    const std::vector<detail::BlockLoad> loads = detail::loadsOf(fillings, fillings, margin);
     BlockIndex last{0, 0, 0};
     for (const BlockIndex& block : blocks)
         for (uint32 axis = 0; axis < 3; ++axis) last[axis] = std::max(last[axis], block[axis]);
     const detail::CurveOwners owners(ranks, particles.lattice, last, loads);
 
-    std::vector<int64> work(rankCount, 0);
-    for (const detail::BlockLoad& load : loads) work[owners.ownerOf(load.block)] += load.load;
+    std::vector<int64> work(rankCount, 0), sides(rankCount, 0);
+    for (const detail::BlockLoad& load : loads)
+    {
+        const uint32 owner = owners.ownerOf(load.block);
+        work[owner] += load.load;
+        sides[owner] += load.sides;
+    }
     std::vector<uint64> looked(rankCount, 0), dealt(rankCount, 0);
     for (const BlockIndex& block : blocks) ++looked[owners.ownerOf(placeOf(particles.lattice, block))];
     detail::RanksAround around(particles.lattice, owners, {margin, margin, margin});
@@ -120,9 +133,9 @@ RankLoads loadsOf(uint32 rankCount, const Blocks<Kernel>& particles, const std::
         for (const uint32 rank : around.of(cellOf(particles.lattice, particles.particles[first])))
             dealt[rank] += particles.buckets[b + 1].begin - first;
     }
-    const double mean = static_cast<double>(std::accumulate(work.begin(), work.end(), int64{0})) / rankCount;
-    return {rankCount, std::accumulate(dealt.begin(), dealt.end(), uint64{0}), most(dealt), most(looked),
-            static_cast<double>(most(work)) / mean};
+    return {rankCount,        std::accumulate(dealt.begin(), dealt.end(), uint64{0}),
+            most(dealt),      most(looked),
+            mostOfAll(sides), mostOfAll(work) * rankCount};
 }
 
 template <class Kernel>

@@ -14,10 +14,11 @@ namespace tavrix
 /// What reconstructSurface would give so many ranks to do.
 struct RankLoads
 {
-    uint32 ranks;       ///< how many
-    uint64 dealt;       ///< particles that all ranks get, for their blocks and what is around these
-    uint64 mostDealt;   ///< that one rank gets
-    uint64 mostBlocks;  ///< of the lattice that one rank has to look at
+    uint32 ranks;        ///< how many
+    uint64 dealt;        ///< particles that all ranks get, for their blocks and what is around these
+    uint64 mostDealt;    ///< that one rank gets
+    uint64 mostBlocks;   ///< of the lattice that one rank has to look at
+    double mostSurface;  ///< the part of the surface that one rank makes, as far as particles tell
     /// The largest load of a rank over the mean, by which blocks are shared out; from 1 on.
     double imbalance;
 };

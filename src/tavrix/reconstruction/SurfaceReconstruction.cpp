@@ -437,13 +437,12 @@ private:
         carryScalars(scalars, interpolate);
     }
 
-    /// Leaves the mesh where it is to be: with the first rank, or in parts, of which the first has all where
-    /// steps needed that.
+    /// Leaves the mesh where it is to be: with the first rank, or in parts, of which one has all where steps
+    /// needed that or there are no others.
     Status handOver(MeshPart& part)
     {
-        if (!_ranks) return Status::Done;
-        if (_isGathered && !needsWhole()) gather(part);
-        if (_isGathered || !needsWhole()) return Status::Done;
+        if (_ranks && _isGathered && !needsWhole()) gather(part);
+        if (_isGathered || (_ranks && !needsWhole())) return Status::Done;
         const uint32 vertices = part.mesh.getPosSize(), faces = part.mesh.getFacesSize();
         part.numbers.resize(vertices);
         std::iota(part.numbers.begin(), part.numbers.end(), 0u);
@@ -500,6 +499,8 @@ ReconstructionReport reconstruct(const Array<Vector3F>& positions, RankGroup* ra
                                  const ProgressCallback& progress)
 {
     ProgressScope scope(progress);
+    if (ranks && ranks->size() == 1)
+        ranks = nullptr;  // who is alone needs nothing of what ranks tell each other
     Reconstruction reconstruction(positions, ranks, isGathered, attributes, settings, scope);
     made.mesh.setName("surface");
     reconstruction.report.status = reconstruction.run(made);

@@ -62,8 +62,7 @@ RankCosts costsOf(const RankForecast& forecast, const RankLoads& loads, uint32 t
     const double ranks = loads.ranks, vertices = forecast.vertices;
     const double own = forecast.particles / ranks, dealt = static_cast<double>(loads.mostDealt);
     const double all = static_cast<double>(loads.dealt);
-    const double ownVertices =
-        vertices * static_cast<double>(loads.mostBlocks) / static_cast<double>(forecast.blocks);
+    const double ownVertices = vertices * loads.mostSurface;
     const double others = 1 - 1 / ranks;  // of what is sent goes to others
     RankCosts costs{};
 

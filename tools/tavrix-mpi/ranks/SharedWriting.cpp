@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <vector>
 
-#include "formats/FileName.h"
+#include "ranks/EndOfJob.h"
 
 namespace tavrix::tool
 {
@@ -193,7 +193,10 @@ bool writeShared(MpiRanks& ranks, const std::string& path, const FileLayout& lay
                  const formats::NumberedMesh& mesh, const RankMesh& part)
 {
     SharedFile file(ranks, path);
-    return file.isWellOnAll() && OwnRecords(layout, mesh, part, ranks.isFirst(), file).run();
+    // closing takes all ranks, so that none may leave alone
+    return orEndOfJob(
+        path,
+        [&] { return file.isWellOnAll() && OwnRecords(layout, mesh, part, ranks.isFirst(), file).run(); });
 }
 
 }  // namespace tavrix::tool

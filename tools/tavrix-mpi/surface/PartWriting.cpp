@@ -5,6 +5,7 @@
 #include "formats/FileName.h"
 #include "formats/MeshLayout.h"
 #include "formats/OutputFile.h"
+#include "ranks/EndOfJob.h"
 #include "ranks/SharedWriting.h"
 #include "run/Failure.h"
 
@@ -49,6 +50,30 @@ bool writeTold(MpiRanks& ranks, const std::string& path, const formats::FileLayo
     return !told.empty() && writeShared(ranks, told, layout, mesh, part);
 }
 
+/// Writes the file; throws where that failed, on the first rank with the reason.
+void writeTogether(const std::string& output, MpiRanks& ranks, const formats::FileLayout& layout,
+                   const formats::NumberedMesh& mesh, const RankMesh& part)
+{
+    bool isTold = !ranks.isFirst();
+    const auto write = [&](const std::string& path)
+    {
+        isTold = true;
+        return writeTold(ranks, path, layout, mesh, part) ? 0 : -1;
+    };
+    try
+    {
+        if (ranks.isFirst())
+            formats::writeFileWhole(output, write);
+        else
+            write({});
+    }
+    catch (const Failure&)
+    {
+        if (!isTold) write({});  // the others wait to be told
+        throw;
+    }
+}
+
 }  // namespace
 
 bool isWrittenInParts(const SurfaceOptions& options, MpiRanks& ranks)
@@ -70,28 +95,10 @@ void writeParts(const SurfaceOptions& options, MpiRanks& ranks, RankMesh& part)
     const formats::NumberedMesh mesh(streams, outline, part.numbers);
     formats::FileLayout layout;
     ranks.together([&] { layout = layoutOf(outline, part, options.output); });
+    // together by turns: what is no Failure leaves the others waiting, and ends the job
     ranks.together(
         [&]
-        {
-            bool isTold = !ranks.isFirst();
-            const auto write = [&](const std::string& path)
-            {
-                isTold = true;
-                return writeTold(ranks, path, layout, mesh, part) ? 0 : -1;
-            };
-            try
-            {
-                if (ranks.isFirst())
-                    formats::writeFileWhole(options.output, write);
-                else
-                    write({});
-            }
-            catch (const Failure&)
-            {
-                if (!isTold) write({});  // the others wait to be told
-                throw;
-            }
-        });
+        { orEndOfJob(options.output, [&] { writeTogether(options.output, ranks, layout, mesh, part); }); });
 }
 
 }  // namespace tavrix::tool

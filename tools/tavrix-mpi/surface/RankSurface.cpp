@@ -66,7 +66,7 @@ public:
                            _options.sequence.last);  // throws without
                 return std::vector<std::string>();
             });
-        sequence.settings += settleRadius(sequence);
+        sequence.settings += settleRadius(sequence, dealing);
         SequenceOptions options = _options.sequence;
         options.quiet = _options.quiet;
         sequence.make = [&](const FrameTask& task)
@@ -168,16 +168,16 @@ private:
     }
 
     /// Settles what the radius decides by the first frame that can be read, all ranks together.
-    std::string settleRadius(const Sequence& sequence)
+    std::string settleRadius(const Sequence& sequence, FrameDealing& dealing)
     {
         if (_options.surface.radius) return {};
-        std::vector<std::string> names;
-        _world.together(
-            [&]
-            {
-                for (const Frame& frame : framesOnDisk(sequence)) names.push_back(frame.digits);
-            });
-        for (const std::string& digits : names)
+        const auto list = [&]
+        {
+            std::vector<std::string> names;
+            for (const Frame& frame : framesOnDisk(sequence)) names.push_back(frame.digits);
+            return names;
+        };
+        for (const std::string& digits : dealing.ofFirst(list))
         {
             const SurfaceOptions frame = forFrame(_options, {digits, {}, {}});
             try

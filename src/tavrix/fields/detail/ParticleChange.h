@@ -16,6 +16,8 @@ public:
     virtual const GridDescription3<Coord>& getGrid() const = 0;
     virtual const TileGrid3<Coord>& getTileGrid() const = 0;
     virtual Value getDefaultValue() const = 0;
+    /// Whether no tile is stored.
+    virtual bool isEmpty() const = 0;
     /// Null for a tile that is not stored.
     virtual const Array<Value>* getTile(uint32 tile) const = 0;
     virtual void setTile(uint32 tile, Array<Value>&& values) = 0;

@@ -148,6 +148,7 @@ template <class Value, class Coord>
 void readSamples(const TileStore<Value, Coord>& field, const NodeBox& box, const Block<Value>& block)
 {
     std::fill_n(block.samples, block.extent(0) * block.strideX(), field.getDefaultValue());
+    if (field.isEmpty()) return;
     for (uint32 i = box.low[0]; i < box.high[0]; ++i)
         for (uint32 j = box.low[1]; j < box.high[1]; ++j)
             field.copySamples(field.getGrid().getMonoindex(i, j, box.low[2]), box.high[2] - box.low[2],
@@ -196,19 +197,32 @@ private:
     uint32 _origin[3], _low[3], _high[3];
 };
 
+/// Whether a row has a sample other than the one given for each.
+template <class Value, class Before>
+bool differs(const Value* row, uint32 length, Before before)
+{
+    constexpr uint32 usual = 8;  // a whole row of a tile, of which the compiler makes a few instructions
+    uint32 count = 0;
+    if (length == usual)
+        for (uint32 n = 0; n < usual; ++n) count += row[n] != before(n) ? 1 : 0;
+    else
+        for (uint32 n = 0; n < length; ++n) count += row[n] != before(n) ? 1 : 0;
+    return count > 0;
+}
+
 /// Whether none of a tile's rows differs in the block from what it was; null for the default value.
 template <class Value, class Coord>
 bool isUnchanged(const TileRows<Value, Coord>& rows, const Block<Value>& block, const Array<Value>* before,
                  Value defaultValue)
 {
+    if (!before)
+        return rows.forEach(block, [&](const Value* row, uint32, uint32 length)
+                            { return !differs(row, length, [&](uint32) { return defaultValue; }); });
     return rows.forEach(block,
                         [&](const Value* row, uint32 place, uint32 length)
                         {
-                            const Value* old = before ? before->data() + place : nullptr;
-                            bool differs = false;  // not left early, so that the loop vectorises
-                            for (uint32 n = 0; n < length; ++n)
-                                differs |= row[n] != (old ? old[n] : defaultValue);
-                            return !differs;
+                            const Value* old = before->data() + place;
+                            return !differs(row, length, [old](uint32 n) { return old[n]; });
                         });
 }
 

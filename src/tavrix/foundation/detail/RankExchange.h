@@ -22,6 +22,24 @@ struct Incoming
     std::vector<uint32> counts;
 };
 
+/// Reads what came in one by one, each rank's in the order in which it sent them.
+template <class T>
+class FromEachRank
+{
+public:
+    explicit FromEachRank(const Incoming<T>& incoming)
+        : _records(incoming.records), _next(incoming.counts.size())
+    {
+        std::exclusive_scan(incoming.counts.begin(), incoming.counts.end(), _next.begin(), 0u);
+    }
+
+    const T& next(uint32 rank) { return _records[_next[rank]++]; }
+
+private:
+    const Array<T>& _records;
+    std::vector<uint32> _next;
+};
+
 inline uint32 totalOf(const std::vector<uint32>& counts)
 {
     const uint64 total = std::accumulate(counts.begin(), counts.end(), uint64{0});
@@ -29,25 +47,60 @@ inline uint32 totalOf(const std::vector<uint32>& counts)
     return static_cast<uint32>(total);
 }
 
-/// Sends records: forEach(send) calls send(rank, record) for each, twice and in the same order, which those
-/// for one rank keep.
-template <class T, class ForEach>
-Incoming<T> exchangeRecords(RankGroup& ranks, ForEach forEach)
+/// Sends so many of the outgoing records to each rank, which stand in the order of the ranks.
+template <class T>
+Incoming<T> exchangeRuns(RankGroup& ranks, const Array<T>& outgoing, const std::vector<uint32>& counts)
 {
-    std::vector<uint32> counts(ranks.size(), 0u), ones(ranks.size(), 1u);
-    forEach([&](uint32 rank, const T&) { ++counts[rank]; });
+    const std::vector<uint32> ones(ranks.size(), 1u);
     Incoming<T> incoming{{}, std::vector<uint32>(ranks.size())};
     ranks.exchange(counts.data(), ones.data(), incoming.counts.data(), ones.data(), sizeof(uint32));
-
-    Array<T> outgoing(totalOf(counts));
-    std::vector<uint32> places(ranks.size(), 0u);
-    std::exclusive_scan(counts.begin(), counts.end(), places.begin(), 0u);
-    forEach([&](uint32 rank, const T& record) { outgoing[places[rank]++] = record; });
     incoming.records.resize(totalOf(incoming.counts));
     ranks.exchange(outgoing.data(), counts.data(), incoming.records.data(), incoming.counts.data(),
                    sizeof(T));
     return incoming;
 }
+
+/// Sends records: forEach(send) calls send(rank, record) for each, twice and in the same order, which those
+/// for one rank keep.
+template <class T, class ForEach>
+Incoming<T> exchangeRecords(RankGroup& ranks, ForEach forEach)
+{
+    std::vector<uint32> counts(ranks.size(), 0u), places(ranks.size(), 0u);
+    forEach([&](uint32 rank, const T&) { ++counts[rank]; });
+    Array<T> outgoing(totalOf(counts));
+    std::exclusive_scan(counts.begin(), counts.end(), places.begin(), 0u);
+    forEach([&](uint32 rank, const T& record) { outgoing[places[rank]++] = record; });
+    return exchangeRuns(ranks, outgoing, counts);
+}
+
+/// Which items go to which ranks, where that takes a while to find out or several things are to be sent.
+class Routes
+{
+public:
+    /// forEach(add) calls add(rank, item) for each that is to be sent.
+    template <class ForEach>
+    Routes(const RankGroup& ranks, ForEach forEach) : _items(ranks.size())
+    {
+        forEach([this](uint32 rank, uint32 item) { _items[rank].push_back(item); });
+    }
+
+    /// Sends valueOf(item) of each; what goes to one rank in the order in which the items were added.
+    template <class T, class ValueOf>
+    Incoming<T> send(RankGroup& ranks, ValueOf valueOf) const
+    {
+        std::vector<uint32> counts;
+        counts.reserve(_items.size());
+        for (const std::vector<uint32>& items : _items) counts.push_back(static_cast<uint32>(items.size()));
+        Array<T> outgoing(totalOf(counts));
+        T* next = outgoing.data();
+        for (const std::vector<uint32>& items : _items)
+            for (const uint32 item : items) *next++ = valueOf(item);
+        return exchangeRuns(ranks, outgoing, counts);
+    }
+
+private:
+    std::vector<std::vector<uint32>> _items;
+};
 
 /// Answers the records that came in: each rank gets answer(record, rank) for what it sent, in the order in
 /// which it did.

@@ -38,6 +38,7 @@ struct BlockLoad
 {
     BlockPlace block;
     int64 load;
+    uint32 sides = 0;  ///< of buckets, at which surface is likely
 };
 
 /// What is known of a block before its surface is made: how many particles lie in it, and in which of its 64
@@ -58,9 +59,11 @@ inline uint64 bucketBit(uint32 i, uint32 j, uint32 k)
 /// Puts together what is known of each block; ascending.
 std::vector<BlockFilling> putTogether(std::vector<BlockFilling> fillings);
 
-/// The work that a block makes, where particles reach so many cells: that of its particles, and of the
-/// surface that is likely where buckets are full beside empty ones.
-int64 workOf(const BlockFilling& filling, double reach);
+/// The work that each of the own blocks makes, where particles reach so many cells: that of its particles,
+/// and of the surface that is likely where buckets are full beside empty ones. What is known ascends, and has
+/// the own blocks and those beside them.
+std::vector<BlockLoad> loadsOf(const std::vector<BlockFilling>& own, const std::vector<BlockFilling>& known,
+                               double reach);
 
 /// Blocks along a Hilbert curve (Hilbert 1891; the index by Skilling, Programming the Hilbert Curve, 2004),
 /// cut into runs, one a rank, whose loads are as equal as whole blocks allow. Neighbours on the curve touch,

@@ -120,14 +120,13 @@ void BlockShare::tellOthers(const ParticleBlocks<Kernel>& particles, ValueOf val
                                            for (const uint32 rank : around.of(cellAt(n)))
                                                if (rank != self) send(rank, valueOf(n));
                                });
-    std::vector<uint32> next(told.counts.size(), 0u);
-    std::exclusive_scan(told.counts.begin(), told.counts.end(), next.begin(), 0u);
+    FromEachRank ofRanks(told);
     for (uint32 n = 0; n < count; ++n)
     {
         const uint32 home = around.homeOf(cellAt(n));
         const std::vector<uint32>& known = around.of(cellAt(n));
         if (home != self && std::binary_search(known.begin(), known.end(), self))
-            valueOf(n) = told.records[next[home]++];
+            valueOf(n) = ofRanks.next(home);
     }
 }
 

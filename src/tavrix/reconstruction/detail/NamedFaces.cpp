@@ -1,7 +1,6 @@
 #include <tavrix/reconstruction/detail/NamedFaces.h>
 
 #include <algorithm>
-#include <numeric>
 
 #include <tavrix/foundation/detail/RankExchange.h>
 #include <tavrix/foundation/detail/SortOnce.h>
@@ -123,13 +122,11 @@ std::vector<NamedFaces::EdgeAnswer> NamedFaces::askForEdges(RankGroup& ranks, co
         });
     const auto answers =
         answerRecords<EdgeAnswer>(ranks, asked, [&](const OwnedEdge& edge, uint32) { return answer(edge); });
-    std::vector<uint32> next(answers.counts.size(), 0u);
-    std::exclusive_scan(answers.counts.begin(), answers.counts.end(), next.begin(), 0u);
+    FromEachRank ofRanks(answers);
     std::vector<EdgeAnswer> inOrder;
     inOrder.reserve(answers.records.size());
     forEachForeignEdge(_surfaces, lattice, owners,
-                       [&](const OwnedEdge&, uint32 owner)
-                       { inOrder.push_back(answers.records[next[owner]++]); });
+                       [&](const OwnedEdge&, uint32 owner) { inOrder.push_back(ofRanks.next(owner)); });
     return inOrder;
 }
 

@@ -49,17 +49,43 @@ struct FacePlace
     uint32 face;
 };
 
+/// Looks numbers up among some that ascend. Most are of one surface, of whose vertices few or none are there.
+class VertexLookup
+{
+public:
+    /// For the surface whose vertices are numbered from first to last, exclusive.
+    VertexLookup(const std::vector<uint32>& vertices, uint32 first, uint32 last)
+        : _all(vertices),
+          _first(first),
+          _count(last - first),
+          _begin(std::lower_bound(vertices.begin(), vertices.end(), first)),
+          _end(std::lower_bound(_begin, vertices.end(), last))
+    {
+    }
+
+    bool has(uint32 vertex) const
+    {
+        if (vertex - _first < _count) return _begin != _end && std::binary_search(_begin, _end, vertex);
+        return std::binary_search(_all.begin(), _all.end(), vertex);
+    }
+
+private:
+    const std::vector<uint32>& _all;
+    uint32 _first, _count;
+    std::vector<uint32>::const_iterator _begin, _end;
+};
+
 std::vector<FacePlace> facesAt(NamedFaces& faces, std::size_t surfaceCount,
                                const std::vector<uint32>& vertices)
 {
-    const auto isAmong = [&](uint32 v) { return std::binary_search(vertices.begin(), vertices.end(), v); };
     std::vector<FacePlace> found;
     for (std::size_t s = 0; s < surfaceCount; ++s)
     {
+        const VertexLookup lookup(vertices, faces.starts()[s].vertices, faces.starts()[s + 1].vertices);
         const std::span<const Index3> all = faces.facesOf(s);
         for (uint32 n = 0; n < all.size(); ++n)
             if (!NamedFaces::isDropped(all[n]) &&
-                (isAmong(all[n].a) || isAmong(all[n].b) || isAmong(all[n].c)))
+                (lookup.has(all[n].a) || lookup.has(all[n].b) || lookup.has(all[n].c)))
                 found.push_back({s, n});
     }
     return found;

@@ -57,14 +57,24 @@ LatticeExtent extentOf(const ParticleShare& share, double spacing, double margin
 
 std::vector<BlockFilling> fillingsOf(const ParticleShare& share, const BlockLattice& lattice)
 {
+    // put together whenever there are twice as many, for particles may come in any order
     std::vector<BlockFilling> fillings;
+    std::size_t most = 1 << 12;
     forEachKept(
         share.positions.size(), share.leftOut,
         [&](uint32 n)
         {
             const auto [i, j, k] = cellAt(lattice, share.positions[n]);
             const BlockPlace block = placeOf(lattice, {i >> blockShift, j >> blockShift, k >> blockShift});
-            if (fillings.empty() || fillings.back().block != block) fillings.push_back({block, 0, 0});
+            if (fillings.empty() || fillings.back().block != block)
+            {
+                if (fillings.size() == most)
+                {
+                    fillings = putTogether(std::move(fillings));
+                    most = std::max(most, 2 * fillings.size());
+                }
+                fillings.push_back({block, 0, 0});
+            }
             ++fillings.back().particles;
             fillings.back().buckets |= bucketBit(i, j, k);
         });
@@ -83,14 +93,24 @@ double coveringSpacing(const LatticeExtent& extent, double spacing)
     return spacing * widening;
 }
 
-}  // namespace
-
-bool ParticleDeal::isHome(RankGroup& ranks, const Vector3F& position) const
+/// Tells of which dealt particles the blocks are this rank's own.
+class Homes
 {
-    const auto [i, j, k] = cellAt(lattice, position);
-    return owners.ownerOf(placeOf(lattice, {i >> blockShift, j >> blockShift, k >> blockShift})) ==
-           ranks.rank();
-}
+public:
+    Homes(RankGroup& ranks, const ParticleDeal& deal)
+        : _rank(ranks.rank()), _lattice(deal.lattice), _around(deal.lattice, deal.owners, {0, 0, 0})
+    {
+    }
+
+    bool have(const Vector3F& position) { return _around.homeOf(cellAt(_lattice, position)) == _rank; }
+
+private:
+    uint32 _rank;
+    const BlockLattice& _lattice;
+    RanksAround _around;
+};
+
+}  // namespace
 
 Optional<ParticleDeal> dealOut(RankGroup& ranks, const ParticleShare& share, double spacing, double margin)
 {
@@ -102,18 +122,22 @@ Optional<ParticleDeal> dealOut(RankGroup& ranks, const ParticleShare& share, dou
     const CurveOwners owners =
         shareOut(ranks, lattice, lastBlockOf(lattice, extent), fillingsOf(share, lattice), margin / spacing);
     RanksAround around(lattice, owners, {cells, cells, cells});
-    auto dealt = exchangeRecords<DealtParticle>(
-        ranks,
-        [&](const auto& send)
-        {
-            forEachKept(share.positions.size(), share.leftOut,
-                        [&](uint32 n)
+    const Routes routes(ranks,
+                        [&](const auto& add)
                         {
-                            const Vector3F& p = share.positions[n];
-                            for (const uint32 rank : around.of(cellAt(lattice, p)))
-                                send(rank, DealtParticle{p, share.firstNumber + n});
+                            forEachKept(
+                                share.positions.size(), share.leftOut,
+                                [&](uint32 n)
+                                {
+                                    for (const uint32 rank : around.of(cellAt(lattice, share.positions[n])))
+                                        add(rank, n);
+                                });
                         });
-        });
+    auto dealt =
+        routes.send<DealtParticle>(ranks,
+                                   [&](uint32 n) {
+                                       return DealtParticle{share.positions[n], share.firstNumber + n};
+                                   });
     return ParticleDeal{lattice, owners, std::move(dealt.records)};
 }
 
@@ -129,13 +153,15 @@ Array<uint32> findStrays(RankGroup& ranks, const ParticleShare& share, double sp
         for (const DealtParticle& p : deal->particles) positions.push_back(p.position);
     const Array<uint32> found = tavrix::findStrays(positions, radius, least, threadCount);
     const std::vector<int64> starts = startsOver(ranks, share.positions.size());
+    Optional<Homes> homes;
+    if (deal) homes.emplace(ranks, *deal);
     const auto told = exchangeRecords<uint32>(
         ranks,
         [&](const auto& send)
         {
             for (const uint32 n : found)
             {
-                if (!deal->isHome(ranks, positions[n])) continue;
+                if (!homes->have(positions[n])) continue;
                 const uint32 number = deal->particles[n].number;
                 const auto behind = std::upper_bound(starts.begin(), starts.end(), int64{number});
                 send(static_cast<uint32>(behind - starts.begin()) - 1, number);
@@ -153,10 +179,11 @@ Optional<Array<Ellipsoid>> dealEllipsoids(RankGroup& ranks, const ParticleDeal& 
 {
     constexpr EllipsoidKernel kernel{SplatMerge::Sum};
     Array<DealtEllipsoid> own;
+    Homes homes(ranks, deal);
     for (uint32 n = 0; n < fitted.size(); ++n)
     {
         const DealtParticle& of = deal.particles[fittedFor[n]];
-        if (isPlaced(kernel, fitted[n]) && deal.isHome(ranks, of.position)) own.push_back({of, fitted[n]});
+        if (isPlaced(kernel, fitted[n]) && homes.have(of.position)) own.push_back({of, fitted[n]});
     }
     const LatticeSteps steps = stepsOf(deal.lattice.spacing);
     Polling none(nullptr);

@@ -41,8 +41,6 @@ struct ParticleDeal
     BlockLattice lattice;
     CurveOwners owners;
     Array<DealtParticle> particles;  ///< that are near the blocks of this rank, by number
-
-    bool isHome(RankGroup& ranks, const Vector3F& position) const;
 };
 
 /// A rank's share of the particles: those that are not left out take part.

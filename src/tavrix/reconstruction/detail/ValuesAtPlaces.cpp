@@ -2,9 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
-#include <numeric>
 
-#include <tavrix/foundation/detail/RankExchange.h>
 #include <tavrix/particles/ParticleNeighbours.h>
 #include <tavrix/reconstruction/detail/RanksAround.h>
 
@@ -43,17 +41,38 @@ Array<uint32> homesOf(const ParticleDeal& deal, const Array<Vector3D>& places, d
     return homes;
 }
 
+/// The particles that matter to each rank: from a particle to a place, and on to the middle of its cell.
+Routes routesOf(const RankGroup& ranks, const ParticleDeal& deal, const ParticleShare& share, double reach)
+{
+    const auto margin = static_cast<uint32>(1.501 * reach / deal.lattice.spacing + 2);
+    RanksAround around(deal.lattice, deal.owners, {margin, margin, margin});
+    return {ranks, [&](const auto& add)
+            {
+                forEachKept(share.positions.size(), share.leftOut,
+                            [&](uint32 n)
+                            {
+                                const auto cell = cellAt(deal.lattice, share.positions[n]);
+                                for (const uint32 rank : around.of(cell)) add(rank, n);
+                            });
+            }};
+}
+
+/// Brings what the particles have to the ranks to which they matter; in the order of the particles.
+Array<Vector3F> dealOut(RankGroup& ranks, const Routes& routes, const Array<Vector3F>& values)
+{
+    return routes.send<Vector3F>(ranks, [&](uint32 n) { return values[n]; }).records;
+}
+
 }  // namespace
 
 ValuesAtPlaces::ValuesAtPlaces(RankGroup& ranks, const ParticleDeal& deal, const ParticleShare& share,
                                const Array<Vector3D>& places, double reach, uint32 threadCount)
     : _ranks(ranks),
-      _deal(deal),
-      _share(share),
       _reach(reach),
       _threadCount(threadCount),
       _homes(homesOf(deal, places, reach)),
-      _grid(dealOut(share.positions), reach / 2, threadCount)
+      _particles(routesOf(ranks, deal, share, reach)),
+      _grid(dealOut(ranks, _particles, share.positions), reach / 2, threadCount)
 {
     auto told = exchangeRecords<Vector3D>(ranks,
                                           [&](const auto& send)
@@ -65,44 +84,14 @@ ValuesAtPlaces::ValuesAtPlaces(RankGroup& ranks, const ParticleDeal& deal, const
     _counts = std::move(told.counts);
 }
 
-/// Brings what the particles have to the ranks around them; in the order of the particles.
-template <class T>
-Array<T> ValuesAtPlaces::dealOut(const Array<T>& values) const
-{
-    // from a particle to a place, and on to the middle of its cell
-    const auto margin = static_cast<uint32>(1.501 * _reach / _deal.lattice.spacing + 2);
-    RanksAround around(_deal.lattice, _deal.owners, {margin, margin, margin});
-    return exchangeRecords<T>(_ranks,
-                              [&](const auto& send)
-                              {
-                                  forEachKept(_share.positions.size(), _share.leftOut,
-                                              [&](uint32 n)
-                                              {
-                                                  const auto cell =
-                                                      cellAt(_deal.lattice, _share.positions[n]);
-                                                  for (const uint32 rank : around.of(cell))
-                                                      send(rank, values[n]);
-                                              });
-                              })
-        .records;
-}
-
 Array<Vector3F> ValuesAtPlaces::interpolate(const Array<Vector3F>& values, CancelCallback callback) const
 {
-    const Array<Vector3F> found =
-        interpolateAtPlaces(_grid, dealOut(values), _places, _reach, _threadCount, callback);
-    const auto told = exchangeRecords<Vector3F>(_ranks,
-                                                [&](const auto& send)
-                                                {
-                                                    const Vector3F* next = found.data();
-                                                    for (uint32 r = 0; r < _ranks.size(); ++r)
-                                                        for (uint32 n = 0; n < _counts[r]; ++n)
-                                                            send(r, *next++);
-                                                });
-    std::vector<uint32> next(told.counts.size(), 0u);
-    std::exclusive_scan(told.counts.begin(), told.counts.end(), next.begin(), 0u);
+    const Array<Vector3F> found = interpolateAtPlaces(_grid, dealOut(_ranks, _particles, values), _places,
+                                                      _reach, _threadCount, callback);
+    const auto told = exchangeRuns(_ranks, found, _counts);
+    FromEachRank answers(told);
     Array<Vector3F> own(_homes.size());
-    for (uint32 n = 0; n < own.size(); ++n) own[n] = told.records[next[_homes[n]]++];
+    for (uint32 n = 0; n < own.size(); ++n) own[n] = answers.next(_homes[n]);
     return own;
 }
 

@@ -3,6 +3,7 @@
 #include <vector>
 
 #include <tavrix/foundation/CancelCallback.h>
+#include <tavrix/foundation/detail/RankExchange.h>
 #include <tavrix/particles/NeighbourGrid.h>
 #include <tavrix/reconstruction/detail/ParticleDeal.h>
 
@@ -12,8 +13,8 @@ namespace tavrix::detail
 /// Carries quantities of particles to places (interpolateAtPlaces), whichever ranks have these and those. The
 /// places of a cell, whose side is the reach, are looked at by the rank that owns the block around its
 /// middle, and particles go to all ranks with a block within one and a half reaches: once for their
-/// positions, and for every quantity. All must outlive it. Calls are collective; a rank takes what its blocks
-/// take.
+/// positions, and for every quantity. The ranks must outlive it. Calls are collective; a rank takes what its
+/// blocks take.
 class ValuesAtPlaces
 {
 public:
@@ -25,18 +26,14 @@ public:
     Array<Vector3F> interpolate(const Array<Vector3F>& values, CancelCallback callback) const;
 
 private:
-    template <class T>
-    Array<T> dealOut(const Array<T>& values) const;
-
     RankGroup& _ranks;
-    const ParticleDeal& _deal;
-    const ParticleShare _share;
     const double _reach;
     const uint32 _threadCount;
     Array<uint32> _homes;         ///< the ranks that look at this rank's places
     Array<Vector3D> _places;      ///< that this rank looks at
     std::vector<uint32> _counts;  ///< how many of these are each rank's
-    NeighbourGrid _grid;          ///< of the particles near these
+    Routes _particles;            ///< to the ranks to which they matter
+    NeighbourGrid _grid;          ///< of the particles near the places
 };
 
 }  // namespace tavrix::detail
