@@ -8,10 +8,10 @@
 namespace tavrix::benchmark
 {
 
-/// The median of an odd number of runs of an action, in milliseconds. What the action builds should go out of
-/// scope with it.
+/// The least time of some runs of an action, in milliseconds: whatever else the machine does only adds to it.
+/// What the action builds should go out of scope with it.
 template <class Action>
-double medianMilliseconds(Action action, int runs = 7)
+double leastMilliseconds(Action action, int runs = 7)
 {
     std::vector<double> times;
     for (int run = 0; run < runs; ++run)
@@ -21,9 +21,7 @@ double medianMilliseconds(Action action, int runs = 7)
         action();
         times.push_back(timer.stop() * 1e3);
     }
-    const auto middle = times.begin() + runs / 2;
-    std::nth_element(times.begin(), middle, times.end());
-    return *middle;
+    return *std::min_element(times.begin(), times.end());
 }
 
 }  // namespace tavrix::benchmark

@@ -1,6 +1,6 @@
 // Surface extraction from a 256^3 gyroid (four periods a side, level 0): without and with clean-up, and the
 // normals, at one and two threads; beside vtkFlyingEdges3D (points only, as many threads) where VTK is
-// installed. Median of seven runs.
+// installed. The best of seven runs.
 
 #include <cstdio>
 #include <cstdlib>
@@ -18,7 +18,7 @@
 #endif
 
 using namespace tavrix;
-using tavrix::benchmark::medianMilliseconds;
+using tavrix::benchmark::leastMilliseconds;
 using tavrix::benchmark::onThreads;
 
 namespace
@@ -28,7 +28,7 @@ using Field = ScalarField3<float, double>;
 
 double extractionTime(const Field& field, uint32 threads, bool cleanUp)
 {
-    return medianMilliseconds(
+    return leastMilliseconds(
         [&]
         {
             Mesh mesh;
@@ -40,14 +40,14 @@ double normalsTime(const Field& field, uint32 threads)
 {
     Mesh mesh;
     IsosurfaceExtractor3::extractMesh(field, mesh, 0.0f, 0, 0, 0, 0, 0, 0, threads, nullptr, false);
-    return medianMilliseconds([&] { mesh.recalculateNormalsParallelized(threads); });
+    return leastMilliseconds([&] { mesh.recalculateNormalsParallelized(threads); });
 }
 
 #if defined(TAVRIX_WITH_VTK)
 double flyingEdgesTime(const Field& field, uint32 threads)
 {
     long long faces = 0;
-    const double time = medianMilliseconds(
+    const double time = leastMilliseconds(
         [&]
         {
             faces = flyingEdges(field.getArrScalars().data(), static_cast<int>(field.sizeX()),

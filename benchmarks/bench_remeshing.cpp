@@ -88,7 +88,7 @@ void compare(const std::string& name, const Mesh& given, double edge, [[maybe_un
             mesh = given;
             remeshIsotropically(mesh, {edge, sharpDegrees * piValue / 180, rounds, threads});
         };
-        const double time = benchmark::medianMilliseconds(remesh, 3);
+        const double time = benchmark::leastMilliseconds(remesh, 3);
         if (threads == 1) unit = time;
         tell(threads == 1 ? "tavrix, 1 thread" : "tavrix, 2 threads", time, mesh, given, edge);
     }

@@ -1,5 +1,5 @@
 // Slices of a torus of a million faces at a hundred and at a thousand heights, from faces to polygons that
-// tell their holes; in milliseconds, the median of several runs. CGAL's slicer, when installed, gives loops
+// tell their holes; in milliseconds, the best of several runs. CGAL's slicer, when installed, gives loops
 // alone.
 
 #include <cmath>
@@ -55,7 +55,7 @@ void compare(const Mesh& mesh, uint32 axis, uint32 count)
     {
         Sums sums;
         const auto slice = [&] { sums = sumsOf(sliceMesh(mesh, frame, heights, {.threadCount = threads})); };
-        const double time = benchmark::medianMilliseconds(slice, 5);
+        const double time = benchmark::leastMilliseconds(slice, 5);
         if (threads == 1) unit = time;
         if (threads == 2)
             benchmark::row("slices on two threads, " + what, time, {"on one", unit, benchmark::onTwoThreads});
@@ -66,7 +66,7 @@ void compare(const Mesh& mesh, uint32 axis, uint32 count)
 #if defined(TAVRIX_WITH_CGAL)
     const SlicingPeer peer(&mesh.pos()[0].x, mesh.getPosSize(), &mesh.trindexPos()[0].a, mesh.getFacesSize());
     SlicingPeer::Sums sums{};
-    const double time = benchmark::medianMilliseconds([&] { sums = peer.slice(axis, heights); }, 3);
+    const double time = benchmark::leastMilliseconds([&] { sums = peer.slice(axis, heights); }, 3);
     std::printf("  CGAL, 1 thread    %9.1f ms  %5.2f  %lld loops of %lld points\n", time, time / unit,
                 sums.loops, sums.points);
     benchmark::row("slices of a million faces, " + what, unit, {"CGAL", time, 1});

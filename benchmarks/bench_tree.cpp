@@ -113,7 +113,7 @@ template <class Question, class Single, class Batch>
 Rates measureRates(const std::vector<Question>& questions, const Single& single, const Batch& batch)
 {
     const auto rateOf = [&](const auto& action)
-    { return static_cast<double>(questions.size()) / medianMilliseconds(action, 3) * 1e-3; };
+    { return static_cast<double>(questions.size()) / leastMilliseconds(action, 3) * 1e-3; };
     return {rateOf(
                 [&]
                 {
@@ -152,7 +152,7 @@ EmbreePeer makePeer(const Mesh& mesh)
     return {points.data(), mesh.getPosSize(), &mesh.trindexPos().data()->a, mesh.getFacesSize()};
 }
 
-/// Prints and returns Embree's rate, the median of three runs; prints how many answers are others than ours,
+/// Prints and returns Embree's rate, the best of three runs; prints how many answers are others than ours,
 /// -1 for none.
 double compare(double ownRate, const std::vector<float>& own, const std::vector<float>& numbers, bool isRays,
                const EmbreePeer& peer)
@@ -162,10 +162,10 @@ double compare(double ownRate, const std::vector<float>& own, const std::vector<
     for (uint32 run = 0; run < 3; ++run)
         seconds.push_back(isRays ? peer.castRays(numbers.data(), own.size(), distances.data())
                                  : peer.findNearest(numbers.data(), own.size(), distances.data()));
-    std::sort(seconds.begin(), seconds.end());
     uint32 different = 0;
     for (std::size_t n = 0; n < own.size(); ++n) different += !(std::fabs(own[n] - distances[n]) <= 1e-4f);
-    const double rate = static_cast<double>(own.size()) / seconds[1] * 1e-6;
+    const double rate =
+        static_cast<double>(own.size()) / *std::min_element(seconds.begin(), seconds.end()) * 1e-6;
     std::printf("; Embree %.2f, of which one by one is %.2f; %u of %zu differ", rate, ownRate / rate,
                 different, own.size());
     return rate;
@@ -237,8 +237,8 @@ void measurePublicTree(const Mesh& mesh)
         tree.integrateMesh(mesh.trindexPos(), mesh.pos(), true, threads);
     };
     const uint32 threads = Hardware::getThreadCount();
-    const double one = medianMilliseconds([&] { build(1); }, 3);
-    const double all = medianMilliseconds([&] { build(threads); }, 3);
+    const double one = leastMilliseconds([&] { build(1); }, 3);
+    const double all = leastMilliseconds([&] { build(threads); }, 3);
     std::printf("  public tree: %.1f ms on one thread, %.1f ms on %u\n", one, all, threads);
     MeshCollider collider;
     collider.create(mesh, threads);
@@ -247,7 +247,7 @@ void measurePublicTree(const Mesh& mesh)
     for (const Node& node : nodes)
         if (node.isLeaf()) boxes[node.geometryIndex()] = node.box;
     std::vector<Node> fromAbove;
-    const double other = medianMilliseconds([&] { fromAbove = SurfaceAreaTree(boxes).nodes(); }, 1);
+    const double other = leastMilliseconds([&] { fromAbove = SurfaceAreaTree(boxes).nodes(); }, 1);
     const std::vector<Ray3D> rays = makeRays(20000);
     std::printf("  boxes tested a ray: %.1f; by the surface-area heuristic (built in %.0f ms) %.1f\n",
                 meanVisits({nodes.data(), nodes.size()}, collider, rays), other,
@@ -258,7 +258,7 @@ void measureCollider(const Mesh& mesh)
 {
     const auto create = [&](uint32 threads)
     {
-        return medianMilliseconds(
+        return leastMilliseconds(
             [&]
             {
                 MeshCollider collider;
