@@ -73,6 +73,10 @@ template <class Work>
 bool forEachLoad(const std::vector<BrickLoad>& loads, uint32 threadCount, Polling& polling, Work work)
 {
     const auto isHeavy = [&](uint32 n) { return loads[n].visits > heavyVisits; };
+    double visits = 0;
+    for (const BrickLoad& load : loads) visits += load.visits;
+    const uint32 threads = threadsWorth(static_cast<uint64>(std::min(visits, 1e18)),
+                                        static_cast<uint64>(visitsPerPoll), threadCount);
     for (uint32 first = 0, last; first < loads.size(); first = last)
     {
         last = first + 1;
@@ -84,7 +88,7 @@ bool forEachLoad(const std::vector<BrickLoad>& loads, uint32 threadCount, Pollin
         while (last < loads.size() && !isHeavy(last)) ++last;
         const auto workOnLight = [&](uint32 worker, uint64 n)
         { work(first + static_cast<uint32>(n), worker, 1u); };
-        if (!inTurns(polling, last - first, threadCount, workOnLight)) return false;
+        if (!inTurns(polling, last - first, threads, workOnLight)) return false;
     }
     return !polling.isStopped();
 }

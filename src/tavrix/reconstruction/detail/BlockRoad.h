@@ -73,6 +73,7 @@ private:
     {
         return _share.worst(fits(bytes) ? BlockRoadEnd::Done : BlockRoadEnd::TooLarge);
     }
+    uint32 threads() const { return _particles.threadsWorth(_plan.mesh.threadCount); }
     double bytesBefore() const
     {
         return _particles.bytes() + countBlocksReached(_particles) * sizeof(BlockIndex);
@@ -112,8 +113,7 @@ template <class Kernel>
 std::vector<ParticleFinder<Kernel>> BlockRoad<Kernel>::makeFinders()
 {
     std::vector<ParticleFinder<Kernel>> finders;
-    for (uint32 w = 0; w < std::max(_plan.mesh.threadCount, 1u); ++w)
-        finders.emplace_back(_particles, _plan.kernel, _level, _polling);
+    for (uint32 w = 0; w < threads(); ++w) finders.emplace_back(_particles, _plan.kernel, _level, _polling);
     return finders;
 }
 
@@ -122,7 +122,7 @@ void BlockRoad<Kernel>::findHighestValue(const std::vector<BlockIndex>& blocks)
 {
     std::vector<ParticleFinder<Kernel>> finders = makeFinders();
     std::vector<float> highest(finders.size(), 0.0f);
-    inTurns(_polling, blocks.size(), _plan.mesh.threadCount,
+    inTurns(_polling, blocks.size(), threads(),
             [&](uint32 w, uint64 n)
             { highest[w] = std::max(highest[w], finders[w].highestValue(blocks[n])); });
     _highestValue = _share.largest(*std::max_element(highest.begin(), highest.end()));
@@ -133,10 +133,9 @@ LevelVolumes BlockRoad<Kernel>::volumesBetween(float lowest, float highest,
                                                const std::vector<BlockIndex>& blocks)
 {
     std::vector<VolumeFinder<Kernel>> finders;
-    for (uint32 w = 0; w < std::max(_plan.mesh.threadCount, 1u); ++w)
+    for (uint32 w = 0; w < threads(); ++w)
         finders.emplace_back(_particles, _plan.kernel, lowest, highest, _polling);
-    inTurns(_polling, blocks.size(), _plan.mesh.threadCount,
-            [&](uint32 w, uint64 n) { finders[w].add(blocks[n]); });
+    inTurns(_polling, blocks.size(), threads(), [&](uint32 w, uint64 n) { finders[w].add(blocks[n]); });
     LevelVolumes volumes = finders[0].volumes();
     for (std::size_t w = 1; w < finders.size(); ++w) volumes += finders[w].volumes();
     volumes.forEachSum([&](std::span<int64> sums) { _share.sum(sums); });

@@ -81,7 +81,8 @@ bool assembleMesh(std::vector<BlockSurface>& surfaces, uint32 threadCount, Polli
     Array<Index3>& faces = mesh.refTrindexPos();
     positions.resize(places.vertices.back());
     faces.resize(places.faces.back());
-    std::vector<ForeignVertices> lookups(std::max(threadCount, 1u), ForeignVertices(surfaces, places));
+    const uint32 threads = threadsWorth(faces.size(), lightItems, threadCount);
+    std::vector<ForeignVertices> lookups(threads, ForeignVertices(surfaces, places));
     std::atomic<bool> someAreMissing = false;
     const auto copySurface = [&](uint32 worker, uint64 n)
     {
@@ -105,7 +106,7 @@ bool assembleMesh(std::vector<BlockSurface>& surfaces, uint32 threadCount, Polli
         surface.vertices.elements.reset();
         surface.faces.elements.reset();
     };
-    return inTurns(polling, surfaces.size(), threadCount, copySurface) &&
+    return inTurns(polling, surfaces.size(), threads, copySurface) &&
            (!someAreMissing || dropCollapsedFaces({&faces}, threadCount, polling));
 }
 

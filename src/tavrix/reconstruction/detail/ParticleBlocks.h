@@ -55,6 +55,13 @@ struct ParticleBlocks
                                    buckets.size() * sizeof(ParticleBucket) +
                                    homes.size() * sizeof(HomeBlock));
     }
+    /// As many of the threads as are worth their start for work on all blocks, of which the samples take what
+    /// a hundred particles take, besides.
+    uint32 threadsWorth(uint32 threadCount) const
+    {
+        constexpr uint64 blockWork = 100, workPerPiece = 1 << 12;
+        return detail::threadsWorth(particles.size() + blockWork * homeCount(), workPerPiece, threadCount);
+    }
 };
 
 /// The numbers by which particles are sorted into buckets, the most significant last: as few as hold all

@@ -167,8 +167,8 @@ bool weighParticles(ParticleBlocks<WeightedBallKernel>& blocks, const WeightedBa
                     const EvenFilling& filling, const BlockShare& share, uint32 threadCount, Polling& polling)
 {
     Array<float> weights(blocks.particles.size());
-    std::vector<HomeWeigher> workers(std::max(threadCount, 1u),
-                                     HomeWeigher(blocks, kernel, filling, polling));
+    const uint32 threads = blocks.threadsWorth(threadCount);
+    std::vector<HomeWeigher> workers(threads, HomeWeigher(blocks, kernel, filling, polling));
     const LongStep step(polling, blocks.homeCount());
     const auto weigh = [&](uint32 worker, uint64 h)
     {
@@ -177,7 +177,7 @@ bool weighParticles(ParticleBlocks<WeightedBallKernel>& blocks, const WeightedBa
         else
             std::fill(weights.begin() + blocks.firstOf(h), weights.begin() + blocks.firstOf(h + 1), 1.0f);
     };
-    const bool isDone = inTurns(polling, blocks.homeCount(), threadCount, weigh);
+    const bool isDone = inTurns(polling, blocks.homeCount(), threads, weigh);
     share.tellOthers(blocks, [&](uint32 n) -> float& { return weights[n]; });
     return isDone && inPieces(polling, weights.size(), lightItems, threadCount,
                               [&](uint32, uint64 begin, uint64 end)
