@@ -148,7 +148,7 @@ int main()
                 octree.cells().size(), static_cast<double>(octree.getMemoryUsage()) / 1048576, one, two,
                 two / one);
     benchmark::row("sampling distances within 1 %, a million faces", one);
-    benchmark::row("sampling distances on two threads", two, {"on one", one, benchmark::onTwoThreads});
+    benchmark::row("sampling distances on two threads", two, {"on one", one, 0});
     const Pair pair{collider, octree, tolerance, one};
     const bool areTrueAnywhere = compare("anywhere", pointsIn(box, 60'000), pair);
     const bool areTrueNear = compare("near", pointsNear(torus, tolerance, 60'000), pair);

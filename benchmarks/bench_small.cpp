@@ -19,12 +19,12 @@ namespace
 
 constexpr uint32 many = 16, size = 32;
 
-/// The milliseconds of the fastest of some hundred runs of work(threads), each after prepare().
+/// The milliseconds of the fastest of some hundreds of runs of work(threads), each after prepare().
 template <class Prepare, class Work>
 void measure(const char* what, Prepare prepare, Work work)
 {
     double least[] = {1e300, 1e300};
-    for (uint32 run = 0; run < 200; ++run)
+    for (uint32 run = 0; run < 400; ++run)
         for (const uint32 which : {0u, 1u})
         {
             prepare();
