@@ -57,8 +57,7 @@ void compare(const Mesh& mesh, uint32 axis, uint32 count)
         const auto slice = [&] { sums = sumsOf(sliceMesh(mesh, frame, heights, {.threadCount = threads})); };
         const double time = benchmark::leastMilliseconds(slice, 5);
         if (threads == 1) unit = time;
-        if (threads == 2)
-            benchmark::row("slices on two threads, " + what, time, {"on one", unit, 0});
+        if (threads == 2) benchmark::row("slices on two threads, " + what, time, {"on one", unit, 0});
         std::printf("  tavrix, %u thread%s %9.1f ms  %5.2f  %llu loops of %llu points\n", threads,
                     threads == 1 ? " " : "s", time, time / unit, static_cast<unsigned long long>(sums.loops),
                     static_cast<unsigned long long>(sums.points));

@@ -62,8 +62,7 @@ bool compare(const Mesh& torus, uint32 cells)
     {
         const double time = benchmark::leastMilliseconds([&] { voxelize(torus, grid, voxels, threads); }, 3);
         if (threads == 1) unit = time;
-        if (threads == 2)
-            benchmark::row("voxels on two threads, " + what, time, {"on one", unit, 0});
+        if (threads == 2) benchmark::row("voxels on two threads, " + what, time, {"on one", unit, 0});
         std::printf("  tavrix, %u thread%s %9.1f ms  %5.2f  %llu nodes inside, in %u runs\n", threads,
                     threads == 1 ? " " : "s", time, time / unit,
                     static_cast<unsigned long long>(voxels.count()), voxels.spans.size());
