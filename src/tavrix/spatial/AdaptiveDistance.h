@@ -28,7 +28,7 @@ struct AdaptiveDistanceSettings
 ///
 /// BadSettings as well for a collider that finds nothing, for a tolerance below a 500,000th of the box's
 /// longest side, and for signs where an edge has not as many faces on the one side as on the other. Some ten
-/// microseconds a cell on one thread.
+/// to forty microseconds a cell on one thread.
 TX_GEOMETRY_API OctreeStatus sampleDistance(const MeshCollider& mesh, const Box3D& box,
                                             const AdaptiveDistanceSettings& settings,
                                             ScalarField3Octree<float>& field);

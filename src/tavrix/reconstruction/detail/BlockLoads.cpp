@@ -10,7 +10,7 @@ namespace
 {
 
 /// Buckets along an axis, and one below another: along x, y and z.
-constexpr uint32 bucketsAlong = 4, bucketSteps[] = {16, 4, 1};
+constexpr uint32 bucketsAlong = 4, lastBucket = bucketsAlong - 1, bucketSteps[] = {16, 4, 1};
 
 /// The buckets of a coarser size that hold one of these: two, or four, of these along each axis.
 uint64 coarsened(uint64 buckets, uint32 size)
@@ -38,10 +38,10 @@ uint32 countSides(uint64 buckets, const BucketsAround& around)
     for (uint32 b = 0; b < 64; ++b)
         for (uint32 axis = 0; axis < 3; ++axis)
         {
-            const uint32 step = bucketSteps[axis], at = b / step % bucketsAlong, across = 3 * step;
-            if (at < 3) sides += isFull(buckets, b) != isFull(buckets, b + step) ? 1 : 0;
+            const uint32 step = bucketSteps[axis], at = b / step % bucketsAlong, across = lastBucket * step;
+            if (at < lastBucket) sides += isFull(buckets, b) != isFull(buckets, b + step) ? 1 : 0;
             if (at == 0) sides += isFull(buckets, b) && !isFull(around[axis][0], b + across) ? 1 : 0;
-            if (at == 3) sides += isFull(buckets, b) && !isFull(around[axis][1], b - across) ? 1 : 0;
+            if (at == lastBucket) sides += isFull(buckets, b) && !isFull(around[axis][1], b - across) ? 1 : 0;
         }
     return sides;
 }
